@@ -1,0 +1,50 @@
+# One interface target carries every flag of the project; each of our targets links it.
+option(ORVANEL_WARNINGS_ARE_ERRORS "Fail the build on a warning" OFF)
+set(ORVANEL_SANITIZER "" CACHE STRING "Sanitizer of this build: empty, address (with undefined behaviour) or thread")
+
+add_library(orvanel_flags INTERFACE)
+add_library(Orvanel::flags ALIAS orvanel_flags)
+
+target_compile_features(orvanel_flags INTERFACE cxx_std_20)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+target_compile_options(orvanel_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow
+    -Woverloaded-virtual -Wnon-virtual-dtor -Wold-style-cast
+    $<$<BOOL:${ORVANEL_WARNINGS_ARE_ERRORS}>:-Werror>)
+
+target_compile_definitions(orvanel_flags INTERFACE
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_CAST_FROM_BYTEARRAY
+    QT_NO_URL_CAST_FROM_STRING
+    QT_NO_KEYWORDS
+    QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+    QT_STRICT_ITERATORS
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400
+    $<$<BOOL:${ORVANEL_WARNINGS_ARE_ERRORS}>:QT_FORCE_ASSERTS>)
+
+if(ORVANEL_SANITIZER STREQUAL "address")
+    set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=undefined)
+elseif(ORVANEL_SANITIZER STREQUAL "thread")
+    set(sanitizers -fsanitize=thread)
+elseif(NOT ORVANEL_SANITIZER STREQUAL "")
+    message(FATAL_ERROR "ORVANEL_SANITIZER is \"${ORVANEL_SANITIZER}\"; it can be empty, address or thread.")
+endif()
+if(sanitizers)
+    target_compile_options(orvanel_flags INTERFACE ${sanitizers} -fno-omit-frame-pointer)
+    target_link_options(orvanel_flags INTERFACE ${sanitizers})
+endif()
+
+# orvanel_library(NAME SOURCES ...): the static library of one folder, known to others as Orvanel::NAME.
+function(orvanel_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
+    add_library(orvanel_${name} STATIC ${arg_SOURCES})
+    add_library(Orvanel::${name} ALIAS orvanel_${name})
+    # Headers are included with their folder ("process/DockerCLI.h"), from the root of the sources; this path comes
+    # to a target only through the libraries it links, and each folder adds its own part of the tree (see below).
+    target_include_directories(orvanel_${name} PUBLIC "${CMAKE_CURRENT_BINARY_DIR}/include")
+    file(MAKE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/include")
+    file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${CMAKE_CURRENT_BINARY_DIR}/include/${name}" SYMBOLIC)
+    target_link_libraries(orvanel_${name} PUBLIC orvanel_flags)
+endfunction()

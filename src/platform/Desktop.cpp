@@ -1,0 +1,7 @@
+#include "platform/Desktop.h"
+
+namespace orvanel {
+
+Desktop::~Desktop() = default;
+
+} // namespace orvanel

@@ -1,0 +1,7 @@
+#include "platform/Dialogs.h"
+
+namespace orvanel {
+
+Dialogs::~Dialogs() = default;
+
+} // namespace orvanel

@@ -1,0 +1,7 @@
+#include "platform/LoginItem.h"
+
+namespace orvanel {
+
+LoginItem::~LoginItem() = default;
+
+} // namespace orvanel

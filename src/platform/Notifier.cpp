@@ -1,0 +1,7 @@
+#include "platform/Notifier.h"
+
+namespace orvanel {
+
+Notifier::~Notifier() = default;
+
+} // namespace orvanel

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+
+namespace orvanel {
+
+/// Posts desktop notifications. Main thread; never blocks; failures are silent, as nobody could act on them.
+class Notifier {
+public:
+    Notifier() = default;
+    virtual ~Notifier();
+    Notifier(const Notifier&) = delete;
+    Notifier& operator=(const Notifier&) = delete;
+
+    /// Whether this program can post at all here.
+    virtual bool mayPost() const = 0;
+    /// Asks, once a run, for leave to show alerts and play a sound; where no leave is needed, gets ready to post.
+    virtual void requestAuthorization() = 0;
+    /// Both texts are plain. No notification replaces an earlier one.
+    virtual void post(const QString& title, const QString& body) = 0;
+};
+
+} // namespace orvanel

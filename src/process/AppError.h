@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+
+#include <exception>
+
+namespace orvanel {
+
+/// A failure that the program noticed itself, worded for the user. Thrown by the backup operations only.
+class AppError final : public std::exception {
+public:
+    explicit AppError(QString message)
+        : m_message(std::move(message))
+        , m_utf8(m_message.toUtf8()) {}
+
+    const QString& message() const { return m_message; }
+    const char* what() const noexcept override { return m_utf8.constData(); }
+
+private:
+    QString m_message;
+    QByteArray m_utf8;
+};
+
+} // namespace orvanel

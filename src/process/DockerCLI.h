@@ -1,0 +1,71 @@
+#pragma once
+
+#include "process/CommandResult.h"
+#include "process/ProcessHandle.h"
+
+#include <QCoro/QCoroTask>
+#include <QMap>
+#include <QStringList>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace orvanel {
+
+/// What everything that touches the docker tool and its companions relies on: where they are, in which environment
+/// children run, how one is run, and what Docker's complaints mean to a person. No state; any thread.
+namespace DockerCLI {
+
+/// Given one chunk of a child's output as it arrives, on the runner's own thread.
+using OutputCallback = std::function<void(QString chunk)>;
+
+/// The folders in which tools are looked for, in order. The inherited PATH is never searched.
+/// The demo and the tests set the variable ORVANEL_TOOL_ROOT to a folder that stands in for "/" here.
+QStringList searchFolders();
+
+/// The complete environment of every child: PATH from searchFolders() and the system's folders, HOME from the password
+/// database, USER, TMPDIR and LANG as far as we have them, and DOCKER_CLI_HINTS. Read afresh at each call.
+QMap<QString, QString> environment();
+
+/// The docker tool: `override` (blanks around it do not count) when it names an executable file, else the first that a
+/// search folder holds. An override that names none is ignored.
+std::optional<QString> find(const QString& override);
+
+/// The first executable file of that name in a search folder.
+std::optional<QString> findTool(const QString& name);
+
+/// Docker executables in the places where Linux distributions put them and find() does not look: only ever offered to
+/// the user, who may choose one as the override.
+std::optional<QString> findOutsideSearchFolders();
+
+/// Whether a TCP socket can be bound to 127.0.0.1 on `port` right now, without any reuse option. A socket failure
+/// counts as taken.
+bool isPortFree(int port);
+
+/// The same question with SO_REUSEADDR: still false while anybody listens there, but true for a port that the system
+/// only keeps in a closing state (TIME_WAIT, for a minute after the server closed its connections; tcp(7), socket(7)).
+bool isPortFreeForListening(int port);
+
+/// One of six sentences for the user about the failed command that wrote `output`. Never quotes the output.
+QString friendlyMessage(const QString& output, bool timedOut);
+
+/// Runs an external program: `path` (not looked up anywhere) with `arguments` (no shell), in environment(), with
+/// standard input from the null device. Never throws and never blocks: a program that cannot be started is a result too
+/// ("Could not run PATH: …", status -1).
+///
+/// At `timeout` the child's process group gets SIGTERM, as it does when `handle` is cancelled; there is no second,
+/// forceful kill, so the run ends when the child does. A grandchild that keeps the output open after the child's end
+/// is read on, but not past `timeout`.
+QCoro::Task<CommandResult> run(QString path, QStringList arguments, std::chrono::duration<double> timeout,
+                               std::shared_ptr<ProcessHandle> handle = {}, OutputCallback onOutput = {});
+
+} // namespace DockerCLI
+
+/// The shape of DockerCLI::run, for those who are handed the way to run commands.
+using RunCommand = std::function<QCoro::Task<CommandResult>(
+    QString path, QStringList arguments, std::chrono::duration<double> timeout, std::shared_ptr<ProcessHandle> handle,
+    DockerCLI::OutputCallback onOutput)>;
+
+} // namespace orvanel

@@ -1,0 +1,1 @@
+#include "statuspage/StatusPageClient.h"

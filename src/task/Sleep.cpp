@@ -1,0 +1,14 @@
+#include "task/Sleep.h"
+
+#include "task/Event.h"
+
+namespace orvanel {
+
+QCoro::Task<void> sleepFor(Clock* clock, std::chrono::milliseconds duration, std::stop_token stop) {
+    const Event<bool> awake;
+    const auto timer = clock->callAfter(duration, [awake] { awake.complete(true); });
+    const std::stop_callback onStop(stop, [awake] { awake.complete(true); });
+    co_await awake;
+}
+
+} // namespace orvanel

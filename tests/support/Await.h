@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QCoro/QCoroTask>
+#include <QDeadlineTimer>
+#include <QTest>
+
+#include <chrono>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+namespace orvanel::test {
+
+/// How long a test waits, in real time, for something that must happen; a bound against hanging, not a measure.
+constexpr std::chrono::seconds patience{30};
+
+/// Runs the event loop until `condition` holds; false when it does not within `patience`.
+template <class Condition>
+[[nodiscard]] bool waitUntil(Condition condition) {
+    const QDeadlineTimer deadline(patience);
+    while (!condition()) {
+        if (deadline.hasExpired()) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 10);
+    }
+    return true;
+}
+
+namespace detail {
+
+template <class T>
+struct Outcome {
+    std::optional<T> value;
+    std::exception_ptr error;
+};
+
+template <class T>
+QCoro::Task<void> keep(QCoro::Task<T> task, std::shared_ptr<Outcome<T>> outcome) {
+    try {
+        outcome->value = co_await task;
+    } catch (...) {
+        outcome->error = std::current_exception();
+    }
+}
+
+inline QCoro::Task<bool> asValue(QCoro::Task<void> task) {
+    co_await task;
+    co_return true;
+}
+
+} // namespace detail
+
+/// The result of a task, with the event loop running meanwhile; what the task throws is thrown here.
+template <class T>
+T await(QCoro::Task<T> task) {
+    const auto outcome = std::make_shared<detail::Outcome<T>>();
+    detail::keep(std::move(task), outcome);
+    if (!waitUntil([&] { return outcome->value || outcome->error; })) {
+        throw std::runtime_error("the awaited task did not end");
+    }
+    if (outcome->error) {
+        std::rethrow_exception(outcome->error);
+    }
+    return *std::move(outcome->value);
+}
+
+inline void await(QCoro::Task<void> task) {
+    await(detail::asValue(std::move(task)));
+}
+
+/// Delivers everything that is posted to this thread by now, and what that posts in turn.
+inline void drainEvents() {
+    for (int round = 0; round < 20; ++round) {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+}
+
+} // namespace orvanel::test

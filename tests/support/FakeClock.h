@@ -1,0 +1,33 @@
+#pragma once
+
+#include "task/Clock.h"
+
+#include <mutex>
+#include <vector>
+
+namespace orvanel::test {
+
+/// A clock that stands still until a test moves it. May be asked from any thread.
+class FakeClock final : public Clock {
+public:
+    TimePoint now() const override;
+    WallTime wallTime() const override;
+    std::unique_ptr<Timer> callAfter(std::chrono::milliseconds delay, std::function<void()> action) override;
+
+    /// Moves the hands, stopping at each timer on the way, in order: its action is posted to its own thread before the
+    /// hands move on. Runs this thread's posted events at each stop, so that timers set by those actions count too.
+    void advance(std::chrono::milliseconds duration);
+
+    /// Pending timers, and the time until the first of them (a negative number when there is none).
+    int pendingTimers() const;
+    std::chrono::milliseconds untilNextTimer() const;
+
+private:
+    class FakeTimer;
+    struct Shared;
+
+    const std::shared_ptr<Shared> m_shared = makeShared();
+    static std::shared_ptr<Shared> makeShared();
+};
+
+} // namespace orvanel::test

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+#include <QTemporaryDir>
+
+namespace orvanel::test {
+
+/// A throw-away home for one test: settings, data and autostart entries land in it as long as it lives.
+class TestHome {
+public:
+    TestHome();
+    ~TestHome();
+    TestHome(const TestHome&) = delete;
+    TestHome& operator=(const TestHome&) = delete;
+
+    QString path(const QString& relative = {}) const;
+    /// Writes a file, with the folders above it.
+    QString write(const QString& relative, const QByteArray& content, bool executable = false) const;
+
+private:
+    QTemporaryDir m_folder;
+};
+
+} // namespace orvanel::test

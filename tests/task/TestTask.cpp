@@ -1,0 +1,142 @@
+#include "support/Await.h"
+#include "support/FakeClock.h"
+#include "task/Sleep.h"
+#include "task/SystemClock.h"
+#include "task/TaskScope.h"
+#include "task/Worker.h"
+
+#include <QThread>
+
+#include <stdexcept>
+#include <thread>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+QCoro::Task<void> setAfter(Clock* clock, std::chrono::milliseconds delay, bool* done, std::stop_token stop) {
+    co_await sleepFor(clock, delay, stop);
+    *done = true;
+}
+
+QCoro::Task<void> throwAfter(Event<bool> event) {
+    co_await event;
+    throw std::runtime_error("the reason");
+}
+
+QCoro::Task<int> valueOf(Event<int> event, QThread** resumedOn) {
+    const int value = co_await event;
+    *resumedOn = QThread::currentThread();
+    co_return value;
+}
+
+} // namespace
+
+class TestTask : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void eventThatAlreadyHappenedDoesNotSuspend() {
+        const Event<int> event;
+        event.complete(7);
+        QThread* thread = nullptr;
+        const auto task = valueOf(event, &thread);
+        QVERIFY(task.isReady());
+    }
+
+    void eventResumesOnTheAwaitingThread() {
+        const Event<int> event;
+        QThread* thread = nullptr;
+        auto task = valueOf(event, &thread);
+        std::thread other([event] { event.complete(42); });
+        other.join();
+        QVERIFY(!task.isReady());
+        QCOMPARE(await(std::move(task)), 42);
+        QCOMPARE(thread, QThread::currentThread());
+    }
+
+    void eventHappensOnce() {
+        const Event<int> event;
+        event.complete(1);
+        event.complete(2);
+        QThread* thread = nullptr;
+        QCOMPARE(await(valueOf(event, &thread)), 1);
+    }
+
+    void sleepLastsAsLongAsTold() {
+        FakeClock clock;
+        bool done = false;
+        TaskScope scope;
+        scope.start(setAfter(&clock, 3s, &done, {}), QStringLiteral("sleeper"));
+        clock.advance(2999ms);
+        QVERIFY(!done);
+        clock.advance(1ms);
+        QVERIFY(done);
+        QCOMPARE(clock.pendingTimers(), 0);
+    }
+
+    void sleepEndsEarlyWhenStopped() {
+        FakeClock clock;
+        bool done = false;
+        std::stop_source stop;
+        TaskScope scope;
+        scope.start(setAfter(&clock, 1h, &done, stop.get_token()), QStringLiteral("sleeper"));
+        QCOMPARE(scope.running(), 1);
+        stop.request_stop();
+        QVERIFY(!done);
+        QVERIFY(waitUntil([&] { return done; }));
+        QCOMPARE(scope.running(), 0);
+        QCOMPARE(clock.pendingTimers(), 0);
+    }
+
+    void sleepOnTheSystemClockEnds() {
+        bool done = false;
+        TaskScope scope;
+        scope.start(setAfter(&SystemClock::instance(), 1ms, &done, {}), QStringLiteral("sleeper"));
+        QVERIFY(waitUntil([&] { return done; }));
+    }
+
+    void scopeReportsWhatATaskThrows() {
+        QStringList reports;
+        TaskScope scope(
+            [&](const QString& name, const QString& what) { reports << QStringLiteral("%1: %2").arg(name, what); });
+        const Event<bool> event;
+        scope.start(throwAfter(event), QStringLiteral("thrower"));
+        event.complete(true);
+        await(scope.finished());
+        QCOMPARE(reports, QStringList{QStringLiteral("thrower: the reason")});
+        QCOMPARE(scope.running(), 0);
+    }
+
+    void tasksOutliveTheirScope() {
+        FakeClock clock;
+        bool done = false;
+        {
+            TaskScope scope;
+            scope.start(setAfter(&clock, 5s, &done, {}), QStringLiteral("sleeper"));
+        }
+        clock.advance(5s);
+        QVERIFY(done);
+    }
+
+    void workerRunsElsewhereAndAnswersHere() {
+        QThread* ranOn = nullptr;
+        const std::function<int()> job = [&ranOn] {
+            ranOn = QThread::currentThread();
+            return 5;
+        };
+        QCOMPARE(await(onWorker<int>(job)), 5);
+        QVERIFY(ranOn != nullptr);
+        QVERIFY(ranOn != QThread::currentThread());
+    }
+
+    void workerPassesOnWhatTheJobThrows() {
+        const std::function<int()> job = []() -> int { throw std::runtime_error("bad"); };
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error, await(onWorker<int>(job)));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTask)
+#include "TestTask.moc"
