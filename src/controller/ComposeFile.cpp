@@ -1,0 +1,88 @@
+#include "controller/ComposeFile.h"
+
+#include "controller/KumaController.h"
+
+#include <QFile>
+#include <QSaveFile>
+
+#include <filesystem>
+#include <system_error>
+
+namespace orvanel {
+
+QString imageRepository() {
+    return QStringLiteral("louislam/uptime-kuma");
+}
+
+QString composeText(const QString& imageTag, int port) {
+    const QStringList lines{
+        QStringLiteral("# Written by Orvanel. Image tag and port come from the app's settings."),
+        QStringLiteral("services:"),
+        QStringLiteral("  uptime-kuma:"),
+        QStringLiteral("    image: ") + imageRepository() + QLatin1Char(':') + imageTag,
+        QStringLiteral("    container_name: orvanel"),
+        QStringLiteral("    restart: unless-stopped"),
+        QStringLiteral("    ports:"),
+        QStringLiteral("      - \"127.0.0.1:") + QString::number(port) + QStringLiteral(":3001\""),
+        QStringLiteral("    volumes:"),
+        QStringLiteral("      - ./data:/app/data"),
+    };
+    return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
+}
+
+namespace {
+
+/// A file that cannot be read, or is longer than any text of ours, is simply another text.
+bool holds(const QString& path, const QByteArray& content) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.size() == content.size() && file.readAll() == content;
+}
+
+} // namespace
+
+std::optional<QString> KumaController::prepareFiles() {
+    std::error_code error;
+    std::filesystem::create_directories(QFile::encodeName(dataDir()).toStdString(), error);
+    if (error) {
+        return QStringLiteral("%1: %2").arg(dataDir(), QString::fromStdString(error.message()));
+    }
+    const QByteArray text = composeText(m_imageTag, m_port).toUtf8();
+    if (holds(composeURL(), text)) {
+        return std::nullopt;
+    }
+    QSaveFile file(composeURL());
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
+        return QStringLiteral("%1: %2").arg(composeURL(), file.errorString());
+    }
+    return std::nullopt;
+}
+
+QStringList KumaController::composeArgs(const QStringList& extra) const {
+    return QStringList{QStringLiteral("compose"), QStringLiteral("-p"), QStringLiteral("orvanel"), QStringLiteral("-f"),
+                       composeURL()} +
+           extra;
+}
+
+QCoro::Task<bool> KumaController::ensureCompose(QString docker) {
+    if (m_composeAvailable.value()) {
+        co_return *m_composeAvailable.value();
+    }
+    const QStringList arguments{QStringLiteral("compose"), QStringLiteral("version")};
+    const CommandResult result = co_await command(docker, arguments, std::chrono::seconds(10));
+    // The user may have chosen another tool meanwhile, about which this answer says nothing.
+    if (m_dockerPath.value() == docker) {
+        m_composeAvailable = result.isSuccess();
+    }
+    co_return result.isSuccess();
+}
+
+std::optional<int> KumaController::freePort() const {
+    for (int candidate = 3002; candidate <= 3010; ++candidate) {
+        if (candidate != m_port && m_env.isPortFree(candidate)) {
+            return candidate;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace orvanel

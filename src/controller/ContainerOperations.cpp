@@ -1,0 +1,281 @@
+#include "controller/CappedLog.h"
+#include "controller/KumaController.h"
+#include "controller/LogFeed.h"
+#include "task/Worker.h"
+
+#include <QDir>
+#include <QPointer>
+
+#include <exception>
+
+using namespace std::chrono_literals;
+
+namespace orvanel {
+namespace {
+
+constexpr auto infoLimit = 15s;
+constexpr auto inspectLimit = 15s;
+constexpr auto pullLimit = 3600s;
+constexpr auto upLimit = 180s;
+constexpr auto removeOldLimit = 60s;
+constexpr auto removeAllLimit = 90s;
+constexpr auto logsLimit = 15s;
+
+QString startingText() {
+    return QStringLiteral("Starting Uptime Kuma…");
+}
+
+} // namespace
+
+void KumaController::start() {
+    runOp(startingText(), [this](std::stop_token stop) { return performStart(stop); });
+}
+
+void KumaController::stop() {
+    runOp(QStringLiteral("Stopping…"), [this](std::stop_token) { return performStop(); });
+}
+
+void KumaController::restart() {
+    runOp(QStringLiteral("Restarting…"), [this](std::stop_token stop) { return performRestart(stop); });
+}
+
+void KumaController::removeEverything() {
+    m_tasks.start(confirmRemoveEverything(), QStringLiteral("question about removing everything"));
+}
+
+void KumaController::cancelOperation() {
+    if (m_opTask) {
+        m_opTask->request_stop();
+    }
+    if (m_processHandle) {
+        m_processHandle->cancel();
+    }
+}
+
+void KumaController::runOp(const QString& label, OperationBody body) {
+    if (m_opTask) {
+        return;
+    }
+    m_opTask.emplace();
+    m_busy = label;
+    m_error = std::nullopt;
+    m_suggestedPort = std::nullopt;
+    m_tasks.start(performOp(std::move(body)), label);
+}
+
+QCoro::Task<void> KumaController::performOp(OperationBody body) {
+    const std::stop_token stop = m_opTask->get_token();
+    std::exception_ptr failure;
+    try {
+        co_await body(stop);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    m_busy = std::nullopt;
+    m_pulling = false;
+    m_opTask.reset();
+    m_processHandle.reset();
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    co_await refresh(stop);
+}
+
+QCoro::Task<void> KumaController::performStart(std::stop_token stop) {
+    if (!m_dockerPath.value()) {
+        m_dockerPath = m_env.findDocker(m_dockerOverride);
+    }
+    if (!m_dockerPath.value()) {
+        m_dockerState = DockerState::missing;
+        co_return;
+    }
+    const QString docker = *m_dockerPath.value();
+
+    const QStringList info{QStringLiteral("info")};
+    const CommandResult runtime = co_await command(docker, info, infoLimit);
+    if (stop.stop_requested()) {
+        co_return;
+    }
+    if (!runtime.isSuccess()) {
+        m_dockerState = DockerState::notRunning;
+        co_return;
+    }
+    m_dockerState = DockerState::ready;
+    if (const std::optional<QString> failure = prepareFiles()) {
+        m_error = OpError{QStringLiteral("Could not write the compose file."), *failure};
+        co_return;
+    }
+
+    const std::optional<QString> existing = co_await containerState(docker);
+    // A running container of our own holds the port itself.
+    if (existing != QStringLiteral("running") && isPortTaken(m_port)) {
+        m_suggestedPort = freePort();
+        m_error = OpError{QStringLiteral("Port %1 is already in use by another program.").arg(m_port.value()),
+                          QStringLiteral("Port %1 on 127.0.0.1 could not be bound.").arg(m_port.value())};
+        co_return;
+    }
+
+    const QStringList inspect{QStringLiteral("image"), QStringLiteral("inspect"), imageReference()};
+    const CommandResult image = co_await command(docker, inspect, inspectLimit);
+    if (!image.isSuccess()) {
+        const CommandResult pull = co_await pullImage(docker, stop);
+        if (!pull.isSuccess()) {
+            fail(pull);
+            co_return;
+        }
+    }
+    if (stop.stop_requested()) {
+        co_return;
+    }
+    m_busy = startingText();
+    const CommandResult up = co_await bringUp(docker, existing, false);
+    if (!up.isSuccess()) {
+        fail(up);
+    }
+}
+
+QCoro::Task<void> KumaController::performStop() {
+    if (!m_dockerPath.value()) {
+        co_return;
+    }
+    const QString docker = *m_dockerPath.value();
+    const std::optional<QString> existing = co_await containerState(docker);
+    if (!existing) {
+        co_return;
+    }
+    const CommandResult result = co_await runStop(docker);
+    if (!result.isSuccess()) {
+        fail(result);
+    }
+}
+
+QCoro::Task<void> KumaController::performRestart(std::stop_token stop) {
+    co_await performStop();
+    if (m_error.value()) {
+        co_return;
+    }
+    co_await performStart(stop);
+}
+
+QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_token stop) {
+    m_busy = QStringLiteral("Downloading the Uptime Kuma image");
+    m_pulling = true;
+    m_pullLog = QString();
+    const auto handle = std::make_shared<ProcessHandle>();
+    m_processHandle = handle;
+    // Cancelled already, before there was a handle to cancel: then nothing is downloaded.
+    if (stop.stop_requested()) {
+        handle->cancel();
+    }
+    const bool hasCompose = co_await ensureCompose(docker);
+    const QStringList arguments = hasCompose ? composeArgs(QStringList(QStringLiteral("pull")))
+                                             : QStringList{QStringLiteral("pull"), imageReference()};
+    const DockerCLI::OutputCallback feed = logFeed([self = QPointer(this)](const QString& text) {
+        if (self) {
+            self->m_pullLog = appendCapped(self->m_pullLog, text);
+        }
+    });
+    const CommandResult result = co_await m_env.run(docker, arguments, pullLimit, handle, feed);
+    m_pulling = false;
+    co_return result;
+}
+
+QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional<QString> existing, bool recreate) {
+    const bool hasCompose = co_await ensureCompose(docker);
+    if (hasCompose) {
+        const QStringList up = composeArgs(QStringList{QStringLiteral("up"), QStringLiteral("-d")});
+        const CommandResult result = co_await command(docker, up, upLimit);
+        co_return result;
+    }
+    if (existing == QStringLiteral("running") && !recreate) {
+        co_return CommandResult{.status = 0};
+    }
+    if (existing) {
+        const QStringList remove{QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")};
+        co_await command(docker, remove, removeOldLimit);
+    }
+    const QStringList run{QStringLiteral("run"),
+                          QStringLiteral("-d"),
+                          QStringLiteral("--name"),
+                          QStringLiteral("orvanel"),
+                          QStringLiteral("--restart"),
+                          QStringLiteral("unless-stopped"),
+                          QStringLiteral("-p"),
+                          QStringLiteral("127.0.0.1:%1:3001").arg(m_port.value()),
+                          QStringLiteral("-v"),
+                          dataDir() + QStringLiteral(":/app/data"),
+                          imageReference()};
+    const CommandResult result = co_await command(docker, run, upLimit);
+    co_return result;
+}
+
+/// A port that the system only keeps in a closing state, because our own container was just stopped while somebody
+/// was connected, can be listened on again at once.
+bool KumaController::isPortTaken(int port) const {
+    return !m_env.isPortFree(port) && !m_env.isPortFreeForListening(port);
+}
+
+void KumaController::fail(const CommandResult& result) {
+    if (result.cancelled) {
+        m_error = OpError{QStringLiteral("Cancelled."), result.output};
+        return;
+    }
+    const QString message = DockerCLI::friendlyMessage(result.output, result.timedOut);
+    m_error = OpError{message, result.output.isEmpty() ? QStringLiteral("(no output)") : result.output};
+    if (message.startsWith(QStringLiteral("The port is already in use"))) {
+        m_suggestedPort = freePort();
+    }
+}
+
+QCoro::Task<void> KumaController::confirmRemoveEverything() {
+    const Alert question{
+        .style = Alert::Style::Critical,
+        .message = QStringLiteral("Remove everything?"),
+        .informativeText = QStringLiteral("This removes the Uptime Kuma container and permanently deletes all your "
+                                          "monitors and history in this folder:\n\n%1\n\nThis cannot be undone.")
+                               .arg(dataDir()),
+        .confirmButton = QStringLiteral("Delete Everything"),
+        .cancelButton = QStringLiteral("Cancel"),
+    };
+    const bool confirmed = co_await m_env.dialogs->confirm(question);
+    if (confirmed) {
+        runOp(QStringLiteral("Removing…"), [this](std::stop_token) { return performRemoveEverything(); });
+    }
+}
+
+QCoro::Task<void> KumaController::performRemoveEverything() {
+    if (m_dockerPath.value()) {
+        const QString docker = *m_dockerPath.value();
+        const std::optional<QString> existing = co_await containerState(docker);
+        if (existing) {
+            const bool hasCompose = co_await ensureCompose(docker);
+            const QStringList arguments =
+                hasCompose ? composeArgs(QStringList(QStringLiteral("down")))
+                           : QStringList{QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")};
+            const CommandResult result = co_await command(docker, arguments, removeAllLimit);
+            if (!result.isSuccess()) {
+                fail(result);
+                co_return;
+            }
+        }
+    }
+    const std::function<bool()> removal = [folder = dataDir()] { return QDir(folder).removeRecursively(); };
+    co_await onWorker<bool>(removal);
+    m_monitors = QList<MonitorRow>();
+}
+
+QCoro::Task<QString> KumaController::fetchLogs() {
+    if (!m_dockerPath.value()) {
+        co_return QStringLiteral("Docker was not found.");
+    }
+    const QString docker = *m_dockerPath.value();
+    const QStringList arguments{QStringLiteral("logs"), QStringLiteral("--tail"), QStringLiteral("300"),
+                                QStringLiteral("orvanel")};
+    const CommandResult result = co_await command(docker, arguments, logsLimit);
+    if (result.status != 0 && result.output.isEmpty()) {
+        co_return QStringLiteral("No logs. The container may not exist yet.");
+    }
+    co_return result.output;
+}
+
+} // namespace orvanel

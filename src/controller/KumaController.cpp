@@ -1,0 +1,141 @@
+#include "controller/KumaController.h"
+
+#include "controller/ComposeFile.h"
+#include "controller/StatusLine.h"
+
+namespace orvanel {
+namespace {
+
+constexpr int defaultPort = 3001;
+
+QString portKey() {
+    return QStringLiteral("port");
+}
+QString slugKey() {
+    return QStringLiteral("slug");
+}
+QString stopOnQuitKey() {
+    return QStringLiteral("stopOnQuit");
+}
+QString dockerOverrideKey() {
+    return QStringLiteral("dockerOverride");
+}
+QString imageTagKey() {
+    return QStringLiteral("imageTag");
+}
+QString hasSeenGuideKey() {
+    return QStringLiteral("hasSeenGuide");
+}
+
+int validPort(int port) {
+    return port >= 1024 && port <= 65535 ? port : defaultPort;
+}
+
+} // namespace
+
+KumaController::KumaController(ControllerEnvironment environment)
+    : m_env(std::move(environment)) {
+    const SettingsStore& defaults = *m_env.defaults;
+    m_port = validPort(defaults.integer(portKey(), 0));
+    m_slug = defaults.text(slugKey(), {});
+    m_stopOnQuit = defaults.boolean(stopOnQuitKey(), false);
+    m_dockerOverride = defaults.text(dockerOverrideKey(), {});
+    m_imageTag = defaults.text(imageTagKey(), QStringLiteral("2"));
+    m_hasSeenGuide = defaults.boolean(hasSeenGuideKey(), false);
+}
+
+KumaController::~KumaController() {
+    Q_ASSERT(isIdle());
+}
+
+QCoro::Task<CommandResult> KumaController::command(QString path, QStringList arguments,
+                                                   std::chrono::seconds limit) const {
+    return m_env.run(path, arguments, limit, nullptr, nullptr);
+}
+
+QCoro::Task<void> KumaController::finished() {
+    return m_tasks.finished();
+}
+
+void KumaController::setPort(int port) {
+    m_port = port;
+    saved(m_env.defaults->setInteger(portKey(), port));
+}
+
+void KumaController::setSlug(const QString& slug) {
+    m_slug = slug;
+    saved(m_env.defaults->setText(slugKey(), slug));
+    forgetBaseline();
+    m_monitors = QList<MonitorRow>();
+    m_statusError = std::nullopt;
+    m_lastStatusFetch = std::nullopt;
+}
+
+void KumaController::setStopOnQuit(bool stop) {
+    m_stopOnQuit = stop;
+    saved(m_env.defaults->setBoolean(stopOnQuitKey(), stop));
+}
+
+void KumaController::setDockerOverride(const QString& path) {
+    m_dockerOverride = path;
+    saved(m_env.defaults->setText(dockerOverrideKey(), path));
+    m_dockerPath = std::nullopt;
+    m_composeAvailable = std::nullopt;
+}
+
+void KumaController::setImageTag(const QString& tag) {
+    m_imageTag = tag;
+    saved(m_env.defaults->setText(imageTagKey(), tag));
+}
+
+void KumaController::setHasSeenGuide(bool seen) {
+    m_hasSeenGuide = seen;
+    saved(m_env.defaults->setBoolean(hasSeenGuideKey(), seen));
+}
+
+/// A setting that could not be stored holds until the program ends; the user should know before that.
+void KumaController::saved(bool success) {
+    if (!success) {
+        m_error = OpError{QStringLiteral("The settings could not be saved."),
+                          QStringLiteral("%1 could not be written.").arg(m_env.defaults->file())};
+    }
+}
+
+bool KumaController::launchAtLogin() const {
+    return m_env.loginItem->isEnabled();
+}
+
+void KumaController::setLaunchAtLogin(bool launch) {
+    const std::optional<QString> failure = m_env.loginItem->setEnabled(launch);
+    if (failure) {
+        m_error = OpError{QStringLiteral("Could not change launch at login."), *failure};
+    }
+    // Told in any case, so that a switch shows the true status again.
+    Q_EMIT changed();
+}
+
+Health KumaController::health() const {
+    return healthOf(m_dockerState, m_kuma, m_monitors);
+}
+
+QString KumaController::statusLine() const {
+    return statusLineOf(m_busy, m_dockerState, m_kuma, m_monitors);
+}
+
+QString KumaController::dataDir() const {
+    return m_env.applicationSupport + QStringLiteral("/Orvanel/data");
+}
+
+QString KumaController::composeURL() const {
+    return m_env.applicationSupport + QStringLiteral("/Orvanel/docker-compose.yml");
+}
+
+QUrl KumaController::dashboardURL() const {
+    return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_port.value()));
+}
+
+QString KumaController::imageReference() const {
+    return QStringLiteral("%1:%2").arg(imageRepository(), m_imageTag.value());
+}
+
+} // namespace orvanel

@@ -1,0 +1,220 @@
+#pragma once
+
+#include "controller/ControllerEnvironment.h"
+#include "controller/DockerState.h"
+#include "controller/Health.h"
+#include "controller/KumaState.h"
+#include "controller/MonitorTransitions.h"
+#include "controller/OpError.h"
+#include "task/TaskScope.h"
+
+#include <QObject>
+#include <QProperty>
+
+#include <stop_token>
+
+namespace orvanel {
+
+/// The one central object: the user's settings, the state that every view shows, and every operation on Docker, the
+/// container and the status page. The shell makes one; views only read its state and call its operations.
+///
+/// Main thread only. Operations return at once and work on in tasks of their own. The controller must not be destroyed
+/// while such tasks run (see finished()); the program keeps its controller until it exits.
+class KumaController final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit KumaController(ControllerEnvironment environment);
+    ~KumaController() override;
+
+    // --- Settings (KumaController.cpp). Each is written to the defaults store the moment it is set, as it is.
+
+    int port() const { return m_port; }
+    void setPort(int port);
+    /// The public status page whose monitors are shown; blank means none.
+    QString slug() const { return m_slug; }
+    void setSlug(const QString& slug);
+    bool stopOnQuit() const { return m_stopOnQuit; }
+    void setStopOnQuit(bool stop);
+    /// A docker executable chosen by the user; empty means search.
+    QString dockerOverride() const { return m_dockerOverride; }
+    void setDockerOverride(const QString& path);
+    QString imageTag() const { return m_imageTag; }
+    void setImageTag(const QString& tag);
+    bool hasSeenGuide() const { return m_hasSeenGuide; }
+    void setHasSeenGuide(bool seen);
+
+    /// Not stored: the login item's true status, read each time.
+    bool launchAtLogin() const;
+    void setLaunchAtLogin(bool launch);
+
+    // --- Published state. changed() tells of every change.
+
+    std::optional<QString> dockerPath() const { return m_dockerPath; }
+    DockerState dockerState() const { return m_dockerState; }
+    /// Whether `docker compose` works; none while not probed.
+    std::optional<bool> composeAvailable() const { return m_composeAvailable; }
+    KumaState kuma() const { return m_kuma; }
+    /// The operation under way, in words; none when idle.
+    std::optional<QString> busy() const { return m_busy; }
+    bool pulling() const { return m_pulling; }
+    QString pullLog() const { return m_pullLog; }
+    std::optional<OpError> error() const { return m_error; }
+    /// A free port, offered when the configured one is taken.
+    std::optional<int> suggestedPort() const { return m_suggestedPort; }
+    /// The step of the runtime installation under way, in words, and its live output.
+    std::optional<QString> setupBusy() const { return m_setupBusy; }
+    QString setupLog() const { return m_setupLog; }
+    std::optional<QString> brewPath() const { return m_brewPath; }
+    std::optional<QString> colimaPath() const { return m_colimaPath; }
+    QList<MonitorRow> monitors() const { return m_monitors; }
+    QString statusTitle() const { return m_statusTitle; }
+    /// Why the status page could not be read.
+    std::optional<QString> statusError() const { return m_statusError; }
+    /// When the monitors were last read successfully.
+    std::optional<Clock::WallTime> lastStatusUpdate() const { return m_lastStatusUpdate; }
+    /// The newest Uptime Kuma release found, and its page.
+    std::optional<QString> latestVersion() const { return m_latestVersion; }
+    std::optional<QUrl> releaseURL() const { return m_releaseURL; }
+    /// Why the last update check failed.
+    std::optional<QString> updateMessage() const { return m_updateMessage; }
+    bool checkingUpdate() const { return m_checkingUpdate; }
+
+    // --- Derived values, computed at each call.
+
+    Health health() const;
+    QString statusLine() const;
+    /// Uptime Kuma's data folder, mounted into the container.
+    QString dataDir() const;
+    /// The compose file, beside the data folder.
+    QString composeURL() const;
+    QUrl dashboardURL() const;
+    /// The pinned image: repository, colon, tag.
+    QString imageReference() const;
+
+    // --- Polling (Polling.cpp).
+
+    /// Starts the poll loop, unless it runs already.
+    void begin();
+    /// Forgets the docker tool and probes again.
+    void recheck();
+    /// Ends the poll loop and asks the cancellable children to terminate. An operation under way is not cancelled.
+    void shutdownPolling();
+    /// Stops the container, through compose where that works; the result of the last command run.
+    QCoro::Task<CommandResult> runStop(QString docker);
+
+    // --- Container operations (ContainerOperations.cpp). One at a time: a request during another is dropped.
+
+    void start();
+    void stop();
+    void restart();
+    /// Cancels the download under way; other commands run to their end, and the operation stops after them.
+    void cancelOperation();
+    /// Asks first; then removes the container and deletes the data folder.
+    void removeEverything();
+    /// The last 300 lines of the container's log, as Docker gives them, or a sentence.
+    QCoro::Task<QString> fetchLogs();
+
+    // --- Compose file (ComposeFile.cpp).
+
+    /// Creates the data folder and writes the compose file where its text differs. The description of the failure, or
+    /// none after success.
+    std::optional<QString> prepareFiles();
+
+    /// Ends when no task of the controller runs any more.
+    QCoro::Task<void> finished();
+    /// Whether a task of the controller (an operation, the poll loop, a recheck) is under way.
+    bool isIdle() const { return m_tasks.running() == 0; }
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    using OperationBody = std::function<QCoro::Task<void>(std::stop_token stop)>;
+
+    void saved(bool success);
+
+    /// Runs a command that is neither cancelled nor watched.
+    QCoro::Task<CommandResult> command(QString path, QStringList arguments, std::chrono::seconds limit) const;
+
+    QStringList composeArgs(const QStringList& extra) const;
+    QCoro::Task<bool> ensureCompose(QString docker);
+    std::optional<int> freePort() const;
+
+    QCoro::Task<void> poll(std::stop_token stop);
+    QCoro::Task<void> refresh(std::stop_token stop);
+    bool findTools();
+    QCoro::Task<bool> readState(QString word);
+    QCoro::Task<void> maybeFetchStatus();
+    void publishStatus(const StatusPageResult& result);
+    QCoro::Task<CommandResult> probeContainer(QString docker) const;
+    QCoro::Task<std::optional<QString>> containerState(QString docker) const;
+    void forgetBaseline();
+    void applyTransitions(const QList<MonitorRow>& rows);
+    void requestNotificationAuthIfNeeded();
+
+    void runOp(const QString& label, OperationBody body);
+    QCoro::Task<void> performOp(OperationBody body);
+    QCoro::Task<void> performStart(std::stop_token stop);
+    QCoro::Task<void> performStop();
+    QCoro::Task<void> performRestart(std::stop_token stop);
+    QCoro::Task<void> performRemoveEverything();
+    QCoro::Task<void> confirmRemoveEverything();
+    QCoro::Task<CommandResult> pullImage(QString docker, std::stop_token stop);
+    QCoro::Task<CommandResult> bringUp(QString docker, std::optional<QString> existing, bool recreate);
+    bool isPortTaken(int port) const;
+    void fail(const CommandResult& result);
+
+    const ControllerEnvironment m_env;
+
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, int, m_port, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_slug, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, bool, m_stopOnQuit, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_dockerOverride, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_imageTag, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, bool, m_hasSeenGuide, &KumaController::changed)
+
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_dockerPath, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, DockerState, m_dockerState, DockerState::unknown,
+                                         &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<bool>, m_composeAvailable, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, KumaState, m_kuma, KumaState::stopped,
+                                         &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_busy, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, bool, m_pulling, false, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_pullLog, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<OpError>, m_error, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<int>, m_suggestedPort, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_setupBusy, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_setupLog, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_brewPath, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_colimaPath, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QList<MonitorRow>, m_monitors, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_statusTitle, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_statusError, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<Clock::WallTime>, m_lastStatusUpdate,
+                               &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_latestVersion, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QUrl>, m_releaseURL, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_updateMessage, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, bool, m_checkingUpdate, false, &KumaController::changed)
+
+    /// The tasks that may be stopped; each is set while its task is wanted.
+    std::optional<std::stop_source> m_pollTask;
+    std::optional<std::stop_source> m_opTask;
+    std::optional<std::stop_source> m_setupTask;
+    /// Cancel the operation's and the installation's child, while there is one that may be cancelled.
+    std::shared_ptr<ProcessHandle> m_processHandle;
+    std::shared_ptr<ProcessHandle> m_setupHandle;
+
+    /// When the status page was last asked; none stands for the distant past.
+    std::optional<Clock::TimePoint> m_lastStatusFetch;
+    MonitorStatuses m_previousStatus;
+    /// Whether m_previousStatus holds a first reading, so that changes may be told.
+    bool m_hasBaseline = false;
+    bool m_requestedNotificationAuth = false;
+
+    TaskScope m_tasks;
+};
+
+} // namespace orvanel

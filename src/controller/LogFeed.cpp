@@ -1,0 +1,43 @@
+#include "controller/LogFeed.h"
+
+#include "controller/CappedLog.h"
+#include "task/Event.h"
+
+#include <memory>
+#include <mutex>
+
+namespace orvanel {
+namespace {
+
+struct Feed {
+    std::mutex mutex;
+    QString waiting;
+    bool isPosted = false;
+
+    /// Whether somebody must come and take it.
+    bool add(const QString& chunk) {
+        const std::lock_guard lock(mutex);
+        waiting = appendCapped(std::move(waiting), chunk);
+        return !std::exchange(isPosted, true);
+    }
+
+    QString take() {
+        const std::lock_guard lock(mutex);
+        isPosted = false;
+        return std::exchange(waiting, {});
+    }
+};
+
+} // namespace
+
+DockerCLI::OutputCallback logFeed(std::function<void(const QString& text)> append) {
+    const auto feed = std::make_shared<Feed>();
+    const PostToThread post = postToThisThread();
+    return [feed, post, append = std::move(append)](QString chunk) {
+        if (feed->add(chunk)) {
+            post([feed, append] { append(feed->take()); });
+        }
+    };
+}
+
+} // namespace orvanel

@@ -1,0 +1,236 @@
+#include "controller/KumaController.h"
+#include "task/Sleep.h"
+
+using namespace std::chrono_literals;
+
+namespace orvanel {
+namespace {
+
+constexpr auto pollPeriod = 3s;
+constexpr auto statusPeriod = 30s;
+constexpr auto probeLimit = 10s;
+constexpr auto stopLimit = 60s;
+
+QString restartLoopMessage() {
+    return QStringLiteral("Uptime Kuma keeps restarting. Open the logs to see why.");
+}
+
+bool isRestartLoop(const std::optional<OpError>& error) {
+    return error && error->message.startsWith(QStringLiteral("Uptime Kuma keeps restarting"));
+}
+
+/// The daemon answered, and told that there is no such container.
+bool saysNoContainer(const QString& output) {
+    const QString text = output.toLower();
+    return text.contains(QStringLiteral("no such object")) || text.contains(QStringLiteral("no such container")) ||
+           text.contains(QStringLiteral("not found"));
+}
+
+/// The docker tool may print warnings before its answer, and both streams arrive merged.
+QString stateWord(const QString& output) {
+    const QStringList lines = output.trimmed().split(QLatin1Char('\n'));
+    return lines.last().trimmed();
+}
+
+QString normalised(const QString& slug) {
+    return slug.trimmed().toLower();
+}
+
+} // namespace
+
+void KumaController::begin() {
+    if (m_pollTask) {
+        return;
+    }
+    m_pollTask.emplace();
+    m_tasks.start(poll(m_pollTask->get_token()), QStringLiteral("poll loop"));
+}
+
+void KumaController::recheck() {
+    m_dockerPath = std::nullopt;
+    m_dockerState = DockerState::unknown;
+    m_tasks.start(refresh(std::stop_token()), QStringLiteral("recheck"));
+}
+
+void KumaController::shutdownPolling() {
+    if (m_pollTask) {
+        m_pollTask->request_stop();
+        m_pollTask.reset();
+    }
+    if (m_setupHandle) {
+        m_setupHandle->cancel();
+    }
+    if (m_setupTask) {
+        m_setupTask->request_stop();
+    }
+    if (m_processHandle) {
+        m_processHandle->cancel();
+    }
+}
+
+QCoro::Task<void> KumaController::poll(std::stop_token stop) {
+    while (!stop.stop_requested()) {
+        co_await refresh(stop);
+        co_await maybeFetchStatus();
+        co_await sleepFor(m_env.clock, pollPeriod, stop);
+    }
+}
+
+QCoro::Task<void> KumaController::refresh(std::stop_token stop) {
+    if (m_busy.value() || !findTools()) {
+        co_return;
+    }
+    const QString docker = *m_dockerPath.value();
+    const CommandResult probe = co_await probeContainer(docker);
+    // An operation has begun meanwhile and knows better, or the user has chosen another tool.
+    if (m_busy.value() || m_dockerPath.value() != docker) {
+        co_return;
+    }
+    if (stop.stop_requested() || probe.timedOut || probe.cancelled) {
+        co_return;
+    }
+    if (probe.status != 0) {
+        m_dockerState = saysNoContainer(probe.output) ? DockerState::ready : DockerState::notRunning;
+        m_kuma = KumaState::stopped;
+    } else {
+        m_dockerState = DockerState::ready;
+        const QString word = stateWord(probe.output);
+        const bool isCurrent = co_await readState(word);
+        if (!isCurrent) {
+            co_return;
+        }
+    }
+    if (m_dockerState == DockerState::ready && !m_composeAvailable.value()) {
+        co_await ensureCompose(docker);
+    }
+}
+
+/// Looks up the tools; false when there is no docker to ask.
+bool KumaController::findTools() {
+    m_brewPath = m_env.findTool(QStringLiteral("brew"));
+    m_colimaPath = m_env.findTool(QStringLiteral("colima"));
+    if (!m_dockerPath.value()) {
+        m_dockerPath = m_env.findDocker(m_dockerOverride);
+    }
+    if (!m_dockerPath.value()) {
+        m_dockerState = DockerState::missing;
+        m_kuma = KumaState::stopped;
+        return false;
+    }
+    if (m_dockerState == DockerState::unknown || m_dockerState == DockerState::missing) {
+        m_dockerState = DockerState::notRunning;
+    }
+    return true;
+}
+
+/// Publishes what the container's state word means; false when an operation began before that was known.
+QCoro::Task<bool> KumaController::readState(QString word) {
+    if (word == QStringLiteral("restarting")) {
+        m_kuma = KumaState::error;
+        m_error = OpError{restartLoopMessage(), word};
+        co_return true;
+    }
+    if (word != QStringLiteral("running")) {
+        m_kuma = KumaState::stopped;
+        co_return true;
+    }
+    const bool answers = co_await m_env.pageAnswers(m_port);
+    if (m_busy.value()) {
+        co_return false;
+    }
+    m_kuma = answers ? KumaState::running : KumaState::starting;
+    if (answers && isRestartLoop(m_error)) {
+        m_error = std::nullopt;
+    }
+    co_return true;
+}
+
+QCoro::Task<void> KumaController::maybeFetchStatus() {
+    if (m_kuma != KumaState::running || m_busy.value()) {
+        co_return;
+    }
+    const QString slug = normalised(m_slug);
+    if (slug.isEmpty()) {
+        co_return;
+    }
+    const Clock::TimePoint now = m_env.clock->now();
+    if (m_lastStatusFetch && now - *m_lastStatusFetch < statusPeriod) {
+        co_return;
+    }
+    m_lastStatusFetch = now;
+    const StatusPageResult result = co_await m_env.fetchStatusPage(m_port, slug);
+    if (normalised(m_slug) == slug) {
+        publishStatus(result);
+    }
+}
+
+void KumaController::publishStatus(const StatusPageResult& result) {
+    if (const auto* failure = std::get_if<StatusPageError>(&result)) {
+        m_statusError = failure->message;
+        m_monitors = QList<MonitorRow>();
+        return;
+    }
+    const auto& page = std::get<StatusPageData>(result);
+    m_statusError = std::nullopt;
+    m_statusTitle = page.title;
+    m_lastStatusUpdate = m_env.clock->wallTime();
+    applyTransitions(page.monitors);
+    m_monitors = page.monitors;
+    requestNotificationAuthIfNeeded();
+}
+
+void KumaController::forgetBaseline() {
+    m_previousStatus.clear();
+    m_hasBaseline = false;
+}
+
+void KumaController::applyTransitions(const QList<MonitorRow>& rows) {
+    if (m_hasBaseline && m_env.notifier->mayPost()) {
+        for (const MonitorNews& news : monitorNews(m_previousStatus, rows)) {
+            m_env.notifier->post(news.title, news.body);
+        }
+    }
+    m_previousStatus = statusesOf(rows);
+    m_hasBaseline = true;
+}
+
+void KumaController::requestNotificationAuthIfNeeded() {
+    if (m_requestedNotificationAuth || !m_env.notifier->mayPost()) {
+        return;
+    }
+    m_requestedNotificationAuth = true;
+    m_env.notifier->requestAuthorization();
+}
+
+QCoro::Task<CommandResult> KumaController::probeContainer(QString docker) const {
+    const QStringList arguments{QStringLiteral("inspect"), QStringLiteral("-f"), QStringLiteral("{{.State.Status}}"),
+                                QStringLiteral("orvanel")};
+    return command(docker, arguments, probeLimit);
+}
+
+QCoro::Task<std::optional<QString>> KumaController::containerState(QString docker) const {
+    const CommandResult probe = co_await probeContainer(docker);
+    if (probe.status != 0) {
+        co_return std::nullopt;
+    }
+    co_return stateWord(probe.output);
+}
+
+QCoro::Task<CommandResult> KumaController::runStop(QString docker) {
+    const bool hasCompose = co_await ensureCompose(docker);
+    if (hasCompose) {
+        const std::optional<QString> state = co_await containerState(docker);
+        if (state) {
+            const QStringList composeStop = composeArgs(QStringList(QStringLiteral("stop")));
+            const CommandResult result = co_await command(docker, composeStop, stopLimit);
+            if (result.isSuccess()) {
+                co_return result;
+            }
+        }
+    }
+    const QStringList plainStop{QStringLiteral("stop"), QStringLiteral("orvanel")};
+    const CommandResult result = co_await command(docker, plainStop, stopLimit);
+    co_return result;
+}
+
+} // namespace orvanel

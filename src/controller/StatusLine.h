@@ -1,0 +1,15 @@
+#pragma once
+
+#include "controller/DockerState.h"
+#include "controller/KumaState.h"
+#include "statuspage/MonitorRow.h"
+
+#include <optional>
+
+namespace orvanel {
+
+/// The one-line summary shown in the menu and above the cards.
+QString statusLineOf(const std::optional<QString>& busy, DockerState dockerState, KumaState kuma,
+                     const QList<MonitorRow>& monitors);
+
+} // namespace orvanel
