@@ -1,0 +1,85 @@
+# shellcheck shell=bash
+# What the commands of this folder share: telling, building, testing. Sourced after `set -euo pipefail`.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root" || exit
+
+# A fresh clone in another folder finds what an earlier one compiled.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+
+say() { printf '==> %s\n' "$*"; }
+note() { printf '    %s\n' "$*"; }
+fail() {
+    printf '\n%s: %s\n' "${0##*/}" "$*" >&2
+    exit 1
+}
+
+# shellcheck source=scripts/packages.sh
+source "$root/scripts/packages.sh"
+
+# Every run writes below build/, which a run by another user (root, mostly) may have made its own.
+check_build_folder() {
+    mkdir -p build 2>/dev/null || true
+    [[ -w build ]] || fail "The folder build/ belongs to another user: remove it, or run this as that user."
+}
+
+# Whether configuring PRESET again would change nothing. Ninja itself follows changes of the CMakeLists.
+is_configured() {
+    local folder=build/$1 compiler=$2
+    [[ -f $folder/build.ninja && ! CMakePresets.json -nt $folder/CMakeCache.txt ]] || return 1
+    grep -qE "^CMAKE_CXX_COMPILER:[A-Z]+=(.*/)?${compiler//+/\\+}\$" "$folder/CMakeCache.txt"
+}
+
+# configure PRESET
+configure() {
+    local preset=$1 compiler log
+    compiler=$(compiler)
+    is_configured "$preset" "$compiler" && return
+    check_build_folder
+    say "Configuring build/$preset with $compiler"
+    log=build/configure-$preset.log
+    rm -f "build/$preset/CMakeCache.txt"
+    if ! cmake --preset "$preset" -DCMAKE_CXX_COMPILER="$compiler" >"$log" 2>&1; then
+        cat "$log" >&2
+        fail "CMake could not configure build/$preset; its reason stands above and in $log."
+    fi
+}
+
+# Lets a line through every tenth of the way, and whatever the compiler has to say.
+build_progress() {
+    awk '
+        match($0, /^\[[0-9]+\/[0-9]+\]/) {
+            split(substr($0, 2, RLENGTH - 2), step, "/")
+            tenth = int(10 * step[1] / step[2])
+            if (tenth > shown) { shown = tenth; print "    " step[1] " of " step[2] " steps"; fflush() }
+            next
+        }
+        /^ninja: no work to do/ { print "    is up to date"; next }
+        { print; fflush() }'
+}
+
+# build PRESET [TARGET…]
+build() {
+    local preset=$1
+    local -a targets=()
+    shift
+    (($# == 0)) || targets=(--target "$@")
+    configure "$preset"
+    check_build_folder
+    say "Building build/$preset"
+    cmake --build --preset "$preset" "${targets[@]}" 2>&1 | build_progress ||
+        fail "The build in build/$preset failed; the compiler's reason stands above."
+}
+
+# run_tests FOLDER [CTEST ARGUMENT…]
+run_tests() {
+    local folder=$1
+    local -a fixed_addresses=()
+    shift
+    # Older sanitizers stumble over kernels that spread addresses widely (Ubuntu 24.04 and later).
+    setarch -R true 2>/dev/null && fixed_addresses=(setarch -R)
+    say "Running the tests of $folder"
+    # The sanitizers look on PATH for the tool that turns addresses into names.
+    PATH="$(llvm_folder):$PATH" "${fixed_addresses[@]}" ctest --test-dir "$folder" --parallel 2 --output-on-failure \
+        --no-tests=error "$@" </dev/null || fail "Tests failed: their output stands above."
+}

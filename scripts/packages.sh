@@ -1,0 +1,163 @@
+# shellcheck shell=bash
+# Which packages are needed, and how they get onto this machine. Sourced by common.sh.
+
+# The versions of clang that build Orvanel, in the order in which they are wished for. GCC would do from version 13 on, but
+# Debian 12 has an older one that miscompiles coroutines: with clang everywhere, all machines run what the tests ran.
+clang_versions=(18 16 19 17 20 21)
+
+os_field() { (. /etc/os-release 2>/dev/null && printf '%s' "${!1:-}") || true; }
+
+# Debian, Ubuntu, and what is made from them.
+has_apt() {
+    [[ " $(os_field ID) $(os_field ID_LIKE) " =~ \ (debian|ubuntu)\  ]] && command -v apt-get >/dev/null
+}
+
+is_installed() { [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) == installed ]]; }
+is_offered() { [[ $(LC_ALL=C apt-cache policy "$1" 2>/dev/null) =~ Candidate:\ [^\(] ]]; }
+
+# The version of clang to build with: one that is here, else the first that apt has.
+clang_version() {
+    local test version
+    for test in is_installed is_offered; do
+        for version in "${clang_versions[@]}"; do
+            if "$test" "clang-$version"; then
+                echo "$version"
+                return
+            fi
+        done
+    done
+    echo "${clang_versions[0]}"
+}
+
+compiler() {
+    if has_apt; then
+        echo "clang++-$(clang_version)"
+    else
+        echo clang++
+    fi
+}
+
+# Where the tools of LLVM go by their plain names.
+llvm_folder() {
+    if has_apt; then
+        echo "/usr/lib/llvm-$(clang_version)/bin"
+    else
+        dirname "$(command -v clang++)"
+    fi
+}
+
+# rows PURPOSE…: the lines of packages.txt for these purposes, each package once.
+rows() {
+    awk -v wanted=" $* " '
+        NF == 3 && $1 !~ /^#/ && index(wanted, " " $1 " ") && !seen[$2]++ { print $2, $3 }' scripts/packages.txt
+}
+
+missing_from_apt() {
+    local package clang
+    clang=$(clang_version)
+    rows "$@" | while read -r package _; do
+        package=${package//@/$clang}
+        is_installed "$package" || echo "$package"
+    done
+}
+
+is_found() {
+    local folder
+    case $1 in
+    -) return 0 ;;
+    *.cmake)
+        for folder in /usr/lib*/cmake /usr/lib/*/cmake /usr/share/cmake /usr/local/lib*/cmake; do
+            [[ ! -e $folder/$1 ]] || return 0
+        done
+        return 1
+        ;;
+    *) command -v "$1" >/dev/null ;;
+    esac
+}
+
+missing_elsewhere() {
+    local package probe
+    rows "$@" | while read -r package probe; do
+        is_found "$probe" || echo "${package//-@/} ($probe)"
+    done
+}
+
+as_root() {
+    if ((EUID == 0)); then
+        "$@"
+    elif [[ -t 0 ]]; then
+        sudo "$@"
+    else
+        sudo -n "$@"
+    fi
+}
+
+# apt_get ARGUMENT…: asks nothing, waits for another apt to end, restarts no service; the whole output goes to the log.
+apt_get() {
+    as_root env DEBIAN_FRONTEND=noninteractive NEEDRESTART_MODE=l LC_ALL=C.UTF-8 \
+        apt-get -q -y -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" </dev/null 2>&1 |
+        tee -a "$apt_log" | awk '/newly installed|^Need to get|^Fetched/ { print "    " $0; fflush() }'
+}
+
+update_lists() {
+    say "Asking apt for its lists of packages"
+    apt_get update || fail "apt-get update failed; its reason stands in $apt_log."
+}
+
+all_offered() {
+    local package
+    for package in "$@"; do is_offered "$package" || return 1; done
+}
+
+# Installing the package of a server would start it. What the tests need of a server they start themselves, as a copy of
+# their own, so apt is told to start nothing: by Debian's means for that, a file that is there only while apt works.
+install_servers() (
+    policy=/usr/sbin/policy-rc.d mark="Written by Orvanel's scripts/packages.sh"
+    if [[ ! -e $policy ]] || grep -q "$mark" "$policy"; then
+        trap 'as_root rm -f "$policy"' EXIT
+        printf '#!/bin/sh\n# %s\nexit 101\n' "$mark" | as_root tee "$policy" >/dev/null
+        as_root chmod 755 "$policy"
+    fi
+    apt_get install --no-install-recommends "$@"
+)
+
+install_with_apt() {
+    local -a missing
+    mapfile -t missing < <(missing_from_apt "$@")
+    ((${#missing[@]})) || return 0
+    ((EUID == 0)) || command -v sudo >/dev/null ||
+        fail "These packages are missing: ${missing[*]}. Please install them as root with apt-get install, then try again."
+
+    check_build_folder
+    apt_log=build/apt.log
+    : >"$apt_log"
+    if ! all_offered "${missing[@]}"; then
+        update_lists
+        mapfile -t missing < <(missing_from_apt "$@") # fresh lists may offer another clang
+        all_offered "${missing[@]}" ||
+            fail "$(os_field PRETTY_NAME) does not have all of the packages that are needed: ${missing[*]}. Debian 12 and Ubuntu 24.04 do."
+    fi
+    say "Installing ${missing[*]} and what they need (all of apt's words: $apt_log)"
+    install_servers "${missing[@]}" && return
+    update_lists # the lists may be older than the packages that they name
+    install_servers "${missing[@]}" ||
+        fail "apt-get could not install the packages; its reason stands in $apt_log."
+}
+
+check_elsewhere() {
+    local -a missing
+    mapfile -t missing < <(missing_elsewhere "$@")
+    ((${#missing[@]})) || return 0
+    say "These are missing, by the names that Debian gives them:"
+    printf '    %s\n' "${missing[@]}"
+    fail "Packages can be installed for you on Debian and Ubuntu only: please install the above with the tools of $(os_field PRETTY_NAME), then try again."
+}
+
+# need PURPOSE…: returns when everything that packages.txt lists for these purposes is on this machine.
+need() {
+    if has_apt; then
+        install_with_apt "$@"
+    else
+        check_elsewhere "$@"
+    fi
+}
