@@ -1,0 +1,117 @@
+#include "process/IoThread.h"
+
+#include <QEventLoop>
+#include <QSocketNotifier>
+
+#include <cerrno>
+#include <csignal>
+#include <sys/epoll.h>
+#include <system_error>
+
+namespace orvanel {
+namespace {
+
+int addToEpoll(int epoll, int descriptor) {
+    epoll_event event{.events = EPOLLIN, .data = {.fd = descriptor}};
+    return ::epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event) == 0 ? 0 : errno;
+}
+
+/// A launcher may have left us SIGCHLD ignored; the system would then throw away how our children ended, and their ids
+/// could be a stranger's before we know.
+void keepEndedChildren() {
+    struct sigaction action {};
+    if (::sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
+        action.sa_handler = SIG_DFL;
+        ::sigaction(SIGCHLD, &action, nullptr);
+    }
+}
+
+} // namespace
+
+DescriptorWatcher::~DescriptorWatcher() = default;
+
+IoThread::IoThread() = default;
+
+IoThread::~IoThread() {
+    if (m_thread.joinable()) {
+        // There, because timers end on the thread that made them.
+        m_mailbox->post([this] { m_watchers.clear(); });
+        stop();
+    }
+}
+
+int IoThread::start() {
+    const std::lock_guard lock(m_startMutex);
+    if (m_thread.joinable()) {
+        return 0;
+    }
+    m_mailbox = std::make_shared<Mailbox>();
+    m_epoll = FileDescriptor(::epoll_create1(EPOLL_CLOEXEC));
+    if (m_mailbox->descriptor() < 0 || !m_epoll.isOpen()) {
+        return errno;
+    }
+    if (const int error = addToEpoll(m_epoll.get(), m_mailbox->descriptor()); error != 0) {
+        return error;
+    }
+    keepEndedChildren();
+    try {
+        m_thread = std::thread([this] { runLoop(); });
+    } catch (const std::system_error& error) {
+        return error.code().value();
+    }
+    return 0;
+}
+
+void IoThread::stop() {
+    if (!m_thread.joinable()) {
+        return;
+    }
+    m_mailbox->post([this] { m_loop->quit(); });
+    m_thread.join();
+}
+
+void IoThread::runLoop() {
+    QEventLoop loop;
+    m_loop = &loop;
+    QSocketNotifier notifier(m_epoll.get(), QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, &notifier, [this] { dispatch(); });
+    loop.exec();
+}
+
+void IoThread::dispatch() {
+    std::array<epoll_event, 64> events{};
+    const int count = ::epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()), 0);
+    bool hasMail = false;
+    for (int i = 0; i < count; ++i) {
+        const int descriptor = events[static_cast<std::size_t>(i)].data.fd;
+        if (descriptor == m_mailbox->descriptor()) {
+            hasMail = true;
+            continue;
+        }
+        const auto found = m_watchers.find(descriptor);
+        if (found != m_watchers.end()) {
+            const std::shared_ptr<DescriptorWatcher> watcher = found->second;
+            watcher->ready(descriptor);
+        }
+    }
+    // Last: a new child may be given the number of a descriptor that was closed in this turn, whose event it would take
+    // for its own.
+    if (hasMail) {
+        for (const auto& action : m_mailbox->takeAll()) {
+            action();
+        }
+    }
+}
+
+void IoThread::watch(int descriptor, std::shared_ptr<DescriptorWatcher> watcher) {
+    m_watchers[descriptor] = std::move(watcher);
+    addToEpoll(m_epoll.get(), descriptor);
+}
+
+void IoThread::unwatch(int descriptor) {
+    if (m_watchers.erase(descriptor) > 0) {
+        ::epoll_ctl(m_epoll.get(), EPOLL_CTL_DEL, descriptor, nullptr);
+    }
+}
+
+} // namespace orvanel

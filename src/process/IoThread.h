@@ -1,0 +1,64 @@
+#pragma once
+
+#include "process/FileDescriptor.h"
+#include "process/Mailbox.h"
+
+#include <array>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <thread>
+#include <unordered_map>
+
+class QEventLoop;
+
+namespace orvanel {
+
+/// Told on the I/O thread that one of its descriptors is readable or hung up.
+class DescriptorWatcher {
+public:
+    DescriptorWatcher() = default;
+    virtual ~DescriptorWatcher();
+    DescriptorWatcher(const DescriptorWatcher&) = delete;
+    DescriptorWatcher& operator=(const DescriptorWatcher&) = delete;
+
+    virtual void ready(int descriptor) = 0;
+};
+
+/// The one thread that waits for all children. It runs a Qt event loop, so that a Clock works there, in which a single
+/// notifier stands for all watched descriptors: one wake-up serves everything that is ready, whatever their number.
+class IoThread {
+public:
+    IoThread();
+    ~IoThread();
+    IoThread(const IoThread&) = delete;
+    IoThread& operator=(const IoThread&) = delete;
+
+    /// Starts the thread unless it runs. Answers 0 or the error number of what the system refused. Any thread.
+    int start();
+    /// Ends the thread and waits for that; what it watched is left as it is. Not to be started again.
+    void stop();
+
+    /// Where any thread leaves actions for this one.
+    const std::shared_ptr<Mailbox>& mailbox() const { return m_mailbox; }
+
+    /// Only on the thread itself. A watcher is kept alive as long as it watches.
+    void watch(int descriptor, std::shared_ptr<DescriptorWatcher> watcher);
+    void unwatch(int descriptor);
+    /// Room for reading, used by whoever is ready at the moment.
+    std::span<char> scratch() { return m_scratch; }
+
+private:
+    void runLoop();
+    void dispatch();
+
+    std::shared_ptr<Mailbox> m_mailbox;
+    FileDescriptor m_epoll;
+    std::mutex m_startMutex;
+    std::thread m_thread;
+    QEventLoop* m_loop = nullptr;
+    std::unordered_map<int, std::shared_ptr<DescriptorWatcher>> m_watchers;
+    std::array<char, 65536> m_scratch;
+};
+
+} // namespace orvanel

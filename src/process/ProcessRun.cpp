@@ -1,0 +1,169 @@
+#include "process/ProcessRun.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <limits>
+#include <system_error>
+
+namespace orvanel {
+namespace {
+
+/// So many chunks of one child are read before the others have their turn. More than a pipe holds (64 KiB): a single
+/// turn after the child's end takes everything that the child itself wrote.
+constexpr int chunksPerTurn = 16;
+
+/// A clock counts in whole milliseconds, and no further than an int (24 days).
+std::chrono::milliseconds toMilliseconds(std::chrono::duration<double> timeout) {
+    constexpr double most = std::numeric_limits<int>::max();
+    const double milliseconds = std::ceil(timeout.count() * 1000.0);
+    if (!(milliseconds > 0)) {
+        return std::chrono::milliseconds(0);
+    }
+    return std::chrono::milliseconds(static_cast<std::int64_t>(std::min(milliseconds, most)));
+}
+
+} // namespace
+
+CommandResult couldNotRun(const QString& path, int error) {
+    const QString reason = QString::fromStdString(std::system_category().message(error));
+    return {.status = -1, .output = QStringLiteral("Could not run ") + path + QStringLiteral(": ") + reason};
+}
+
+CommandResult cancelledBeforeStart() {
+    return {.status = -1, .output = {}, .timedOut = false, .cancelled = true};
+}
+
+ProcessRun::ProcessRun(IoThread* io, Clock* clock, RunRequest request, Event<CommandResult> ended)
+    : m_io(io)
+    , m_clock(clock)
+    , m_request(std::move(request))
+    , m_ended(std::move(ended)) {}
+
+/// A call of `step` that any thread may make; it happens in a later turn of the I/O thread, if the run is still there.
+std::function<void()> ProcessRun::later(void (ProcessRun::*step)()) {
+    return [mailbox = m_io->mailbox(), weakRun = weak_from_this(), step] {
+        mailbox->post([weakRun, step] {
+            const auto run = weakRun.lock();
+            if (run && !run->m_isFinished) {
+                (*run.*step)();
+            }
+        });
+    };
+}
+
+void ProcessRun::start() {
+    m_child = std::make_shared<ChildProcess>(later(&ProcessRun::terminateAsked));
+    // From here on a cancel finds the child, started or not; one that came before is answered without any.
+    if (m_request.handle && !m_request.handle->setProcess(m_child)) {
+        m_ended.complete(cancelledBeforeStart());
+        return;
+    }
+    const int error = m_child->start(m_request.path, m_request.arguments, DockerCLI::environment());
+    if (error != 0) {
+        m_ended.complete(couldNotRun(m_request.path, error));
+        return;
+    }
+    m_outputIsOpen = true;
+    m_io->watch(m_child->outputDescriptor(), shared_from_this());
+    m_io->watch(m_child->endDescriptor(), shared_from_this());
+    m_timeLimit = m_clock->callAfter(toMilliseconds(m_request.timeout), later(&ProcessRun::timeLimitReached));
+}
+
+void ProcessRun::ready(int descriptor) {
+    if (m_isFinished) {
+        return;
+    }
+    if (descriptor == m_child->endDescriptor()) {
+        if (m_child->hasEnded()) {
+            childEnded();
+        }
+        return;
+    }
+    readOutput();
+    if (m_childHasEnded && !m_outputIsOpen) {
+        finish();
+    }
+}
+
+void ProcessRun::timeLimitReached() {
+    m_isPastLimit = true;
+    if (!m_child->hasEnded()) {
+        m_timedOut = true;
+        m_child->terminate();
+        return;
+    }
+    childEnded();
+}
+
+/// The child has been sent SIGTERM. While it runs nothing more is to be done; its end is what ends the run.
+void ProcessRun::terminateAsked() {
+    if (m_childHasEnded) {
+        childEnded();
+    }
+}
+
+/// The child has ended, or something changed since: reads what it left in the pipe and ends the run, unless a
+/// grandchild still has something to say and the time to say it.
+void ProcessRun::childEnded() {
+    m_childHasEnded = true;
+    m_io->unwatch(m_child->endDescriptor());
+    readOutput();
+    if (!m_outputIsOpen || !mayLinger()) {
+        finish();
+    }
+}
+
+bool ProcessRun::mayLinger() const {
+    const bool cancelled = m_request.handle && m_request.handle->isCancelled();
+    return !m_isPastLimit && !cancelled;
+}
+
+void ProcessRun::readOutput() {
+    for (int chunk = 0; chunk < chunksPerTurn && m_outputIsOpen; ++chunk) {
+        if (!readChunk()) {
+            return;
+        }
+    }
+}
+
+/// Answers whether there may be more to read now.
+bool ProcessRun::readChunk() {
+    const std::span<char> room = m_io->scratch();
+    const ssize_t count = ::read(m_child->outputDescriptor(), room.data(), room.size());
+    if (count < 0 && errno == EINTR) {
+        return true;
+    }
+    if (count < 0 && errno == EAGAIN) {
+        return false;
+    }
+    if (count <= 0) {
+        closeOutput();
+        return false;
+    }
+    const QByteArrayView chunk(room.data(), count);
+    m_output.append(chunk);
+    if (m_request.onOutput) {
+        m_request.onOutput(decodeUtf8(chunk));
+    }
+    return true;
+}
+
+void ProcessRun::closeOutput() {
+    m_io->unwatch(m_child->outputDescriptor());
+    m_outputIsOpen = false;
+}
+
+void ProcessRun::finish() {
+    m_isFinished = true;
+    closeOutput();
+    m_timeLimit.reset();
+    CommandResult result;
+    result.status = m_child->reap();
+    result.output = m_output.string();
+    result.timedOut = m_timedOut;
+    result.cancelled = m_request.handle && m_request.handle->isCancelled();
+    m_ended.complete(std::move(result));
+}
+
+} // namespace orvanel

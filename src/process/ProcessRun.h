@@ -1,0 +1,62 @@
+#pragma once
+
+#include "process/ChildProcess.h"
+#include "process/DockerCLI.h"
+#include "process/IoThread.h"
+#include "process/OutputBuffer.h"
+#include "task/Clock.h"
+#include "task/Event.h"
+
+namespace orvanel {
+
+/// The result of a program that could not be started, for the system's reason `error`.
+CommandResult couldNotRun(const QString& path, int error);
+/// The result of a run whose handle was cancelled before there was a child.
+CommandResult cancelledBeforeStart();
+
+/// What a caller asks for; the meaning of the fields is told at DockerCLI::run().
+struct RunRequest {
+    QString path;
+    QStringList arguments;
+    std::chrono::duration<double> timeout{};
+    std::shared_ptr<ProcessHandle> handle;
+    DockerCLI::OutputCallback onOutput;
+};
+
+/// One run from its start to its result, all on the I/O thread.
+///
+/// It ends when the child has ended and the pipe is at its end. Should a grandchild hold the pipe open longer, the run
+/// goes on reading until its time limit or a cancel.
+class ProcessRun final : public DescriptorWatcher, public std::enable_shared_from_this<ProcessRun> {
+public:
+    ProcessRun(IoThread* io, Clock* clock, RunRequest request, Event<CommandResult> ended);
+
+    void start();
+    void ready(int descriptor) override;
+
+private:
+    std::function<void()> later(void (ProcessRun::*step)());
+    void timeLimitReached();
+    void terminateAsked();
+    void childEnded();
+    void readOutput();
+    bool readChunk();
+    void closeOutput();
+    bool mayLinger() const;
+    void finish();
+
+    IoThread* const m_io;
+    Clock* const m_clock;
+    const RunRequest m_request;
+    const Event<CommandResult> m_ended;
+    std::shared_ptr<ChildProcess> m_child;
+    std::unique_ptr<Clock::Timer> m_timeLimit;
+    OutputBuffer m_output;
+    bool m_outputIsOpen = false;
+    bool m_childHasEnded = false;
+    bool m_isPastLimit = false;
+    bool m_timedOut = false;
+    bool m_isFinished = false;
+};
+
+} // namespace orvanel

@@ -1,0 +1,48 @@
+#include "process/ProcessRunner.h"
+
+#include "process/IoThread.h"
+#include "process/ProcessRun.h"
+#include "task/SystemClock.h"
+
+#include <QCoreApplication>
+
+namespace orvanel {
+
+ProcessRunner::ProcessRunner(Clock* clock)
+    : m_clock(clock)
+    , m_io(std::make_unique<IoThread>()) {}
+
+ProcessRunner::~ProcessRunner() = default;
+
+ProcessRunner& ProcessRunner::shared() {
+    // Never deleted, so that nothing that is still pending at the program's end can find it gone. Its thread ends with
+    // the application object, while all of Qt that it uses is there.
+    static ProcessRunner* const runner = [] {
+        qAddPostRoutine([] { shared().m_io->stop(); });
+        return new ProcessRunner(&SystemClock::instance());
+    }();
+    return *runner;
+}
+
+QCoro::Task<CommandResult> ProcessRunner::run(QString path, QStringList arguments,
+                                              std::chrono::duration<double> timeout,
+                                              std::shared_ptr<ProcessHandle> handle,
+                                              DockerCLI::OutputCallback onOutput) {
+    if (handle && handle->isCancelled()) {
+        co_return cancelledBeforeStart();
+    }
+    if (const int error = m_io->start(); error != 0) {
+        co_return couldNotRun(path, error);
+    }
+    const Event<CommandResult> ended;
+    begin({std::move(path), std::move(arguments), timeout, std::move(handle), std::move(onOutput)}, ended);
+    auto result = co_await ended;
+    co_return result;
+}
+
+void ProcessRunner::begin(RunRequest request, Event<CommandResult> ended) {
+    const auto run = std::make_shared<ProcessRun>(m_io.get(), m_clock, std::move(request), std::move(ended));
+    m_io->mailbox()->post([run] { run->start(); });
+}
+
+} // namespace orvanel
