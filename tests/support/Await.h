@@ -3,6 +3,7 @@
 #include <QCoro/QCoroTask>
 #include <QDeadlineTimer>
 #include <QTest>
+#include <QTimer>
 
 #include <chrono>
 #include <exception>
@@ -15,15 +16,18 @@ namespace orvanel::test {
 /// How long a test waits, in real time, for something that must happen; a bound against hanging, not a measure.
 constexpr std::chrono::seconds patience{30};
 
-/// Runs the event loop until `condition` holds; false when it does not within `patience`.
+/// Runs the event loop until `condition` holds; false when it does not within `patience`. Sleeps between events, and
+/// looks every few milliseconds even when there is none, because a condition may be about a file or another thread.
 template <class Condition>
 [[nodiscard]] bool waitUntil(Condition condition) {
     const QDeadlineTimer deadline(patience);
+    QTimer alarm;
+    alarm.start(std::chrono::milliseconds(5));
     while (!condition()) {
         if (deadline.hasExpired()) {
             return false;
         }
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 10);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents);
     }
     return true;
 }
