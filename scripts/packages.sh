@@ -26,7 +26,8 @@ clang_version() {
             fi
         done
     done
-    echo "${clang_versions[0]}"
+    # No lists of apt yet: what the two promised distributions have.
+    if [[ $(os_field ID)$(os_field VERSION_ID) == debian12 ]]; then echo 16; else echo 18; fi
 }
 
 compiler() {
@@ -126,7 +127,7 @@ install_with_apt() {
     mapfile -t missing < <(missing_from_apt "$@")
     ((${#missing[@]})) || return 0
     ((EUID == 0)) || command -v sudo >/dev/null ||
-        fail "These packages are missing: ${missing[*]}. Please install them as root with apt-get install, then try again."
+        fail "Packages are missing, and there is no sudo to install them with. Please run as root: apt-get install --no-install-recommends ${missing[*]}"
 
     check_build_folder
     apt_log=build/apt.log

@@ -80,7 +80,7 @@ private Q_SLOTS:
     void sleepEndsEarlyWhenStopped() {
         FakeClock clock;
         bool done = false;
-        std::stop_source stop;
+        const std::stop_source stop;
         TaskScope scope;
         scope.start(setAfter(&clock, 1h, &done, stop.get_token()), QStringLiteral("sleeper"));
         QCOMPARE(scope.running(), 1);
