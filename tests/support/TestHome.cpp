@@ -42,7 +42,7 @@ QString TestHome::path(const QString& relative) const {
 }
 
 QString TestHome::write(const QString& relative, const QByteArray& content, bool executable) const {
-    const QString target = path(relative);
+    QString target = path(relative);
     QDir().mkpath(QFileInfo(target).path());
     QFile file(target);
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
