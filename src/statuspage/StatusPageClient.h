@@ -1,37 +1,19 @@
 #pragma once
 
-#include "statuspage/MonitorRow.h"
+#include "statuspage/StatusPageResult.h"
 #include "task/Clock.h"
 
 #include <QCoro/QCoroTask>
 
 #include <memory>
-#include <variant>
-
-class QNetworkAccessManager;
 
 namespace orvanel {
 
-/// A status page as it was read: its monitors in the page's order.
-struct StatusPageData {
-    QString title;
-    QList<MonitorRow> monitors;
-
-    bool operator==(const StatusPageData&) const = default;
-};
-
-/// Why a status page could not be read: one complete sentence for the user.
-struct StatusPageError {
-    QString message;
-
-    bool operator==(const StatusPageError&) const = default;
-};
-
-using StatusPageResult = std::variant<StatusPageData, StatusPageError>;
+class HttpSession;
 
 /// Reads the public status pages of the Uptime Kuma server on 127.0.0.1, without ever logging in.
-/// Lives on one thread with an event loop; must outlive what it was asked. Answers over 16 MiB are refused, redirects
-/// are answers like any other (never followed), and no proxy is used.
+/// Lives on one thread with an event loop; `clock` must outlive it. What is still under way when it goes ends in an
+/// error. Answers over 16 MiB are refused, redirects are answers like any other (never followed), and no proxy is used.
 class StatusPageClient {
 public:
     explicit StatusPageClient(Clock& clock);
@@ -42,14 +24,16 @@ public:
     /// Whether the web page answers within 2.5 s, with any HTTP status below 500.
     QCoro::Task<bool> pageAnswers(int port);
 
-    /// Reads the page `slug` (already trimmed and lower-cased) and its heartbeats, one request after the other.
+    /// Reads the page `slug` (already trimmed and lower-cased) and its heartbeats, one request after the other. Each
+    /// may be silent for 5 s and last 15 s in all.
     QCoro::Task<StatusPageResult> fetch(int port, QString slug);
 
 private:
-    QNetworkAccessManager& session();
+    std::shared_ptr<HttpSession> session();
 
     Clock& m_clock;
-    std::unique_ptr<QNetworkAccessManager> m_session;
+    /// Made at the first request; shared with the requests under way, which may end after the client.
+    std::shared_ptr<HttpSession> m_session;
 };
 
 } // namespace orvanel

@@ -1,0 +1,419 @@
+#include "standin/kuma/KumaServer.h"
+#include "statuspage/StatusPageClient.h"
+#include "support/Await.h"
+#include "task/SystemClock.h"
+
+#include <QFile>
+#include <QNetworkProxy>
+#include <QNetworkProxyFactory>
+#include <QTcpServer>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+const QByteArray emptyPage = R"({"publicGroupList":[]})";
+
+QString sentence(const StatusPageResult& result) {
+    const auto* error = std::get_if<StatusPageError>(&result);
+    return error ? error->message : QString();
+}
+
+QString httpSentence(const char* code) {
+    return QStringLiteral("Could not read the status page (HTTP %1).").arg(QLatin1String(code));
+}
+
+QStringList pathsOf(const KumaServer& server) {
+    QStringList paths;
+    for (const KumaServer::Request& request : server.requests()) {
+        paths << request.path;
+    }
+    return paths;
+}
+
+/// A port of 127.0.0.1 that nobody listens on.
+int closedPort() {
+    QTcpServer server;
+    return server.listen(QHostAddress::LocalHost) ? server.serverPort() : -1;
+}
+
+} // namespace
+
+class TestStatusPageClient : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readsAPage() {
+        const KumaServer server;
+        server.page(QStringLiteral("home"), R"({"config":{"title":"Home"},"publicGroupList":[
+            {"name":"Core","monitorList":[{"id":1,"name":"Web"},{"id":2}]}]})");
+        server.heartbeat(QStringLiteral("home"), R"({"heartbeatList":{"1":[{"status":0,"ping":null},
+            {"status":1,"ping":12}]},"uptimeList":{"1_24":0.5}})");
+        StatusPageClient client(SystemClock::instance());
+        const StatusPageResult result = await(client.fetch(server.port(), QStringLiteral("home")));
+        const QString core = QStringLiteral("Core");
+        const StatusPageData expected{
+            QStringLiteral("Home"),
+            {{1, QStringLiteral("Web"), core, 1, 12, 0.5}, {2, QStringLiteral("Monitor 2"), core, {}, {}, {}}}};
+        QCOMPARE(result, StatusPageResult(expected));
+    }
+
+    void recordedAnswersComeThroughWhole() {
+        const KumaServer server;
+        for (const char* name : {"home", "full", "empty"}) {
+            const QString slug = QString::fromLatin1(name);
+            server.page(slug, recorded(QStringLiteral("status-page-") + slug));
+            server.heartbeat(slug, recorded(QStringLiteral("heartbeat-") + slug));
+        }
+        StatusPageClient client(SystemClock::instance());
+        const std::pair<const char*, qsizetype> pages[] = {{"home", 10}, {"full", 6}, {"empty", 0}};
+        for (const auto& [name, rows] : pages) {
+            const auto result = await(client.fetch(server.port(), QString::fromLatin1(name)));
+            QCOMPARE(sentence(result), QString());
+            QCOMPARE(std::get<StatusPageData>(result).monitors.size(), rows);
+        }
+    }
+
+    void asksTheTwoAddressesOneAfterTheOther() {
+        const KumaServer server;
+        server.page(QStringLiteral("home"), emptyPage);
+        server.script("path /api/status-page/home delay=200");
+        StatusPageClient client(SystemClock::instance());
+        auto reading = client.fetch(server.port(), QStringLiteral("home"));
+        QVERIFY(waitUntil([&] { return server.requests().size() == 1; }));
+        QVERIFY(!reading.isReady());
+        QCOMPARE(sentence(await(std::move(reading))), QString());
+        const auto requests = server.requests();
+        QCOMPARE(pathsOf(server), QStringList({QStringLiteral("/api/status-page/home"),
+                                               QStringLiteral("/api/status-page/heartbeat/home")}));
+        QCOMPARE(requests.at(0).method, QStringLiteral("GET"));
+        QCOMPARE(requests.at(0).host, QStringLiteral("127.0.0.1:%1").arg(server.port()));
+        QVERIFY(requests.at(0).headers.contains(QStringLiteral("Accept-Encoding: identity"), Qt::CaseInsensitive));
+    }
+
+    void secondRequestIsNotSentBeforeTheFirstIsAnswered() {
+        const KumaServer server("path /api/status-page/home stall-after=5");
+        server.page(QStringLiteral("home"), emptyPage);
+        {
+            StatusPageClient client(SystemClock::instance());
+            const auto reading = client.fetch(server.port(), QStringLiteral("home"));
+            QVERIFY(waitUntil([&] { return !server.requests().isEmpty(); }));
+            drainEvents();
+            QVERIFY(!reading.isReady());
+            QCOMPARE(pathsOf(server), QStringList(QStringLiteral("/api/status-page/home")));
+        }
+        drainEvents();
+    }
+
+    void slugsGoOverTheWireAsOneSegment_data() {
+        QTest::addColumn<QString>("slug");
+        QTest::addColumn<QString>("segment");
+        const std::pair<const char16_t*, const char*> slugs[] = {
+            {u"home", "home"},
+            {u"a/b", "a%2Fb"},
+            {u"a b", "a%20b"},
+            {u"%2F", "%252F"},
+            {u"%zz", "%25zz"},
+            {u"%41", "%2541"},
+            {u"#top", "%23top"},
+            {u"a?b=c", "a%3Fb=c"},
+            {u"...", "..."},
+            {u"..a", "..a"},
+            {u"../..", "..%2F.."},
+            {u"a:b@c", "a:b@c"},
+            {u"a\\b", "a%5Cb"},
+            {u"[x]", "%5Bx%5D"},
+            {u"{x}", "%7Bx%7D"},
+            {u"\"<>|^`", "%22%3C%3E%7C%5E%60"},
+            {u"ü☃", "%C3%BC%E2%98%83"},
+            {u"\U0001F680", "%F0%9F%9A%80"},
+            {u"a\nb", "a%0Ab"},
+            {u"\x7f", "%7F"},
+            {u"a-._~b", "a-._~b"},
+            {u"!$&'()*+,;=:@", "!$&'()*+,;=:@"},
+            {u"//evil", "%2F%2Fevil"},
+            {u"", ""},
+        };
+        for (const auto& [slug, segment] : slugs) {
+            QTest::addRow("[%s]", segment) << QString::fromUtf16(slug) << QString::fromLatin1(segment);
+        }
+    }
+    void slugsGoOverTheWireAsOneSegment() {
+        QFETCH(QString, slug);
+        QFETCH(QString, segment);
+        const KumaServer server(R"(path * text={"publicGroupList":[]})");
+        StatusPageClient client(SystemClock::instance());
+        const StatusPageResult result = await(client.fetch(server.port(), slug));
+        QCOMPARE(pathsOf(server), QStringList({QStringLiteral("/api/status-page/") + segment,
+                                               QStringLiteral("/api/status-page/heartbeat/") + segment}));
+        QCOMPARE(result, StatusPageResult(StatusPageData{slug, {}}));
+    }
+
+    void everyCharacterOfASlugArrives() {
+        const KumaServer server(R"(path * text={"publicGroupList":[]})");
+        StatusPageClient client(SystemClock::instance());
+        QString slug;
+        for (char16_t c = 0; c < 0x250; ++c) {
+            slug += QChar(c);
+        }
+        QCOMPARE(sentence(await(client.fetch(server.port(), slug))), QString());
+        const QString prefix = QStringLiteral("/api/status-page/");
+        const QString sent = pathsOf(server).value(0).mid(prefix.size());
+        QVERIFY(!sent.contains(u'/'));
+        QCOMPARE(QString::fromUtf8(QByteArray::fromPercentEncoding(sent.toLatin1())), slug);
+    }
+
+    void slugThatCannotBeASegmentIsNotValid() {
+        const KumaServer server;
+        StatusPageClient client(SystemClock::instance());
+        const QString notValid = QStringLiteral("Could not read the status page: the slug is not valid.");
+        QStringList slugs = {QStringLiteral("."), QStringLiteral("..")};
+        for (const char16_t lone : {u'\xd800', u'\xdc00'}) {
+            slugs << QStringLiteral("a") + QChar(lone) + QStringLiteral("b");
+        }
+        for (const QString& slug : slugs) {
+            QCOMPARE(sentence(await(client.fetch(server.port(), slug))), notValid);
+        }
+        QVERIFY(server.requests().isEmpty());
+    }
+
+    void impossiblePortsAreNoReasonToCrash_data() {
+        QTest::addColumn<int>("port");
+        for (const int port :
+             {0, -1, -5, 65536, 70000, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
+            QTest::addRow("%d", port) << port;
+        }
+    }
+    void impossiblePortsAreNoReasonToCrash() {
+        QFETCH(int, port);
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(await(client.pageAnswers(port)), false);
+        const QString message = sentence(await(client.fetch(port, QStringLiteral("home"))));
+        QVERIFY2(message.startsWith(QStringLiteral("Could not read the status page: ")), qPrintable(message));
+        QVERIFY(message.endsWith(u'.'));
+    }
+
+    void readinessIsAnyStatusBelow500_data() {
+        QTest::addColumn<QByteArray>("mood");
+        QTest::addColumn<bool>("answers");
+        const std::pair<const char*, bool> moods[] = {
+            {"", true}, // 302, as the healthy server does
+            {"status=200", true},
+            {"status=204", true},
+            {"status=304", true},
+            {"status=400", true},
+            {"status=401", true},
+            {"status=404", true},
+            {"status=407", true},
+            {"status=499", true},
+            {"status=500", false},
+            {"status=503", false},
+            {"status=599", false},
+            {"status=600", false},
+            {"close", false},
+            {"reset", false},
+            {"garbage", false},
+            {"raw=HTTP/1.1%20", false},
+            {"raw=SSH-2.0-x%0D%0A", false},
+            {"raw=220%20mail%20ready%0D%0A", false},
+            {"raw=HTTP/1.0%20200%20OK%0D%0A%0D%0A", true},
+            {"redirect=//other.invalid/", true},
+            {"redirect=%zz status=301", true},
+            {"header=WWW-Authenticate:%20Basic%20realm=x status=401", true},
+            {"header=WWW-Authenticate:%20Negotiate status=401", true},
+            {"size=1G", true},
+            {"endless chunked", true},
+            {"stall-after=0 size=10", true},
+            {"drip-body=1000", true},
+        };
+        for (const auto& [mood, answers] : moods) {
+            QTest::addRow("[%s]", mood) << QByteArray(mood) << answers;
+        }
+    }
+    void readinessIsAnyStatusBelow500() {
+        QFETCH(QByteArray, mood);
+        QFETCH(bool, answers);
+        const KumaServer server("path / " + mood);
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(await(client.pageAnswers(server.port())), answers);
+        QCOMPARE(pathsOf(server).value(0), QStringLiteral("/"));
+        QVERIFY(!pathsOf(server).contains(QStringLiteral("/dashboard")));
+    }
+
+    void refusedConnections() {
+        const int port = closedPort();
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(await(client.pageAnswers(port)), false);
+        QCOMPARE(sentence(await(client.fetch(port, QStringLiteral("home")))),
+                 QStringLiteral("Could not read the status page: the connection was refused."));
+    }
+
+    void serverBehindDockersProxyIsNotReadyUntilItAnswers() {
+        const KumaServer server("path * close");
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(await(client.pageAnswers(server.port())), false);
+        QCOMPARE(await(client.pageAnswers(server.port())), false);
+        server.script({});
+        QCOMPARE(await(client.pageAnswers(server.port())), true);
+    }
+
+    void aFailedFirstRequestIsTheOnlyOne_data() {
+        QTest::addColumn<QByteArray>("mood");
+        QTest::addColumn<QString>("message");
+        const QString unexpected = QStringLiteral("Could not read the status page (HTTP 200, unexpected answer).");
+        const QString noAnswer = QStringLiteral("Could not read the status page: the server gave no proper answer.");
+        const QString closed = QStringLiteral("Could not read the status page: the server closed the connection.");
+        const QString tooLarge = QStringLiteral("Could not read the status page: the answer is too large.");
+        QTest::newRow("unknown page") << QByteArray() << httpSentence("404");
+        for (const char* code : {"201", "204", "301", "304", "401", "403", "404", "407", "429", "500", "503", "600"}) {
+            QTest::newRow(code) << "status=" + QByteArray(code) << httpSentence(code);
+        }
+        QTest::newRow("another success with JSON") << QByteArray("text={} status=206") << httpSentence("206");
+        QTest::newRow("redirect") << QByteArray("redirect=/dashboard") << httpSentence("302");
+        QTest::newRow("wants a password")
+            << QByteArray("status=401 header=WWW-Authenticate:%20Basic%20realm=x") << httpSentence("401");
+        QTest::newRow("empty body") << QByteArray("text=") << unexpected;
+        QTest::newRow("web page") << QByteArray("text=<html> type=text/html") << unexpected;
+        QTest::newRow("deep nesting") << QByteArray("size=100000 fill=[") << unexpected;
+        QTest::newRow("NUL bytes") << QByteArray("size=1000 fill=%00") << unexpected;
+        QTest::newRow("packed although not asked")
+            << QByteArray("text=%1f%8b%08%00%00%00%00%00 header=Content-Encoding:%20gzip") << unexpected;
+        QTest::newRow("garbage") << QByteArray("garbage") << noAnswer;
+        QTest::newRow("another protocol") << QByteArray("raw=SSH-2.0-OpenSSH%0D%0A") << noAnswer;
+        QTest::newRow("closed") << QByteArray("close") << noAnswer;
+        QTest::newRow("closed in the body") << QByteArray("text={\"publicGroupList\":[]} cut=8") << closed;
+        QTest::newRow("closed in a chunked body") << QByteArray("text={} chunked cut=1") << closed;
+        QTest::newRow("announces 1 GiB") << QByteArray("size=1G") << tooLarge;
+        QTest::newRow("sends 17 MiB in chunks") << QByteArray("size=17M chunked") << tooLarge;
+        QTest::newRow("sends 17 MiB until it closes") << QByteArray("size=17M until-close") << tooLarge;
+    }
+    void aFailedFirstRequestIsTheOnlyOne() {
+        QFETCH(QByteArray, mood);
+        QFETCH(QString, message);
+        const KumaServer server("path /api/status-page/home " + mood);
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), message);
+        for (const QString& path : pathsOf(server)) {
+            QCOMPARE(path, QStringLiteral("/api/status-page/home"));
+        }
+    }
+
+    void aResetIsATransportError() {
+        const KumaServer server("path * reset");
+        StatusPageClient client(SystemClock::instance());
+        const QString message = sentence(await(client.fetch(server.port(), QStringLiteral("home"))));
+        QVERIFY2(message.startsWith(QStringLiteral("Could not read the status page: ")), qPrintable(message));
+        QVERIFY(message.endsWith(u'.'));
+    }
+
+    void aFailedSecondRequestIsToldToo() {
+        const KumaServer server("path /api/status-page/heartbeat/home status=503");
+        server.page(QStringLiteral("home"), emptyPage);
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), httpSentence("503"));
+        server.script("path /api/status-page/heartbeat/home text=[]");
+        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))),
+                 QStringLiteral("Could not read the status page (HTTP 200, the answer has an unexpected shape)."));
+    }
+
+    void aPageOfTheWrongShapeIsToldAfterBothRequests() {
+        const KumaServer server("path /api/status-page/home text={}");
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))),
+                 QStringLiteral("Could not read the status page (HTTP 200, the answer has an unexpected shape)."));
+        QCOMPARE(server.requests().size(), 2);
+    }
+
+    void answersInChunksAndUntilTheCloseAreRead() {
+        const KumaServer server("path /api/status-page/home chunked\n"
+                                "path /api/status-page/heartbeat/home until-close");
+        server.page(QStringLiteral("home"), emptyPage);
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), QString());
+        QCOMPARE(server.requests().size(), 2);
+    }
+
+    void noticesBeforeTheAnswerAreSkippedOrTold() {
+        const KumaServer server("path * raw=HTTP/1.1%20100%20Continue%0D%0A%0D%0AHTTP/1.1%20200%20OK%0D%0A"
+                                "Content-Length:%202%0D%0A%0D%0A[]");
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(await(client.pageAnswers(server.port())), true);
+        const QString message = sentence(await(client.fetch(server.port(), QStringLiteral("home"))));
+        QVERIFY2(message.endsWith(QStringLiteral("unexpected shape).")) || message == httpSentence("100"),
+                 qPrintable(message));
+    }
+
+    void anotherHostIsNeverAsked() {
+        const KumaServer other;
+        const QByteArray elsewhere = "http://127.0.0.1:" + QByteArray::number(other.port());
+        const KumaServer server("path * redirect=" + elsewhere + "/");
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(await(client.pageAnswers(server.port())), true);
+        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), httpSentence("302"));
+        QVERIFY(other.requests().isEmpty());
+    }
+
+    void proxiesAreNeverUsed() {
+        const KumaServer proxy("path * text={}");
+        const QByteArray address = "http://127.0.0.1:" + QByteArray::number(proxy.port());
+        for (const char* variable : {"http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"}) {
+            qputenv(variable, address);
+        }
+        QNetworkProxyFactory::setUseSystemConfiguration(true);
+        const QNetworkProxy everywhere(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"),
+                                       static_cast<quint16>(proxy.port()));
+        QNetworkProxy::setApplicationProxy(everywhere);
+        const KumaServer server;
+        StatusPageClient client(SystemClock::instance());
+        const bool answers = await(client.pageAnswers(server.port()));
+        const QString message = sentence(await(client.fetch(server.port(), QStringLiteral("home"))));
+        QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
+        for (const char* variable : {"http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"}) {
+            qunsetenv(variable);
+        }
+        QVERIFY(answers);
+        QCOMPARE(message, httpSentence("404"));
+        QVERIFY(proxy.requests().isEmpty());
+    }
+
+    void nothingIsRemembered() {
+        const KumaServer server("path / header=Set-Cookie:%20a=b header=Cache-Control:%20max-age=3600\n"
+                                "path /api/* header=Set-Cookie:%20a=b header=Cache-Control:%20max-age=3600 "
+                                "header=ETag:%20x");
+        server.page(QStringLiteral("home"), emptyPage);
+        StatusPageClient client(SystemClock::instance());
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY(await(client.pageAnswers(server.port())));
+            QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), QString());
+        }
+        QCOMPARE(server.requests().size(), 6);
+        for (const KumaServer::Request& request : server.requests()) {
+            QVERIFY(!request.headers.contains(QStringLiteral("Cookie"), Qt::CaseInsensitive));
+            QVERIFY(!request.headers.contains(QStringLiteral("If-None-Match"), Qt::CaseInsensitive));
+            QVERIFY(!request.headers.contains(QStringLiteral("Upgrade"), Qt::CaseInsensitive));
+        }
+    }
+
+    void requestsSideBySideDoNotDisturbOneAnother() {
+        const KumaServer server("path /api/status-page/slow delay=300");
+        server.page(QStringLiteral("slow"), emptyPage);
+        server.page(QStringLiteral("quick"), emptyPage);
+        StatusPageClient client(SystemClock::instance());
+        auto slow = client.fetch(server.port(), QStringLiteral("slow"));
+        auto quick = client.fetch(server.port(), QStringLiteral("quick"));
+        auto answers = client.pageAnswers(server.port());
+        QVERIFY(await(std::move(answers)));
+        QCOMPARE(sentence(await(std::move(quick))), QString());
+        QCOMPARE(sentence(await(std::move(slow))), QString());
+    }
+
+private:
+    static QByteArray recorded(const QString& name) {
+        QFile file(QStringLiteral(ORVANEL_FIXTURES "/%1.json").arg(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+};
+
+QTEST_GUILESS_MAIN(TestStatusPageClient)
+#include "TestStatusPageClient.moc"

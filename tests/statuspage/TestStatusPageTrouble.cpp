@@ -1,0 +1,365 @@
+#include "standin/kuma/KumaServer.h"
+#include "statuspage/StatusPageClient.h"
+#include "support/Await.h"
+#include "support/FakeClock.h"
+#include "task/SystemClock.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <ctime>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qint64 mebibyte = 1024 * 1024;
+
+const QString home = QStringLiteral("home");
+const QByteArray emptyPage = R"({"publicGroupList":[]})";
+const QString timedOut = QStringLiteral("Could not read the status page: the request timed out.");
+const QString cancelled = QStringLiteral("Could not read the status page: the request was cancelled.");
+const QString tooLarge = QStringLiteral("Could not read the status page: the answer is too large.");
+
+QString sentence(const StatusPageResult& result) {
+    const auto* error = std::get_if<StatusPageError>(&result);
+    return error ? error->message : QString();
+}
+
+/// The most memory that this process ever had, in bytes.
+qint64 peakMemory() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (status.open(QIODevice::ReadOnly)) {
+        for (const QByteArray& line : status.readAll().split('\n')) {
+            if (line.startsWith("VmHWM:")) {
+                return line.mid(6).trimmed().split(' ').first().toLongLong() * 1024;
+            }
+        }
+    }
+    qFatal("no VmHWM in /proc/self/status");
+}
+
+/// Processor time that this thread has used, which no other load of the machine can lengthen.
+std::chrono::nanoseconds threadTime() {
+    timespec used{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
+}
+
+/// Whether the port can be taken without any reuse option, as a server's operator would find out.
+bool canBind(int port) {
+    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const bool bound = ::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    ::close(descriptor);
+    return bound;
+}
+
+/// A server whose answer the test sends piece by piece.
+class ManualServer {
+public:
+    ManualServer() {
+        if (!m_server.listen(QHostAddress::LocalHost)) {
+            qFatal("could not listen");
+        }
+    }
+
+    int port() const { return m_server.serverPort(); }
+
+    /// Whether a request has arrived.
+    bool isAsked() {
+        if (!m_client) {
+            m_client = m_server.nextPendingConnection();
+        }
+        return m_client && m_client->bytesAvailable() > 0;
+    }
+
+    void send(const QByteArray& bytes) { m_client->write(bytes); }
+    bool isLeft() const { return m_client->state() == QAbstractSocket::UnconnectedState; }
+
+private:
+    QTcpServer m_server;
+    QTcpSocket* m_client = nullptr;
+};
+
+/// The longest stretch between two turns of this thread's event loop, while it exists.
+class LoopWatch {
+public:
+    LoopWatch() {
+        m_timer.callOnTimeout([this] { look(); });
+        m_timer.start(10ms);
+        m_wall.start();
+    }
+
+    void look() {
+        m_longestWall = std::max(m_longestWall, m_wall.restart());
+        m_longestWork = std::max(m_longestWork, threadTime() - m_lastWork);
+        m_lastWork = threadTime();
+        m_looks += 1;
+    }
+
+    qint64 longestWallMs() const { return m_longestWall; }
+    qint64 longestWorkMs() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(m_longestWork).count();
+    }
+    int looks() const { return m_looks; }
+
+private:
+    QTimer m_timer;
+    QElapsedTimer m_wall;
+    std::chrono::nanoseconds m_lastWork = threadTime();
+    qint64 m_longestWall = 0;
+    std::chrono::nanoseconds m_longestWork{0};
+    int m_looks = 0;
+};
+
+} // namespace
+
+class TestStatusPageTrouble : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readinessWaitsTwoAndAHalfSeconds_data() {
+        QTest::addColumn<QByteArray>("mood");
+        QTest::newRow("no answer") << QByteArray("stall");
+        QTest::newRow("a byte now and then") << QByteArray("drip=60000");
+    }
+    void readinessWaitsTwoAndAHalfSeconds() {
+        QFETCH(QByteArray, mood);
+        const KumaServer server("path / " + mood);
+        FakeClock clock;
+        StatusPageClient client(clock);
+        auto answers = client.pageAnswers(server.port());
+        QVERIFY(waitUntil([&] { return !server.requests().isEmpty(); }));
+        clock.advance(2499ms);
+        drainEvents();
+        QVERIFY(!answers.isReady());
+        clock.advance(1ms);
+        QCOMPARE(await(std::move(answers)), false);
+        QCOMPARE(clock.pendingTimers(), 0);
+    }
+
+    void readingEndsAfterFiveSilentSeconds_data() {
+        QTest::addColumn<QByteArray>("mood");
+        QTest::newRow("no answer") << QByteArray("stall");
+        QTest::newRow("a byte now and then") << QByteArray("drip=60000");
+    }
+    void readingEndsAfterFiveSilentSeconds() {
+        QFETCH(QByteArray, mood);
+        const KumaServer server("path /api/* " + mood);
+        FakeClock clock;
+        StatusPageClient client(clock);
+        auto reading = client.fetch(server.port(), home);
+        QVERIFY(waitUntil([&] { return !server.requests().isEmpty(); }));
+        clock.advance(4999ms);
+        drainEvents();
+        QVERIFY(!reading.isReady());
+        clock.advance(1ms);
+        QCOMPARE(sentence(await(std::move(reading))), timedOut);
+        QCOMPARE(server.requests().size(), 1);
+        QCOMPARE(clock.pendingTimers(), 0);
+    }
+
+    void everyPieceOfTheAnswerIsASignOfLife() {
+        ManualServer server;
+        FakeClock clock;
+        StatusPageClient client(clock);
+        auto reading = client.fetch(server.port(), home);
+        QVERIFY(waitUntil([&] { return server.isAsked(); }));
+        clock.advance(4s);
+        QCOMPARE(clock.untilNextTimer(), 1000ms);
+        server.send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n");
+        QVERIFY(waitUntil([&] { return clock.untilNextTimer() == 5s; }));
+        clock.advance(3s);
+        server.send("{");
+        QVERIFY(waitUntil([&] { return clock.untilNextTimer() == 5s; }));
+        clock.advance(4999ms);
+        drainEvents();
+        QVERIFY(!reading.isReady());
+        clock.advance(1ms);
+        QCOMPARE(sentence(await(std::move(reading))), timedOut);
+        QVERIFY(waitUntil([&] { return server.isLeft(); }));
+    }
+
+    void fifteenSecondsAreEnoughForAnyAnswer() {
+        ManualServer server;
+        FakeClock clock;
+        StatusPageClient client(clock);
+        auto reading = client.fetch(server.port(), home);
+        QVERIFY(waitUntil([&] { return server.isAsked(); }));
+        clock.advance(4s);
+        server.send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n");
+        QVERIFY(waitUntil([&] { return clock.untilNextTimer() == 5s; }));
+        clock.advance(4s);
+        server.send("{");
+        QVERIFY(waitUntil([&] { return clock.untilNextTimer() == 5s; }));
+        clock.advance(4s);
+        // Three seconds are left, however lively the server is.
+        server.send("{");
+        QVERIFY(waitUntil([&] { return clock.untilNextTimer() == 3s; }));
+        clock.advance(2999ms);
+        drainEvents();
+        QVERIFY(!reading.isReady());
+        clock.advance(1ms);
+        QCOMPARE(sentence(await(std::move(reading))), timedOut);
+    }
+
+    void eachOfTheTwoRequestsHasItsOwnTime() {
+        const KumaServer server("path /api/status-page/heartbeat/* stall");
+        server.page(home, emptyPage);
+        FakeClock clock;
+        StatusPageClient client(clock);
+        auto reading = client.fetch(server.port(), home);
+        QVERIFY(waitUntil([&] { return server.requests().size() == 2; }));
+        QCOMPARE(clock.untilNextTimer(), 5000ms);
+        clock.advance(5s);
+        QCOMPARE(sentence(await(std::move(reading))), timedOut);
+    }
+
+    void slowButLivelyAnswersAreRead() {
+        const KumaServer server("path * drip=1");
+        server.page(home, emptyPage);
+        FakeClock clock;
+        StatusPageClient client(clock);
+        QCOMPARE(sentence(await(client.fetch(server.port(), home))), QString());
+        QVERIFY(await(client.pageAnswers(server.port())));
+    }
+
+    void answersWithoutEndAreRefusedInBoundedMemory_data() {
+        QTest::addColumn<QByteArray>("mood");
+        QTest::newRow("until the close") << QByteArray("endless until-close");
+        QTest::newRow("in chunks") << QByteArray("endless chunked");
+        QTest::newRow("1 GiB announced") << QByteArray("size=1G");
+        QTest::newRow("1 GiB in chunks") << QByteArray("size=1G chunked");
+        QTest::newRow("4 GiB announced") << QByteArray("size=4G");
+    }
+    void answersWithoutEndAreRefusedInBoundedMemory() {
+        QFETCH(QByteArray, mood);
+        const KumaServer server("path /api/* " + mood);
+        FakeClock clock;
+        StatusPageClient client(clock);
+        const qint64 before = peakMemory();
+        QCOMPARE(sentence(await(client.fetch(server.port(), home))), tooLarge);
+        const qint64 growth = peakMemory() - before;
+        QVERIFY2(growth < 160 * mebibyte, qPrintable(QStringLiteral("%1 MiB").arg(growth / mebibyte)));
+    }
+
+    void headersWithoutEndAreRefusedInBoundedMemory() {
+        const KumaServer server("path * endless-head");
+        StatusPageClient client(SystemClock::instance());
+        const qint64 before = peakMemory();
+        QCOMPARE(await(client.pageAnswers(server.port())), false);
+        const qint64 growth = peakMemory() - before;
+        QVERIFY2(growth < 160 * mebibyte, qPrintable(QStringLiteral("%1 MiB").arg(growth / mebibyte)));
+    }
+
+    void sixteenMebibytesAreReadWithoutHoldingUpTheEventLoop() {
+        const KumaServer server;
+        server.page(home, largePage());
+        StatusPageClient client(SystemClock::instance());
+        LoopWatch watch;
+        const StatusPageResult result = await(client.fetch(server.port(), home));
+        watch.look();
+        QCOMPARE(sentence(result), QString());
+        QVERIFY(std::get<StatusPageData>(result).monitors.size() > 100'000);
+        qInfo("longest stretch %lld ms, of it %lld ms of work, %d turns", watch.longestWallMs(), watch.longestWorkMs(),
+              watch.looks());
+        QVERIFY2(watch.longestWorkMs() < 250, qPrintable(QStringLiteral("%1 ms of work").arg(watch.longestWorkMs())));
+        QVERIFY2(watch.longestWallMs() < 5000, qPrintable(QStringLiteral("%1 ms").arg(watch.longestWallMs())));
+    }
+
+    void exactlySixteenMebibytesAreAccepted_data() {
+        QTest::addColumn<QByteArray>("framing");
+        for (const char* framing : {"", "chunked", "until-close"}) {
+            QTest::addRow("[%s]", framing) << QByteArray(framing);
+        }
+    }
+    void exactlySixteenMebibytesAreAccepted() {
+        QFETCH(QByteArray, framing);
+        const KumaServer server("path /api/status-page/home " + framing);
+        const QByteArray padding(16 * mebibyte - emptyPage.size(), ' ');
+        server.page(home, emptyPage + padding);
+        StatusPageClient client(SystemClock::instance());
+        QCOMPARE(sentence(await(client.fetch(server.port(), home))), QString());
+        server.page(home, emptyPage + padding + ' ');
+        QCOMPARE(sentence(await(client.fetch(server.port(), home))), tooLarge);
+    }
+
+    void clientMayGoWhileItWaits_data() {
+        QTest::addColumn<QByteArray>("mood");
+        QTest::newRow("before the answer") << QByteArray("stall");
+        QTest::newRow("in the body") << QByteArray("text={} stall-after=1");
+    }
+    void clientMayGoWhileItWaits() {
+        QFETCH(QByteArray, mood);
+        const KumaServer server("path * " + mood);
+        auto clock = std::make_unique<FakeClock>();
+        auto client = std::make_unique<StatusPageClient>(*clock);
+        auto reading = client->fetch(server.port(), home);
+        auto answers = client->pageAnswers(server.port());
+        QVERIFY(waitUntil([&] { return server.requests().size() == 2; }));
+        client.reset();
+        QCOMPARE(clock->pendingTimers(), 0);
+        clock.reset();
+        QCOMPARE(sentence(await(std::move(reading))), cancelled);
+        QVERIFY(!await(std::move(answers)) || mood.contains("stall-after"));
+    }
+
+    void clientMayGoBetweenTheTwoRequests() {
+        const KumaServer server;
+        server.page(home, largePage());
+        auto client = std::make_unique<StatusPageClient>(SystemClock::instance());
+        auto reading = client->fetch(server.port(), home);
+        // While the first answer is taken apart elsewhere, no time limit runs and nothing is under way here.
+        QVERIFY(waitUntil([&] { return !server.requests().isEmpty(); }));
+        client.reset();
+        QCOMPARE(sentence(await(std::move(reading))), cancelled);
+        QCOMPARE(server.requests().size(), 1);
+    }
+
+    void clientThatWasNeverAskedNeedsNothing() {
+        FakeClock clock;
+        const StatusPageClient client(clock);
+        QCOMPARE(clock.pendingTimers(), 0);
+    }
+
+    /// Otherwise every restart of the server would find its port taken for a minute.
+    void portIsFreeAsSoonAsTheServerHasEnded() {
+        KumaServer server;
+        server.page(home, emptyPage);
+        const int port = server.port();
+        StatusPageClient client(SystemClock::instance());
+        for (int round = 0; round < 5; ++round) {
+            QVERIFY(await(client.pageAnswers(port)));
+            QCOMPARE(sentence(await(client.fetch(port, home))), QString());
+        }
+        for (const KumaServer::Request& request : server.requests()) {
+            QVERIFY(!request.wantsClose);
+        }
+        QVERIFY(!canBind(port));
+        QCOMPARE(server.stop(), 0);
+        QVERIFY(canBind(port));
+    }
+
+private:
+    /// Nearly 16 MiB of monitors.
+    static QByteArray largePage() {
+        const QByteArray monitor = R"({"id":1,"name":"A monitor with a name of ordinary length","sendUrl":0})";
+        const qsizetype count = 15 * mebibyte / (monitor.size() + 1);
+        return R"({"publicGroupList":[{"name":"G","monitorList":[)" + QByteArrayList(count, monitor).join(',') + "]}]}";
+    }
+};
+
+QTEST_GUILESS_MAIN(TestStatusPageTrouble)
+#include "TestStatusPageTrouble.moc"
