@@ -12,7 +12,7 @@ struct CommandResult {
     std::int32_t status = -1;
     /// Everything the child wrote to standard output and standard error, merged in the order of arrival; UTF-8 with
     /// invalid bytes replaced by U+FFFD. Of a very long output only the end is kept (see OutputBuffer).
-    QString output;
+    QString output = {};
     /// The time limit was reached while the child was still running, and it was asked to terminate.
     bool timedOut = false;
     /// The run's ProcessHandle was cancelled.
