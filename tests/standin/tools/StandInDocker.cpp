@@ -1,0 +1,155 @@
+#include "StandInDocker.h"
+
+#include "Companions.h"
+#include "ComposeCommands.h"
+#include "Engine.h"
+#include "PlainCommands.h"
+#include "Words.h"
+
+#include <algorithm>
+
+namespace orvanel::standin {
+namespace {
+
+/// A call that the stand-in knows: "*" is any one argument, "…" any number of them.
+struct Form {
+    const char* tool;
+    const char* name;
+    Arguments arguments;
+};
+
+const std::vector<Form>& forms() {
+    static const std::vector<Form> all{
+        {"docker", "info", {"info"}},
+        {"docker", "compose version", {"compose", "version"}},
+        {"docker", "inspect", {"inspect", "-f", "{{.State.Status}}", "*"}},
+        {"docker", "stop", {"stop", "orvanel"}},
+        {"docker", "rm", {"rm", "-f", "orvanel"}},
+        {"docker", "logs", {"logs", "--tail", "300", "orvanel"}},
+        {"docker", "image inspect", {"image", "inspect", "*"}},
+        {"docker", "pull", {"pull", "*"}},
+        {"docker", "run", {"run", "-d", "…"}},
+        {"docker", "ps", {"ps"}},
+        {"docker", "compose pull", {"compose", "-p", "*", "-f", "*", "pull"}},
+        {"docker", "compose up", {"compose", "-p", "*", "-f", "*", "up", "-d"}},
+        {"docker", "compose stop", {"compose", "-p", "*", "-f", "*", "stop"}},
+        {"docker", "compose down", {"compose", "-p", "*", "-f", "*", "down"}},
+        {"brew", "brew install", {"install", "colima", "docker"}},
+        {"colima", "colima start", {"start"}},
+    };
+    return all;
+}
+
+bool fits(const Form& form, const std::string& tool, const Arguments& arguments) {
+    if (tool != form.tool) {
+        return false;
+    }
+    const bool isOpen = form.arguments.back() == "…";
+    const std::size_t count = form.arguments.size() - (isOpen ? 1 : 0);
+    if (isOpen ? arguments.size() < count : arguments.size() != count) {
+        return false;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        if (form.arguments[i] != "*" && form.arguments[i] != arguments[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::optional<Override> takeOverride(DockerState& state, const std::string& command) {
+    const auto found = std::find_if(state.overrides.begin(), state.overrides.end(),
+                                    [&](const Override& one) { return one.command == command && one.times != 0; });
+    if (found == state.overrides.end()) {
+        return std::nullopt;
+    }
+    const Override taken = *found;
+    if (found->times > 0 && --found->times == 0) {
+        state.overrides.erase(found);
+    }
+    return taken;
+}
+
+Answer unknownCall(const DockerState& state, const std::string& tool, const Arguments& arguments) {
+    const std::string first = arguments.empty() ? std::string() : arguments.front();
+    if (tool != "docker") {
+        return failure(1, "Error: Unknown command: " + tool + " " + first + "\n");
+    }
+    if (first.starts_with('-')) {
+        return failure(125, words::unknownFlag(state.client, first, ""));
+    }
+    return failure(1, words::unknownCommand(state.client, first));
+}
+
+OnTerm onTermOf(const std::string& name) {
+    return name.starts_with("compose ") ? OnTerm{.exitCode = 130, .err = "canceled\n"} : OnTerm{};
+}
+
+Answer dockerAnswer(const std::string& name, DockerState& state, const Arguments& arguments,
+                    Surroundings& surroundings) {
+    engine::catchUp(state, surroundings);
+    const bool isCompose = name.starts_with("compose ");
+    if (isCompose && !state.compose) {
+        return answerWithoutCompose(state, arguments);
+    }
+    if (state.daemon == Daemon::hangs) {
+        return {.hangs = true, .onTerm = onTermOf(name)};
+    }
+    Answer answer =
+        isCompose ? answerCompose(state, arguments, surroundings) : answerPlain(name, state, arguments, surroundings);
+    if (!state.warning.empty()) {
+        answer.pieces.insert(answer.pieces.begin(), {{}, Stream::err, state.warning});
+    }
+    return answer;
+}
+
+Answer ordinaryAnswer(const std::string& name, const std::string& tool, DockerState& state, const Arguments& arguments,
+                      Surroundings& surroundings) {
+    if (tool == "brew") {
+        return answerBrewInstall(state, surroundings);
+    }
+    if (tool == "colima") {
+        return answerColimaStart(state);
+    }
+    return dockerAnswer(name, state, arguments, surroundings);
+}
+
+Answer overridden(const Override& one, const std::string& name, std::function<Answer(DockerState&)> ordinary) {
+    Answer answer;
+    answer.onTerm = onTermOf(name);
+    answer.onTerm.ignored = one.ignoresTerm;
+    answer.hangs = one.hangs;
+    answer.say(Stream::out, one.out, std::chrono::milliseconds(one.delay));
+    answer.say(Stream::err, one.err);
+    if (one.exitCode || !one.out.empty() || !one.err.empty()) {
+        answer.exitCode = one.exitCode.value_or(0);
+    } else if (!one.hangs) {
+        answer.then = std::move(ordinary);
+    }
+    return answer;
+}
+
+} // namespace
+
+std::optional<std::string> commandName(const std::string& tool, const Arguments& arguments) {
+    for (const Form& form : forms()) {
+        if (fits(form, tool, arguments)) {
+            return form.name;
+        }
+    }
+    return std::nullopt;
+}
+
+Answer answer(const std::string& tool, DockerState& state, const Arguments& arguments, Surroundings& surroundings) {
+    const auto name = commandName(tool, arguments);
+    if (!name) {
+        return unknownCall(state, tool, arguments);
+    }
+    const auto ordinary = [=, name = *name, world = &surroundings](DockerState& later) {
+        return ordinaryAnswer(name, tool, later, arguments, *world);
+    };
+    const auto taken = takeOverride(state, *name);
+    return taken ? overridden(*taken, *name, ordinary) : ordinary(state);
+}
+
+} // namespace orvanel::standin

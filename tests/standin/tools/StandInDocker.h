@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Answer.h"
+#include "DockerState.h"
+#include "Surroundings.h"
+
+#include <optional>
+#include <string>
+
+namespace orvanel::standin {
+
+/// The command in a call of "docker", "brew" or "colima", as overrides name it: "info", "compose version", "inspect",
+/// "stop", "rm", "logs", "image inspect", "pull", "run", "ps", "compose pull", "compose up", "compose stop",
+/// "compose down", "brew install", "colima start". None for a call that the stand-in does not know, such as a command
+/// that Orvanel never issues.
+std::optional<std::string> commandName(const std::string& tool, const Arguments& arguments);
+
+/// The answer of a tool, with the words, streams and exit codes of the real one; of a chain, the first. Looks at
+/// nothing but its arguments. `surroundings` must outlive the chain.
+Answer answer(const std::string& tool, DockerState& state, const Arguments& arguments, Surroundings& surroundings);
+
+} // namespace orvanel::standin

@@ -1,0 +1,106 @@
+#include "standin/tools/StandInTools.h"
+
+#include "standin/tools/HostSurroundings.h"
+#include "standin/tools/StandInDocker.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace orvanel::standin {
+namespace {
+
+constexpr const char* rootVariable = "ORVANEL_TOOL_ROOT";
+
+} // namespace
+
+StandInTools::StandInTools(const QStringList& tools) {
+    if (qEnvironmentVariableIsSet(rootVariable)) {
+        m_rootBefore = qgetenv(rootVariable);
+    }
+    qputenv(rootVariable, QFile::encodeName(toolRoot()));
+    QDir(toolRoot()).mkpath(QStringLiteral("standin"));
+    for (const QString& tool : tools) {
+        put(tool);
+    }
+}
+
+StandInTools::~StandInTools() {
+    const auto container = state().container;
+    if (container) {
+        HostSurroundings(folder().path(), {}).endServer(container->server, true);
+    }
+    if (m_rootBefore) {
+        qputenv(rootVariable, *m_rootBefore);
+    } else {
+        qunsetenv(rootVariable);
+    }
+}
+
+QString StandInTools::path(const QString& tool, const QString& folder) const {
+    return m_root.filePath(folder + QLatin1Char('/') + tool);
+}
+
+void StandInTools::put(const QString& tool, const QString& folder) const {
+    const QString target = path(tool, folder);
+    QDir().mkpath(QFileInfo(target).path());
+    QFile::link(m_root.filePath(QStringLiteral("standin")), path(QStringLiteral("standin"), folder));
+    const QString source = QStringLiteral(ORVANEL_STANDIN_TOOLS "/") + tool;
+    if (!QFileInfo(source).isExecutable() || !QFile::link(source, target)) {
+        qFatal("could not put %s in place", qPrintable(target));
+    }
+}
+
+void StandInTools::remove(const QString& tool, const QString& folder) const {
+    if (!QFile::remove(path(tool, folder))) {
+        qFatal("could not remove %s", qPrintable(path(tool, folder)));
+    }
+}
+
+DockerState StandInTools::state() const {
+    return folder().load();
+}
+
+void StandInTools::change(const std::function<void(DockerState&)>& action) const {
+    folder().change(action);
+}
+
+QList<StandInTools::Call> StandInTools::calls() const {
+    QList<Call> result;
+    for (const StateFolder::Call& call : folder().calls()) {
+        Call one{QString::fromStdString(call.tool), {}};
+        for (const std::string& argument : call.arguments) {
+            one.arguments << QString::fromStdString(argument);
+        }
+        result << one;
+    }
+    return result;
+}
+
+QList<QStringList> StandInTools::callsOf(const QString& tool) const {
+    QList<QStringList> result;
+    for (const Call& call : calls()) {
+        if (call.tool == tool) {
+            result << call.arguments;
+        }
+    }
+    return result;
+}
+
+QStringList StandInTools::commands() const {
+    QStringList result;
+    for (const StateFolder::Call& call : folder().calls()) {
+        result << QString::fromStdString(commandName(call.tool, call.arguments).value_or("?"));
+    }
+    return result;
+}
+
+void StandInTools::forgetCalls() const {
+    QFile::remove(m_root.filePath(QStringLiteral("standin/standin-calls.log")));
+}
+
+StateFolder StandInTools::folder() const {
+    return StateFolder(m_root.filePath(QStringLiteral("standin")).toStdString());
+}
+
+} // namespace orvanel::standin

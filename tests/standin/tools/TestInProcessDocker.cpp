@@ -1,0 +1,145 @@
+#include "standin/tools/InProcessDocker.h"
+#include "support/Await.h"
+#include "support/FakeClock.h"
+
+using namespace orvanel;
+using namespace orvanel::standin;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QStringList inspect{QStringLiteral("inspect"), QStringLiteral("-f"), QStringLiteral("{{.State.Status}}"),
+                          QStringLiteral("orvanel")};
+const QStringList pull{QStringLiteral("pull"), QStringLiteral("louislam/uptime-kuma:2")};
+
+} // namespace
+
+class TestInProcessDocker : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void callsTakeTheTimeTheyAreGiven();
+    void timeLimitEndsACallThatHangs();
+    void pullCanBeCancelledHalfWay();
+    void termIsIgnoredWhenTold();
+    void stopGoesOnWithoutItsCaller();
+    void otherProgramsCannotBeStarted();
+    void endReleasesWhatHangs();
+};
+
+void TestInProcessDocker::callsTakeTheTimeTheyAreGiven() {
+    FakeClock clock;
+    InProcessDocker docker(&clock, [](const QString&) { return 80ms; });
+    addContainer(docker.state(), "running");
+    const RunCommand run = docker.runner();
+    auto task = run(QStringLiteral("docker"), inspect, 10s, {}, {});
+    clock.advance(40ms);
+    // What it found is what counts, not what becomes of it while the answer is on its way.
+    docker.state().container->state = "exited";
+    clock.advance(39ms);
+    QVERIFY(!task.isReady());
+    clock.advance(1ms);
+    QCOMPARE(await(std::move(task)).output, QStringLiteral("running\n"));
+    QCOMPARE(clock.pendingTimers(), 0);
+}
+
+void TestInProcessDocker::timeLimitEndsACallThatHangs() {
+    FakeClock clock;
+    InProcessDocker docker(&clock);
+    docker.state().daemon = Daemon::hangs;
+    const RunCommand run = docker.runner();
+    auto task = run(QStringLiteral("docker"), inspect, 10s, {}, {});
+    clock.advance(9999ms);
+    QVERIFY(!task.isReady());
+    QCOMPARE(docker.running(), 1);
+    clock.advance(1ms);
+    const CommandResult result = await(std::move(task));
+    QVERIFY(result.timedOut);
+    QCOMPARE(result.status, 143);
+    QCOMPARE(docker.running(), 0);
+    QCOMPARE(*docker.calls().front().end - docker.calls().front().start, Clock::TimePoint::duration(10s));
+    QCOMPARE(clock.pendingTimers(), 0);
+}
+
+void TestInProcessDocker::pullCanBeCancelledHalfWay() {
+    FakeClock clock;
+    InProcessDocker docker(&clock, [](const QString& command) {
+        return command == u"pull" ? std::chrono::milliseconds(60s) : std::chrono::milliseconds(100ms);
+    });
+    const RunCommand run = docker.runner();
+    const auto handle = std::make_shared<ProcessHandle>();
+    QString streamed;
+    auto task = run(QStringLiteral("docker"), pull, 1h, handle, [&](QString chunk) { streamed += chunk; });
+    clock.advance(31s);
+    QVERIFY2(streamed.endsWith(u"Pull complete\n"), qPrintable(streamed.right(300)));
+    auto look = run(QStringLiteral("docker"), inspect, 10s, {}, {});
+    clock.advance(100ms);
+    QCOMPARE(await(std::move(look)).status, 1);
+    handle->cancel();
+    const CommandResult result = await(std::move(task));
+    QVERIFY(result.cancelled);
+    QCOMPARE(result.status, 143);
+    QCOMPARE(result.output, streamed);
+    QVERIFY(docker.state().images.empty());
+
+    const CommandResult later = await(run(QStringLiteral("docker"), inspect, 10s, handle, {}));
+    QVERIFY(later.cancelled);
+    QCOMPARE(later.status, -1);
+    QCOMPARE(docker.calls().size(), std::size_t{2});
+}
+
+void TestInProcessDocker::termIsIgnoredWhenTold() {
+    FakeClock clock;
+    InProcessDocker docker(&clock);
+    docker.state().overrides = {{.command = "info", .delay = 20'000, .ignoresTerm = true}};
+    const RunCommand run = docker.runner();
+    auto task = run(QStringLiteral("docker"), {QStringLiteral("info")}, 15s, {}, {});
+    clock.advance(19s);
+    QVERIFY(!task.isReady());
+    clock.advance(1s);
+    const CommandResult result = await(std::move(task));
+    QVERIFY(result.timedOut);
+    QCOMPARE(result.status, 0);
+}
+
+void TestInProcessDocker::stopGoesOnWithoutItsCaller() {
+    FakeClock clock;
+    InProcessDocker docker(&clock);
+    addContainer(docker.state(), "running");
+    docker.state().pace = 1;
+    const RunCommand run = docker.runner();
+    auto task = run(QStringLiteral("docker"), {QStringLiteral("stop"), QStringLiteral("orvanel")}, 1s, {}, {});
+    clock.advance(999ms);
+    QCOMPARE(docker.state().container->state, std::string("running"));
+    clock.advance(1ms);
+    const CommandResult result = await(std::move(task));
+    QVERIFY(result.timedOut);
+    QCOMPARE(result.output, QString());
+    QCOMPARE(docker.state().container->state, std::string("exited"));
+}
+
+void TestInProcessDocker::otherProgramsCannotBeStarted() {
+    FakeClock clock;
+    const InProcessDocker docker(&clock);
+    const RunCommand run = docker.runner();
+    const CommandResult result = await(run(QStringLiteral("/usr/bin/ditto"), {}, 10s, {}, {}));
+    QCOMPARE(result.status, -1);
+    QVERIFY(result.output.startsWith(u"Could not run /usr/bin/ditto: "));
+    QVERIFY(docker.calls().empty());
+}
+
+void TestInProcessDocker::endReleasesWhatHangs() {
+    FakeClock clock;
+    auto docker = std::make_unique<InProcessDocker>(&clock);
+    docker->state().overrides = {{.command = "info", .hangs = true, .ignoresTerm = true}};
+    const RunCommand run = docker->runner();
+    auto task = run(QStringLiteral("docker"), {QStringLiteral("info")}, 15s, {}, {});
+    clock.advance(1h);
+    QVERIFY(!task.isReady());
+    docker.reset();
+    QVERIFY(await(std::move(task)).timedOut);
+}
+
+QTEST_GUILESS_MAIN(TestInProcessDocker)
+#include "TestInProcessDocker.moc"
