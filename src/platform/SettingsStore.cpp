@@ -1,1 +1,180 @@
 #include "platform/SettingsStore.h"
+
+#include "platform/AppIdentity.h"
+#include "platform/Folders.h"
+#include "platform/SmallFile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+#include <QStringDecoder>
+
+#include <algorithm>
+
+namespace orvanel {
+namespace {
+
+/// What lies where the settings file belongs.
+enum class FileState { Missing, Good, Broken, Unusable };
+
+QString usersFile() {
+    const QString name = identity::applicationName();
+    return QStringLiteral("%1/%2/%2.conf").arg(folders::configuration(), name);
+}
+
+bool isText(const QByteArray& content) {
+    return !content.contains('\0');
+}
+
+bool closesItsQuotes(const QByteArray& line) {
+    bool isOpen = false;
+    for (qsizetype i = 0; i < line.size(); ++i) {
+        if (line[i] == '\\') {
+            ++i;
+        } else if (line[i] == '"') {
+            isOpen = !isOpen;
+        }
+    }
+    return !isOpen;
+}
+
+bool isIniLine(const QByteArray& rawLine) {
+    const QByteArray line = rawLine.trimmed();
+    if (line.isEmpty() || line.startsWith(';') || line.startsWith('#')) {
+        return true;
+    }
+    if (line.startsWith('[')) {
+        return line.endsWith(']');
+    }
+    return line.contains('=') && closesItsQuotes(line);
+}
+
+bool isIni(const QByteArray& content) {
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    const QString decoded = decoder(content);
+    const auto lines = content.split('\n');
+    return !decoder.hasError() && std::all_of(lines.begin(), lines.end(), isIniLine);
+}
+
+FileState inspect(const QString& path) {
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        return FileState::Missing;
+    }
+    if (!info.isFile()) {
+        return FileState::Unusable;
+    }
+    if (info.size() > smallFileLimit) {
+        return FileState::Broken;
+    }
+    const auto content = readSmallFile(path);
+    if (!content) {
+        return FileState::Unusable;
+    }
+    return isText(*content) && isIni(*content) ? FileState::Good : FileState::Broken;
+}
+
+// A text with some bad lines still gives the good ones.
+QVariantHash readValues(const QString& path) {
+    QVariantHash values;
+    const auto content = readSmallFile(path);
+    if (!content || !isText(*content)) {
+        return values;
+    }
+    const QSettings settings(path, QSettings::IniFormat);
+    const QStringList keys = settings.allKeys();
+    for (const QString& key : keys) {
+        values.insert(key, settings.value(key));
+    }
+    return values;
+}
+
+// The file is UTF-8, which has no place for half a surrogate pair: what holds now is what the next start reads.
+QString withoutHalfPairs(QString text) {
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            ++i;
+        } else if (text[i].isSurrogate()) {
+            text[i] = QChar::ReplacementCharacter;
+        }
+    }
+    return text;
+}
+
+bool moveAside(const QString& path) {
+    const QString broken = path + QStringLiteral(".broken");
+    QString target = broken;
+    for (int number = 2; QFileInfo::exists(target) || QFileInfo(target).isSymLink(); ++number) {
+        target = broken + QString::number(number);
+    }
+    return QFile::rename(path, target);
+}
+
+} // namespace
+
+SettingsStore::SettingsStore()
+    : SettingsStore(usersFile()) {}
+
+SettingsStore::SettingsStore(const QString& file)
+    : m_file(file)
+    , m_values(readValues(file)) {}
+
+SettingsStore::~SettingsStore() = default;
+
+int SettingsStore::integer(const QString& key, int fallback) const {
+    bool isNumber = false;
+    const int value = text(key, {}).toInt(&isNumber);
+    return isNumber ? value : fallback;
+}
+
+QString SettingsStore::text(const QString& key, const QString& fallback) const {
+    const QVariant value = m_values.value(key);
+    return value.typeId() == QMetaType::QString ? value.toString() : fallback;
+}
+
+bool SettingsStore::boolean(const QString& key, bool fallback) const {
+    const QString value = text(key, {}).toLower();
+    if (value == QStringLiteral("true") || value == QStringLiteral("1")) {
+        return true;
+    }
+    if (value == QStringLiteral("false") || value == QStringLiteral("0")) {
+        return false;
+    }
+    return fallback;
+}
+
+bool SettingsStore::setInteger(const QString& key, int value) {
+    return set(key, QString::number(value));
+}
+
+bool SettingsStore::setText(const QString& key, const QString& value) {
+    return set(key, withoutHalfPairs(value));
+}
+
+bool SettingsStore::setBoolean(const QString& key, bool value) {
+    return set(key, value ? QStringLiteral("true") : QStringLiteral("false"));
+}
+
+QString SettingsStore::file() const {
+    return m_file;
+}
+
+bool SettingsStore::set(const QString& key, const QString& value) {
+    m_values.insert(key, value);
+    const FileState state = inspect(m_file);
+    if (state == FileState::Unusable || (state == FileState::Broken && !moveAside(m_file))) {
+        return false;
+    }
+    // A new object each time: the status of a QSettings never returns from an error.
+    QSettings settings(m_file, QSettings::IniFormat);
+    if (state == FileState::Broken) {
+        for (auto kept = m_values.cbegin(); kept != m_values.cend(); ++kept) {
+            settings.setValue(kept.key(), kept.value());
+        }
+    }
+    settings.setValue(key, value);
+    settings.sync();
+    return settings.status() == QSettings::NoError;
+}
+
+} // namespace orvanel

@@ -1,15 +1,12 @@
 #pragma once
 
 #include <QString>
-
-#include <memory>
-
-class QSettings;
+#include <QVariantHash>
 
 namespace orvanel {
 
 /// The per-user defaults store: small values by key, each with its type. Whatever else lies under a key, or in a file
-/// that somebody edited by hand, reads as the fallback. Main thread.
+/// that somebody edited by hand, reads as the fallback. The file is read once, at creation. Main thread.
 class SettingsStore {
 public:
     /// The user's own store ("Orvanel.conf" in the folder "Orvanel" of the configuration home).
@@ -24,6 +21,8 @@ public:
     bool boolean(const QString& key, bool fallback) const;
 
     /// Written to disk before the call returns. False when that failed; the value then holds for this run only.
+    /// What others wrote into the file stays; a file that cannot be understood is moved aside, to the same name with
+    /// ".broken" and, if need be, a number.
     bool setInteger(const QString& key, int value);
     bool setText(const QString& key, const QString& value);
     bool setBoolean(const QString& key, bool value);
@@ -31,7 +30,10 @@ public:
     QString file() const;
 
 private:
-    std::unique_ptr<QSettings> m_settings;
+    bool set(const QString& key, const QString& value);
+
+    QString m_file;
+    QVariantHash m_values;
 };
 
 } // namespace orvanel

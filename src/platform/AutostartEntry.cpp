@@ -1,0 +1,148 @@
+#include "platform/AutostartEntry.h"
+
+#include "platform/AppIdentity.h"
+#include "platform/DesktopEntry.h"
+#include "platform/ExecLine.h"
+#include "platform/Folders.h"
+#include "platform/SmallFile.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+#include <algorithm>
+
+namespace orvanel {
+namespace {
+
+QString fileIn(const QString& folder) {
+    return QStringLiteral("%1/%2.desktop").arg(folder, identity::desktopId());
+}
+
+// Also true for a link that leads nowhere: it hides the system's file as any other.
+bool isThere(const QString& path) {
+    const QFileInfo info(path);
+    return info.exists() || info.isSymLink();
+}
+
+std::optional<DesktopEntry> readEntry(const QString& path) {
+    const auto content = readSmallFile(path);
+    return content ? DesktopEntry::parse(*content) : std::nullopt;
+}
+
+/// The file that a command runs; empty when there is none.
+QString resolved(const QString& command) {
+    const QString path = QDir::isAbsolutePath(command) ? command : QStandardPaths::findExecutable(command);
+    return QFileInfo(path).canonicalFilePath();
+}
+
+// Any argument counts, not only the first, so that wrappers such as "env" may stand before the program.
+bool execNames(const DesktopEntry& entry, const QString& program) {
+    const QString own = resolved(program);
+    const QStringList arguments = execline::arguments(entry.value("Exec").value_or(QString()));
+    return std::any_of(arguments.begin(), arguments.end(), [&](const QString& argument) {
+        return argument == program || (!own.isEmpty() && resolved(argument) == own);
+    });
+}
+
+bool canStart(const DesktopEntry& entry) {
+    const auto needed = entry.value("TryExec");
+    return !needed || needed->isEmpty() || QFileInfo(resolved(*needed)).isExecutable();
+}
+
+void switchOn(DesktopEntry& entry, const QString& program) {
+    entry.setDefault("Type", QStringLiteral("Application"));
+    entry.setDefault("Name", identity::applicationName());
+    entry.setDefault("Icon", identity::iconName());
+    if (!execNames(entry, program)) {
+        entry.setValue("Exec", execline::quoted(program));
+    }
+    entry.setValue("TryExec", program);
+    entry.setValue("Hidden", QStringLiteral("false"));
+    entry.setValue("X-GNOME-Autostart-enabled", QStringLiteral("true"));
+    // The status area should stand before its icon comes.
+    entry.setDefault("X-GNOME-Autostart-Delay", QStringLiteral("3"));
+    entry.setDefault("X-KDE-autostart-after", QStringLiteral("panel"));
+    entry.setDefault("X-LXQt-Need-Tray", QStringLiteral("true"));
+}
+
+// Both keys, as some desktops read only the one and some only the other.
+void switchOff(DesktopEntry& entry) {
+    entry.setDefault("Type", QStringLiteral("Application"));
+    entry.setDefault("Name", identity::applicationName());
+    entry.setValue("Hidden", QStringLiteral("true"));
+    entry.setValue("X-GNOME-Autostart-enabled", QStringLiteral("false"));
+}
+
+} // namespace
+
+AutostartEntry::Places AutostartEntry::Places::ofThisUser() {
+    const QString below = QStringLiteral("/autostart");
+    Places places{folders::configuration() + below, {}};
+    const QStringList all = QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation);
+    for (const QString& folder : all.mid(1)) {
+        places.systemFolders << folder + below;
+    }
+    return places;
+}
+
+AutostartEntry::AutostartEntry()
+    : AutostartEntry(QCoreApplication::applicationFilePath(), Places::ofThisUser()) {}
+
+AutostartEntry::AutostartEntry(QString program, Places places)
+    : m_program(std::move(program))
+    , m_places(std::move(places)) {}
+
+bool AutostartEntry::isEnabled() const {
+    const auto entry = readEntry(entryThatCounts());
+    if (!entry || entry->isTrue("Hidden") || entry->isFalse("X-GNOME-Autostart-enabled")) {
+        return false;
+    }
+    return canStart(*entry) && execNames(*entry, m_program);
+}
+
+std::optional<QString> AutostartEntry::setEnabled(bool enabled) {
+    if (!enabled && entryThatCounts().isEmpty()) {
+        return std::nullopt;
+    }
+    auto entry = readEntry(userFile()).value_or(DesktopEntry());
+    if (enabled) {
+        switchOn(entry, m_program);
+    } else {
+        switchOff(entry);
+    }
+    return write(entry.content());
+}
+
+QString AutostartEntry::userFile() const {
+    return fileIn(m_places.userFolder);
+}
+
+QString AutostartEntry::entryThatCounts() const {
+    QStringList candidates{userFile()};
+    for (const QString& folder : m_places.systemFolders) {
+        candidates << fileIn(folder);
+    }
+    const auto first = std::find_if(candidates.begin(), candidates.end(), isThere);
+    return first == candidates.end() ? QString() : *first;
+}
+
+std::optional<QString> AutostartEntry::write(const QByteArray& content) const {
+    if (!QDir().mkpath(m_places.userFolder)) {
+        return QStringLiteral("The folder %1 could not be made.").arg(m_places.userFolder);
+    }
+    // People link to the program's entry in the application menu: written through such a link, "Hidden" would hide
+    // the program there as well.
+    if (QFileInfo(userFile()).isSymLink() && !QFile::remove(userFile())) {
+        return QStringLiteral("The link %1 could not be replaced.").arg(userFile());
+    }
+    QSaveFile file(userFile());
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
+        return QStringLiteral("The file %1 could not be written: %2.").arg(userFile(), file.errorString());
+    }
+    return std::nullopt;
+}
+
+} // namespace orvanel

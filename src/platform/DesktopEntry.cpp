@@ -1,0 +1,142 @@
+#include "platform/DesktopEntry.h"
+
+#include <QStringDecoder>
+
+#include <algorithm>
+
+namespace orvanel {
+namespace {
+
+const QByteArray mainGroup = QByteArrayLiteral("[Desktop Entry]");
+
+bool isBlankOrComment(const QByteArray& line) {
+    const QByteArray trimmed = line.trimmed();
+    return trimmed.isEmpty() || trimmed.startsWith('#');
+}
+
+bool isGroup(const QByteArray& line) {
+    const QByteArray trimmed = line.trimmed();
+    return trimmed.startsWith('[') && trimmed.endsWith(']');
+}
+
+bool isKnownLine(const QByteArray& line) {
+    return isBlankOrComment(line) || isGroup(line) || line.indexOf('=') > 0;
+}
+
+QByteArray keyOf(const QByteArray& line) {
+    return isBlankOrComment(line) || isGroup(line) ? QByteArray() : line.left(line.indexOf('=')).trimmed();
+}
+
+QString unescaped(const QString& text) {
+    QString result;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] != u'\\' || i + 1 == text.size()) {
+            result += text[i];
+            continue;
+        }
+        const QChar code = text[++i];
+        const auto known = QStringLiteral("sntr\\").indexOf(code);
+        if (known < 0) {
+            result += u'\\';
+            result += code;
+        } else {
+            result += QStringLiteral(" \n\t\r\\")[known];
+        }
+    }
+    return result;
+}
+
+QString escaped(QString text) {
+    text.replace(u'\\', QStringLiteral("\\\\"));
+    text.replace(u'\n', QStringLiteral("\\n"));
+    text.replace(u'\t', QStringLiteral("\\t"));
+    text.replace(u'\r', QStringLiteral("\\r"));
+    if (text.startsWith(u' ')) {
+        text.replace(0, 1, QStringLiteral("\\s"));
+    }
+    return text;
+}
+
+} // namespace
+
+DesktopEntry::DesktopEntry()
+    : m_lines{mainGroup} {}
+
+std::optional<DesktopEntry> DesktopEntry::parse(const QByteArray& content) {
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    const QString decoded = decoder(content);
+    if (decoder.hasError() || decoded.contains(QChar::Null)) {
+        return std::nullopt;
+    }
+    DesktopEntry entry;
+    entry.m_lines = content.split('\n');
+    if (entry.m_lines.last().isEmpty()) {
+        entry.m_lines.removeLast();
+    }
+    const auto& lines = entry.m_lines;
+    const auto header = std::find_if_not(lines.begin(), lines.end(), isBlankOrComment);
+    if (header == lines.end() || header->trimmed() != mainGroup ||
+        !std::all_of(lines.begin(), lines.end(), isKnownLine)) {
+        return std::nullopt;
+    }
+    entry.m_header = header - lines.begin();
+    return entry;
+}
+
+std::optional<QString> DesktopEntry::value(const QByteArray& key) const {
+    const auto line = lineOf(key);
+    if (line < 0) {
+        return std::nullopt;
+    }
+    const QByteArray& text = m_lines[line];
+    return unescaped(QString::fromUtf8(text.mid(text.indexOf('=') + 1).trimmed()));
+}
+
+bool DesktopEntry::isTrue(const QByteArray& key) const {
+    return value(key) == QStringLiteral("true");
+}
+
+bool DesktopEntry::isFalse(const QByteArray& key) const {
+    return value(key) == QStringLiteral("false");
+}
+
+void DesktopEntry::setValue(const QByteArray& key, const QString& value) {
+    const QByteArray text = key + '=' + escaped(value).toUtf8();
+    const auto line = lineOf(key);
+    if (line >= 0) {
+        m_lines[line] = text;
+        return;
+    }
+    auto end = endOfMainGroup();
+    while (m_lines[end - 1].trimmed().isEmpty()) {
+        --end;
+    }
+    m_lines.insert(end, text);
+}
+
+void DesktopEntry::setDefault(const QByteArray& key, const QString& value) {
+    if (lineOf(key) < 0) {
+        setValue(key, value);
+    }
+}
+
+QByteArray DesktopEntry::content() const {
+    return m_lines.join('\n') + '\n';
+}
+
+qsizetype DesktopEntry::endOfMainGroup() const {
+    const auto next = std::find_if(m_lines.begin() + m_header + 1, m_lines.end(), isGroup);
+    return next - m_lines.begin();
+}
+
+// Keys must not repeat; where they do, the common readers let the last one win.
+qsizetype DesktopEntry::lineOf(const QByteArray& key) const {
+    for (auto line = endOfMainGroup() - 1; line > m_header; --line) {
+        if (keyOf(m_lines[line]) == key) {
+            return line;
+        }
+    }
+    return -1;
+}
+
+} // namespace orvanel

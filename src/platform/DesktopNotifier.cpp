@@ -1,0 +1,182 @@
+#include "platform/DesktopNotifier.h"
+
+#include "platform/AppIdentity.h"
+
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+
+#include <utility>
+
+namespace orvanel {
+namespace {
+
+const QString serverName = QStringLiteral("org.freedesktop.Notifications");
+const QString serverPath = QStringLiteral("/org/freedesktop/Notifications");
+const QString defaultAction = QStringLiteral("default");
+
+QDBusMessage callTo(const QString& method) {
+    return QDBusMessage::createMethodCall(serverName, serverPath, serverName, method);
+}
+
+bool meansNoServer(const QDBusError& error) {
+    return error.type() == QDBusError::ServiceUnknown || error.type() == QDBusError::Disconnected ||
+           error.name().startsWith(QStringLiteral("org.freedesktop.DBus.Error.Spawn."));
+}
+
+QVariantMap hints() {
+    return {
+        {QStringLiteral("desktop-entry"), identity::desktopId()},
+        {QStringLiteral("urgency"), QVariant::fromValue<uchar>(1)},
+        {QStringLiteral("category"), QStringLiteral("network")},
+        // What desktops play by default for a notification (Sound Naming Specification).
+        {QStringLiteral("sound-name"), QStringLiteral("message-new-instant")},
+    };
+}
+
+} // namespace
+
+DesktopNotifier::DesktopNotifier(QDBusConnection bus, std::chrono::milliseconds limit)
+    : m_bus(std::move(bus))
+    , m_limit(static_cast<int>(limit.count())) {}
+
+bool DesktopNotifier::mayPost() const {
+    return m_bus.isConnected();
+}
+
+void DesktopNotifier::requestAuthorization() {
+    if (mayPost()) {
+        listen();
+        askCapabilities();
+    }
+}
+
+void DesktopNotifier::post(const QString& title, const QString& body) {
+    if (!mayPost()) {
+        return;
+    }
+    const News news{title, body};
+    if (m_capabilities) {
+        send(news);
+        return;
+    }
+    m_waiting << news;
+    requestAuthorization();
+}
+
+// The signals are subscribed to without naming their sender, because with a name the subscription waits for the bus
+// to tell its owner; isOurs() looks at the sender instead.
+void DesktopNotifier::listen() {
+    if (std::exchange(m_listening, true)) {
+        return;
+    }
+    auto* watcher = new QDBusServiceWatcher(serverName, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &DesktopNotifier::onServerChanged);
+    m_bus.connect({}, serverPath, serverName, QStringLiteral("ActivationToken"), this,
+                  SLOT(onActivationToken(uint, QString, QDBusMessage)));
+    m_bus.connect({}, serverPath, serverName, QStringLiteral("ActionInvoked"), this,
+                  SLOT(onActionInvoked(uint, QString, QDBusMessage)));
+    m_bus.connect({}, serverPath, serverName, QStringLiteral("NotificationClosed"), this,
+                  SLOT(onNotificationClosed(uint, uint, QDBusMessage)));
+}
+
+void DesktopNotifier::onServerChanged(const QString&, const QString&, const QString& newOwner) {
+    m_server = newOwner;
+    m_capabilities.reset();
+    m_ours.clear();
+    m_tokens.clear();
+}
+
+void DesktopNotifier::askCapabilities() {
+    if (m_capabilities || std::exchange(m_asking, true)) {
+        return;
+    }
+    const auto call = m_bus.asyncCall(callTo(QStringLiteral("GetCapabilities")), m_limit);
+    auto* watcher = new QDBusPendingCallWatcher(call, this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, &DesktopNotifier::onCapabilities);
+}
+
+void DesktopNotifier::onCapabilities(QDBusPendingCallWatcher* watcher) {
+    watcher->deleteLater();
+    m_asking = false;
+    const QDBusPendingReply<QStringList> reply = *watcher;
+    if (reply.isError() && meansNoServer(reply.error())) {
+        m_waiting.clear();
+        reportOnce(reply.error().message());
+        return;
+    }
+    if (!reply.isError()) {
+        const QString sender = reply.reply().service();
+        if (!m_server.isEmpty() && sender != m_server) {
+            // Another server took over meanwhile, which may be able to do more or less.
+            askCapabilities();
+            return;
+        }
+        m_server = sender;
+        m_capabilities = reply.value();
+    }
+    // A server that does not say what it can do gets the plainest form.
+    const auto waiting = std::exchange(m_waiting, {});
+    for (const News& news : waiting) {
+        send(news);
+    }
+}
+
+void DesktopNotifier::send(const News& news) {
+    const QStringList capabilities = m_capabilities.value_or(QStringList());
+    const bool hasMarkup = capabilities.contains(QStringLiteral("body-markup"));
+    const bool hasActions = capabilities.contains(QStringLiteral("actions"));
+    QDBusMessage call = callTo(QStringLiteral("Notify"));
+    call.setArguments({
+        identity::applicationName(),
+        uint(0), // replaces no other notification
+        identity::iconName(), news.title, hasMarkup ? news.body.toHtmlEscaped() : news.body,
+        hasActions ? QStringList{defaultAction, QStringLiteral("Open")} : QStringList(), hints(),
+        -1, // shown as long as the server likes
+    });
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, m_limit), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, &DesktopNotifier::onPosted);
+}
+
+void DesktopNotifier::onPosted(QDBusPendingCallWatcher* watcher) {
+    watcher->deleteLater();
+    const QDBusPendingReply<uint> reply = *watcher;
+    if (reply.isError()) {
+        reportOnce(reply.error().message());
+        return;
+    }
+    m_ours.insert(reply.value());
+}
+
+void DesktopNotifier::reportOnce(const QString& reason) {
+    if (!std::exchange(m_reported, true)) {
+        qWarning("Notifications cannot be shown: %s", qPrintable(reason));
+    }
+}
+
+bool DesktopNotifier::isOurs(uint id, const QDBusMessage& message) const {
+    return m_ours.contains(id) && (m_server.isEmpty() || message.service() == m_server);
+}
+
+void DesktopNotifier::onActivationToken(uint id, const QString& token, const QDBusMessage& message) {
+    if (isOurs(id, message)) {
+        m_tokens.insert(id, token);
+    }
+}
+
+void DesktopNotifier::onActionInvoked(uint id, const QString& action, const QDBusMessage& message) {
+    if (isOurs(id, message) && action == defaultAction) {
+        Q_EMIT activated(m_tokens.take(id));
+    }
+}
+
+void DesktopNotifier::onNotificationClosed(uint id, uint, const QDBusMessage& message) {
+    if (isOurs(id, message)) {
+        m_ours.remove(id);
+        m_tokens.remove(id);
+    }
+}
+
+} // namespace orvanel

@@ -1,0 +1,28 @@
+#include "platform/Folders.h"
+
+#include <QDir>
+#include <QStandardPaths>
+
+namespace orvanel::folders {
+namespace {
+
+// The base directory rules call a relative path invalid; followed, it would move the data with the working directory.
+QString absoluteOr(const QString& folder, const QString& below) {
+    return QDir::isAbsolutePath(folder) ? folder : QDir::homePath() + below;
+}
+
+QString firstLocation(QStandardPaths::StandardLocation location) {
+    return QStandardPaths::standardLocations(location).value(0);
+}
+
+} // namespace
+
+QString applicationSupport() {
+    return absoluteOr(firstLocation(QStandardPaths::GenericDataLocation), QStringLiteral("/.local/share"));
+}
+
+QString configuration() {
+    return absoluteOr(firstLocation(QStandardPaths::GenericConfigLocation), QStringLiteral("/.config"));
+}
+
+} // namespace orvanel::folders

@@ -1,0 +1,60 @@
+#include "platform/FreedesktopDesktop.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDesktopServices>
+#include <QFileInfo>
+
+#include <utility>
+
+namespace orvanel {
+namespace {
+
+QDBusMessage showItems(const QString& path) {
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    const QString address = QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded);
+    const QString startupId;
+    call.setArguments({QStringList{address}, startupId});
+    return call;
+}
+
+} // namespace
+
+FreedesktopDesktop::FreedesktopDesktop(QDBusConnection bus, Opener opener, std::chrono::milliseconds limit)
+    : m_bus(std::move(bus))
+    , m_open(std::move(opener))
+    , m_limit(static_cast<int>(limit.count())) {}
+
+FreedesktopDesktop::Opener FreedesktopDesktop::defaultOpener() {
+    return [](const QUrl& address) { QDesktopServices::openUrl(address); };
+}
+
+void FreedesktopDesktop::openAddress(const QUrl& address) {
+    const QString scheme = address.scheme();
+    const bool isWeb = scheme == QStringLiteral("http") || scheme == QStringLiteral("https");
+    if (isWeb && address.isValid() && !address.host().isEmpty()) {
+        m_open(address);
+    }
+}
+
+void FreedesktopDesktop::reveal(const QString& path) {
+    const QFileInfo item(path);
+    const auto openFolder = [open = m_open, folder = QUrl::fromLocalFile(item.absolutePath())] { open(folder); };
+    // Without a bus the call would never be answered, not even with an error.
+    if (!m_bus.isConnected()) {
+        openFolder();
+        return;
+    }
+    const auto call = m_bus.asyncCall(showItems(item.absoluteFilePath()), m_limit);
+    auto* watcher = new QDBusPendingCallWatcher(call, &m_calls);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, openFolder] {
+        watcher->deleteLater();
+        if (watcher->isError()) {
+            openFolder();
+        }
+    });
+}
+
+} // namespace orvanel

@@ -1,0 +1,135 @@
+#include "platform/SingleInstance.h"
+
+#include "platform/AppIdentity.h"
+#include "platform/Folders.h"
+
+#include <QDBusMessage>
+#include <QStringList>
+
+#include <utility>
+
+namespace orvanel {
+namespace {
+
+// A copy that was killed this moment gives up its name and its lock one after the other.
+constexpr std::chrono::milliseconds patienceWithLock{1000};
+
+const QString tokenKey = QStringLiteral("activation-token");
+const QString startupIdKey = QStringLiteral("desktop-startup-id");
+
+} // namespace
+
+/// The program as other processes see it on the bus. It has no documents and no actions, so every call means "show
+/// yourself".
+class SingleInstance::Application final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    explicit Application(SingleInstance* instance)
+        : m_instance(instance) {}
+
+public Q_SLOTS:
+    Q_SCRIPTABLE void Activate(const QVariantMap& platformData) { // NOLINT(readability-identifier-naming)
+        const QString token = platformData.value(tokenKey).toString();
+        const QString startupId = platformData.value(startupIdKey).toString();
+        Q_EMIT m_instance->activated(token.isEmpty() ? startupId : token);
+    }
+
+    Q_SCRIPTABLE void Open(const QStringList&, const QVariantMap& platformData) { Activate(platformData); }
+
+    Q_SCRIPTABLE void ActivateAction(const QString&, const QVariantList&, const QVariantMap& platformData) {
+        Activate(platformData);
+    }
+
+private:
+    SingleInstance* const m_instance;
+};
+
+SingleInstance::LaunchTokens SingleInstance::LaunchTokens::fromEnvironment() {
+    return {qEnvironmentVariable("XDG_ACTIVATION_TOKEN"), qEnvironmentVariable("DESKTOP_STARTUP_ID")};
+}
+
+SingleInstance::SingleInstance(QString lockFile, QDBusConnection bus, std::chrono::milliseconds limit)
+    : m_lock(std::move(lockFile))
+    , m_bus(std::move(bus))
+    , m_limit(static_cast<int>(limit.count()))
+    , m_application(std::make_unique<Application>(this)) {}
+
+SingleInstance::~SingleInstance() {
+    leaveBus();
+}
+
+QString SingleInstance::usersLockFile() {
+    return QStringLiteral("%1/%2/.lock").arg(folders::applicationSupport(), identity::applicationName());
+}
+
+SingleInstance::Outcome SingleInstance::start(const LaunchTokens& tokens) {
+    if (!m_bus.isConnected()) {
+        return runUnderLock(Outcome::NoBus);
+    }
+    if (takeName()) {
+        return runUnderLock(Outcome::First);
+    }
+    const Answer answer = activateRunning(tokens);
+    if (answer == Answer::Given) {
+        return Outcome::AlreadyRunning;
+    }
+    // A copy that died during the question and one that hangs look the same; only the dead one has left its name.
+    if (takeName()) {
+        return runUnderLock(Outcome::First);
+    }
+    return answer == Answer::Missing ? Outcome::AlreadyRunning : runUnderLock(Outcome::NoBus);
+}
+
+// The object stands before the name is known, so that no call can miss it.
+bool SingleInstance::takeName() {
+    m_isRegistered =
+        m_bus.registerObject(identity::busPath(), m_application.get(), QDBusConnection::ExportScriptableSlots) &&
+        m_bus.registerService(identity::desktopId());
+    if (!m_isRegistered) {
+        m_bus.unregisterObject(identity::busPath());
+    }
+    return m_isRegistered;
+}
+
+SingleInstance::Answer SingleInstance::activateRunning(const LaunchTokens& tokens) {
+    QVariantMap platformData;
+    if (!tokens.activationToken.isEmpty()) {
+        platformData.insert(tokenKey, tokens.activationToken);
+    }
+    if (!tokens.startupId.isEmpty()) {
+        platformData.insert(startupIdKey, tokens.startupId);
+    }
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(identity::desktopId(), identity::busPath(),
+                                       QStringLiteral("org.freedesktop.Application"), QStringLiteral("Activate"));
+    call.setArguments({platformData});
+    // The bus may know how to start the program: that must not happen here, it would be a third copy.
+    call.setAutoStartService(false);
+    const QDBusMessage reply = m_bus.call(call, QDBus::Block, m_limit);
+    if (reply.type() != QDBusMessage::ErrorMessage) {
+        return Answer::Given;
+    }
+    return QDBusError(reply).type() == QDBusError::ServiceUnknown ? Answer::NobodyThere : Answer::Missing;
+}
+
+void SingleInstance::leaveBus() {
+    if (std::exchange(m_isRegistered, false)) {
+        m_bus.unregisterService(identity::desktopId());
+        m_bus.unregisterObject(identity::busPath());
+    }
+}
+
+SingleInstance::Outcome SingleInstance::runUnderLock(Outcome outcome) {
+    // A place without locks must not keep the program from running.
+    if (m_lock.take(patienceWithLock) != DataLock::Result::HeldElsewhere) {
+        return outcome;
+    }
+    leaveBus();
+    return Outcome::DataInUse;
+}
+
+} // namespace orvanel
+
+#include "SingleInstance.moc"

@@ -1,0 +1,81 @@
+#include "platform/TrayHostWatcher.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+
+#include <limits>
+#include <utility>
+
+namespace orvanel {
+namespace {
+
+const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
+const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+
+// At login the panel may be busy for long; nobody waits for this answer, so there is no limit.
+constexpr int noLimit = std::numeric_limits<int>::max();
+
+} // namespace
+
+TrayHostWatcher::TrayHostWatcher(QDBusConnection bus)
+    : m_bus(std::move(bus)) {
+    if (!m_bus.isConnected()) {
+        return;
+    }
+    auto* service = new QDBusServiceWatcher(watcherName, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(service, &QDBusServiceWatcher::serviceOwnerChanged, this, &TrayHostWatcher::onServiceOwnerChanged);
+    // Whoever sends these only makes us ask, so the sender is not named: that would wait for the bus.
+    m_bus.connect({}, watcherPath, watcherName, QStringLiteral("StatusNotifierHostRegistered"), this, SLOT(ask()));
+    m_bus.connect({}, watcherPath, watcherName, QStringLiteral("StatusNotifierHostUnregistered"), this, SLOT(ask()));
+    m_bus.connect({}, watcherPath, propertiesInterface, QStringLiteral("PropertiesChanged"), this, SLOT(ask()));
+    m_bus.connect({}, QStringLiteral("/org/freedesktop/DBus/Local"), QStringLiteral("org.freedesktop.DBus.Local"),
+                  QStringLiteral("Disconnected"), this, SLOT(onHostGone()));
+    ask();
+}
+
+bool TrayHostWatcher::hostAvailable() const {
+    return m_available;
+}
+
+void TrayHostWatcher::onServiceOwnerChanged(const QString&, const QString&, const QString& newOwner) {
+    onHostGone();
+    if (!newOwner.isEmpty()) {
+        ask();
+    }
+}
+
+void TrayHostWatcher::onHostGone() {
+    m_pending = nullptr;
+    setAvailable(false);
+}
+
+void TrayHostWatcher::ask() {
+    auto call = QDBusMessage::createMethodCall(watcherName, watcherPath, propertiesInterface, QStringLiteral("Get"));
+    call.setArguments({watcherName, QStringLiteral("IsStatusNotifierHostRegistered")});
+    call.setAutoStartService(false);
+    m_pending = new QDBusPendingCallWatcher(m_bus.asyncCall(call, noLimit), this);
+    connect(m_pending, &QDBusPendingCallWatcher::finished, this, &TrayHostWatcher::onAnswer);
+}
+
+void TrayHostWatcher::onAnswer(QDBusPendingCallWatcher* watcher) {
+    watcher->deleteLater();
+    if (watcher != m_pending) {
+        return;
+    }
+    m_pending = nullptr;
+    const QDBusPendingReply<QDBusVariant> reply = *watcher;
+    setAvailable(!reply.isError() && reply.value().variant().toBool());
+}
+
+void TrayHostWatcher::setAvailable(bool available) {
+    if (m_available != available) {
+        m_available = available;
+        Q_EMIT hostAvailableChanged(available);
+    }
+}
+
+} // namespace orvanel

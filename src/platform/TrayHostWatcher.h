@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+
+class QDBusPendingCallWatcher;
+
+namespace orvanel {
+
+/// Whether a panel is there that shows status icons (org.kde.StatusNotifierWatcher with a registered host). Known
+/// some moments after creation. Never touches QSystemTrayIcon, whose first use settles its way for the whole process.
+class TrayHostWatcher final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit TrayHostWatcher(QDBusConnection bus = QDBusConnection::sessionBus());
+
+    /// False until known, and always without a session bus.
+    bool hostAvailable() const;
+
+Q_SIGNALS:
+    void hostAvailableChanged(bool available);
+
+private Q_SLOTS:
+    void onServiceOwnerChanged(const QString& name, const QString& oldOwner, const QString& newOwner);
+    void onHostGone();
+    void ask();
+
+private:
+    void onAnswer(QDBusPendingCallWatcher* watcher);
+    void setAvailable(bool available);
+
+    QDBusConnection m_bus;
+    bool m_available = false;
+    /// The question whose answer counts: the one asked last.
+    QDBusPendingCallWatcher* m_pending = nullptr;
+};
+
+} // namespace orvanel

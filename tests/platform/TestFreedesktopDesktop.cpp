@@ -1,0 +1,143 @@
+#include "platform/FreedesktopDesktop.h"
+#include "support/Await.h"
+#include "support/PrivateBus.h"
+
+#include <QDBusContext>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString managerName = QStringLiteral("org.freedesktop.FileManager1");
+const QString managerPath = QStringLiteral("/org/freedesktop/FileManager1");
+
+} // namespace
+
+class FakeFileManager : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
+
+public:
+    enum class Mood { Shows, Refuses, Hangs };
+
+    FakeFileManager(PrivateBus* bus, Mood mood)
+        : m_connection(bus->connect())
+        , m_mood(mood) {
+        if (!m_connection.registerObject(managerPath, this, QDBusConnection::ExportScriptableSlots) ||
+            !m_connection.registerService(managerName)) {
+            qFatal("the file manager could not take its place on the bus");
+        }
+    }
+
+    QList<QStringList> shown;
+    QStringList startupIds;
+
+public Q_SLOTS:
+    Q_SCRIPTABLE void ShowItems(const QStringList& addresses, const QString& startupId) {
+        shown << addresses;
+        startupIds << startupId;
+        setDelayedReply(m_mood == Mood::Hangs);
+        if (m_mood == Mood::Refuses) {
+            sendErrorReply(QDBusError::Failed, QStringLiteral("not today"));
+        }
+    }
+
+private:
+    QDBusConnection m_connection;
+    const Mood m_mood;
+};
+
+class TestFreedesktopDesktop : public QObject {
+    Q_OBJECT
+
+private:
+    QList<QUrl> m_opened;
+    const FreedesktopDesktop::Opener m_opener = [this](const QUrl& address) { m_opened << address; };
+
+private Q_SLOTS:
+    void init() { m_opened.clear(); }
+
+    void onlyWebAddressesAreOpened_data() {
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<bool>("opened");
+        QTest::newRow("http") << QStringLiteral("http://127.0.0.1:3001/") << true;
+        QTest::newRow("https") << QStringLiteral("https://example.org/a?b=c#d") << true;
+        QTest::newRow("capitals") << QStringLiteral("HTTPS://EXAMPLE.ORG/") << true;
+        QTest::newRow("file") << QStringLiteral("file:///etc/passwd") << false;
+        QTest::newRow("script") << QStringLiteral("javascript:alert(1)") << false;
+        QTest::newRow("program") << QStringLiteral("ssh://example.org") << false;
+        QTest::newRow("relative") << QStringLiteral("example.org") << false;
+        QTest::newRow("no host") << QStringLiteral("http:///path") << false;
+        QTest::newRow("empty") << QString() << false;
+    }
+
+    void onlyWebAddressesAreOpened() {
+        QFETCH(const QString, address);
+        QFETCH(const bool, opened);
+        FreedesktopDesktop desktop(PrivateBus::none(), m_opener);
+        desktop.openAddress(QUrl(address));
+        QCOMPARE(m_opened, opened ? QList<QUrl>{QUrl(address)} : QList<QUrl>());
+    }
+
+    void revealSelectsInTheFileManager() {
+        PrivateBus bus;
+        const FakeFileManager manager(&bus, FakeFileManager::Mood::Shows);
+        FreedesktopDesktop desktop(bus.connect(), m_opener);
+        desktop.reveal(QStringLiteral("/tmp/a b/100% #1?.zip"));
+        desktop.reveal(QStringLiteral("/tmp/\u00fc"));
+        QVERIFY(waitUntil([&] { return manager.shown.size() == 2; }));
+        QCOMPARE(manager.shown[0], QStringList{QStringLiteral("file:///tmp/a%20b/100%25%20%231%3F.zip")});
+        QCOMPARE(manager.shown[1], QStringList{QStringLiteral("file:///tmp/%C3%BC")});
+        QCOMPARE(manager.startupIds, (QStringList{QString(), QString()}));
+        drainEvents();
+        QCOMPARE(m_opened, QList<QUrl>());
+    }
+
+    void revealOpensTheFolderWhereNobodyCanSelect_data() {
+        QTest::addColumn<int>("mood");
+        QTest::newRow("refuses") << int(FakeFileManager::Mood::Refuses);
+        QTest::newRow("hangs") << int(FakeFileManager::Mood::Hangs);
+    }
+
+    void revealOpensTheFolderWhereNobodyCanSelect() {
+        QFETCH(const int, mood);
+        PrivateBus bus;
+        const FakeFileManager manager(&bus, static_cast<FakeFileManager::Mood>(mood));
+        FreedesktopDesktop desktop(bus.connect(), m_opener, 50ms);
+        desktop.reveal(QStringLiteral("/tmp/a b/file"));
+        QVERIFY(waitUntil([&] { return !m_opened.isEmpty(); }));
+        QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(QStringLiteral("/tmp/a b"))});
+    }
+
+    void revealWithoutFileManager() {
+        PrivateBus bus;
+        FreedesktopDesktop desktop(bus.connect(), m_opener);
+        desktop.reveal(QStringLiteral("/tmp/a/file"));
+        QVERIFY(waitUntil([&] { return !m_opened.isEmpty(); }));
+        QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(QStringLiteral("/tmp/a"))});
+    }
+
+    void revealWithoutBus() {
+        FreedesktopDesktop desktop(PrivateBus::none(), m_opener);
+        desktop.reveal(QStringLiteral("/tmp/a/file"));
+        QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(QStringLiteral("/tmp/a"))});
+    }
+
+    void mayEndWhileWaiting() {
+        PrivateBus bus;
+        const FakeFileManager manager(&bus, FakeFileManager::Mood::Hangs);
+        {
+            FreedesktopDesktop desktop(bus.connect(), m_opener);
+            desktop.reveal(QStringLiteral("/tmp/a/file"));
+            QVERIFY(waitUntil([&] { return !manager.shown.isEmpty(); }));
+        }
+        drainEvents();
+        QCOMPARE(m_opened, QList<QUrl>());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFreedesktopDesktop)
+#include "TestFreedesktopDesktop.moc"

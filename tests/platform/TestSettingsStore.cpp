@@ -1,0 +1,364 @@
+#include "platform/SettingsStore.h"
+#include "support/FilePermissions.h"
+#include "support/TestHome.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRandomGenerator>
+#include <QTest>
+
+#include <climits>
+#include <sys/stat.h>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+const QString fileName = QStringLiteral(".config/Orvanel/Orvanel.conf");
+const QString port = QStringLiteral("port");
+const QString slug = QStringLiteral("slug");
+const QString stopOnQuit = QStringLiteral("stopOnQuit");
+
+QByteArray contentOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
+}
+
+/// Takes writing (or all) permissions away while it lives.
+class Locked {
+public:
+    Locked(QString path, QFile::Permissions permissions)
+        : m_path(std::move(path))
+        , m_before(QFile::permissions(m_path)) {
+        QFile::setPermissions(m_path, permissions);
+    }
+    ~Locked() { QFile::setPermissions(m_path, m_before); }
+    Locked(const Locked&) = delete;
+    Locked& operator=(const Locked&) = delete;
+
+private:
+    const QString m_path;
+    const QFile::Permissions m_before;
+};
+
+/// What every store must do whose file gives nothing.
+void checkReadsAsFallback(const SettingsStore& store) {
+    QCOMPARE(store.integer(port, 7), 7);
+    QCOMPARE(store.text(slug, QStringLiteral("none")), QStringLiteral("none"));
+    QCOMPARE(store.boolean(stopOnQuit, true), true);
+    QCOMPARE(store.boolean(stopOnQuit, false), false);
+}
+
+void checkCannotWrite(SettingsStore& store) {
+    QVERIFY(!store.setInteger(port, 4000));
+    QVERIFY(!store.setText(slug, QStringLiteral("mine")));
+    QVERIFY(!store.setBoolean(stopOnQuit, true));
+    QCOMPARE(store.integer(port, 7), 4000);
+    QCOMPARE(store.text(slug, QString()), QStringLiteral("mine"));
+    QCOMPARE(store.boolean(stopOnQuit, false), true);
+}
+
+} // namespace
+
+class TestSettingsStore : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { obeyFilePermissions(); }
+
+    void usersFileLiesInTheConfigurationHome() {
+        const TestHome home;
+        SettingsStore store;
+        QCOMPARE(store.file(), home.path(fileName));
+        checkReadsAsFallback(store);
+        QVERIFY(!QFileInfo::exists(store.file()));
+        QVERIFY(store.setInteger(port, 3005));
+        QVERIFY(QFileInfo(store.file()).isFile());
+        QCOMPARE(SettingsStore().integer(port, 0), 3005);
+    }
+
+    void valuesAreOnDiskWhenTheCallReturns() {
+        const TestHome home;
+        SettingsStore store;
+        QVERIFY(store.setInteger(port, -80));
+        QVERIFY(contentOf(store.file()).contains("port=-80\n"));
+        QVERIFY(store.setBoolean(stopOnQuit, true));
+        QVERIFY(contentOf(store.file()).contains("stopOnQuit=true\n"));
+        QVERIFY(store.setText(slug, QStringLiteral("mine")));
+        QVERIFY(contentOf(store.file()).contains("slug=mine\n"));
+        QVERIFY(store.setBoolean(stopOnQuit, false));
+        QVERIFY(contentOf(store.file()).contains("stopOnQuit=false\n"));
+        const SettingsStore second;
+        QCOMPARE(second.integer(port, 0), -80);
+        QCOMPARE(second.boolean(stopOnQuit, true), false);
+        QCOMPARE(second.text(slug, QString()), QStringLiteral("mine"));
+    }
+
+    void typesAreChecked_data() {
+        QTest::addColumn<QByteArray>("stored");
+        QTest::addColumn<int>("asInteger");
+        QTest::addColumn<QString>("asText");
+        QTest::addColumn<bool>("asBooleanWithTrue");
+        QTest::addColumn<bool>("asBooleanWithFalse");
+        const QString none = QStringLiteral("none");
+        QTest::newRow("number") << QByteArray("3005") << 3005 << QStringLiteral("3005") << true << false;
+        QTest::newRow("quoted number") << QByteArray("\"3005\"") << 3005 << QStringLiteral("3005") << true << false;
+        QTest::newRow("one") << QByteArray("1") << 1 << QStringLiteral("1") << true << true;
+        QTest::newRow("zero") << QByteArray("0") << 0 << QStringLiteral("0") << false << false;
+        QTest::newRow("true") << QByteArray("True") << 7 << QStringLiteral("True") << true << true;
+        QTest::newRow("false") << QByteArray("false") << 7 << QStringLiteral("false") << false << false;
+        QTest::newRow("word") << QByteArray("abc") << 7 << QStringLiteral("abc") << true << false;
+        QTest::newRow("empty") << QByteArray("") << 7 << QString() << true << false;
+        QTest::newRow("fraction") << QByteArray("3005.5") << 7 << QStringLiteral("3005.5") << true << false;
+        QTest::newRow("huge") << QByteArray("99999999999999999999") << 7 << QStringLiteral("99999999999999999999")
+                              << true << false;
+        QTest::newRow("over int") << QByteArray("2147483648") << 7 << QStringLiteral("2147483648") << true << false;
+        QTest::newRow("list") << QByteArray("a,b") << 7 << none << true << false;
+        QTest::newRow("list of numbers") << QByteArray("3005, 3006") << 7 << none << true << false;
+        QTest::newRow("bytes") << QByteArray("@ByteArray(3005)") << 7 << none << true << false;
+        QTest::newRow("invalid") << QByteArray("@Invalid()") << 7 << none << true << false;
+        QTest::newRow("huge object") << QByteArray("@Variant(\\0\\0\\0\\x9\\0\\xff\\xff\\xff\\xf0)") << 7 << none
+                                     << true << false;
+        QTest::newRow("size") << QByteArray("@Size(1 2)") << 7 << none << true << false;
+    }
+
+    void typesAreChecked() {
+        QFETCH(const QByteArray, stored);
+        const TestHome home;
+        home.write(fileName, "[General]\nx=" + stored + "\n");
+        const SettingsStore store;
+        const QString x = QStringLiteral("x");
+        QTEST(store.integer(x, 7), "asInteger");
+        QTEST(store.text(x, QStringLiteral("none")), "asText");
+        QTEST(store.boolean(x, true), "asBooleanWithTrue");
+        QTEST(store.boolean(x, false), "asBooleanWithFalse");
+    }
+
+    void integersKeepTheirLimits() {
+        const TestHome home;
+        for (const int value : {INT_MIN, -1, 0, 1, 65535, INT_MAX}) {
+            QVERIFY(SettingsStore().setInteger(port, value));
+            QCOMPARE(SettingsStore().integer(port, 7), value);
+        }
+    }
+
+    void textsRoundTrip_data() {
+        QTest::addColumn<QString>("value");
+        QTest::newRow("empty") << QString();
+        QTest::newRow("comma") << QStringLiteral("a, b,c");
+        QTest::newRow("quotes") << QStringLiteral("\"a\" 'b' \\\"c\\");
+        QTest::newRow("last backslash") << QStringLiteral("a, b\\");
+        QTest::newRow("blanks") << QStringLiteral("  leading and trailing\t ");
+        QTest::newRow("lines") << QStringLiteral("one\ntwo\r\nthree");
+        QTest::newRow("emoji") << QStringLiteral("\U0001F43B bear \u2026");
+        QTest::newRow("like an object") << QStringLiteral("@Variant(x) @Invalid() @");
+        QTest::newRow("at") << QStringLiteral("@Invalid()");
+        QTest::newRow("comment") << QStringLiteral("; # a=b [c]");
+        QTest::newRow("percent") << QStringLiteral("%20 \\x41 \\0");
+        QTest::newRow("null") << QStringLiteral("a\0b");
+        QTest::newRow("byte order mark") << QStringLiteral("\uFEFFa");
+        QTest::newRow("escape then digit") << QStringLiteral("\x01"
+                                                             "f\x02"
+                                                             "9");
+        QTest::newRow("number") << QStringLiteral("0012");
+    }
+
+    void textsRoundTrip() {
+        QFETCH(const QString, value);
+        const TestHome home;
+        QVERIFY(SettingsStore().setText(slug, value));
+        QCOMPARE(SettingsStore().text(slug, QStringLiteral("none")), value);
+        // Once more over the written file, which must still be understood.
+        QVERIFY(SettingsStore().setInteger(port, 1));
+        QCOMPARE(SettingsStore().text(slug, QStringLiteral("none")), value);
+        QVERIFY(!QFileInfo::exists(home.path(fileName) + QStringLiteral(".broken")));
+    }
+
+    void anyCharactersRoundTrip() {
+        const TestHome home;
+        QRandomGenerator random(4);
+        for (int round = 0; round < 300; ++round) {
+            QString value;
+            for (int i = 0; i < 12; ++i) {
+                value += QChar(static_cast<char16_t>(random.bounded(random.bounded(2) == 0 ? 0x80 : 0x10000)));
+            }
+            SettingsStore store;
+            QVERIFY(store.setText(slug, value));
+            const SettingsStore second;
+            QCOMPARE(second.text(slug, QString()), store.text(slug, QString()));
+            for (qsizetype i = 0; i < value.size(); ++i) {
+                const QChar read = second.text(slug, QString())[i];
+                QVERIFY(read == value[i] || (value[i].isSurrogate() && read == QChar::ReplacementCharacter));
+            }
+        }
+    }
+
+    void foreignKeysStay() {
+        const TestHome home;
+        home.write(fileName, "[General]\nother=a, b\nport=1\n[Window]\ngeometry=@ByteArray(\\x1\\x2)\n");
+        QVERIFY(SettingsStore().setInteger(port, 2));
+        const QByteArray content = contentOf(home.path(fileName));
+        QVERIFY2(content.contains("other=a, b\n"), content.constData());
+        QVERIFY2(content.contains("geometry=@ByteArray(\\x1\\x2)\n"), content.constData());
+        QVERIFY2(content.contains("port=2\n"), content.constData());
+    }
+
+    void othersChangesMeanwhileStay() {
+        const TestHome home;
+        home.write(fileName, "[General]\nport=1\nslug=old\n");
+        SettingsStore store;
+        home.write(fileName, "[General]\nport=1\nslug=changed elsewhere\n");
+        QVERIFY(store.setInteger(port, 2));
+        QCOMPARE(SettingsStore().text(slug, QString()), QStringLiteral("changed elsewhere"));
+        QCOMPARE(SettingsStore().integer(port, 0), 2);
+    }
+
+    void brokenFileIsKeptBesideTheNewOne_data() {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("binary") << QByteArray("\x7f"
+                                              "ELF\0\1\2\xff\xfe",
+                                              9);
+        QTest::newRow("words") << QByteArray("this is no settings file\n");
+        QTest::newRow("not UTF-8") << QByteArray("[General]\nname=caf\xe9\n");
+        QTest::newRow("open section") << QByteArray("[General\nx=1\n");
+        QTest::newRow("open quote") << QByteArray("[General]\nx=\"abc\ny=1\n");
+        QTest::newRow("huge file") << QByteArray("[General]\n") + QByteArray(2 << 20, 'x');
+    }
+
+    void brokenFileIsKeptBesideTheNewOne() {
+        QFETCH(const QByteArray, content);
+        const TestHome home;
+        home.write(fileName, content);
+        SettingsStore store;
+        checkReadsAsFallback(store);
+        QCOMPARE(contentOf(home.path(fileName)), content);
+        QVERIFY(store.setInteger(port, 4000));
+        QVERIFY(store.setText(slug, QStringLiteral("mine")));
+        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken")), content);
+        QCOMPARE(SettingsStore().integer(port, 0), 4000);
+        QCOMPARE(SettingsStore().text(slug, QString()), QStringLiteral("mine"));
+    }
+
+    void goodLinesOfABrokenFileCount() {
+        const TestHome home;
+        home.write(fileName, "[General]\nport=4000\n<<<<<<< conflict\nother=a, b\n");
+        SettingsStore store;
+        QCOMPARE(store.integer(port, 0), 4000);
+        QVERIFY(store.setText(slug, QStringLiteral("mine")));
+        QCOMPARE(SettingsStore().integer(port, 0), 4000);
+        QVERIFY(contentOf(home.path(fileName)).contains("other=a, b\n"));
+    }
+
+    void everyBrokenFileIsKept() {
+        const TestHome home;
+        for (const char* content : {"first", "second", "third"}) {
+            home.write(fileName, content);
+            QVERIFY(SettingsStore().setInteger(port, 1));
+        }
+        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken")), QByteArray("first"));
+        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken2")), QByteArray("second"));
+        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken3")), QByteArray("third"));
+    }
+
+    void fileThatBreaksDuringTheRunIsKeptToo() {
+        const TestHome home;
+        SettingsStore store;
+        QVERIFY(store.setText(slug, QStringLiteral("mine")));
+        home.write(fileName, "broken by hand");
+        QVERIFY(store.setInteger(port, 1));
+        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken")), QByteArray("broken by hand"));
+        QCOMPARE(SettingsStore().text(slug, QString()), QStringLiteral("mine"));
+    }
+
+    void folderInTheFilesPlace() {
+        const TestHome home;
+        home.write(fileName + QStringLiteral("/inside"), "kept");
+        SettingsStore store;
+        checkReadsAsFallback(store);
+        checkCannotWrite(store);
+        QCOMPARE(contentOf(home.path(fileName + QStringLiteral("/inside"))), QByteArray("kept"));
+    }
+
+    void fileInTheFoldersPlace() {
+        const TestHome home;
+        home.write(QStringLiteral(".config/Orvanel"), "a file");
+        SettingsStore store;
+        checkReadsAsFallback(store);
+        checkCannotWrite(store);
+    }
+
+    void pipeInTheFilesPlace() {
+        const TestHome home;
+        QVERIFY(QDir().mkpath(home.path(QStringLiteral(".config/Orvanel"))));
+        QCOMPARE(::mkfifo(QFile::encodeName(home.path(fileName)).constData(), 0600), 0);
+        SettingsStore store;
+        checkReadsAsFallback(store);
+        checkCannotWrite(store);
+    }
+
+    void unreadableFile() {
+        const TestHome home;
+        home.write(fileName, "[General]\nport=1\n");
+        {
+            const Locked locked(home.path(fileName), {});
+            SettingsStore store;
+            checkReadsAsFallback(store);
+            checkCannotWrite(store);
+        }
+        QCOMPARE(contentOf(home.path(fileName)), QByteArray("[General]\nport=1\n"));
+    }
+
+    void readOnlyFile() {
+        const TestHome home;
+        home.write(fileName, "[General]\nport=1\n");
+        const Locked locked(home.path(fileName), QFile::ReadOwner);
+        SettingsStore store;
+        QCOMPARE(store.integer(port, 7), 1);
+        checkCannotWrite(store);
+        QCOMPARE(contentOf(home.path(fileName)), QByteArray("[General]\nport=1\n"));
+    }
+
+    void readOnlyFolder() {
+        const TestHome home;
+        home.write(fileName, "[General]\nport=1\n");
+        const Locked locked(home.path(QStringLiteral(".config/Orvanel")), QFile::ReadOwner | QFile::ExeOwner);
+        SettingsStore store;
+        checkCannotWrite(store);
+        QCOMPARE(contentOf(home.path(fileName)), QByteArray("[General]\nport=1\n"));
+    }
+
+    void brokenFileInAReadOnlyFolderStays() {
+        const TestHome home;
+        home.write(fileName, "no settings");
+        const Locked locked(home.path(QStringLiteral(".config/Orvanel")), QFile::ReadOwner | QFile::ExeOwner);
+        SettingsStore store;
+        checkCannotWrite(store);
+        QCOMPARE(contentOf(home.path(fileName)), QByteArray("no settings"));
+    }
+
+    void writingWorksAgainWhenTheFolderDoes() {
+        const TestHome home;
+        home.write(fileName, "[General]\nport=1\n");
+        SettingsStore store;
+        {
+            const Locked locked(home.path(QStringLiteral(".config/Orvanel")), QFile::ReadOwner | QFile::ExeOwner);
+            QVERIFY(!store.setInteger(port, 2));
+        }
+        QVERIFY(store.setInteger(port, 3));
+        QCOMPARE(SettingsStore().integer(port, 0), 3);
+    }
+
+    void linkedFileIsWrittenThroughItsLink() {
+        const TestHome home;
+        const QString real = home.write(QStringLiteral("dotfiles/Orvanel.conf"), "[General]\nport=1\n");
+        QVERIFY(QDir().mkpath(home.path(QStringLiteral(".config/Orvanel"))));
+        QVERIFY(QFile::link(real, home.path(fileName)));
+        QVERIFY(SettingsStore().setInteger(port, 2));
+        QVERIFY(QFileInfo(home.path(fileName)).isSymLink());
+        QVERIFY(contentOf(real).contains("port=2\n"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSettingsStore)
+#include "TestSettingsStore.moc"

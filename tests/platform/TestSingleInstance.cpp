@@ -1,0 +1,275 @@
+#include "platform/DataLock.h"
+#include "platform/SingleInstance.h"
+#include "support/Await.h"
+#include "support/FilePermissions.h"
+#include "support/PrivateBus.h"
+#include "support/TestHome.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+using Outcome = SingleInstance::Outcome;
+
+namespace {
+
+const QString noBus = QStringLiteral("disabled:");
+const QString name = QStringLiteral("io.github.orvanel.Orvanel");
+const QString objectPath = QStringLiteral("/io/github/orvanel/Orvanel");
+const QString interface = QStringLiteral("org.freedesktop.Application");
+
+/// Another copy of the program in a process of its own; killed with this object.
+class Other {
+public:
+    Other(const QString& address, const QString& lockFile, const QString& token = {}) {
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), token);
+        m_process.setProcessEnvironment(environment);
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start(QStringLiteral(OTHER_INSTANCE), {address, lockFile});
+    }
+    ~Other() { kill(); }
+    Other(const Other&) = delete;
+    Other& operator=(const Other&) = delete;
+
+    /// Its next line, or an empty text when it ended.
+    QString line() {
+        const bool isThere =
+            waitUntil([this] { return m_process.canReadLine() || m_process.state() == QProcess::NotRunning; });
+        return isThere ? QString::fromUtf8(m_process.readLine().trimmed()) : QStringLiteral("(nothing in time)");
+    }
+    void send(int signal) const { ::kill(static_cast<pid_t>(m_process.processId()), signal); }
+    void kill() {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished();
+        }
+    }
+
+private:
+    QProcess m_process;
+};
+
+QDBusMessage callTo(const QString& method, const QVariantList& arguments) {
+    auto call = QDBusMessage::createMethodCall(name, objectPath, interface, method);
+    call.setArguments(arguments);
+    return call;
+}
+
+/// A process that takes the lock, says so and waits for its end.
+pid_t processWithLock(const QString& file) {
+    int ends[2];
+    if (::pipe(ends) != 0) {
+        qFatal("no pipe");
+    }
+    const pid_t child = ::fork();
+    if (child == 0) {
+        DataLock lock(file);
+        const char result = lock.take() == DataLock::Result::Taken ? '+' : '-';
+        [[maybe_unused]] const auto written = ::write(ends[1], &result, 1);
+        ::alarm(60);
+        while (true) {
+            ::pause();
+        }
+    }
+    char result = 0;
+    if (::read(ends[0], &result, 1) != 1 || result != '+') {
+        qFatal("the other process could not take the lock");
+    }
+    ::close(ends[0]);
+    ::close(ends[1]);
+    return child;
+}
+
+} // namespace
+
+class TestSingleInstance : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+    QString lockFile() const { return m_folder.filePath(QStringLiteral("program/.lock")); }
+
+private Q_SLOTS:
+    void initTestCase() { obeyFilePermissions(); }
+
+    void secondStartActivatesTheFirst() {
+        PrivateBus bus;
+        SingleInstance instance(lockFile(), bus.connect());
+        QSignalSpy activated(&instance, &SingleInstance::activated);
+        QCOMPARE(instance.start({}), Outcome::First);
+        Other other(bus.address(), lockFile(), QStringLiteral("token-1"));
+        QCOMPARE(other.line(), QStringLiteral("AlreadyRunning"));
+        QCOMPARE(activated.size(), 1);
+        QCOMPARE(activated[0][0].toString(), QStringLiteral("token-1"));
+        Other third(bus.address(), lockFile());
+        QCOMPARE(third.line(), QStringLiteral("AlreadyRunning"));
+        QCOMPARE(activated.size(), 2);
+        QCOMPARE(activated[1][0].toString(), QString());
+    }
+
+    void secondStartHandsItsTokensOver() {
+        PrivateBus bus;
+        Other first(bus.address(), lockFile());
+        QCOMPARE(first.line(), QStringLiteral("First"));
+        {
+            SingleInstance instance(lockFile(), bus.connect());
+            QCOMPARE(instance.start({QStringLiteral("token"), QStringLiteral("startup")}), Outcome::AlreadyRunning);
+            QCOMPARE(first.line(), QStringLiteral("activated token"));
+        }
+        SingleInstance instance(lockFile(), bus.connect());
+        QCOMPARE(instance.start({QString(), QStringLiteral("startup")}), Outcome::AlreadyRunning);
+        QCOMPARE(first.line(), QStringLiteral("activated startup"));
+    }
+
+    void desktopMayActivateInEachWay() {
+        PrivateBus bus;
+        SingleInstance instance(lockFile(), bus.connect());
+        QSignalSpy activated(&instance, &SingleInstance::activated);
+        QCOMPARE(instance.start({}), Outcome::First);
+        const auto desktop = bus.connect();
+        const QVariantMap data{{QStringLiteral("activation-token"), QStringLiteral("t")}};
+        for (const auto& call : {callTo(QStringLiteral("Activate"), {data}),
+                                 callTo(QStringLiteral("Open"), {QStringList{QStringLiteral("file:///a")}, data}),
+                                 callTo(QStringLiteral("ActivateAction"),
+                                        {QStringLiteral("action"), QVariantList{1, QStringLiteral("a")}, data})}) {
+            activated.clear();
+            const auto reply = desktop.asyncCall(call);
+            QVERIFY(waitUntil([&] { return reply.isFinished(); }));
+            QVERIFY2(!reply.isError(), qPrintable(reply.error().message()));
+            QCOMPARE(activated.size(), 1);
+            QCOMPARE(activated[0][0].toString(), QStringLiteral("t"));
+        }
+    }
+
+    void firstCopyMakesRoomWhenItEnds() {
+        PrivateBus bus;
+        {
+            SingleInstance instance(lockFile(), bus.connect());
+            QCOMPARE(instance.start({}), Outcome::First);
+        }
+        Other other(bus.address(), lockFile());
+        QCOMPARE(other.line(), QStringLiteral("First"));
+    }
+
+    void hangingFirstCopyHoldsNobodyUp() {
+        PrivateBus bus;
+        Other first(bus.address(), lockFile());
+        QCOMPARE(first.line(), QStringLiteral("First"));
+        first.send(SIGSTOP);
+        SingleInstance instance(lockFile(), bus.connect(), 50ms);
+        const auto outcome = instance.start({});
+        first.send(SIGCONT);
+        QCOMPARE(outcome, Outcome::AlreadyRunning);
+        // The question was kept for it.
+        QCOMPARE(first.line(), QStringLiteral("activated"));
+    }
+
+    void killedCopyBlocksNoStart() {
+        PrivateBus bus;
+        for (int round = 0; round < 20; ++round) {
+            Other other(bus.address(), lockFile());
+            QCOMPARE(other.line(), QStringLiteral("First"));
+            other.send(SIGKILL);
+            SingleInstance instance(lockFile(), bus.connect());
+            QCOMPARE(instance.start({}), Outcome::First);
+        }
+    }
+
+    void withoutBusItJustRuns() {
+        SingleInstance instance(lockFile(), PrivateBus::none());
+        QCOMPARE(instance.start({}), Outcome::NoBus);
+        Other other(noBus, lockFile());
+        QCOMPARE(other.line(), QStringLiteral("DataInUse"));
+        Other elsewhere(noBus, m_folder.filePath(QStringLiteral("other data/.lock")));
+        QCOMPARE(elsewhere.line(), QStringLiteral("NoBus"));
+    }
+
+    void lockKeepsCopiesOfDifferentBusesApart() {
+        PrivateBus bus;
+        PrivateBus otherBus;
+        SingleInstance instance(lockFile(), bus.connect());
+        QSignalSpy activated(&instance, &SingleInstance::activated);
+        QCOMPARE(instance.start({}), Outcome::First);
+        Other other(otherBus.address(), lockFile());
+        QCOMPARE(other.line(), QStringLiteral("DataInUse"));
+        Other withoutBus(noBus, lockFile());
+        QCOMPARE(withoutBus.line(), QStringLiteral("DataInUse"));
+        // One that may not run does not keep the name either.
+        QVERIFY(!otherBus.connect().interface()->isServiceRegistered(name));
+        QCOMPARE(activated.size(), 0);
+    }
+
+    void placeWithoutLocksKeepsNobodyFromRunning() {
+        QFile file(m_folder.filePath(QStringLiteral("a file")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        DataLock below(file.fileName() + QStringLiteral("/.lock"));
+        QCOMPARE(below.take(), DataLock::Result::Impossible);
+        DataLock folder(m_folder.path());
+        QCOMPARE(folder.take(), DataLock::Result::Impossible);
+        SingleInstance instance(m_folder.path(), PrivateBus::none());
+        QCOMPARE(instance.start({}), Outcome::NoBus);
+        PrivateBus bus;
+        SingleInstance withBus(m_folder.path(), bus.connect());
+        QCOMPARE(withBus.start({}), Outcome::First);
+    }
+
+    void lockOfAKilledProcessIsGoneAtOnce() {
+        const QString file = lockFile();
+        for (int round = 0; round < 100; ++round) {
+            const pid_t holder = processWithLock(file);
+            {
+                DataLock early(file);
+                QCOMPARE(early.take(), DataLock::Result::HeldElsewhere);
+            }
+            ::kill(holder, SIGKILL);
+            int status = 0;
+            QCOMPARE(::waitpid(holder, &status, 0), holder);
+            DataLock lock(file);
+            QCOMPARE(lock.take(), DataLock::Result::Taken);
+        }
+    }
+
+    void childrenDoNotKeepTheLock() {
+        const QString file = lockFile();
+        QProcess child;
+        {
+            DataLock lock(file);
+            QCOMPARE(lock.take(), DataLock::Result::Taken);
+            child.start(QStringLiteral("/bin/cat"), {});
+            QVERIFY(child.waitForStarted());
+        }
+        DataLock second(file);
+        QCOMPARE(second.take(), DataLock::Result::Taken);
+        child.kill();
+        QVERIFY(child.waitForFinished());
+    }
+
+    void usersLockLiesBesideTheData() {
+        const TestHome home;
+        QCOMPARE(SingleInstance::usersLockFile(), home.path(QStringLiteral(".local/share/Orvanel/.lock")));
+    }
+
+    void tokensComeFromTheEnvironment() {
+        qputenv("XDG_ACTIVATION_TOKEN", "a");
+        qputenv("DESKTOP_STARTUP_ID", "b");
+        const auto tokens = SingleInstance::LaunchTokens::fromEnvironment();
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+        qunsetenv("DESKTOP_STARTUP_ID");
+        QCOMPARE(tokens.activationToken, QStringLiteral("a"));
+        QCOMPARE(tokens.startupId, QStringLiteral("b"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSingleInstance)
+#include "TestSingleInstance.moc"
