@@ -1,77 +1,75 @@
 #include "statuspage/HttpSession.h"
 
-#include <QNetworkAccessManager>
+#include "statuspage/HttpReader.h"
+
 #include <QNetworkProxy>
-#include <QNetworkReply>
-#include <QNetworkRequest>
+#include <QTcpSocket>
 
 #include <algorithm>
 #include <optional>
 
+// Why not QNetworkAccessManager: a server that sends headers without end keeps its thread in a loop that nothing ends,
+// it sends a request again by itself when the connection breaks, takes "." and ".." out of paths, tells a server that
+// does not speak HTTP and one that closes at once with the same word, and lets go of a connection only by waiting for
+// its thread.
+
 namespace orvanel {
 namespace {
 
-/// How much of a body may lie unread in the network thread: a server that never ends cannot fill the memory.
-constexpr qint64 readAhead = 1024 * 1024;
+/// How much is taken from the connection in one turn of the event loop.
+constexpr qint64 readAtOnce = 256 * 1024;
 
-QNetworkRequest requestFor(const QUrl& url) {
-    QNetworkRequest request(url);
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    // Saying so ourselves also keeps Qt from unpacking: a small answer cannot become a huge one.
-    request.setRawHeader("Accept-Encoding", "identity");
-    return request;
-}
-
-/// `status` is 0 when no head has come.
-QString descriptionOf(const QNetworkReply& reply, int status) {
-    if (reply.error() == QNetworkReply::ConnectionRefusedError) {
-        return QStringLiteral("the connection was refused.");
-    }
-    if (reply.error() == QNetworkReply::RemoteHostClosedError) {
-        // Qt gives the same word for a server that says nothing and for one that does not speak HTTP.
-        return status == 0 ? QStringLiteral("the server gave no proper answer.")
-                           : QStringLiteral("the server closed the connection.");
-    }
-    const QString text = reply.errorString();
-    return text.endsWith(u'.') ? text : text + u'.';
+/// HTTP/1.1 keeps the connection open after the answer, as far as the server knows. So it is we who close it, and ours
+/// is the side whose port stays in a closing state for a minute: the server's port can be taken again at once.
+QByteArray requestFor(quint16 port, const QByteArray& path) {
+    return "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + QByteArray::number(port) +
+           "\r\nAccept: */*\r\nAccept-Encoding: identity\r\n\r\n";
 }
 
 HttpFailure cancelled() {
     return {QStringLiteral("the request was cancelled.")};
 }
 
+HttpFailure failureOf(const QTcpSocket& socket) {
+    if (socket.error() == QAbstractSocket::ConnectionRefusedError) {
+        return {QStringLiteral("the connection was refused.")};
+    }
+    const QString text = socket.errorString();
+    return {text.endsWith(u'.') ? text : text + u'.'};
+}
+
 } // namespace
 
 /// One request from its sending to its end. It ends once; the session then settles it from the event loop, never
-/// inside a signal of the reply or inside a timer.
+/// inside a signal of the socket or inside a timer.
 class HttpSession::Exchange {
 public:
-    Exchange(HttpSession& session, QNetworkReply* reply, Terms terms)
+    Exchange(HttpSession& session, Terms terms)
         : m_session(session)
         , m_clock(*session.m_clock)
-        , m_reply(reply)
         , m_terms(terms)
-        , m_end(m_clock.now() + terms.total) {
-        reply->setReadBufferSize(readAhead);
-        QObject::connect(reply, &QNetworkReply::metaDataChanged, reply, [this] { onHead(); });
-        QObject::connect(reply, &QNetworkReply::readyRead, reply, [this] { onBody(); });
-        QObject::connect(reply, &QNetworkReply::finished, reply, [this] { onFinished(); });
-        expectNews();
+        , m_end(m_clock.now() + terms.total)
+        , m_reader(terms.readsBody) {
+        m_socket.setProxy(QNetworkProxy::NoProxy);
+        m_socket.setReadBufferSize(readAtOnce);
+        QObject::connect(&m_socket, &QTcpSocket::readyRead, &m_socket, [this] { onBytes(); });
+        QObject::connect(&m_socket, &QTcpSocket::errorOccurred, &m_socket, [this] { onError(); });
     }
 
-    /// Drops the rest of the reply. Whoever still waits is told that it was in vain.
+    /// Closes the connection. Whoever still waits is told that it was in vain.
     ~Exchange() { m_answered.complete(m_result.value_or(cancelled())); }
 
     Exchange(const Exchange&) = delete;
     Exchange& operator=(const Exchange&) = delete;
 
     const Event<HttpResult>& answered() const { return m_answered; }
+
+    void send(quint16 port, const QByteArray& path) {
+        expectNews();
+        QObject::connect(&m_socket, &QTcpSocket::connected, &m_socket,
+                         [this, request = requestFor(port, path)] { m_socket.write(request); });
+        m_socket.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+    }
 
 private:
     void expectNews() {
@@ -81,98 +79,69 @@ private:
         m_timer = m_clock.callAfter(wait, [this] { end(HttpFailure{QStringLiteral("the request timed out.")}); });
     }
 
-    void onHead() {
+    void onBytes() {
         if (m_result) {
             return;
         }
         expectNews();
-        m_status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-        if (m_status != 200 || !m_terms.readsBody) {
-            end(HttpAnswer{m_status, {}});
-        } else if (m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong() > largestBody) {
-            end(tooLarge());
+        if (auto result = m_reader.feed(m_socket.readAll())) {
+            end(*std::move(result));
         }
     }
 
-    void onBody() {
-        if (m_result) {
-            return;
-        }
-        expectNews();
-        m_body += m_reply->readAll();
-        if (m_body.size() > largestBody) {
-            end(tooLarge());
-        }
+    void onError() {
+        onBytes();
+        const bool isServersEnd = m_socket.error() == QAbstractSocket::RemoteHostClosedError;
+        end(isServersEnd ? m_reader.end() : HttpResult(failureOf(m_socket)));
     }
-
-    void onFinished() {
-        onBody();
-        if (m_reply->error() == QNetworkReply::NoError) {
-            end(HttpAnswer{m_status, m_body});
-        } else {
-            end(HttpFailure{descriptionOf(*m_reply, m_status)});
-        }
-    }
-
-    static HttpFailure tooLarge() { return {QStringLiteral("the answer is too large.")}; }
 
     void end(HttpResult result) {
         if (m_result) {
             return;
         }
         m_result = std::move(result);
-        QMetaObject::invokeMethod(
-            m_session.m_manager.get(), [this] { m_session.settle(this); }, Qt::QueuedConnection);
+        // Only the session may be looked at then: it can have been closed in between, and this exchange gone.
+        const auto settle = [session = &m_session, exchange = this] { session->settle(exchange); };
+        QMetaObject::invokeMethod(&m_session.m_context, settle, Qt::QueuedConnection);
     }
 
     HttpSession& m_session;
     Clock& m_clock;
-    const std::unique_ptr<QNetworkReply> m_reply;
     const Terms m_terms;
     const Clock::TimePoint m_end;
     const Event<HttpResult> m_answered;
-    int m_status = 0;
-    QByteArray m_body;
     std::optional<HttpResult> m_result;
+    HttpReader m_reader;
     std::unique_ptr<Clock::Timer> m_timer;
+    QTcpSocket m_socket;
 };
 
 HttpSession::HttpSession(Clock& clock)
-    : m_clock(&clock)
-    , m_manager(std::make_unique<QNetworkAccessManager>()) {
-    m_manager->setProxy(QNetworkProxy::NoProxy);
-}
+    : m_clock(&clock) {}
 
 HttpSession::~HttpSession() {
     close();
 }
 
-Event<HttpResult> HttpSession::get(const QUrl& url, Terms terms) {
-    if (!m_manager) {
+Event<HttpResult> HttpSession::get(quint16 port, const QByteArray& path, Terms terms) {
+    if (m_isClosed) {
         const Event<HttpResult> never;
         never.complete(cancelled());
         return never;
     }
-    QNetworkReply* const reply = m_manager->get(requestFor(url));
-    m_exchanges.push_back(std::make_unique<Exchange>(*this, reply, terms));
-    return m_exchanges.back()->answered();
+    Exchange& exchange = *m_exchanges.emplace_back(std::make_unique<Exchange>(*this, terms));
+    exchange.send(port, path);
+    return exchange.answered();
 }
 
 void HttpSession::close() {
+    m_isClosed = true;
     m_exchanges.clear();
-    m_manager.reset();
 }
 
-/// The side that closes a connection keeps its port in a closing state for a minute. Asking the server to close would
-/// leave that with the server's port, and it could not be taken again at once: so the connection is kept alive as
-/// far as the server knows, and closed here before the answer is handed over.
+/// Closes the connection before the answer is handed over.
 void HttpSession::settle(Exchange* exchange) {
-    const auto same = [exchange](const std::unique_ptr<Exchange>& other) { return other.get() == exchange; };
-    const auto found = std::find_if(m_exchanges.begin(), m_exchanges.end(), same);
-    m_exchanges.erase(found);
-    if (m_exchanges.empty()) {
-        m_manager->clearConnectionCache();
-    }
+    std::erase_if(m_exchanges, [exchange](const auto& other) { return other.get() == exchange; });
 }
 
 } // namespace orvanel

@@ -4,6 +4,10 @@
 #include "statuspage/StatusPageAnswer.h"
 #include "task/Worker.h"
 
+#include <QUrl>
+
+#include <limits>
+
 namespace orvanel {
 namespace {
 
@@ -12,44 +16,42 @@ using namespace std::chrono_literals;
 constexpr HttpSession::Terms readinessTerms{.silence = 2500ms, .total = 2500ms, .readsBody = false};
 constexpr HttpSession::Terms apiTerms{.silence = 5s, .total = 15s, .readsBody = true};
 
-/// None when the port cannot stand in an address.
-std::optional<QUrl> localUrl(int port, const QByteArray& encodedPath) {
-    // Read strictly: the path goes out as it is encoded here.
-    const QUrl url = QUrl::fromEncoded("http://127.0.0.1:" + QByteArray::number(port) + encodedPath, QUrl::StrictMode);
-    return url.isValid() ? std::optional(url) : std::nullopt;
+/// None for a number that cannot stand in an address.
+std::optional<quint16> portOf(int port) {
+    const bool fits = port >= 0 && port <= std::numeric_limits<quint16>::max();
+    return fits ? std::optional(static_cast<quint16>(port)) : std::nullopt;
 }
 
-/// The slug as one segment of a path; none when it is not valid text. Nor when it is one of the two names by which a
-/// path walks: in any encoding they would lead to another address.
+/// The slug as one segment of a path; none when it is not valid text.
 std::optional<QByteArray> encodedSlug(const QString& slug) {
     constexpr auto allowedInSegment = "!$&'()*+,;=:@";
-    const bool walks = slug == u"." || slug == u"..";
-    return slug.isValidUtf16() && !walks ? std::optional(QUrl::toPercentEncoding(slug, allowedInSegment))
-                                         : std::nullopt;
+    return slug.isValidUtf16() ? std::optional(QUrl::toPercentEncoding(slug, allowedInSegment)) : std::nullopt;
 }
 
-QCoro::Task<bool> askPage(std::shared_ptr<HttpSession> session, QUrl url) {
-    const Event<HttpResult> answered = session->get(url, readinessTerms);
+QCoro::Task<bool> askPage(std::shared_ptr<HttpSession> session, quint16 port) {
+    const Event<HttpResult> answered = session->get(port, "/", readinessTerms);
     const HttpResult result = co_await answered;
     const auto* answer = std::get_if<HttpAnswer>(&result);
     co_return answer && answer->status > 0 && answer->status < 500;
 }
 
-QCoro::Task<JsonResult> get(std::shared_ptr<HttpSession> session, QUrl url) {
-    const Event<HttpResult> answered = session->get(url, apiTerms);
+QCoro::Task<JsonResult> get(std::shared_ptr<HttpSession> session, quint16 port, QByteArray path) {
+    const Event<HttpResult> answered = session->get(port, path, apiTerms);
     const HttpResult result = co_await answered;
     const std::function<JsonResult()> read = [result] { return readJson(result); };
     const JsonResult json = co_await onWorker<JsonResult>(read);
     co_return json;
 }
 
-QCoro::Task<StatusPageResult> readPage(std::shared_ptr<HttpSession> session, QUrl pageUrl, QUrl beatsUrl,
+QCoro::Task<StatusPageResult> readPage(std::shared_ptr<HttpSession> session, quint16 port, QByteArray encoded,
                                        QString slug) {
-    const JsonResult page = co_await get(session, pageUrl);
+    const QByteArray pagePath = "/api/status-page/" + encoded;
+    const QByteArray beatsPath = "/api/status-page/heartbeat/" + encoded;
+    const JsonResult page = co_await get(session, port, pagePath);
     if (const auto* error = std::get_if<StatusPageError>(&page)) {
         co_return *error;
     }
-    const JsonResult beats = co_await get(session, beatsUrl);
+    const JsonResult beats = co_await get(session, port, beatsPath);
     if (const auto* error = std::get_if<StatusPageError>(&beats)) {
         co_return *error;
     }
@@ -80,21 +82,14 @@ StatusPageClient::~StatusPageClient() {
 }
 
 QCoro::Task<bool> StatusPageClient::pageAnswers(int port) {
-    const auto url = localUrl(port, "/");
-    return url ? askPage(session(), *url) : no();
+    const auto valid = portOf(port);
+    return valid ? askPage(session(), *valid) : no();
 }
 
 QCoro::Task<StatusPageResult> StatusPageClient::fetch(int port, QString slug) {
+    const auto valid = portOf(port);
     const auto encoded = encodedSlug(slug);
-    if (!encoded) {
-        return slugIsNotValid();
-    }
-    const auto pageUrl = localUrl(port, "/api/status-page/" + *encoded);
-    const auto beatsUrl = localUrl(port, "/api/status-page/heartbeat/" + *encoded);
-    if (!pageUrl || !beatsUrl) {
-        return slugIsNotValid();
-    }
-    return readPage(session(), *pageUrl, *beatsUrl, std::move(slug));
+    return valid && encoded ? readPage(session(), *valid, *encoded, std::move(slug)) : slugIsNotValid();
 }
 
 std::shared_ptr<HttpSession> StatusPageClient::session() {

@@ -3,7 +3,6 @@
 #include "support/Await.h"
 #include "task/SystemClock.h"
 
-#include <QFile>
 #include <QNetworkProxy>
 #include <QNetworkProxyFactory>
 #include <QTcpServer>
@@ -59,22 +58,6 @@ private Q_SLOTS:
         QCOMPARE(result, StatusPageResult(expected));
     }
 
-    void recordedAnswersComeThroughWhole() {
-        const KumaServer server;
-        for (const char* name : {"home", "full", "empty"}) {
-            const QString slug = QString::fromLatin1(name);
-            server.page(slug, recorded(QStringLiteral("status-page-") + slug));
-            server.heartbeat(slug, recorded(QStringLiteral("heartbeat-") + slug));
-        }
-        StatusPageClient client(SystemClock::instance());
-        const std::pair<const char*, qsizetype> pages[] = {{"home", 10}, {"full", 6}, {"empty", 0}};
-        for (const auto& [name, rows] : pages) {
-            const auto result = await(client.fetch(server.port(), QString::fromLatin1(name)));
-            QCOMPARE(sentence(result), QString());
-            QCOMPARE(std::get<StatusPageData>(result).monitors.size(), rows);
-        }
-    }
-
     void asksTheTwoAddressesOneAfterTheOther() {
         const KumaServer server;
         server.page(QStringLiteral("home"), emptyPage);
@@ -118,6 +101,8 @@ private Q_SLOTS:
             {u"%41", "%2541"},
             {u"#top", "%23top"},
             {u"a?b=c", "a%3Fb=c"},
+            {u"..", ".."},
+            {u".", "."},
             {u"...", "..."},
             {u"..a", "..a"},
             {u"../..", "..%2F.."},
@@ -164,11 +149,11 @@ private Q_SLOTS:
         QCOMPARE(QString::fromUtf8(QByteArray::fromPercentEncoding(sent.toLatin1())), slug);
     }
 
-    void slugThatCannotBeASegmentIsNotValid() {
+    void slugThatIsNoTextIsNotValid() {
         const KumaServer server;
         StatusPageClient client(SystemClock::instance());
         const QString notValid = QStringLiteral("Could not read the status page: the slug is not valid.");
-        QStringList slugs = {QStringLiteral("."), QStringLiteral("..")};
+        QStringList slugs;
         for (const char16_t lone : {u'\xd800', u'\xdc00'}) {
             slugs << QStringLiteral("a") + QChar(lone) + QStringLiteral("b");
         }
@@ -237,8 +222,7 @@ private Q_SLOTS:
         const KumaServer server("path / " + mood);
         StatusPageClient client(SystemClock::instance());
         QCOMPARE(await(client.pageAnswers(server.port())), answers);
-        QCOMPARE(pathsOf(server).value(0), QStringLiteral("/"));
-        QVERIFY(!pathsOf(server).contains(QStringLiteral("/dashboard")));
+        QCOMPARE(pathsOf(server), QStringList(QStringLiteral("/")));
     }
 
     void refusedConnections() {
@@ -262,7 +246,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("mood");
         QTest::addColumn<QString>("message");
         const QString unexpected = QStringLiteral("Could not read the status page (HTTP 200, unexpected answer).");
-        const QString noAnswer = QStringLiteral("Could not read the status page: the server gave no proper answer.");
         const QString closed = QStringLiteral("Could not read the status page: the server closed the connection.");
         const QString tooLarge = QStringLiteral("Could not read the status page: the answer is too large.");
         QTest::newRow("unknown page") << QByteArray() << httpSentence("404");
@@ -279,9 +262,9 @@ private Q_SLOTS:
         QTest::newRow("NUL bytes") << QByteArray("size=1000 fill=%00") << unexpected;
         QTest::newRow("packed although not asked")
             << QByteArray("text=%1f%8b%08%00%00%00%00%00 header=Content-Encoding:%20gzip") << unexpected;
-        QTest::newRow("garbage") << QByteArray("garbage") << noAnswer;
-        QTest::newRow("another protocol") << QByteArray("raw=SSH-2.0-OpenSSH%0D%0A") << noAnswer;
-        QTest::newRow("closed") << QByteArray("close") << noAnswer;
+        QTest::newRow("garbage") << QByteArray("garbage") << httpSentence("0");
+        QTest::newRow("another protocol") << QByteArray("raw=SSH-2.0-OpenSSH%0D%0A") << httpSentence("0");
+        QTest::newRow("closed") << QByteArray("close") << closed;
         QTest::newRow("closed in the body") << QByteArray("text={\"publicGroupList\":[]} cut=8") << closed;
         QTest::newRow("closed in a chunked body") << QByteArray("text={} chunked cut=1") << closed;
         QTest::newRow("announces 1 GiB") << QByteArray("size=1G") << tooLarge;
@@ -294,17 +277,14 @@ private Q_SLOTS:
         const KumaServer server("path /api/status-page/home " + mood);
         StatusPageClient client(SystemClock::instance());
         QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), message);
-        for (const QString& path : pathsOf(server)) {
-            QCOMPARE(path, QStringLiteral("/api/status-page/home"));
-        }
+        QCOMPARE(pathsOf(server), QStringList(QStringLiteral("/api/status-page/home")));
     }
 
     void aResetIsATransportError() {
         const KumaServer server("path * reset");
         StatusPageClient client(SystemClock::instance());
         const QString message = sentence(await(client.fetch(server.port(), QStringLiteral("home"))));
-        QVERIFY2(message.startsWith(QStringLiteral("Could not read the status page: ")), qPrintable(message));
-        QVERIFY(message.endsWith(u'.'));
+        QCOMPARE(message, QStringLiteral("Could not read the status page: the server closed the connection."));
     }
 
     void aFailedSecondRequestIsToldToo() {
@@ -334,14 +314,12 @@ private Q_SLOTS:
         QCOMPARE(server.requests().size(), 2);
     }
 
-    void noticesBeforeTheAnswerAreSkippedOrTold() {
-        const KumaServer server("path * raw=HTTP/1.1%20100%20Continue%0D%0A%0D%0AHTTP/1.1%20200%20OK%0D%0A"
-                                "Content-Length:%202%0D%0A%0D%0A[]");
+    void noticesBeforeTheAnswerAreSkipped() {
+        const KumaServer server("path * raw=HTTP/1.1%20100%20Continue%0D%0A%0D%0AHTTP/1.1%20103%20Early%20Hints%0D%0A"
+                                "Link:%20x%0D%0A%0D%0AHTTP/1.1%20503%20No%0D%0A%0D%0A");
         StatusPageClient client(SystemClock::instance());
-        QCOMPARE(await(client.pageAnswers(server.port())), true);
-        const QString message = sentence(await(client.fetch(server.port(), QStringLiteral("home"))));
-        QVERIFY2(message.endsWith(QStringLiteral("unexpected shape).")) || message == httpSentence("100"),
-                 qPrintable(message));
+        QCOMPARE(await(client.pageAnswers(server.port())), false);
+        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), httpSentence("503"));
     }
 
     void anotherHostIsNeverAsked() {
@@ -406,12 +384,6 @@ private Q_SLOTS:
         QVERIFY(await(std::move(answers)));
         QCOMPARE(sentence(await(std::move(quick))), QString());
         QCOMPARE(sentence(await(std::move(slow))), QString());
-    }
-
-private:
-    static QByteArray recorded(const QString& name) {
-        QFile file(QStringLiteral(ORVANEL_FIXTURES "/%1.json").arg(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 };
 

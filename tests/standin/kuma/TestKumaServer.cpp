@@ -1,0 +1,170 @@
+#include "standin/kuma/KumaServer.h"
+#include "support/Await.h"
+
+#include <QTcpSocket>
+
+#include <csignal>
+
+using namespace orvanel::test;
+
+namespace {
+
+/// One connection to the server, and all that came back over it.
+class Browser {
+public:
+    explicit Browser(const KumaServer& server) {
+        m_socket.connectToHost(QHostAddress(QHostAddress::LocalHost), static_cast<quint16>(server.port()));
+    }
+
+    void send(const QByteArray& bytes) { m_socket.write(bytes); }
+    void get(const QByteArray& path) { send("GET " + path + " HTTP/1.1\r\nHost: x\r\n\r\n"); }
+
+    /// False when these bytes do not come in time.
+    bool sees(const QByteArray& expected) {
+        return waitUntil([&] {
+            m_received += m_socket.readAll();
+            return m_received.contains(expected);
+        });
+    }
+
+    bool isLeft() {
+        return waitUntil([&] { return m_socket.state() == QAbstractSocket::UnconnectedState; });
+    }
+
+    QByteArray received() {
+        m_received += m_socket.readAll();
+        return m_received;
+    }
+
+private:
+    QTcpSocket m_socket;
+    QByteArray m_received;
+};
+
+} // namespace
+
+class TestKumaServer : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void answersAsTheRealOne_data() {
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<QByteArray>("head");
+        QTest::addColumn<QByteArray>("body");
+        QTest::newRow("front") << QByteArray("/") << QByteArray("302 Found") << QByteArray("Location: /dashboard");
+        QTest::newRow("dashboard") << QByteArray("/dashboard") << QByteArray("200 OK") << QByteArray("text/html");
+        QTest::newRow("page") << QByteArray("/api/status-page/home") << QByteArray("200 OK") << QByteArray("{\"a\":1}");
+        QTest::newRow("page in capitals")
+            << QByteArray("/api/status-page/HOME") << QByteArray("200 OK") << QByteArray("{\"a\":1}");
+        QTest::newRow("unknown page") << QByteArray("/api/status-page/nosuch") << QByteArray("404 Not Found")
+                                      << QByteArray(R"({"status":"fail","msg":"Status Page Not Found"})");
+        QTest::newRow("slash in a slug") << QByteArray("/api/status-page/ho%2Fme") << QByteArray("404 Not Found")
+                                         << QByteArray("application/json");
+        QTest::newRow("upwards") << QByteArray("/api/status-page/..%2Fkuma-port") << QByteArray("404 Not Found")
+                                 << QByteArray("application/json");
+        QTest::newRow("malformed") << QByteArray("/api/status-page/%zz") << QByteArray("400 Bad Request")
+                                   << QByteArray("URI malformed");
+        QTest::newRow("trailing slash") << QByteArray("/api/status-page/home/") << QByteArray("200 OK")
+                                        << QByteArray("text/html");
+        QTest::newRow("beats") << QByteArray("/api/status-page/heartbeat/home") << QByteArray("200 OK")
+                               << QByteArray("{\"b\":2}");
+        QTest::newRow("no beats") << QByteArray("/api/status-page/heartbeat/nosuch") << QByteArray("200 OK")
+                                  << QByteArray(R"({"heartbeatList":{},"uptimeList":{}})");
+    }
+    void answersAsTheRealOne() {
+        QFETCH(QByteArray, path);
+        QFETCH(QByteArray, head);
+        QFETCH(QByteArray, body);
+        const KumaServer server;
+        server.page(QStringLiteral("home"), "{\"a\":1}");
+        server.heartbeat(QStringLiteral("home"), "{\"b\":2}");
+        Browser browser(server);
+        browser.get(path);
+        QVERIFY(browser.sees("HTTP/1.1 " + head));
+        QVERIFY2(browser.sees(body), browser.received().constData());
+    }
+
+    void keepsConnectionsAliveUnlessToldOtherwise() {
+        const KumaServer server;
+        Browser browser(server);
+        browser.get("/dashboard");
+        QVERIFY(browser.sees("Connection: keep-alive"));
+        browser.send("GET /?again HTTP/1.1\r\nHost: a:1\r\nConnection: close\r\n\r\n");
+        QVERIFY(browser.sees("Connection: close"));
+        QVERIFY(browser.isLeft());
+        const auto requests = server.requests();
+        QCOMPARE(requests.size(), 2);
+        QCOMPARE(requests.at(0).wantsClose, false);
+        QCOMPARE(requests.at(1).path, QStringLiteral("/?again"));
+        QCOMPARE(requests.at(1).host, QStringLiteral("a:1"));
+        QCOMPARE(requests.at(1).wantsClose, true);
+    }
+
+    void scriptIsReadAgainAtEveryRequest() {
+        const KumaServer server("path / status=503 times=1\npath /dash* redirect=/x header=X-A:%20b");
+        Browser browser(server);
+        browser.get("/");
+        QVERIFY(browser.sees("HTTP/1.1 503"));
+        browser.get("/");
+        QVERIFY(browser.sees("HTTP/1.1 302"));
+        browser.get("/dashboard");
+        QVERIFY(browser.sees("Location: /x\r\n"));
+        QVERIFY(browser.sees("X-A: b\r\n"));
+        server.script("path / text=%7B%7D%20now");
+        browser.get("/");
+        QVERIFY(browser.sees("{} now"));
+    }
+
+    void isNotReadyForTheFirstRequests() {
+        const KumaServer server("not-ready requests=2");
+        for (int i = 0; i < 2; ++i) {
+            Browser browser(server);
+            browser.get("/");
+            QVERIFY(browser.isLeft());
+            QCOMPARE(browser.received(), QByteArray());
+        }
+        Browser browser(server);
+        browser.get("/");
+        QVERIFY(browser.sees("HTTP/1.1 302"));
+    }
+
+    void endsAtOnceWhenTerminated() {
+        KumaServer server;
+        Browser browser(server);
+        browser.get("/");
+        QVERIFY(browser.sees("HTTP/1.1 302"));
+        QCOMPARE(server.stop(), 0);
+    }
+
+    void endsWithTheCodeOfItsScript() {
+        KumaServer terminated("term code=143 delay=10");
+        QCOMPARE(terminated.stop(), 143);
+        KumaServer crashing("exit code=1 after=10");
+        QVERIFY(waitUntil([&] { return !crashing.isRunning(); }));
+        QCOMPARE(crashing.stop(), 1);
+    }
+
+    void ignoresSignalsWhenItsScriptSaysSo() {
+        KumaServer server("term ignore");
+        QCOMPARE(::kill(static_cast<pid_t>(server.processId()), SIGTERM), 0);
+        Browser browser(server);
+        browser.get("/");
+        QVERIFY(browser.sees("HTTP/1.1 302"));
+        QVERIFY(server.isRunning());
+        server.script({});
+        QCOMPARE(server.stop(), 0);
+    }
+
+    void writesColouredLinesToBothStreams() {
+        KumaServer server;
+        QByteArray output;
+        QVERIFY(waitUntil([&] {
+            output += server.output();
+            return output.contains("Listening on:") && output.contains("WARN");
+        }));
+        QVERIFY(output.contains("\x1b["));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestKumaServer)
+#include "TestKumaServer.moc"
