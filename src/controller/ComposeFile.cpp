@@ -3,6 +3,7 @@
 #include "controller/KumaController.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <filesystem>
@@ -38,6 +39,14 @@ bool holds(const QString& path, const QByteArray& content) {
     return file.open(QIODevice::ReadOnly) && file.size() == content.size() && file.readAll() == content;
 }
 
+/// QSaveFile refuses to take the place of a file that may not be written, and would inherit that it may not be read.
+void makeReplaceable(const QString& path) {
+    const QFileInfo existing(path);
+    if (existing.isFile() && !(existing.isReadable() && existing.isWritable())) {
+        QFile::remove(path);
+    }
+}
+
 } // namespace
 
 std::optional<QString> KumaController::prepareFiles() {
@@ -50,6 +59,7 @@ std::optional<QString> KumaController::prepareFiles() {
     if (holds(composeURL(), text)) {
         return std::nullopt;
     }
+    makeReplaceable(composeURL());
     QSaveFile file(composeURL());
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
         return QStringLiteral("%1: %2").arg(composeURL(), file.errorString());

@@ -57,6 +57,7 @@ void KumaController::runOp(const QString& label, OperationBody body) {
         return;
     }
     m_opTask.emplace();
+    m_operations += 1;
     m_busy = label;
     m_error = std::nullopt;
     m_suggestedPort = std::nullopt;

@@ -143,8 +143,11 @@ private:
 
     QCoro::Task<void> poll(std::stop_token stop);
     QCoro::Task<void> refresh(std::stop_token stop);
+    QCoro::Task<void> refreshSoon();
     bool findTools();
-    QCoro::Task<bool> readState(QString word);
+    void publishRunning(bool pageAnswers);
+    void publishNotRunning(const CommandResult& probe);
+    bool isOutdated(const QString& docker, int operations) const;
     QCoro::Task<void> maybeFetchStatus();
     void publishStatus(const StatusPageResult& result);
     QCoro::Task<CommandResult> probeContainer(QString docker) const;
@@ -207,6 +210,8 @@ private:
     std::shared_ptr<ProcessHandle> m_processHandle;
     std::shared_ptr<ProcessHandle> m_setupHandle;
 
+    /// Counts the operations begun, so that a probe notices one that began and ended while it waited.
+    int m_operations = 0;
     /// When the status page was last asked; none stands for the distant past.
     std::optional<Clock::TimePoint> m_lastStatusFetch;
     MonitorStatuses m_previousStatus;

@@ -1,4 +1,5 @@
 #include "controller/KumaController.h"
+#include "task/Event.h"
 #include "task/Sleep.h"
 
 using namespace std::chrono_literals;
@@ -49,7 +50,7 @@ void KumaController::begin() {
 void KumaController::recheck() {
     m_dockerPath = std::nullopt;
     m_dockerState = DockerState::unknown;
-    m_tasks.start(refresh(std::stop_token()), QStringLiteral("recheck"));
+    m_tasks.start(refreshSoon(), QStringLiteral("recheck"));
 }
 
 void KumaController::shutdownPolling() {
@@ -71,9 +72,22 @@ void KumaController::shutdownPolling() {
 QCoro::Task<void> KumaController::poll(std::stop_token stop) {
     while (!stop.stop_requested()) {
         co_await refresh(stop);
+        if (stop.stop_requested()) {
+            co_return;
+        }
         co_await maybeFetchStatus();
         co_await sleepFor(m_env.clock, pollPeriod, stop);
     }
+}
+
+/// In a later turn of the event loop, so that the interface gets to show that nothing is known.
+QCoro::Task<void> KumaController::refreshSoon() {
+    const Event<bool> turn;
+    const PostToThread post = postToThisThread();
+    post([turn] { turn.complete(true); });
+    co_await turn;
+    const std::stop_token never;
+    co_await refresh(never);
 }
 
 QCoro::Task<void> KumaController::refresh(std::stop_token stop) {
@@ -81,28 +95,30 @@ QCoro::Task<void> KumaController::refresh(std::stop_token stop) {
         co_return;
     }
     const QString docker = *m_dockerPath.value();
+    const int operations = m_operations;
     const CommandResult probe = co_await probeContainer(docker);
-    // An operation has begun meanwhile and knows better, or the user has chosen another tool.
-    if (m_busy.value() || m_dockerPath.value() != docker) {
+    if (isOutdated(docker, operations) || stop.stop_requested() || probe.timedOut || probe.cancelled) {
         co_return;
     }
-    if (stop.stop_requested() || probe.timedOut || probe.cancelled) {
-        co_return;
-    }
-    if (probe.status != 0) {
-        m_dockerState = saysNoContainer(probe.output) ? DockerState::ready : DockerState::notRunning;
-        m_kuma = KumaState::stopped;
-    } else {
+    if (probe.status == 0 && stateWord(probe.output) == QStringLiteral("running")) {
         m_dockerState = DockerState::ready;
-        const QString word = stateWord(probe.output);
-        const bool isCurrent = co_await readState(word);
-        if (!isCurrent) {
+        const bool answers = co_await m_env.pageAnswers(m_port);
+        if (isOutdated(docker, operations)) {
             co_return;
         }
+        publishRunning(answers);
+    } else {
+        publishNotRunning(probe);
     }
     if (m_dockerState == DockerState::ready && !m_composeAvailable.value()) {
         co_await ensureCompose(docker);
     }
+}
+
+/// Whether an operation has begun since `operations` were counted, which knows better even when it has ended by now,
+/// or the user has chosen another tool than `docker`.
+bool KumaController::isOutdated(const QString& docker, int operations) const {
+    return m_busy.value() || m_operations != operations || m_dockerPath.value() != docker;
 }
 
 /// Looks up the tools; false when there is no docker to ask.
@@ -123,26 +139,27 @@ bool KumaController::findTools() {
     return true;
 }
 
-/// Publishes what the container's state word means; false when an operation began before that was known.
-QCoro::Task<bool> KumaController::readState(QString word) {
-    if (word == QStringLiteral("restarting")) {
-        m_kuma = KumaState::error;
-        m_error = OpError{restartLoopMessage(), word};
-        co_return true;
-    }
-    if (word != QStringLiteral("running")) {
-        m_kuma = KumaState::stopped;
-        co_return true;
-    }
-    const bool answers = co_await m_env.pageAnswers(m_port);
-    if (m_busy.value()) {
-        co_return false;
-    }
-    m_kuma = answers ? KumaState::running : KumaState::starting;
-    if (answers && isRestartLoop(m_error)) {
+void KumaController::publishRunning(bool pageAnswers) {
+    m_kuma = pageAnswers ? KumaState::running : KumaState::starting;
+    if (pageAnswers && isRestartLoop(m_error)) {
         m_error = std::nullopt;
     }
-    co_return true;
+}
+
+void KumaController::publishNotRunning(const CommandResult& probe) {
+    if (probe.status != 0) {
+        m_dockerState = saysNoContainer(probe.output) ? DockerState::ready : DockerState::notRunning;
+        m_kuma = KumaState::stopped;
+        return;
+    }
+    m_dockerState = DockerState::ready;
+    const QString word = stateWord(probe.output);
+    if (word != QStringLiteral("restarting")) {
+        m_kuma = KumaState::stopped;
+        return;
+    }
+    m_kuma = KumaState::error;
+    m_error = OpError{restartLoopMessage(), word};
 }
 
 QCoro::Task<void> KumaController::maybeFetchStatus() {

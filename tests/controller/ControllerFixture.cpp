@@ -1,0 +1,181 @@
+#include "ControllerFixture.h"
+
+#include "standin/tools/StandInDocker.h"
+#include "support/Await.h"
+
+#include <QFileInfo>
+
+using namespace std::chrono_literals;
+
+namespace orvanel::test {
+
+QString Command::name() const {
+    standin::Arguments list;
+    for (const QString& argument : arguments) {
+        list.push_back(argument.toStdString());
+    }
+    const auto name = standin::commandName(QFileInfo(path).fileName().toStdString(), list);
+    return name ? QString::fromStdString(*name) : QStringLiteral("unknown: ") + arguments.join(u' ');
+}
+
+ControllerFixture::ControllerFixture()
+    : applicationSupport(home.path(QStringLiteral(".local/share")))
+    , settingsFile(home.path(QStringLiteral(".config/Orvanel/Orvanel.conf"))) {
+    runner = m_docker.runner();
+}
+
+ControllerFixture::~ControllerFixture() {
+    endController();
+}
+
+KumaController& ControllerFixture::controller() {
+    if (!m_controller) {
+        m_controller = std::make_unique<KumaController>(environment());
+    }
+    return *m_controller;
+}
+
+KumaController& ControllerFixture::restartProgram() {
+    endController();
+    return controller();
+}
+
+ControllerEnvironment ControllerFixture::environment() {
+    m_settings = std::make_unique<SettingsStore>(settingsFile);
+    ControllerEnvironment env;
+    env.defaults = m_settings.get();
+    env.clock = &clock;
+    env.notifier = &notifier;
+    env.loginItem = &loginItem;
+    env.desktop = &desktop;
+    env.dialogs = &dialogs;
+    env.applicationSupport = applicationSupport;
+    env.run = [this](QString path, QStringList arguments, std::chrono::duration<double> limit,
+                     std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
+        return run(std::move(path), std::move(arguments), limit, std::move(handle), std::move(onOutput));
+    };
+    env.findDocker = [this](const QString& override) -> std::optional<QString> {
+        dockerSearches += 1;
+        return executables.contains(override.trimmed()) ? override.trimmed() : installedDocker;
+    };
+    env.findTool = [this](const QString& name) -> std::optional<QString> {
+        toolSearches.append(name);
+        return installedTools.contains(name) ? std::optional(installedTools.value(name)) : std::nullopt;
+    };
+    env.isPortFree = [this](int port) { return !listeningPorts.contains(port) && !closingPorts.contains(port); };
+    env.isPortFreeForListening = [this](int port) { return !listeningPorts.contains(port); };
+    env.pageAnswers = [this](int port) { return page.pageAnswers(port); };
+    env.fetchStatusPage = [this](int port, QString slug) { return page.fetch(port, std::move(slug)); };
+    return env;
+}
+
+QCoro::Task<CommandResult> ControllerFixture::run(QString path, QStringList arguments,
+                                                  std::chrono::duration<double> limit,
+                                                  std::shared_ptr<ProcessHandle> handle,
+                                                  DockerCLI::OutputCallback onOutput) {
+    const qsizetype index = m_commands.size();
+    Command begun{path, arguments, limit, handle, bool(onOutput), clock.now(), std::nullopt};
+    m_commands.append(begun);
+    const CommandResult result = co_await runner(path, arguments, limit, handle, onOutput);
+    m_commands[index].result = result;
+    co_return result;
+}
+
+void ControllerFixture::answer(const char* command, int exitCode, const QString& output, int times,
+                               std::chrono::milliseconds delay) {
+    docker().overrides.push_back({.command = command,
+                                  .exitCode = exitCode,
+                                  .out = output.toStdString(),
+                                  .delay = static_cast<int>(delay.count()),
+                                  .times = times});
+}
+
+void ControllerFixture::delay(const char* command, std::chrono::milliseconds duration, int times) {
+    docker().overrides.push_back({.command = command, .delay = static_cast<int>(duration.count()), .times = times});
+}
+
+void ControllerFixture::hang(const char* command, int times) {
+    docker().overrides.push_back({.command = command, .hangs = true, .times = times});
+}
+
+QStringList ControllerFixture::takeCommands() {
+    QStringList names;
+    for (; m_taken < m_commands.size(); ++m_taken) {
+        names.append(m_commands.at(m_taken).name());
+    }
+    return names;
+}
+
+QStringList ControllerFixture::underWay() const {
+    QStringList names;
+    for (const Command& command : m_commands) {
+        if (!command.result) {
+            names.append(command.name());
+        }
+    }
+    return names;
+}
+
+void ControllerFixture::settle() {
+    drainEvents();
+    while (clock.untilNextTimer() == 0ms) {
+        clock.advance(0ms);
+    }
+}
+
+void ControllerFixture::advance(std::chrono::milliseconds duration) {
+    settle();
+    clock.advance(duration);
+    settle();
+}
+
+/// Only where nothing happens without it does the clock move on: jobs on other threads take real time.
+bool ControllerFixture::turnClockUntil(const std::function<bool()>& condition) {
+    return waitUntil([&] {
+        settle();
+        if (condition()) {
+            return true;
+        }
+        clock.advance(std::max(clock.untilNextTimer(), 0ms));
+        return condition();
+    });
+}
+
+bool ControllerFixture::operationEnds() {
+    return turnClockUntil([this] { return !controller().busy() && underWay().isEmpty(); });
+}
+
+bool ControllerFixture::everythingEnds() {
+    return turnClockUntil([this] { return controller().isIdle(); });
+}
+
+bool ControllerFixture::isPolledAsRunning() {
+    standin::addContainer(docker(), "running", controller().port());
+    controller().begin();
+    settle();
+    return controller().kuma() == KumaState::running;
+}
+
+void ControllerFixture::endController() {
+    if (!m_controller) {
+        return;
+    }
+    m_controller->shutdownPolling();
+    m_controller->cancelOperation();
+    page.letGo();
+    dialogs.answerAll(false);
+    if (!everythingEnds()) {
+        qFatal("the controller did not end");
+    }
+    m_controller.reset();
+}
+
+MonitorRow monitor(std::int64_t id, std::optional<std::int64_t> status, const QString& name) {
+    return {.id = id, .name = name, .group = {}, .status = status, .ping = {}, .uptime24 = {}};
+}
+
+StatusPageData statusPage(const QList<MonitorRow>& monitors, const QString& title) {
+    return {.title = title, .monitors = monitors};
+}
+
+} // namespace orvanel::test

@@ -1,0 +1,118 @@
+#pragma once
+
+#include "RecordingPlatform.h"
+#include "ScriptedPage.h"
+#include "controller/KumaController.h"
+#include "standin/tools/InProcessDocker.h"
+#include "support/FakeClock.h"
+#include "support/TestHome.h"
+
+#include <QSet>
+
+namespace orvanel::test {
+
+/// One command that the controller has run.
+struct Command {
+    QString path;
+    QStringList arguments;
+    std::chrono::duration<double> limit{0};
+    std::shared_ptr<ProcessHandle> handle;
+    bool isWatched = false;
+    Clock::TimePoint started;
+    /// None while it is under way.
+    std::optional<CommandResult> result;
+
+    /// What the command does, without the arguments that only say on what: "compose up", "image inspect".
+    QString name() const;
+};
+
+/// A controller in a world that the test owns: a throw-away home, a clock that it turns, a stand-in docker in this
+/// process, a scripted web page, and a desktop that only remembers.
+class ControllerFixture {
+public:
+    ControllerFixture();
+    /// Ends whatever is still under way.
+    ~ControllerFixture();
+    ControllerFixture(const ControllerFixture&) = delete;
+    ControllerFixture& operator=(const ControllerFixture&) = delete;
+
+    TestHome home;
+    FakeClock clock;
+    ScriptedPage page{&clock};
+    RecordingNotifier notifier;
+    RecordingLoginItem loginItem;
+    RecordingDesktop desktop;
+    RecordingDialogs dialogs;
+
+    /// What runs the commands; the stand-in docker unless a test puts something else here.
+    RunCommand runner;
+    /// How long the stand-in docker takes for a command; no time at all when empty.
+    standin::InProcessDocker::Latency latency;
+    QString applicationSupport;
+    QString settingsFile;
+
+    /// What the search for tools finds. An override that is in `executables` is found too.
+    std::optional<QString> installedDocker = QStringLiteral("/opt/bin/docker");
+    QSet<QString> executables;
+    QMap<QString, QString> installedTools;
+    int dockerSearches = 0;
+    QStringList toolSearches;
+
+    /// Ports on which another program listens, and those that are only closing.
+    QSet<int> listeningPorts;
+    QSet<int> closingPorts;
+
+    /// Made when it is first asked for, from the settings file of that moment.
+    KumaController& controller();
+    /// Ends the controller, and makes another from the settings file.
+    KumaController& restartProgram();
+
+    /// This world, for whoever makes the controller itself; it has to end before the fixture.
+    ControllerEnvironment environment();
+
+    standin::DockerState& docker() { return m_docker.state(); }
+    /// The next `times` calls of a command end like this, `delay` later.
+    void answer(const char* command, int exitCode, const QString& output, int times = -1,
+                std::chrono::milliseconds delay = {});
+    /// The next calls of a command do their work, but `duration` later.
+    void delay(const char* command, std::chrono::milliseconds duration, int times = -1);
+    /// The next calls of a command never answer.
+    void hang(const char* command, int times = -1);
+    void answerAsUsual() { docker().overrides.clear(); }
+
+    const QList<Command>& commands() const { return m_commands; }
+    /// The names of the commands begun since the last call, in order.
+    QStringList takeCommands();
+    /// The commands that have not ended.
+    QStringList underWay() const;
+
+    /// Lets everything happen that takes no time.
+    void settle();
+    void advance(std::chrono::milliseconds duration);
+    /// Turns the clock until no operation is under way; false when that does not happen.
+    [[nodiscard]] bool operationEnds();
+    /// The same for the whole controller.
+    [[nodiscard]] bool everythingEnds();
+    /// Starts polling with a container that runs and a page that answers.
+    [[nodiscard]] bool isPolledAsRunning();
+    void removeContainer() { docker().container.reset(); }
+
+private:
+    QCoro::Task<CommandResult> run(QString path, QStringList arguments, std::chrono::duration<double> limit,
+                                   std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput);
+    void endController();
+    [[nodiscard]] bool turnClockUntil(const std::function<bool()>& condition);
+
+    standin::InProcessDocker m_docker{
+        &clock, [this](const QString& command) { return latency ? latency(command) : std::chrono::milliseconds(0); }};
+    QList<Command> m_commands;
+    qsizetype m_taken = 0;
+    std::unique_ptr<SettingsStore> m_settings;
+    std::unique_ptr<KumaController> m_controller;
+};
+
+/// A row of a status page.
+MonitorRow monitor(std::int64_t id, std::optional<std::int64_t> status, const QString& name = QStringLiteral("Web"));
+StatusPageData statusPage(const QList<MonitorRow>& monitors, const QString& title = QStringLiteral("Home"));
+
+} // namespace orvanel::test

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "statuspage/StatusPageResult.h"
+#include "task/Clock.h"
+#include "task/Event.h"
+
+#include <QCoro/QCoroTask>
+#include <QList>
+
+namespace orvanel::test {
+
+/// The web page and the status pages of a server as a test plays them. Each request is answered at once, or, where the
+/// test holds them back, when it completes the event.
+class ScriptedPage {
+public:
+    struct Question {
+        int port = 0;
+        Event<bool> answer;
+    };
+    struct Read {
+        int port = 0;
+        QString slug;
+        Clock::TimePoint at;
+        Event<StatusPageResult> answer;
+    };
+
+    explicit ScriptedPage(const Clock* clock)
+        : m_clock(clock) {}
+
+    bool answers = true;
+    bool holdsQuestions = false;
+    QList<Question> questions;
+
+    StatusPageResult status = StatusPageData{.title = QStringLiteral("Home"), .monitors = {}};
+    bool holdsReads = false;
+    QList<Read> reads;
+
+    /// Answers everything that is still held back, and holds nothing back from now on.
+    void letGo() {
+        holdsQuestions = false;
+        holdsReads = false;
+        for (const Question& question : questions) {
+            question.answer.complete(answers);
+        }
+        for (const Read& read : reads) {
+            read.answer.complete(status);
+        }
+    }
+
+    QCoro::Task<bool> pageAnswers(int port) {
+        const Event<bool> answer;
+        questions.append({port, answer});
+        if (!holdsQuestions) {
+            answer.complete(answers);
+        }
+        const bool result = co_await answer;
+        co_return result;
+    }
+
+    QCoro::Task<StatusPageResult> fetch(int port, QString slug) {
+        const Event<StatusPageResult> answer;
+        reads.append({port, slug, m_clock->now(), answer});
+        if (!holdsReads) {
+            answer.complete(status);
+        }
+        const StatusPageResult result = co_await answer;
+        co_return result;
+    }
+
+private:
+    const Clock* m_clock;
+};
+
+} // namespace orvanel::test

@@ -1,0 +1,234 @@
+#include "ControllerFixture.h"
+#include "controller/ComposeFile.h"
+#include "support/Await.h"
+#include "support/FilePermissions.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+
+#include <sys/stat.h>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+QByteArray contentOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
+}
+
+QByteArray expectedText(const KumaController& kuma) {
+    return composeText(kuma.imageTag(), kuma.port()).toUtf8();
+}
+
+/// The same file, not only the same content: a file that replaced another has a number of its own.
+ino_t numberOf(const QString& path) {
+    struct stat status {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : 0;
+}
+
+QStringList programFolder(const KumaController& kuma) {
+    return QDir(kuma.dataDir() + QStringLiteral("/.."))
+        .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+}
+
+} // namespace
+
+class TestComposeFile : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void foldersAndFileAreMade() {
+        ControllerFixture world;
+        world.applicationSupport = world.home.path(QStringLiteral("a/b c/ü"));
+        KumaController& kuma = world.controller();
+        QVERIFY(!kuma.prepareFiles());
+        QVERIFY(QDir(kuma.dataDir()).exists());
+        QVERIFY(QDir(kuma.dataDir()).isEmpty());
+        QCOMPARE(contentOf(kuma.composeURL()), expectedText(kuma));
+        QCOMPARE(programFolder(kuma), (QStringList{QStringLiteral("data"), QStringLiteral("docker-compose.yml")}));
+    }
+
+    void sameTextIsNotWrittenAgain() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        QVERIFY(!kuma.prepareFiles());
+        const ino_t first = numberOf(kuma.composeURL());
+        const QDateTime longAgo = QDateTime::fromSecsSinceEpoch(1000000000);
+        {
+            QFile file(kuma.composeURL());
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            QVERIFY(file.setFileTime(longAgo, QFileDevice::FileModificationTime));
+        }
+        QVERIFY(!kuma.prepareFiles());
+        QCOMPARE(QFileInfo(kuma.composeURL()).lastModified(), longAgo);
+        QCOMPARE(numberOf(kuma.composeURL()), first);
+    }
+
+    void otherPortOrTagIsWritten() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        QVERIFY(!kuma.prepareFiles());
+        kuma.setPort(4001);
+        QVERIFY(!kuma.prepareFiles());
+        QCOMPARE(contentOf(kuma.composeURL()), composeText(QStringLiteral("2"), 4001).toUtf8());
+        kuma.setImageTag(QStringLiteral("2.5.3-ü"));
+        QVERIFY(!kuma.prepareFiles());
+        QCOMPARE(contentOf(kuma.composeURL()), composeText(QStringLiteral("2.5.3-ü"), 4001).toUtf8());
+        QCOMPARE(programFolder(kuma).size(), 2);
+    }
+
+    void editedFileIsReplaced_data() {
+        QTest::addColumn<QByteArray>("content");
+        const QByteArray text = composeText(QStringLiteral("2"), 3001).toUtf8();
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("one line more") << text + "    privileged: true\n";
+        QTest::newRow("without its last line end") << text.chopped(1);
+        QTest::newRow("same length") << QByteArray(text).replace("127.0.0.1", "127.0.0.2");
+        QTest::newRow("other line ends") << QByteArray(text).replace("\n", "\r\n");
+        QTest::newRow("not UTF-8") << QByteArray("\xff\xfe\x80");
+    }
+
+    void editedFileIsReplaced() {
+        QFETCH(const QByteArray, content);
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml"), content);
+        const ino_t first = numberOf(kuma.composeURL());
+        QVERIFY(!kuma.prepareFiles());
+        QCOMPARE(contentOf(kuma.composeURL()), expectedText(kuma));
+        QVERIFY(numberOf(kuma.composeURL()) != first); // in one step, never half
+    }
+
+    void dataStaysAsItIs() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        QVERIFY(!kuma.prepareFiles());
+        QCOMPARE(contentOf(kuma.dataDir() + QStringLiteral("/kuma.db")), QByteArray("precious"));
+    }
+
+    void fileThatMayNotBeReadOrWrittenIsReplaced() {
+        obeyFilePermissions();
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml"), "services:\n");
+        for (const QFile::Permissions permissions : {QFile::Permissions(), QFile::Permissions(QFile::ReadOwner)}) {
+            QVERIFY(QFile::setPermissions(kuma.composeURL(), permissions));
+            kuma.setPort(kuma.port() + 1);
+            const std::optional<QString> failure = kuma.prepareFiles();
+            QVERIFY2(!failure, qPrintable(failure.value_or(QString())));
+            QCOMPARE(contentOf(kuma.composeURL()), expectedText(kuma));
+        }
+    }
+
+    void folderInTheFilesPlaceIsAnError() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml/precious"), "precious");
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.error().has_value());
+        QCOMPARE(kuma.error()->message, QStringLiteral("Could not write the compose file."));
+        QVERIFY(kuma.error()->details.startsWith(kuma.composeURL() + QStringLiteral(": ")));
+        QVERIFY(kuma.error()->details.size() > kuma.composeURL().size() + 2);
+        QCOMPARE(contentOf(kuma.composeURL() + QStringLiteral("/precious")), QByteArray("precious"));
+        QCOMPARE(world.takeCommands().mid(0, 2), (QStringList{QStringLiteral("info"), QStringLiteral("inspect")}));
+        QVERIFY(!world.docker().container);
+    }
+
+    void fileInTheDataFoldersPlaceIsAnError() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.home.write(QStringLiteral(".local/share/Orvanel"), "a file");
+        const std::optional<QString> failure = kuma.prepareFiles();
+        QVERIFY(failure.has_value());
+        QVERIFY(failure->startsWith(kuma.dataDir() + QStringLiteral(": ")));
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.error().has_value());
+        QCOMPARE(kuma.error()->message, QStringLiteral("Could not write the compose file."));
+        QCOMPARE(kuma.error()->details, *failure);
+        QVERIFY(!world.takeCommands().contains(QStringLiteral("image inspect")));
+        QCOMPARE(contentOf(world.home.path(QStringLiteral(".local/share/Orvanel"))), QByteArray("a file"));
+    }
+
+    void dataFolderThatCannotBeMadeLeavesTheFileAlone() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.home.write(QStringLiteral(".local/share/Orvanel/data"), "a file");
+        QVERIFY(kuma.prepareFiles().has_value());
+        QVERIFY(!QFile::exists(kuma.composeURL()));
+    }
+
+    void composeIsProbedOnceForATool() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        kuma.begin();
+        world.advance(10s);
+        QCOMPARE(world.takeCommands().count(QStringLiteral("compose version")), 1);
+
+        kuma.setDockerOverride(QString());
+        world.advance(10s);
+        QCOMPARE(world.takeCommands().count(QStringLiteral("compose version")), 1);
+    }
+
+    void composeThatDoesNotAnswerInTimeCountsAsMissing() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.hang("compose version", 1);
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.composeAvailable(), std::optional(false));
+        const QStringList commands = world.takeCommands();
+        QVERIFY(commands.contains(QStringLiteral("pull")) && commands.contains(QStringLiteral("run")));
+        QCOMPARE(commands.count(QStringLiteral("compose version")), 1);
+        QVERIFY(world.docker().container.has_value());
+    }
+
+    void freePortIsTheFirstOfNine_data() {
+        QTest::addColumn<int>("port");
+        QTest::addColumn<QList<int>>("taken");
+        QTest::addColumn<int>("offered"); // 0 = none
+        QTest::newRow("the first") << 3001 << QList<int>{} << 3002;
+        QTest::newRow("not the configured one") << 3002 << QList<int>{} << 3003;
+        QTest::newRow("3001 is never offered") << 3005 << QList<int>{3002, 3003, 3004} << 3006;
+        QTest::newRow("the last") << 3001 << QList<int>{3002, 3003, 3004, 3005, 3006, 3007, 3008, 3009} << 3010;
+        QTest::newRow("none") << 3001 << QList<int>{3002, 3003, 3004, 3005, 3006, 3007, 3008, 3009, 3010} << 0;
+        QTest::newRow("none but the configured one")
+            << 3010 << QList<int>{3002, 3003, 3004, 3005, 3006, 3007, 3008, 3009} << 0;
+    }
+
+    void freePortIsTheFirstOfNine() {
+        QFETCH(const int, port);
+        QFETCH(const QList<int>, taken);
+        QFETCH(const int, offered);
+        ControllerFixture world;
+        world.listeningPorts = QSet<int>(taken.begin(), taken.end()) + QSet<int>{port};
+        KumaController& kuma = world.controller();
+        kuma.setPort(port);
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.suggestedPort().value_or(0), offered);
+        QCOMPARE(kuma.error()->message, QStringLiteral("Port %1 is already in use by another program.").arg(port));
+    }
+
+    void closingPortIsNotOffered() {
+        ControllerFixture world;
+        world.listeningPorts = {3001};
+        world.closingPorts = {3002};
+        world.controller().start();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.controller().suggestedPort(), std::optional(3003));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestComposeFile)
+#include "TestComposeFile.moc"

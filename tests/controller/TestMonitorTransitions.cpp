@@ -1,0 +1,175 @@
+#include "ControllerFixture.h"
+
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+using Status = std::optional<std::int64_t>;
+
+const MonitorNews isDown{QStringLiteral("Web is down"), QStringLiteral("Uptime Kuma reports this monitor as down.")};
+const MonitorNews isBack{QStringLiteral("Web is back up"), QStringLiteral("This monitor is up again.")};
+
+} // namespace
+
+/// The news of a program that reads its status page again and again.
+class TestMonitorTransitions : public QObject {
+    Q_OBJECT
+
+    /// Reads a page with these rows, one period after the last read.
+    static void read(ControllerFixture& world, const QList<MonitorRow>& rows) {
+        world.page.status = statusPage(rows);
+        if (world.page.reads.isEmpty()) {
+            world.controller().setSlug(QStringLiteral("home"));
+            QVERIFY(world.isPolledAsRunning());
+        } else {
+            world.advance(30s);
+        }
+    }
+
+private Q_SLOTS:
+    void newsOfASeriesOfReads_data() {
+        QTest::addColumn<QList<Status>>("statuses");
+        QTest::addColumn<QList<MonitorNews>>("news");
+        const QList<MonitorNews> none;
+        const Status noStatus;
+        QTest::newRow("down at the first read") << QList<Status>{0} << none;
+        QTest::newRow("down, and still down") << QList<Status>{0, 0} << none;
+        QTest::newRow("goes down") << QList<Status>{1, 0} << QList<MonitorNews>{isDown};
+        QTest::newRow("goes down and comes back") << QList<Status>{1, 0, 1} << QList<MonitorNews>{isDown, isBack};
+        QTest::newRow("again and again") << QList<Status>{1, 0, 1, 0, 0, 1}
+                                         << QList<MonitorNews>{isDown, isBack, isDown, isBack};
+        QTest::newRow("first seen down, comes up") << QList<Status>{0, 1} << QList<MonitorNews>{isBack};
+        QTest::newRow("down by way of pending") << QList<Status>{1, 2, 0} << none;
+        QTest::newRow("up by way of pending") << QList<Status>{0, 2, 1} << none;
+        QTest::newRow("maintenance") << QList<Status>{1, 3, 0, 3, 1} << none;
+        QTest::newRow("without a status between") << QList<Status>{1, noStatus, 0} << none;
+        QTest::newRow("an unknown code between") << QList<Status>{1, 7, 0} << none;
+    }
+
+    void newsOfASeriesOfReads() {
+        QFETCH(const QList<Status>, statuses);
+        ControllerFixture world;
+        for (const Status& status : statuses) {
+            read(world, {monitor(5, status)});
+        }
+        QCOMPARE(world.page.reads.size(), statuses.size());
+        QTEST(world.notifier.posted, "news");
+    }
+
+    void monitorThatWasGoneIsSeenForTheFirstTime() {
+        ControllerFixture world;
+        read(world, {monitor(5, 1)});
+        read(world, {});
+        read(world, {monitor(5, 0)});
+        QVERIFY(world.notifier.posted.isEmpty());
+        read(world, {monitor(5, 1)});
+        QCOMPARE(world.notifier.posted, QList<MonitorNews>{isBack});
+    }
+
+    void monitorAddedLaterIsSeenForTheFirstTime() {
+        ControllerFixture world;
+        read(world, {monitor(1, 1)});
+        read(world, {monitor(1, 1), monitor(5, 0)});
+        QVERIFY(world.notifier.posted.isEmpty());
+    }
+
+    void monitorListedTwiceIsRememberedAsItsLastRow() {
+        ControllerFixture world;
+        read(world, {monitor(5, 1)});
+        read(world, {monitor(5, 0), monitor(5, 1)});
+        QCOMPARE(world.notifier.posted, QList<MonitorNews>{isDown});
+        world.notifier.posted.clear();
+        read(world, {monitor(5, 0)});
+        QCOMPARE(world.notifier.posted, QList<MonitorNews>{isDown});
+    }
+
+    void failedReadsAreNotCompared() {
+        ControllerFixture world;
+        read(world, {monitor(5, 1)});
+        world.page.status = StatusPageError{QStringLiteral("No.")};
+        world.advance(60s);
+        QVERIFY(world.notifier.posted.isEmpty());
+        read(world, {monitor(5, 0)});
+        QCOMPARE(world.notifier.posted, QList<MonitorNews>{isDown});
+    }
+
+    void anotherPageIsComparedWithNothing() {
+        ControllerFixture world;
+        read(world, {monitor(5, 1)});
+        world.controller().setSlug(QStringLiteral("other"));
+        read(world, {monitor(5, 0)});
+        QVERIFY(world.notifier.posted.isEmpty());
+        read(world, {monitor(5, 1)});
+        QCOMPARE(world.notifier.posted, QList<MonitorNews>{isBack});
+    }
+
+    void newsComeBeforeTheRows() {
+        ControllerFixture world;
+        read(world, {monitor(5, 1)});
+        QList<MonitorRow> shown;
+        QObject::connect(&world.controller(), &KumaController::changed, this, [&] {
+            if (world.notifier.posted.isEmpty()) {
+                shown = world.controller().monitors();
+            }
+        });
+        read(world, {monitor(5, 0)});
+        QCOMPARE(shown, QList<MonitorRow>{monitor(5, 1)});
+        QCOMPARE(world.controller().monitors(), QList<MonitorRow>{monitor(5, 0)});
+    }
+
+    void leaveIsAskedForOnceAtTheFirstSuccess() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setSlug(QStringLiteral("home"));
+        world.page.status = StatusPageError{QStringLiteral("No.")};
+        QVERIFY(world.isPolledAsRunning());
+        QCOMPARE(world.notifier.authorizationRequests, 0);
+        read(world, {});
+        QCOMPARE(world.notifier.authorizationRequests, 1);
+        read(world, {monitor(1, 1)});
+        kuma.setSlug(QStringLiteral("other"));
+        world.advance(60s);
+        QCOMPARE(world.notifier.authorizationRequests, 1);
+    }
+
+    void leaveIsNeverAskedForWithoutAPage() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        world.advance(120s);
+        QCOMPARE(world.notifier.authorizationRequests, 0);
+    }
+
+    void programThatMayNotPostIsSilentUntilItMay() {
+        ControllerFixture world;
+        world.notifier.may = false;
+        read(world, {monitor(5, 1)});
+        read(world, {monitor(5, 0)});
+        QCOMPARE(world.notifier.authorizationRequests, 0);
+        QVERIFY(world.notifier.posted.isEmpty());
+        // What it could not tell is not told later, but the comparing went on.
+        world.notifier.may = true;
+        read(world, {monitor(5, 0)});
+        QCOMPARE(world.notifier.authorizationRequests, 1);
+        QVERIFY(world.notifier.posted.isEmpty());
+        read(world, {monitor(5, 1)});
+        QCOMPARE(world.notifier.posted, QList<MonitorNews>{isBack});
+    }
+
+    void newProgramStartsWithoutAMemory() {
+        ControllerFixture world;
+        read(world, {monitor(5, 1)});
+        world.page.status = statusPage({monitor(5, 0)});
+        world.restartProgram().begin();
+        world.settle();
+        QCOMPARE(world.controller().monitors().size(), 1);
+        QVERIFY(world.notifier.posted.isEmpty());
+        QCOMPARE(world.notifier.authorizationRequests, 2);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestMonitorTransitions)
+#include "TestMonitorTransitions.moc"

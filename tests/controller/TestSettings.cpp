@@ -1,0 +1,366 @@
+#include "ControllerFixture.h"
+#include "support/Await.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+void writeSettings(const ControllerFixture& world, const QByteArray& lines) {
+    world.home.write(QStringLiteral(".config/Orvanel/Orvanel.conf"), "[General]\n" + lines);
+}
+
+/// The settings as the next start of the program reads them.
+std::unique_ptr<SettingsStore> stored(const ControllerFixture& world) {
+    return std::make_unique<SettingsStore>(world.settingsFile);
+}
+
+const auto cannotSave = QStringLiteral("The settings could not be saved.");
+
+} // namespace
+
+class TestSettings : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void defaultsWithoutAnyStore() {
+        ControllerFixture world;
+        const KumaController& kuma = world.controller();
+        QCOMPARE(kuma.port(), 3001);
+        QCOMPARE(kuma.slug(), QString());
+        QCOMPARE(kuma.stopOnQuit(), false);
+        QCOMPARE(kuma.dockerOverride(), QString());
+        QCOMPARE(kuma.imageTag(), QStringLiteral("2"));
+        QCOMPARE(kuma.hasSeenGuide(), false);
+        QVERIFY(!QFile::exists(world.settingsFile));
+    }
+
+    void stateAtTheStart() {
+        ControllerFixture world;
+        const KumaController& kuma = world.controller();
+        QVERIFY(!kuma.dockerPath());
+        QVERIFY(kuma.dockerState() == DockerState::unknown);
+        QVERIFY(!kuma.composeAvailable());
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(!kuma.busy() && !kuma.error() && !kuma.suggestedPort() && !kuma.setupBusy());
+        QVERIFY(!kuma.pulling() && !kuma.checkingUpdate());
+        QVERIFY(kuma.pullLog().isEmpty() && kuma.setupLog().isEmpty() && kuma.statusTitle().isEmpty());
+        QVERIFY(!kuma.brewPath() && !kuma.colimaPath() && !kuma.statusError() && !kuma.lastStatusUpdate());
+        QVERIFY(!kuma.latestVersion() && !kuma.releaseURL() && !kuma.updateMessage());
+        QVERIFY(kuma.monitors().isEmpty());
+        QVERIFY(kuma.health() == Health::inactive);
+        QCOMPARE(kuma.statusLine(), QStringLiteral("Checking Docker…"));
+        QVERIFY(kuma.isIdle());
+        // Making it searches for nothing, runs nothing and asks nobody.
+        world.settle();
+        QCOMPARE(world.dockerSearches, 0);
+        QVERIFY(world.toolSearches.isEmpty() && world.commands().isEmpty() && world.page.questions.isEmpty());
+    }
+
+    void storedPortIsReadWithinItsRange_data() {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<int>("port");
+        QTest::newRow("too low") << QByteArray("port=80") << 3001;
+        QTest::newRow("just too low") << QByteArray("port=1023") << 3001;
+        QTest::newRow("lowest") << QByteArray("port=1024") << 1024;
+        QTest::newRow("another") << QByteArray("port=3005") << 3005;
+        QTest::newRow("highest") << QByteArray("port=65535") << 65535;
+        QTest::newRow("just too high") << QByteArray("port=65536") << 3001;
+        QTest::newRow("too high") << QByteArray("port=70000") << 3001;
+        QTest::newRow("negative") << QByteArray("port=-3001") << 3001;
+        QTest::newRow("too large for a number") << QByteArray("port=99999999999999999999") << 3001;
+        QTest::newRow("a word") << QByteArray("port=abc") << 3001;
+        QTest::newRow("a fraction") << QByteArray("port=3005.5") << 3001;
+        QTest::newRow("a list") << QByteArray("port=3005, 3006") << 3001;
+        QTest::newRow("empty") << QByteArray("port=") << 3001;
+        QTest::newRow("an object") << QByteArray("port=@Variant(\\0\\0\\0\\x2\\0\\0\\v\\xbd)") << 3001;
+    }
+
+    void storedPortIsReadWithinItsRange() {
+        QFETCH(const QByteArray, line);
+        ControllerFixture world;
+        writeSettings(world, line + "\n");
+        QTEST(world.controller().port(), "port");
+    }
+
+    void editedStoreReadsAsDefaultsWhereItMakesNoSense() {
+        ControllerFixture world;
+        writeSettings(world, "port=x\nslug=home\nstopOnQuit=perhaps\ndockerOverride=a, b\nimageTag=2.5.3\n"
+                             "hasSeenGuide=true\nsomethingElse=5\n");
+        const KumaController& kuma = world.controller();
+        QCOMPARE(kuma.port(), 3001);
+        QCOMPARE(kuma.slug(), QStringLiteral("home"));
+        QCOMPARE(kuma.stopOnQuit(), false);
+        QCOMPARE(kuma.dockerOverride(), QString());
+        QCOMPARE(kuma.imageTag(), QStringLiteral("2.5.3"));
+        QCOMPARE(kuma.hasSeenGuide(), true);
+    }
+
+    void corruptStoreReadsAsDefaults() {
+        ControllerFixture world;
+        world.home.write(QStringLiteral(".config/Orvanel/Orvanel.conf"), QByteArray("\x00\xff\xfe\x80garbage\n", 12));
+        KumaController& kuma = world.controller();
+        QCOMPARE(kuma.port(), 3001);
+        QCOMPARE(kuma.imageTag(), QStringLiteral("2"));
+        kuma.setSlug(QStringLiteral("home"));
+        QVERIFY(!kuma.error());
+        QCOMPARE(world.restartProgram().slug(), QStringLiteral("home"));
+    }
+
+    void everySettingIsStoredAtOnce() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setPort(4001);
+        QCOMPARE(stored(world)->integer(QStringLiteral("port"), 0), 4001);
+        kuma.setSlug(QStringLiteral("home"));
+        QCOMPARE(stored(world)->text(QStringLiteral("slug"), {}), QStringLiteral("home"));
+        kuma.setStopOnQuit(true);
+        QCOMPARE(stored(world)->boolean(QStringLiteral("stopOnQuit"), false), true);
+        kuma.setDockerOverride(QStringLiteral("/my docker"));
+        QCOMPARE(stored(world)->text(QStringLiteral("dockerOverride"), {}), QStringLiteral("/my docker"));
+        kuma.setImageTag(QStringLiteral("2.5"));
+        QCOMPARE(stored(world)->text(QStringLiteral("imageTag"), {}), QStringLiteral("2.5"));
+        kuma.setHasSeenGuide(true);
+        QCOMPARE(stored(world)->boolean(QStringLiteral("hasSeenGuide"), false), true);
+        QVERIFY(!kuma.error());
+
+        const KumaController& next = world.restartProgram();
+        QCOMPARE(next.port(), 4001);
+        QCOMPARE(next.slug(), QStringLiteral("home"));
+        QCOMPARE(next.stopOnQuit(), true);
+        QCOMPARE(next.dockerOverride(), QStringLiteral("/my docker"));
+        QCOMPARE(next.imageTag(), QStringLiteral("2.5"));
+        QCOMPARE(next.hasSeenGuide(), true);
+    }
+
+    void switchesCanBeSwitchedOffAgain() {
+        ControllerFixture world;
+        world.controller().setStopOnQuit(true);
+        world.controller().setHasSeenGuide(true);
+        world.controller().setStopOnQuit(false);
+        world.controller().setHasSeenGuide(false);
+        const KumaController& next = world.restartProgram();
+        QCOMPARE(next.stopOnQuit(), false);
+        QCOMPARE(next.hasSeenGuide(), false);
+    }
+
+    void portIsStoredUncheckedAndCheckedWhenRead() {
+        ControllerFixture world;
+        for (const int port : {80, 0, -1, 70000}) {
+            KumaController& kuma = world.controller();
+            kuma.setPort(port);
+            QCOMPARE(kuma.port(), port);
+            QCOMPARE(stored(world)->integer(QStringLiteral("port"), 7), port);
+            QCOMPARE(world.restartProgram().port(), 3001);
+        }
+    }
+
+    void textsAreStoredAsTheyAre_data() {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("blanks around") << "  Home  ";
+        QTest::newRow("only blanks") << "   ";
+        QTest::newRow("slashes") << "a/b\\c//";
+        QTest::newRow("emoji") << QStringLiteral("😀🏳️‍🌈");
+        QTest::newRow("quotes and commas") << "\"a\", b; c=d # e";
+        QTest::newRow("line ends") << "one\ntwo\r\n\tthree";
+        QTest::newRow("looks like a list") << "@Invalid()";
+        QTest::newRow("per cent") << "%1 100%25 %";
+        QTest::newRow("long") << QString(5000, u'x');
+    }
+
+    void textsAreStoredAsTheyAre() {
+        QFETCH(const QString, text);
+        ControllerFixture world;
+        world.controller().setSlug(text);
+        world.controller().setImageTag(text);
+        world.controller().setDockerOverride(text);
+        QCOMPARE(world.controller().slug(), text);
+        const KumaController& next = world.restartProgram();
+        QCOMPARE(next.slug(), text);
+        QCOMPARE(next.imageTag(), text);
+        QCOMPARE(next.dockerOverride(), text);
+    }
+
+    void halfACharacterHoldsForThisRunAndHarmsNothing() {
+        ControllerFixture world;
+        const QString half = QStringLiteral("a") + QChar(0xD83D) + QStringLiteral("b");
+        world.controller().setSlug(half);
+        QCOMPARE(world.controller().slug(), half);
+        QVERIFY(!world.controller().error());
+        const KumaController& next = world.restartProgram();
+        QVERIFY(next.slug().startsWith(u'a') && next.slug().endsWith(u'b'));
+    }
+
+    void storeThatCannotBeWrittenIsTold() {
+        ControllerFixture world;
+        world.home.write(QStringLiteral("file"), "");
+        world.settingsFile = world.home.path(QStringLiteral("file/Orvanel.conf"));
+        using Change = std::function<void(KumaController&)>;
+        const QList<Change> changes{
+            [](KumaController& kuma) { kuma.setPort(4001); },
+            [](KumaController& kuma) { kuma.setSlug(QStringLiteral("home")); },
+            [](KumaController& kuma) { kuma.setStopOnQuit(true); },
+            [](KumaController& kuma) { kuma.setDockerOverride(QStringLiteral("/d")); },
+            [](KumaController& kuma) { kuma.setImageTag(QStringLiteral("3")); },
+            [](KumaController& kuma) { kuma.setHasSeenGuide(true); },
+        };
+        for (const Change& change : changes) {
+            KumaController& kuma = world.restartProgram();
+            QVERIFY(!kuma.error());
+            change(kuma);
+            QVERIFY(kuma.error().has_value());
+            QCOMPARE(kuma.error()->message, cannotSave);
+            QVERIFY(kuma.error()->details.contains(world.settingsFile));
+        }
+        // The values hold all the same, and everything goes on.
+        KumaController& kuma = world.restartProgram();
+        for (const Change& change : changes) {
+            change(kuma);
+        }
+        QCOMPARE(kuma.port(), 4001);
+        QCOMPARE(kuma.slug(), QStringLiteral("home"));
+        QVERIFY(kuma.stopOnQuit() && kuma.hasSeenGuide());
+        QCOMPARE(kuma.dockerOverride(), QStringLiteral("/d"));
+        QCOMPARE(kuma.imageTag(), QStringLiteral("3"));
+        kuma.start();
+        QVERIFY(!kuma.error());
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.docker().container->port, 4001);
+    }
+
+    void slugForgetsThePageShownSoFar_data() {
+        QTest::addColumn<QString>("slug");
+        QTest::newRow("another") << "other";
+        QTest::newRow("the same") << "home";
+        QTest::newRow("none") << "";
+    }
+
+    void slugForgetsThePageShownSoFar() {
+        QFETCH(const QString, slug);
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setSlug(QStringLiteral("home"));
+        world.page.status = statusPage({monitor(1, 1), monitor(2, 1)});
+        QVERIFY(world.isPolledAsRunning());
+        QCOMPARE(kuma.monitors().size(), 2);
+
+        kuma.setSlug(slug);
+        QVERIFY(kuma.monitors().isEmpty());
+        QVERIFY(!kuma.statusError());
+        QCOMPARE(stored(world)->text(QStringLiteral("slug"), QStringLiteral("?")), slug);
+
+        // The page is read again at the next tick, and what it says now is no news.
+        world.page.status = statusPage({monitor(1, 0), monitor(2, 1)});
+        world.advance(3s);
+        QCOMPARE(world.page.reads.size(), slug.isEmpty() ? 1 : 2);
+        QVERIFY(world.notifier.posted.isEmpty());
+    }
+
+    void slugForgetsTheFailureOfThePage() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setSlug(QStringLiteral("home"));
+        world.page.status = StatusPageError{QStringLiteral("Could not.")};
+        QVERIFY(world.isPolledAsRunning());
+        QCOMPARE(kuma.statusError(), QStringLiteral("Could not."));
+        kuma.setSlug(QStringLiteral("home"));
+        QVERIFY(!kuma.statusError());
+    }
+
+    void overrideForgetsTheToolFound() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        QVERIFY(world.isPolledAsRunning());
+        for (const QString& path : {QStringLiteral("/mine/docker"), QStringLiteral("/mine/docker"), QString()}) {
+            QVERIFY(kuma.dockerPath().has_value());
+            QVERIFY(kuma.composeAvailable().has_value());
+            kuma.setDockerOverride(path);
+            QVERIFY(!kuma.dockerPath());
+            QVERIFY(!kuma.composeAvailable());
+            world.advance(3s);
+        }
+    }
+
+    void portAndTagChangeNothingElse() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setSlug(QStringLiteral("home"));
+        world.page.status = statusPage({monitor(1, 1)});
+        QVERIFY(world.isPolledAsRunning());
+        world.takeCommands();
+        kuma.setPort(3002);
+        kuma.setImageTag(QStringLiteral("3"));
+        kuma.setStopOnQuit(true);
+        kuma.setHasSeenGuide(true);
+        world.settle();
+        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.dockerPath() && kuma.composeAvailable());
+        QCOMPARE(kuma.monitors().size(), 1);
+        QVERIFY(world.takeCommands().isEmpty());
+        QVERIFY(!QFile::exists(kuma.composeURL()));
+    }
+
+    void placesAndAddresses() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        QCOMPARE(kuma.dataDir(), world.home.path(QStringLiteral(".local/share/Orvanel/data")));
+        QCOMPARE(kuma.composeURL(), world.home.path(QStringLiteral(".local/share/Orvanel/docker-compose.yml")));
+        QCOMPARE(kuma.dashboardURL().toString(), QStringLiteral("http://127.0.0.1:3001/"));
+        QCOMPARE(kuma.imageReference(), QStringLiteral("louislam/uptime-kuma:2"));
+        kuma.setPort(45678);
+        kuma.setImageTag(QStringLiteral("%1"));
+        QCOMPARE(kuma.dashboardURL().toString(), QStringLiteral("http://127.0.0.1:45678/"));
+        QCOMPARE(kuma.imageReference(), QStringLiteral("louislam/uptime-kuma:%1"));
+    }
+
+    void launchAtLoginIsTheTrueStatus() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        QVERIFY(!kuma.launchAtLogin());
+        world.loginItem.enabled = true;
+        QVERIFY(kuma.launchAtLogin());
+        kuma.setLaunchAtLogin(false);
+        QVERIFY(!world.loginItem.enabled);
+        QVERIFY(!kuma.error());
+        QVERIFY(!QFile::exists(world.settingsFile));
+    }
+
+    void launchAtLoginThatCannotBeChangedIsTold() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.loginItem.failure = QStringLiteral("No room.");
+        QSignalSpy changes(&kuma, &KumaController::changed);
+        kuma.setLaunchAtLogin(true);
+        QVERIFY(!kuma.launchAtLogin());
+        QVERIFY(kuma.error().has_value());
+        QCOMPARE(kuma.error()->details, QStringLiteral("No room."));
+        QVERIFY(!changes.isEmpty());
+    }
+
+    void everyChangeIsTold() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        QSignalSpy changes(&kuma, &KumaController::changed);
+        kuma.setPort(4000);
+        QCOMPARE(changes.size(), 1);
+        kuma.setPort(4000);
+        QCOMPARE(changes.size(), 1);
+        kuma.setHasSeenGuide(true);
+        QCOMPARE(changes.size(), 2);
+        standin::addContainer(world.docker(), "running");
+        kuma.begin();
+        world.settle();
+        const auto afterTheFirstPoll = changes.size();
+        QVERIFY(afterTheFirstPoll > 2);
+        world.advance(3s);
+        QCOMPARE(changes.size(), afterTheFirstPoll); // nothing differs, so nobody has to draw
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSettings)
+#include "TestSettings.moc"
