@@ -1,0 +1,47 @@
+#pragma once
+
+#include "standin/desktop/TrayItem.h"
+
+#include <QDBusServiceWatcher>
+
+#include <memory>
+#include <vector>
+
+namespace orvanel::standin {
+
+/// The status area of a desktop: org.kde.StatusNotifierWatcher with its host, on the given bus.
+class StatusArea final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit StatusArea(QDBusConnection bus, QObject* parent = nullptr);
+    ~StatusArea() override;
+
+    /// Takes the watcher's name on the bus; false when another desktop has it.
+    [[nodiscard]] bool open();
+    /// Leaves the bus, as a panel does that crashed; open() makes programs register again.
+    void close();
+
+    /// The items, in the order in which they registered.
+    std::vector<TrayItem*> items() const;
+    /// The first item, or nullptr.
+    TrayItem* item() const { return m_items.empty() ? nullptr : m_items.front().get(); }
+
+    /// For the bus: `name` is the service (its object then lies at the usual path), or the object's path on `sender`.
+    void registerItem(const QString& name, const QString& sender);
+    QStringList registeredItems() const;
+
+Q_SIGNALS:
+    /// An item came, went or shows something else.
+    void changed();
+
+private:
+    void unregisterItem(const QString& service);
+
+    QDBusConnection m_bus;
+    QDBusServiceWatcher m_services;
+    QObject* m_watcherObject = nullptr;
+    std::vector<std::unique_ptr<TrayItem>> m_items;
+};
+
+} // namespace orvanel::standin
