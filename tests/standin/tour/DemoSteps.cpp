@@ -1,0 +1,192 @@
+#include "Tour.h"
+
+namespace orvanel::standin {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// The program asks its status page every 30 s at most, and looks every 3 s.
+constexpr auto untilNextReading = 75s;
+
+/// What keeps the status item from saying `toolTip` in `color`.
+QString itemDiffers(const Stage& stage, const QString& toolTip, const QString& color) {
+    if (stage.toolTip() != toolTip) {
+        return QStringLiteral("the icon should say \"%1\", but says \"%2\"").arg(toolTip, stage.toolTip());
+    }
+    if (stage.iconColor() != color) {
+        return QStringLiteral("the icon should be %1, but is \"%2\"").arg(color, stage.iconColor());
+    }
+    return {};
+}
+
+std::function<QString(Stage&)> itemSays(const QString& toolTip, const QString& color) {
+    return [=](Stage& stage) { return itemDiffers(stage, toolTip, color); };
+}
+
+QString notificationMissing(Stage& stage, const QString& summary) {
+    for (const Notification& notification : stage.notifications().shown()) {
+        if (notification.summary == summary) {
+            return {};
+        }
+    }
+    return QStringLiteral("there should be a notification \"%1\"").arg(summary);
+}
+
+QString firstOf(const QString& one, const QString& other) {
+    return one.isEmpty() ? other : one;
+}
+
+void dismissNotifications(Stage& stage) {
+    for (const Notification& notification : stage.notifications().shown()) {
+        stage.notifications().dismiss(notification.id);
+    }
+}
+
+std::function<void(Stage&)> openMenuAt(const QString& entry) {
+    return [=](Stage& stage) {
+        stage.openMenu();
+        if (const auto found = stage.menuEntry(entry)) {
+            stage.screen().pointAt(found->id);
+        }
+    };
+}
+
+/// The menu shows `entry`, which can be chosen.
+std::function<QString(Stage&)> menuOffers(const QString& entry) {
+    return [=](Stage& stage) {
+        const auto found = stage.menuEntry(entry);
+        return found && found->enabled ? QString() : QStringLiteral("the menu should offer \"%1\"").arg(entry);
+    };
+}
+
+std::function<void(Stage&)> choose(const QString& entry) {
+    return [=](Stage& stage) { stage.choose(entry); };
+}
+
+std::function<QString(Stage&)> windowIsOpen(const QString& title) {
+    return [=](Stage& stage) {
+        return stage.screen().windows().find(title) ? QString()
+                                                    : QStringLiteral("there should be a window \"%1\"").arg(title);
+    };
+}
+
+std::vector<Step> startingUp() {
+    const auto start = QStringLiteral("Start");
+    return {
+        {.what = QStringLiteral("The program starts; its icon is gray: Uptime Kuma is stopped"),
+         .act = [](Stage& stage) { stage.startProgram(); },
+         .missing = itemSays(QStringLiteral("Uptime Kuma is stopped"), QStringLiteral("gray")),
+         .picture = QStringLiteral("stopped")},
+        {.what = QStringLiteral("The menu of the icon offers to start it"),
+         .act = openMenuAt(start),
+         .missing = menuOffers(start),
+         .picture = QStringLiteral("menu")},
+        {.what = QStringLiteral("\"Open window\" opens the main window"),
+         .act = choose(QStringLiteral("Open window")),
+         .missing = windowIsOpen(QStringLiteral("Orvanel")),
+         .picture = QStringLiteral("window")},
+        {.what = QStringLiteral("\"Start\" downloads the image, with its log"),
+         .act = choose(start),
+         .missing = itemSays(QStringLiteral("Downloading the Uptime Kuma image"), QStringLiteral("gray")),
+         .picture = QStringLiteral("download"),
+         .rest = 3s},
+        {.what = QStringLiteral("Uptime Kuma is starting"),
+         .missing =
+             [](Stage& stage) {
+                 return stage.toolTip() == u"Uptime Kuma is starting…" ? QString()
+                                                                       : QStringLiteral("the icon should say so");
+             },
+         .picture = QStringLiteral("starting")},
+        {.what = QStringLiteral("It runs: all monitors are up, and the icon is green"),
+         .missing = itemSays(QStringLiteral("All 5 monitors up"), QStringLiteral("green")),
+         .picture = QStringLiteral("all-up")},
+    };
+}
+
+std::vector<Step> monitorsChange() {
+    return {
+        {.what = QStringLiteral("The online shop goes down: a notification, and the icon is red"),
+         .act = [](Stage& stage) { stage.setMonitors(QStringLiteral("one-down")); },
+         .missing =
+             [](Stage& stage) {
+                 return firstOf(itemDiffers(stage, QStringLiteral("1 down, 4 up"), QStringLiteral("red")),
+                                notificationMissing(stage, QStringLiteral("Online shop is down")));
+             },
+         .picture = QStringLiteral("one-down"),
+         .limit = untilNextReading},
+        {.what = QStringLiteral("The online shop comes back: another notification, and the icon is green again"),
+         .act =
+             [](Stage& stage) {
+                 dismissNotifications(stage);
+                 stage.setMonitors(QStringLiteral("all-up"));
+             },
+         .missing =
+             [](Stage& stage) {
+                 return firstOf(itemDiffers(stage, QStringLiteral("All 5 monitors up"), QStringLiteral("green")),
+                                notificationMissing(stage, QStringLiteral("Online shop is back up")));
+             },
+         .picture = QStringLiteral("back-up"),
+         .limit = untilNextReading},
+    };
+}
+
+std::vector<Step> endingIt() {
+    const auto stop = QStringLiteral("Stop");
+    const auto quit = QStringLiteral("Quit");
+    return {
+        {.what = QStringLiteral("The menu offers the dashboard, and to stop"),
+         .act =
+             [=](Stage& stage) {
+                 dismissNotifications(stage);
+                 openMenuAt(stop)(stage);
+             },
+         .missing =
+             [=](Stage& stage) {
+                 return firstOf(menuOffers(stop)(stage), menuOffers(QStringLiteral("Open dashboard"))(stage));
+             },
+         .picture = QStringLiteral("menu-running")},
+        {.what = QStringLiteral("\"Stop\" stops it, and the icon is gray again"),
+         .act = choose(stop),
+         .missing = itemSays(QStringLiteral("Uptime Kuma is stopped"), QStringLiteral("gray")),
+         .picture = QStringLiteral("stopped-again"),
+         .limit = 60s},
+        {.what = QStringLiteral("Closing the window leaves the icon"),
+         .act =
+             [](Stage& stage) {
+                 auto& windows = stage.screen().windows();
+                 if (const WindowFrame* window = windows.find(QStringLiteral("Orvanel"))) {
+                     windows.close(*window);
+                 }
+             },
+         .missing =
+             [](Stage& stage) {
+                 return firstOf(stage.screen().windows().frames().empty()
+                                    ? QString()
+                                    : QStringLiteral("the window should be closed"),
+                                itemDiffers(stage, QStringLiteral("Uptime Kuma is stopped"), QStringLiteral("gray")));
+             }},
+        {.what = QStringLiteral("\"Quit\" ends the program"),
+         .act = choose(quit),
+         .missing =
+             [](Stage& stage) {
+                 if (!stage.endedWell()) {
+                     return firstOf(stage.end(), QStringLiteral("the program should have ended"));
+                 }
+                 return stage.statusArea().item() ? QStringLiteral("its icon should be gone") : QString();
+             },
+         .picture = QStringLiteral("end"),
+         .programEnds = true},
+    };
+}
+
+} // namespace
+
+std::vector<Step> demoSteps() {
+    std::vector<Step> steps = startingUp();
+    for (const auto& part : {monitorsChange(), endingIt()}) {
+        steps.insert(steps.end(), part.begin(), part.end());
+    }
+    return steps;
+}
+
+} // namespace orvanel::standin

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "standin/desktop/DesktopScreen.h"
+#include "standin/desktop/NotificationServer.h"
+#include "standin/desktop/StatusArea.h"
+
+#include <QProcess>
+
+namespace orvanel::standin {
+
+/// Everything that a step of the tour can look at or touch: the desktop, the program on it, and the monitored world.
+class Stage final : public QObject {
+    Q_OBJECT
+
+public:
+    struct Places {
+        QString program;
+        /// Where the program's output goes.
+        QString log;
+        /// The folder with the answers of the stand-in server (see site/), and the folder from which it answers.
+        QString site;
+        QString server;
+        bool dark = false;
+    };
+
+    /// Takes the names of a desktop on the session bus; isReady() is false when somebody else has them.
+    explicit Stage(const Places& places);
+    ~Stage() override;
+
+    bool isReady() const { return m_ready; }
+
+    StatusArea& statusArea() { return m_statusArea; }
+    NotificationServer& notifications() { return m_notifications; }
+    DesktopScreen& screen() { return m_screen; }
+
+    // --- The program.
+
+    void startProgram();
+    bool isRunning() const { return m_program.state() != QProcess::NotRunning; }
+    /// A sentence on how the program ended, or empty while it runs and before it was started.
+    QString end() const;
+    bool endedWell() const;
+
+    // --- What its icon and menu say; all of it empty without an icon.
+
+    QString toolTip() const;
+    /// "gray", "green", "red" or "" (none of these).
+    QString iconColor() const;
+    std::optional<MenuEntry> menuEntry(const QString& text) const;
+    void openMenu();
+    /// Chooses the entry of the open or closed menu, if it can be chosen.
+    void choose(const QString& text);
+
+    // --- The world that Uptime Kuma watches: "all-up" or "one-down" (names of files of the site).
+
+    void setMonitors(const QString& state);
+
+private:
+    const Places m_places;
+    StatusArea m_statusArea;
+    NotificationServer m_notifications;
+    DesktopScreen m_screen;
+    const bool m_ready;
+    QProcess m_program;
+    bool m_started = false;
+};
+
+} // namespace orvanel::standin

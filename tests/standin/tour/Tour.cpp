@@ -1,0 +1,123 @@
+#include "Tour.h"
+
+#include <QTextStream>
+
+namespace orvanel::standin {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto tickInterval = 50ms;
+/// Between the two pictures that must be the same before the second one counts.
+constexpr auto stillFor = 250ms;
+/// A spinner never stands still, nor does a growing log.
+constexpr auto longestSettling = 1500ms;
+
+std::chrono::milliseconds passedOn(const QElapsedTimer& timer) {
+    return std::chrono::milliseconds(timer.elapsed());
+}
+
+void say(const QString& line) {
+    QTextStream(stdout) << line << Qt::endl;
+}
+
+} // namespace
+
+Tour::Tour(Stage& stage, std::vector<Step> steps, QString pictureFolder)
+    : m_stage(stage)
+    , m_steps(std::move(steps))
+    , m_pictureFolder(std::move(pictureFolder)) {
+    m_timer.setInterval(tickInterval);
+    connect(&m_timer, &QTimer::timeout, this, &Tour::tick);
+}
+
+void Tour::start() {
+    m_timer.start();
+}
+
+void Tour::tick() {
+    if (const QString end = m_stage.end(); !end.isEmpty() && !step().programEnds) {
+        fail(end);
+        return;
+    }
+    switch (m_phase) {
+    case Phase::Acting:
+        m_sincePhase.start();
+        m_phase = Phase::Waiting;
+        if (step().act) {
+            step().act(m_stage);
+        }
+        break;
+    case Phase::Waiting:
+        wait();
+        break;
+    case Phase::Resting:
+        if (passedOn(m_sincePhase) >= step().rest) {
+            m_sincePhase.start();
+            m_sincePicture.start();
+            m_phase = Phase::Settling;
+            m_picture = {};
+        }
+        break;
+    case Phase::Settling:
+        settle();
+        break;
+    }
+}
+
+void Tour::wait() {
+    const QString missing = step().missing(m_stage);
+    if (missing.isEmpty()) {
+        m_sincePhase.start();
+        m_phase = Phase::Resting;
+    } else if (passedOn(m_sincePhase) > step().limit) {
+        fail(missing);
+    }
+}
+
+void Tour::settle() {
+    if (step().picture.isEmpty()) {
+        finishStep();
+        return;
+    }
+    if (passedOn(m_sincePicture) < stillFor) {
+        return;
+    }
+    QImage picture = m_stage.screen().picture();
+    const bool still = picture == m_picture;
+    m_picture = std::move(picture);
+    m_sincePicture.start();
+    if (still || passedOn(m_sincePhase) > longestSettling) {
+        finishStep();
+    }
+}
+
+void Tour::finishStep() {
+    const auto number = QStringLiteral("%1").arg(m_index + 1, 2, 10, QLatin1Char('0'));
+    QString line = number + QStringLiteral("  ") + step().what;
+    if (!step().picture.isEmpty()) {
+        const QString name = number + u'-' + step().picture + QStringLiteral(".png");
+        if (!m_picture.save(m_pictureFolder + u'/' + name)) {
+            fail(QStringLiteral("the picture %1 could not be written").arg(name));
+            return;
+        }
+        line += QStringLiteral(" (%1)").arg(name);
+    }
+    say(line);
+    m_phase = Phase::Acting;
+    m_index += 1;
+    if (m_index == m_steps.size()) {
+        m_timer.stop();
+        Q_EMIT finished(true);
+    }
+}
+
+void Tour::fail(const QString& why) {
+    m_timer.stop();
+    const QString picture = m_pictureFolder + QStringLiteral("/failed.png");
+    m_stage.screen().picture().save(picture);
+    say(QStringLiteral("FAILED at \"%1\": %2. What the screen showed: %3").arg(step().what, why, picture));
+    Q_EMIT finished(false);
+}
+
+} // namespace orvanel::standin

@@ -1,0 +1,55 @@
+// The demo's tour, on a display and a session bus of its own:
+//     standin-tour --program FILE --log FILE --site FOLDER --server FOLDER --pictures FOLDER [--dark]
+// Exits with 0 when every step went well. scripts/demo prepares the world and the bus for it.
+
+#include "Tour.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+
+using namespace orvanel::standin;
+
+namespace {
+
+QString required(const QCommandLineParser& parser, const QString& option) {
+    if (!parser.isSet(option)) {
+        qFatal("--%s is missing", qPrintable(option));
+    }
+    return parser.value(option);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    if (QGuiApplication::platformName() != u"xcb") {
+        qFatal("the tour needs an X display of its own");
+    }
+
+    QCommandLineParser parser;
+    for (const char* name : {"program", "log", "site", "server", "pictures"}) {
+        const QString option = QString::fromLatin1(name);
+        parser.addOption({option, QString(), option});
+    }
+    parser.addOption(QCommandLineOption(QStringLiteral("dark")));
+    parser.process(application);
+
+    const QString pictures = required(parser, QStringLiteral("pictures"));
+    if (!QDir().mkpath(pictures)) {
+        qFatal("%s cannot be made", qPrintable(pictures));
+    }
+    Stage stage({.program = required(parser, QStringLiteral("program")),
+                 .log = required(parser, QStringLiteral("log")),
+                 .site = required(parser, QStringLiteral("site")),
+                 .server = required(parser, QStringLiteral("server")),
+                 .dark = parser.isSet(QStringLiteral("dark"))});
+    if (!stage.isReady()) {
+        qFatal("another desktop is on this session bus");
+    }
+    Tour tour(stage, demoSteps(), pictures);
+    QObject::connect(&tour, &Tour::finished, &application, [](bool wentWell) { QApplication::exit(wentWell ? 0 : 1); });
+    tour.start();
+    return QApplication::exec();
+}
