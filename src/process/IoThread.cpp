@@ -11,6 +11,11 @@
 namespace orvanel {
 namespace {
 
+/// A child that writes line by line is slowed down by a reader that it has to wake for each line. After a turn that
+/// brought only a little, the reader looks away for a moment, in which the next lines gather in the pipe.
+constexpr std::size_t fewBytes = 16384;
+constexpr std::chrono::microseconds pause{50};
+
 int addToEpoll(int epoll, int descriptor) {
     epoll_event event{.events = EPOLLIN, .data = {.fd = descriptor}};
     return ::epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event) == 0 ? 0 : errno;
@@ -79,8 +84,16 @@ void IoThread::runLoop() {
 }
 
 void IoThread::dispatch() {
+    const std::size_t bytesRead = serveReady();
+    if (bytesRead > 0 && bytesRead < fewBytes) {
+        std::this_thread::sleep_for(pause);
+    }
+}
+
+std::size_t IoThread::serveReady() {
     std::array<epoll_event, 64> events{};
     const int count = ::epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()), 0);
+    std::size_t bytesRead = 0;
     bool hasMail = false;
     for (int i = 0; i < count; ++i) {
         const int descriptor = events[static_cast<std::size_t>(i)].data.fd;
@@ -91,7 +104,7 @@ void IoThread::dispatch() {
         const auto found = m_watchers.find(descriptor);
         if (found != m_watchers.end()) {
             const std::shared_ptr<DescriptorWatcher> watcher = found->second;
-            watcher->ready(descriptor);
+            bytesRead += watcher->ready(descriptor);
         }
     }
     // Last: a new child may be given the number of a descriptor that was closed in this turn, whose event it would take
@@ -101,6 +114,7 @@ void IoThread::dispatch() {
             action();
         }
     }
+    return bytesRead;
 }
 
 void IoThread::watch(int descriptor, std::shared_ptr<DescriptorWatcher> watcher) {

@@ -3,10 +3,9 @@
 #include "process/FileDescriptor.h"
 #include "process/Mailbox.h"
 
-#include <array>
+#include <cstddef>
 #include <memory>
 #include <mutex>
-#include <span>
 #include <thread>
 #include <unordered_map>
 
@@ -22,7 +21,8 @@ public:
     DescriptorWatcher(const DescriptorWatcher&) = delete;
     DescriptorWatcher& operator=(const DescriptorWatcher&) = delete;
 
-    virtual void ready(int descriptor) = 0;
+    /// Answers how many bytes it read.
+    virtual std::size_t ready(int descriptor) = 0;
 };
 
 /// The one thread that waits for all children. It runs a Qt event loop, so that a Clock works there, in which a single
@@ -45,12 +45,11 @@ public:
     /// Only on the thread itself. A watcher is kept alive as long as it watches.
     void watch(int descriptor, std::shared_ptr<DescriptorWatcher> watcher);
     void unwatch(int descriptor);
-    /// Room for reading, used by whoever is ready at the moment.
-    std::span<char> scratch() { return m_scratch; }
 
 private:
     void runLoop();
     void dispatch();
+    std::size_t serveReady();
 
     std::shared_ptr<Mailbox> m_mailbox;
     FileDescriptor m_epoll;
@@ -58,7 +57,6 @@ private:
     std::thread m_thread;
     QEventLoop* m_loop = nullptr;
     std::unordered_map<int, std::shared_ptr<DescriptorWatcher>> m_watchers;
-    std::array<char, 65536> m_scratch;
 };
 
 } // namespace orvanel

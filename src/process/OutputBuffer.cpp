@@ -2,13 +2,18 @@
 
 #include <QStringDecoder>
 
-#include <algorithm>
+#include <cstring>
+#include <new>
+#include <sys/mman.h>
 
 namespace orvanel {
 namespace {
 
 constexpr std::size_t mostBytes = 2'000'000;
 constexpr std::size_t keptBytes = 1'000'000;
+/// Twice what is ever kept: most cuts then only move the beginning on, and few copy what is kept to the front. Pages
+/// that were never written to cost nothing, and all are given back at once (malloc would keep them for later).
+constexpr std::size_t spaceBytes = 4 * 1024 * 1024;
 
 } // namespace
 
@@ -18,20 +23,40 @@ QString decodeUtf8(QByteArrayView bytes) {
     return decoder.decode(bytes);
 }
 
-void OutputBuffer::append(QByteArrayView chunk) {
-    const auto added = static_cast<std::size_t>(chunk.size());
-    if (m_bytes.size() + added > mostBytes) {
-        // Cut before appending, so that not even a huge chunk makes the buffer grow beyond its bound. At least a
-        // million bytes arrive between two cuts, so that all this moving costs at most one more copy of each byte.
-        const std::size_t kept = keptBytes - std::min(keptBytes, added);
-        m_bytes.erase(0, m_bytes.size() - std::min(kept, m_bytes.size()));
-        chunk = chunk.last(static_cast<qsizetype>(std::min(keptBytes, added)));
+OutputBuffer::~OutputBuffer() {
+    if (m_space != nullptr) {
+        ::munmap(m_space, spaceBytes);
     }
-    m_bytes.append(chunk.data(), static_cast<std::size_t>(chunk.size()));
+}
+
+std::span<char> OutputBuffer::room() {
+    if (m_space == nullptr) {
+        void* const space =
+            ::mmap(nullptr, spaceBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (space == MAP_FAILED) {
+            throw std::bad_alloc();
+        }
+        m_space = static_cast<char*>(space);
+    }
+    if (m_end + chunkSize > spaceBytes) {
+        std::memmove(m_space, m_space + m_begin, size());
+        m_end = size();
+        m_begin = 0;
+    }
+    return {m_space + m_end, chunkSize};
+}
+
+QByteArrayView OutputBuffer::commit(std::size_t count) {
+    const QByteArrayView chunk(m_space + m_end, static_cast<qsizetype>(count));
+    m_end += count;
+    if (size() > mostBytes) {
+        m_begin = m_end - keptBytes;
+    }
+    return chunk;
 }
 
 QString OutputBuffer::string() const {
-    return decodeUtf8(m_bytes);
+    return decodeUtf8({m_space + m_begin, static_cast<qsizetype>(size())});
 }
 
 } // namespace orvanel

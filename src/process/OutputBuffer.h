@@ -3,7 +3,7 @@
 #include <QByteArrayView>
 #include <QString>
 
-#include <string>
+#include <span>
 
 namespace orvanel {
 
@@ -14,14 +14,27 @@ QString decodeUtf8(QByteArrayView bytes);
 /// 2,000,000 bytes, only the last 1,000,000 are kept. Used by one thread.
 class OutputBuffer {
 public:
-    void append(QByteArrayView chunk);
+    /// The most that is read at once.
+    static constexpr std::size_t chunkSize = 65536;
 
-    qsizetype size() const { return static_cast<qsizetype>(m_bytes.size()); }
+    OutputBuffer() = default;
+    ~OutputBuffer();
+    OutputBuffer(const OutputBuffer&) = delete;
+    OutputBuffer& operator=(const OutputBuffer&) = delete;
+
+    /// Where the next chunk can be read to without being copied again: chunkSize bytes, valid until the next call.
+    std::span<char> room();
+    /// Appends what is now in the first `count` bytes of room(), and answers it.
+    QByteArrayView commit(std::size_t count);
+
+    std::size_t size() const { return m_end - m_begin; }
     /// All bytes kept, decoded as a whole; a character that the cut at the front split shows as U+FFFD.
     QString string() const;
 
 private:
-    std::string m_bytes;
+    char* m_space = nullptr;
+    std::size_t m_begin = 0;
+    std::size_t m_end = 0;
 };
 
 } // namespace orvanel

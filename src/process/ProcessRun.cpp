@@ -70,20 +70,21 @@ void ProcessRun::start() {
     m_timeLimit = m_clock->callAfter(toMilliseconds(m_request.timeout), later(&ProcessRun::timeLimitReached));
 }
 
-void ProcessRun::ready(int descriptor) {
+std::size_t ProcessRun::ready(int descriptor) {
     if (m_isFinished) {
-        return;
+        return 0;
     }
     if (descriptor == m_child->endDescriptor()) {
         if (m_child->hasEnded()) {
             childEnded();
         }
-        return;
+        return 0;
     }
-    readOutput();
+    const std::size_t bytesRead = readOutput();
     if (m_childHasEnded && !m_outputIsOpen) {
         finish();
     }
+    return bytesRead;
 }
 
 void ProcessRun::timeLimitReached() {
@@ -119,34 +120,40 @@ bool ProcessRun::mayLinger() const {
     return !m_isPastLimit && !cancelled;
 }
 
-void ProcessRun::readOutput() {
+/// Reads what is there, within the bounds of one turn; answers how much it was.
+std::size_t ProcessRun::readOutput() {
+    std::size_t bytesRead = 0;
     for (int chunk = 0; chunk < chunksPerTurn && m_outputIsOpen; ++chunk) {
-        if (!readChunk()) {
-            return;
+        const std::size_t count = readChunk();
+        bytesRead += count;
+        // Less than a whole chunk means that there is no more for now. Once the child has ended nothing would tell us
+        // of more, so then only an empty pipe does.
+        if (count == 0 || (count < OutputBuffer::chunkSize && !m_childHasEnded)) {
+            break;
         }
     }
+    return bytesRead;
 }
 
-/// Answers whether there may be more to read now.
-bool ProcessRun::readChunk() {
-    const std::span<char> room = m_io->scratch();
-    const ssize_t count = ::read(m_child->outputDescriptor(), room.data(), room.size());
-    if (count < 0 && errno == EINTR) {
-        return true;
-    }
+/// Answers 0 when there is nothing, for now or for ever.
+std::size_t ProcessRun::readChunk() {
+    const std::span<char> room = m_output.room();
+    ssize_t count = -1;
+    do {
+        count = ::read(m_child->outputDescriptor(), room.data(), room.size());
+    } while (count < 0 && errno == EINTR);
     if (count < 0 && errno == EAGAIN) {
-        return false;
+        return 0;
     }
     if (count <= 0) {
         closeOutput();
-        return false;
+        return 0;
     }
-    const QByteArrayView chunk(room.data(), count);
-    m_output.append(chunk);
+    const QByteArrayView chunk = m_output.commit(static_cast<std::size_t>(count));
     if (m_request.onOutput) {
         m_request.onOutput(decodeUtf8(chunk));
     }
-    return true;
+    return static_cast<std::size_t>(count);
 }
 
 void ProcessRun::closeOutput() {

@@ -32,15 +32,15 @@ public:
     ProcessRun(IoThread* io, Clock* clock, RunRequest request, Event<CommandResult> ended);
 
     void start();
-    void ready(int descriptor) override;
+    std::size_t ready(int descriptor) override;
 
 private:
     std::function<void()> later(void (ProcessRun::*step)());
     void timeLimitReached();
     void terminateAsked();
     void childEnded();
-    void readOutput();
-    bool readChunk();
+    std::size_t readOutput();
+    std::size_t readChunk();
     void closeOutput();
     bool mayLinger() const;
     void finish();

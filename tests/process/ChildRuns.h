@@ -1,0 +1,80 @@
+#pragma once
+
+#include "process/ProcessRunner.h"
+#include "support/Await.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <memory>
+#include <mutex>
+
+namespace orvanel::test {
+
+/// Longer than any test: for runs that are not about their time limit.
+constexpr std::chrono::duration<double> noLimit{3600};
+
+/// Runs the stand-in program; the first argument chooses how it behaves (see Child.cpp).
+inline QCoro::Task<CommandResult> runChild(ProcessRunner* runner, QStringList arguments,
+                                           std::shared_ptr<ProcessHandle> handle = {},
+                                           DockerCLI::OutputCallback onOutput = {},
+                                           std::chrono::duration<double> timeout = noLimit) {
+    return runner->run(QStringLiteral(PROCESS_TEST_CHILD), std::move(arguments), timeout, std::move(handle),
+                       std::move(onOutput));
+}
+
+/// Keeps the chunks that a run's callback is given, the first thousand of them. A copy shares them.
+class LiveOutput {
+public:
+    DockerCLI::OutputCallback callback() const {
+        return [shared = m_shared](QString chunk) {
+            const std::lock_guard lock(shared->mutex);
+            if (shared->chunks.size() < 1000) {
+                shared->chunks << chunk;
+            }
+        };
+    }
+
+    QStringList chunks() const {
+        const std::lock_guard lock(m_shared->mutex);
+        return m_shared->chunks;
+    }
+
+    QString text() const { return chunks().join(QString()); }
+
+    /// Waits until the child has said something; false when it does not.
+    [[nodiscard]] bool arrives(const QString& part) const {
+        return waitUntil([&] { return text().contains(part); });
+    }
+
+private:
+    struct Shared {
+        std::mutex mutex;
+        QStringList chunks;
+    };
+    std::shared_ptr<Shared> m_shared = std::make_shared<Shared>();
+};
+
+/// How many files this process has open, and how many threads it has.
+inline qsizetype openFiles() {
+    return QDir(QStringLiteral("/proc/self/fd"))
+        .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
+        .size();
+}
+
+inline qsizetype threadCount() {
+    return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::NoDotAndDotDot | QDir::Dirs).size();
+}
+
+/// The state letter of a process as the system tells it (Z: ended, but not reaped), or a blank when there is none.
+inline char processState(qint64 pid) {
+    QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return ' ';
+    }
+    const QByteArray text = file.readAll();
+    const qsizetype nameEnd = text.lastIndexOf(") ");
+    return nameEnd < 0 || nameEnd + 2 >= text.size() ? ' ' : text[nameEnd + 2];
+}
+
+} // namespace orvanel::test

@@ -1,0 +1,309 @@
+#include "process/DockerCLI.h"
+#include "support/Await.h"
+#include "support/TestHome.h"
+
+#include <QDir>
+
+#include <netinet/in.h>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <unistd.h>
+
+#include "process/FileDescriptor.h"
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+QString passwordHome() {
+    return QFile::decodeName(::getpwuid(::getuid())->pw_dir);
+}
+
+/// An IPv4 socket, bound to a port that the system chose.
+class BoundSocket {
+public:
+    explicit BoundSocket(in_addr_t address, bool reuse = true)
+        : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        const int on = reuse ? 1 : 0;
+        ::setsockopt(m_socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        sockaddr_in name{};
+        name.sin_family = AF_INET;
+        name.sin_addr.s_addr = htonl(address);
+        socklen_t size = sizeof name;
+        auto* const generic = reinterpret_cast<sockaddr*>(&name);
+        if (::bind(m_socket.get(), generic, size) != 0 || ::getsockname(m_socket.get(), generic, &size) != 0) {
+            qFatal("no port to be had");
+        }
+        m_port = ntohs(name.sin_port);
+    }
+
+    int port() const { return m_port; }
+    bool listen() const { return ::listen(m_socket.get(), 8) == 0; }
+    FileDescriptor accept() const { return FileDescriptor(::accept(m_socket.get(), nullptr, nullptr)); }
+
+private:
+    FileDescriptor m_socket;
+    int m_port = 0;
+};
+
+FileDescriptor connectTo(int port) {
+    FileDescriptor client(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in name{};
+    name.sin_family = AF_INET;
+    name.sin_port = htons(static_cast<std::uint16_t>(port));
+    name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (::connect(client.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0) {
+        client.reset();
+    }
+    return client;
+}
+
+} // namespace
+
+class TestDockerCLI : public QObject {
+    Q_OBJECT
+
+    std::optional<TestHome> m_home;
+
+    QString addTool(const QString& relative) { return m_home->write(relative, "tool", true); }
+
+private Q_SLOTS:
+    void init() {
+        m_home.emplace();
+        qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(m_home->path()));
+    }
+
+    void cleanup() {
+        qunsetenv("ORVANEL_TOOL_ROOT");
+        m_home.reset();
+    }
+
+    void searchFoldersInOrder() {
+        const QStringList folders{QStringLiteral("/usr/local/bin"), QStringLiteral("/opt/homebrew/bin"),
+                                  QStringLiteral("/Applications/Docker.app/Contents/Resources/bin")};
+        QStringList moved = folders;
+        for (QString& folder : moved) {
+            folder.prepend(m_home->path());
+        }
+        QCOMPARE(DockerCLI::searchFolders(), moved);
+        qunsetenv("ORVANEL_TOOL_ROOT");
+        QCOMPARE(DockerCLI::searchFolders(), folders);
+    }
+
+    void environmentIsBuiltAfresh() {
+        qunsetenv("ORVANEL_TOOL_ROOT");
+        qputenv("USER", "somebody");
+        qputenv("TMPDIR", "");
+        qunsetenv("LANG");
+        QMap<QString, QString> expected{
+            {QStringLiteral("PATH"),
+             QStringLiteral("/usr/local/bin:/opt/homebrew/bin:/Applications/Docker.app/Contents/Resources/bin"
+                            ":/usr/bin:/bin:/usr/sbin:/sbin")},
+            {QStringLiteral("HOME"), passwordHome()},
+            {QStringLiteral("USER"), QStringLiteral("somebody")},
+            {QStringLiteral("TMPDIR"), QString()},
+            {QStringLiteral("DOCKER_CLI_HINTS"), QStringLiteral("false")},
+        };
+        QCOMPARE(DockerCLI::environment(), expected);
+        qputenv("LANG", "de_DE.UTF-8");
+        qunsetenv("USER");
+        qunsetenv("TMPDIR");
+        expected[QStringLiteral("LANG")] = QStringLiteral("de_DE.UTF-8");
+        expected.remove(QStringLiteral("USER"));
+        expected.remove(QStringLiteral("TMPDIR"));
+        QCOMPARE(DockerCLI::environment(), expected);
+    }
+
+    void pathStartsWithTheSearchFolders() {
+        const QString path = DockerCLI::environment().value(QStringLiteral("PATH"));
+        QCOMPARE(path, DockerCLI::searchFolders().join(u':') + QStringLiteral(":/usr/bin:/bin:/usr/sbin:/sbin"));
+    }
+
+    void homeIsTheInheritedOneOnlyWithoutAnEntry() {
+        QVERIFY(m_home->path() != passwordHome());
+        QCOMPARE(DockerCLI::environment().value(QStringLiteral("HOME")), passwordHome());
+        constexpr uid_t nobodysId = 4'000'000'123;
+        if (::getpwuid(nobodysId) != nullptr || ::getuid() != 0) {
+            QSKIP("only root can become a user without an entry in the password database");
+        }
+        QString home;
+        QString last;
+        // The bare system call changes the user of this one thread only.
+        std::thread([&] {
+            if (::syscall(SYS_setresuid, nobodysId, nobodysId, nobodysId) == 0) {
+                home = DockerCLI::environment().value(QStringLiteral("HOME"));
+                qunsetenv("HOME");
+                last = DockerCLI::environment().value(QStringLiteral("HOME"));
+            }
+        }).join();
+        QCOMPARE(home, m_home->path());
+        QCOMPARE(last, QStringLiteral("/"));
+    }
+
+    void overrideWithBlanksAroundIt() {
+        const QString tool = addTool(QStringLiteral("my tools/docker 28"));
+        addTool(QStringLiteral("usr/local/bin/docker"));
+        QCOMPARE(DockerCLI::find(QStringLiteral(" \t") + tool + QStringLiteral(" \r\n")), tool);
+    }
+
+    void overrideThatNamesNoExecutableFileIsIgnored_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("empty") << QString();
+        QTest::newRow("missing") << QStringLiteral("missing");
+        QTest::newRow("folder") << QStringLiteral("usr");
+        QTest::newRow("not executable") << QStringLiteral("plain");
+    }
+
+    void overrideThatNamesNoExecutableFileIsIgnored() {
+        QFETCH(const QString, name);
+        m_home->write(QStringLiteral("plain"), "text");
+        const QString override = name.isEmpty() ? QStringLiteral(" \n") : m_home->path(name);
+        QCOMPARE(DockerCLI::find(override), std::nullopt);
+        const QString tool = addTool(QStringLiteral("opt/homebrew/bin/docker"));
+        QCOMPARE(DockerCLI::find(override), tool);
+    }
+
+    void firstSearchFolderWins() {
+        const QString third = addTool(QStringLiteral("Applications/Docker.app/Contents/Resources/bin/docker"));
+        QCOMPARE(DockerCLI::find({}), third);
+        const QString second = addTool(QStringLiteral("opt/homebrew/bin/docker"));
+        QCOMPARE(DockerCLI::find({}), second);
+        const QString first = addTool(QStringLiteral("usr/local/bin/docker"));
+        QCOMPARE(DockerCLI::find({}), first);
+    }
+
+    void whatIsNotExecutableIsPassedOver() {
+        m_home->write(QStringLiteral("usr/local/bin/docker"), "text");
+        QVERIFY(QDir().mkpath(m_home->path(QStringLiteral("opt/homebrew/bin/docker"))));
+        QCOMPARE(DockerCLI::find({}), std::nullopt);
+        const QString tool = addTool(QStringLiteral("Applications/Docker.app/Contents/Resources/bin/docker"));
+        QCOMPARE(DockerCLI::find({}), tool);
+    }
+
+    void inheritedPathIsNotSearched() {
+        const QString tool = addTool(QStringLiteral("elsewhere/docker"));
+        const QByteArray before = qgetenv("PATH");
+        qputenv("PATH", QFile::encodeName(QFileInfo(tool).path()));
+        QCOMPARE(DockerCLI::find({}), std::nullopt);
+        QCOMPARE(DockerCLI::findTool(QStringLiteral("docker")), std::nullopt);
+        qputenv("PATH", before);
+    }
+
+    void otherToolsAreFoundByName() {
+        const QString brew = addTool(QStringLiteral("opt/homebrew/bin/brew"));
+        QCOMPARE(DockerCLI::findTool(QStringLiteral("brew")), brew);
+        QCOMPARE(DockerCLI::findTool(QStringLiteral("colima")), std::nullopt);
+        QCOMPARE(DockerCLI::findTool(QStringLiteral(" brew")), std::nullopt);
+    }
+
+    void dockerOutsideTheSearchFolders() {
+        QCOMPARE(DockerCLI::findOutsideSearchFolders(), std::nullopt);
+        const QString own = addTool(passwordHome().mid(1) + QStringLiteral("/.docker/bin/docker"));
+        QCOMPARE(DockerCLI::findOutsideSearchFolders(), own);
+        const QString snap = addTool(QStringLiteral("snap/bin/docker"));
+        QCOMPARE(DockerCLI::findOutsideSearchFolders(), snap);
+        const QString system = addTool(QStringLiteral("usr/bin/docker"));
+        QCOMPARE(DockerCLI::findOutsideSearchFolders(), system);
+        QCOMPARE(DockerCLI::find({}), std::nullopt);
+    }
+
+    void freePortStaysFree() {
+        const int port = BoundSocket(INADDR_LOOPBACK).port();
+        for (int round = 0; round < 3; ++round) {
+            QVERIFY(DockerCLI::isPortFree(port));
+            QVERIFY(DockerCLI::isPortFreeForListening(port));
+        }
+    }
+
+    void portOfAListenerIsTaken_data() {
+        QTest::addColumn<in_addr_t>("address");
+        QTest::newRow("on the loopback address") << in_addr_t{INADDR_LOOPBACK};
+        QTest::newRow("on all addresses") << in_addr_t{INADDR_ANY};
+    }
+
+    void portOfAListenerIsTaken() {
+        QFETCH(const in_addr_t, address);
+        const BoundSocket server(address);
+        QVERIFY(server.listen());
+        QVERIFY(!DockerCLI::isPortFree(server.port()));
+        QVERIFY(!DockerCLI::isPortFreeForListening(server.port()));
+    }
+
+    void portThatIsOnlyBoundIsTaken() {
+        const BoundSocket holder(INADDR_LOOPBACK, false);
+        QVERIFY(!DockerCLI::isPortFree(holder.port()));
+        QVERIFY(!DockerCLI::isPortFreeForListening(holder.port()));
+    }
+
+    void portThatIsOnlyClosingIsFreeForListening() {
+        int port = 0;
+        {
+            const BoundSocket server(INADDR_LOOPBACK);
+            port = server.port();
+            QVERIFY(server.listen());
+            FileDescriptor client = connectTo(port);
+            QVERIFY(client.isOpen());
+            FileDescriptor connection = server.accept();
+            QVERIFY(connection.isOpen());
+            connection.reset(); // first, so that the closing state is the server's
+            client.reset();
+        }
+        QVERIFY(waitUntil([&] { return DockerCLI::isPortFreeForListening(port); }));
+        QVERIFY(!DockerCLI::isPortFree(port));
+    }
+
+    void numbersThatAreNoPort() {
+        for (const int port : {-1, 0, 65536, 65536 + 8080, std::numeric_limits<int>::min()}) {
+            QVERIFY(!DockerCLI::isPortFree(port));
+            QVERIFY(!DockerCLI::isPortFreeForListening(port));
+        }
+    }
+
+    void friendlyMessages_data() {
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<bool>("timedOut");
+        QTest::addColumn<QString>("message");
+        const QString late = QStringLiteral("Docker did not answer in time.");
+        const QString port = QStringLiteral("The port is already in use by another program.");
+        const QString disk = QStringLiteral("Your disk is full. Free some space and try again.");
+        const QString network =
+            QStringLiteral("Docker could not reach the internet to download the image. Check your connection.");
+        const QString daemon = QStringLiteral("Docker is not running.");
+        const QString other = QStringLiteral("Docker reported an error.");
+        const auto add = [](const char* output, const QString& message) {
+            QTest::newRow(output) << QString::fromLatin1(output) << false << message;
+        };
+        QTest::newRow("late") << QStringLiteral("port is already allocated") << true << late;
+        QTest::newRow("late and silent") << QString() << true << late;
+        add("Error: Bind for 127.0.0.1:3001 failed: port is already allocated.", port);
+        add("listen tcp4: Address already in use", port);
+        add("Ports are not available: exposing port", port);
+        add("address already in use, no space left on device, dial tcp", port);
+        add("write /x: no space left on device", disk);
+        add("dial tcp: No Space Left on device", disk);
+        add("lookup registry: no such host", network);
+        add("Dial TCP 1.2.3.4:443", network);
+        add("net/http: TLS handshake timeout", network);
+        add("read: i/o timeout", network);
+        add("connect: network is unreachable", network);
+        add("Temporary failure in name resolution", network);
+        add("failed to resolve reference", network);
+        add("failed to do request: Head", network);
+        add("dial tcp: cannot connect to the docker daemon", network);
+        add("cAnNoT connect to the DOCKER daemon at unix:///var/run/docker.sock", daemon);
+        add("", other);
+        add("no such container", other);
+    }
+
+    void friendlyMessages() {
+        QFETCH(const QString, output);
+        QFETCH(const bool, timedOut);
+        QTEST(DockerCLI::friendlyMessage(output, timedOut), "message");
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDockerCLI)
+#include "TestDockerCLI.moc"

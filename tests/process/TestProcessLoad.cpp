@@ -1,0 +1,235 @@
+#include "ChildRuns.h"
+#include "support/FakeClock.h"
+
+#include <QEventLoop>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <linux/audit.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <random>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <thread>
+#include <vector>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+const QStringList atOnce{QStringLiteral("exit"), QStringLiteral("0")};
+
+/// A line of /proc/self/status in bytes, such as VmHWM, the most memory that this process ever held.
+qint64 memory(const QByteArray& name) {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly)) {
+        return -1;
+    }
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith(name + ':')) {
+            return line.mid(name.size() + 1).trimmed().split(' ').first().toLongLong() * 1024;
+        }
+    }
+    return -1;
+}
+
+bool resetMostMemory() {
+    QFile file(QStringLiteral("/proc/self/clear_refs"));
+    return file.open(QIODevice::WriteOnly) && file.write("5") == 1;
+}
+
+bool hasChildren() {
+    siginfo_t info{};
+    return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0 || errno != ECHILD;
+}
+
+/// From now on this thread, and each that it starts, is told that the system knows no pidfd_open.
+bool forbidProcessDescriptors() {
+    std::array<sock_filter, 4> filter{{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_pidfd_open, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    }};
+    const sock_fprog program{.len = filter.size(), .filter = filter.data()};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0 &&
+           ::syscall(SYS_pidfd_open, ::getpid(), 0) == -1;
+}
+
+} // namespace
+
+/// Much, many, and at the wrong moment.
+class TestProcessLoad : public QObject {
+    Q_OBJECT
+
+    FakeClock m_clock;
+
+private Q_SLOTS:
+    void twoGigabytesNeedLittleMemory() {
+        ProcessRunner runner(&m_clock);
+        QVERIFY(await(runChild(&runner, atOnce)).isSuccess());
+        QVERIFY(resetMostMemory());
+        const qint64 before = memory("VmRSS");
+        QVERIFY(before > 0);
+        const QStringList arguments{QStringLiteral("flood"), QStringLiteral("2147483648")};
+        const CommandResult result = await(runChild(&runner, arguments));
+        const qint64 grown = memory("VmHWM") - before;
+        QVERIFY(result.isSuccess());
+        QVERIFY(result.output.endsWith(u'E'));
+        QVERIFY2(grown < 32 * 1024 * 1024, qPrintable(QString::number(grown)));
+    }
+
+    void manyRunsAtOnce() {
+        ProcessRunner runner(&m_clock);
+        QVERIFY(await(runChild(&runner, atOnce)).isSuccess());
+        const auto files = openFiles();
+        const auto threads = threadCount();
+        std::vector<QCoro::Task<CommandResult>> tasks;
+        for (int number = 0; number < 500; ++number) {
+            const QStringList arguments{QStringLiteral("echo"), QString::number(number)};
+            tasks.push_back(runChild(&runner, arguments));
+        }
+        auto mostThreads = threads;
+        for (int number = 0; number < 500; ++number) {
+            const CommandResult result = await(std::move(tasks[static_cast<std::size_t>(number)]));
+            QVERIFY(result.isSuccess());
+            QCOMPARE(result.output, QStringLiteral("[%1]").arg(number));
+            mostThreads = std::max(mostThreads, threadCount());
+        }
+        QCOMPARE(mostThreads, threads);
+        QCOMPARE(openFiles(), files);
+        QVERIFY(!hasChildren());
+    }
+
+    /// Children that never stop talking must not keep others from being heard.
+    void talkersLeaveRoomForOthers() {
+        ProcessRunner runner(&m_clock);
+        const auto handle = std::make_shared<ProcessHandle>();
+        const LiveOutput live;
+        const QStringList endless{QStringLiteral("flood"), QStringLiteral("1000000000000000")};
+        std::vector<std::shared_ptr<ProcessHandle>> handles;
+        std::vector<QCoro::Task<CommandResult>> talkers;
+        for (int number = 0; number < 4; ++number) {
+            handles.push_back(std::make_shared<ProcessHandle>());
+            talkers.push_back(runChild(&runner, endless, handles.back()));
+        }
+        for (int number = 0; number < 20; ++number) {
+            QVERIFY(await(runChild(&runner, atOnce)).isSuccess());
+        }
+        for (std::size_t number = 0; number < talkers.size(); ++number) {
+            QVERIFY(!talkers[number].isReady());
+            handles[number]->cancel();
+            QVERIFY(await(std::move(talkers[number])).cancelled);
+        }
+    }
+
+    void nothingIsLeftOfManyRuns() {
+        ProcessRunner runner(&m_clock);
+        QVERIFY(await(runChild(&runner, atOnce)).isSuccess());
+        const auto files = openFiles();
+        const auto threads = threadCount();
+        for (int number = 0; number < 200; ++number) {
+            const QString path =
+                number % 5 == 0 ? QStringLiteral("/does/not/exist") : QStringLiteral(PROCESS_TEST_CHILD);
+            await(runner.run(path, atOnce, noLimit));
+        }
+        QCOMPARE(openFiles(), files);
+        QCOMPARE(threadCount(), threads);
+        QCOMPARE(m_clock.pendingTimers(), 0);
+        QVERIFY(!hasChildren());
+    }
+
+    void nothingIsLeftOfARunner() {
+        drainEvents();
+        const auto files = openFiles();
+        const auto threads = threadCount();
+        {
+            ProcessRunner runner(&m_clock);
+            QVERIFY(await(runChild(&runner, atOnce)).isSuccess());
+            QVERIFY(threadCount() > threads);
+        }
+        QCOMPARE(threadCount(), threads);
+        QCOMPARE(openFiles(), files);
+    }
+
+    void thousandCancelsAtAnyMoment() {
+        constexpr int rounds = 25;
+        constexpr std::size_t runs = 40;
+        std::mt19937 random(20240301);
+        ProcessRunner runner(&m_clock);
+        QVERIFY(await(runChild(&runner, atOnce)).isSuccess());
+        const auto files = openFiles();
+        int cancelled = 0;
+        for (int round = 0; round < rounds; ++round) {
+            std::vector<std::shared_ptr<ProcessHandle>> handles(runs);
+            std::generate(handles.begin(), handles.end(), std::make_shared<ProcessHandle>);
+            auto order = handles;
+            std::shuffle(order.begin(), order.end(), random);
+            std::thread canceller([order, pause = random() % 1000] {
+                for (const auto& handle : order) {
+                    std::this_thread::sleep_for(std::chrono::microseconds(pause));
+                    handle->cancel();
+                }
+            });
+            std::vector<QCoro::Task<CommandResult>> tasks;
+            for (const auto& handle : handles) {
+                tasks.push_back(runChild(&runner, {QStringLiteral("streams")}, handle));
+            }
+            for (auto& task : tasks) {
+                const CommandResult result = await(std::move(task));
+                const bool notStarted = result.status == -1 && result.output.isEmpty();
+                const bool ended = result.status == 0 && result.output == QStringLiteral("one two three");
+                QVERIFY(result.cancelled ? notStarted || ended || result.status == 128 + SIGTERM : ended);
+                cancelled += result.cancelled ? 1 : 0;
+            }
+            canceller.join();
+        }
+        QVERIFY(cancelled > 0);
+        QVERIFY(!hasChildren());
+        QCOMPARE(openFiles(), files);
+        QCOMPARE(m_clock.pendingTimers(), 0);
+    }
+
+    void worksWithoutProcessDescriptors() {
+        bool isForbidden = false;
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        std::optional<CommandResult> ended;
+        std::optional<CommandResult> stopped;
+        // In a thread of its own, whose end takes the prohibition away; the runner's thread is started from there.
+        std::thread([&] {
+            const QEventLoop dispatchesEvents;
+            isForbidden = forbidProcessDescriptors();
+            ended = await(runChild(&runner, {QStringLiteral("exit"), QStringLiteral("9")}));
+            auto task = runChild(&runner, {QStringLiteral("stay")}, handle, live.callback());
+            if (live.arrives(QStringLiteral("ready"))) {
+                handle->cancel();
+            }
+            stopped = await(std::move(task));
+            drainEvents();
+        }).join();
+        QVERIFY(isForbidden);
+        QCOMPARE(ended->status, 9);
+        QCOMPARE(stopped->status, 128 + SIGTERM);
+    }
+
+    /// The program must not wait for children at its end, and not stumble over them.
+    void programEndsWhileChildrenRun() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        auto task = runner.run(QStringLiteral(PROCESS_TEST_LEAVER), {QStringLiteral(PROCESS_TEST_CHILD)}, noLimit);
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.output, QStringLiteral("leaving\n"));
+        QCOMPARE(result.status, 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestProcessLoad)
+#include "TestProcessLoad.moc"

@@ -1,0 +1,253 @@
+#include "ChildRuns.h"
+#include "support/FakeClock.h"
+#include "support/TestHome.h"
+
+#include <QRegularExpression>
+#include <QThread>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/resource.h>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+QString couldNotRun(const QString& path, int error) {
+    return QStringLiteral("Could not run %1: %2").arg(path, QString::fromLocal8Bit(std::strerror(error)));
+}
+
+} // namespace
+
+/// What a run starts, what the child finds, and what comes back from it.
+class TestProcessRunner : public QObject {
+    Q_OBJECT
+
+    FakeClock m_clock;
+    TestHome m_home;
+
+    CommandResult run(const QStringList& arguments, const DockerCLI::OutputCallback& onOutput = {}) {
+        ProcessRunner runner(&m_clock);
+        return await(runChild(&runner, arguments, {}, onOutput));
+    }
+
+    CommandResult runPath(const QString& path, const QStringList& arguments = {}) {
+        ProcessRunner runner(&m_clock);
+        return await(runner.run(path, arguments, noLimit));
+    }
+
+private Q_SLOTS:
+    void exitStatus_data() {
+        QTest::addColumn<int>("status");
+        QTest::newRow("success") << 0;
+        QTest::newRow("failure") << 1;
+        QTest::newRow("greatest") << 255;
+    }
+
+    void exitStatus() {
+        QFETCH(const int, status);
+        const CommandResult result = run({QStringLiteral("exit"), QString::number(status)});
+        QCOMPARE(result.status, status);
+        QCOMPARE(result.output, QString());
+        QVERIFY(!result.timedOut);
+        QVERIFY(!result.cancelled);
+        QCOMPARE(result.isSuccess(), status == 0);
+    }
+
+    void statusOfASignalledChild() {
+        const CommandResult result = run({QStringLiteral("end-by-signal"), QString::number(SIGKILL)});
+        QCOMPARE(result.status, 128 + SIGKILL);
+        QVERIFY(!result.isSuccess());
+    }
+
+    void sharedRunnerRunsToo() {
+        const QStringList arguments{QStringLiteral("streams")};
+        const CommandResult result = await(DockerCLI::run(QStringLiteral(PROCESS_TEST_CHILD), arguments, noLimit));
+        QCOMPARE(result.output, QStringLiteral("one two three"));
+    }
+
+    void bothStreamsArriveMergedInOrder() {
+        QCOMPARE(run({QStringLiteral("streams")}).output, QStringLiteral("one two three"));
+    }
+
+    void standardErrorAlone() {
+        const CommandResult result = run({QStringLiteral("complain"), QStringLiteral("no such container")});
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.output, QStringLiteral("no such container"));
+    }
+
+    void standardInputIsAtItsEnd() { QCOMPARE(run({QStringLiteral("count-input")}).output, QStringLiteral("0")); }
+
+    void argumentsArriveAsTheyAre() {
+        const QStringList arguments{QStringLiteral("a b"), QString(), QStringLiteral("$HOME;*'\""),
+                                    QStringLiteral("ü😀"), QStringLiteral("\n")};
+        QCOMPARE(run(QStringList{QStringLiteral("echo")} + arguments).output,
+                 QStringLiteral("[") + arguments.join(QStringLiteral("][")) + QStringLiteral("]"));
+    }
+
+    void environmentIsOursAlone() {
+        qputenv("ORVANEL_TEST_FOREIGN", "1");
+        QStringList expected;
+        const auto environment = DockerCLI::environment();
+        for (auto it = environment.cbegin(); it != environment.cend(); ++it) {
+            expected << it.key() + u'=' + it.value() + u'\n';
+        }
+        QCOMPARE(run({QStringLiteral("environment")}).output, expected.join(QString()));
+        qunsetenv("ORVANEL_TEST_FOREIGN");
+    }
+
+    void childGetsNoForeignDescriptors() {
+        const int inheritable = ::fcntl(STDERR_FILENO, F_DUPFD, 200);
+        QVERIFY(inheritable >= 200);
+        const QString output = run({QStringLiteral("descriptors")}).output;
+        ::close(inheritable);
+        QCOMPARE(output, QStringLiteral("0 1 2 "));
+    }
+
+    void childGetsNoBlockedOrIgnoredSignals() {
+        const auto ignored = ::signal(SIGPIPE, SIG_IGN);
+        sigset_t blocked;
+        sigset_t before;
+        sigemptyset(&blocked);
+        sigaddset(&blocked, SIGTERM);
+        sigaddset(&blocked, SIGUSR1);
+        ::pthread_sigmask(SIG_BLOCK, &blocked, &before);
+        const QString output = run({QStringLiteral("signals")}).output;
+        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        ::signal(SIGPIPE, ignored);
+        // The C library keeps signals 32 and 33 to itself, and ignored in a child: they do not count.
+        const QStringList words = output.split(QRegularExpression(QStringLiteral("\\s+")));
+        QCOMPARE(words.value(0), QStringLiteral("SigBlk:"));
+        QCOMPARE(words.value(1), QStringLiteral("0000000000000000"));
+        QCOMPARE(words.value(2), QStringLiteral("SigIgn:"));
+        bool isNumber = false;
+        QCOMPARE(words.value(3).toULongLong(&isNumber, 16) & ~quint64{0x180000000}, quint64{0});
+        QVERIFY(isNumber);
+    }
+
+    void childLeadsAGroup() { QCOMPARE(run({QStringLiteral("group")}).output, QStringLiteral("own")); }
+
+    void statusIsKnownThoughOurParentIgnoredChildren() {
+        const auto before = ::signal(SIGCHLD, SIG_IGN);
+        const CommandResult result = run({QStringLiteral("exit"), QStringLiteral("7")});
+        ::signal(SIGCHLD, before);
+        QCOMPARE(result.status, 7);
+    }
+
+    void programThatCannotBeStarted_data() {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("error");
+        QTest::newRow("nothing there") << m_home.path(QStringLiteral("nothing")) << ENOENT;
+        QTest::newRow("no path at all") << QString() << ENOENT;
+        QTest::newRow("folder") << m_home.path() << EACCES;
+        QTest::newRow("not executable") << m_home.write(QStringLiteral("plain"), "text") << EACCES;
+        QTest::newRow("text with the executable bit")
+            << m_home.write(QStringLiteral("script"), "echo hello\n", true) << ENOEXEC;
+        QTest::newRow("zero byte") << QString(QStringLiteral(PROCESS_TEST_CHILD) + QChar(0) + u'x') << EINVAL;
+        QTest::newRow("not looked up") << QStringLiteral("true") << ENOENT;
+    }
+
+    void programThatCannotBeStarted() {
+        QFETCH(const QString, path);
+        QFETCH(const int, error);
+        const CommandResult result = runPath(path);
+        QCOMPARE(result.status, -1);
+        QCOMPARE(result.output, couldNotRun(path, error));
+        QVERIFY(!result.timedOut);
+        QVERIFY(!result.cancelled);
+        QCOMPARE(m_clock.pendingTimers(), 0);
+    }
+
+    void systemOutOfDescriptors() {
+        ProcessRunner runner(&m_clock);
+        await(runChild(&runner, {QStringLiteral("exit"), QStringLiteral("0")}));
+        rlimit before{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
+        const rlimit none{.rlim_cur = 3, .rlim_max = before.rlim_max};
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &none), 0);
+        auto onUsedThread = runChild(&runner, {QStringLiteral("exit"), QStringLiteral("0")});
+        const CommandResult used = await(std::move(onUsedThread));
+        ProcessRunner fresh(&m_clock);
+        auto onFreshThread = runChild(&fresh, {QStringLiteral("exit"), QStringLiteral("0")});
+        const bool endedAtOnce = onFreshThread.isReady();
+        ::setrlimit(RLIMIT_NOFILE, &before);
+        QCOMPARE(used.output, couldNotRun(QStringLiteral(PROCESS_TEST_CHILD), EMFILE));
+        QVERIFY(endedAtOnce);
+        QCOMPARE(await(std::move(onFreshThread)).output, used.output);
+        QCOMPARE(await(runChild(&fresh, {QStringLiteral("exit"), QStringLiteral("5")})).status, 5);
+    }
+
+    void outputArrivesWhileTheChildRuns() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        auto task = runChild(&runner, {QStringLiteral("stay")}, handle, live.callback());
+        QVERIFY(live.arrives(QStringLiteral("ready")));
+        QVERIFY(!task.isReady());
+        handle->cancel();
+        await(std::move(task));
+    }
+
+    void outputArrivesOnTheRunnersThread() {
+        std::atomic<QThread*> thread = nullptr;
+        run({QStringLiteral("streams")}, [&thread](const QString&) { thread = QThread::currentThread(); });
+        QVERIFY(thread != nullptr);
+        QVERIFY(thread != QThread::currentThread());
+    }
+
+    void chunksTogetherAreTheOutput() {
+        const LiveOutput live;
+        const CommandResult result = run({QStringLiteral("lines"), QStringLiteral("900")}, live.callback());
+        QVERIFY(live.text() == result.output);
+        QVERIFY(result.output.endsWith(QStringLiteral("number 899\n")));
+    }
+
+    void lastWordsReachTheCallback() {
+        for (int round = 0; round < 50; ++round) {
+            const LiveOutput live;
+            QCOMPARE(run({QStringLiteral("echo"), QStringLiteral("bye")}, live.callback()).output,
+                     QStringLiteral("[bye]"));
+            QCOMPARE(live.text(), QStringLiteral("[bye]"));
+        }
+    }
+
+    void halvesOfCharactersArriveRepairedButEndWhole() {
+        const LiveOutput live;
+        const CommandResult result = run({QStringLiteral("drip"), QStringLiteral("aä€😀")}, live.callback());
+        QCOMPARE(result.output, QStringLiteral("aä€😀"));
+        QCOMPARE(live.chunks(), QStringList{QStringLiteral("a")} + QStringList(9, QStringLiteral("\uFFFD")));
+    }
+
+    void invalidBytesAreReplaced() {
+        const LiveOutput live;
+        const CommandResult result = run({QStringLiteral("garbage")}, live.callback());
+        QCOMPARE(result.output, QStringLiteral("a\uFFFD\uFFFDb\uFFFD"));
+        QCOMPARE(live.text(), result.output);
+    }
+
+    void ofALongOutputTheEndIsKept() {
+        const CommandResult result = run({QStringLiteral("flood"), QStringLiteral("2500000")});
+        QVERIFY(result.output.size() >= 1'000'000);
+        QVERIFY(result.output.size() <= 2'000'000);
+        QVERIFY(result.output.endsWith(QStringLiteral("xE")));
+    }
+
+    void runGoesOnAfterTheOutputIsClosed() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const QString file = m_home.path(QStringLiteral("go"));
+        auto task = runChild(&runner, {QStringLiteral("close-output"), file}, {}, live.callback());
+        QVERIFY(live.arrives(QStringLiteral("last words")));
+        QVERIFY(!task.isReady());
+        m_home.write(QStringLiteral("go"), {});
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, 4);
+        QCOMPARE(result.output, QStringLiteral("last words"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestProcessRunner)
+#include "TestProcessRunner.moc"

@@ -1,0 +1,307 @@
+#include "ChildRuns.h"
+#include "process/ChildProcess.h"
+#include "support/FakeClock.h"
+#include "support/TestHome.h"
+
+#include <csignal>
+#include <limits>
+#include <semaphore>
+#include <thread>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int terminated = 128 + SIGTERM;
+
+} // namespace
+
+/// How runs end early or late: by time limit, by cancel, and by grandchildren that outlive the child.
+class TestProcessStop : public QObject {
+    Q_OBJECT
+
+    FakeClock m_clock;
+
+    /// A child's id, or the n-th of several, said first and divided by blanks.
+    static qint64 saidId(const LiveOutput& live, qsizetype index = 0) {
+        return live.text().split(u' ').value(index).toLongLong();
+    }
+
+    /// Waits until the child that said its id has ended, though its run has not.
+    static bool endsUnreaped(const LiveOutput& live) {
+        return waitUntil([&] { return saidId(live) > 0 && processState(saidId(live)) == 'Z'; });
+    }
+
+private Q_SLOTS:
+    void timeLimitEndsTheChild() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        auto task = runChild(&runner, {QStringLiteral("stay")}, {}, live.callback(), 10s);
+        QVERIFY(live.arrives(QStringLiteral("ready")));
+        QCOMPARE(m_clock.untilNextTimer(), 10s);
+        m_clock.advance(9999ms);
+        QCOMPARE(m_clock.pendingTimers(), 1);
+        QVERIFY(!task.isReady());
+        m_clock.advance(1ms);
+        const CommandResult result = await(std::move(task));
+        QVERIFY(result.timedOut);
+        QVERIFY(!result.cancelled);
+        QCOMPARE(result.status, terminated);
+        QCOMPARE(result.output, QStringLiteral("ready"));
+        QVERIFY(!result.isSuccess());
+    }
+
+    void timeLimitIsForgottenWhenTheChildEndsBefore() {
+        ProcessRunner runner(&m_clock);
+        auto task = runChild(&runner, {QStringLiteral("exit"), QStringLiteral("0")}, {}, {}, 10s);
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(m_clock.pendingTimers(), 0);
+        m_clock.advance(1h);
+        QVERIFY(!result.timedOut);
+    }
+
+    void timeLimits_data() {
+        QTest::addColumn<double>("seconds");
+        QTest::addColumn<std::chrono::milliseconds>("timer");
+        constexpr std::chrono::milliseconds most{std::numeric_limits<int>::max()};
+        QTest::newRow("part of a second") << 2.5 << 2500ms;
+        QTest::newRow("never early") << 0.0001 << 1ms;
+        QTest::newRow("none") << 0.0 << 0ms;
+        QTest::newRow("negative") << -3.0 << 0ms;
+        QTest::newRow("not a number") << std::numeric_limits<double>::quiet_NaN() << 0ms;
+        QTest::newRow("endless") << std::numeric_limits<double>::infinity() << most;
+    }
+
+    void timeLimits() {
+        QFETCH(const double, seconds);
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        const std::chrono::duration<double> timeout(seconds);
+        auto task = runChild(&runner, {QStringLiteral("stay")}, handle, live.callback(), timeout);
+        QVERIFY(live.arrives(QStringLiteral("ready")));
+        QTEST(m_clock.untilNextTimer(), "timer");
+        handle->cancel();
+        await(std::move(task));
+    }
+
+    void handleCancelledBeforeStartsNothing() {
+        ProcessRunner runner(&m_clock);
+        const auto handle = std::make_shared<ProcessHandle>();
+        handle->cancel();
+        auto task = runner.run(QStringLiteral("/does/not/exist"), {}, noLimit, handle);
+        QVERIFY(task.isReady());
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, -1);
+        QCOMPARE(result.output, QString());
+        QVERIFY(result.cancelled);
+        QVERIFY(!result.timedOut);
+    }
+
+    void cancelBeforeTheThreadGetsToItStartsNothing() {
+        ProcessRunner runner(&m_clock);
+        std::binary_semaphore isBusy{0};
+        std::binary_semaphore mayGoOn{0};
+        auto first = runChild(&runner, {QStringLiteral("echo"), QStringLiteral("x")}, {}, [&](const QString&) {
+            isBusy.release();
+            mayGoOn.acquire();
+        });
+        isBusy.acquire();
+        const auto handle = std::make_shared<ProcessHandle>();
+        auto task = runner.run(QStringLiteral("/does/not/exist"), {}, noLimit, handle);
+        QVERIFY(!task.isReady());
+        handle->cancel();
+        mayGoOn.release();
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, -1);
+        QCOMPARE(result.output, QString());
+        QVERIFY(result.cancelled);
+        await(std::move(first));
+    }
+
+    void terminateBeforeTheStartReachesTheChild() {
+        int signalsTold = 0;
+        ChildProcess child([&] { signalsTold += 1; });
+        child.terminate();
+        QCOMPARE(signalsTold, 0);
+        QCOMPARE(child.start(QStringLiteral(PROCESS_TEST_CHILD), {QStringLiteral("stay")}, DockerCLI::environment()),
+                 0);
+        QVERIFY(waitUntil([&] { return child.hasEnded(); }));
+        QCOMPARE(child.reap(), terminated);
+        child.terminate();
+        QCOMPARE(signalsTold, 0);
+    }
+
+    void cancelEndsTheChild() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        auto task = runChild(&runner, {QStringLiteral("stay")}, handle, live.callback());
+        QVERIFY(live.arrives(QStringLiteral("ready")));
+        std::thread([handle] { handle->cancel(); }).join();
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, terminated);
+        QCOMPARE(result.output, QStringLiteral("ready"));
+        QVERIFY(result.cancelled);
+        QVERIFY(!result.timedOut);
+        QVERIFY(!result.isSuccess());
+    }
+
+    void cancelFromTheOutputCallback() {
+        ProcessRunner runner(&m_clock);
+        const auto handle = std::make_shared<ProcessHandle>();
+        auto task = runChild(&runner, {QStringLiteral("stay")}, handle, [handle](const QString&) { handle->cancel(); });
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, terminated);
+        QVERIFY(result.cancelled);
+    }
+
+    void cancelAfterTheEndChangesNothing() {
+        ProcessRunner runner(&m_clock);
+        const auto handle = std::make_shared<ProcessHandle>();
+        const CommandResult result = await(runChild(&runner, {QStringLiteral("exit"), QStringLiteral("0")}, handle));
+        handle->cancel();
+        QVERIFY(result.isSuccess());
+        QVERIFY(await(runChild(&runner, {QStringLiteral("exit"), QStringLiteral("0")}, handle)).cancelled);
+    }
+
+    void handleCancelsItsLatestChild() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        QCOMPARE(await(runChild(&runner, {QStringLiteral("exit"), QStringLiteral("2")}, handle)).status, 2);
+        auto task = runChild(&runner, {QStringLiteral("stay")}, handle, live.callback());
+        QVERIFY(live.arrives(QStringLiteral("ready")));
+        handle->cancel();
+        QCOMPARE(await(std::move(task)).status, terminated);
+    }
+
+    void childThatIgnoresTheSignalIsWaitedFor() {
+        const TestHome home;
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        const QStringList arguments{QStringLiteral("count-terms"), home.path(QStringLiteral("go"))};
+        auto task = runChild(&runner, arguments, handle, live.callback(), 10s);
+        QVERIFY(live.arrives(QStringLiteral("ready")));
+        m_clock.advance(10s);
+        QVERIFY(live.arrives(QStringLiteral("term 1")));
+        m_clock.advance(1h);
+        handle->cancel();
+        QVERIFY(live.arrives(QStringLiteral("term 2")));
+        QVERIFY(!task.isReady());
+        home.write(QStringLiteral("go"), {});
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, 3);
+        QVERIFY(result.timedOut);
+        QVERIFY(result.cancelled);
+        QCOMPARE(result.output, QStringLiteral("ready term 1 term 2 done"));
+    }
+
+    void signalGoesToTheWholeGroup() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        auto task = runChild(&runner, {QStringLiteral("shield-grandchild")}, handle, live.callback());
+        QVERIFY(live.arrives(QStringLiteral("ready")));
+        handle->cancel();
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.output, QStringLiteral("ready grandchild was signalled"));
+        QCOMPARE(result.status, 5);
+    }
+
+    void grandchildIsReadToItsEnd() {
+        const TestHome home;
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const QStringList arguments{QStringLiteral("leave-grandchild"), home.path(QStringLiteral("go"))};
+        auto task = runChild(&runner, arguments, {}, live.callback());
+        QVERIFY(endsUnreaped(live));
+        QVERIFY(!task.isReady());
+        home.write(QStringLiteral("go"), {});
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, 6);
+        QVERIFY(result.output.endsWith(QStringLiteral(" late")));
+        QCOMPARE(live.text(), result.output);
+    }
+
+    /// It is left in peace, too: a tool may well leave a service behind.
+    void grandchildIsReadNoLongerThanTheTimeLimit() {
+        const TestHome home;
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const QStringList arguments{QStringLiteral("leave-grandchild"), home.path(QStringLiteral("go"))};
+        auto task = runChild(&runner, arguments, {}, live.callback(), 10s);
+        QVERIFY(endsUnreaped(live));
+        m_clock.advance(9999ms);
+        QVERIFY(!task.isReady());
+        m_clock.advance(1ms);
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, 6);
+        QVERIFY(!result.timedOut);
+        QVERIFY(!result.cancelled);
+        QCOMPARE(result.output, live.text());
+        home.write(QStringLiteral("go"), {});
+        QVERIFY(waitUntil([&] { return QFile::exists(home.path(QStringLiteral("go.survived"))); }));
+    }
+
+    void cancelEndsTheWaitForAGrandchild() {
+        const TestHome home;
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        const QStringList arguments{QStringLiteral("leave-grandchild"), home.path(QStringLiteral("go"))};
+        auto task = runChild(&runner, arguments, handle, live.callback());
+        QVERIFY(endsUnreaped(live));
+        const qint64 grandchild = saidId(live, 1);
+        QVERIFY(grandchild > 0);
+        handle->cancel();
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, 6);
+        QVERIFY(result.cancelled);
+        QVERIFY(!result.timedOut);
+        QVERIFY(waitUntil([&] { return processState(grandchild) == ' ' || processState(grandchild) == 'Z'; }));
+    }
+
+    void cancelEndsTheWaitForAnEndlessTalker() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        auto task = runChild(&runner, {QStringLiteral("leave-chatterer")}, handle, live.callback());
+        QVERIFY(endsUnreaped(live));
+        QVERIFY(live.arrives(QStringLiteral("gggg")));
+        handle->cancel();
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, 6);
+        QVERIFY(result.cancelled);
+    }
+
+    void grandchildIsNotWaitedForAfterTheTimeLimit() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const QStringList arguments{QStringLiteral("stay-with-stubborn-grandchild")};
+        auto task = runChild(&runner, arguments, {}, live.callback(), 10s);
+        QVERIFY(live.arrives(QStringLiteral("ready")));
+        m_clock.advance(10s);
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, terminated);
+        QVERIFY(result.timedOut);
+    }
+
+    void grandchildIsNotWaitedForAfterACancel() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        auto task = runChild(&runner, {QStringLiteral("stay-with-stubborn-grandchild")}, handle, live.callback());
+        QVERIFY(live.arrives(QStringLiteral("ready")));
+        handle->cancel();
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, terminated);
+        QVERIFY(result.cancelled);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestProcessStop)
+#include "TestProcessStop.moc"
