@@ -1,0 +1,259 @@
+#include "RecordingPlatform.h"
+#include "ThrottledMirror.h"
+
+#include "controller/ComposeFile.h"
+#include "controller/KumaController.h"
+#include "support/Await.h"
+#include "support/TestHome.h"
+#include "task/SystemClock.h"
+
+#include <QFileInfo>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+constexpr int engineTimeout = 90'000;
+
+quint16 portFrom(const char* variable) {
+    const int port = qEnvironmentVariableIntValue(variable);
+    if (port <= 0 || port > 65535) {
+        qFatal("%s holds no port: start this program through tests/engine/run", variable);
+    }
+    return static_cast<quint16>(port);
+}
+
+/// A port that nobody listens on at this moment.
+quint16 freePort() {
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost);
+    return server.serverPort();
+}
+
+/// A browser that has loaded the page and keeps its connection. Docker accepts connections before the server in the
+/// container does, and closes them without a byte: then it tries again.
+std::unique_ptr<QTcpSocket> openPage(int port) {
+    std::unique_ptr<QTcpSocket> browser;
+    const bool isOpen = waitUntil([&] {
+        if (!browser || browser->state() == QAbstractSocket::UnconnectedState) {
+            browser = std::make_unique<QTcpSocket>();
+            browser->connectToHost(QHostAddress::LocalHost, static_cast<quint16>(port));
+            browser->write("GET /dashboard HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: keep-alive\r\n\r\n");
+        }
+        return browser->bytesAvailable() > 0;
+    });
+    return isOpen ? std::move(browser) : nullptr;
+}
+
+} // namespace
+
+/// The controller's whole way with a real engine, in the order of the functions: each begins where the last one ended.
+class TestEngine : public QObject {
+    Q_OBJECT
+
+private:
+    TestHome m_home;
+    QString m_docker = qEnvironmentVariable("ORVANEL_ENGINE_DOCKER");
+    ThrottledMirror m_mirror{portFrom("ORVANEL_ENGINE_MIRROR_PORT"), portFrom("ORVANEL_ENGINE_REGISTRY_PORT")};
+    SettingsStore m_settings{m_home.path(QStringLiteral("settings.conf"))};
+    StatusPageClient m_statusPage{SystemClock::instance()};
+    RecordingNotifier m_notifier;
+    RecordingLoginItem m_loginItem;
+    RecordingDesktop m_desktop;
+    RecordingDialogs m_dialogs;
+    std::unique_ptr<KumaController> m_controller;
+
+    CommandResult docker(const QStringList& arguments) const {
+        return await(DockerCLI::run(m_docker, arguments, std::chrono::seconds(60)));
+    }
+
+    QString containerState() const {
+        const CommandResult result = docker({QStringLiteral("inspect"), QStringLiteral("-f"),
+                                             QStringLiteral("{{.State.Status}}"), QStringLiteral("orvanel")});
+        return result.status == 0 ? result.output.trimmed() : QString();
+    }
+
+    bool hasImage() const {
+        return docker({QStringLiteral("image"), QStringLiteral("inspect"), m_controller->imageReference()}).status == 0;
+    }
+
+    /// The stand-in server reads its moods from the data folder.
+    void script(const QByteArray& lines) const {
+        m_home.write(QStringLiteral("support/Orvanel/data/kuma-script"), lines);
+    }
+
+    QString errorMessage() const { return m_controller->error() ? m_controller->error()->message : QString(); }
+
+    QString describe() const {
+        return QStringLiteral("busy %1, kuma %2, error %3, %4")
+            .arg(m_controller->busy().value_or(QStringLiteral("none")))
+            .arg(static_cast<int>(m_controller->kuma()))
+            .arg(errorMessage(), m_controller->error() ? m_controller->error()->details : QString());
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY2(m_mirror.isListening(), "the mirror's port is taken");
+        QVERIFY(!m_docker.isEmpty());
+        QCOMPARE(containerState(), QString());
+        m_settings.setInteger(QStringLiteral("port"), freePort());
+        m_settings.setText(QStringLiteral("dockerOverride"), m_docker);
+
+        ControllerEnvironment environment;
+        environment.defaults = &m_settings;
+        environment.clock = &SystemClock::instance();
+        environment.notifier = &m_notifier;
+        environment.loginItem = &m_loginItem;
+        environment.desktop = &m_desktop;
+        environment.dialogs = &m_dialogs;
+        environment.applicationSupport = m_home.path(QStringLiteral("support"));
+        environment.pageAnswers = [this](int port) { return m_statusPage.pageAnswers(port); };
+        environment.fetchStatusPage = [this](int port, QString slug) { return m_statusPage.fetch(port, slug); };
+        m_controller = std::make_unique<KumaController>(environment);
+        m_controller->begin();
+    }
+
+    void cleanupTestCase() {
+        if (m_controller) {
+            m_controller->cancelOperation();
+            m_controller->shutdownPolling();
+            await(m_controller->finished());
+        }
+        docker({QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")});
+        docker({QStringLiteral("rmi"), QStringLiteral("-f"), imageRepository() + QStringLiteral(":2")});
+    }
+
+    void absent() {
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->dockerState(), DockerState::ready, engineTimeout);
+        QCOMPARE(m_controller->kuma(), KumaState::stopped);
+        QTRY_VERIFY_WITH_TIMEOUT(m_controller->composeAvailable().has_value(), engineTimeout);
+        QVERIFY(!hasImage());
+        QCOMPARE(await(m_controller->fetchLogs()).contains(QStringLiteral("No such container")), true);
+    }
+
+    void cancelOfTheDownload() {
+        m_mirror.setBytesPerSecond(1024 * 1024);
+        m_controller->start();
+        QTRY_VERIFY_WITH_TIMEOUT(m_controller->pulling() && !m_controller->pullLog().isEmpty(), engineTimeout);
+        m_controller->cancelOperation();
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QCOMPARE(errorMessage(), QStringLiteral("Cancelled."));
+        QVERIFY(!m_controller->pulling());
+        QVERIFY(!hasImage());
+        QCOMPARE(containerState(), QString());
+    }
+
+    void downloadWithLiveOutput() {
+        m_mirror.setBytesPerSecond(12 * 1024 * 1024);
+        script("not-ready ms=6000\n");
+        QStringList logs;
+        QList<KumaState> states;
+        connect(m_controller.get(), &KumaController::changed, this, [&] {
+            if (m_controller->pulling() && (logs.isEmpty() || logs.last() != m_controller->pullLog())) {
+                logs.append(m_controller->pullLog());
+            }
+            if (states.isEmpty() || states.last() != m_controller->kuma()) {
+                states.append(m_controller->kuma());
+            }
+        });
+        m_controller->start();
+        QTRY_VERIFY2_WITH_TIMEOUT(m_controller->kuma() == KumaState::running, qPrintable(describe()), engineTimeout);
+        m_controller->disconnect(this);
+        script("");
+
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QVERIFY2(logs.size() >= 3, "the output of the download came all at once");
+        QVERIFY2(logs.last().contains(QStringLiteral("Pull")), qPrintable(logs.last()));
+        QCOMPARE(states.sliced(states.size() - 2), QList<KumaState>({KumaState::starting, KumaState::running}));
+        QCOMPARE(containerState(), QStringLiteral("running"));
+    }
+
+    void startOfARunningContainerChangesNothing() {
+        m_controller->start();
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QCOMPARE(containerState(), QStringLiteral("running"));
+    }
+
+    void logs() {
+        const QString text = await(m_controller->fetchLogs());
+        QVERIFY2(text.contains(QStringLiteral("Listening on")), qPrintable(text));
+    }
+
+    void restartWithABrowserConnected() {
+        const auto browser = openPage(m_controller->port());
+        QVERIFY(browser);
+        m_controller->restart();
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+    }
+
+    void stopThenStartWithABrowserConnected() {
+        const auto browser = openPage(m_controller->port());
+        QVERIFY(browser);
+        m_controller->stop();
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QCOMPARE(containerState(), QStringLiteral("exited"));
+        m_controller->start();
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+    }
+
+    void portTakenByAnotherProgram() {
+        m_controller->stop();
+        QTRY_COMPARE_WITH_TIMEOUT(containerState(), QStringLiteral("exited"), engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+
+        QTcpServer other;
+        const int port = m_controller->port();
+        QVERIFY(other.listen(QHostAddress::LocalHost, static_cast<quint16>(port)));
+        m_controller->start();
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QCOMPARE(errorMessage(), QStringLiteral("Port %1 is already in use by another program.").arg(port));
+        QVERIFY(m_controller->suggestedPort());
+
+        m_controller->setPort(*m_controller->suggestedPort());
+        m_controller->start();
+        QTRY_VERIFY2_WITH_TIMEOUT(m_controller->kuma() == KumaState::running, qPrintable(describe()), engineTimeout);
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+    }
+
+    void crashLoop() {
+        script("exit code=3 after=100\n");
+        m_controller->restart();
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::error, engineTimeout);
+        QCOMPARE(errorMessage(), QStringLiteral("Uptime Kuma keeps restarting. Open the logs to see why."));
+
+        script("");
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+    }
+
+    void stop() {
+        m_controller->stop();
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::stopped, engineTimeout);
+        QCOMPARE(containerState(), QStringLiteral("exited"));
+    }
+
+    void removeEverything() {
+        QVERIFY(QFileInfo::exists(m_controller->dataDir()));
+        m_controller->removeEverything();
+        QCOMPARE(m_dialogs.questions.size(), 1);
+        m_dialogs.answerAll(true);
+        QTRY_COMPARE_WITH_TIMEOUT(containerState(), QString(), engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QVERIFY(!QFileInfo::exists(m_controller->dataDir()));
+        QVERIFY(QFileInfo::exists(m_controller->composeURL()));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestEngine)
+#include "TestEngine.moc"
