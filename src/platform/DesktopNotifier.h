@@ -37,13 +37,12 @@ Q_SIGNALS:
     /// The user clicked one of our notifications. The token, which may be empty, lets a window come to the front.
     void activated(const QString& activationToken);
 
-private Q_SLOTS:
-    void onServerChanged(const QString& name, const QString& oldOwner, const QString& newOwner);
-    void onActivationToken(uint id, const QString& token, const QDBusMessage& message);
-    void onActionInvoked(uint id, const QString& action, const QDBusMessage& message);
-    void onNotificationClosed(uint id, uint reason, const QDBusMessage& message);
-
 private:
+    Q_SLOT void onServerChanged(const QString& name, const QString& oldOwner, const QString& newOwner);
+    Q_SLOT void onActivationToken(uint id, const QString& token, const QDBusMessage& message);
+    Q_SLOT void onActionInvoked(uint id, const QString& action, const QDBusMessage& message);
+    Q_SLOT void onNotificationClosed(uint id, uint reason, const QDBusMessage& message);
+
     struct News {
         QString title;
         QString body;

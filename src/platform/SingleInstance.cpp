@@ -29,16 +29,15 @@ public:
     explicit Application(SingleInstance* instance)
         : m_instance(instance) {}
 
-public Q_SLOTS:
-    Q_SCRIPTABLE void Activate(const QVariantMap& platformData) { // NOLINT(readability-identifier-naming)
+    Q_SCRIPTABLE Q_SLOT void Activate(const QVariantMap& platformData) { // NOLINT(readability-identifier-naming)
         const QString token = platformData.value(tokenKey).toString();
         const QString startupId = platformData.value(startupIdKey).toString();
         Q_EMIT m_instance->activated(token.isEmpty() ? startupId : token);
     }
 
-    Q_SCRIPTABLE void Open(const QStringList&, const QVariantMap& platformData) { Activate(platformData); }
+    Q_SCRIPTABLE Q_SLOT void Open(const QStringList&, const QVariantMap& platformData) { Activate(platformData); }
 
-    Q_SCRIPTABLE void ActivateAction(const QString&, const QVariantList&, const QVariantMap& platformData) {
+    Q_SCRIPTABLE Q_SLOT void ActivateAction(const QString&, const QVariantList&, const QVariantMap& platformData) {
         Activate(platformData);
     }
 

@@ -21,12 +21,10 @@ public:
 Q_SIGNALS:
     void hostAvailableChanged(bool available);
 
-private Q_SLOTS:
-    void onServiceOwnerChanged(const QString& name, const QString& oldOwner, const QString& newOwner);
-    void onHostGone();
-    void ask();
-
 private:
+    Q_SLOT void onServiceOwnerChanged(const QString& name, const QString& oldOwner, const QString& newOwner);
+    Q_SLOT void onHostGone();
+    Q_SLOT void ask();
     void onAnswer(QDBusPendingCallWatcher* watcher);
     void setAvailable(bool available);
 

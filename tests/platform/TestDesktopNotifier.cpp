@@ -83,15 +83,15 @@ public:
     QList<Posted> posted;
     QDBusConnection connection;
 
-public Q_SLOTS:
-    Q_SCRIPTABLE QStringList GetCapabilities() {
+    Q_SCRIPTABLE Q_SLOT QStringList GetCapabilities() {
         ++asked;
         setDelayedReply(!answers);
         return capabilities;
     }
 
-    Q_SCRIPTABLE uint Notify(const QString& application, uint replaces, const QString& icon, const QString& summary,
-                             const QString& body, const QStringList& actions, const QVariantMap& hints, int timeout) {
+    Q_SCRIPTABLE Q_SLOT uint Notify(const QString& application, uint replaces, const QString& icon,
+                                    const QString& summary, const QString& body, const QStringList& actions,
+                                    const QVariantMap& hints, int timeout) {
         posted << Posted{application, replaces, icon, summary, body, actions, hints, timeout};
         setDelayedReply(!answers);
         return ++lastId;
@@ -106,25 +106,28 @@ private:
     PrivateBus* const m_bus;
 };
 
+namespace {
+
+void postAndWait(DesktopNotifier& notifier, const FakeNotificationServer& server, const QString& title) {
+    const auto count = server.posted.size() + 1;
+    notifier.post(title, QStringLiteral("body"));
+    QVERIFY(waitUntil([&] { return server.posted.size() >= count; }));
+}
+
+/// Waits until the notifier knows which id its last notification got: its answers come in order.
+void settle(const FakeNotificationServer& server, const QDBusConnection& user) {
+    const auto ping =
+        QDBusMessage::createMethodCall(server.connection.baseService(), serverPath,
+                                       QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
+    const auto call = user.asyncCall(ping);
+    QVERIFY(waitUntil([&] { return call.isFinished(); }));
+    drainEvents();
+}
+
+} // namespace
+
 class TestDesktopNotifier : public QObject {
     Q_OBJECT
-
-private:
-    static void postAndWait(DesktopNotifier& notifier, const FakeNotificationServer& server, const QString& title) {
-        const auto count = server.posted.size() + 1;
-        notifier.post(title, QStringLiteral("body"));
-        QVERIFY(waitUntil([&] { return server.posted.size() >= count; }));
-    }
-
-    /// Waits until the notifier knows which id its last notification got: its answers come in order.
-    static void settle(const FakeNotificationServer& server, const QDBusConnection& user) {
-        const auto ping =
-            QDBusMessage::createMethodCall(server.connection.baseService(), serverPath,
-                                           QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
-        const auto call = user.asyncCall(ping);
-        QVERIFY(waitUntil([&] { return call.isFinished(); }));
-        drainEvents();
-    }
 
 private Q_SLOTS:
     void postsWhatTheServerNeeds() {

@@ -35,8 +35,7 @@ public:
     QList<QStringList> shown;
     QStringList startupIds;
 
-public Q_SLOTS:
-    Q_SCRIPTABLE void ShowItems(const QStringList& addresses, const QString& startupId) {
+    Q_SCRIPTABLE Q_SLOT void ShowItems(const QStringList& addresses, const QString& startupId) {
         shown << addresses;
         startupIds << startupId;
         setDelayedReply(m_mood == Mood::Hangs);
@@ -53,7 +52,6 @@ private:
 class TestFreedesktopDesktop : public QObject {
     Q_OBJECT
 
-private:
     QList<QUrl> m_opened;
     const FreedesktopDesktop::Opener m_opener = [this](const QUrl& address) { m_opened << address; };
 

@@ -45,7 +45,7 @@ private Q_SLOTS:
     void eachSignalAsksToQuit() {
         QFETCH(const int, signal);
         const QuitSignals signalsToQuit;
-        QSignalSpy requests(&signalsToQuit, &QuitSignals::quitRequested);
+        const QSignalSpy requests(&signalsToQuit, &QuitSignals::quitRequested);
         QThread* thread = nullptr;
         connect(
             &signalsToQuit, &QuitSignals::quitRequested, this, [&] { thread = QThread::currentThread(); },
@@ -59,7 +59,7 @@ private Q_SLOTS:
 
     void floodOfSignalsIsHarmless() {
         const QuitSignals signalsToQuit;
-        QSignalSpy requests(&signalsToQuit, &QuitSignals::quitRequested);
+        const QSignalSpy requests(&signalsToQuit, &QuitSignals::quitRequested);
         for (int i = 0; i < 10000; ++i) {
             ::raise(SIGTERM);
         }
@@ -70,7 +70,7 @@ private Q_SLOTS:
 
     void signalOnAnotherThreadReachesThisOne() {
         const QuitSignals signalsToQuit;
-        QSignalSpy requests(&signalsToQuit, &QuitSignals::quitRequested);
+        const QSignalSpy requests(&signalsToQuit, &QuitSignals::quitRequested);
         std::thread other([] { ::raise(SIGINT); });
         other.join();
         QVERIFY(waitUntil([&] { return requests.size() == 1; }));
@@ -124,7 +124,7 @@ private Q_SLOTS:
 
     void signalToAChildBeforeItsProgramStartsIsTheChilds() {
         const QuitSignals signalsToQuit;
-        QSignalSpy requests(&signalsToQuit, &QuitSignals::quitRequested);
+        const QSignalSpy requests(&signalsToQuit, &QuitSignals::quitRequested);
         const pid_t child = ::fork();
         if (child == 0) {
             ::raise(SIGTERM);

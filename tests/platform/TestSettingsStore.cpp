@@ -178,7 +178,7 @@ private Q_SLOTS:
     void anyCharactersRoundTrip() {
         const TestHome home;
         QRandomGenerator random(4);
-        for (int round = 0; round < 300; ++round) {
+        for (int round = 0; round < 100; ++round) {
             QString value;
             for (int i = 0; i < 12; ++i) {
                 value += QChar(static_cast<char16_t>(random.bounded(random.bounded(2) == 0 ? 0x80 : 0x10000)));

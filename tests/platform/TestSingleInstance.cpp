@@ -96,7 +96,6 @@ pid_t processWithLock(const QString& file) {
 class TestSingleInstance : public QObject {
     Q_OBJECT
 
-private:
     QTemporaryDir m_folder;
     QString lockFile() const { return m_folder.filePath(QStringLiteral("program/.lock")); }
 
@@ -106,7 +105,7 @@ private Q_SLOTS:
     void secondStartActivatesTheFirst() {
         PrivateBus bus;
         SingleInstance instance(lockFile(), bus.connect());
-        QSignalSpy activated(&instance, &SingleInstance::activated);
+        const QSignalSpy activated(&instance, &SingleInstance::activated);
         QCOMPARE(instance.start({}), Outcome::First);
         Other other(bus.address(), lockFile(), QStringLiteral("token-1"));
         QCOMPARE(other.line(), QStringLiteral("AlreadyRunning"));
@@ -199,7 +198,7 @@ private Q_SLOTS:
         PrivateBus bus;
         PrivateBus otherBus;
         SingleInstance instance(lockFile(), bus.connect());
-        QSignalSpy activated(&instance, &SingleInstance::activated);
+        const QSignalSpy activated(&instance, &SingleInstance::activated);
         QCOMPARE(instance.start({}), Outcome::First);
         Other other(otherBus.address(), lockFile());
         QCOMPARE(other.line(), QStringLiteral("DataInUse"));

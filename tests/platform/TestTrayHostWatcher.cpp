@@ -80,7 +80,7 @@ private Q_SLOTS:
         PrivateBus bus;
         const FakePanel panel(&bus, true);
         const TrayHostWatcher watcher(bus.connect());
-        QSignalSpy changes(&watcher, &TrayHostWatcher::hostAvailableChanged);
+        const QSignalSpy changes(&watcher, &TrayHostWatcher::hostAvailableChanged);
         QVERIFY(!watcher.hostAvailable());
         QVERIFY(waitUntil([&] { return watcher.hostAvailable(); }));
         QCOMPARE(changes.size(), 1);
@@ -107,7 +107,7 @@ private Q_SLOTS:
     void panelComesLateAndRestarts() {
         PrivateBus bus;
         const TrayHostWatcher watcher(bus.connect());
-        QSignalSpy changes(&watcher, &TrayHostWatcher::hostAvailableChanged);
+        const QSignalSpy changes(&watcher, &TrayHostWatcher::hostAvailableChanged);
         for (int round = 0; round < 3; ++round) {
             {
                 const FakePanel panel(&bus, true);
@@ -121,7 +121,7 @@ private Q_SLOTS:
     void panelWithoutHostWaitsForOne() {
         PrivateBus bus;
         const TrayHostWatcher watcher(bus.connect());
-        QSignalSpy changes(&watcher, &TrayHostWatcher::hostAvailableChanged);
+        const QSignalSpy changes(&watcher, &TrayHostWatcher::hostAvailableChanged);
         FakePanel panel(&bus, false);
         QVERIFY(waitUntil([&] { return panel.asked >= 1; }));
         drainEvents();
@@ -134,7 +134,7 @@ private Q_SLOTS:
         PrivateBus bus;
         FakePanel panel(&bus, true);
         const TrayHostWatcher watcher(bus.connect());
-        QSignalSpy changes(&watcher, &TrayHostWatcher::hostAvailableChanged);
+        const QSignalSpy changes(&watcher, &TrayHostWatcher::hostAvailableChanged);
         QVERIFY(waitUntil([&] { return watcher.hostAvailable(); }));
         const int asked = panel.asked;
         panel.setHost(true);

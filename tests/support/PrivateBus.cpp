@@ -66,7 +66,7 @@ QString PrivateBus::address() const {
 
 QDBusConnection PrivateBus::connect() {
     const QString name = newConnectionName();
-    const auto connection = QDBusConnection::connectToBus(m_address, name);
+    auto connection = QDBusConnection::connectToBus(m_address, name);
     if (!connection.isConnected()) {
         qFatal("no connection to the bus: %s", qPrintable(connection.lastError().message()));
     }
