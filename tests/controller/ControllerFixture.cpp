@@ -66,6 +66,9 @@ ControllerEnvironment ControllerFixture::environment() {
     env.isPortFreeForListening = [this](int port) { return !listeningPorts.contains(port); };
     env.pageAnswers = [this](int port) { return page.pageAnswers(port); };
     env.fetchStatusPage = [this](int port, QString slug) { return page.fetch(port, std::move(slug)); };
+    if (adjust) {
+        adjust(env);
+    }
     return env;
 }
 

@@ -62,6 +62,9 @@ public:
     QSet<int> listeningPorts;
     QSet<int> closingPorts;
 
+    /// Puts something else, or the real thing, in the place of what the controller would be given.
+    std::function<void(ControllerEnvironment& environment)> adjust;
+
     /// Made when it is first asked for, from the settings file of that moment.
     KumaController& controller();
     /// Ends the controller, and makes another from the settings file.

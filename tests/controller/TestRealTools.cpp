@@ -1,0 +1,259 @@
+#include "ControllerFixture.h"
+#include "standin/kuma/KumaServer.h"
+#include "standin/tools/StandInTools.h"
+#include "statuspage/StatusPageClient.h"
+#include "support/Await.h"
+#include "task/SystemClock.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTcpServer>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+QStringList names(std::initializer_list<const char*> list) {
+    QStringList result;
+    for (const char* name : list) {
+        result.append(QString::fromLatin1(name));
+    }
+    return result;
+}
+
+int freePortOfTheMachine() {
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost);
+    return server.serverPort();
+}
+
+/// The controller with everything real below it: children, pipes, ports and HTTP; only the docker tool and the server
+/// that its container runs are stand-ins, which are real programs. The controller's own pauses pass on the fake clock.
+class RealWorld {
+public:
+    RealWorld() {
+        world.runner = &DockerCLI::run;
+        world.adjust = [this](ControllerEnvironment& environment) {
+            environment.findDocker = &DockerCLI::find;
+            environment.findTool = &DockerCLI::findTool;
+            environment.isPortFree = &DockerCLI::isPortFree;
+            environment.isPortFreeForListening = &DockerCLI::isPortFreeForListening;
+            environment.pageAnswers = [this](int port) { return m_client.pageAnswers(port); };
+            environment.fetchStatusPage = [this](int port, QString slug) { return m_client.fetch(port, slug); };
+        };
+        tools.change([this](standin::DockerState& state) {
+            state.server = KumaServer::program().toStdString();
+            state.serverFolder = world.home.path(QStringLiteral("server")).toStdString();
+        });
+        QDir().mkpath(world.home.path(QStringLiteral("server")));
+        world.controller().setPort(freePortOfTheMachine());
+    }
+
+    /// Polls, and turns the clock with it, until `condition` holds.
+    bool polledUntil(const std::function<bool()>& condition) {
+        world.controller().begin();
+        return waitUntil([&] {
+            if (condition()) {
+                return true;
+            }
+            if (world.underWay().isEmpty()) {
+                world.advance(std::max(world.clock.untilNextTimer(), 0ms));
+            }
+            return condition();
+        });
+    }
+
+private:
+    StatusPageClient m_client{SystemClock::instance()};
+
+public:
+    standin::StandInTools tools;
+    ControllerFixture world;
+};
+
+} // namespace
+
+class TestRealTools : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void lifeOfAServer() {
+        RealWorld real;
+        ControllerFixture& world = real.world;
+        KumaController& kuma = world.controller();
+        real.tools.change([](standin::DockerState& state) { state.pace = 0.01; });
+
+        // The first start downloads the image.
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).details));
+        QCOMPARE(kuma.dockerPath(), std::optional(real.tools.path(QStringLiteral("docker"))));
+        QVERIFY(kuma.pullLog().contains(QStringLiteral("Pulling")));
+        QVERIFY(kuma.pullLog().contains(QStringLiteral("Downloading")));
+        QVERIFY(kuma.pullLog().contains(QStringLiteral("Pulled")));
+        QCOMPARE(real.tools.commands().mid(0, 6),
+                 names({"info", "inspect", "image inspect", "compose version", "compose pull", "compose up"}));
+        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
+        QCOMPARE(real.tools.state().container->port, kuma.port());
+
+        // Its status page.
+        world.home.write(
+            QStringLiteral("server/pages/home.json"),
+            R"({"config":{"title":"My page"},"publicGroupList":[{"name":"G","monitorList":[{"id":1,"name":"Web"}]}]})");
+        world.home.write(QStringLiteral("server/heartbeats/home.json"),
+                         R"({"heartbeatList":{"1":[{"status":0,"ping":12}]},"uptimeList":{"1_24":0.5}})");
+        kuma.setSlug(QStringLiteral(" Home "));
+        QVERIFY(real.polledUntil([&] { return kuma.lastStatusUpdate().has_value(); }));
+        QCOMPARE(kuma.statusTitle(), QStringLiteral("My page"));
+        QVERIFY(kuma.health() == Health::someDown);
+
+        const QString logs = await(kuma.fetchLogs());
+        QVERIFY(!logs.isEmpty());
+        QVERIFY(!logs.startsWith(QStringLiteral("No logs")));
+
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).details));
+        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
+
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::stopped; }));
+        QCOMPARE(real.tools.state().container->state, std::string("exited"));
+
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "x");
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QVERIFY(!real.tools.state().container);
+        QVERIFY(!QFile::exists(kuma.dataDir()));
+        const QString noLogs = await(kuma.fetchLogs());
+        QVERIFY(noLogs.contains(QStringLiteral("No such container")));
+    }
+
+    void lifeWithoutCompose() {
+        RealWorld real;
+        ControllerFixture& world = real.world;
+        KumaController& kuma = world.controller();
+        real.tools.change([](standin::DockerState& state) { state.compose = false; });
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).details));
+        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).details));
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!real.tools.state().container);
+        const QStringList commands = real.tools.commands();
+        QVERIFY(commands.contains(QStringLiteral("pull")) && commands.contains(QStringLiteral("run")));
+        for (const QString& command : commands) {
+            QVERIFY(!command.startsWith(QStringLiteral("compose ")) || command == u"compose version");
+            QVERIFY(command != u"?");
+        }
+    }
+
+    void crashLoop() {
+        RealWorld real;
+        ControllerFixture& world = real.world;
+        KumaController& kuma = world.controller();
+        real.tools.change([](standin::DockerState& state) {
+            standin::addImage(state);
+            state.crashLoop = 1;
+        });
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::error; }));
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Uptime Kuma keeps restarting. Open the logs to see why."),
+                                        QStringLiteral("restarting")}));
+        real.tools.change([](standin::DockerState& state) { state.crashLoop = 0; });
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
+        QVERIFY(!kuma.error());
+    }
+
+    void cancelledDownloadLeavesNothingBehind() {
+        RealWorld real;
+        ControllerFixture& world = real.world;
+        KumaController& kuma = world.controller();
+        real.tools.change([](standin::DockerState& state) { state.pace = 20; });
+        kuma.start();
+        QVERIFY(waitUntil([&] { return kuma.pulling() && !kuma.pullLog().isEmpty(); }));
+        kuma.cancelOperation();
+        QVERIFY(waitUntil([&] { return !kuma.busy(); }));
+        QCOMPARE(kuma.error()->message, QStringLiteral("Cancelled."));
+        QVERIFY(real.tools.state().images.empty());
+        QVERIFY(!real.tools.state().container);
+    }
+
+    void warningsOfTheToolAreNotItsAnswer() {
+        RealWorld real;
+        KumaController& kuma = real.world.controller();
+        real.tools.change([](standin::DockerState& state) {
+            state.warning = "WARNING: Error loading config file: /root/.docker/config.json: not found\n";
+        });
+        kuma.start();
+        QVERIFY(real.world.operationEnds());
+        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
+    }
+
+    void toolThatAppearsAndGoes() {
+        RealWorld real;
+        KumaController& kuma = real.world.controller();
+        real.tools.remove(QStringLiteral("docker"));
+        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::missing; }));
+        real.tools.put(QStringLiteral("docker"));
+        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
+        real.tools.remove(QStringLiteral("docker"));
+        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::notRunning; }));
+        kuma.recheck();
+        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::missing; }));
+    }
+
+    void overrideThatCannotBeRunFallsBack_data() {
+        QTest::addColumn<QByteArray>("kind");
+        QTest::newRow("a folder") << QByteArray("folder");
+        QTest::newRow("not executable") << QByteArray("file");
+        QTest::newRow("missing") << QByteArray("missing");
+    }
+
+    void overrideThatCannotBeRunFallsBack() {
+        QFETCH(const QByteArray, kind);
+        RealWorld real;
+        KumaController& kuma = real.world.controller();
+        const QString override = real.world.home.path(QStringLiteral("my docker"));
+        if (kind == "folder") {
+            QVERIFY(QDir().mkpath(override));
+        } else if (kind == "file") {
+            real.world.home.write(QStringLiteral("my docker"), "#!/bin/sh\n");
+        }
+        kuma.setDockerOverride(override);
+        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
+        QCOMPARE(kuma.dockerPath(), std::optional(real.tools.path(QStringLiteral("docker"))));
+    }
+
+    void overrideThatCanBeRunIsTaken() {
+        RealWorld real;
+        KumaController& kuma = real.world.controller();
+        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
+        const QString script = real.world.home.write(
+            QStringLiteral("my docker"), "#!/bin/sh\necho Cannot connect to the Docker daemon\nexit 1\n", true);
+        kuma.setDockerOverride(QStringLiteral("  %1\n").arg(script));
+        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::notRunning; }));
+        QCOMPARE(kuma.dockerPath(), std::optional(script));
+        kuma.setDockerOverride(QString());
+        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRealTools)
+#include "TestRealTools.moc"
