@@ -23,7 +23,7 @@ struct Piece {
 /// What a SIGTERM makes of a command that is still running.
 struct OnTerm {
     int exitCode = 143;
-    std::string err;
+    std::string err{};
     bool ignored = false;
     /// The daemon goes on with it, though nobody waits for the answer any more.
     bool daemonCarriesOn = false;
@@ -33,15 +33,15 @@ struct OnTerm {
 /// when it is its turn, so that other commands may come in between.
 struct Answer {
     int exitCode = 0;
-    std::vector<Piece> pieces;
+    std::vector<Piece> pieces{};
     /// After the pieces it never ends by itself.
     bool hangs = false;
     /// After the pieces it waits until this process is gone.
-    ServerProcess waitFor;
+    ServerProcess waitFor{};
     /// That of the first answer counts for the whole chain.
-    OnTerm onTerm;
+    OnTerm onTerm{};
     /// After all that, the next answer of the chain.
-    std::function<Answer(DockerState&)> then;
+    std::function<Answer(DockerState&)> then{};
 
     Answer& say(Stream stream, std::string text, std::chrono::milliseconds before = {}) {
         pieces.push_back({before, stream, std::move(text)});

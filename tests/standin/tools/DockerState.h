@@ -44,16 +44,16 @@ struct Container {
     /// Docker's own word for State.Status.
     std::string state = "running";
     Owner owner = Owner::compose;
-    std::string id;
-    std::string image;
-    std::string imageId;
+    std::string id{};
+    std::string image{};
+    std::string imageId{};
     int port = 3001;
-    std::string data;
+    std::string data{};
     std::string restartPolicy = "unless-stopped";
     /// Asked to stop; the restart policy does not count any more.
     bool stopping = false;
     int restarts = 0;
-    ServerProcess server;
+    ServerProcess server{};
 
     bool operator==(const Container&) const = default;
 };
@@ -62,10 +62,10 @@ struct Container {
 /// commandName()). With an exit code or an output it replaces the answer and nothing happens; otherwise the command
 /// does its work, `delay` later.
 struct Override {
-    std::string command;
-    std::optional<int> exitCode;
-    std::string out;
-    std::string err;
+    std::string command{};
+    std::optional<int> exitCode{};
+    std::string out{};
+    std::string err{};
     int delay = 0; ///< milliseconds, before everything
     bool hangs = false;
     bool ignoresTerm = false;

@@ -160,13 +160,16 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
     const Event<bool> turn;
     const PostToThread post = postToThisThread();
     post([turn] { turn.complete(true); });
-    if (handle && handle->isCancelled()) {
+    CommandResult notStarted;
+    notStarted.cancelled = handle && handle->isCancelled();
+    if (notStarted.cancelled) {
         co_await turn;
-        co_return CommandResult{.cancelled = true};
+        co_return notStarted;
     }
     if (tool != u"docker" && tool != u"brew" && tool != u"colima") {
+        notStarted.output = QStringLiteral("Could not run %1: No such file or directory").arg(path);
         co_await turn;
-        co_return CommandResult{.output = QStringLiteral("Could not run %1: No such file or directory").arg(path)};
+        co_return notStarted;
     }
     const auto child = std::make_shared<Child>();
     const std::size_t call = shared->begin(child, tool, arguments);
