@@ -8,9 +8,14 @@ add_library(Orvanel::flags ALIAS orvanel_flags)
 target_compile_features(orvanel_flags INTERFACE cxx_std_20)
 set(CMAKE_CXX_EXTENSIONS OFF)
 
+# A designated initializer names what differs and leaves the rest to the defaults; clang from 17 on and GCC warn of the rest.
+if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang" OR CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 17)
+    set(ORVANEL_DEFAULTED_FIELDS -Wno-missing-field-initializers)
+endif()
+
 target_compile_options(orvanel_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow
-    -Woverloaded-virtual -Wnon-virtual-dtor -Wold-style-cast
+    -Woverloaded-virtual -Wnon-virtual-dtor -Wold-style-cast ${ORVANEL_DEFAULTED_FIELDS}
     $<$<BOOL:${ORVANEL_WARNINGS_ARE_ERRORS}>:-Werror>)
 
 target_compile_definitions(orvanel_flags INTERFACE
