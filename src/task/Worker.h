@@ -3,7 +3,6 @@
 #include "task/Event.h"
 
 #include <QCoro/QCoroTask>
-#include <QThreadPool>
 
 #include <exception>
 #include <functional>
@@ -12,13 +11,16 @@
 
 namespace orvanel {
 
+/// Runs `job` on a thread of the global pool. It must not throw.
+void startOnWorker(std::function<void()> job);
+
 /// Runs `job` on a thread of the global pool and ends with what it returned or threw, back on the calling thread.
 /// For whatever must not hold up the interface: parsing large answers, copying trees. `job` must own what it uses.
 template <class Result>
     requires(!std::is_void_v<Result>)
 QCoro::Task<Result> onWorker(std::function<Result()> job) {
     const Event<std::variant<Result, std::exception_ptr>> done;
-    QThreadPool::globalInstance()->start([done, job = std::move(job)] {
+    startOnWorker([done, job = std::move(job)] {
         try {
             done.complete(job());
         } catch (...) {

@@ -1,9 +1,7 @@
 #include "support/FakeClock.h"
 
 #include "support/Await.h"
-
-#include <QMetaObject>
-#include <QObject>
+#include "task/Event.h"
 
 #include <algorithm>
 
@@ -23,7 +21,7 @@ public:
     FakeTimer(std::shared_ptr<Shared> shared, TimePoint due, std::function<void()> action)
         : m_due(due)
         , m_shared(std::move(shared))
-        , m_action(std::move(action)) {
+        , m_action(std::make_shared<std::function<void()>>(std::move(action))) {
         const std::lock_guard lock(m_shared->mutex);
         m_shared->timers.push_back(this);
     }
@@ -33,18 +31,21 @@ public:
         std::erase(m_shared->timers, this);
     }
 
-    /// With the lock held, so that the timer cannot go away meanwhile.
+    /// With the lock held, so that the timer cannot go away meanwhile. Once it has gone, the action is not called.
     void post() {
-        QMetaObject::invokeMethod(
-            &m_context, [this] { m_action(); }, Qt::QueuedConnection);
+        m_post([weakAction = std::weak_ptr(m_action)] {
+            if (const auto action = weakAction.lock()) {
+                (*action)();
+            }
+        });
     }
 
     const TimePoint m_due;
 
 private:
     const std::shared_ptr<Shared> m_shared;
-    const std::function<void()> m_action;
-    QObject m_context;
+    const std::shared_ptr<std::function<void()>> m_action;
+    const PostToThread m_post = postToThisThread();
 };
 
 std::optional<Clock::TimePoint> FakeClock::Shared::nextDue() const {

@@ -1,0 +1,40 @@
+#include "task/Worker.h"
+
+#include <QThreadPool>
+
+#include <mutex>
+
+namespace orvanel {
+namespace {
+
+/// Qt could carry the function itself, but only a lock of ours, older than both, lets the thread sanitizer see that
+/// what one thread left is what the other finds.
+constinit std::mutex handover;
+
+class Job final : public QRunnable {
+public:
+    explicit Job(std::function<void()> work) {
+        const std::lock_guard lock(handover);
+        m_work = std::move(work);
+    }
+
+    void run() override {
+        std::function<void()> work;
+        {
+            const std::lock_guard lock(handover);
+            work = std::move(m_work);
+        }
+        work();
+    }
+
+private:
+    std::function<void()> m_work;
+};
+
+} // namespace
+
+void startOnWorker(std::function<void()> job) {
+    QThreadPool::globalInstance()->start(new Job(std::move(job)));
+}
+
+} // namespace orvanel
