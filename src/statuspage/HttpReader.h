@@ -13,8 +13,8 @@ namespace orvanel {
 class HttpReader {
 public:
     /// Larger bodies are refused while they arrive, and so are heads.
-    static constexpr qint64 largestBody = 16 * 1024 * 1024;
-    static constexpr qint64 largestHead = 64 * 1024;
+    static constexpr qint64 largestBody = qint64(16) * 1024 * 1024;
+    static constexpr qint64 largestHead = qint64(64) * 1024;
 
     /// Without the body, the answer is complete with its head: status line and headers.
     explicit HttpReader(bool readsBody)

@@ -17,7 +17,7 @@ namespace orvanel {
 namespace {
 
 /// How much is taken from the connection in one turn of the event loop.
-constexpr qint64 readAtOnce = 256 * 1024;
+constexpr qint64 readAtOnce = qint64(256) * 1024;
 
 /// HTTP/1.1 keeps the connection open after the answer, as far as the server knows. So it is we who close it, and ours
 /// is the side whose port stays in a closing state for a minute: the server's port can be taken again at once.
@@ -125,7 +125,7 @@ HttpSession::~HttpSession() {
 
 Event<HttpResult> HttpSession::get(quint16 port, const QByteArray& path, Terms terms) {
     if (m_isClosed) {
-        const Event<HttpResult> never;
+        Event<HttpResult> never;
         never.complete(cancelled());
         return never;
     }

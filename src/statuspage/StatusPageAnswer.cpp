@@ -115,10 +115,11 @@ StatusPageResult readStatusPage(const QJsonDocument& page, const QJsonDocument& 
     }
     Heartbeats beats(heartbeats.object());
     StatusPageData data{.title = page[u"config"][u"title"].toString(slug), .monitors = {}};
-    for (const QJsonValue& element : *groups) {
+    for (const auto& element : *groups) {
         const QJsonObject group = element.toObject();
         const QString name = group[u"name"].toString();
-        for (const QJsonValue& monitor : arrayOfObjects(group[u"monitorList"]).value_or(QJsonArray())) {
+        const QJsonArray monitors = arrayOfObjects(group[u"monitorList"]).value_or(QJsonArray());
+        for (const auto& monitor : monitors) {
             if (auto row = rowOf(monitor.toObject(), name, beats)) {
                 data.monitors << *std::move(row);
             }

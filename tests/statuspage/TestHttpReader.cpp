@@ -113,8 +113,8 @@ private Q_SLOTS:
 
     /// However the bytes are spread over pieces, the result is the same.
     void answers() {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, expected);
+        QFETCH(const QByteArray, bytes);
+        QFETCH(const QString, expected);
         QCOMPARE(readPieces({bytes}), expected);
         QCOMPARE(readPieces(singleBytes(bytes)), expected);
         for (qsizetype cut = 0; cut <= bytes.size(); ++cut) {
@@ -149,8 +149,8 @@ private Q_SLOTS:
                                     << QByteArray("0");
     }
     void headsWithoutEndAreRefused() {
-        QFETCH(QByteArray, beginning);
-        QFETCH(QByteArray, repeated);
+        QFETCH(const QByteArray, beginning);
+        QFETCH(const QByteArray, repeated);
         const QByteArray piece = repeated.repeated(1 + 8192 / repeated.size());
         QCOMPARE(readPieces(QByteArrayList{beginning} + QByteArrayList(20, piece)), tooLarge);
     }

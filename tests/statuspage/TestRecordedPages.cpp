@@ -1,7 +1,7 @@
 #include "standin/kuma/KumaServer.h"
 #include "statuspage/StatusPageClient.h"
 #include "support/Await.h"
-#include "task/SystemClock.h"
+#include "support/FakeClock.h"
 
 #include <QFile>
 
@@ -13,6 +13,30 @@ namespace {
 QByteArray recorded(const QString& name) {
     QFile file(QStringLiteral(ORVANEL_FIXTURES "/%1.json").arg(name));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void compare(const char* name, const StatusPageData& expected) {
+    const QString slug = QString::fromLatin1(name);
+    const KumaServer server;
+    server.page(slug, recorded(QStringLiteral("status-page-") + slug));
+    server.heartbeat(slug, recorded(QStringLiteral("heartbeat-") + slug));
+    FakeClock clock;
+    StatusPageClient client(clock);
+    const StatusPageResult result = await(client.fetch(server.port(), slug));
+    QVERIFY(std::holds_alternative<StatusPageData>(result));
+    const auto& data = std::get<StatusPageData>(result);
+    QCOMPARE(data.title, expected.title);
+    QCOMPARE(data.monitors.size(), expected.monitors.size());
+    for (qsizetype i = 0; i < expected.monitors.size(); ++i) {
+        const MonitorRow& row = data.monitors.at(i);
+        const MonitorRow& wanted = expected.monitors.at(i);
+        QCOMPARE(row.id, wanted.id);
+        QCOMPARE(row.name, wanted.name);
+        QCOMPARE(row.group, wanted.group);
+        QCOMPARE(row.status, wanted.status);
+        QCOMPARE(row.ping, wanted.ping);
+        QCOMPARE(row.uptime24, wanted.uptime24);
+    }
 }
 
 } // namespace
@@ -63,30 +87,6 @@ private Q_SLOTS:
     }
 
     void recordedPageWithoutGroups() { compare("empty", {QStringLiteral("Empty"), {}}); }
-
-private:
-    static void compare(const char* name, const StatusPageData& expected) {
-        const QString slug = QString::fromLatin1(name);
-        const KumaServer server;
-        server.page(slug, recorded(QStringLiteral("status-page-") + slug));
-        server.heartbeat(slug, recorded(QStringLiteral("heartbeat-") + slug));
-        StatusPageClient client(SystemClock::instance());
-        const StatusPageResult result = await(client.fetch(server.port(), slug));
-        QVERIFY(std::holds_alternative<StatusPageData>(result));
-        const auto& data = std::get<StatusPageData>(result);
-        QCOMPARE(data.title, expected.title);
-        QCOMPARE(data.monitors.size(), expected.monitors.size());
-        for (qsizetype i = 0; i < expected.monitors.size(); ++i) {
-            const MonitorRow& row = data.monitors.at(i);
-            const MonitorRow& wanted = expected.monitors.at(i);
-            QCOMPARE(row.id, wanted.id);
-            QCOMPARE(row.name, wanted.name);
-            QCOMPARE(row.group, wanted.group);
-            QCOMPARE(row.status, wanted.status);
-            QCOMPARE(row.ping, wanted.ping);
-            QCOMPARE(row.uptime24, wanted.uptime24);
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(TestRecordedPages)

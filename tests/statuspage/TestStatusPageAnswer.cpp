@@ -77,7 +77,7 @@ private Q_SLOTS:
         }
     }
     void pageMustBeAnObjectWithAListOfGroups() {
-        QFETCH(QByteArray, page);
+        QFETCH(const QByteArray, page);
         QCOMPARE(sentence(read(page, noBeats)), unexpectedShape);
     }
 
@@ -92,13 +92,13 @@ private Q_SLOTS:
     }
     void titleIsTheSlugWhenConfigIsNoObject_data() { addRowsOfOtherTypes("object"); }
     void titleIsTheSlugWhenConfigIsNoObject() {
-        QFETCH(QByteArray, value);
+        QFETCH(const QByteArray, value);
         const auto result = read(R"({"publicGroupList":[],"config":)" + value + "}", "{}");
         QCOMPARE(result, StatusPageResult(StatusPageData{slug, {}}));
     }
     void titleIsTheSlugWhenItIsNoString_data() { addRowsOfOtherTypes("string"); }
     void titleIsTheSlugWhenItIsNoString() {
-        QFETCH(QByteArray, value);
+        QFETCH(const QByteArray, value);
         const auto result = read(R"({"publicGroupList":[],"config":{"title":)" + value + "}}", "{}");
         QCOMPARE(result, StatusPageResult(StatusPageData{slug, {}}));
     }
@@ -113,7 +113,7 @@ private Q_SLOTS:
     }
     void groupNameOfAnotherTypeIsEmptyText_data() { addRowsOfOtherTypes("string"); }
     void groupNameOfAnotherTypeIsEmptyText() {
-        QFETCH(QByteArray, value);
+        QFETCH(const QByteArray, value);
         const auto rows = rowsOf(R"({"publicGroupList":[{"name":)" + value + R"(,"monitorList":[{"id":1}]}]})");
         QCOMPARE(rows, QList<MonitorRow>({{1, QStringLiteral("Monitor 1"), QString(), {}, {}, {}}}));
     }
@@ -126,7 +126,7 @@ private Q_SLOTS:
         }
     }
     void groupWithoutProperMonitorListHasNoRows() {
-        QFETCH(QByteArray, group);
+        QFETCH(const QByteArray, group);
         const auto rows = rowsOf(R"({"publicGroupList":[)" + group + R"(,{"name":"Y","monitorList":[{"id":2}]}]})");
         QCOMPARE(rows, QList<MonitorRow>({{2, QStringLiteral("Monitor 2"), QStringLiteral("Y"), {}, {}, {}}}));
     }
@@ -140,7 +140,7 @@ private Q_SLOTS:
         }
     }
     void monitorWithoutNumberAsIdIsSkipped() {
-        QFETCH(QByteArray, monitor);
+        QFETCH(const QByteArray, monitor);
         const auto rows = rowsOf(pageWithMonitors("[" + monitor + R"(,{"id":8}])"));
         QCOMPARE(rows, QList<MonitorRow>({{8, QStringLiteral("Monitor 8"), QStringLiteral("Group"), {}, {}, {}}}));
     }
@@ -161,8 +161,8 @@ private Q_SLOTS:
         QTest::newRow("smallest") << QByteArray("-9223372036854775808") << std::numeric_limits<qint64>::min();
     }
     void idIsTakenAsAnInteger() {
-        QFETCH(QByteArray, id);
-        QFETCH(qint64, expected);
+        QFETCH(const QByteArray, id);
+        QFETCH(const qint64, expected);
         const QByteArray key = QByteArray::number(expected);
         const auto rows = rowsOf(pageWithMonitors(R"([{"id":)" + id + "}]"),
                                  R"({"heartbeatList":{")" + key + R"(":[{"status":1,"ping":2}]},"uptimeList":{")" +
@@ -173,7 +173,7 @@ private Q_SLOTS:
 
     void monitorNameOfAnotherTypeIsItsId_data() { addRowsOfOtherTypes("string"); }
     void monitorNameOfAnotherTypeIsItsId() {
-        QFETCH(QByteArray, value);
+        QFETCH(const QByteArray, value);
         const auto rows = rowsOf(pageWithMonitors(R"([{"id":7,"name":)" + value + "}]"));
         QCOMPARE(rows.value(0).name, QStringLiteral("Monitor 7"));
     }
@@ -203,7 +203,7 @@ private Q_SLOTS:
         QTest::newRow("other key") << QByteArray(R"({"heartbeatList":{"07":[{"status":1,"ping":1}]}})");
     }
     void beatsThatSayNothing() {
-        QFETCH(QByteArray, answer);
+        QFETCH(const QByteArray, answer);
         const MonitorRow expected{7, QStringLiteral("Seven"), QStringLiteral("Group"), {}, {}, {}};
         QCOMPARE(rowOfSeven(answer), expected);
     }
@@ -221,8 +221,8 @@ private Q_SLOTS:
         }
     }
     void statusAndPingAreIntegersOrNone() {
-        QFETCH(QByteArray, value);
-        QFETCH(Integer, expected);
+        QFETCH(const QByteArray, value);
+        QFETCH(const Integer, expected);
         const MonitorRow status = rowOfSeven(R"({"heartbeatList":{"7":[{"ping":5,"status":)" + value + "}]}}");
         QCOMPARE(status.status, expected);
         QCOMPARE(status.ping, Integer(5));
@@ -256,8 +256,8 @@ private Q_SLOTS:
         }
     }
     void uptimeIsReadFromItsOwnKey() {
-        QFETCH(QByteArray, list);
-        QFETCH(std::optional<double>, expected);
+        QFETCH(const QByteArray, list);
+        QFETCH(const std::optional<double>, expected);
         QCOMPARE(rowOfSeven(R"({"uptimeList":)" + list + "}").uptime24, expected);
     }
 
@@ -275,8 +275,8 @@ private Q_SLOTS:
 
     /// One monitor listed very often, with very many beats: the time grows with the sum of both, not their product.
     void manyRowsOfOneMonitorShareItsBeats() {
-        QByteArrayList monitors(100'000, R"({"id":7})");
-        QByteArrayList beats(100'000, R"({"status":1})");
+        const QByteArrayList monitors(100'000, R"({"id":7})");
+        const QByteArrayList beats(100'000, R"({"status":1})");
         const auto rows = rowsOf(pageWithMonitors("[" + monitors.join(',') + "]"),
                                  R"({"heartbeatList":{"7":[)" + beats.join(',') + "]}}");
         QCOMPARE(rows.size(), 100'000);
@@ -305,7 +305,7 @@ private Q_SLOTS:
         QTest::newRow("deep objects") << QByteArray(R"({"a":)").repeated(100'000);
     }
     void bodiesThatAreNotJson() {
-        QFETCH(QByteArray, body);
+        QFETCH(const QByteArray, body);
         QCOMPARE(sentence(readJson(HttpAnswer{200, body})), unexpectedAnswer);
     }
 

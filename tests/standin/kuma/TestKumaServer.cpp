@@ -72,9 +72,9 @@ private Q_SLOTS:
                                   << QByteArray(R"({"heartbeatList":{},"uptimeList":{}})");
     }
     void answersAsTheRealOne() {
-        QFETCH(QByteArray, path);
-        QFETCH(QByteArray, head);
-        QFETCH(QByteArray, body);
+        QFETCH(const QByteArray, path);
+        QFETCH(const QByteArray, head);
+        QFETCH(const QByteArray, body);
         const KumaServer server;
         server.page(QStringLiteral("home"), "{\"a\":1}");
         server.heartbeat(QStringLiteral("home"), "{\"b\":2}");

@@ -1,0 +1,102 @@
+#include "standin/kuma/KumaServer.h"
+#include "statuspage/StatusPageClient.h"
+#include "support/Await.h"
+#include "support/FakeClock.h"
+
+#include <QNetworkProxy>
+#include <QNetworkProxyFactory>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+const QByteArray emptyPage = R"({"publicGroupList":[]})";
+
+QString sentence(const StatusPageResult& result) {
+    const auto* error = std::get_if<StatusPageError>(&result);
+    return error ? error->message : QString();
+}
+
+QString httpSentence(const char* code) {
+    return QStringLiteral("Could not read the status page (HTTP %1).").arg(QLatin1String(code));
+}
+
+} // namespace
+
+/// Whom the client asks, what it brings along and what it remembers.
+class TestStatusPageSession : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void anotherHostIsNeverAsked() {
+        const KumaServer other;
+        const QByteArray elsewhere = "http://127.0.0.1:" + QByteArray::number(other.port());
+        const KumaServer server("path * redirect=" + elsewhere + "/");
+        FakeClock clock;
+        StatusPageClient client(clock);
+        QCOMPARE(await(client.pageAnswers(server.port())), true);
+        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), httpSentence("302"));
+        QVERIFY(other.requests().isEmpty());
+    }
+
+    void proxiesAreNeverUsed() {
+        const KumaServer proxy("path * text={}");
+        const QByteArray address = "http://127.0.0.1:" + QByteArray::number(proxy.port());
+        for (const char* variable : {"http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"}) {
+            qputenv(variable, address);
+        }
+        QNetworkProxyFactory::setUseSystemConfiguration(true);
+        const QNetworkProxy everywhere(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"),
+                                       static_cast<quint16>(proxy.port()));
+        QNetworkProxy::setApplicationProxy(everywhere);
+        const KumaServer server;
+        FakeClock clock;
+        StatusPageClient client(clock);
+        const bool answers = await(client.pageAnswers(server.port()));
+        const QString message = sentence(await(client.fetch(server.port(), QStringLiteral("home"))));
+        QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
+        for (const char* variable : {"http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"}) {
+            qunsetenv(variable);
+        }
+        QVERIFY(answers);
+        QCOMPARE(message, httpSentence("404"));
+        QVERIFY(proxy.requests().isEmpty());
+    }
+
+    void nothingIsRemembered() {
+        const KumaServer server("path / header=Set-Cookie:%20a=b header=Cache-Control:%20max-age=3600\n"
+                                "path /api/* header=Set-Cookie:%20a=b header=Cache-Control:%20max-age=3600 "
+                                "header=ETag:%20x");
+        server.page(QStringLiteral("home"), emptyPage);
+        FakeClock clock;
+        StatusPageClient client(clock);
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY(await(client.pageAnswers(server.port())));
+            QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), QString());
+        }
+        QCOMPARE(server.requests().size(), 6);
+        for (const KumaServer::Request& request : server.requests()) {
+            QVERIFY(!request.headers.contains(QStringLiteral("Cookie"), Qt::CaseInsensitive));
+            QVERIFY(!request.headers.contains(QStringLiteral("If-None-Match"), Qt::CaseInsensitive));
+            QVERIFY(!request.headers.contains(QStringLiteral("Upgrade"), Qt::CaseInsensitive));
+        }
+    }
+
+    void requestsSideBySideDoNotDisturbOneAnother() {
+        const KumaServer server("path /api/status-page/slow delay=300");
+        server.page(QStringLiteral("slow"), emptyPage);
+        server.page(QStringLiteral("quick"), emptyPage);
+        FakeClock clock;
+        StatusPageClient client(clock);
+        auto slow = client.fetch(server.port(), QStringLiteral("slow"));
+        auto quick = client.fetch(server.port(), QStringLiteral("quick"));
+        auto answers = client.pageAnswers(server.port());
+        QVERIFY(await(std::move(answers)));
+        QCOMPARE(sentence(await(std::move(quick))), QString());
+        QCOMPARE(sentence(await(std::move(slow))), QString());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestStatusPageSession)
+#include "TestStatusPageSession.moc"
