@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QAbstractEventDispatcher>
 #include <QCoro/QCoroTask>
 #include <QDeadlineTimer>
 #include <QTest>
@@ -76,9 +77,11 @@ inline void await(QCoro::Task<void> task) {
 
 /// Delivers everything that is posted to this thread by now, and what that posts in turn.
 inline void drainEvents() {
-    for (int round = 0; round < 20; ++round) {
+    QAbstractEventDispatcher* const dispatcher = QAbstractEventDispatcher::instance();
+    int quietRounds = 0;
+    for (int round = 0; round < 20 && quietRounds < 2; ++round) {
         QCoreApplication::sendPostedEvents();
-        QCoreApplication::processEvents();
+        quietRounds = dispatcher->processEvents(QEventLoop::AllEvents) ? 0 : quietRounds + 1;
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 }

@@ -1,0 +1,366 @@
+#include "ControllerWatch.h"
+
+#include "controller/ComposeFile.h"
+
+#include <QFile>
+#include <QRegularExpression>
+
+using namespace std::chrono_literals;
+
+namespace orvanel::test {
+namespace {
+
+const auto downloading = QStringLiteral("Downloading the Uptime Kuma image");
+
+QString normalised(const QString& slug) {
+    return slug.trimmed().toLower();
+}
+
+bool isPull(const QString& command) {
+    return command == u"pull" || command == u"compose pull";
+}
+
+bool bringsUp(const QString& command) {
+    return command == u"compose up" || command == u"run";
+}
+
+bool isPortError(const std::optional<OpError>& error) {
+    return error && error->message.contains(QStringLiteral("ort")) &&
+           error->message.endsWith(QStringLiteral("already in use by another program."));
+}
+
+/// The commands of an operation in the orders that are allowed, each followed by a semicolon; any of them may be the
+/// last.
+QString allowedOrder(const QString& label) {
+    const auto stop = QStringLiteral("(inspect;(compose version;)?((inspect;)?(compose stop;)?(stop;)?)?)?");
+    const auto start = QStringLiteral("(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?"
+                                      "(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?)?");
+    if (label.startsWith(QStringLiteral("Starting"))) {
+        return start;
+    }
+    if (label.startsWith(QStringLiteral("Stopping"))) {
+        return stop;
+    }
+    if (label.startsWith(QStringLiteral("Restarting"))) {
+        return stop + start;
+    }
+    return QStringLiteral("(inspect;(compose version;)?(compose down;|rm;)?)?");
+}
+
+bool isAllowedOrder(const QString& label, const QStringList& commands) {
+    static QMap<QString, QRegularExpression> expressions;
+    if (!expressions.contains(label)) {
+        expressions.insert(label, QRegularExpression(QRegularExpression::anchoredPattern(allowedOrder(label))));
+    }
+    return expressions.value(label).match(commands.join(u';') + u';').hasMatch();
+}
+
+} // namespace
+
+ControllerWatch::ControllerWatch(ControllerFixture* world)
+    : m_world(world)
+    , m_run(world->runner) {
+    world->runner = [this](QString path, QStringList arguments, std::chrono::duration<double> limit,
+                           std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
+        return run(std::move(path), std::move(arguments), limit, std::move(handle), std::move(onOutput));
+    };
+    world->adjust = [this](ControllerEnvironment& environment) {
+        environment.pageAnswers = [this](int port) { return pageAnswers(port); };
+        environment.fetchStatusPage = [this](int port, QString slug) { return fetch(port, std::move(slug)); };
+    };
+}
+
+void ControllerWatch::attach() {
+    connect(&m_world->controller(), &KumaController::changed, this, &ControllerWatch::changed);
+    didChangeComposeSettings();
+}
+
+void ControllerWatch::violate(const QString& rule) {
+    if (m_violation.isEmpty()) {
+        m_violation = rule;
+    }
+}
+
+void ControllerWatch::willRecheck() {
+    m_rechecks += 1;
+}
+
+void ControllerWatch::didRecheck() {
+    const KumaController& kuma = m_world->controller();
+    if (kuma.dockerState() != DockerState::unknown || kuma.dockerPath()) {
+        violate(QStringLiteral("a recheck does not show that nothing is known"));
+    }
+}
+
+/// What an operation may still do after a cancel depends on the command of the moment: once the container is being
+/// brought up, it is too late.
+void ControllerWatch::willCancel() {
+    const bool isBringingUp =
+        bringsUp(m_underWay) || m_underWay == u"rm" || (m_underWay == u"compose version" && m_isImagePresent);
+    m_isCancelled = m_isCancelled || (m_world->controller().busy() && !isBringingUp);
+}
+
+void ControllerWatch::didChangeComposeSettings() {
+    const KumaController& kuma = m_world->controller();
+    m_composeTexts.insert(composeText(kuma.imageTag(), kuma.port()).toUtf8());
+}
+
+void ControllerWatch::didChangeSlug() {
+    m_lastRead.reset();
+    m_baseline.clear();
+    m_hasBaseline = false;
+    m_lastRows.clear();
+    if (!m_world->controller().monitors().isEmpty() || m_world->controller().statusError()) {
+        violate(QStringLiteral("a new slug shows what the old one brought"));
+    }
+}
+
+QCoro::Task<CommandResult> ControllerWatch::run(QString path, QStringList arguments,
+                                                std::chrono::duration<double> limit,
+                                                std::shared_ptr<ProcessHandle> handle,
+                                                DockerCLI::OutputCallback onOutput) {
+    const QString name = Command{.path = path, .arguments = arguments}.name();
+    const bool isOperation = m_world->controller().busy() && name != u"logs";
+    const int operations = m_operations;
+    m_seen.insert(name);
+    if (isOperation) {
+        operationCommandBegins(name, handle && handle->isCancelled());
+    } else if (name != u"logs") {
+        lookBegins(name);
+    }
+    const CommandResult result = co_await m_run(path, arguments, limit, handle, onOutput);
+    if (isOperation) {
+        operationCommandEnds(name, result);
+        m_cause = {Cause::Kind::operation, operations};
+    } else if (name == u"inspect") {
+        m_cause = {Cause::Kind::look, operations};
+    } else {
+        m_cause = {};
+    }
+    co_return result;
+}
+
+void ControllerWatch::operationCommandBegins(const QString& name, bool isCancelled) {
+    if (!m_underWay.isEmpty()) {
+        violate(QStringLiteral("%1 begins while %2 is under way").arg(name, m_underWay));
+    }
+    if (name.startsWith(QStringLiteral("compose ")) && name != u"compose version") {
+        checkComposeFile();
+    }
+    m_underWay = name;
+    m_operationCommands.append(name);
+    if (!isAllowedOrder(m_label, m_operationCommands)) {
+        violate(QStringLiteral("%1 runs %2").arg(m_label, m_operationCommands.join(QStringLiteral(", "))));
+    }
+    if (m_isCancelled && (bringsUp(name) || (isPull(name) && !isCancelled))) {
+        violate(QStringLiteral("%1 begins after the operation was cancelled").arg(name));
+    }
+    if (bringsUp(name) && !m_isImagePresent) {
+        violate(QStringLiteral("%1 begins without the image").arg(name));
+    }
+    if (isPull(name) && (m_isImagePresent || !m_world->controller().pulling())) {
+        violate(QStringLiteral("a download begins that nobody needs or sees"));
+    }
+}
+
+void ControllerWatch::operationCommandEnds(const QString& name, const CommandResult& result) {
+    m_underWay.clear();
+    if (name == u"image inspect" || isPull(name)) {
+        m_isImagePresent = result.isSuccess();
+    }
+    if (!m_world->controller().busy()) {
+        violate(QStringLiteral("the operation of %1 ended before it").arg(name));
+    }
+}
+
+/// A look at the container belongs to the loop, to a recheck, or to the end of an operation.
+void ControllerWatch::lookBegins(const QString& name) {
+    if (name == u"inspect") {
+        if (std::exchange(m_hasOperationEnded, false) || m_isLoopWanted) {
+            return;
+        }
+        if (m_rechecks > 0) {
+            m_rechecks -= 1;
+            return;
+        }
+        violate(QStringLiteral("a look begins though polling was shut down"));
+    } else if (name != u"compose version") {
+        violate(QStringLiteral("%1 begins outside any operation").arg(name));
+    }
+}
+
+QCoro::Task<bool> ControllerWatch::pageAnswers(int port) {
+    const int operations = m_operations;
+    const bool answers = co_await m_world->page.pageAnswers(port);
+    m_cause = {Cause::Kind::look, operations};
+    co_return answers;
+}
+
+QCoro::Task<StatusPageResult> ControllerWatch::fetch(int port, QString slug) {
+    readBegins(slug);
+    const StatusPageResult result = co_await m_world->page.fetch(port, slug);
+    m_cause = {};
+    if (normalised(m_world->controller().slug()) == slug) {
+        readEnds(result);
+    }
+    co_return result;
+}
+
+void ControllerWatch::readBegins(const QString& slug) {
+    const KumaController& kuma = m_world->controller();
+    const Clock::TimePoint now = m_world->clock.now();
+    if (m_lastRead && now - *m_lastRead < 30s) {
+        violate(QStringLiteral("the status page is read twice within 30 s"));
+    }
+    m_lastRead = now;
+    if (kuma.kuma() != KumaState::running || kuma.busy() || !m_isLoopWanted) {
+        violate(QStringLiteral("the status page is read at the wrong time"));
+    }
+    if (slug.isEmpty() || slug != normalised(kuma.slug())) {
+        violate(QStringLiteral("the status page \"%1\" is read").arg(slug));
+    }
+}
+
+void ControllerWatch::readEnds(const StatusPageResult& result) {
+    const auto* page = std::get_if<StatusPageData>(&result);
+    if (page == nullptr) {
+        m_lastRows.clear();
+        return;
+    }
+    MonitorStatuses next;
+    for (const MonitorRow& row : page->monitors) {
+        if (!row.status) {
+            continue;
+        }
+        next[row.id] = *row.status;
+        const std::int64_t before = m_baseline.value(row.id, -1);
+        if (m_hasBaseline && before == 1 && row.status == 0) {
+            m_expectedNews.append(
+                {row.name + QStringLiteral(" is down"), QStringLiteral("Uptime Kuma reports this monitor as down.")});
+        } else if (m_hasBaseline && before == 0 && row.status == 1) {
+            m_expectedNews.append(
+                {row.name + QStringLiteral(" is back up"), QStringLiteral("This monitor is up again.")});
+        }
+    }
+    if (!m_expectedNews.isEmpty()) {
+        m_seen.insert(QStringLiteral("news"));
+    }
+    m_baseline = next;
+    m_hasBaseline = true;
+    m_lastRows = page->monitors;
+}
+
+ControllerWatch::Snapshot ControllerWatch::snapshot() const {
+    const KumaController& kuma = m_world->controller();
+    return {kuma.dockerState(), kuma.kuma(), kuma.busy(), kuma.pulling()};
+}
+
+void ControllerWatch::changed() {
+    const Snapshot now = snapshot();
+    if (now.busy && !m_before.busy) {
+        operationBegins(*now.busy);
+    } else if (!now.busy && m_before.busy) {
+        operationEnds();
+    }
+    if (now.busy) {
+        checkChangeDuringOperation(now);
+    } else {
+        checkChangeWhileIdle(now);
+    }
+    m_hasPortError = m_hasPortError || isPortError(m_world->controller().error());
+    m_before = now;
+    remember(now);
+}
+
+void ControllerWatch::operationBegins(const QString& label) {
+    m_operations += 1;
+    m_label = label;
+    m_operationCommands.clear();
+    m_isImagePresent = false;
+    m_isCancelled = false;
+    m_hasPortError = false;
+    m_cause = {};
+}
+
+void ControllerWatch::operationEnds() {
+    m_hasOperationEnded = true;
+    m_cause = {};
+    if (!m_underWay.isEmpty()) {
+        violate(QStringLiteral("busy ends while %1 is under way").arg(m_underWay));
+    }
+}
+
+/// Only the operation itself says anything about Docker now, and nobody anything about the container.
+void ControllerWatch::checkChangeDuringOperation(const Snapshot& now) {
+    if (now.kuma != m_before.kuma) {
+        violate(QStringLiteral("the container's state changes during an operation"));
+    }
+    const bool isFromInfo = m_cause.kind == Cause::Kind::operation && !m_operationCommands.isEmpty() &&
+                            m_operationCommands.last() == u"info";
+    if (now.dockerState != m_before.dockerState && now.dockerState != DockerState::missing && !isFromInfo &&
+        now.dockerState != DockerState::unknown) {
+        violate(QStringLiteral("somebody else changes the state of Docker during an operation"));
+    }
+    if (now.pulling && !m_before.pulling && now.busy != downloading) {
+        violate(QStringLiteral("a download is under way that busy does not tell of"));
+    }
+}
+
+/// Only what was asked after the last operation began may be believed.
+void ControllerWatch::checkChangeWhileIdle(const Snapshot& now) {
+    const bool isFresh = m_cause.kind == Cause::Kind::look && m_cause.operations == m_operations;
+    const bool isToolMissing = !m_world->controller().dockerPath();
+    if (now.kuma != m_before.kuma && !isFresh && !(isToolMissing && now.kuma == KumaState::stopped)) {
+        violate(QStringLiteral("a late look changes the container's state"));
+    }
+    const bool isAboutTheTool = now.dockerState == DockerState::unknown || now.dockerState == DockerState::missing ||
+                                m_before.dockerState == DockerState::unknown ||
+                                m_before.dockerState == DockerState::missing;
+    if (now.dockerState != m_before.dockerState && !isFresh && !isAboutTheTool) {
+        violate(QStringLiteral("a late look changes the state of Docker"));
+    }
+}
+
+void ControllerWatch::checkState() {
+    m_cause = {};
+    m_hasOperationEnded = false;
+    const KumaController& kuma = m_world->controller();
+    if (!kuma.busy()) {
+        m_rechecks = 0;
+    }
+    if (kuma.pulling() && (!kuma.busy() || kuma.busy() != downloading)) {
+        violate(QStringLiteral("pulling is set outside a download"));
+    }
+    if (kuma.suggestedPort() && !m_hasPortError) {
+        violate(QStringLiteral("a port is suggested without its error"));
+    }
+    if (m_world->notifier.posted != m_expectedNews) {
+        violate(QStringLiteral("%1 notifications instead of %2")
+                    .arg(m_world->notifier.posted.size())
+                    .arg(m_expectedNews.size()));
+    }
+    if (!kuma.monitors().isEmpty() && kuma.monitors() != m_lastRows) {
+        violate(QStringLiteral("other monitors are shown than were read"));
+    }
+}
+
+void ControllerWatch::checkComposeFile() {
+    QFile file(m_world->controller().composeURL());
+    if (file.open(QIODevice::ReadOnly) && !m_composeTexts.contains(file.readAll())) {
+        violate(QStringLiteral("the compose file tells of settings that were never set"));
+    }
+}
+
+void ControllerWatch::remember(const Snapshot& now) {
+    static const QStringList kumaStates{QStringLiteral("stopped"), QStringLiteral("starting"),
+                                        QStringLiteral("running"), QStringLiteral("failing")};
+    static const QStringList dockerStates{QStringLiteral("unknown"), QStringLiteral("missing"),
+                                          QStringLiteral("not running"), QStringLiteral("ready")};
+    m_seen.insert(kumaStates.at(static_cast<int>(now.kuma)));
+    m_seen.insert(dockerStates.at(static_cast<int>(now.dockerState)));
+    if (const auto error = m_world->controller().error()) {
+        m_seen.insert(isPortError(error) ? QStringLiteral("a port error") : error->message);
+    }
+}
+
+} // namespace orvanel::test

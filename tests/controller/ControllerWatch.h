@@ -1,0 +1,101 @@
+#pragma once
+
+#include "ControllerFixture.h"
+
+#include <QSet>
+
+namespace orvanel::test {
+
+/// Looks over a controller's shoulder while a test does whatever it likes with it, and notices when one of the rules is
+/// broken that hold at all times, whatever happens in whatever order. Made before the controller.
+class ControllerWatch : public QObject {
+    Q_OBJECT
+
+public:
+    explicit ControllerWatch(ControllerFixture* world);
+    /// Connects to the controller, which must be new.
+    void attach();
+
+    /// The rule that was broken first; empty while all hold.
+    QString violation() const { return m_violation; }
+    /// Notes that a rule is broken.
+    void violate(const QString& rule);
+    /// Checks what can be seen from outside; everything that takes no time must have happened.
+    void checkState();
+
+    int operations() const { return m_operations; }
+    /// What has come about so far: the commands that were run, the errors, the states, the news.
+    const QSet<QString>& seen() const { return m_seen; }
+
+    /// What the test is about to do, or has just done.
+    void willRecheck();
+    void didRecheck();
+    void didBegin() { m_isLoopWanted = true; }
+    void didShutDown() { m_isLoopWanted = false; }
+    void willCancel();
+    void didChangeComposeSettings();
+    void didChangeSlug();
+
+private:
+    /// What the controller knew before it changed something.
+    struct Snapshot {
+        DockerState dockerState = DockerState::unknown;
+        KumaState kuma = KumaState::stopped;
+        std::optional<QString> busy;
+        bool pulling = false;
+    };
+    /// Whose turn it is: what the controller does now follows from the end of this.
+    struct Cause {
+        enum class Kind { none, operation, look } kind = Kind::none;
+        /// The operations begun when it was asked.
+        int operations = 0;
+    };
+
+    QCoro::Task<CommandResult> run(QString path, QStringList arguments, std::chrono::duration<double> limit,
+                                   std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput);
+    QCoro::Task<bool> pageAnswers(int port);
+    QCoro::Task<StatusPageResult> fetch(int port, QString slug);
+
+    void operationCommandBegins(const QString& name, bool isCancelled);
+    void operationCommandEnds(const QString& name, const CommandResult& result);
+    void lookBegins(const QString& name);
+    void readBegins(const QString& slug);
+    void readEnds(const StatusPageResult& result);
+
+    void changed();
+    void operationBegins(const QString& label);
+    void operationEnds();
+    void checkChangeDuringOperation(const Snapshot& now);
+    void checkChangeWhileIdle(const Snapshot& now);
+    void checkComposeFile();
+    void remember(const Snapshot& now);
+    Snapshot snapshot() const;
+
+    ControllerFixture* m_world;
+    RunCommand m_run;
+    QString m_violation;
+    Snapshot m_before;
+    Cause m_cause;
+
+    int m_operations = 0;
+    QString m_label;
+    QStringList m_operationCommands;
+    QString m_underWay;
+    bool m_isImagePresent = false;
+    bool m_isCancelled = false;
+    bool m_hasPortError = false;
+
+    bool m_isLoopWanted = false;
+    bool m_hasOperationEnded = false;
+    int m_rechecks = 0;
+
+    std::optional<Clock::TimePoint> m_lastRead;
+    MonitorStatuses m_baseline;
+    bool m_hasBaseline = false;
+    QList<MonitorNews> m_expectedNews;
+    QList<MonitorRow> m_lastRows;
+    QSet<QByteArray> m_composeTexts;
+    QSet<QString> m_seen;
+};
+
+} // namespace orvanel::test

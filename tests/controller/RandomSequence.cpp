@@ -1,0 +1,354 @@
+#include "RandomSequence.h"
+
+#include "support/Await.h"
+
+#include <QThreadPool>
+
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
+
+namespace orvanel::test {
+namespace {
+
+QCoro::Task<void> readLogs(KumaController* kuma) {
+    const QString logs = co_await kuma->fetchLogs();
+    Q_UNUSED(logs)
+}
+
+constexpr int mostTurns = 500;
+
+} // namespace
+
+const std::vector<RandomSequence::Choice>& RandomSequence::choices() {
+    using S = RandomSequence;
+    static const std::vector<Choice> all{
+        {10, "start", &S::start},
+        {6, "stop", &S::stop},
+        {6, "restart", &S::restart},
+        {6, "cancel", &S::cancel},
+        {3, "remove everything", &S::removeEverything},
+        {4, "answer the question", &S::answerDialog},
+        {4, "recheck", &S::recheck},
+        {2, "logs", &S::fetchLogs},
+        {6, "begin", &S::begin},
+        {2, "shut down", &S::shutDown},
+        {36, "pause", &S::pause},
+        {8, "long pause", &S::longPause},
+        {4, "slug", &S::changeSlug},
+        {2, "port", &S::changePort},
+        {2, "tag", &S::changeTag},
+        {3, "override", &S::changeOverride},
+        {4, "daemon", &S::changeDaemon},
+        {3, "tools", &S::changeTools},
+        {3, "registry", &S::changeRegistry},
+        {3, "ports", &S::changePorts},
+        {4, "container", &S::changeContainer},
+        {6, "delay", &S::delayCommand},
+        {2, "hang", &S::hangCommand},
+        {3, "fail", &S::failCommand},
+        {5, "page", &S::changePage},
+        {5, "answer of the page", &S::answerPage},
+        {6, "status page", &S::changeStatusPage},
+        {5, "answer of the status page", &S::answerStatusPage},
+    };
+    return all;
+}
+
+RandomSequence::RandomSequence(std::uint64_t seed)
+    : m_random(seed) {
+    m_world.executables = {QStringLiteral("/mine/docker")};
+    m_world.latency = [this](const QString&) { return milliseconds(chance(30) ? 0 : below(700)); };
+    m_world.docker().compose = chance(70);
+    if (chance(60)) {
+        standin::addImage(m_world.docker());
+    }
+    if (chance(50)) {
+        standin::addContainer(m_world.docker(), oneOf<const char*>({"running", "running", "exited"}));
+    }
+    m_kuma = &m_world.controller();
+    m_watch.attach();
+}
+
+/// Not std::uniform_int_distribution, which other libraries realise in other ways.
+int RandomSequence::below(int bound) {
+    return static_cast<int>(m_random() % static_cast<std::uint64_t>(bound));
+}
+
+QString RandomSequence::run() {
+    const int steps = 20 + below(41);
+    for (int i = 0; i < steps && m_watch.violation().isEmpty(); ++i) {
+        takeStep();
+    }
+    finish();
+    return m_watch.violation();
+}
+
+void RandomSequence::takeStep() {
+    int total = 0;
+    for (const Choice& choice : choices()) {
+        total += choice.weight;
+    }
+    int drawn = below(total);
+    for (const Choice& choice : choices()) {
+        drawn -= choice.weight;
+        if (drawn < 0) {
+            m_trace.append(QString::fromLatin1(choice.name));
+            (this->*choice.step)();
+            break;
+        }
+    }
+    settle();
+    m_watch.checkState();
+    note(QStringLiteral("[%1%2]").arg(m_kuma->busy().value_or(QString()), m_kuma->pulling() ? u" pulling" : u""));
+}
+
+/// Work on other threads counts as taking no time, so that a sequence is the same each time.
+void RandomSequence::settle() {
+    m_world.settle();
+    while (QThreadPool::globalInstance()->activeThreadCount() > 0) {
+        QThreadPool::globalInstance()->waitForDone();
+        m_world.settle();
+    }
+    m_world.settle();
+}
+
+/// Answers everything, and turns the clock until nothing is under way.
+void RandomSequence::finish() {
+    m_trace.append(QStringLiteral("finish"));
+    m_world.answerAsUsual();
+    m_world.docker().daemon = standin::Daemon::up;
+    m_kuma->cancelOperation();
+    m_kuma->shutdownPolling();
+    m_watch.willCancel();
+    m_watch.didShutDown();
+    m_world.page.letGo();
+    m_world.dialogs.answerAll(false);
+    const auto isOver = [this] { return m_kuma->isIdle() && m_tasks.running() == 0; };
+    for (int turn = 0; turn < mostTurns; ++turn) {
+        settle();
+        if (isOver()) {
+            break;
+        }
+        m_world.clock.advance(std::max(m_world.clock.untilNextTimer(), 0ms));
+    }
+    settle();
+    m_watch.checkState();
+    if (m_kuma->busy() || m_kuma->pulling() || !m_world.underWay().isEmpty()) {
+        m_watch.violate(QStringLiteral("something is under way though everything was answered"));
+    }
+    if (!isOver()) {
+        qFatal("a sequence does not end:\n%s", qPrintable(m_trace.join(u'\n')));
+    }
+}
+
+void RandomSequence::start() {
+    requestOperation(&KumaController::start);
+}
+
+void RandomSequence::stop() {
+    requestOperation(&KumaController::stop);
+}
+
+void RandomSequence::restart() {
+    requestOperation(&KumaController::restart);
+}
+
+void RandomSequence::requestOperation(void (KumaController::*request)()) {
+    const std::optional<QString> before = m_kuma->busy();
+    const int operations = m_watch.operations();
+    (m_kuma->*request)();
+    if (before && (m_watch.operations() != operations || m_kuma->busy() != before)) {
+        m_watch.violate(QStringLiteral("a second operation begins beside the first"));
+    }
+    if (!before && m_watch.operations() != operations + 1) {
+        m_watch.violate(QStringLiteral("a request is dropped though nothing is under way"));
+    }
+    if (!before && m_kuma->busy() && (m_kuma->error() || m_kuma->suggestedPort())) {
+        m_watch.violate(QStringLiteral("an operation begins with the error of the last"));
+    }
+}
+
+void RandomSequence::cancel() {
+    m_watch.willCancel();
+    m_kuma->cancelOperation();
+}
+
+void RandomSequence::removeEverything() {
+    m_kuma->removeEverything();
+}
+
+void RandomSequence::answerDialog() {
+    if (!m_world.dialogs.questions.isEmpty()) {
+        m_world.dialogs.questions.takeFirst().answer.complete(chance(60));
+    }
+}
+
+void RandomSequence::recheck() {
+    m_watch.willRecheck();
+    m_kuma->recheck();
+    m_watch.didRecheck();
+}
+
+void RandomSequence::fetchLogs() {
+    m_tasks.start(readLogs(m_kuma), QStringLiteral("logs"));
+}
+
+void RandomSequence::begin() {
+    m_watch.didBegin();
+    m_kuma->begin();
+}
+
+void RandomSequence::shutDown() {
+    m_kuma->shutdownPolling();
+    m_watch.didShutDown();
+}
+
+void RandomSequence::pause() {
+    const milliseconds time(oneOf({0, below(50), below(500), below(3000), below(6000)}));
+    note(QString::number(time.count()));
+    m_world.clock.advance(time);
+}
+
+void RandomSequence::longPause() {
+    const milliseconds time(oneOf({below(20000), below(40000), 30000, below(120000)}));
+    note(QString::number(time.count()));
+    m_world.clock.advance(time);
+}
+
+void RandomSequence::changeSlug() {
+    m_kuma->setSlug(oneOf({QStringLiteral("home"), QStringLiteral(" Home "), QStringLiteral("other"), QString(),
+                           QStringLiteral("  "), QStringLiteral("a/b")}));
+    note(m_kuma->slug());
+    m_watch.didChangeSlug();
+}
+
+void RandomSequence::changePort() {
+    m_kuma->setPort(oneOf({3001, 3002, 4000}));
+    m_watch.didChangeComposeSettings();
+}
+
+void RandomSequence::changeTag() {
+    m_kuma->setImageTag(oneOf({QStringLiteral("2"), QStringLiteral("2.5"), QStringLiteral("beta")}));
+    m_watch.didChangeComposeSettings();
+}
+
+void RandomSequence::changeOverride() {
+    m_kuma->setDockerOverride(oneOf({QString(), QStringLiteral("/mine/docker"), QStringLiteral("/nowhere/docker")}));
+    if (m_kuma->dockerPath() || m_kuma->composeAvailable()) {
+        m_watch.violate(QStringLiteral("a new override keeps what was known of the old tool"));
+    }
+}
+
+void RandomSequence::changeDaemon() {
+    using standin::Daemon;
+    m_world.docker().daemon = oneOf({Daemon::up, Daemon::up, Daemon::up, Daemon::down, Daemon::denied, Daemon::hangs});
+    note(QString::number(int(m_world.docker().daemon)));
+}
+
+void RandomSequence::changeTools() {
+    m_world.installedDocker =
+        chance(25) ? std::nullopt
+                   : std::optional(oneOf({QStringLiteral("/opt/bin/docker"), QStringLiteral("/b/docker")}));
+    m_world.docker().compose = chance(70);
+    m_world.docker().warning = chance(20) ? "WARNING: not found\n" : "";
+}
+
+void RandomSequence::changeRegistry() {
+    using standin::Registry;
+    m_world.docker().registry = oneOf({Registry::up, Registry::up, Registry::unreachable, Registry::silent});
+    m_world.docker().diskFull = chance(20);
+    m_world.docker().pace = oneOf({0.0, 0.0, 0.05, 0.3});
+    if (chance(40)) {
+        m_world.docker().images.clear();
+    }
+}
+
+void RandomSequence::changePorts() {
+    m_world.listeningPorts.clear();
+    m_world.closingPorts.clear();
+    for (const int port : {3001, 3002, 3003, 4000}) {
+        if (chance(20)) {
+            m_world.listeningPorts.insert(port);
+        }
+        if (chance(20)) {
+            m_world.closingPorts.insert(port);
+        }
+    }
+    using standin::PortHolder;
+    m_world.docker().portHolder = oneOf({PortHolder::nobody, PortHolder::nobody, PortHolder::process});
+}
+
+void RandomSequence::changeContainer() {
+    if (chance(25)) {
+        m_world.removeContainer();
+    } else if (m_world.docker().container) {
+        m_world.docker().container->state =
+            oneOf<const char*>({"running", "running", "restarting", "exited", "paused"});
+    }
+}
+
+void RandomSequence::delayCommand() {
+    const char* command = oneOf({"inspect", "inspect", "inspect", "info", "image inspect", "compose version",
+                                 "compose up", "compose pull", "compose stop", "run", "stop", "logs"});
+    const milliseconds time(below(12000));
+    note(QStringLiteral("%1 %2").arg(QString::fromLatin1(command)).arg(time.count()));
+    m_world.delay(command, time, 1);
+}
+
+void RandomSequence::hangCommand() {
+    const char* command = oneOf({"inspect", "info", "image inspect", "compose version", "compose up", "compose pull",
+                                 "pull", "compose stop", "stop", "compose down", "rm", "run", "logs"});
+    note(QString::fromLatin1(command));
+    m_world.hang(command, 1);
+}
+
+void RandomSequence::failCommand() {
+    const char* command = oneOf({"inspect", "info", "image inspect", "compose version", "compose up", "compose pull",
+                                 "pull", "compose stop", "stop", "compose down", "rm", "run"});
+    note(QString::fromLatin1(command));
+    m_world.answer(command, 1,
+                   oneOf({QString(), QStringLiteral("Cannot connect to the Docker daemon"),
+                          QStringLiteral("port is already allocated"), QStringLiteral("No such container")}),
+                   1, milliseconds(below(3000)));
+}
+
+void RandomSequence::changePage() {
+    m_world.page.answers = chance(75);
+    m_world.page.holdsQuestions = chance(35);
+}
+
+void RandomSequence::answerPage() {
+    for (const ScriptedPage::Question& question : m_world.page.questions) {
+        question.answer.complete(chance(70));
+    }
+    m_world.page.questions.clear();
+}
+
+StatusPageResult RandomSequence::randomStatus() {
+    if (chance(15)) {
+        return StatusPageError{QStringLiteral("Could not.")};
+    }
+    QList<MonitorRow> rows;
+    for (int id = 1; id <= 3; ++id) {
+        for (int row = below(10) == 0 ? 2 : chance(85) ? 1 : 0; row > 0; --row) {
+            const int status = oneOf({0, 0, 1, 1, 1, 2, 3, -1});
+            rows.append(monitor(id, status < 0 ? std::nullopt : std::optional<std::int64_t>(status),
+                                QStringLiteral("Monitor %1").arg(id)));
+        }
+    }
+    return statusPage(rows);
+}
+
+void RandomSequence::changeStatusPage() {
+    m_world.page.status = randomStatus();
+    m_world.page.holdsReads = chance(35);
+}
+
+void RandomSequence::answerStatusPage() {
+    for (const ScriptedPage::Read& read : m_world.page.reads) {
+        read.answer.complete(randomStatus());
+    }
+    m_world.page.reads.clear();
+}
+
+} // namespace orvanel::test

@@ -1,0 +1,80 @@
+#include "RandomSequence.h"
+
+#include <QFileInfo>
+#include <QTest>
+
+using namespace orvanel::test;
+
+namespace {
+
+constexpr std::uint64_t sequences = 2000;
+
+/// What must come about somewhere in that many sequences, or they show nothing.
+const QStringList& expected() {
+    static const QStringList list =
+        QStringLiteral(
+            "info|inspect|image inspect|compose version|compose pull|pull|compose up|rm|run|compose stop|stop|"
+            "compose down|logs|unknown|missing|not running|ready|stopped|starting|running|failing|news|"
+            "a port error|Cancelled.|Docker did not answer in time.|Docker reported an error.|"
+            "Docker is not running.|Your disk is full. Free some space and try again.|"
+            "Docker could not reach the internet to download the image. Check your connection.|"
+            "Uptime Kuma keeps restarting. Open the logs to see why.")
+            .split(u'|');
+    return list;
+}
+
+} // namespace
+
+/// Whatever the user, Docker, the server and the clock do in whatever order: some rules always hold (ControllerWatch).
+/// Each run takes other sequences. ORVANEL_SEED=n repeats the sequence n and tells its steps; ORVANEL_SEQUENCES=n takes
+/// n of them.
+class TestRandomSequences : public QObject {
+    Q_OBJECT
+
+    QSet<QString> m_seen;
+
+    bool holds(std::uint64_t seed, bool isTold) {
+        RandomSequence sequence(seed);
+        const QString violation = sequence.run();
+        if (isTold || !violation.isEmpty()) {
+            qInfo().noquote() << "steps:\n   " << sequence.trace().join(QStringLiteral("\n    "));
+        }
+        if (!violation.isEmpty()) {
+            qWarning().noquote() << "broken:" << violation << "- repeat it with"
+                                 << QStringLiteral("ORVANEL_SEED=%1").arg(seed);
+        }
+        m_seen.unite(sequence.seen());
+        return violation.isEmpty();
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        // The files of thousands of homes need never reach a disk.
+        const QString memory = QStringLiteral("/dev/shm");
+        if (QFileInfo(memory).isDir() && QFileInfo(memory).isWritable()) {
+            qputenv("TMPDIR", QFile::encodeName(memory));
+        }
+    }
+
+    void rulesHold() {
+        if (qEnvironmentVariableIsSet("ORVANEL_SEED")) {
+            QVERIFY(holds(qEnvironmentVariable("ORVANEL_SEED").toULongLong(), true));
+            return;
+        }
+        const std::uint64_t first = std::random_device{}();
+        const std::uint64_t count = qEnvironmentVariableIsSet("ORVANEL_SEQUENCES")
+                                        ? qEnvironmentVariable("ORVANEL_SEQUENCES").toULongLong()
+                                        : sequences;
+        qInfo() << "sequences" << first << "to" << first + count - 1;
+        for (std::uint64_t seed = first; seed < first + count; ++seed) {
+            QVERIFY(holds(seed, false));
+        }
+        if (count >= sequences) {
+            const QStringList all = expected();
+            QCOMPARE((QSet<QString>(all.begin(), all.end()) - m_seen).values(), QStringList());
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRandomSequences)
+#include "TestRandomSequences.moc"
