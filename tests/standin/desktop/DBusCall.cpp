@@ -10,9 +10,7 @@ void callThen(QDBusConnection bus, const QDBusMessage& call, QObject* owner,
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, owner,
                      [then = std::move(then)](QDBusPendingCallWatcher* finished) {
                          finished->deleteLater();
-                         if (!finished->isError()) {
-                             then(finished->reply().arguments());
-                         }
+                         then(finished->isError() ? QVariantList() : finished->reply().arguments());
                      });
 }
 

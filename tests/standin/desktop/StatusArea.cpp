@@ -81,6 +81,7 @@ void StatusArea::close() {
 
 std::vector<TrayItem*> StatusArea::items() const {
     std::vector<TrayItem*> items;
+    items.reserve(m_items.size());
     for (const auto& item : m_items) {
         items.push_back(item.get());
     }

@@ -1,4 +1,5 @@
 #include "standin/desktop/NotificationServer.h"
+#include "standin/desktop/ScreenReader.h"
 #include "standin/desktop/StatusArea.h"
 #include "standin/desktop/VirtualDisplay.h"
 #include "support/Await.h"
@@ -142,6 +143,29 @@ private Q_SLOTS:
         QVERIFY(!area.item());
         QVERIFY(area.open());
         QVERIFY(waitUntil([&] { return area.item() != nullptr; }));
+    }
+
+    void readsWindowsAndPressesButtons() {
+        ScreenReader reader(m_bus.connect());
+        QVERIFY(reader.open(m_bus.address()));
+        startProgram();
+        const auto readUntil = [&](const auto& condition) {
+            return waitUntil([&] {
+                reader.refresh();
+                return condition();
+            });
+        };
+        QVERIFY(readUntil([&] { return reader.reads(QStringLiteral("Nothing yet")); }));
+        const auto button = reader.find(QStringLiteral("push button"), QStringLiteral("Press me"));
+        QVERIFY(button && button->enabled);
+        const auto other = reader.find(QStringLiteral("push button"), QStringLiteral("Not for you"));
+        QVERIFY(other && !other->enabled);
+        QVERIFY(!reader.find(QStringLiteral("label"), QStringLiteral("Press me")));
+        QVERIFY(!reader.reads(QStringLiteral("Pressed")));
+        reader.press(*button);
+        QVERIFY(readUntil([&] { return reader.reads(QStringLiteral("Pressed")); }));
+        reader.forget();
+        QVERIFY(!reader.reads(QStringLiteral("Pressed")));
     }
 
     void onlyOneDesktopHasTheNames() {

@@ -92,8 +92,11 @@ void TrayItem::read() {
     auto message = QDBusMessage::createMethodCall(m_service, m_path, QStringLiteral("org.freedesktop.DBus.Properties"),
                                                   QStringLiteral("GetAll"));
     message.setArguments({itemInterface});
-    callThen(m_bus, message, this,
-             [this](const QVariantList& answer) { take(qdbus_cast<QVariantMap>(answer.value(0))); });
+    callThen(m_bus, message, this, [this](const QVariantList& answer) {
+        if (!answer.isEmpty()) {
+            take(qdbus_cast<QVariantMap>(answer[0]));
+        }
+    });
 }
 
 void TrayItem::take(const QVariantMap& properties) {

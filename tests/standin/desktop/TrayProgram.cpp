@@ -1,11 +1,14 @@
-// A small program with a status icon, for the test of the stand-in desktop: `standin-tray-program`, on the xcb
-// platform.
+// A small program with a status icon and a window, for the test of the stand-in desktop: `standin-tray-program`, on the
+// xcb platform.
 
 #include <QApplication>
+#include <QLabel>
 #include <QMenu>
 #include <QPainter>
 #include <QPixmap>
+#include <QPushButton>
 #include <QSystemTrayIcon>
+#include <QVBoxLayout>
 
 namespace {
 
@@ -46,5 +49,16 @@ int main(int argc, char** argv) {
     QObject::connect(quit, &QAction::triggered, &menu, [] { QApplication::exit(7); });
     icon.setContextMenu(&menu);
     icon.show();
+
+    QWidget window;
+    auto* label = new QLabel(QStringLiteral("Nothing yet"));
+    auto* button = new QPushButton(QStringLiteral("Press me"));
+    auto* layout = new QVBoxLayout(&window);
+    layout->addWidget(label);
+    layout->addWidget(button);
+    layout->addWidget(new QPushButton(QStringLiteral("Not for you")));
+    layout->itemAt(2)->widget()->setEnabled(false);
+    QObject::connect(button, &QPushButton::clicked, label, [=] { label->setText(QStringLiteral("Pressed")); });
+    window.show();
     return QApplication::exec();
 }

@@ -115,6 +115,7 @@ WindowFrames::~WindowFrames() {
 
 std::vector<const WindowFrame*> WindowFrames::frames() const {
     std::vector<const WindowFrame*> frames;
+    frames.reserve(m_frames.size());
     for (const auto& frame : m_frames) {
         frames.push_back(frame.get());
     }

@@ -63,15 +63,22 @@ std::function<void(Stage&)> choose(const QString& entry) {
     return [=](Stage& stage) { stage.choose(entry); };
 }
 
-std::function<QString(Stage&)> windowIsOpen(const QString& title) {
-    return [=](Stage& stage) {
-        return stage.screen().windows().find(title) ? QString()
-                                                    : QStringLiteral("there should be a window \"%1\"").arg(title);
-    };
+QString wordsMissing(Stage& stage, const QString& words) {
+    return stage.reader().reads(words) ? QString() : QStringLiteral("a window should say \"%1\"").arg(words);
+}
+
+QString buttonMissing(Stage& stage, const QString& name) {
+    return stage.hasButton(name) ? QString() : QStringLiteral("a window should offer the button \"%1\"").arg(name);
+}
+
+QString windowMissing(Stage& stage, const QString& title) {
+    return stage.screen().windows().find(title) ? QString()
+                                                : QStringLiteral("there should be a window \"%1\"").arg(title);
 }
 
 std::vector<Step> startingUp() {
     const auto start = QStringLiteral("Start");
+    const auto startButton = QStringLiteral("Start Uptime Kuma");
     return {
         {.what = QStringLiteral("The program starts; its icon is gray: Uptime Kuma is stopped"),
          .act = [](Stage& stage) { stage.startProgram(); },
@@ -83,22 +90,34 @@ std::vector<Step> startingUp() {
          .picture = QStringLiteral("menu")},
         {.what = QStringLiteral("\"Open window\" opens the main window"),
          .act = choose(QStringLiteral("Open window")),
-         .missing = windowIsOpen(QStringLiteral("Orvanel")),
+         .missing =
+             [=](Stage& stage) {
+                 return firstOf(windowMissing(stage, QStringLiteral("Orvanel")), buttonMissing(stage, startButton));
+             },
          .picture = QStringLiteral("window")},
-        {.what = QStringLiteral("\"Start\" downloads the image, with its log"),
-         .act = choose(start),
-         .missing = itemSays(QStringLiteral("Downloading the Uptime Kuma image"), QStringLiteral("gray")),
-         .picture = QStringLiteral("download"),
-         .rest = 3s},
-        {.what = QStringLiteral("Uptime Kuma is starting"),
+        {.what = QStringLiteral("\"Start Uptime Kuma\" downloads the image, and its log grows"),
+         .act = [=](Stage& stage) { stage.pressButton(startButton); },
          .missing =
              [](Stage& stage) {
-                 return stage.toolTip() == u"Uptime Kuma is starting…" ? QString()
-                                                                       : QStringLiteral("the icon should say so");
+                 return firstOf(
+                     itemDiffers(stage, QStringLiteral("Downloading the Uptime Kuma image"), QStringLiteral("gray")),
+                     wordsMissing(stage, QStringLiteral("Pull complete")));
+             },
+         .picture = QStringLiteral("download")},
+        {.what = QStringLiteral("The container runs, and its page is awaited"),
+         .missing =
+             [](Stage& stage) {
+                 return firstOf(
+                     itemDiffers(stage, QStringLiteral("Uptime Kuma is starting…"), QStringLiteral("gray")),
+                     wordsMissing(stage, QStringLiteral("The dashboard button unlocks when the page answers.")));
              },
          .picture = QStringLiteral("starting")},
-        {.what = QStringLiteral("It runs: all monitors are up, and the icon is green"),
-         .missing = itemSays(QStringLiteral("All 5 monitors up"), QStringLiteral("green")),
+        {.what = QStringLiteral("The page answers: all monitors are up, and the icon is green"),
+         .missing =
+             [](Stage& stage) {
+                 return firstOf(itemDiffers(stage, QStringLiteral("All 5 monitors up"), QStringLiteral("green")),
+                                wordsMissing(stage, QStringLiteral("Photo library")));
+             },
          .picture = QStringLiteral("all-up")},
     };
 }
@@ -110,7 +129,8 @@ std::vector<Step> monitorsChange() {
          .missing =
              [](Stage& stage) {
                  return firstOf(itemDiffers(stage, QStringLiteral("1 down, 4 up"), QStringLiteral("red")),
-                                notificationMissing(stage, QStringLiteral("Online shop is down")));
+                                firstOf(notificationMissing(stage, QStringLiteral("Online shop is down")),
+                                        wordsMissing(stage, QStringLiteral("Down"))));
              },
          .picture = QStringLiteral("one-down"),
          .limit = untilNextReading},

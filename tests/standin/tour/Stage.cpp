@@ -6,6 +6,8 @@
 namespace orvanel::standin {
 namespace {
 
+const QString buttonRole = QStringLiteral("push button");
+
 /// By hue, as a person would call it; shades differ between light and dark.
 QString nameOf(const QColor& color) {
     if (color.alpha() < 128) {
@@ -28,7 +30,9 @@ Stage::Stage(const Places& places)
     , m_statusArea(QDBusConnection::sessionBus())
     , m_notifications(QDBusConnection::sessionBus())
     , m_screen(places.dark ? DesktopLook::darkened() : DesktopLook::light(), m_statusArea, m_notifications)
-    , m_ready(m_statusArea.open() && m_notifications.open()) {
+    , m_reader(QDBusConnection::sessionBus())
+    , m_ready(m_statusArea.open() && m_notifications.open() &&
+              m_reader.open(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"))) {
     m_program.setProcessChannelMode(QProcess::MergedChannels);
     m_program.setStandardOutputFile(places.log);
     m_program.setStandardInputFile(QProcess::nullDevice());
@@ -94,6 +98,17 @@ void Stage::choose(const QString& text) {
         m_statusArea.item()->menu().press(entry->id);
         m_screen.pointAt(0);
     }
+}
+
+void Stage::pressButton(const QString& name) {
+    if (const auto button = m_reader.find(buttonRole, name)) {
+        m_reader.press(*button);
+    }
+}
+
+bool Stage::hasButton(const QString& name) const {
+    const auto button = m_reader.find(buttonRole, name);
+    return button && button->enabled;
 }
 
 void Stage::setMonitors(const QString& state) {

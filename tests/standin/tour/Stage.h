@@ -2,6 +2,7 @@
 
 #include "standin/desktop/DesktopScreen.h"
 #include "standin/desktop/NotificationServer.h"
+#include "standin/desktop/ScreenReader.h"
 #include "standin/desktop/StatusArea.h"
 
 #include <QProcess>
@@ -32,6 +33,7 @@ public:
     StatusArea& statusArea() { return m_statusArea; }
     NotificationServer& notifications() { return m_notifications; }
     DesktopScreen& screen() { return m_screen; }
+    ScreenReader& reader() { return m_reader; }
 
     // --- The program.
 
@@ -51,6 +53,12 @@ public:
     /// Chooses the entry of the open or closed menu, if it can be chosen.
     void choose(const QString& text);
 
+    // --- What its windows say, and their buttons.
+
+    /// Presses the button of that name in a window, if it is there and can be pressed.
+    void pressButton(const QString& name);
+    bool hasButton(const QString& name) const;
+
     // --- The world that Uptime Kuma watches: "all-up" or "one-down" (names of files of the site).
 
     void setMonitors(const QString& state);
@@ -60,6 +68,7 @@ private:
     StatusArea m_statusArea;
     NotificationServer m_notifications;
     DesktopScreen m_screen;
+    ScreenReader m_reader;
     const bool m_ready;
     QProcess m_program;
     bool m_started = false;

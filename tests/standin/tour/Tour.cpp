@@ -8,6 +8,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto tickInterval = 50ms;
+/// Reading all windows is work for the program too.
+constexpr auto readingInterval = 400ms;
 /// Between the two pictures that must be the same before the second one counts.
 constexpr auto stillFor = 250ms;
 /// A spinner never stands still, nor does a growing log.
@@ -47,17 +49,10 @@ void Tour::tick() {
         if (step().act) {
             step().act(m_stage);
         }
+        m_stage.reader().forget();
         break;
     case Phase::Waiting:
         wait();
-        break;
-    case Phase::Resting:
-        if (passedOn(m_sincePhase) >= step().rest) {
-            m_sincePhase.start();
-            m_sincePicture.start();
-            m_phase = Phase::Settling;
-            m_picture = {};
-        }
         break;
     case Phase::Settling:
         settle();
@@ -66,10 +61,16 @@ void Tour::tick() {
 }
 
 void Tour::wait() {
+    if (!m_sinceReading.isValid() || passedOn(m_sinceReading) > readingInterval) {
+        m_sinceReading.start();
+        m_stage.reader().refresh();
+    }
     const QString missing = step().missing(m_stage);
     if (missing.isEmpty()) {
         m_sincePhase.start();
-        m_phase = Phase::Resting;
+        m_sincePicture.start();
+        m_picture = {};
+        m_phase = Phase::Settling;
     } else if (passedOn(m_sincePhase) > step().limit) {
         fail(missing);
     }

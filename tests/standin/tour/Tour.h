@@ -21,8 +21,6 @@ struct Step {
     /// Part of the picture's file name; empty for no picture.
     QString picture;
     std::chrono::seconds limit{30};
-    /// Time between success and picture, for something to look at that grows, such as a log.
-    std::chrono::milliseconds rest{0};
     /// Where the program is to be gone; everywhere else its end is a failure.
     bool programEnds = false;
 };
@@ -40,7 +38,7 @@ Q_SIGNALS:
     void finished(bool wentWell);
 
 private:
-    enum class Phase { Acting, Waiting, Resting, Settling };
+    enum class Phase { Acting, Waiting, Settling };
 
     void tick();
     void wait();
@@ -56,6 +54,7 @@ private:
     QTimer m_timer;
     QElapsedTimer m_sincePhase;
     QElapsedTimer m_sincePicture;
+    QElapsedTimer m_sinceReading;
     std::size_t m_index = 0;
     Phase m_phase = Phase::Acting;
     QImage m_picture;

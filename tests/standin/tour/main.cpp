@@ -4,6 +4,8 @@
 
 #include "Tour.h"
 
+#include "platform/QuitSignals.h"
+
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
@@ -50,6 +52,9 @@ int main(int argc, char** argv) {
     }
     Tour tour(stage, demoSteps(), pictures);
     QObject::connect(&tour, &Tour::finished, &application, [](bool wentWell) { QApplication::exit(wentWell ? 0 : 1); });
+    // Interrupted, it still ends the program that it started.
+    const orvanel::QuitSignals signals_;
+    QObject::connect(&signals_, &orvanel::QuitSignals::quitRequested, &application, [] { QApplication::exit(1); });
     tour.start();
     return QApplication::exec();
 }

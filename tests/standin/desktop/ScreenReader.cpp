@@ -1,0 +1,248 @@
+#include "standin/desktop/ScreenReader.h"
+
+#include "standin/desktop/DBusCall.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusArgument>
+#include <QDBusContext>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusPendingCall>
+#include <QDBusVariant>
+
+#include <algorithm>
+#include <deque>
+
+namespace orvanel::standin {
+
+/// "(so)": an object of a program on the bus.
+struct Reference {
+    QString service;
+    QDBusObjectPath path;
+};
+
+/// For const references that QtDBus passes around.
+QDBusArgument& operator<<(QDBusArgument& argument, const Reference& reference) {
+    argument.beginStructure();
+    argument << reference.service << reference.path;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, Reference& reference) {
+    argument.beginStructure();
+    argument >> reference.service >> reference.path;
+    argument.endStructure();
+    return argument;
+}
+
+} // namespace orvanel::standin
+
+Q_DECLARE_METATYPE(orvanel::standin::Reference)
+
+namespace orvanel::standin {
+namespace {
+
+const QString rootPath = QStringLiteral("/org/a11y/atspi/accessible/root");
+const QString busName = QStringLiteral("org.a11y.Bus");
+const QString registryName = QStringLiteral("org.a11y.atspi.Registry");
+const QString accessible = QStringLiteral("org.a11y.atspi.Accessible");
+
+// Numbers of AtspiStateType.
+constexpr unsigned enabledState = 8;
+constexpr unsigned showingState = 25;
+
+// NOLINTBEGIN(readability-identifier-naming): the names of the bus
+
+/// Tells programs where the accessibility bus is: here.
+class BusFace final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.a11y.Bus")
+
+public:
+    BusFace(QObject* object, QString address)
+        : QDBusAbstractAdaptor(object)
+        , m_address(std::move(address)) {}
+
+public Q_SLOTS:
+    QString GetAddress() const { return m_address; }
+
+private:
+    const QString m_address;
+};
+
+/// Tells programs that somebody listens.
+class StatusFace final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.a11y.Status")
+    Q_PROPERTY(bool IsEnabled READ isOn)
+    Q_PROPERTY(bool ScreenReaderEnabled READ isOn)
+
+public:
+    explicit StatusFace(QObject* object)
+        : QDBusAbstractAdaptor(object) {}
+
+    bool isOn() const { return true; }
+};
+
+/// Where programs register.
+class Registry final : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.a11y.atspi.Socket")
+
+public:
+    explicit Registry(ScreenReader* reader)
+        : QObject(reader)
+        , m_reader(reader) {}
+
+public Q_SLOTS:
+    orvanel::standin::Reference Embed(const orvanel::standin::Reference& /*program*/) {
+        m_reader->takeProgram(message().service());
+        return {registryName, QDBusObjectPath(rootPath)};
+    }
+
+private:
+    ScreenReader* const m_reader;
+};
+
+// NOLINTEND(readability-identifier-naming)
+
+bool hasState(const QList<uint>& states, unsigned number) {
+    const auto word = static_cast<qsizetype>(number / 32);
+    return word < states.size() && ((states[word] >> (number % 32)) & 1U) != 0;
+}
+
+} // namespace
+
+/// One reading of the whole tree: `found` keeps the order of the tree while answers come in any order.
+struct ScreenReader::Walk {
+    struct Node {
+        ScreenElement element;
+        std::vector<std::size_t> children;
+    };
+
+    std::deque<Node> found;
+    int pending = 0;
+
+    void collect(std::size_t slot, QList<ScreenElement>& into) const {
+        into += found[slot].element;
+        for (const std::size_t child : found[slot].children) {
+            collect(child, into);
+        }
+    }
+};
+
+ScreenReader::ScreenReader(QDBusConnection bus, QObject* parent)
+    : QObject(parent)
+    , m_bus(std::move(bus))
+    , m_accessibilityBus(new QObject(this))
+    , m_registry(new Registry(this)) {
+    qDBusRegisterMetaType<Reference>();
+    qDBusRegisterMetaType<QList<Reference>>();
+}
+
+ScreenReader::~ScreenReader() {
+    m_bus.unregisterService(busName);
+    m_bus.unregisterService(registryName);
+    m_bus.unregisterObject(QStringLiteral("/org/a11y/bus"));
+    m_bus.unregisterObject(rootPath);
+}
+
+bool ScreenReader::open(const QString& busAddress) {
+    new BusFace(m_accessibilityBus, busAddress);
+    new StatusFace(m_accessibilityBus);
+    return m_bus.registerObject(QStringLiteral("/org/a11y/bus"), m_accessibilityBus) &&
+           m_bus.registerObject(rootPath, m_registry, QDBusConnection::ExportAllSlots) &&
+           m_bus.registerService(registryName) && m_bus.registerService(busName);
+}
+
+void ScreenReader::takeProgram(const QString& service) {
+    m_program = service;
+    forget();
+}
+
+void ScreenReader::refresh() {
+    if (m_walk || m_program.isEmpty()) {
+        return;
+    }
+    m_walk = std::make_shared<Walk>();
+    m_walk->found.emplace_back();
+    visit(m_walk, rootPath, 0);
+}
+
+void ScreenReader::forget() {
+    m_walk.reset();
+    m_elements.clear();
+}
+
+std::optional<ScreenElement> ScreenReader::find(const QString& role, const QString& name) const {
+    const auto found = std::find_if(m_elements.begin(), m_elements.end(), [&](const ScreenElement& element) {
+        return element.showing && element.role == role && element.name == name;
+    });
+    return found == m_elements.end() ? std::nullopt : std::optional(*found);
+}
+
+bool ScreenReader::reads(const QString& words) const {
+    return std::any_of(m_elements.begin(), m_elements.end(), [&](const ScreenElement& element) {
+        return element.showing && (element.name.contains(words) || element.text.contains(words));
+    });
+}
+
+void ScreenReader::press(const ScreenElement& element) {
+    auto call = QDBusMessage::createMethodCall(m_program, element.path, QStringLiteral("org.a11y.atspi.Action"),
+                                               QStringLiteral("DoAction"));
+    call.setArguments({0});
+    m_bus.asyncCall(call);
+}
+
+void ScreenReader::visit(const std::shared_ptr<Walk>& walk, const QString& path, std::size_t slot) {
+    auto& element = walk->found[slot].element;
+    element.path = path;
+    ask(walk, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
+        {accessible, QStringLiteral("Name")}, [&element](const QVariantList& answer) {
+            element.name = answer.value(0).value<QDBusVariant>().variant().toString();
+        });
+    ask(walk, path, accessible, QStringLiteral("GetRoleName"), {},
+        [&element](const QVariantList& answer) { element.role = answer.value(0).toString(); });
+    ask(walk, path, accessible, QStringLiteral("GetState"), {}, [&element](const QVariantList& answer) {
+        const auto states = qdbus_cast<QList<uint>>(answer.value(0));
+        element.enabled = hasState(states, enabledState);
+        element.showing = hasState(states, showingState);
+    });
+    ask(walk, path, QStringLiteral("org.a11y.atspi.Text"), QStringLiteral("GetText"), {0, -1},
+        [&element](const QVariantList& answer) { element.text = answer.value(0).toString(); });
+    ask(walk, path, accessible, QStringLiteral("GetChildren"), {}, [this, walk, slot](const QVariantList& answer) {
+        for (const Reference& child : qdbus_cast<QList<Reference>>(answer.value(0))) {
+            const std::size_t childSlot = walk->found.size();
+            walk->found.emplace_back();
+            walk->found[slot].children.push_back(childSlot);
+            visit(walk, child.path.path(), childSlot);
+        }
+    });
+}
+
+void ScreenReader::ask(const std::shared_ptr<Walk>& walk, const QString& path, const QString& interface,
+                       const QString& method, const QVariantList& arguments,
+                       std::function<void(const QVariantList&)> then) {
+    auto call = QDBusMessage::createMethodCall(m_program, path, interface, method);
+    call.setArguments(arguments);
+    walk->pending += 1;
+    callThen(m_bus, call, this, [this, walk, then = std::move(then)](const QVariantList& answer) {
+        then(answer);
+        walk->pending -= 1;
+        if (walk->pending == 0 && walk == m_walk) {
+            finish();
+        }
+    });
+}
+
+void ScreenReader::finish() {
+    m_elements.clear();
+    m_walk->collect(0, m_elements);
+    m_walk.reset();
+    Q_EMIT refreshed();
+}
+
+} // namespace orvanel::standin
+
+#include "ScreenReader.moc"

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QList>
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace orvanel::standin {
+
+/// One thing in a window, as the program tells it to people who cannot see it.
+struct ScreenElement {
+    QString path;
+    QString name;
+    /// Such as "push button", "label", "text".
+    QString role;
+    /// What can be read in it, where it has text of its own (that of a log, say).
+    QString text;
+    bool enabled = false;
+    /// False for what is there but hidden.
+    bool showing = false;
+};
+
+/// Reads the windows of one program and presses its buttons as a screen reader does (AT-SPI 2): it plays the
+/// accessibility bus and its registry on the given bus. The program that registers last is the one it reads.
+class ScreenReader final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit ScreenReader(QDBusConnection bus, QObject* parent = nullptr);
+    ~ScreenReader() override;
+
+    /// Takes the names on the bus, before the program starts. False when there is another accessibility bus.
+    [[nodiscard]] bool open(const QString& busAddress);
+
+    /// Starts to read everything anew, unless that is under way.
+    void refresh();
+    /// Makes elements() empty until everything has been read once more.
+    void forget();
+    /// What the last complete reading found, in reading order as far as the program has one.
+    QList<ScreenElement> elements() const { return m_elements; }
+    /// The first one that shows and has this name and role.
+    std::optional<ScreenElement> find(const QString& role, const QString& name) const;
+    /// Whether a name or a text that shows contains `words`.
+    bool reads(const QString& words) const;
+
+    /// The element's first action, such as pressing a button.
+    void press(const ScreenElement& element);
+
+    /// For the bus.
+    void takeProgram(const QString& service);
+
+Q_SIGNALS:
+    void refreshed();
+
+private:
+    struct Walk;
+
+    void visit(const std::shared_ptr<Walk>& walk, const QString& path, std::size_t slot);
+    void ask(const std::shared_ptr<Walk>& walk, const QString& path, const QString& interface, const QString& method,
+             const QVariantList& arguments, std::function<void(const QVariantList&)> then);
+    void finish();
+
+    QDBusConnection m_bus;
+    QObject* const m_accessibilityBus;
+    QObject* const m_registry;
+    QString m_program;
+    QList<ScreenElement> m_elements;
+    std::shared_ptr<Walk> m_walk;
+};
+
+} // namespace orvanel::standin
