@@ -18,17 +18,17 @@ public:
         : QObject(server)
         , m_server(server) {}
 
-public Q_SLOTS:
     // NOLINTBEGIN(readability-identifier-naming): the names of the bus
-    uint Notify(const QString& program, uint replaces, const QString& icon, const QString& summary, const QString& body,
-                const QStringList& actions, const QVariantMap& hints, int /*expiresAfter*/) {
+    Q_SLOT uint Notify(const QString& program, uint replaces, const QString& icon, const QString& summary,
+                       const QString& body, const QStringList& actions, const QVariantMap& hints,
+                       int /*expiresAfter*/) {
         return m_server->take({0, program, icon, summary, body, actions, hints}, replaces);
     }
 
-    void CloseNotification(uint id) { m_server->dismiss(id, NotificationServer::Reason::ClosedByProgram); }
-    QStringList GetCapabilities() const { return m_server->capabilities(); }
+    Q_SLOT void CloseNotification(uint id) { m_server->dismiss(id, NotificationServer::Reason::ClosedByProgram); }
+    Q_SLOT QStringList GetCapabilities() const { return m_server->capabilities(); }
 
-    QString GetServerInformation(QString& vendor, QString& version, QString& protocol) const {
+    Q_SLOT QString GetServerInformation(QString& vendor, QString& version, QString& protocol) const {
         vendor = QStringLiteral("Orvanel");
         version = QStringLiteral("1");
         protocol = QStringLiteral("1.2");

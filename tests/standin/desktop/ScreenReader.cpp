@@ -64,8 +64,7 @@ public:
         : QDBusAbstractAdaptor(object)
         , m_address(std::move(address)) {}
 
-public Q_SLOTS:
-    QString GetAddress() const { return m_address; }
+    Q_SLOT QString GetAddress() const { return m_address; }
 
 private:
     const QString m_address;
@@ -95,8 +94,7 @@ public:
         : QObject(reader)
         , m_reader(reader) {}
 
-public Q_SLOTS:
-    orvanel::standin::Reference Embed(const orvanel::standin::Reference& /*program*/) {
+    Q_SLOT orvanel::standin::Reference Embed(const orvanel::standin::Reference& /*program*/) {
         m_reader->takeProgram(message().service());
         return {registryName, QDBusObjectPath(rootPath)};
     }

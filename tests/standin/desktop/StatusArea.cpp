@@ -29,10 +29,11 @@ public:
     bool hasHost() const { return true; }
     int protocolVersion() const { return 0; }
 
-public Q_SLOTS:
     // NOLINTBEGIN(readability-identifier-naming): the names of the bus
-    void RegisterStatusNotifierItem(const QString& service) { m_area->registerItem(service, message().service()); }
-    void RegisterStatusNotifierHost(const QString&) { Q_EMIT StatusNotifierHostRegistered(); }
+    Q_SLOT void RegisterStatusNotifierItem(const QString& service) {
+        m_area->registerItem(service, message().service());
+    }
+    Q_SLOT void RegisterStatusNotifierHost(const QString&) { Q_EMIT StatusNotifierHostRegistered(); }
 
 Q_SIGNALS:
     void StatusNotifierItemRegistered(const QString& service);

@@ -55,9 +55,10 @@ public:
 
     QStringList heard;
 
-public Q_SLOTS:
-    void closed(uint id, uint reason) { heard += QStringLiteral("closed %1 %2").arg(id).arg(reason); }
-    void invoked(uint id, const QString& action) { heard += QStringLiteral("invoked %1 %2").arg(id).arg(action); }
+    Q_SLOT void closed(uint id, uint reason) { heard += QStringLiteral("closed %1 %2").arg(id).arg(reason); }
+    Q_SLOT void invoked(uint id, const QString& action) {
+        heard += QStringLiteral("invoked %1 %2").arg(id).arg(action);
+    }
 };
 
 } // namespace

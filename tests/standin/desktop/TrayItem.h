@@ -32,10 +32,8 @@ Q_SIGNALS:
     /// Something of the above, or the menu, is different now.
     void changed();
 
-private Q_SLOTS:
-    void read();
-
 private:
+    Q_SLOT void read();
     void take(const QVariantMap& properties);
 
     QDBusConnection m_bus;

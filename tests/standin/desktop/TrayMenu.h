@@ -48,10 +48,8 @@ public:
 Q_SIGNALS:
     void changed();
 
-private Q_SLOTS:
-    void readLayout();
-
 private:
+    Q_SLOT void readLayout();
     void sendEvent(int id, const QString& what);
     QDBusMessage call(const QString& method, const QVariantList& arguments) const;
 
