@@ -173,6 +173,14 @@ void ControllerFixture::endController() {
     m_controller.reset();
 }
 
+QStringList names(std::initializer_list<const char*> list) {
+    QStringList result;
+    for (const char* name : list) {
+        result.append(QString::fromLatin1(name));
+    }
+    return result;
+}
+
 MonitorRow monitor(std::int64_t id, std::optional<std::int64_t> status, const QString& name) {
     return {.id = id, .name = name, .group = {}, .status = status, .ping = {}, .uptime24 = {}};
 }

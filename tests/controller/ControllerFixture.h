@@ -114,6 +114,9 @@ private:
     std::unique_ptr<KumaController> m_controller;
 };
 
+/// The names of commands, or the arguments of one, for comparing.
+QStringList names(std::initializer_list<const char*> list);
+
 /// A row of a status page.
 MonitorRow monitor(std::int64_t id, std::optional<std::int64_t> status, const QString& name = QStringLiteral("Web"));
 StatusPageData statusPage(const QList<MonitorRow>& monitors, const QString& title = QStringLiteral("Home"));

@@ -15,14 +15,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-QStringList names(std::initializer_list<const char*> list) {
-    QStringList result;
-    for (const char* name : list) {
-        result.append(QString::fromLatin1(name));
-    }
-    return result;
-}
-
 int freePortOfTheMachine() {
     QTcpServer server;
     server.listen(QHostAddress::LocalHost);

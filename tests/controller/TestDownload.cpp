@@ -1,0 +1,272 @@
+#include "ControllerFixture.h"
+#include "support/Await.h"
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto starting = QStringLiteral("Starting Uptime Kuma…");
+const auto downloading = QStringLiteral("Downloading the Uptime Kuma image");
+
+} // namespace
+
+/// The download of the image, and the cancels before, during and after it.
+class TestDownload : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void pullingIsTrueOnlyDuringTheDownload() {
+        ControllerFixture world;
+        world.latency = [](const QString&) { return 2s; };
+        KumaController& kuma = world.controller();
+        bool isRight = true;
+        int downloads = 0;
+        QObject::connect(&kuma, &KumaController::changed, &kuma, [&] {
+            isRight = isRight && (!kuma.pulling() || kuma.busy() == downloading);
+            downloads += kuma.pulling() ? 1 : 0;
+        });
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(isRight);
+        QVERIFY(downloads > 0);
+        QVERIFY(!kuma.pulling());
+    }
+
+    void failuresOfTheDownload_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::addColumn<QByteArray>("trouble");
+        QTest::addColumn<QString>("message");
+        const auto noInternet =
+            QStringLiteral("Docker could not reach the internet to download the image. Check your connection.");
+        const auto full = QStringLiteral("Your disk is full. Free some space and try again.");
+        const auto late = QStringLiteral("Docker did not answer in time.");
+        const auto other = QStringLiteral("Docker reported an error.");
+        for (const bool compose : {true, false}) {
+            const char* how = compose ? "compose" : "plain";
+            QTest::addRow("no internet, %s", how) << compose << QByteArray("unreachable") << noInternet;
+            QTest::addRow("disk full, %s", how) << compose << QByteArray("disk full") << full;
+            QTest::addRow("never ends, %s", how) << compose << QByteArray("hangs") << late;
+            QTest::addRow("silent, %s", how) << compose << QByteArray("silent") << other;
+        }
+    }
+
+    void failuresOfTheDownload() {
+        QFETCH(const bool, compose);
+        QFETCH(const QByteArray, trouble);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        const char* pull = compose ? "compose pull" : "pull";
+        if (trouble == "unreachable") {
+            world.docker().registry = standin::Registry::unreachable;
+        } else if (trouble == "disk full") {
+            world.docker().diskFull = true;
+        } else if (trouble == "hangs") {
+            world.hang(pull);
+        } else {
+            world.answer(pull, 1, QString());
+        }
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.error().has_value());
+        QTEST(kuma.error()->message, "message");
+        QCOMPARE(kuma.error()->details.isEmpty(), false);
+        if (trouble == "silent") {
+            QCOMPARE(kuma.error()->details, QStringLiteral("(no output)"));
+        }
+        QVERIFY(!kuma.pulling() && !kuma.suggestedPort());
+        QVERIFY(!world.docker().container);
+        QVERIFY(!world.takeCommands().contains(QStringLiteral("compose up")));
+    }
+
+    void cancelWhileIdleIsHarmless() {
+        ControllerFixture world;
+        world.controller().cancelOperation();
+        world.controller().start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.controller().kuma() == KumaState::running);
+    }
+
+    /// A cancel lets the command of the moment run to its end; what would come after it does not happen.
+    void cancelDuringACommandThatCannotBeCancelled_data() {
+        QTest::addColumn<QByteArray>("during");
+        QTest::addColumn<QStringList>("commands");
+        QTest::addColumn<bool>("saysCancelled");
+        QTest::newRow("info") << QByteArray("info") << names({"info", "inspect"}) << false;
+        QTest::newRow("container probe") << QByteArray("inspect")
+                                         << names({"info", "inspect", "image inspect", "compose version",
+                                                   "compose pull", "inspect"})
+                                         << true;
+        QTest::newRow("image probe") << QByteArray("image inspect")
+                                     << names({"info", "inspect", "image inspect", "compose version", "compose pull",
+                                               "inspect"})
+                                     << true;
+        QTest::newRow("compose probe") << QByteArray("compose version")
+                                       << names({"info", "inspect", "image inspect", "compose version", "compose pull",
+                                                 "inspect"})
+                                       << true;
+    }
+
+    void cancelDuringACommandThatCannotBeCancelled() {
+        QFETCH(const QByteArray, during);
+        ControllerFixture world;
+        world.delay(during.constData(), 5s, 1);
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.advance(1s);
+        QCOMPARE(world.underWay(), QStringList(QString::fromLatin1(during)));
+        kuma.cancelOperation();
+        world.settle();
+        QCOMPARE(world.underWay(), QStringList(QString::fromLatin1(during)));
+        QVERIFY(kuma.busy().has_value());
+        QVERIFY(world.operationEnds());
+        QTEST(world.takeCommands(), "commands");
+        QCOMPARE(kuma.error().has_value(), QTest::currentDataTag() != QByteArray("info"));
+        if (kuma.error()) {
+            QCOMPARE(*kuma.error(), (OpError{QStringLiteral("Cancelled."), QString()}));
+        }
+        // Nothing was downloaded: the command was not even started.
+        QVERIFY(world.docker().images.empty());
+        QVERIFY(!world.docker().container);
+        QVERIFY(kuma.pullLog().isEmpty());
+    }
+
+    void cancelDuringTheImageProbeOfAPresentImageBringsNothingUp() {
+        ControllerFixture world;
+        standin::addImage(world.docker());
+        world.delay("image inspect", 5s, 1);
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.advance(1s);
+        kuma.cancelOperation();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"info", "inspect", "image inspect", "inspect"}));
+        QVERIFY(!kuma.error());
+        QVERIFY(!world.docker().container);
+    }
+
+    void cancelEndsTheDownload_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::newRow("compose") << true;
+        QTest::newRow("plain") << false;
+    }
+
+    void cancelEndsTheDownload() {
+        QFETCH(const bool, compose);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        world.docker().pace = 1;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.advance(6s);
+        QVERIFY(kuma.pulling());
+        QCOMPARE(kuma.busy(), downloading);
+        QVERIFY(!kuma.pullLog().isEmpty());
+        kuma.cancelOperation();
+        world.settle();
+        QVERIFY(!kuma.pulling());
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error()->message, QStringLiteral("Cancelled."));
+        QVERIFY(!kuma.error()->details.isEmpty());
+        QVERIFY(kuma.error()->details.startsWith(kuma.pullLog()) || compose);
+        QVERIFY(world.docker().images.empty());
+        QVERIFY(!world.docker().container);
+        // The next start downloads from the beginning.
+        kuma.start();
+        QVERIFY(!kuma.error());
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.kuma() == KumaState::running);
+    }
+
+    void cancelAfterTheDownloadBringsNothingUp() {
+        ControllerFixture world;
+        // Told to stop, it finishes all the same, as old clients do.
+        world.docker().overrides.push_back(
+            {.command = "compose pull", .exitCode = 0, .out = "Pulled", .delay = 5000, .ignoresTerm = true});
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.advance(1s);
+        QVERIFY(kuma.pulling());
+        kuma.cancelOperation();
+        world.settle();
+        QVERIFY(kuma.pulling());
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Cancelled."), QStringLiteral("Pulled")}));
+        QVERIFY(!world.takeCommands().contains(QStringLiteral("compose up")));
+    }
+
+    void cancelWhileBringingUpComesTooLate() {
+        ControllerFixture world;
+        standin::addImage(world.docker());
+        world.delay("compose up", 5s, 1);
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.advance(1s);
+        kuma.cancelOperation();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QCOMPARE(world.docker().container->state, std::string("running"));
+    }
+
+    void cancelledOperationDoesNotCancelTheNext() {
+        ControllerFixture world;
+        world.delay("info", 5s, 1);
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.settle();
+        kuma.cancelOperation();
+        QVERIFY(world.operationEnds());
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QVERIFY(kuma.kuma() == KumaState::running);
+    }
+
+    void logOfTheDownloadIsLiveAndCapped() {
+        ControllerFixture world;
+        world.docker().pace = 1;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.advance(4s);
+        const QString early = kuma.pullLog();
+        QVERIFY(early.contains(QStringLiteral("Pulling")));
+        world.advance(2s);
+        QVERIFY(kuma.pullLog().startsWith(early) && kuma.pullLog().size() > early.size());
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.pullLog().contains(QStringLiteral("Pulled")));
+
+        // The next download begins with an empty one.
+        world.docker().images.clear();
+        world.docker().container.reset();
+        QString flood;
+        for (int i = 0; i < 5000; ++i) {
+            flood += QStringLiteral("line %1\n").arg(i);
+        }
+        world.answer("compose pull", 0, flood);
+        world.docker().pullable.clear();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.pullLog().size(), qsizetype(20000));
+        QVERIFY(flood.endsWith(kuma.pullLog()));
+    }
+
+    void shutdownEndsADownload() {
+        ControllerFixture world;
+        world.docker().pace = 1;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.advance(5s);
+        QVERIFY(kuma.pulling());
+        kuma.shutdownPolling();
+        world.settle();
+        QVERIFY(!kuma.pulling());
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error()->message, QStringLiteral("Cancelled."));
+        QVERIFY(!world.docker().container);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDownload)
+#include "TestDownload.moc"

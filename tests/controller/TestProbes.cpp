@@ -1,0 +1,355 @@
+#include "ControllerFixture.h"
+#include "support/Await.h"
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto restartLoop = QStringLiteral("Uptime Kuma keeps restarting. Open the logs to see why.");
+
+/// An error that polling has nothing to do with.
+OpError raiseOtherError(ControllerFixture& world) {
+    world.loginItem.failure = QStringLiteral("No room.");
+    world.controller().setLaunchAtLogin(true);
+    return world.controller().error().value();
+}
+
+} // namespace
+
+/// What the answers of the docker tool and of the page mean, and when they come too late.
+class TestProbes : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void runtimeCountsAsNotRunningUntilItAnswers() {
+        ControllerFixture world;
+        world.delay("inspect", 5s);
+        KumaController& kuma = world.controller();
+        QVERIFY(kuma.dockerState() == DockerState::unknown);
+        kuma.begin();
+        world.settle();
+        QVERIFY(kuma.dockerState() == DockerState::notRunning);
+        world.advance(5s);
+        QVERIFY(kuma.dockerState() == DockerState::ready);
+        // Known once, it is left alone during the next probe.
+        world.advance(4s);
+        QCOMPARE(world.underWay(), names({"inspect"}));
+        QVERIFY(kuma.dockerState() == DockerState::ready);
+    }
+
+    void whatAProbeMeans_data() {
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<bool>("pageAnswers");
+        QTest::addColumn<int>("dockerState");
+        QTest::addColumn<int>("kuma");
+        QTest::addColumn<bool>("asksThePage");
+        const int ready = int(DockerState::ready);
+        const int notRunning = int(DockerState::notRunning);
+        const int stopped = int(KumaState::stopped);
+        const int running = int(KumaState::running);
+        const int starting = int(KumaState::starting);
+        const int error = int(KumaState::error);
+        QTest::newRow("no such object") << 1 << "\nError: No such object: orvanel\n"
+                                        << true << ready << stopped << false;
+        QTest::newRow("any case") << 1 << "NO SUCH OBJECT" << true << ready << stopped << false;
+        QTest::newRow("no such container") << 1 << "no such container: orvanel" << true << ready << stopped << false;
+        QTest::newRow("not found") << 125 << "it was Not Found" << true << ready << stopped << false;
+        QTest::newRow("no daemon") << 1 << "Cannot connect to the Docker daemon" << true << notRunning << stopped
+                                   << false;
+        QTest::newRow("permission denied")
+            << 1 << "permission denied while trying" << true << notRunning << stopped << false;
+        QTest::newRow("failed silently") << 1 << "" << true << notRunning << stopped << false;
+        QTest::newRow("failed, saying running") << 1 << "running" << true << notRunning << stopped << false;
+        QTest::newRow("running, page answers") << 0 << "running\n" << true << ready << running << true;
+        QTest::newRow("running, page silent") << 0 << "running\n" << false << ready << starting << true;
+        QTest::newRow("white space around") << 0 << " \r\n\t running \r\n\r\n" << true << ready << running << true;
+        QTest::newRow("a capital letter") << 0 << "Running\n" << true << ready << stopped << false;
+        QTest::newRow("more than the word") << 0 << "running now\n" << true << ready << stopped << false;
+        QTest::newRow("restarting") << 0 << "restarting\n" << true << ready << error << false;
+        QTest::newRow("Restarting") << 0 << "Restarting\n" << true << ready << stopped << false;
+        for (const char* word : {"created", "paused", "removing", "exited", "dead", "something new"}) {
+            QTest::newRow(word) << 0 << QString::fromLatin1(word) + u'\n' << true << ready << stopped << false;
+        }
+        QTest::newRow("empty") << 0 << "" << true << ready << stopped << false;
+        QTest::newRow("only blanks") << 0 << " \n\n" << true << ready << stopped << false;
+        QTest::newRow("a warning before") << 0 << "WARNING: bad config: not found\nrunning\n"
+                                          << true << ready << running << true;
+        QTest::newRow("warnings with blank lines") << 0 << "WARNING: one\n\nWARNING: two\n\n\nrunning\n\n"
+                                                   << true << ready << running << true;
+        QTest::newRow("only a warning") << 0 << "WARNING: running\n" << true << ready << stopped << false;
+        QTest::newRow("a warning before a loop") << 0 << "WARNING: x\nrestarting\n" << true << ready << error << false;
+        QTest::newRow("the word on an earlier line") << 0 << "running\nexited\n" << true << ready << stopped << false;
+    }
+
+    void whatAProbeMeans() {
+        QFETCH(const int, exitCode);
+        QFETCH(const QString, output);
+        QFETCH(const bool, pageAnswers);
+        QFETCH(const int, kuma);
+        QFETCH(const bool, asksThePage);
+        // Whatever was known before, and whatever error stands there.
+        for (const char* before : {"", "exited", "running"}) {
+            ControllerFixture world;
+            KumaController& controller = world.controller();
+            controller.setPort(4567);
+            if (*before != '\0') {
+                standin::addContainer(world.docker(), before);
+            }
+            controller.begin();
+            world.settle();
+            const OpError other = raiseOtherError(world);
+            world.page.questions.clear();
+            world.page.answers = pageAnswers;
+            world.answer("inspect", exitCode, output);
+            world.advance(3s);
+            QTEST(int(controller.dockerState()), "dockerState");
+            QTEST(int(controller.kuma()), "kuma");
+            QCOMPARE(world.page.questions.size(), asksThePage ? 1 : 0);
+            QVERIFY(!asksThePage || world.page.questions.first().port == 4567);
+            if (kuma == int(KumaState::error)) {
+                QCOMPARE(controller.error(), (OpError{restartLoop, QStringLiteral("restarting")}));
+            } else {
+                QCOMPARE(controller.error(), other);
+            }
+        }
+    }
+
+    void probeThatComesTooLateChangesNothing_data() {
+        QTest::addColumn<bool>("runs");
+        QTest::newRow("running before") << true;
+        QTest::newRow("nothing known before") << false;
+    }
+
+    void probeThatComesTooLateChangesNothing() {
+        QFETCH(const bool, runs);
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        if (runs) {
+            QVERIFY(world.isPolledAsRunning());
+        }
+        world.docker().daemon = standin::Daemon::hangs;
+        kuma.begin();
+        world.advance(3s);
+        QCOMPARE(world.underWay(), names({"inspect"}));
+        const auto begun = world.commands().last().started;
+        world.advance(std::chrono::duration_cast<std::chrono::milliseconds>(begun + 9999ms - world.clock.now()));
+        QCOMPARE(world.underWay(), names({"inspect"}));
+        world.advance(1ms);
+        QVERIFY(world.commands().last().result && world.commands().last().result->timedOut);
+        QVERIFY(kuma.dockerState() == (runs ? DockerState::ready : DockerState::notRunning));
+        QVERIFY(kuma.kuma() == (runs ? KumaState::running : KumaState::stopped));
+        // It goes on asking, and believes the first answer.
+        world.docker().daemon = standin::Daemon::down;
+        world.advance(20s);
+        QVERIFY(kuma.dockerState() == DockerState::notRunning);
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+        world.docker().daemon = standin::Daemon::up;
+        world.advance(3s);
+        QVERIFY(kuma.dockerState() == DockerState::ready);
+    }
+
+    void outputEndingInSuccessButTooLateIsDropped() {
+        ControllerFixture world;
+        // Answers the SIGTERM of the time limit by saying its word and ending well.
+        world.docker().overrides.push_back(
+            {.command = "inspect", .exitCode = 0, .out = "running", .delay = 11000, .ignoresTerm = true});
+        KumaController& kuma = world.controller();
+        kuma.begin();
+        world.advance(12s);
+        QVERIFY(world.commands().first().result->timedOut);
+        QCOMPARE(world.commands().first().result->status, 0);
+        QVERIFY(kuma.dockerState() == DockerState::notRunning);
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+    }
+
+    void restartLoopIsToldAndForgottenWhenThePageAnswers() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        KumaController& kuma = world.controller();
+        world.docker().container->state = "restarting";
+        world.advance(3s);
+        QVERIFY(kuma.kuma() == KumaState::error);
+        QCOMPARE(kuma.error(), (OpError{restartLoop, QStringLiteral("restarting")}));
+        QCOMPARE(kuma.statusLine(), QStringLiteral("Uptime Kuma has a problem"));
+        // Running again, but silent: nobody knows yet.
+        world.page.answers = false;
+        world.docker().container->state = "running";
+        world.advance(3s);
+        QVERIFY(kuma.kuma() == KumaState::starting);
+        QVERIFY(kuma.error().has_value());
+        world.docker().container->state = "exited";
+        world.advance(3s);
+        QVERIFY(kuma.error().has_value());
+        world.docker().container->state = "running";
+        world.page.answers = true;
+        world.advance(3s);
+        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(!kuma.error());
+    }
+
+    void restartLoopTakesThePlaceOfAnyOtherError() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        raiseOtherError(world);
+        world.docker().container->state = "restarting";
+        world.advance(3s);
+        QCOMPARE(world.controller().error()->message, restartLoop);
+    }
+
+    void operationDropsAProbeUnderWay() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.begin();
+        world.settle();
+        world.answer("inspect", 1, QStringLiteral("Cannot connect to the Docker daemon"), 1, 5s);
+        world.advance(3s);
+        QCOMPARE(world.underWay(), names({"inspect"}));
+        world.delay("info", 12s);
+        kuma.start();
+        world.advance(6s);
+        QVERIFY(kuma.busy().has_value());
+        QVERIFY(kuma.dockerState() == DockerState::ready); // the probe's bad news came too late
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.kuma() == KumaState::running);
+    }
+
+    void operationThatBeganAndEndedMeanwhileDropsAProbeToo() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        kuma.begin();
+        world.settle();
+        QVERIFY(kuma.kuma() == KumaState::running);
+        // Asked before the stop, and told long after it.
+        world.answer("inspect", 0, QStringLiteral("running"), 1, 8s);
+        world.advance(3s);
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+    }
+
+    void operationDropsAnAnswerOfThePage() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        standin::addContainer(world.docker(), "running");
+        world.page.holdsQuestions = true;
+        kuma.begin();
+        world.settle();
+        QCOMPARE(world.page.questions.size(), 1);
+        world.delay("inspect", 5s);
+        kuma.stop();
+        world.settle();
+        world.takeCommands();
+        world.page.letGo();
+        world.settle();
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QCOMPARE(world.takeCommands(), QStringList()); // and the look ends there
+        QVERIFY(!kuma.composeAvailable());
+    }
+
+    void operationThatBeganAndEndedMeanwhileDropsAnAnswerOfThePageToo() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.page.holdsQuestions = true;
+        kuma.begin();
+        world.settle();
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+        world.page.letGo();
+        world.settle();
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+    }
+
+    void composeIsProbedOnceAndOnlyWhenARuntimeAnswers() {
+        ControllerFixture world;
+        world.docker().daemon = standin::Daemon::down;
+        KumaController& kuma = world.controller();
+        kuma.begin();
+        world.advance(9s);
+        QVERIFY(!kuma.composeAvailable());
+        QVERIFY(!world.takeCommands().contains(QStringLiteral("compose version")));
+        world.docker().daemon = standin::Daemon::up;
+        world.advance(30s);
+        QCOMPARE(kuma.composeAvailable(), std::optional(true));
+        QCOMPARE(world.takeCommands().count(QStringLiteral("compose version")), 1);
+    }
+
+    void failedProbeOfComposeIsRemembered_data() {
+        QTest::addColumn<bool>("hangs");
+        QTest::newRow("missing") << false;
+        QTest::newRow("hangs") << true;
+    }
+
+    void failedProbeOfComposeIsRemembered() {
+        QFETCH(const bool, hangs);
+        ControllerFixture world;
+        if (hangs) {
+            world.hang("compose version");
+        } else {
+            world.docker().compose = false;
+        }
+        world.controller().begin();
+        world.advance(60s);
+        QCOMPARE(world.controller().composeAvailable(), std::optional(false));
+        QCOMPARE(world.takeCommands().count(QStringLiteral("compose version")), 1);
+    }
+
+    void lateProbeOfComposeCountsThoughAnOperationBegan() {
+        ControllerFixture world;
+        world.delay("compose version", 5s, 1);
+        KumaController& kuma = world.controller();
+        kuma.begin();
+        world.settle();
+        world.delay("inspect", 9s);
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.advance(5s);
+        QVERIFY(kuma.busy().has_value());
+        QCOMPARE(kuma.composeAvailable(), std::optional(true));
+    }
+
+    void answersOfAToolThatWasReplacedAreDropped() {
+        ControllerFixture world;
+        world.executables = {QStringLiteral("/mine/docker")};
+        KumaController& kuma = world.controller();
+        kuma.begin();
+        world.settle();
+        world.answer("inspect", 1, QStringLiteral("Cannot connect to the Docker daemon"), 1, 5s);
+        world.advance(3s);
+        kuma.setDockerOverride(QStringLiteral("/mine/docker"));
+        world.advance(5s);
+        QVERIFY(kuma.dockerState() == DockerState::ready); // not what the old tool says at last
+        QVERIFY(!kuma.composeAvailable());
+        world.advance(3s);
+        QCOMPARE(kuma.dockerPath(), std::optional(QStringLiteral("/mine/docker")));
+        QCOMPARE(kuma.composeAvailable(), std::optional(true));
+        QCOMPARE(world.commands().last().path, QStringLiteral("/mine/docker"));
+    }
+
+    void probeOfComposeOfAToolThatWasReplacedIsDropped() {
+        ControllerFixture world;
+        world.executables = {QStringLiteral("/mine/docker")};
+        world.answer("compose version", 1, QStringLiteral("unknown command"), 1, 5s);
+        KumaController& kuma = world.controller();
+        kuma.begin();
+        world.settle();
+        QCOMPARE(world.underWay(), names({"compose version"}));
+        kuma.setDockerOverride(QStringLiteral("/mine/docker"));
+        kuma.recheck();
+        world.settle();
+        QCOMPARE(kuma.composeAvailable(), std::optional(true));
+        world.advance(5s);
+        QCOMPARE(kuma.composeAvailable(), std::optional(true));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestProbes)
+#include "TestProbes.moc"

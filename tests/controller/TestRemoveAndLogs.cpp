@@ -1,0 +1,220 @@
+#include "ControllerFixture.h"
+#include "support/Await.h"
+
+#include <QFile>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto starting = QStringLiteral("Starting Uptime Kuma…");
+
+} // namespace
+
+class TestRemoveAndLogs : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void removeEverythingAsksFirst() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.takeCommands();
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        kuma.removeEverything();
+        QCOMPARE(world.dialogs.questions.size(), 1);
+        const Alert& alert = world.dialogs.questions.first().alert;
+        QVERIFY(alert.style == Alert::Style::Critical);
+        QCOMPARE(alert.message, QStringLiteral("Remove everything?"));
+        QCOMPARE(alert.informativeText,
+                 QStringLiteral("This removes the Uptime Kuma container and permanently deletes all your monitors and "
+                                "history in this folder:\n\n") +
+                     kuma.dataDir() + QStringLiteral("\n\nThis cannot be undone."));
+        QCOMPARE(alert.confirmButton, QStringLiteral("Delete Everything"));
+        QCOMPARE(alert.cancelButton, QStringLiteral("Cancel"));
+        world.advance(60s);
+        QVERIFY(!kuma.busy());
+        world.dialogs.answerAll(false);
+        world.settle();
+        QVERIFY(!kuma.busy());
+        QVERIFY(world.takeCommands().isEmpty());
+        QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+    }
+
+    void removeEverything_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::addColumn<QStringList>("commands");
+        QTest::newRow("compose") << true << names({"inspect", "compose down", "inspect"});
+        QTest::newRow("plain") << false << names({"inspect", "rm", "inspect"});
+    }
+
+    void removeEverything() {
+        QFETCH(const bool, compose);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        world.page.status = statusPage({monitor(1, 1)});
+        KumaController& kuma = world.controller();
+        kuma.setSlug(QStringLiteral("home"));
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        kuma.begin();
+        world.settle();
+        QCOMPARE(kuma.monitors().size(), 1);
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/upload/logo.png"), "x");
+        world.takeCommands();
+        const qsizetype before = world.commands().size();
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QCOMPARE(kuma.busy(), QStringLiteral("Removing…"));
+        QVERIFY(world.operationEnds());
+        QTEST(world.takeCommands().mid(0, 3), "commands");
+        QCOMPARE(world.commands().at(before + 1).limit.count(), 90.0);
+        QVERIFY(!kuma.error());
+        QVERIFY(!world.docker().container);
+        QVERIFY(!QFile::exists(kuma.dataDir()));
+        QVERIFY(QFile::exists(kuma.composeURL()));
+        QVERIFY(kuma.monitors().isEmpty());
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+    }
+
+    void removalThatFailsKeepsTheData_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::newRow("compose") << true;
+        QTest::newRow("plain") << false;
+    }
+
+    void removalThatFailsKeepsTheData() {
+        QFETCH(const bool, compose);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        world.answer(compose ? "compose down" : "rm", 1, QStringLiteral("no"));
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no")}));
+        QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+        QVERIFY(world.docker().container.has_value());
+    }
+
+    void removalThatTakesTooLongKeepsTheData() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.hang("compose down");
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        world.advance(89999ms);
+        QVERIFY(kuma.busy().has_value());
+        world.advance(1ms);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error()->message, QStringLiteral("Docker did not answer in time."));
+        QVERIFY(QFile::exists(kuma.dataDir()));
+    }
+
+    void removalWithoutAContainerDeletesTheData() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        for (const bool isDockerThere : {true, false}) {
+            world.installedDocker = isDockerThere ? std::optional(QStringLiteral("/opt/bin/docker")) : std::nullopt;
+            kuma.recheck();
+            QVERIFY(world.everythingEnds());
+            world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "x");
+            world.takeCommands();
+            kuma.removeEverything();
+            world.dialogs.answerAll(true);
+            world.settle();
+            QVERIFY(world.operationEnds());
+            QVERIFY(!kuma.error());
+            QVERIFY(!QFile::exists(kuma.dataDir()));
+            QCOMPARE(world.takeCommands(), isDockerThere ? names({"inspect", "inspect"}) : QStringList());
+        }
+    }
+
+    void removalConfirmedDuringAnotherOperationIsDropped() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.removeEverything();
+        world.delay("info", 5s);
+        kuma.start();
+        world.settle();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QCOMPARE(kuma.busy(), starting);
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.everythingEnds());
+        QVERIFY(QFile::exists(kuma.dataDir()));
+        QVERIFY(world.docker().container.has_value());
+    }
+
+    void logs_data() {
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QString>("text");
+        const auto none = QStringLiteral("No logs. The container may not exist yet.");
+        QTest::newRow("lines") << 0 << "one\ntwo\n"
+                               << "one\ntwo\n";
+        QTest::newRow("as they are") << 0 << "\x1b[36m  <b>\x1b[0m\n\n"
+                                     << "\x1b[36m  <b>\x1b[0m\n\n";
+        QTest::newRow("a quiet server") << 0 << QString() << QString();
+        QTest::newRow("failed without a word") << 1 << QString() << none;
+        QTest::newRow("failed with words") << 1 << "Error response from daemon\n"
+                                           << "Error response from daemon\n";
+    }
+
+    void logs() {
+        QFETCH(const int, exitCode);
+        QFETCH(const QString, output);
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        world.answer("logs", exitCode, output);
+        world.takeCommands();
+        const qsizetype before = world.commands().size();
+        QTEST(await(world.controller().fetchLogs()), "text");
+        QCOMPARE(world.takeCommands(), names({"logs"}));
+        QCOMPARE(world.commands().at(before).arguments, names({"logs", "--tail", "300", "orvanel"}));
+        QCOMPARE(world.commands().at(before).limit.count(), 15.0);
+    }
+
+    void logsWithoutATool() {
+        ControllerFixture world;
+        QCOMPARE(await(world.controller().fetchLogs()), QStringLiteral("Docker was not found."));
+        QVERIFY(world.commands().isEmpty());
+    }
+
+    void logsOfADockerThatHangs() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        world.hang("logs");
+        auto logs = world.controller().fetchLogs();
+        world.advance(14999ms);
+        QVERIFY(!logs.isReady());
+        world.advance(1ms);
+        QCOMPARE(await(std::move(logs)), QStringLiteral("No logs. The container may not exist yet."));
+    }
+
+    void logsDuringAnOperation() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        KumaController& kuma = world.controller();
+        world.docker().log = "hello\n";
+        world.delay("compose stop", 5s);
+        kuma.stop();
+        world.settle();
+        QCOMPARE(await(kuma.fetchLogs()), QStringLiteral("hello\n"));
+        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRemoveAndLogs)
+#include "TestRemoveAndLogs.moc"

@@ -1,0 +1,327 @@
+#include "ControllerFixture.h"
+#include "support/Await.h"
+
+#include <QFile>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto starting = QStringLiteral("Starting Uptime Kuma…");
+
+struct ExpectedCommand {
+    QStringList arguments;
+    int seconds = 0;
+};
+
+} // namespace
+
+class TestStart : public QObject {
+    Q_OBJECT
+
+    /// Compares command lines, time limits and order of everything run so far, all with the docker found.
+    static void compareCommands(const ControllerFixture& world, const QList<ExpectedCommand>& expected) {
+        QStringList lines;
+        for (const Command& command : world.commands()) {
+            lines.append(QStringLiteral("%1 s: %2 %3")
+                             .arg(command.limit.count())
+                             .arg(command.path, command.arguments.join(QStringLiteral("|"))));
+        }
+        QStringList expectedLines;
+        for (const ExpectedCommand& command : expected) {
+            expectedLines.append(QStringLiteral("%1 s: /opt/bin/docker %2")
+                                     .arg(command.seconds)
+                                     .arg(command.arguments.join(QStringLiteral("|"))));
+        }
+        QCOMPARE(lines.join(u'\n'), expectedLines.join(u'\n'));
+        for (const Command& command : world.commands()) {
+            const bool isPull = command.name().endsWith(QStringLiteral("pull"));
+            QCOMPARE(bool(command.handle), isPull);
+            QCOMPARE(command.isWatched, isPull);
+        }
+    }
+
+    static const ExpectedCommand& info() {
+        static const ExpectedCommand command{names({"info"}), 15};
+        return command;
+    }
+    static const ExpectedCommand& inspect() {
+        static const ExpectedCommand command{names({"inspect", "-f", "{{.State.Status}}", "orvanel"}), 10};
+        return command;
+    }
+    static const ExpectedCommand& imageInspect() {
+        static const ExpectedCommand command{names({"image", "inspect", "louislam/uptime-kuma:2"}), 15};
+        return command;
+    }
+    static const ExpectedCommand& composeVersion() {
+        static const ExpectedCommand command{names({"compose", "version"}), 10};
+        return command;
+    }
+    static ExpectedCommand compose(const KumaController& kuma, const QStringList& rest, int seconds) {
+        return {names({"compose", "-p", "orvanel", "-f"}) + QStringList(kuma.composeURL()) + rest, seconds};
+    }
+
+private Q_SLOTS:
+    void startWithCompose() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        compareCommands(world,
+                        {info(), inspect(), imageInspect(), composeVersion(), compose(kuma, names({"pull"}), 3600),
+                         compose(kuma, names({"up", "-d"}), 180), inspect()});
+        QVERIFY(!kuma.error());
+        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QCOMPARE(world.docker().container->data, kuma.dataDir().toStdString());
+        QCOMPARE(world.docker().container->restartPolicy, std::string("unless-stopped"));
+    }
+
+    void startWithoutCompose() {
+        ControllerFixture world;
+        world.docker().compose = false;
+        KumaController& kuma = world.controller();
+        kuma.setPort(4001);
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        const QStringList run = names({"run", "-d", "--name", "orvanel", "--restart", "unless-stopped", "-p",
+                                       "127.0.0.1:4001:3001", "-v"}) +
+                                QStringList{kuma.dataDir() + QStringLiteral(":/app/data"), kuma.imageReference()};
+        QCOMPARE(run.size(), 11);
+        compareCommands(world, {info(),
+                                inspect(),
+                                imageInspect(),
+                                composeVersion(),
+                                {names({"pull", "louislam/uptime-kuma:2"}), 3600},
+                                {run, 180},
+                                inspect()});
+        QVERIFY(!kuma.error());
+        QCOMPARE(world.docker().container->port, 4001);
+        QCOMPARE(world.docker().container->data, kuma.dataDir().toStdString());
+    }
+
+    void startWithTheImagePresentDownloadsNothing() {
+        ControllerFixture world;
+        standin::addImage(world.docker());
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QCOMPARE(kuma.busy(), starting);
+        QVERIFY(world.operationEnds());
+        compareCommands(world, {info(), inspect(), imageInspect(), composeVersion(),
+                                compose(kuma, names({"up", "-d"}), 180), inspect()});
+        QVERIFY(kuma.pullLog().isEmpty());
+    }
+
+    void startWhileRunningChecksNoPortAndIsHarmless() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "running");
+        world.listeningPorts = {3001}; // by our own container
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(),
+                 names({"info", "inspect", "image inspect", "compose version", "compose up", "inspect"}));
+        QVERIFY(!kuma.error() && !kuma.suggestedPort());
+    }
+
+    void startWhileRunningWithoutComposeRunsNothing() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "running");
+        world.docker().compose = false;
+        const standin::Container before = *world.docker().container;
+        world.listeningPorts = {3001};
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"info", "inspect", "image inspect", "compose version", "inspect"}));
+        QVERIFY(!kuma.error());
+        QVERIFY(*world.docker().container == before);
+    }
+
+    void startWithoutComposeReplacesAContainerThatDoesNotRun_data() {
+        QTest::addColumn<QByteArray>("word");
+        QTest::addColumn<bool>("removalFails");
+        QTest::newRow("exited") << QByteArray("exited") << false;
+        QTest::newRow("created") << QByteArray("created") << false;
+        QTest::newRow("paused") << QByteArray("paused") << false;
+        QTest::newRow("restarting") << QByteArray("restarting") << false;
+        QTest::newRow("a removal that fails is not looked at") << QByteArray("exited") << true;
+    }
+
+    void startWithoutComposeReplacesAContainerThatDoesNotRun() {
+        QFETCH(const QByteArray, word);
+        QFETCH(const bool, removalFails);
+        ControllerFixture world;
+        standin::addContainer(world.docker(), word.toStdString());
+        world.docker().compose = false;
+        if (removalFails) {
+            world.answer("rm", 1, QStringLiteral("no"));
+        }
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(),
+                 names({"info", "inspect", "image inspect", "compose version", "rm", "run", "inspect"}));
+        QCOMPARE(world.commands().at(4).arguments, names({"rm", "-f", "orvanel"}));
+        QCOMPARE(world.commands().at(4).limit.count(), 60.0);
+        // With the old one still there the name is taken, and the failure of "run" is the one that is told.
+        QCOMPARE(kuma.error().has_value(), removalFails);
+        if (removalFails) {
+            QCOMPARE(kuma.error()->message, QStringLiteral("Docker reported an error."));
+            QVERIFY(kuma.error()->details.contains(QStringLiteral("is already in use by container")));
+        }
+    }
+
+    void startWithoutDockerOnlySaysSo() {
+        ControllerFixture world;
+        world.installedDocker = std::nullopt;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.dockerState() == DockerState::missing);
+        QVERIFY(!kuma.error() && !kuma.dockerPath());
+        QVERIFY(world.commands().isEmpty());
+        QVERIFY(!QFile::exists(kuma.composeURL()));
+    }
+
+    void startWithoutARuntimeOnlySaysSo_data() {
+        QTest::addColumn<int>("daemon");
+        QTest::newRow("down") << int(standin::Daemon::down);
+        QTest::newRow("denied") << int(standin::Daemon::denied);
+        QTest::newRow("hangs") << int(standin::Daemon::hangs);
+    }
+
+    void startWithoutARuntimeOnlySaysSo() {
+        QFETCH(const int, daemon);
+        ControllerFixture world;
+        world.docker().daemon = static_cast<standin::Daemon>(daemon);
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.dockerState() == DockerState::notRunning);
+        QVERIFY(!kuma.error());
+        QVERIFY(!QFile::exists(kuma.composeURL()));
+        QCOMPARE(world.takeCommands(), names({"info", "inspect"})); // and the look afterwards
+    }
+
+    void hangingRuntimeCostsTheTimeLimitAndNothingElse() {
+        ControllerFixture world;
+        world.hang("info", 1);
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.advance(14999ms);
+        QCOMPARE(kuma.busy(), starting);
+        QCOMPARE(world.underWay(), names({"info"}));
+        world.advance(1ms);
+        QVERIFY(!kuma.busy());
+        QVERIFY(world.commands().first().result->timedOut);
+    }
+
+    void takenPortIsToldBeforeAnythingIsDownloaded() {
+        ControllerFixture world;
+        world.listeningPorts = {3001};
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.settle();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"info", "inspect", "inspect", "compose version"}));
+        QVERIFY(!world.docker().container);
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Port 3001 is already in use by another program."),
+                                        QStringLiteral("Port 3001 on 127.0.0.1 could not be bound.")}));
+        QCOMPARE(kuma.suggestedPort(), std::optional(3002));
+    }
+
+    void takenPortIsLookedAtWhateverElseTheContainerDoes_data() {
+        QTest::addColumn<QByteArray>("word");
+        for (const char* word : {"exited", "created", "paused", "restarting", "removing", "dead"}) {
+            QTest::newRow(word) << QByteArray(word);
+        }
+    }
+
+    void takenPortIsLookedAtWhateverElseTheContainerDoes() {
+        QFETCH(const QByteArray, word);
+        ControllerFixture world;
+        standin::addContainer(world.docker(), word.toStdString());
+        world.listeningPorts = {3001};
+        world.controller().start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.controller().suggestedPort().has_value());
+    }
+
+    void portThatIsOnlyClosingIsNotTaken() {
+        ControllerFixture world;
+        world.closingPorts = {3001};
+        world.controller().start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.controller().error());
+        QVERIFY(world.controller().kuma() == KumaState::running);
+    }
+
+    void portLostOnTheWayIsToldWithASuggestion_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::addColumn<int>("holder");
+        QTest::newRow("process, compose") << true << int(standin::PortHolder::process);
+        QTest::newRow("container, compose") << true << int(standin::PortHolder::container);
+        QTest::newRow("process, plain") << false << int(standin::PortHolder::process);
+        QTest::newRow("container, plain") << false << int(standin::PortHolder::container);
+    }
+
+    void portLostOnTheWayIsToldWithASuggestion() {
+        QFETCH(const bool, compose);
+        QFETCH(const int, holder);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        world.docker().portHolder = static_cast<standin::PortHolder>(holder);
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.error().has_value());
+        QCOMPARE(kuma.error()->message, QStringLiteral("The port is already in use by another program."));
+        QVERIFY(kuma.error()->details.contains(QStringLiteral("127.0.0.1:3001")));
+        QCOMPARE(kuma.suggestedPort(), std::optional(3002));
+    }
+
+    void bringingUpThatHangsIsToldAfterItsLimit() {
+        ControllerFixture world;
+        standin::addImage(world.docker());
+        world.hang("compose up");
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.advance(179999ms);
+        QCOMPARE(kuma.busy(), starting);
+        world.advance(1ms);
+        QCOMPARE(kuma.error()->message, QStringLiteral("Docker did not answer in time."));
+    }
+
+    void nextOperationForgetsErrorAndSuggestion() {
+        ControllerFixture world;
+        world.listeningPorts = {3001};
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.error() && kuma.suggestedPort());
+        kuma.stop();
+        QVERIFY(!kuma.error() && !kuma.suggestedPort());
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error() && !kuma.suggestedPort());
+    }
+
+    void changedSettingsReachTheServerAtTheNextStart() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        kuma.setPort(4002);
+        kuma.setImageTag(QStringLiteral("2.6"));
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QCOMPARE(world.docker().container->port, 4002);
+        QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2.6"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestStart)
+#include "TestStart.moc"

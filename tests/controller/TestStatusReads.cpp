@@ -1,0 +1,224 @@
+#include "ControllerFixture.h"
+#include "support/Await.h"
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+class TestStatusReads : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void statusPageIsReadTrimmedAndInSmallLetters_data() {
+        QTest::addColumn<QString>("slug");
+        QTest::addColumn<QString>("read"); // null = no read at all
+        QTest::newRow("plain") << "home"
+                               << "home";
+        QTest::newRow("blanks and capitals") << " \t HoMe \n"
+                                             << "home";
+        QTest::newRow("blanks within") << " My Page "
+                                       << "my page";
+        QTest::newRow("slashes") << "/a/../B/"
+                                 << "/a/../b/";
+        QTest::newRow("other letters") << QStringLiteral("ÄÖÜ") << QStringLiteral("äöü");
+        QTest::newRow("emoji") << QStringLiteral("😀") << QStringLiteral("😀");
+        QTest::newRow("empty") << "" << QString();
+        QTest::newRow("only blanks") << " \t\r\n " << QString();
+        const QString half(1, QChar(0xD83D));
+        QTest::newRow("half a character") << half + QStringLiteral("X") << half + QStringLiteral("x");
+    }
+
+    void statusPageIsReadTrimmedAndInSmallLetters() {
+        QFETCH(const QString, slug);
+        QFETCH(const QString, read);
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setPort(4321);
+        kuma.setSlug(slug);
+        world.page.status = statusPage({monitor(1, 1)});
+        QVERIFY(world.isPolledAsRunning());
+        QCOMPARE(world.page.reads.size(), read.isNull() ? 0 : 1);
+        QCOMPARE(kuma.monitors().size(), read.isNull() ? 0 : 1);
+        if (!read.isNull()) {
+            QCOMPARE(world.page.reads.first().slug, read);
+            QCOMPARE(world.page.reads.first().port, 4321);
+        }
+    }
+
+    void emptySlugKeepsWhatIsKnown() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setSlug(QStringLiteral("home"));
+        world.page.status = statusPage({monitor(1, 1)}, QStringLiteral("My page"));
+        QVERIFY(world.isPolledAsRunning());
+        kuma.setSlug(QStringLiteral("  "));
+        world.advance(60s);
+        QCOMPARE(world.page.reads.size(), 1);
+        QCOMPARE(kuma.statusTitle(), QStringLiteral("My page"));
+        QVERIFY(kuma.lastStatusUpdate().has_value());
+    }
+
+    void statusPageIsReadOnlyWhileTheServerRuns_data() {
+        QTest::addColumn<QByteArray>("word");
+        QTest::addColumn<bool>("answers");
+        QTest::newRow("stopped") << QByteArray("exited") << true;
+        QTest::newRow("starting") << QByteArray("running") << false;
+        QTest::newRow("restarting") << QByteArray("restarting") << true;
+    }
+
+    void statusPageIsReadOnlyWhileTheServerRuns() {
+        QFETCH(const QByteArray, word);
+        QFETCH(const bool, answers);
+        ControllerFixture world;
+        world.controller().setSlug(QStringLiteral("home"));
+        standin::addContainer(world.docker(), word.toStdString());
+        world.page.answers = answers;
+        world.controller().begin();
+        world.advance(40s);
+        QCOMPARE(world.page.reads.size(), 0);
+        world.docker().container->state = "running";
+        world.page.answers = true;
+        world.advance(3s);
+        QCOMPARE(world.page.reads.size(), 1);
+    }
+
+    void statusPageIsReadAtMostEveryThirtySeconds_data() {
+        QTest::addColumn<bool>("fails");
+        QTest::newRow("after a success") << false;
+        QTest::newRow("after a failure") << true;
+    }
+
+    void statusPageIsReadAtMostEveryThirtySeconds() {
+        QFETCH(const bool, fails);
+        ControllerFixture world;
+        world.controller().setSlug(QStringLiteral("home"));
+        if (fails) {
+            world.page.status = StatusPageError{QStringLiteral("No.")};
+        }
+        QVERIFY(world.isPolledAsRunning());
+        QCOMPARE(world.page.reads.size(), 1);
+        world.advance(29999ms);
+        QCOMPARE(world.page.reads.size(), 1);
+        world.advance(1ms);
+        QCOMPARE(world.page.reads.size(), 2);
+        world.advance(300s);
+        QCOMPARE(world.page.reads.size(), 12);
+        for (qsizetype i = 1; i < world.page.reads.size(); ++i) {
+            QVERIFY(world.page.reads.at(i).at - world.page.reads.at(i - 1).at >= 30s);
+        }
+    }
+
+    void thirtySecondsCountFromTheRequest() {
+        ControllerFixture world;
+        world.controller().setSlug(QStringLiteral("home"));
+        world.page.holdsReads = true;
+        QVERIFY(world.isPolledAsRunning());
+        world.advance(20s);
+        world.page.letGo();
+        world.settle();
+        world.advance(12s);
+        QCOMPARE(world.page.reads.size(), 2);
+        QVERIFY(world.page.reads.last().at - world.page.reads.first().at < 33s);
+    }
+
+    void successIsPublished() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setSlug(QStringLiteral("home"));
+        const QList<MonitorRow> rows{monitor(3, 1, QStringLiteral("C")), monitor(1, 0, QStringLiteral("A")),
+                                     monitor(3, 1, QStringLiteral("C again")), monitor(2, std::nullopt)};
+        world.page.status = statusPage(rows, QStringLiteral("My page"));
+        QVERIFY(world.isPolledAsRunning());
+        QCOMPARE(kuma.monitors(), rows);
+        QCOMPARE(kuma.statusTitle(), QStringLiteral("My page"));
+        QVERIFY(!kuma.statusError());
+        QVERIFY(kuma.lastStatusUpdate() == world.clock.wallTime());
+        QVERIFY(kuma.health() == Health::someDown);
+        QCOMPARE(kuma.statusLine(), QStringLiteral("1 down, 2 up"));
+    }
+
+    void failureIsPublishedAndKeepsTheRest() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setSlug(QStringLiteral("home"));
+        world.page.status = statusPage({monitor(1, 1)}, QStringLiteral("My page"));
+        QVERIFY(world.isPolledAsRunning());
+        const auto updated = kuma.lastStatusUpdate();
+        world.page.status = StatusPageError{QStringLiteral("Could not read the status page (HTTP 404).")};
+        world.advance(30s);
+        QCOMPARE(kuma.statusError(), QStringLiteral("Could not read the status page (HTTP 404)."));
+        QVERIFY(kuma.monitors().isEmpty());
+        QCOMPARE(kuma.statusTitle(), QStringLiteral("My page"));
+        QVERIFY(kuma.lastStatusUpdate() == updated);
+        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(!kuma.error());
+        world.page.status = statusPage({monitor(1, 1)});
+        world.advance(30s);
+        QVERIFY(!kuma.statusError());
+        QCOMPARE(kuma.monitors().size(), 1);
+        QVERIFY(kuma.lastStatusUpdate() != updated);
+    }
+
+    void slugChangedDuringAReadDropsItsResult() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setSlug(QStringLiteral("old"));
+        world.page.holdsReads = true;
+        QVERIFY(world.isPolledAsRunning());
+        QCOMPARE(world.page.reads.size(), 1);
+        kuma.setSlug(QStringLiteral("new"));
+        world.page.reads.first().answer.complete(statusPage({monitor(1, 0)}, QStringLiteral("Old")));
+        world.settle();
+        QVERIFY(kuma.monitors().isEmpty());
+        QCOMPARE(kuma.statusTitle(), QString());
+        QVERIFY(!kuma.lastStatusUpdate());
+        QCOMPARE(world.notifier.authorizationRequests, 0);
+        world.advance(3s);
+        QCOMPARE(world.page.reads.size(), 2);
+        QCOMPARE(world.page.reads.last().slug, QStringLiteral("new"));
+        world.page.reads.last().answer.complete(statusPage({monitor(2, 1)}, QStringLiteral("New")));
+        world.settle();
+        QCOMPARE(kuma.statusTitle(), QStringLiteral("New"));
+        QCOMPARE(kuma.monitors(), QList<MonitorRow>{monitor(2, 1)});
+    }
+
+    void slugChangedDuringAReadDropsItsFailureToo() {
+        ControllerFixture world;
+        world.controller().setSlug(QStringLiteral("old"));
+        world.page.holdsReads = true;
+        QVERIFY(world.isPolledAsRunning());
+        world.controller().setSlug(QString());
+        world.page.reads.first().answer.complete(StatusPageError{QStringLiteral("No.")});
+        world.settle();
+        QVERIFY(!world.controller().statusError());
+    }
+
+    void slugThatIsReadTheSameWayKeepsTheResult() {
+        ControllerFixture world;
+        world.controller().setSlug(QStringLiteral("home"));
+        world.page.holdsReads = true;
+        QVERIFY(world.isPolledAsRunning());
+        world.controller().setSlug(QStringLiteral(" HOME"));
+        world.page.reads.first().answer.complete(statusPage({monitor(1, 1)}));
+        world.settle();
+        QCOMPARE(world.controller().monitors().size(), 1);
+    }
+
+    void readThatEndsDuringAnOperationCounts() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.setSlug(QStringLiteral("home"));
+        world.page.holdsReads = true;
+        QVERIFY(world.isPolledAsRunning());
+        world.delay("inspect", 5s);
+        kuma.stop();
+        world.settle();
+        world.page.reads.first().answer.complete(statusPage({monitor(1, 1)}));
+        world.settle();
+        QVERIFY(kuma.busy().has_value());
+        QCOMPARE(kuma.monitors().size(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestStatusReads)
+#include "TestStatusReads.moc"

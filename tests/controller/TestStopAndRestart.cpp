@@ -1,0 +1,255 @@
+#include "ControllerFixture.h"
+#include "support/Await.h"
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto starting = QStringLiteral("Starting Uptime Kuma…");
+const auto downloading = QStringLiteral("Downloading the Uptime Kuma image");
+
+/// Every text that `busy` takes from now on.
+QStringList& recordBusy(KumaController& kuma, QStringList& texts) {
+    QObject::connect(&kuma, &KumaController::changed, &kuma, [&kuma, &texts] {
+        const QString text = kuma.busy().value_or(QStringLiteral("-"));
+        if (texts.isEmpty() || texts.last() != text) {
+            texts.append(text);
+        }
+    });
+    return texts;
+}
+
+} // namespace
+
+class TestStopAndRestart : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void busySaysWhatIsUnderWay() {
+        ControllerFixture world;
+        world.latency = [](const QString&) { return 1s; };
+        KumaController& kuma = world.controller();
+        QStringList texts;
+        recordBusy(kuma, texts);
+        kuma.start();
+        QVERIFY(!kuma.pulling());
+        QVERIFY(world.operationEnds());
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        const auto idle = QStringLiteral("-");
+        QCOMPARE(texts, (QStringList{starting, downloading, starting, idle, QStringLiteral("Restarting…"), starting,
+                                     idle, QStringLiteral("Stopping…"), idle}));
+    }
+
+    void secondRequestIsDropped() {
+        ControllerFixture world;
+        world.latency = [](const QString&) { return 1s; };
+        KumaController& kuma = world.controller();
+        kuma.start();
+        kuma.start();
+        kuma.stop();
+        kuma.restart();
+        QCOMPARE(kuma.busy(), starting);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"info", "inspect", "image inspect", "compose version", "compose pull",
+                                              "compose up", "inspect"}));
+        QVERIFY(kuma.kuma() == KumaState::running);
+    }
+
+    void operationThatEndsLooksAtOnce() {
+        ControllerFixture world;
+        world.page.answers = false;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.kuma() == KumaState::starting);
+        QCOMPARE(kuma.statusLine(), QStringLiteral("Uptime Kuma is starting…"));
+    }
+
+    void stopWhoseComposeFails() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        KumaController& kuma = world.controller();
+        world.takeCommands();
+        const qsizetype before = world.commands().size();
+        kuma.stop();
+        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QVERIFY(world.operationEnds());
+        // The file of the project is not there yet, so compose fails, and the plain stop does it.
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
+        const Command& stop = world.commands().at(before + 2);
+        QCOMPARE(stop.arguments,
+                 names({"compose", "-p", "orvanel", "-f"}) + QStringList(kuma.composeURL()) + names({"stop"}));
+        QCOMPARE(stop.limit.count(), 60.0);
+        const Command& plainStop = world.commands().at(before + 3);
+        QCOMPARE(plainStop.arguments, names({"stop", "orvanel"}));
+        QCOMPARE(plainStop.limit.count(), 60.0);
+        QVERIFY(!kuma.error());
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+    }
+
+    void stopOfAStartedServer_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::addColumn<QStringList>("commands");
+        QTest::newRow("compose") << true << names({"inspect", "inspect", "compose stop", "inspect"});
+        QTest::newRow("plain") << false << names({"inspect", "stop", "inspect"});
+    }
+
+    void stopOfAStartedServer() {
+        QFETCH(const bool, compose);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.takeCommands();
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        QTEST(world.takeCommands(), "commands");
+        QVERIFY(!kuma.error());
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+    }
+
+    void stopWithNothingToStop() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.stop(); // the tool is not known yet
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"inspect", "compose version"})); // only the look afterwards
+        kuma.stop();                                                           // no container
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect"}));
+        QVERIFY(!kuma.error());
+    }
+
+    void stopThatFailsIsTold() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        KumaController& kuma = world.controller();
+        world.answer("compose stop", 1, QStringLiteral("compose cannot"));
+        world.answer("stop", 1, QStringLiteral("docker cannot"));
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("docker cannot")}));
+        QVERIFY(!kuma.suggestedPort());
+    }
+
+    void stopOfADockerThatHangsEndsAtItsLimits() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        KumaController& kuma = world.controller();
+        world.hang("compose stop");
+        world.hang("stop");
+        kuma.stop();
+        world.advance(119s);
+        QVERIFY(kuma.busy().has_value());
+        world.advance(1s);
+        QVERIFY(!kuma.busy());
+        QCOMPARE(kuma.error()->message, QStringLiteral("Docker did not answer in time."));
+        QVERIFY(kuma.kuma() == KumaState::running);
+    }
+
+    void runStop_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::addColumn<bool>("container");
+        QTest::addColumn<bool>("composeStopFails");
+        QTest::addColumn<QStringList>("commands");
+        QTest::addColumn<bool>("succeeds");
+        QTest::newRow("compose") << true << true << false << names({"compose version", "inspect", "compose stop"})
+                                 << true;
+        QTest::newRow("compose fails") << true << true << true
+                                       << names({"compose version", "inspect", "compose stop", "stop"}) << true;
+        QTest::newRow("plain") << false << true << false << names({"compose version", "stop"}) << true;
+        QTest::newRow("no container") << true << false << false << names({"compose version", "inspect", "stop"})
+                                      << false;
+        QTest::newRow("no container, plain") << false << false << false << names({"compose version", "stop"}) << false;
+    }
+
+    void runStop() {
+        QFETCH(const bool, compose);
+        QFETCH(const bool, container);
+        QFETCH(const bool, composeStopFails);
+        QFETCH(const bool, succeeds);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        KumaController& kuma = world.controller();
+        QVERIFY(!kuma.prepareFiles());
+        if (container) {
+            standin::addContainer(world.docker(), "running");
+        }
+        if (composeStopFails) {
+            world.answer("compose stop", 1, QStringLiteral("no"));
+        }
+        const CommandResult result = await(kuma.runStop(QStringLiteral("/some/docker")));
+        QTEST(world.takeCommands(), "commands");
+        QCOMPARE(result.isSuccess(), succeeds);
+        for (const Command& command : world.commands()) {
+            QCOMPARE(command.path, QStringLiteral("/some/docker"));
+            const bool isStop = command.name().endsWith(QStringLiteral("stop"));
+            QCOMPARE(command.limit.count(), isStop ? 60.0 : 10.0);
+        }
+        QVERIFY(!container || world.docker().container->state == "exited");
+        QVERIFY(!kuma.error() && !kuma.busy());
+    }
+
+    void restartStopsAndStarts() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.takeCommands();
+        kuma.restart();
+        QCOMPARE(kuma.busy(), QStringLiteral("Restarting…"));
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "info", "inspect", "image inspect",
+                                              "compose up", "inspect"}));
+        QVERIFY(!kuma.error());
+        QVERIFY(kuma.kuma() == KumaState::running);
+    }
+
+    void restartWhoseStopFailsDoesNotStart() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.takeCommands();
+        world.answer("compose stop", 1, QStringLiteral("no"));
+        world.answer("stop", 1, QString());
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("(no output)")}));
+    }
+
+    void restartWithNothingRunningStarts() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QVERIFY(kuma.kuma() == KumaState::running);
+    }
+
+    void cancelDuringTheStopOfARestartDoesNotStart() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.delay("compose stop", 5s, 1);
+        kuma.restart();
+        world.advance(1s);
+        kuma.cancelOperation();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+        QVERIFY(!kuma.error());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestStopAndRestart)
+#include "TestStopAndRestart.moc"
