@@ -1,0 +1,47 @@
+#include "app/AppDelegate.h"
+
+#include "controller/KumaController.h"
+
+#include <exception>
+
+namespace orvanel {
+
+bool stopsContainerFirst(bool stopOnQuit, KumaState kuma, DockerState dockerState) {
+    return stopOnQuit && kuma != KumaState::stopped && dockerState == DockerState::ready;
+}
+
+AppDelegate::AppDelegate(KumaController& controller)
+    : m_controller(controller) {}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    m_controller.begin();
+}
+
+AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
+    m_controller.shutdownPolling();
+    if (!stopsContainerFirst(m_controller.stopOnQuit(), m_controller.kuma(), m_controller.dockerState())) {
+        return TerminateReply::TerminateNow;
+    }
+    m_tasks.start(stopThenReply(), QStringLiteral("stop before the end"));
+    return TerminateReply::TerminateLater;
+}
+
+QCoro::Task<void> AppDelegate::stopThenReply() {
+    const std::optional<QString> docker = m_controller.dockerPath();
+    std::exception_ptr failure;
+    if (docker) {
+        const QString path = *docker;
+        try {
+            co_await m_controller.runStop(path);
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    }
+    // Whatever became of the stop: nobody may be kept from leaving.
+    Q_EMIT replyToApplicationShouldTerminate(true);
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+} // namespace orvanel

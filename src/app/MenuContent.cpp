@@ -1,0 +1,87 @@
+#include "app/MenuContent.h"
+
+#include "app/widgets/Buttons.h"
+#include "controller/KumaController.h"
+#include "platform/Desktop.h"
+
+#include <QCoreApplication>
+
+namespace orvanel {
+namespace {
+
+/// Whatever is told to the panel goes over the bus, so nothing is told twice.
+void setEntry(QAction* action, bool visible, bool enabled) {
+    if (action->isVisible() != visible) {
+        action->setVisible(visible);
+    }
+    if (action->isEnabled() != enabled) {
+        action->setEnabled(enabled);
+    }
+}
+
+} // namespace
+
+MenuOffers menuOffers(KumaState kuma, DockerState dockerState, const std::optional<QString>& busy) {
+    const bool isStopped = kuma == KumaState::stopped;
+    return {
+        .dashboard = kuma == KumaState::running,
+        .showsStart = isStopped,
+        .startOrStop = !busy && (!isStopped || dockerState == DockerState::ready),
+    };
+}
+
+MenuContent::MenuContent(KumaController& controller, Desktop& desktop, Painter painter)
+    : m_controller(controller)
+    , m_painter(painter) {
+    m_status = addEntry({});
+    // Section titles do not reach the panel, a disabled entry does.
+    m_status->setEnabled(false);
+    m_menu.addSeparator();
+    m_openDashboard = addEntry(QStringLiteral("Open dashboard"));
+    m_start = addEntry(QStringLiteral("Start"));
+    m_stop = addEntry(QStringLiteral("Stop"));
+    QAction* openWindow = addEntry(QStringLiteral("Open window"));
+    m_menu.addSeparator();
+    QAction* quit = addEntry(QStringLiteral("Quit"));
+    quit->setShortcut(Qt::CTRL | Qt::Key_Q);
+
+    connect(m_openDashboard, &QAction::triggered, this,
+            [&controller, &desktop] { desktop.openAddress(controller.dashboardURL()); });
+    connect(m_start, &QAction::triggered, &controller, &KumaController::start);
+    connect(m_stop, &QAction::triggered, &controller, &KumaController::stop);
+    connect(openWindow, &QAction::triggered, this, &MenuContent::openWindowRequested);
+    connect(quit, &QAction::triggered, this, &QCoreApplication::quit);
+    render();
+}
+
+QAction* MenuContent::addEntry(const QString& text) {
+    return m_menu.addAction(entryText(text, m_painter));
+}
+
+void MenuContent::render() {
+    const QString status = entryText(m_controller.statusLine(), m_painter);
+    if (m_status->text() != status) {
+        m_status->setText(status);
+    }
+    const MenuOffers offers = menuOffers(m_controller.kuma(), m_controller.dockerState(), m_controller.busy());
+    setEntry(m_openDashboard, true, offers.dashboard);
+    setEntry(m_start, offers.showsStart, offers.showsStart && offers.startOrStop);
+    setEntry(m_stop, !offers.showsStart, !offers.showsStart && offers.startOrStop);
+}
+
+/// On its way over the bus the first '&' becomes '_', the panel's mark of a mnemonic, unless another follows it; the
+/// panel takes every '_' for such a mark, unless it is doubled.
+QString MenuContent::entryText(const QString& text, Painter painter) {
+    if (painter == Painter::ourselves) {
+        return plainButtonText(text);
+    }
+    QString plain = text;
+    plain.replace(QLatin1Char('_'), QStringLiteral("__"));
+    const qsizetype ampersand = plain.indexOf(QLatin1Char('&'));
+    if (ampersand >= 0) {
+        plain.insert(ampersand, QLatin1Char('&'));
+    }
+    return plain;
+}
+
+} // namespace orvanel

@@ -1,0 +1,60 @@
+#include "app/OrvanelApp.h"
+
+#include "app/MainWindow.h"
+
+#include <QApplication>
+
+namespace orvanel {
+
+OrvanelApp::OrvanelApp(const Surroundings& surroundings)
+    : m_surroundings(surroundings)
+    , m_windows(std::make_unique<Windows>())
+    , m_dialogs([this] { return m_windows != nullptr ? m_windows->open(windowId::main()) : nullptr; })
+    , m_controller(withDialogs(surroundings.controller))
+    , m_delegate(m_controller)
+    , m_quitPath(m_delegate) {
+    QGuiApplication::setQuitOnLastWindowClosed(m_delegate.applicationShouldTerminateAfterLastWindowClosed());
+    QCoreApplication::setQuitLockEnabled(false);
+    addWindows();
+    connect(&m_quitPath, &QuitPath::quitting, this, [this] { m_windows->closeForGood(); });
+    // No window and no icon may outlive the application object.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
+        m_statusItem.reset();
+        m_windows.reset();
+    });
+}
+
+ControllerEnvironment OrvanelApp::withDialogs(ControllerEnvironment environment) {
+    environment.dialogs = &m_dialogs;
+    return environment;
+}
+
+void OrvanelApp::addWindows() {
+    const ViewContext context{m_controller, *m_surroundings.controller.desktop};
+    m_windows->add(windowId::main(), [context] { return new MainWindow(context); });
+}
+
+void OrvanelApp::start() {
+    m_statusItem = std::make_unique<StatusItem>(StatusItem::Surroundings{
+        m_controller,
+        *m_surroundings.controller.desktop,
+        *m_surroundings.controller.clock,
+        m_surroundings.bus,
+        m_surroundings.isLegacyTrayPresent,
+    });
+    connect(m_statusItem.get(), &StatusItem::openWindowRequested, this, [this] { openMainWindow(); });
+    connect(m_statusItem.get(), &StatusItem::noPanel, this, [this] { openMainWindow(); });
+    QMetaObject::invokeMethod(&m_delegate, &AppDelegate::applicationDidFinishLaunching, Qt::QueuedConnection);
+}
+
+QWidget* OrvanelApp::mainWindow() const {
+    return m_windows != nullptr ? m_windows->find(windowId::main()) : nullptr;
+}
+
+void OrvanelApp::openMainWindow(const QString& activationToken) {
+    if (m_windows != nullptr) {
+        m_windows->open(windowId::main(), activationToken);
+    }
+}
+
+} // namespace orvanel

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "app/AppDelegate.h"
+#include "app/QuitPath.h"
+#include "app/StatusItem.h"
+#include "app/WidgetDialogs.h"
+#include "app/Windows.h"
+#include "controller/KumaController.h"
+
+namespace orvanel {
+
+/// The program: the one controller, and the surfaces that show it: the status item and the windows.
+/// Lives beside the application object, whose quitting it takes over. Where tasks still run when the program ends, it
+/// must not be destroyed (see KumaController); its surfaces go with the event loop.
+class OrvanelApp final : public QObject {
+    Q_OBJECT
+
+public:
+    struct Surroundings {
+        /// Without dialogs: the app brings its own.
+        ControllerEnvironment controller;
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        std::function<bool()> isLegacyTrayPresent;
+    };
+
+    explicit OrvanelApp(const Surroundings& surroundings);
+
+    /// The event loop is about to run.
+    void start();
+
+    /// See Windows::open(). Once the program is quitting, nothing is opened any more.
+    void openMainWindow(const QString& activationToken = {});
+
+    KumaController& controller() { return m_controller; }
+    /// The open one, or nullptr.
+    QWidget* mainWindow() const;
+    /// From start() to the end of the event loop.
+    const StatusItem* statusItem() const { return m_statusItem.get(); }
+
+private:
+    ControllerEnvironment withDialogs(ControllerEnvironment environment);
+    void addWindows();
+
+    const Surroundings m_surroundings;
+    std::unique_ptr<Windows> m_windows;
+    WidgetDialogs m_dialogs;
+    KumaController m_controller;
+    AppDelegate m_delegate;
+    QuitPath m_quitPath;
+    std::unique_ptr<StatusItem> m_statusItem;
+};
+
+} // namespace orvanel

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QBasicTimer>
+#include <QObject>
+
+namespace orvanel {
+
+class AppDelegate;
+
+/// The only way out of the program. Whatever asks the application to quit (menu, keys, signals, the end of the session)
+/// comes by here: the first request is put to the delegate, and the program ends when that agrees, with exit code 0.
+/// Requests that come meanwhile change nothing.
+class QuitPath final : public QObject {
+    Q_OBJECT
+
+public:
+    /// For the one application object of the process.
+    explicit QuitPath(AppDelegate& delegate);
+
+    bool isQuitting() const { return m_isQuitting; }
+
+Q_SIGNALS:
+    /// The first request has come; the program ends soon.
+    void quitting();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void timerEvent(QTimerEvent* event) override;
+
+private:
+    void leave();
+
+    AppDelegate& m_delegate;
+    bool m_isQuitting = false;
+    QBasicTimer m_exit;
+    int m_turnsLeft = 0;
+};
+
+} // namespace orvanel

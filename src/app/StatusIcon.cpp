@@ -1,0 +1,46 @@
+#include "app/StatusIcon.h"
+
+#include "app/widgets/StateColors.h"
+
+#include <QPainter>
+#include <QPixmap>
+
+#include <cmath>
+
+namespace orvanel {
+namespace {
+
+/// Panels drop pixmaps above 64 pixels.
+constexpr int panelSizes[] = {16, 22, 24, 32, 48, 64};
+
+} // namespace
+
+QImage StatusIcon::image(Health health, int size, double devicePixelRatio) {
+    const int pixels = static_cast<int>(std::lround(size * devicePixelRatio));
+    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(devicePixelRatio);
+    image.fill(Qt::transparent);
+
+    const Meaning meaning = meaningOf(health);
+    const double inset = size * 3.0 / 16;
+    const double ring = size / 16.0;
+    const QRectF circle = QRectF(0, 0, size, size).adjusted(inset, inset, -inset, -inset);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(statusRingColor(meaning));
+    painter.drawEllipse(circle);
+    painter.setBrush(statusDotColor(meaning));
+    painter.drawEllipse(circle.adjusted(ring, ring, -ring, -ring));
+    return image;
+}
+
+QIcon StatusIcon::icon(Health health) {
+    QIcon icon;
+    for (const int size : panelSizes) {
+        icon.addPixmap(QPixmap::fromImage(image(health, size)));
+    }
+    return icon;
+}
+
+} // namespace orvanel

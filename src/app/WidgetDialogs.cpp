@@ -1,0 +1,115 @@
+#include "app/WidgetDialogs.h"
+
+#include "app/FileOrFolderDialog.h"
+#include "app/widgets/Buttons.h"
+#include "task/Event.h"
+
+#include <QDir>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace orvanel {
+namespace {
+
+QMessageBox::Icon iconOf(Alert::Style style) {
+    switch (style) {
+    case Alert::Style::Information:
+        return QMessageBox::Information;
+    case Alert::Style::Warning:
+        return QMessageBox::Warning;
+    case Alert::Style::Critical:
+        return QMessageBox::Critical;
+    }
+    Q_UNREACHABLE();
+}
+
+/// Shows the dialog without waiting for it. `done` is completed with whether it was accepted, also when the window
+/// below takes it along.
+void open(QDialog* dialog, const Event<bool>& done) {
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowModality(Qt::WindowModal);
+    QObject::connect(dialog, &QObject::destroyed, dialog, [done] { done.complete(false); });
+    dialog->open();
+}
+
+/// The paths that an accepted dialog leaves behind.
+using ChosenPath = std::shared_ptr<std::optional<QString>>;
+
+ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& message, const Event<bool>& done) {
+    const auto chosen = std::make_shared<std::optional<QString>>();
+    // No file dialog of this desktop has room for a message.
+    dialog->setWindowTitle(message.isEmpty() ? title : message);
+    dialog->setDirectory(QDir::home());
+    QObject::connect(dialog, &QFileDialog::accepted, dialog, [dialog, chosen, done] {
+        *chosen = dialog->selectedFiles().value(0);
+        done.complete(true);
+    });
+    open(dialog, done);
+    return chosen;
+}
+
+QMessageBox* makeAlert(const Alert& alert, QWidget* parent, const Event<bool>& done) {
+    auto* box =
+        new QMessageBox(iconOf(alert.style), QStringLiteral("Orvanel"), alert.message, QMessageBox::NoButton, parent);
+    box->setInformativeText(alert.informativeText);
+    for (QLabel* label : box->findChildren<QLabel*>()) {
+        label->setTextFormat(Qt::PlainText);
+    }
+    QPushButton* confirm = box->addButton(plainButtonText(alert.confirmButton), QMessageBox::AcceptRole);
+    QPushButton* cancel = box->addButton(plainButtonText(alert.cancelButton), QMessageBox::RejectRole);
+    box->setDefaultButton(confirm);
+    box->setEscapeButton(cancel);
+    QObject::connect(confirm, &QPushButton::clicked, box, [done] { done.complete(true); });
+    return box;
+}
+
+} // namespace
+
+WidgetDialogs::WidgetDialogs(ParentWindow parentWindow)
+    : m_parentWindow(std::move(parentWindow)) {}
+
+QCoro::Task<bool> WidgetDialogs::confirm(Alert alert) {
+    QWidget* const parent = m_parentWindow();
+    if (parent == nullptr) {
+        co_return false;
+    }
+    const Event<bool> done;
+    open(makeAlert(alert, parent, done), done);
+    const bool confirmed = co_await done;
+    co_return confirmed;
+}
+
+QCoro::Task<std::optional<QString>> WidgetDialogs::chooseSavePath(SavePanel panel) {
+    QWidget* const parent = m_parentWindow();
+    if (parent == nullptr) {
+        co_return std::nullopt;
+    }
+    auto* dialog = new QFileDialog(parent);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->selectFile(panel.proposedName);
+    const Event<bool> done;
+    const ChosenPath chosen = openPanel(dialog, panel.title, panel.message, done);
+    co_await done;
+    co_return *chosen;
+}
+
+QCoro::Task<std::optional<QString>> WidgetDialogs::chooseOpenPath(OpenPanel panel) {
+    QWidget* const parent = m_parentWindow();
+    if (parent == nullptr) {
+        co_return std::nullopt;
+    }
+    QFileDialog* dialog = nullptr;
+    if (panel.filesAllowed && panel.foldersAllowed) {
+        dialog = new FileOrFolderDialog(parent);
+    } else {
+        dialog = new QFileDialog(parent);
+        dialog->setFileMode(panel.foldersAllowed ? QFileDialog::Directory : QFileDialog::ExistingFile);
+    }
+    const Event<bool> done;
+    const ChosenPath chosen = openPanel(dialog, panel.title, panel.message, done);
+    co_await done;
+    co_return *chosen;
+}
+
+} // namespace orvanel

@@ -1,0 +1,65 @@
+#include "app/Windows.h"
+
+#include <utility>
+
+namespace orvanel {
+namespace {
+
+constexpr char tokenVariable[] = "XDG_ACTIVATION_TOKEN";
+
+/// Qt takes the token from the environment, at the request to activate a window that is shown already.
+void bringToFront(QWidget* window, const QString& activationToken) {
+    if (!activationToken.isEmpty()) {
+        qputenv(tokenVariable, activationToken.toUtf8());
+    }
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    window->show();
+    window->raise();
+    window->activateWindow();
+    // Children, and later windows, must not take it for theirs.
+    qunsetenv(tokenVariable);
+}
+
+} // namespace
+
+Windows::~Windows() {
+    for (const QPointer<QWidget>& window : std::as_const(m_windows)) {
+        delete window.data();
+    }
+}
+
+void Windows::add(const QString& id, Factory make) {
+    m_factories.insert(id, std::move(make));
+}
+
+QWidget* Windows::open(const QString& id, const QString& activationToken) {
+    QWidget* window = find(id);
+    if (window == nullptr) {
+        const Factory make = m_factories.value(id);
+        if (!make) {
+            return nullptr;
+        }
+        window = make();
+        window->setAttribute(Qt::WA_DeleteOnClose);
+        m_windows.insert(id, window);
+    }
+    bringToFront(window, activationToken);
+    return window;
+}
+
+QWidget* Windows::find(const QString& id) const {
+    QWidget* window = m_windows.value(id);
+    // A closed window is deleted a moment later.
+    return window != nullptr && window->isVisible() ? window : nullptr;
+}
+
+void Windows::closeForGood() {
+    m_factories.clear();
+    for (const QPointer<QWidget>& window : std::as_const(m_windows)) {
+        if (window != nullptr) {
+            window->close();
+        }
+    }
+}
+
+} // namespace orvanel

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QHash>
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+
+namespace orvanel {
+
+namespace windowId {
+inline QString main() {
+    return QStringLiteral("main");
+}
+} // namespace windowId
+
+/// The program's windows, by id. Each is made when it is first asked for, is there once, and goes when it is closed.
+class Windows final {
+public:
+    using Factory = std::function<QWidget*()>;
+
+    Windows() = default;
+    ~Windows();
+    Windows(const Windows&) = delete;
+    Windows& operator=(const Windows&) = delete;
+
+    void add(const QString& id, Factory make);
+
+    /// Opens the window, or brings the open one to the front, and activates the program. The token is what the desktop
+    /// gave whoever asks for it; without one it may only draw attention to the window.
+    QWidget* open(const QString& id, const QString& activationToken = {});
+    /// The open window, or nullptr.
+    QWidget* find(const QString& id) const;
+
+    /// Closes all windows and refuses to open others: the program is about to leave.
+    void closeForGood();
+
+private:
+    QHash<QString, Factory> m_factories;
+    QHash<QString, QPointer<QWidget>> m_windows;
+};
+
+} // namespace orvanel

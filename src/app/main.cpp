@@ -1,0 +1,66 @@
+#include "app/LegacyTray.h"
+#include "app/OrvanelApp.h"
+#include "app/UserEnvironment.h"
+#include "platform/AppIdentity.h"
+#include "platform/QuitSignals.h"
+#include "platform/SingleInstance.h"
+
+#include <QApplication>
+#include <QDir>
+
+#include <cstdio>
+#include <fcntl.h>
+
+using namespace orvanel;
+
+namespace {
+
+/// A launcher may have closed them; the next files opened, sockets mostly, would be taken for them.
+void openStandardStreams() {
+    int descriptor = 0;
+    do {
+        descriptor = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    } while (descriptor >= 0 && descriptor <= 2);
+    ::close(descriptor);
+}
+
+int run(SingleInstance& instance) {
+    // Never released: tasks that still run when the program ends use them to the very end.
+    static auto* const environment = new UserEnvironment;
+    static auto* const app =
+        new OrvanelApp({environment->forController(), QDBusConnection::sessionBus(), &isLegacyTrayPresent});
+
+    const QuitSignals signals_;
+    QObject::connect(&signals_, &QuitSignals::quitRequested, qApp, &QCoreApplication::quit);
+    QObject::connect(&instance, &SingleInstance::activated, app, &OrvanelApp::openMainWindow);
+    QObject::connect(&environment->notifier(), &DesktopNotifier::activated, app, &OrvanelApp::openMainWindow);
+    app->start();
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    openStandardStreams();
+    const auto tokens = SingleInstance::LaunchTokens::fromEnvironment();
+    QCoreApplication::setApplicationName(identity::applicationName());
+    QCoreApplication::setOrganizationName(identity::applicationName());
+    QCoreApplication::setApplicationVersion(QStringLiteral(ORVANEL_VERSION));
+    QGuiApplication::setDesktopFileName(identity::desktopId());
+    const QApplication application(argc, argv);
+    // Wherever it was started, it must not keep that folder from being removed or unmounted.
+    QDir::setCurrent(QDir::homePath());
+
+    SingleInstance instance;
+    switch (instance.start(tokens)) {
+    case SingleInstance::Outcome::AlreadyRunning:
+        return 0;
+    case SingleInstance::Outcome::DataInUse:
+        std::fputs("Orvanel: a copy that cannot be reached from here runs on the same data.\n", stderr);
+        return 1;
+    case SingleInstance::Outcome::First:
+    case SingleInstance::Outcome::NoBus:
+        break;
+    }
+    return run(instance);
+}

@@ -1,0 +1,62 @@
+#include "app/views/Card.h"
+
+#include "app/widgets/AccessibleRole.h"
+
+#include <QHBoxLayout>
+#include <QPainter>
+
+namespace orvanel {
+namespace {
+
+constexpr double cornerRadius = 10;
+constexpr float opacity = 0.12F;
+
+} // namespace
+
+Card::Card(const QString& name, QWidget* parent)
+    : View(parent)
+    , m_column(new QVBoxLayout(this)) {
+    setAccessibleRole(this, QAccessible::Grouping);
+    setAccessibleName(name);
+    m_column->setContentsMargins(spacing::padding, spacing::padding, spacing::padding, spacing::padding);
+    m_column->setSpacing(spacing::parts);
+    // Cards stand above one another and take no more height than they need.
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
+}
+
+TextLabel* Card::addText(TextStyle style, const QString& text) {
+    auto* label = new TextLabel(style, text);
+    m_column->addWidget(label);
+    return label;
+}
+
+TextLabel* Card::addHeading(Symbol::Kind symbol, TextStyle style, const QString& text, std::optional<Meaning> meaning) {
+    auto* label = new TextLabel(style, text);
+    if (meaning) {
+        label->setMeaning(*meaning);
+    }
+    auto* row = new QHBoxLayout;
+    row->setSpacing(spacing::related);
+    row->addWidget(new Symbol(symbol, meaning), 0, Qt::AlignTop);
+    row->addWidget(label, 1);
+    m_column->addLayout(row);
+    return label;
+}
+
+QHBoxLayout* Card::addRow() {
+    auto* row = new QHBoxLayout;
+    row->setSpacing(spacing::related);
+    row->setAlignment(Qt::AlignLeading);
+    m_column->addLayout(row);
+    return row;
+}
+
+void Card::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromRgbF(0.5F, 0.5F, 0.5F, opacity));
+    painter.drawRoundedRect(QRectF(rect()), cornerRadius, cornerRadius);
+}
+
+} // namespace orvanel

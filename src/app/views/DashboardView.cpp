@@ -1,0 +1,70 @@
+#include "app/views/DashboardView.h"
+
+#include "app/views/MonitorList.h"
+#include "app/views/StartingCard.h"
+#include "app/views/StatusErrorCard.h"
+#include "app/widgets/Buttons.h"
+#include "app/widgets/TextStyle.h"
+#include "controller/KumaController.h"
+#include "platform/Desktop.h"
+
+#include <QHBoxLayout>
+
+#include <algorithm>
+
+namespace orvanel {
+namespace {
+
+/// No status page is chosen. Line breaks do not count as blanks here.
+bool isBlank(const QString& slug) {
+    return std::all_of(slug.begin(), slug.end(),
+                       [](QChar c) { return c == QLatin1Char('\t') || c.category() == QChar::Separator_Space; });
+}
+
+} // namespace
+
+DashboardView::DashboardView(ViewContext context, QWidget* parent)
+    : View(parent)
+    , m_context(context)
+    , m_startingCard(new StartingCard)
+    , m_statusError(new StatusErrorCard(context))
+    , m_monitors(new MonitorList(context)) {
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins({});
+    column->setSpacing(spacing::items);
+    column->addLayout(makeControls());
+    column->addWidget(m_startingCard);
+    column->addWidget(m_statusError);
+    column->addWidget(m_monitors);
+    column->addStretch();
+}
+
+QHBoxLayout* DashboardView::makeControls() {
+    const ViewContext context = m_context;
+    auto* row = new QHBoxLayout;
+    row->setSpacing(spacing::related);
+    m_openDashboard = addDefaultButton(row, QStringLiteral("Open dashboard"),
+                                       [context] { context.desktop.openAddress(context.controller.dashboardURL()); });
+    addButton(row, QStringLiteral("Stop"), [context] { context.controller.stop(); });
+    addButton(row, QStringLiteral("Restart"), [context] { context.controller.restart(); });
+    row->addStretch();
+    return row;
+}
+
+void DashboardView::render() {
+    const KumaController& controller = m_context.controller;
+    const bool hasPage = !isBlank(controller.slug());
+    const bool hasStatusError = controller.statusError().has_value();
+
+    m_openDashboard->setEnabled(controller.kuma() == KumaState::running);
+    m_startingCard->setVisible(controller.kuma() == KumaState::starting);
+    m_statusError->setVisible(hasPage && hasStatusError);
+    m_monitors->setVisible(hasPage && !hasStatusError);
+    if (hasPage && hasStatusError) {
+        m_statusError->render();
+    } else if (hasPage) {
+        m_monitors->render();
+    }
+}
+
+} // namespace orvanel

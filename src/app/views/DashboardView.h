@@ -1,0 +1,33 @@
+#pragma once
+
+#include "app/views/View.h"
+
+class QHBoxLayout;
+class QVBoxLayout;
+
+namespace orvanel {
+
+class MonitorList;
+class StatusErrorCard;
+
+/// Uptime Kuma is starting or running: its controls, and what is known of the monitors.
+class DashboardView final : public View {
+    Q_OBJECT
+
+public:
+    explicit DashboardView(ViewContext context, QWidget* parent = nullptr);
+
+    void render() override;
+    QPushButton* defaultButton() const override { return m_openDashboard; }
+
+private:
+    QHBoxLayout* makeControls();
+
+    ViewContext m_context;
+    QPushButton* m_openDashboard = nullptr;
+    View* m_startingCard;
+    StatusErrorCard* m_statusError;
+    MonitorList* m_monitors;
+};
+
+} // namespace orvanel

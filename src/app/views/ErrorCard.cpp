@@ -1,0 +1,45 @@
+#include "app/views/ErrorCard.h"
+
+#include "app/widgets/Buttons.h"
+#include "app/widgets/DetailsSection.h"
+#include "controller/KumaController.h"
+
+#include <QHBoxLayout>
+
+namespace orvanel {
+
+ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
+    : Card(QStringLiteral("Error"), parent)
+    , m_context(context)
+    , m_details(new DetailsSection) {
+    m_message = addHeading(Symbol::Kind::crossOctagon, TextStyle::headline, {}, Meaning::bad);
+    m_usePort = addButton(addRow(), {}, [this] { useSuggestedPort(); });
+    column()->addWidget(m_details);
+}
+
+void ErrorCard::render() {
+    const KumaController& controller = m_context.controller;
+    const OpError error = controller.error().value_or(OpError());
+    m_message->setContent(error.message);
+    setAccessibleDescription(error.message);
+
+    const std::optional<int> port = controller.suggestedPort();
+    if (port) {
+        setButtonText(m_usePort, QStringLiteral("Use port %1 instead and start").arg(*port));
+    }
+    m_usePort->setVisible(port.has_value());
+
+    m_details->setDetails(error.details);
+    m_details->setVisible(!error.details.isEmpty());
+}
+
+void ErrorCard::useSuggestedPort() {
+    const std::optional<int> port = m_context.controller.suggestedPort();
+    if (!port) {
+        return;
+    }
+    m_context.controller.setPort(*port);
+    m_context.controller.start();
+}
+
+} // namespace orvanel

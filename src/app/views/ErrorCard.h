@@ -1,0 +1,28 @@
+#pragma once
+
+#include "app/views/Card.h"
+
+namespace orvanel {
+
+class DetailsSection;
+
+/// Why the last operation failed, below whatever else is shown.
+class ErrorCard final : public Card {
+    Q_OBJECT
+
+public:
+    explicit ErrorCard(ViewContext context, QWidget* parent = nullptr);
+
+    /// Only to be called while there is an error.
+    void render() override;
+
+private:
+    void useSuggestedPort();
+
+    ViewContext m_context;
+    TextLabel* m_message;
+    QPushButton* m_usePort;
+    DetailsSection* m_details;
+};
+
+} // namespace orvanel

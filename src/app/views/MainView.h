@@ -1,0 +1,50 @@
+#pragma once
+
+#include "app/RenderTrigger.h"
+#include "app/views/StateCard.h"
+#include "app/views/View.h"
+
+class QScrollArea;
+class QVBoxLayout;
+
+namespace orvanel {
+
+class Dot;
+class ErrorCard;
+class TextLabel;
+
+/// The content of the main window: the health in one line, and below it the one card for the state of things, with an
+/// error card under it while there is an error.
+class MainView final : public View {
+    Q_OBJECT
+
+public:
+    explicit MainView(ViewContext context, QWidget* parent = nullptr);
+
+    void render() override;
+    QPushButton* defaultButton() const override;
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    QWidget* makeHeader();
+    QScrollArea* makeScrollArea();
+    void renderHeader();
+    void renderCard();
+    void renderError();
+    View* makeCard(StateCard kind) const;
+
+    ViewContext m_context;
+    Dot* m_dot = nullptr;
+    TextLabel* m_statusLine = nullptr;
+    QVBoxLayout* m_column = nullptr;
+    std::optional<StateCard> m_kind;
+    View* m_card = nullptr;
+    /// Made with the first error.
+    ErrorCard* m_errorCard = nullptr;
+    RenderTrigger m_trigger;
+};
+
+} // namespace orvanel

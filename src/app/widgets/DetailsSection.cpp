@@ -1,0 +1,54 @@
+#include "app/widgets/DetailsSection.h"
+
+#include "app/widgets/TextBox.h"
+#include "app/widgets/TextStyle.h"
+
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace orvanel {
+namespace {
+
+constexpr int highest = 160;
+
+} // namespace
+
+DetailsSection::DetailsSection(QWidget* parent)
+    : QWidget(parent)
+    , m_button(new QToolButton) {
+    m_button->setText(QStringLiteral("Show details"));
+    m_button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_button->setArrowType(Qt::RightArrow);
+    m_button->setAutoRaise(true);
+    m_button->setCheckable(true);
+    m_button->setFocusPolicy(Qt::StrongFocus);
+    connect(m_button, &QToolButton::toggled, this, &DetailsSection::setOpen);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins({});
+    column->setSpacing(spacing::related);
+    column->addWidget(m_button, 0, Qt::AlignLeading);
+}
+
+void DetailsSection::setDetails(const QString& text) {
+    if (text == m_details) {
+        return;
+    }
+    m_details = text;
+    m_button->setChecked(false);
+}
+
+void DetailsSection::setOpen(bool open) {
+    m_button->setArrowType(open ? Qt::DownArrow : Qt::RightArrow);
+    if (open && m_box == nullptr) {
+        m_box = new TextBox(QStringLiteral("Details"));
+        layout()->addWidget(m_box);
+    }
+    if (m_box != nullptr) {
+        m_box->setContent(open ? m_details : QString());
+        m_box->setVisible(open);
+        m_box->fitHeight(highest);
+    }
+}
+
+} // namespace orvanel

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QWidget>
+
+class QToolButton;
+
+namespace orvanel {
+
+class TextBox;
+
+/// The collapsed section "Show details" with a tool's raw output.
+class DetailsSection final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit DetailsSection(QWidget* parent = nullptr);
+
+    /// Another text collapses the section again.
+    void setDetails(const QString& text);
+
+private:
+    void setOpen(bool open);
+
+    QToolButton* m_button;
+    /// Made when the section is opened.
+    TextBox* m_box = nullptr;
+    QString m_details;
+};
+
+} // namespace orvanel

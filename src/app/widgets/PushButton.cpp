@@ -1,0 +1,49 @@
+#include "app/widgets/PushButton.h"
+
+#include <QApplication>
+#include <QEvent>
+
+namespace orvanel {
+namespace {
+
+constexpr QSize room{16, 4};
+
+} // namespace
+
+PushButton::PushButton(const QString& text, Kind kind, QWidget* parent)
+    : QPushButton(text, parent)
+    , m_kind(kind) {
+    setDefault(kind == Kind::byDefault);
+    applyColors();
+}
+
+QSize PushButton::sizeHint() const {
+    return QPushButton::sizeHint() + room;
+}
+
+void PushButton::changeEvent(QEvent* event) {
+    QPushButton::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange) {
+        applyColors();
+    }
+}
+
+void PushButton::applyColors() {
+    if (m_kind == Kind::plain) {
+        return;
+    }
+    const QPalette surroundings = parentWidget() != nullptr ? parentWidget()->palette() : QApplication::palette();
+    const QColor background = surroundings.color(QPalette::Active, QPalette::Highlight);
+    // Setting the palette brings us here again.
+    if (palette().color(QPalette::Active, QPalette::Button) == background) {
+        return;
+    }
+    QPalette own;
+    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+        own.setColor(group, QPalette::Button, background);
+        own.setColor(group, QPalette::ButtonText, surroundings.color(QPalette::Active, QPalette::HighlightedText));
+    }
+    setPalette(own);
+}
+
+} // namespace orvanel

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QPushButton>
+
+namespace orvanel {
+
+/// A push button with room around its text; as the default one of its view it has the desktop's highlight colour.
+class PushButton final : public QPushButton {
+    Q_OBJECT
+
+public:
+    enum class Kind { plain, byDefault };
+
+    PushButton(const QString& text, Kind kind, QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    void applyColors();
+
+    const Kind m_kind;
+};
+
+} // namespace orvanel
