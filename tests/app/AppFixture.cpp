@@ -1,0 +1,75 @@
+#include "AppFixture.h"
+
+#include "support/Await.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+namespace orvanel::test {
+namespace {
+
+constexpr int didNotEnd = 99;
+
+} // namespace
+
+AppFixture::AppFixture(QDBusConnection bus)
+    : m_bus(std::move(bus)) {}
+
+AppFixture::~AppFixture() {
+    if (!m_app) {
+        return;
+    }
+    KumaController& controller = m_app->controller();
+    controller.shutdownPolling();
+    controller.cancelOperation();
+    // With whatever question is over it.
+    delete mainWindow();
+    page.letGo();
+    const bool ended = waitUntil([&] {
+        settle();
+        if (!controller.isIdle()) {
+            clock.advance(std::max(clock.untilNextTimer(), std::chrono::milliseconds(0)));
+        }
+        return controller.isIdle();
+    });
+    if (!ended) {
+        qFatal("the controller did not end");
+    }
+    drainEvents();
+}
+
+OrvanelApp& AppFixture::app() {
+    if (!m_app) {
+        m_app = std::make_unique<OrvanelApp>(OrvanelApp::Surroundings{environment(), m_bus, [this] {
+                                                                          legacyTrayQuestions += 1;
+                                                                          return hasLegacyTray;
+                                                                      }});
+    }
+    return *m_app;
+}
+
+void AppFixture::start(const QString& containerState) {
+    if (const auto failure = kuma().prepareFiles()) {
+        qFatal("no compose file: %s", qPrintable(*failure));
+    }
+    standin::addContainer(docker(), containerState.toStdString(), kuma().port());
+    app().start();
+    settle();
+}
+
+bool AppFixture::startsWithRunningContainer() {
+    start(QStringLiteral("running"));
+    return kuma().kuma() == KumaState::running;
+}
+
+std::optional<int> AppFixture::runLoop(const std::function<void()>& actions) {
+    QTimer tooLate;
+    tooLate.setSingleShot(true);
+    tooLate.callOnTimeout([] { QCoreApplication::exit(didNotEnd); });
+    tooLate.start(patience);
+    QTimer::singleShot(0, &tooLate, actions);
+    const int code = QCoreApplication::exec();
+    return code == didNotEnd ? std::nullopt : std::optional(code);
+}
+
+} // namespace orvanel::test

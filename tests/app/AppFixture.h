@@ -1,0 +1,41 @@
+#pragma once
+
+#include "ControllerFixture.h"
+#include "app/OrvanelApp.h"
+#include "support/PrivateBus.h"
+
+namespace orvanel::test {
+
+/// The whole program but for its process, in the world of a ControllerFixture. It has no session bus unless the test
+/// gives it one.
+class AppFixture : public ControllerFixture {
+public:
+    explicit AppFixture(QDBusConnection bus = PrivateBus::none());
+    /// Ends whatever is still under way.
+    ~AppFixture();
+
+    /// Whether there is a panel of the old kind.
+    bool hasLegacyTray = false;
+    int legacyTrayQuestions = 0;
+
+    /// Made when it is first asked for.
+    OrvanelApp& app();
+    KumaController& kuma() { return app().controller(); }
+    /// The open one, or nullptr.
+    QWidget* mainWindow() { return app().mainWindow(); }
+
+    /// Starts the program with a container in that state, which the program itself made in an earlier run.
+    void start(const QString& containerState);
+    /// The same with one that runs, and a page that answers; false when the program does not see that.
+    [[nodiscard]] bool startsWithRunningContainer();
+
+    /// Runs the event loop of the application with `actions` in it. The exit code, or none when it did not end by
+    /// itself.
+    std::optional<int> runLoop(const std::function<void()>& actions);
+
+private:
+    const QDBusConnection m_bus;
+    std::unique_ptr<OrvanelApp> m_app;
+};
+
+} // namespace orvanel::test

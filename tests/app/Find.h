@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <QLabel>
+
+namespace orvanel::test {
+
+/// The visible widget of that kind below `root` whose text is `text`, or nullptr.
+template <class Widget>
+Widget* visibleWith(const QWidget* root, const QString& text) {
+    for (Widget* widget : root->findChildren<Widget*>()) {
+        if (widget->isVisible() && widget->text() == text) {
+            return widget;
+        }
+    }
+    return nullptr;
+}
+
+inline QAbstractButton* button(const QWidget* root, const QString& text) {
+    return visibleWith<QAbstractButton>(root, text);
+}
+
+inline bool shows(const QWidget* root, const QString& text) {
+    return visibleWith<QLabel>(root, text) != nullptr;
+}
+
+/// The visible widget of that class, or nullptr.
+template <class Widget>
+Widget* visible(const QWidget* root) {
+    for (Widget* widget : root->findChildren<Widget*>()) {
+        if (widget->isVisible()) {
+            return widget;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace orvanel::test

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "standin/tools/StandInTools.h"
+#include "support/PrivateBus.h"
+#include "support/TestHome.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+
+#include <memory>
+#include <vector>
+
+namespace orvanel::test {
+
+/// The real program in a process of its own, in a throw-away home, on a bus of its own, with a stand-in docker.
+/// It has no display that anybody could see.
+class RunningProgram {
+public:
+    RunningProgram();
+    /// Ends what still runs.
+    ~RunningProgram();
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+
+    TestHome home;
+    PrivateBus bus;
+    standin::StandInTools tools;
+    /// Of the next start; the bus and a display that is not there unless a test changes that.
+    QProcessEnvironment environment;
+
+    /// One line of the settings.
+    void setting(const QByteArray& line);
+    /// A container in that state, and the files of an earlier run; its page does not answer.
+    void addContainer(const char* state);
+
+    /// Starts the program, or, with one of it running, another copy.
+    QProcess& start();
+    /// Starts `program` with the program's path as its last argument.
+    QProcess& startThrough(const QString& program, QStringList arguments);
+    /// Whether the first copy has found out about Docker and the container.
+    [[nodiscard]] bool knowsItsContainer() const;
+    /// Whether docker was asked for that since the start.
+    bool hasCalled(const QString& command) const { return tools.commands().contains(command); }
+
+    static void signal(const QProcess& process, int number);
+    /// Waits for the end of a copy. The exit code; none when it did not end, or crashed.
+    static std::optional<int> exitCode(QProcess& process);
+
+private:
+    std::vector<std::unique_ptr<QProcess>> m_processes;
+    QByteArray m_settings;
+};
+
+} // namespace orvanel::test

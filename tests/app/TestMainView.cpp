@@ -1,0 +1,466 @@
+#include "ControllerFixture.h"
+#include "Find.h"
+#include "Palettes.h"
+#include "app/MainWindow.h"
+#include "app/views/BusyCard.h"
+#include "app/views/DashboardView.h"
+#include "app/views/ErrorCard.h"
+#include "app/views/MonitorList.h"
+#include "app/views/MonitorRowView.h"
+#include "app/views/MonitorStatus.h"
+#include "app/views/PullCard.h"
+#include "app/views/StartCard.h"
+#include "app/views/StateCard.h"
+#include "app/views/StatusErrorCard.h"
+#include "app/widgets/Dot.h"
+#include "app/widgets/Spinner.h"
+#include "app/widgets/TextBox.h"
+#include "support/Await.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QProgressBar>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// The main window in a world where a test plays Docker.
+struct Shown {
+    Shown()
+        : window(ViewContext{world.controller(), world.desktop}) {}
+
+    ControllerFixture world;
+    MainWindow window;
+
+    void open() {
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+    }
+    void poll() {
+        world.controller().begin();
+        world.settle();
+    }
+    void click(const QString& text) {
+        QAbstractButton* const found = button(&window, text);
+        QVERIFY(found != nullptr);
+        QTest::mouseClick(found, Qt::LeftButton);
+        world.settle();
+    }
+    QString statusLine() { return window.findChild<QLabel*>()->text(); }
+    Dot* healthDot() { return window.findChild<Dot*>(); }
+};
+
+const auto startText = QStringLiteral("Start Uptime Kuma");
+const auto dashboardText = QStringLiteral("Open dashboard");
+
+QString accessibleText(QWidget* widget) {
+    return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name);
+}
+
+QAccessible::Role accessibleRole(QWidget* widget) {
+    return QAccessible::queryAccessibleInterface(widget)->role();
+}
+
+} // namespace
+
+class TestMainView : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void whichCardIsShown_data() {
+        QTest::addColumn<DockerState>("docker");
+        QTest::addColumn<bool>("pulling");
+        QTest::addColumn<bool>("busy");
+        QTest::addColumn<KumaState>("kuma");
+        QTest::addColumn<StateCard>("card");
+        const auto row = [](const char* name, DockerState docker, bool pulling, bool busy, KumaState kuma,
+                            StateCard card) { QTest::newRow(name) << docker << pulling << busy << kuma << card; };
+        using enum KumaState;
+        const DockerState ready = DockerState::ready;
+        const DockerState unknown = DockerState::unknown;
+        row("missing", DockerState::missing, true, true, running, StateCard::dockerMissing);
+        row("not running", DockerState::notRunning, true, true, running, StateCard::dockerNotRunning);
+        row("pulling", ready, true, true, stopped, StateCard::pull);
+        row("pulling at the start", unknown, true, true, stopped, StateCard::pull);
+        row("busy", ready, false, true, running, StateCard::busy);
+        row("busy at the start", unknown, false, true, stopped, StateCard::busy);
+        row("stopped", ready, false, false, stopped, StateCard::start);
+        row("at the start", unknown, false, false, stopped, StateCard::start);
+        row("unknown again", unknown, false, false, running, StateCard::start);
+        row("starting", ready, false, false, starting, StateCard::dashboard);
+        row("running", ready, false, false, running, StateCard::dashboard);
+        row("error", ready, false, false, error, StateCard::dashboard);
+    }
+    void whichCardIsShown() {
+        QFETCH(DockerState, docker);
+        QFETCH(bool, pulling);
+        QFETCH(bool, busy);
+        QFETCH(KumaState, kuma);
+        QFETCH(StateCard, card);
+        QCOMPARE(stateCardFor(docker, pulling, busy ? std::optional(QStringLiteral("Busy")) : std::nullopt, kuma),
+                 card);
+    }
+
+    void windowIsAsItShouldBe() {
+        Shown view;
+        QCOMPARE(view.window.windowTitle(), QStringLiteral("Orvanel"));
+        QCOMPARE(view.window.minimumSize(), QSize(560, 520));
+        QCOMPARE(view.window.maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
+    }
+
+    void atTheStartNothingCanBeStarted() {
+        Shown view;
+        view.open();
+        QCOMPARE(view.statusLine(), QStringLiteral("Checking Docker…"));
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+        QVERIFY(!button(&view.window, startText)->isEnabled());
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        QVERIFY(!view.world.controller().busy());
+    }
+
+    void missingDockerCanBeCheckedAgain() {
+        Shown view;
+        view.world.installedDocker = std::nullopt;
+        view.open();
+        view.poll();
+        QVERIFY(shows(&view.window, QStringLiteral("Docker is not installed")));
+        view.world.installedDocker = QStringLiteral("/opt/bin/docker");
+        view.click(QStringLiteral("Check again"));
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+    }
+
+    void dockerThatDoesNotRunCanBeCheckedAgain() {
+        Shown view;
+        view.world.docker().daemon = standin::Daemon::down;
+        view.open();
+        view.poll();
+        QVERIFY(shows(&view.window, QStringLiteral("Docker is not running")));
+        view.world.docker().daemon = standin::Daemon::up;
+        view.click(QStringLiteral("Check again"));
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+    }
+
+    void startCardTellsThePort() {
+        Shown view;
+        view.world.controller().setPort(3005);
+        view.open();
+        QVERIFY(shows(&view.window, QStringLiteral("One click starts Uptime Kuma in Docker. It is only reachable from "
+                                                   "this Mac (127.0.0.1:3005).")));
+    }
+
+    void returnStarts() {
+        Shown view;
+        view.open();
+        view.poll();
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        QCOMPARE(view.world.controller().busy(), QStringLiteral("Starting Uptime Kuma…"));
+    }
+
+    void returnPressesTheFocusedButtonFirst() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        button(&view.window, QStringLiteral("Restart"))->setFocus();
+        QTest::keyClick(view.window.focusWidget(), Qt::Key_Return);
+        QCOMPARE(view.world.controller().busy(), QStringLiteral("Restarting…"));
+        QCOMPARE(view.world.desktop.opened.size(), 0);
+    }
+
+    void busyCardCanCancel() {
+        Shown view;
+        view.world.delay("info", 5s);
+        view.open();
+        view.poll();
+        view.click(startText);
+        QVERIFY(visible<BusyCard>(&view.window) != nullptr);
+        QCOMPARE(view.statusLine(), QStringLiteral("Starting Uptime Kuma…"));
+        QVERIFY(visible<Spinner>(&view.window)->isTurning());
+        view.click(QStringLiteral("Cancel"));
+        view.world.advance(5s);
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+        QVERIFY(!view.world.takeCommands().contains(QStringLiteral("compose up")));
+    }
+
+    void pullCardShowsTheDownload() {
+        Shown view;
+        view.open();
+        view.poll();
+        view.world.docker().pace = 1;
+        view.click(startText);
+        while (!view.world.controller().pulling()) {
+            QVERIFY(view.world.clock.pendingTimers() > 0);
+            view.world.advance(view.world.clock.untilNextTimer());
+        }
+        QVERIFY(visible<PullCard>(&view.window) != nullptr);
+        QVERIFY(shows(&view.window, QStringLiteral("Downloading the Uptime Kuma image")));
+        QVERIFY(shows(&view.window, QStringLiteral("This is a few hundred MB and only happens the first time.")));
+        auto* box = visible<TextBox>(&view.window);
+        QCOMPARE(box->placeholderText(), QStringLiteral("Waiting for Docker…"));
+        QCOMPARE(box->height(), 180);
+        QCOMPARE(visible<QProgressBar>(&view.window)->maximum(), 0);
+        view.world.advance(8s);
+        QVERIFY(!box->toPlainText().isEmpty());
+        QCOMPARE(box->toPlainText() + QLatin1Char('\n'), view.world.controller().pullLog());
+        view.click(QStringLiteral("Cancel"));
+        QVERIFY(visible<PullCard>(&view.window) == nullptr);
+        QVERIFY(shows(&view.window, QStringLiteral("Cancelled.")));
+    }
+
+    void dashboardOperates() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QVERIFY(visible<DashboardView>(&view.window) != nullptr);
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        QCOMPARE(view.world.desktop.opened, QList<QUrl>{QUrl(QStringLiteral("http://127.0.0.1:3001/"))});
+        view.click(QStringLiteral("Stop"));
+        QVERIFY(view.world.operationEnds());
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+        QVERIFY(visible<DashboardView>(&view.window) == nullptr);
+    }
+
+    void whileStartingTheDashboardIsLocked() {
+        Shown view;
+        view.world.page.answers = false;
+        QVERIFY(!view.world.isPolledAsRunning());
+        view.open();
+        QVERIFY(!button(&view.window, dashboardText)->isEnabled());
+        QVERIFY(shows(&view.window, QStringLiteral("Uptime Kuma is starting. The dashboard button unlocks when the "
+                                                   "page answers.")));
+        view.world.page.answers = true;
+        view.world.advance(3s);
+        QVERIFY(button(&view.window, dashboardText)->isEnabled());
+        QVERIFY(visible<Spinner>(&view.window) == nullptr);
+    }
+
+    void errorCardWithoutDetails() {
+        Shown view;
+        view.open();
+        view.poll();
+        view.world.loginItem.failure = QString();
+        view.world.controller().setLaunchAtLogin(true);
+        view.world.settle();
+        QVERIFY(shows(&view.window, QStringLiteral("Could not change launch at login.")));
+        QVERIFY(button(&view.window, QStringLiteral("Show details")) == nullptr);
+        // Beside whatever card is shown.
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+    }
+
+    void errorCardShowsDetailsAsTheyStand() {
+        Shown view;
+        view.open();
+        view.world.loginItem.failure = QStringLiteral("<b>no & no</b>");
+        view.world.controller().setLaunchAtLogin(true);
+        view.world.settle();
+        QVERIFY(visible<TextBox>(&view.window) == nullptr);
+        view.click(QStringLiteral("Show details"));
+        QCOMPARE(visible<TextBox>(&view.window)->toPlainText(), QStringLiteral("<b>no & no</b>"));
+    }
+
+    void takenPortCanBeReplaced() {
+        Shown view;
+        view.world.listeningPorts = {3001};
+        view.open();
+        view.poll();
+        view.click(startText);
+        QVERIFY(shows(&view.window, QStringLiteral("Port 3001 is already in use by another program.")));
+        view.click(QStringLiteral("Use port 3002 instead and start"));
+        QCOMPARE(view.world.controller().port(), 3002);
+        QVERIFY(view.world.operationEnds());
+        QVERIFY(visible<ErrorCard>(&view.window) == nullptr);
+        QVERIFY(visible<DashboardView>(&view.window) != nullptr);
+    }
+
+    void withoutASlugThereIsNoMonitorList_data() {
+        QTest::addColumn<QString>("slug");
+        QTest::addColumn<bool>("isBlank");
+        QTest::newRow("empty") << QString() << true;
+        QTest::newRow("spaces and tabs") << QStringLiteral(" \t ") << true;
+        QTest::newRow("a slug") << QStringLiteral("home") << false;
+        QTest::newRow("a line break") << QStringLiteral("\n") << false;
+    }
+    void withoutASlugThereIsNoMonitorList() {
+        QFETCH(QString, slug);
+        QFETCH(bool, isBlank);
+        Shown view;
+        view.world.controller().setSlug(slug);
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QCOMPARE(visible<MonitorList>(&view.window) == nullptr, isBlank);
+    }
+
+    void monitorsAreListed() {
+        Shown view;
+        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.page.status =
+            statusPage({monitor(1, 1, QStringLiteral("<i>Web</i> & more")), monitor(2, 0, QStringLiteral("Shop")),
+                        monitor(3, std::nullopt, QStringLiteral("New"))},
+                       QStringLiteral("My services"));
+        QVERIFY(view.world.isPolledAsRunning());
+        view.world.settle();
+        view.open();
+        QVERIFY(shows(&view.window, QStringLiteral("My services")));
+        const auto rows = view.window.findChildren<MonitorRowView*>();
+        QCOMPARE(rows.size(), 3);
+        QCOMPARE(rows[0]->accessibleName(), QStringLiteral("<i>Web</i> & more, Up"));
+        QCOMPARE(rows[1]->accessibleName(), QStringLiteral("Shop, Down"));
+        QCOMPARE(rows[2]->accessibleName(), QStringLiteral("New, No data"));
+        QVERIFY(shows(rows[0], QStringLiteral("<i>Web</i> & more")));
+        QCOMPARE(view.statusLine(), QStringLiteral("1 down, 1 up"));
+        QCOMPARE(view.healthDot()->meaning(), Meaning::bad);
+        QCOMPARE(accessibleText(view.healthDot()), QStringLiteral("Running, a monitor is down"));
+    }
+
+    void monitorRowsAreKept() {
+        Shown view;
+        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.page.status = statusPage({monitor(1, 1), monitor(2, 1)});
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        const auto rows = view.window.findChildren<MonitorRowView*>();
+        view.world.page.status = statusPage({monitor(1, 0)});
+        view.world.advance(30s);
+        QCOMPARE(view.window.findChildren<MonitorRowView*>(), QList<MonitorRowView*>{rows[0]});
+        QCOMPARE(rows[0]->accessibleName(), QStringLiteral("Web, Down"));
+    }
+
+    void anEmptyListSaysSo() {
+        Shown view;
+        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.page.status = statusPage({}, {});
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QVERIFY(shows(&view.window, QStringLiteral("Monitors")));
+        QVERIFY(shows(&view.window, QStringLiteral("The status page has no monitors yet, or the first reading is still "
+                                                   "loading. Add monitors to the status page in the dashboard.")));
+        QVERIFY(shows(&view.window, QStringLiteral("Status pages are cached by Uptime Kuma for up to a minute, so "
+                                                   "changes can show up with a delay.")));
+    }
+
+    void statusErrorReplacesTheList() {
+        Shown view;
+        view.world.controller().setSlug(QStringLiteral("a<b>&c"));
+        view.world.page.status = StatusPageError{QStringLiteral("Nothing there.")};
+        QVERIFY(view.world.isPolledAsRunning());
+        view.world.settle();
+        view.open();
+        QVERIFY(visible<MonitorList>(&view.window) == nullptr);
+        QVERIFY(shows(&view.window, QStringLiteral("Nothing there.")));
+        QVERIFY(shows(&view.window, QStringLiteral("Check that a status page with the slug “a<b>&c” exists, is saved, "
+                                                   "and contains your monitors.")));
+    }
+
+    void statusWordsAndColors() {
+        const auto check = [](std::optional<std::int64_t> code, const char* word, Meaning meaning) {
+            const MonitorStatus status = monitorStatus(code);
+            QCOMPARE(status.word, QString::fromLatin1(word));
+            QCOMPARE(status.meaning, meaning);
+        };
+        check(0, "Down", Meaning::bad);
+        check(1, "Up", Meaning::good);
+        check(2, "Pending", Meaning::pending);
+        check(3, "Maintenance", Meaning::maintenance);
+        check(7, "No data", Meaning::inactive);
+        check(-1, "No data", Meaning::inactive);
+        check(std::nullopt, "No data", Meaning::inactive);
+    }
+
+    void nothingIsDrawnWhileHidden() {
+        Shown view;
+        view.open();
+        view.window.hide();
+        view.poll();
+        QCOMPARE(view.statusLine(), QStringLiteral("Checking Docker…"));
+        view.window.show();
+        QCOMPARE(view.statusLine(), QStringLiteral("Uptime Kuma is stopped"));
+    }
+
+    void focusStaysWhileNothingOfItChanges() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QAbstractButton* const restart = button(&view.window, QStringLiteral("Restart"));
+        restart->setFocus();
+        view.world.page.answers = false;
+        view.world.advance(3s);
+        QVERIFY(!button(&view.window, dashboardText)->isEnabled());
+        QCOMPARE(view.window.focusWidget(), restart);
+    }
+
+    void everythingIsReachedByTab() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QStringList reached;
+        for (int i = 0; i < 6; ++i) {
+            QTest::keyClick(&view.window, Qt::Key_Tab);
+            if (const auto* focused = qobject_cast<const QAbstractButton*>(view.window.focusWidget())) {
+                reached << focused->text();
+            }
+        }
+        QCOMPARE(reached.mid(0, 3), (QStringList{dashboardText, QStringLiteral("Stop"), QStringLiteral("Restart")}));
+    }
+
+    void controlWCloses() {
+        Shown view;
+        view.open();
+        QTest::keyClick(&view.window, Qt::Key_W, Qt::ControlModifier);
+        QVERIFY(!view.window.isVisible());
+    }
+
+    void everythingThatMattersHasAName() {
+        Shown view;
+        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.page.status = statusPage({monitor(1, 1)});
+        QVERIFY(view.world.isPolledAsRunning());
+        view.world.loginItem.failure = QStringLiteral("why");
+        view.world.controller().setLaunchAtLogin(true);
+        view.open();
+        view.click(QStringLiteral("Show details"));
+        int named = 0;
+        for (QWidget* widget : view.window.findChildren<QWidget*>()) {
+            const bool canBeFocused = widget->isVisible() && widget->focusPolicy() != Qt::NoFocus;
+            if (canBeFocused || qobject_cast<Dot*>(widget) != nullptr) {
+                QVERIFY2(!accessibleText(widget).isEmpty(), widget->metaObject()->className());
+                named += 1;
+            }
+        }
+        // Three buttons, the scrolling area, "Show details" and its box, two dots.
+        QVERIFY(named >= 8);
+        QCOMPARE(accessibleRole(visible<ErrorCard>(&view.window)), QAccessible::Grouping);
+        QCOMPARE(accessibleText(visible<ErrorCard>(&view.window)), QStringLiteral("Error"));
+        QCOMPARE(accessibleRole(visible<MonitorList>(&view.window)), QAccessible::List);
+        QCOMPARE(accessibleRole(visible<MonitorRowView>(&view.window)), QAccessible::ListItem);
+        QCOMPARE(accessibleRole(view.healthDot()), QAccessible::Graphic);
+    }
+
+    void paletteSwitchIsFollowed() {
+        QApplication::setPalette(lightPalette());
+        Shown view;
+        view.open();
+        const QImage light = view.window.grab().toImage();
+        QCOMPARE(light.pixelColor(view.healthDot()->geometry().center()), dotColor(Meaning::inactive, lightPalette()));
+        QApplication::setPalette(darkPalette());
+        drainEvents();
+        const QImage dark = view.window.grab().toImage();
+        QCOMPARE(dark.pixelColor(1, 1), darkPalette().color(QPalette::Window));
+        QCOMPARE(dark.pixelColor(view.healthDot()->geometry().center()), dotColor(Meaning::inactive, darkPalette()));
+        QApplication::setPalette(lightPalette());
+    }
+
+    void spinnerTurnsOnlyWhileSeen() {
+        Spinner spinner;
+        QVERIFY(!spinner.isTurning());
+        spinner.show();
+        QVERIFY(spinner.isTurning());
+        spinner.hide();
+        QVERIFY(!spinner.isTurning());
+    }
+};
+
+QTEST_MAIN(TestMainView)
+#include "TestMainView.moc"

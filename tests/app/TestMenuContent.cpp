@@ -1,0 +1,240 @@
+#include "ControllerFixture.h"
+#include "app/MenuContent.h"
+#include "support/Await.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+constexpr KumaState kumaStates[] = {KumaState::stopped, KumaState::starting, KumaState::running, KumaState::error};
+constexpr DockerState dockerStates[] = {DockerState::unknown, DockerState::missing, DockerState::notRunning,
+                                        DockerState::ready};
+
+const auto busyText = QStringLiteral("Stopping…");
+
+struct Menu {
+    explicit Menu(ControllerFixture& world, MenuContent::Painter painter = MenuContent::Painter::panel)
+        : content(world.controller(), world.desktop, painter) {}
+
+    MenuContent content;
+
+    QAction* entry(const QString& text) {
+        for (QAction* action : content.menu().actions()) {
+            if (action->text() == text) {
+                return action;
+            }
+        }
+        return nullptr;
+    }
+
+    /// What a person sees, with the entries that cannot be chosen in brackets.
+    QStringList seen() {
+        QStringList lines;
+        for (const QAction* action : content.menu().actions()) {
+            if (action->isSeparator()) {
+                lines << QStringLiteral("-");
+            } else if (action->isVisible()) {
+                lines << (action->isEnabled() ? action->text() : QStringLiteral("[%1]").arg(action->text()));
+            }
+        }
+        return lines;
+    }
+};
+
+QStringList menuOf(const QString& status, const QString& dashboard, const QString& startOrStop) {
+    return {status,
+            QStringLiteral("-"),
+            dashboard,
+            startOrStop,
+            QStringLiteral("Open window"),
+            QStringLiteral("-"),
+            QStringLiteral("Quit")};
+}
+
+const auto dashboard = QStringLiteral("Open dashboard");
+const auto noDashboard = QStringLiteral("[Open dashboard]");
+const auto start = QStringLiteral("Start");
+const auto noStart = QStringLiteral("[Start]");
+const auto stop = QStringLiteral("Stop");
+const auto noStop = QStringLiteral("[Stop]");
+
+} // namespace
+
+class TestMenuContent : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyCombinationOfStates() {
+        for (const KumaState kuma : kumaStates) {
+            for (const DockerState docker : dockerStates) {
+                const bool isStopped = kuma == KumaState::stopped;
+                const MenuOffers idle = menuOffers(kuma, docker, std::nullopt);
+                QCOMPARE(idle.dashboard, kuma == KumaState::running);
+                QCOMPARE(idle.showsStart, isStopped);
+                QCOMPARE(idle.startOrStop, isStopped ? docker == DockerState::ready : true);
+
+                const MenuOffers busy = menuOffers(kuma, docker, busyText);
+                QCOMPARE(busy.dashboard, idle.dashboard);
+                QCOMPARE(busy.showsStart, isStopped);
+                QVERIFY(!busy.startOrStop);
+            }
+        }
+    }
+
+    void beforeDockerIsKnown() {
+        ControllerFixture world;
+        Menu menu(world);
+        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Checking Docker…]"), noDashboard, noStart));
+    }
+
+    void withoutDocker() {
+        ControllerFixture world;
+        world.installedDocker = std::nullopt;
+        Menu menu(world);
+        world.controller().begin();
+        world.settle();
+        menu.content.render();
+        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Docker is not installed]"), noDashboard, noStart));
+    }
+
+    void withDockerThatDoesNotRun() {
+        ControllerFixture world;
+        world.docker().daemon = standin::Daemon::down;
+        Menu menu(world);
+        world.controller().begin();
+        world.settle();
+        menu.content.render();
+        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Docker is not running]"), noDashboard, noStart));
+    }
+
+    void stopped() {
+        ControllerFixture world;
+        Menu menu(world);
+        world.controller().begin();
+        world.settle();
+        menu.content.render();
+        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Uptime Kuma is stopped]"), noDashboard, start));
+    }
+
+    void starting() {
+        ControllerFixture world;
+        world.page.answers = false;
+        Menu menu(world);
+        QVERIFY(!world.isPolledAsRunning());
+        menu.content.render();
+        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Uptime Kuma is starting…]"), noDashboard, stop));
+    }
+
+    void running() {
+        ControllerFixture world;
+        Menu menu(world);
+        QVERIFY(world.isPolledAsRunning());
+        menu.content.render();
+        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Uptime Kuma is running]"), dashboard, stop));
+    }
+
+    void failing() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "restarting");
+        Menu menu(world);
+        world.controller().begin();
+        world.settle();
+        menu.content.render();
+        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Uptime Kuma has a problem]"), noDashboard, stop));
+    }
+
+    void whileAnOperationRuns() {
+        ControllerFixture world;
+        Menu menu(world);
+        QVERIFY(world.isPolledAsRunning());
+        world.hang("compose stop", 1);
+        menu.content.render();
+        menu.entry(stop)->trigger();
+        world.settle();
+        menu.content.render();
+        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Stopping…]"), dashboard, noStop));
+        QCOMPARE(world.underWay(), QStringList{QStringLiteral("compose stop")});
+    }
+
+    void startStarts() {
+        ControllerFixture world;
+        Menu menu(world);
+        world.controller().begin();
+        world.settle();
+        menu.content.render();
+        menu.entry(start)->trigger();
+        QCOMPARE(world.controller().busy(), QStringLiteral("Starting Uptime Kuma…"));
+        menu.content.render();
+        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Starting Uptime Kuma…]"), noDashboard, noStart));
+    }
+
+    void dashboardOpensInTheBrowser() {
+        ControllerFixture world;
+        Menu menu(world);
+        QVERIFY(world.isPolledAsRunning());
+        menu.content.render();
+        menu.entry(dashboard)->trigger();
+        QCOMPARE(world.desktop.opened, QList<QUrl>{QUrl(QStringLiteral("http://127.0.0.1:3001/"))});
+    }
+
+    void openWindowAsksForIt() {
+        ControllerFixture world;
+        Menu menu(world);
+        const QSignalSpy asked(&menu.content, &MenuContent::openWindowRequested);
+        menu.entry(QStringLiteral("Open window"))->trigger();
+        QCOMPARE(asked.size(), 1);
+    }
+
+    void quitHasItsKey() {
+        ControllerFixture world;
+        Menu menu(world);
+        QCOMPARE(menu.entry(QStringLiteral("Quit"))->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+    }
+
+    void nothingIsToldTwice() {
+        ControllerFixture world;
+        Menu menu(world);
+        QVERIFY(world.isPolledAsRunning());
+        menu.content.render();
+        const QList<QAction*> before = menu.content.menu().actions();
+        int changes = 0;
+        for (const QAction* action : before) {
+            connect(action, &QAction::changed, this, [&changes] { changes += 1; });
+        }
+        menu.content.render();
+        QCOMPARE(changes, 0);
+        world.controller().stop();
+        menu.content.render();
+        // The status line and "Stop".
+        QCOMPARE(changes, 2);
+        QCOMPARE(menu.content.menu().actions(), before);
+    }
+
+    void textIsShownAsItStands_data() {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("panel");
+        QTest::addColumn<QString>("ourselves");
+        const auto row = [](const char* text, const char* panel, const char* ourselves) {
+            QTest::newRow(text) << QString::fromLatin1(text) << QString::fromLatin1(panel)
+                                << QString::fromLatin1(ourselves);
+        };
+        row("plain", "plain", "plain");
+        row("A & B", "A && B", "A && B");
+        row("A & B & C", "A && B & C", "A && B && C");
+        row("snake_case_", "snake__case__", "snake_case_");
+        row("_a & b", "__a && b", "_a && b");
+        row("end&", "end&&", "end&&");
+    }
+    void textIsShownAsItStands() {
+        QFETCH(QString, text);
+        QTEST(MenuContent::entryText(text, MenuContent::Painter::panel), "panel");
+        QTEST(MenuContent::entryText(text, MenuContent::Painter::ourselves), "ourselves");
+    }
+};
+
+QTEST_MAIN(TestMenuContent)
+#include "TestMenuContent.moc"

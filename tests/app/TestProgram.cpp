@@ -1,0 +1,184 @@
+#include "RunningProgram.h"
+#include "support/Await.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <csignal>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+const auto plainStop = QStringLiteral("stop");
+const auto composeStop = QStringLiteral("compose stop");
+
+bool wasStopped(const RunningProgram& world) {
+    return world.hasCalled(composeStop) || world.hasCalled(plainStop);
+}
+
+std::string containerState(const RunningProgram& world) {
+    return world.tools.state().container->state;
+}
+
+/// Makes the stop take its time.
+void delayStop(const RunningProgram& world, int milliseconds) {
+    world.tools.change([milliseconds](standin::DockerState& docker) {
+        docker.overrides.push_back({.command = "compose stop", .delay = milliseconds});
+    });
+}
+
+} // namespace
+
+class TestProgram : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void signalsEndIt_data() {
+        QTest::addColumn<int>("number");
+        QTest::newRow("SIGTERM") << SIGTERM;
+        QTest::newRow("SIGINT") << SIGINT;
+        QTest::newRow("SIGHUP") << SIGHUP;
+    }
+    void signalsEndIt() {
+        QFETCH(int, number);
+        RunningProgram world;
+        world.addContainer("running");
+        QProcess& program = world.start();
+        QVERIFY(world.knowsItsContainer());
+        RunningProgram::signal(program, number);
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+        QVERIFY(!wasStopped(world));
+        QCOMPARE(containerState(world), "running");
+    }
+
+    void signalsStopTheContainerWhereThatIsWanted_data() { signalsEndIt_data(); }
+    void signalsStopTheContainerWhereThatIsWanted() {
+        QFETCH(int, number);
+        RunningProgram world;
+        world.setting("stopOnQuit=true");
+        world.addContainer("running");
+        delayStop(world, 1000);
+        QProcess& program = world.start();
+        QVERIFY(world.knowsItsContainer());
+        RunningProgram::signal(program, number);
+        QVERIFY(waitUntil([&] { return wasStopped(world); }));
+        // Impatience changes nothing.
+        RunningProgram::signal(program, number);
+        RunningProgram::signal(program, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+        QCOMPARE(containerState(world), "exited");
+        QCOMPARE(world.tools.commands().count(composeStop) + world.tools.commands().count(plainStop), 1);
+    }
+
+    void aChildThatHangsDoesNotHoldItUp() {
+        RunningProgram world;
+        world.tools.change([](standin::DockerState& docker) {
+            docker.overrides.push_back({.command = "inspect", .hangs = true, .ignoresTerm = true});
+        });
+        QProcess& program = world.start();
+        QVERIFY(waitUntil([&] { return world.hasCalled(QStringLiteral("inspect")); }));
+        QElapsedTimer timer;
+        timer.start();
+        RunningProgram::signal(program, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+        // The child itself has 10 s.
+        QVERIFY(timer.elapsed() < 8000);
+    }
+
+    void aStopThatFailsDoesNotKeepIt() {
+        RunningProgram world;
+        world.setting("stopOnQuit=true");
+        world.addContainer("running");
+        world.tools.change([](standin::DockerState& docker) {
+            docker.overrides.push_back({.command = "compose stop", .exitCode = 1});
+            docker.overrides.push_back({.command = "stop", .exitCode = 1});
+        });
+        QProcess& program = world.start();
+        QVERIFY(world.knowsItsContainer());
+        RunningProgram::signal(program, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+        QVERIFY(world.hasCalled(plainStop));
+    }
+
+    void endsEarlyToo() {
+        RunningProgram world;
+        QProcess& program = world.start();
+        QVERIFY(waitUntil([&] { return !world.tools.commands().isEmpty(); }));
+        RunningProgram::signal(program, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+    }
+
+    void runsWithoutASessionBus() {
+        RunningProgram world;
+        world.environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("disabled:"));
+        world.addContainer("running");
+        QProcess& program = world.start();
+        QVERIFY(world.knowsItsContainer());
+        RunningProgram::signal(program, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+    }
+
+    void survivesTheEndOfTheSessionBus() {
+        RunningProgram world;
+        world.addContainer("running");
+        QProcess& program = world.start();
+        QVERIFY(world.knowsItsContainer());
+        world.bus.stop();
+        const qsizetype calls = world.tools.calls().size();
+        QVERIFY(waitUntil([&] { return world.tools.calls().size() > calls; }));
+        RunningProgram::signal(program, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+    }
+
+    void aSecondCopyLeavesAtOnce() {
+        RunningProgram world;
+        QProcess& first = world.start();
+        QVERIFY(world.knowsItsContainer());
+        QProcess& second = world.start();
+        QCOMPARE(RunningProgram::exitCode(second), 0);
+        QCOMPARE(first.state(), QProcess::Running);
+        RunningProgram::signal(first, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(first), 0);
+    }
+
+    void aSecondCopyThatCannotReachTheFirstFails() {
+        RunningProgram world;
+        world.environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("disabled:"));
+        QProcess& first = world.start();
+        QVERIFY(world.knowsItsContainer());
+        QProcess& second = world.start();
+        QCOMPARE(RunningProgram::exitCode(second), 1);
+        RunningProgram::signal(first, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(first), 0);
+    }
+
+    void runsWithItsStandardStreamsClosed() {
+        RunningProgram world;
+        world.addContainer("running");
+        QProcess& program = world.startThrough(QStringLiteral("/bin/sh"),
+                                               {QStringLiteral("-c"), QStringLiteral("exec \"$0\" <&- >&- 2>&-")});
+        QVERIFY(world.knowsItsContainer());
+        for (const char* const stream : {"0", "1", "2"}) {
+            QCOMPARE(QFile::symLinkTarget(
+                         QStringLiteral("/proc/%1/fd/%2").arg(program.processId()).arg(QLatin1String(stream))),
+                     QStringLiteral("/dev/null"));
+        }
+        RunningProgram::signal(program, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+    }
+
+    void doesNotStayInTheFolderWhereItWasStarted() {
+        RunningProgram world;
+        QProcess& program = world.start();
+        QVERIFY(world.knowsItsContainer());
+        QCOMPARE(QFile::symLinkTarget(QStringLiteral("/proc/%1/cwd").arg(program.processId())), world.home.path());
+        RunningProgram::signal(program, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestProgram)
+#include "TestProgram.moc"

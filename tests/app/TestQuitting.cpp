@@ -1,0 +1,272 @@
+#include "AppFixture.h"
+#include "support/Await.h"
+
+#include <QApplication>
+#include <QEventLoopLocker>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr KumaState kumaStates[] = {KumaState::stopped, KumaState::starting, KumaState::running, KumaState::error};
+constexpr DockerState dockerStates[] = {DockerState::unknown, DockerState::missing, DockerState::notRunning,
+                                        DockerState::ready};
+
+/// The stops that docker was asked for.
+QStringList stops(const ControllerFixture& world) {
+    QStringList names;
+    for (const Command& command : world.commands()) {
+        if (command.name().endsWith(QStringLiteral("stop"))) {
+            names << command.name();
+        }
+    }
+    return names;
+}
+
+const QStringList oneStop{QStringLiteral("compose stop")};
+
+} // namespace
+
+class TestQuitting : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void whenTheContainerIsStoppedFirst() {
+        for (const KumaState kuma : kumaStates) {
+            for (const DockerState docker : dockerStates) {
+                QVERIFY(!stopsContainerFirst(false, kuma, docker));
+                const bool expected = kuma != KumaState::stopped && docker == DockerState::ready;
+                QCOMPARE(stopsContainerFirst(true, kuma, docker), expected);
+            }
+        }
+    }
+
+    void leavesTheContainerAloneUnlessAsked() {
+        AppFixture world;
+        QVERIFY(world.startsWithRunningContainer());
+        const auto code = world.runLoop([] { QCoreApplication::quit(); });
+        QCOMPARE(code, 0);
+        QCOMPARE(stops(world), QStringList());
+    }
+
+    void stopsTheContainerWhenAsked_data() {
+        QTest::addColumn<QString>("word");
+        QTest::addColumn<bool>("pageAnswers");
+        QTest::addColumn<KumaState>("state");
+        QTest::newRow("running") << QStringLiteral("running") << true << KumaState::running;
+        QTest::newRow("starting") << QStringLiteral("running") << false << KumaState::starting;
+        QTest::newRow("error") << QStringLiteral("restarting") << true << KumaState::error;
+    }
+    void stopsTheContainerWhenAsked() {
+        QFETCH(QString, word);
+        QFETCH(bool, pageAnswers);
+        QFETCH(KumaState, state);
+        AppFixture world;
+        world.page.answers = pageAnswers;
+        world.kuma().setStopOnQuit(true);
+        world.start(word);
+        QCOMPARE(world.kuma().kuma(), state);
+        world.delay("compose stop", 4s);
+
+        bool waited = false;
+        const auto code = world.runLoop([&] {
+            QCoreApplication::quit();
+            world.settle();
+            waited = world.underWay() == oneStop;
+            world.advance(4s);
+        });
+        QCOMPARE(code, 0);
+        QVERIFY(waited);
+        QCOMPARE(stops(world), oneStop);
+        QCOMPARE(world.docker().container->state, "exited");
+    }
+
+    void nothingToStop_data() {
+        QTest::addColumn<bool>("hasDocker");
+        QTest::addColumn<bool>("daemonUp");
+        QTest::newRow("stopped") << true << true;
+        QTest::newRow("Docker not running") << true << false;
+        QTest::newRow("Docker missing") << false << true;
+    }
+    void nothingToStop() {
+        QFETCH(bool, hasDocker);
+        QFETCH(bool, daemonUp);
+        AppFixture world;
+        if (!hasDocker) {
+            world.installedDocker = std::nullopt;
+        }
+        world.docker().daemon = daemonUp ? standin::Daemon::up : standin::Daemon::down;
+        world.kuma().setStopOnQuit(true);
+        world.app().start();
+        world.settle();
+        QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
+        QCOMPARE(stops(world), QStringList());
+    }
+
+    void dockerNotKnownYet() {
+        AppFixture world;
+        world.kuma().setStopOnQuit(true);
+        world.app();
+        QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
+        QCOMPARE(world.commands().size(), 0);
+    }
+
+    void withoutAKnownToolTheStopIsSkipped() {
+        AppFixture world;
+        world.kuma().setStopOnQuit(true);
+        QVERIFY(world.startsWithRunningContainer());
+        // Forgets where the tool is, and leaves everything else as it was.
+        world.kuma().setDockerOverride(QStringLiteral("/somewhere/else"));
+        QVERIFY(world.kuma().dockerState() == DockerState::ready && !world.kuma().dockerPath());
+        QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
+        QCOMPARE(stops(world), QStringList());
+    }
+
+    void laterRequestsChangeNothing() {
+        AppFixture world;
+        world.kuma().setStopOnQuit(true);
+        QVERIFY(world.startsWithRunningContainer());
+        world.delay("compose stop", 4s);
+        const auto code = world.runLoop([&] {
+            QCoreApplication::quit();
+            world.advance(1s);
+            QCoreApplication::quit();
+            QCoreApplication::quit();
+            world.advance(1s);
+            world.advance(2s);
+        });
+        QCOMPARE(code, 0);
+        QCOMPARE(stops(world), oneStop);
+    }
+
+    void aStopThatFailsDoesNotKeepTheProgram() {
+        AppFixture world;
+        world.kuma().setStopOnQuit(true);
+        QVERIFY(world.startsWithRunningContainer());
+        world.answer("compose stop", 1, QStringLiteral("no"));
+        world.answer("stop", 1, QStringLiteral("no"));
+        QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
+        QCOMPARE(stops(world), (QStringList{QStringLiteral("compose stop"), QStringLiteral("stop")}));
+    }
+
+    void aStopThatTakesTooLongDoesNotKeepTheProgram() {
+        AppFixture world;
+        world.kuma().setStopOnQuit(true);
+        QVERIFY(world.startsWithRunningContainer());
+        world.hang("compose stop");
+        world.hang("stop");
+        bool stillWaiting = false;
+        const auto code = world.runLoop([&] {
+            QCoreApplication::quit();
+            world.advance(119s);
+            stillWaiting = world.underWay() == QStringList{QStringLiteral("stop")};
+            world.advance(1s);
+        });
+        QCOMPARE(code, 0);
+        QVERIFY(stillWaiting);
+    }
+
+    void thePollingEndsAtOnce() {
+        AppFixture world;
+        world.kuma().setStopOnQuit(true);
+        QVERIFY(world.startsWithRunningContainer());
+        world.delay("compose stop", 30s);
+        QStringList meanwhile;
+        const auto code = world.runLoop([&] {
+            QCoreApplication::quit();
+            world.settle();
+            world.takeCommands();
+            world.advance(29s);
+            meanwhile = world.takeCommands();
+            world.advance(1s);
+        });
+        QCOMPARE(code, 0);
+        QCOMPARE(meanwhile, QStringList());
+        QVERIFY(world.kuma().isIdle());
+    }
+
+    void tasksThatWereToldToStopHaveEnded() {
+        AppFixture world;
+        QVERIFY(world.startsWithRunningContainer());
+        QVERIFY(!world.kuma().isIdle());
+        QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
+        QVERIFY(world.kuma().isIdle());
+    }
+
+    void anOperationUnderWayDoesNotKeepTheProgram() {
+        AppFixture world;
+        QVERIFY(world.startsWithRunningContainer());
+        world.hang("compose stop", 1);
+        world.kuma().stop();
+        world.settle();
+        QCOMPARE(world.underWay(), oneStop);
+        QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
+    }
+
+    void windowsCloseAtOnceAndOpenNoMore() {
+        AppFixture world;
+        world.kuma().setStopOnQuit(true);
+        QVERIFY(world.startsWithRunningContainer());
+        world.app().openMainWindow();
+        QVERIFY(world.mainWindow() != nullptr);
+        world.delay("compose stop", 4s);
+        bool closed = false;
+        bool stayedClosed = false;
+        const auto code = world.runLoop([&] {
+            QCoreApplication::quit();
+            closed = world.mainWindow() == nullptr;
+            world.app().openMainWindow();
+            stayedClosed = world.mainWindow() == nullptr;
+            world.advance(4s);
+        });
+        QCOMPARE(code, 0);
+        QVERIFY(closed);
+        QVERIFY(stayedClosed);
+    }
+
+    void aQuestionIsNoObstacle() {
+        AppFixture world;
+        QVERIFY(world.startsWithRunningContainer());
+        world.kuma().removeEverything();
+        world.settle();
+        QVERIFY(world.mainWindow() != nullptr);
+        QVERIFY(QApplication::activeModalWidget() != nullptr);
+        QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
+        QVERIFY(world.docker().container.has_value());
+        QVERIFY(world.kuma().isIdle());
+    }
+
+    void closingEveryWindowKeepsTheProgram() {
+        AppFixture world;
+        QVERIFY(world.startsWithRunningContainer());
+        const auto code = world.runLoop([&] {
+            world.app().openMainWindow();
+            world.mainWindow()->close();
+            { const QEventLoopLocker locker; }
+            drainEvents();
+            world.takeCommands();
+            world.advance(3s);
+            QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(7); });
+        });
+        // Our own end of the loop came first.
+        QCOMPARE(code, 7);
+        QVERIFY(world.takeCommands().contains(QStringLiteral("inspect")));
+    }
+
+    void controlQInTheWindowQuits() {
+        AppFixture world;
+        QVERIFY(world.startsWithRunningContainer());
+        const auto code = world.runLoop([&] {
+            world.app().openMainWindow();
+            QVERIFY(QTest::qWaitForWindowActive(world.mainWindow()));
+            QTest::keyClick(world.mainWindow(), Qt::Key_Q, Qt::ControlModifier);
+        });
+        QCOMPARE(code, 0);
+    }
+};
+
+QTEST_MAIN(TestQuitting)
+#include "TestQuitting.moc"

@@ -1,0 +1,134 @@
+#include "AppFixture.h"
+#include "app/MainWindow.h"
+#include "support/Await.h"
+
+#include <QApplication>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+int mainWindows() {
+    int count = 0;
+    for (const QWidget* window : QApplication::topLevelWidgets()) {
+        count += qobject_cast<const MainWindow*>(window) != nullptr ? 1 : 0;
+    }
+    return count;
+}
+
+} // namespace
+
+class TestShell : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void launchStartsThePollingAndNothingElse() {
+        AppFixture world;
+        world.app().start();
+        world.settle();
+        QVERIFY(world.takeCommands().contains(QStringLiteral("inspect")));
+        QVERIFY(!world.kuma().isIdle());
+        QCOMPARE(mainWindows(), 0);
+    }
+
+    void aSecondLaunchStartsNoSecondPolling() {
+        AppFixture world;
+        AppDelegate second(world.kuma());
+        QVERIFY(world.startsWithRunningContainer());
+        world.takeCommands();
+        second.applicationDidFinishLaunching();
+        world.settle();
+        QCOMPARE(world.takeCommands(), QStringList());
+        world.advance(3s);
+        QCOMPARE(world.takeCommands(), QStringList{QStringLiteral("inspect")});
+    }
+
+    void theLastWindowDoesNotEndTheProgram() {
+        AppFixture world;
+        const AppDelegate delegate(world.kuma());
+        QVERIFY(!delegate.applicationShouldTerminateAfterLastWindowClosed());
+        QVERIFY(!QGuiApplication::quitOnLastWindowClosed());
+        QVERIFY(!QCoreApplication::isQuitLockEnabled());
+    }
+
+    void withoutAPanelTheWindowOpensAfterFiveSeconds() {
+        AppFixture world;
+        world.app().start();
+        world.advance(4999ms);
+        QVERIFY(world.mainWindow() == nullptr);
+        world.advance(1ms);
+        QVERIFY(world.mainWindow() != nullptr);
+        QVERIFY(!world.app().statusItem()->hasIcon());
+        QCOMPARE(world.legacyTrayQuestions, 1);
+    }
+
+    void theWindowOpensUnaskedOnlyOnce() {
+        AppFixture world;
+        world.app().start();
+        world.advance(5s);
+        QVERIFY(world.mainWindow() != nullptr);
+        world.mainWindow()->close();
+        world.advance(1h);
+        QVERIFY(world.mainWindow() == nullptr);
+        QCOMPARE(world.legacyTrayQuestions, 1);
+    }
+
+    void aPanelOfTheOldKindWillDo() {
+        AppFixture world;
+        world.hasLegacyTray = true;
+        world.app().start();
+        world.advance(4999ms);
+        QVERIFY(!world.app().statusItem()->hasIcon());
+        world.advance(1ms);
+        QVERIFY(world.app().statusItem()->hasIcon());
+        QVERIFY(world.mainWindow() == nullptr);
+    }
+
+    void thereIsOneMainWindow() {
+        AppFixture world;
+        world.app().openMainWindow();
+        QWidget* const window = world.mainWindow();
+        world.app().openMainWindow();
+        QCOMPARE(world.mainWindow(), window);
+        QCOMPARE(mainWindows(), 1);
+    }
+
+    void aClosedWindowIsGoneAndComesBackNew() {
+        AppFixture world;
+        world.app().openMainWindow();
+        world.mainWindow()->close();
+        QVERIFY(world.mainWindow() == nullptr);
+        world.app().openMainWindow();
+        QVERIFY(world.mainWindow() != nullptr);
+        drainEvents();
+        QCOMPARE(mainWindows(), 1);
+        QVERIFY(world.mainWindow() != nullptr);
+    }
+
+    void theIdleProgramHasNoWindow() {
+        AppFixture world;
+        QVERIFY(world.startsWithRunningContainer());
+        world.app().openMainWindow();
+        world.mainWindow()->close();
+        world.settle();
+        QCOMPARE(QApplication::topLevelWidgets().size(), 0);
+    }
+
+    void questionsOpenTheWindow() {
+        AppFixture world;
+        QVERIFY(world.startsWithRunningContainer());
+        world.kuma().removeEverything();
+        world.settle();
+        QVERIFY(world.mainWindow() != nullptr);
+        QWidget* const question = QApplication::activeModalWidget();
+        QVERIFY(question != nullptr);
+        QCOMPARE(question->parentWidget(), world.mainWindow());
+        QCOMPARE(question->windowModality(), Qt::WindowModal);
+    }
+};
+
+QTEST_MAIN(TestShell)
+#include "TestShell.moc"

@@ -1,0 +1,113 @@
+#include "Contrast.h"
+#include "Palettes.h"
+#include "app/AppWindow.h"
+#include "app/widgets/StateColors.h"
+#include "app/widgets/TextLabel.h"
+#include "support/Await.h"
+
+#include <QApplication>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+constexpr Meaning meanings[] = {Meaning::inactive, Meaning::good, Meaning::bad, Meaning::pending, Meaning::maintenance};
+
+/// What lies below text on a card.
+QColor cardColor(const QPalette& palette) {
+    const QColor window = palette.color(QPalette::Window);
+    const auto mix = [](float channel) { return channel * 0.88F + 0.5F * 0.12F; };
+    return QColor::fromRgbF(mix(window.redF()), mix(window.greenF()), mix(window.blueF()));
+}
+
+} // namespace
+
+class TestStateColors : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void darkIsLightTextOnDarkWindows() {
+        QVERIFY(!isDark(lightPalette()));
+        QVERIFY(isDark(darkPalette()));
+    }
+
+    void everyColorStandsOut_data() {
+        QTest::addColumn<QPalette>("palette");
+        QTest::newRow("light") << lightPalette();
+        QTest::newRow("dark") << darkPalette();
+    }
+    void everyColorStandsOut() {
+        QFETCH(QPalette, palette);
+        const QColor window = palette.color(QPalette::Window);
+        for (const Meaning meaning : meanings) {
+            QVERIFY(contrast(dotColor(meaning, palette), window) >= 3);
+            QVERIFY(contrast(textColor(meaning, palette), window) >= 4.5);
+            QVERIFY(contrast(textColor(meaning, palette), cardColor(palette)) >= 4.5);
+        }
+        QVERIFY(contrast(secondaryTextColor(palette), window) >= 4.5);
+        QVERIFY(contrast(secondaryTextColor(palette), cardColor(palette)) >= 4.5);
+    }
+
+    void everyHealthHasItsColorAndItsWord() {
+        QCOMPARE(meaningOf(Health::inactive), Meaning::inactive);
+        QCOMPARE(meaningOf(Health::allUp), Meaning::good);
+        QCOMPARE(meaningOf(Health::someDown), Meaning::bad);
+        const QStringList words{spokenHealth(Health::inactive), spokenHealth(Health::allUp),
+                                spokenHealth(Health::someDown)};
+        QCOMPARE(QSet<QString>(words.begin(), words.end()).size(), 3);
+        QVERIFY(!words.contains(QString()));
+    }
+
+    void labelsFollowThePalette() {
+        QApplication::setPalette(lightPalette());
+        drainEvents();
+        QWidget window;
+        TextLabel secondary(TextStyle::body, QStringLiteral("less"), &window);
+        secondary.setSecondary();
+        TextLabel bad(TextStyle::headline, QStringLiteral("bad"), &window);
+        bad.setMeaning(Meaning::bad);
+        QCOMPARE(bad.palette().color(QPalette::WindowText), textColor(Meaning::bad, lightPalette()));
+        QApplication::setPalette(darkPalette());
+        drainEvents();
+        QCOMPARE(bad.palette().color(QPalette::WindowText), textColor(Meaning::bad, darkPalette()));
+        QCOMPARE(secondary.palette().color(QPalette::WindowText), secondaryTextColor(darkPalette()));
+        QApplication::setPalette(lightPalette());
+        drainEvents();
+        QCOMPARE(secondary.palette().color(QPalette::WindowText), secondaryTextColor(lightPalette()));
+    }
+
+    void labelsFollowTheFont() {
+        const QFont before = QApplication::font();
+        AppWindow window(QStringLiteral("Window"));
+        const TextLabel title(TextStyle::title3, QStringLiteral("title"), &window);
+        QFont larger = before;
+        larger.setPointSizeF(before.pointSizeF() * 2);
+        QApplication::setFont(larger);
+        drainEvents();
+        QCOMPARE(title.font().pointSizeF(), fontOf(TextStyle::title3).pointSizeF());
+        QVERIFY(title.font().pointSizeF() > larger.pointSizeF());
+        QApplication::setFont(before);
+        drainEvents();
+        QCOMPARE(title.font().pointSizeF(), fontOf(TextStyle::title3).pointSizeF());
+    }
+
+    void fontsGivenInPixelsWorkToo() {
+        const QFont before = QApplication::font();
+        QFont pixels = before;
+        pixels.setPixelSize(20);
+        QApplication::setFont(pixels);
+        QCOMPARE(fontOf(TextStyle::body).pixelSize(), 20);
+        QCOMPARE(fontOf(TextStyle::title3).pixelSize(), 24);
+        QApplication::setFont(before);
+    }
+
+    void labelsShowTextAsItStands() {
+        const TextLabel label(TextStyle::body, QStringLiteral("<b>A & B</b>"));
+        QCOMPARE(label.textFormat(), Qt::PlainText);
+    }
+};
+
+QTEST_MAIN(TestStateColors)
+#include "TestStateColors.moc"

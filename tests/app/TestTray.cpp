@@ -1,0 +1,236 @@
+#include "DisplayWindows.h"
+#include "RunningProgram.h"
+#include "standin/desktop/StatusArea.h"
+#include "standin/desktop/VirtualDisplay.h"
+#include "support/Await.h"
+
+#include <QDBusMessage>
+#include <QTest>
+
+#include <csignal>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using orvanel::standin::MenuEntry;
+using orvanel::standin::StatusArea;
+using orvanel::standin::TrayItem;
+
+namespace {
+
+const auto title = QStringLiteral("Orvanel");
+const auto isStarting = QStringLiteral("Uptime Kuma is starting…");
+const auto isStopped = QStringLiteral("Uptime Kuma is stopped");
+
+/// Counts what the item tells the panel.
+class NewsCounter final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit NewsCounter(QDBusConnection bus) {
+        const auto listen = [&](const char* interface, const char* name, const char* slot) {
+            if (!bus.connect({}, {}, QString::fromLatin1(interface), QString::fromLatin1(name), this, slot)) {
+                qFatal("the test cannot hear the item");
+            }
+        };
+        listen("org.kde.StatusNotifierItem", "NewIcon", SLOT(onIcon()));
+        listen("org.kde.StatusNotifierItem", "NewToolTip", SLOT(onToolTip()));
+        listen("com.canonical.dbusmenu", "LayoutUpdated", SLOT(onLayout()));
+    }
+
+    int icons = 0;
+    int toolTips = 0;
+    int layouts = 0;
+
+private Q_SLOTS:
+    void onIcon() { icons += 1; }
+    void onToolTip() { toolTips += 1; }
+    void onLayout() { layouts += 1; }
+};
+
+/// The program on a desktop with a display and, once it is opened, a status area.
+struct Desktop {
+    Desktop()
+        : windows(display.name())
+        , area(program.bus.connect()) {
+        program.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        program.environment.insert(QStringLiteral("DISPLAY"), display.name());
+    }
+
+    standin::VirtualDisplay display;
+    RunningProgram program;
+    DisplayWindows windows;
+    StatusArea area;
+
+    TrayItem* item() { return area.item(); }
+    bool saysInTheTray(const QString& text) {
+        return waitUntil([&] { return item() != nullptr && item()->toolTip() == text && entry(text).has_value(); });
+    }
+    std::optional<MenuEntry> entry(const QString& text) {
+        return item() != nullptr ? item()->menu().find(text) : std::nullopt;
+    }
+    void press(const char* text) {
+        const auto found = entry(QString::fromLatin1(text));
+        QVERIFY(found && found->enabled);
+        QVERIFY(item()->menu().press(found->id));
+    }
+    bool showsWindow() {
+        return waitUntil([&] { return windows.titles().contains(title); });
+    }
+    /// What a person sees, with the entries that cannot be chosen in brackets.
+    QStringList menu() {
+        QStringList lines;
+        for (const MenuEntry& one : item()->menu().entries()) {
+            lines << (one.separator ? QStringLiteral("-")
+                      : one.enabled ? one.text
+                                    : QStringLiteral("[%1]").arg(one.text));
+        }
+        return lines;
+    }
+};
+
+} // namespace
+
+class TestTray : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void showsIconToolTipAndMenu() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.addContainer("running");
+        desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStarting));
+        QCOMPARE(desktop.menu(),
+                 (QStringList{QStringLiteral("[Uptime Kuma is starting…]"), QStringLiteral("-"),
+                              QStringLiteral("[Open dashboard]"), QStringLiteral("Stop"), QStringLiteral("Open window"),
+                              QStringLiteral("-"), QStringLiteral("Quit")}));
+        QCOMPARE(desktop.entry(QStringLiteral("Quit"))->shortcut, QStringLiteral("Ctrl+Q"));
+        QCOMPARE(desktop.item()->status(), QStringLiteral("Active"));
+        for (const int size : {16, 22, 24, 32, 48, 64}) {
+            const QImage icon = desktop.item()->icon(size);
+            QCOMPARE(icon.size(), QSize(size, size));
+            QVERIFY(icon.pixelColor(size / 2, size / 2).alpha() == 255);
+            QVERIFY(icon.pixelColor(0, 0).alpha() == 0);
+        }
+    }
+
+    void tellsThePanelOnlyWhatIsNew() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.addContainer("running");
+        desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStarting));
+        const NewsCounter news(desktop.program.bus.connect());
+        const qsizetype calls = desktop.program.tools.calls().size();
+        // Some rounds of polling in which nothing changes.
+        QVERIFY(waitUntil([&] { return desktop.program.tools.calls().size() >= calls + 2; }));
+        QCOMPARE(news.toolTips, 0);
+        desktop.program.tools.change([](standin::DockerState& docker) { docker.container->state = "exited"; });
+        QVERIFY(desktop.saysInTheTray(isStopped));
+        QCOMPARE(news.toolTips, 1);
+        // The dot was gray before.
+        QCOMPARE(news.icons, 0);
+        // "Stop" has made room for "Start".
+        QVERIFY(desktop.entry(QStringLiteral("Start")).has_value());
+        QVERIFY(!desktop.entry(QStringLiteral("Stop")).has_value());
+    }
+
+    void comesWhenThePanelComes() {
+        Desktop desktop;
+        desktop.program.start();
+        QVERIFY(desktop.program.knowsItsContainer());
+        QVERIFY(desktop.area.open());
+        QVERIFY(desktop.saysInTheTray(isStopped));
+    }
+
+    void comesLongAfterTheWindowHadToOpen() {
+        Desktop desktop;
+        desktop.program.start();
+        QVERIFY(desktop.showsWindow());
+        QVERIFY(desktop.area.open());
+        QVERIFY(desktop.saysInTheTray(isStopped));
+    }
+
+    void comesBackWhenThePanelRestarts() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStopped));
+        for (int i = 0; i < 2; ++i) {
+            desktop.area.close();
+            QVERIFY(desktop.item() == nullptr);
+            QVERIFY(desktop.area.open());
+            QVERIFY(desktop.saysInTheTray(isStopped));
+        }
+    }
+
+    void withAPanelNoWindowOpens() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStopped));
+        // Two rounds of polling are longer than the program waits for a panel.
+        const qsizetype calls = desktop.program.tools.calls().size();
+        QVERIFY(waitUntil([&] { return desktop.program.tools.calls().size() >= calls + 3; }));
+        QCOMPARE(desktop.windows.titles(), QStringList());
+    }
+
+    void usesAPanelOfTheOldKind() {
+        Desktop desktop;
+        desktop.windows.offerLegacyTray();
+        desktop.program.start();
+        QVERIFY(desktop.program.knowsItsContainer());
+        const qsizetype calls = desktop.program.tools.calls().size();
+        QVERIFY(waitUntil([&] { return desktop.program.tools.calls().size() >= calls + 3; }));
+        QVERIFY(!desktop.windows.titles().contains(title));
+    }
+
+    void clickOpensTheWindow() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStopped));
+        desktop.item()->activate();
+        QVERIFY(desktop.showsWindow());
+    }
+
+    void menuOpensOneWindow() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStopped));
+        desktop.press("Open window");
+        QVERIFY(desktop.showsWindow());
+        desktop.press("Open window");
+        desktop.press("Start");
+        QVERIFY(waitUntil([&] { return desktop.program.hasCalled(QStringLiteral("compose up")); }));
+        QCOMPARE(desktop.windows.titles().count(title), 1);
+    }
+
+    void menuQuits() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.setting("stopOnQuit=true");
+        desktop.program.addContainer("running");
+        QProcess& process = desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStarting));
+        desktop.press("Quit");
+        QCOMPARE(RunningProgram::exitCode(process), 0);
+        QCOMPARE(desktop.program.tools.state().container->state, "exited");
+        QVERIFY(waitUntil([&] { return desktop.item() == nullptr; }));
+    }
+
+    void aSecondStartOpensTheWindow() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        QProcess& first = desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStopped));
+        QCOMPARE(RunningProgram::exitCode(desktop.program.start()), 0);
+        QVERIFY(desktop.showsWindow());
+        QCOMPARE(first.state(), QProcess::Running);
+        QCOMPARE(desktop.area.items().size(), 1U);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTray)
+#include "TestTray.moc"

@@ -1,0 +1,211 @@
+#include "app/FileOrFolderDialog.h"
+#include "app/WidgetDialogs.h"
+#include "support/Await.h"
+#include "support/TestHome.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+/// An answer that may still be missing.
+template <class T>
+struct Answer {
+    bool isGiven = false;
+    T value{};
+};
+
+template <class T>
+QCoro::Task<void> note(QCoro::Task<T> task, std::shared_ptr<Answer<T>> answer) {
+    const T value = co_await task;
+    answer->value = value;
+    answer->isGiven = true;
+}
+
+template <class T>
+std::shared_ptr<Answer<T>> answerOf(QCoro::Task<T> task) {
+    const auto answer = std::make_shared<Answer<T>>();
+    note(std::move(task), answer);
+    return answer;
+}
+
+Alert question() {
+    return {.style = Alert::Style::Critical,
+            .message = QStringLiteral("Remove <b>everything</b>?"),
+            .informativeText = QStringLiteral("In <i>/home/x</i> & more"),
+            .confirmButton = QStringLiteral("Delete & Go"),
+            .cancelButton = QStringLiteral("Cancel")};
+}
+
+template <class Dialog>
+Dialog* shown() {
+    return qobject_cast<Dialog*>(QApplication::activeModalWidget());
+}
+
+} // namespace
+
+class TestWidgetDialogs : public QObject {
+    Q_OBJECT
+
+    QWidget* m_window = nullptr;
+
+    WidgetDialogs dialogs() {
+        return WidgetDialogs([this] { return m_window; });
+    }
+
+private Q_SLOTS:
+    void init() {
+        m_window = new QWidget;
+        m_window->resize(600, 500);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowActive(m_window));
+    }
+    void cleanup() {
+        delete m_window;
+        m_window = nullptr;
+        drainEvents();
+    }
+
+    void asksInAWindowOverTheMainWindow() {
+        WidgetDialogs asked = dialogs();
+        const auto answer = answerOf(asked.confirm(question()));
+        auto* box = shown<QMessageBox>();
+        QVERIFY(box != nullptr);
+        QCOMPARE(box->parentWidget(), m_window);
+        QCOMPARE(box->windowModality(), Qt::WindowModal);
+        QCOMPARE(box->icon(), QMessageBox::Critical);
+        QVERIFY(!answer->isGiven);
+        box->close();
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+        QVERIFY(!answer->value);
+    }
+
+    void textIsShownAsItStands() {
+        WidgetDialogs asked = dialogs();
+        const auto answer = answerOf(asked.confirm(question()));
+        auto* box = shown<QMessageBox>();
+        QStringList texts;
+        for (const QLabel* label : box->findChildren<QLabel*>()) {
+            if (!label->text().isEmpty()) {
+                QCOMPARE(label->textFormat(), Qt::PlainText);
+                texts << label->text();
+            }
+        }
+        QVERIFY(texts.contains(question().message));
+        QVERIFY(texts.contains(question().informativeText));
+        QCOMPARE(box->defaultButton()->text(), QStringLiteral("Delete && Go"));
+        box->close();
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+    }
+
+    void returnConfirms() {
+        WidgetDialogs asked = dialogs();
+        const auto answer = answerOf(asked.confirm(question()));
+        QTest::keyClick(shown<QMessageBox>(), Qt::Key_Return);
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+        QVERIFY(answer->value);
+        drainEvents();
+        QVERIFY(m_window->findChild<QMessageBox*>() == nullptr);
+    }
+
+    void escapeCancels() {
+        WidgetDialogs asked = dialogs();
+        const auto answer = answerOf(asked.confirm(question()));
+        QTest::keyClick(shown<QMessageBox>(), Qt::Key_Escape);
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+        QVERIFY(!answer->value);
+    }
+
+    void theEndOfTheWindowCancels() {
+        WidgetDialogs asked = dialogs();
+        const auto answer = answerOf(asked.confirm(question()));
+        delete m_window;
+        m_window = nullptr;
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+        QVERIFY(!answer->value);
+    }
+
+    void withoutAWindowNothingIsAsked() {
+        WidgetDialogs asked([] { return nullptr; });
+        QVERIFY(!await(asked.confirm(question())));
+        QVERIFY(!await(asked.chooseSavePath({})));
+        QVERIFY(!await(asked.chooseOpenPath({})));
+    }
+
+    void savePathIsChosen() {
+        const TestHome home;
+        WidgetDialogs asked = dialogs();
+        const SavePanel panel{.title = QStringLiteral("Save"),
+                              .message = QStringLiteral("Where to?"),
+                              .proposedName = QStringLiteral("Backup")};
+        const auto answer = answerOf(asked.chooseSavePath(panel));
+        auto* dialog = shown<QFileDialog>();
+        QVERIFY(dialog != nullptr);
+        QCOMPARE(dialog->acceptMode(), QFileDialog::AcceptSave);
+        QCOMPARE(dialog->windowTitle(), QStringLiteral("Where to?"));
+        QCOMPARE(dialog->parentWidget(), m_window);
+        QVERIFY(dialog->selectedFiles().value(0).endsWith(QStringLiteral("/Backup")));
+        dialog->selectFile(home.path(QStringLiteral("Other")));
+        QTest::keyClick(dialog, Qt::Key_Return);
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+        QCOMPARE(answer->value, home.path(QStringLiteral("Other")));
+    }
+
+    void savingCanBeCancelled() {
+        WidgetDialogs asked = dialogs();
+        const auto answer = answerOf(asked.chooseSavePath({}));
+        QTest::keyClick(shown<QFileDialog>(), Qt::Key_Escape);
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+        QVERIFY(!answer->value);
+    }
+
+    void filesOrFoldersOnly() {
+        WidgetDialogs asked = dialogs();
+        OpenPanel panel;
+        panel.filesAllowed = true;
+        const auto file = answerOf(asked.chooseOpenPath(panel));
+        QCOMPARE(shown<QFileDialog>()->fileMode(), QFileDialog::ExistingFile);
+        shown<QFileDialog>()->reject();
+        QVERIFY(waitUntil([&] { return file->isGiven; }));
+
+        panel.filesAllowed = false;
+        panel.foldersAllowed = true;
+        const auto folder = answerOf(asked.chooseOpenPath(panel));
+        QCOMPARE(shown<QFileDialog>()->fileMode(), QFileDialog::Directory);
+        shown<QFileDialog>()->reject();
+        QVERIFY(waitUntil([&] { return folder->isGiven; }));
+        QVERIFY(!folder->value);
+    }
+
+    void eitherFileOrFolder_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("file") << QStringLiteral("backup.zip");
+        QTest::newRow("folder") << QStringLiteral("backup");
+    }
+    void eitherFileOrFolder() {
+        QFETCH(QString, name);
+        const TestHome home;
+        home.write(QStringLiteral("backup.zip"), "zip");
+        home.write(QStringLiteral("backup/kuma.db"), "db");
+        WidgetDialogs asked = dialogs();
+        OpenPanel panel;
+        panel.foldersAllowed = true;
+        const auto answer = answerOf(asked.chooseOpenPath(panel));
+        auto* dialog = shown<FileOrFolderDialog>();
+        QVERIFY(dialog != nullptr);
+        dialog->setDirectory(home.path());
+        dialog->selectFile(home.path(name));
+        QTest::keyClick(dialog, Qt::Key_Return);
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+        QCOMPARE(answer->value, home.path(name));
+    }
+};
+
+QTEST_MAIN(TestWidgetDialogs)
+#include "TestWidgetDialogs.moc"

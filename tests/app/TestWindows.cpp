@@ -1,0 +1,121 @@
+#include "app/Windows.h"
+#include "support/Await.h"
+
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+const auto one = QStringLiteral("one");
+const auto two = QStringLiteral("two");
+
+/// Notes the token that Qt finds while the window comes to the front.
+class TokenWatcher final : public QWidget {
+public:
+    static inline QString token;
+
+protected:
+    void showEvent(QShowEvent*) override { token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN"); }
+};
+
+} // namespace
+
+class TestWindows : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void windowsAreMadeWhenFirstAskedFor() {
+        int made = 0;
+        Windows windows;
+        windows.add(one, [&made] {
+            made += 1;
+            return new QWidget;
+        });
+        QCOMPARE(made, 0);
+        QVERIFY(windows.find(one) == nullptr);
+        QWidget* const window = windows.open(one);
+        QCOMPARE(made, 1);
+        QVERIFY(window->isVisible());
+        QCOMPARE(windows.find(one), window);
+        QCOMPARE(windows.open(one), window);
+        QCOMPARE(made, 1);
+    }
+
+    void unknownIdsOpenNothing() {
+        Windows windows;
+        QVERIFY(windows.open(two) == nullptr);
+    }
+
+    void windowsHaveTheirOwnIds() {
+        Windows windows;
+        windows.add(one, [] { return new QWidget; });
+        windows.add(two, [] { return new QWidget; });
+        QVERIFY(windows.open(one) != windows.open(two));
+    }
+
+    void closedWindowsAreDestroyed() {
+        Windows windows;
+        windows.add(one, [] { return new QWidget; });
+        const QPointer<QWidget> window = windows.open(one);
+        window->close();
+        QVERIFY(windows.find(one) == nullptr);
+        drainEvents();
+        QVERIFY(window.isNull());
+    }
+
+    void openingBringsToTheFront() {
+        Windows windows;
+        windows.add(one, [] { return new QWidget; });
+        windows.add(two, [] { return new QWidget; });
+        QWidget* const window = windows.open(one);
+        QWidget* const other = windows.open(two);
+        QVERIFY(waitUntil([&] { return other->isActiveWindow(); }));
+        windows.open(one);
+        QVERIFY(waitUntil([&] { return window->isActiveWindow(); }));
+    }
+
+    void minimizedWindowsComeBack() {
+        Windows windows;
+        windows.add(one, [] { return new QWidget; });
+        QWidget* const window = windows.open(one);
+        window->showMinimized();
+        QVERIFY(window->isMinimized());
+        QCOMPARE(windows.open(one), window);
+        QVERIFY(!window->isMinimized());
+    }
+
+    void theTokenIsThereForTheActivationOnly() {
+        Windows windows;
+        windows.add(one, [] { return new TokenWatcher; });
+        windows.open(one, QStringLiteral("token-1"));
+        QCOMPARE(TokenWatcher::token, QStringLiteral("token-1"));
+        QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+    }
+
+    void atTheEndAllCloseAndNoneOpens() {
+        Windows windows;
+        windows.add(one, [] { return new QWidget; });
+        const QPointer<QWidget> window = windows.open(one);
+        windows.closeForGood();
+        // Not yet destroyed: one of its own buttons may be what asked for it.
+        QVERIFY(!window.isNull());
+        QVERIFY(windows.open(one) == nullptr);
+        drainEvents();
+        QVERIFY(window.isNull());
+    }
+
+    void windowsEndWithTheirOwner() {
+        QPointer<QWidget> window;
+        {
+            Windows windows;
+            windows.add(one, [] { return new QWidget; });
+            window = windows.open(one);
+        }
+        QVERIFY(window.isNull());
+    }
+};
+
+QTEST_MAIN(TestWindows)
+#include "TestWindows.moc"
