@@ -3,11 +3,10 @@
 namespace orvanel {
 
 QString appendCapped(QString log, const QString& chunk) {
-    constexpr qsizetype most = 30000;
     constexpr qsizetype kept = 20000;
 
     log += chunk;
-    if (log.size() <= most) {
+    if (log.size() < cappedLogLimit) {
         return log;
     }
     const qsizetype start = log.size() - kept;

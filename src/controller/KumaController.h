@@ -115,6 +115,15 @@ public:
     /// The last 300 lines of the container's log, as Docker gives them, or a sentence.
     QCoro::Task<QString> fetchLogs();
 
+    // --- Runtime setup (RuntimeSetup.cpp). One at a time, beside container operations: a request during another is
+    // dropped.
+
+    /// Installs Colima and the docker tool with Homebrew where they are missing, and starts Colima.
+    void installAndStartRuntime();
+    /// Starts Colima, unless a runtime answers already.
+    void startRuntime();
+    void cancelSetup();
+
     // --- Compose file (ComposeFile.cpp).
 
     /// Creates the data folder and writes the compose file where its text differs. The description of the failure, or
@@ -167,6 +176,16 @@ private:
     QCoro::Task<CommandResult> bringUp(QString docker, std::optional<QString> existing, bool recreate);
     bool isPortTaken(int port) const;
     void fail(const CommandResult& result);
+
+    void beginSetup();
+    void finishSetup();
+    QCoro::Task<void> performInstall(std::stop_token stop);
+    QCoro::Task<void> performStartRuntime(QString docker, std::stop_token stop);
+    QCoro::Task<bool> installRuntime();
+    QCoro::Task<void> startColimaIfNeeded(QString docker, std::stop_token stop);
+    QCoro::Task<bool> waitForDaemon(QString docker, std::stop_token stop);
+    QCoro::Task<CommandResult> setupCommand(QString path, QStringList arguments, std::chrono::seconds limit);
+    void appendSetup(const QString& text);
 
     const ControllerEnvironment m_env;
 

@@ -17,7 +17,11 @@ struct Feed {
     /// Whether somebody must come and take it.
     bool add(const QString& chunk) {
         const std::lock_guard lock(mutex);
-        waiting = appendCapped(std::move(waiting), chunk);
+        waiting += chunk;
+        // Enough to cut any log it is appended to, and nothing of what is then kept.
+        if (waiting.size() > cappedLogLimit) {
+            waiting = waiting.last(cappedLogLimit);
+        }
         return !std::exchange(isPosted, true);
     }
 

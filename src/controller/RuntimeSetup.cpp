@@ -1,0 +1,168 @@
+#include "controller/CappedLog.h"
+#include "controller/KumaController.h"
+#include "controller/LogFeed.h"
+#include "task/Sleep.h"
+
+#include <QPointer>
+
+using namespace std::chrono_literals;
+
+namespace orvanel {
+namespace {
+
+constexpr auto installLimit = 1800s;
+constexpr auto infoLimit = 15s;
+constexpr auto startLimit = 900s;
+constexpr auto waitProbeLimit = 10s;
+constexpr auto waitPause = 2s;
+constexpr int waitProbes = 10;
+
+QString cancelledOr(const CommandResult& result, const QString& message) {
+    return result.cancelled ? QStringLiteral("Cancelled.") : message;
+}
+
+} // namespace
+
+void KumaController::installAndStartRuntime() {
+    if (m_setupTask) {
+        return;
+    }
+    beginSetup();
+    m_tasks.start(performInstall(m_setupTask->get_token()), QStringLiteral("runtime installation"));
+}
+
+void KumaController::startRuntime() {
+    if (m_setupTask || !m_dockerPath.value()) {
+        return;
+    }
+    beginSetup();
+    m_tasks.start(performStartRuntime(*m_dockerPath.value(), m_setupTask->get_token()),
+                  QStringLiteral("runtime start"));
+}
+
+void KumaController::cancelSetup() {
+    if (m_setupHandle) {
+        m_setupHandle->cancel();
+    }
+    if (m_setupTask) {
+        m_setupTask->request_stop();
+    }
+}
+
+void KumaController::beginSetup() {
+    m_setupTask.emplace();
+    m_setupHandle = std::make_shared<ProcessHandle>();
+    m_error = std::nullopt;
+    m_setupLog = QString();
+}
+
+/// The error and the log stay, so that a failed setup can be read.
+void KumaController::finishSetup() {
+    m_setupBusy = std::nullopt;
+    m_setupTask.reset();
+    m_setupHandle.reset();
+}
+
+QCoro::Task<void> KumaController::performInstall(std::stop_token stop) {
+    const bool isInstalled = co_await installRuntime();
+    if (isInstalled) {
+        m_dockerPath = std::nullopt;
+        m_composeAvailable = std::nullopt;
+        const std::optional<QString> docker = m_env.findDocker(m_dockerOverride);
+        if (docker) {
+            m_dockerPath = docker;
+            co_await startColimaIfNeeded(*docker, stop);
+        } else {
+            m_error =
+                OpError{QStringLiteral("The docker command line tool was not found after the install."), m_setupLog};
+        }
+    }
+    finishSetup();
+}
+
+QCoro::Task<void> KumaController::performStartRuntime(QString docker, std::stop_token stop) {
+    co_await startColimaIfNeeded(docker, stop);
+    finishSetup();
+}
+
+/// Installs what is missing; false when that failed, with the reason published.
+QCoro::Task<bool> KumaController::installRuntime() {
+    if (m_env.findTool(QStringLiteral("colima")) && m_env.findDocker(m_dockerOverride)) {
+        co_return true;
+    }
+    const std::optional<QString> brew = m_env.findTool(QStringLiteral("brew"));
+    if (!brew) {
+        m_error = OpError{QStringLiteral("Homebrew is not installed, so the app cannot install Colima for you."), {}};
+        co_return false;
+    }
+    m_setupBusy = QStringLiteral("Installing Colima and Docker with Homebrew");
+    appendSetup(QStringLiteral("$ brew install colima docker\n"));
+    const QStringList arguments{QStringLiteral("install"), QStringLiteral("colima"), QStringLiteral("docker")};
+    const CommandResult result = co_await setupCommand(*brew, arguments, installLimit);
+    if (!result.isSuccess()) {
+        m_error = OpError{cancelledOr(result, QStringLiteral("Homebrew could not install Colima and Docker.")),
+                          result.output};
+        co_return false;
+    }
+    co_return true;
+}
+
+QCoro::Task<void> KumaController::startColimaIfNeeded(QString docker, std::stop_token stop) {
+    const QStringList info{QStringLiteral("info")};
+    const CommandResult probe = co_await command(docker, info, infoLimit);
+    if (probe.isSuccess()) {
+        m_dockerState = DockerState::ready;
+        co_await refresh(stop);
+        co_return;
+    }
+    const std::optional<QString> colima = m_env.findTool(QStringLiteral("colima"));
+    if (!colima) {
+        m_error = OpError{QStringLiteral("Colima is not installed."), probe.output};
+        co_return;
+    }
+    m_setupBusy = QStringLiteral("Starting Colima (the first start downloads a small Linux VM)");
+    appendSetup(QStringLiteral("$ colima start\n"));
+    const QStringList arguments(QStringLiteral("start"));
+    const CommandResult start = co_await setupCommand(*colima, arguments, startLimit);
+    if (!start.isSuccess()) {
+        m_error = OpError{cancelledOr(start, QStringLiteral("Colima could not start.")), start.output};
+        co_return;
+    }
+    const bool answers = co_await waitForDaemon(docker, stop);
+    if (!answers) {
+        m_error = OpError{QStringLiteral("Colima started but the Docker daemon is not answering."), start.output};
+        co_return;
+    }
+    m_dockerState = DockerState::ready;
+    co_await refresh(stop);
+}
+
+/// A cancel only cuts the pauses short: the remaining probes run, because the runtime itself is started already.
+QCoro::Task<bool> KumaController::waitForDaemon(QString docker, std::stop_token stop) {
+    const QStringList ps(QStringLiteral("ps"));
+    for (int probes = 0; probes < waitProbes; ++probes) {
+        const CommandResult probe = co_await command(docker, ps, waitProbeLimit);
+        if (probe.isSuccess()) {
+            co_return true;
+        }
+        co_await sleepFor(m_env.clock, waitPause, stop);
+    }
+    co_return false;
+}
+
+/// Runs one of the long commands of a setup: it can be cancelled, and its output goes to the live log.
+QCoro::Task<CommandResult> KumaController::setupCommand(QString path, QStringList arguments,
+                                                        std::chrono::seconds limit) {
+    const DockerCLI::OutputCallback feed = logFeed([self = QPointer(this)](const QString& text) {
+        if (self) {
+            self->appendSetup(text);
+        }
+    });
+    return m_env.run(path, arguments, limit, m_setupHandle, feed);
+}
+
+void KumaController::appendSetup(const QString& text) {
+    m_setupLog = appendCapped(m_setupLog, text);
+}
+
+} // namespace orvanel
