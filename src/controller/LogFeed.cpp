@@ -18,8 +18,8 @@ struct Feed {
     bool add(const QString& chunk) {
         const std::lock_guard lock(mutex);
         waiting += chunk;
-        // Enough to cut any log it is appended to, and nothing of what is then kept.
-        if (waiting.size() > cappedLogLimit) {
+        // What stays is enough to have any log cut that it is appended to, and holds all that is kept of that.
+        if (waiting.size() > 2 * cappedLogLimit) {
             waiting = waiting.last(cappedLogLimit);
         }
         return !std::exchange(isPosted, true);
