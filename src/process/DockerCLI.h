@@ -18,7 +18,8 @@ namespace orvanel {
 /// children run, how one is run, and what Docker's complaints mean to a person. No state; any thread.
 namespace DockerCLI {
 
-/// Given one chunk of a child's output as it arrives, on the runner's own thread.
+/// Given one chunk of a child's output as it arrives, on the runner's own thread: all children wait meanwhile, so it
+/// must be quick, and it must not throw.
 using OutputCallback = std::function<void(QString chunk)>;
 
 /// The folders in which tools are looked for, in order. The inherited PATH is never searched.
@@ -37,7 +38,7 @@ std::optional<QString> find(const QString& override);
 std::optional<QString> findTool(const QString& name);
 
 /// Docker executables in the places where Linux distributions put them and find() does not look: only ever offered to
-/// the user, who may choose one as the override.
+/// the user, who may choose one as the override. ORVANEL_TOOL_ROOT stands in for "/" here too.
 std::optional<QString> findOutsideSearchFolders();
 
 /// Whether a TCP socket can be bound to 127.0.0.1 on `port` right now, without any reuse option. A socket failure
@@ -57,7 +58,8 @@ QString friendlyMessage(const QString& output, bool timedOut);
 ///
 /// At `timeout` the child's process group gets SIGTERM, as it does when `handle` is cancelled; there is no second,
 /// forceful kill, so the run ends when the child does. A grandchild that keeps the output open after the child's end
-/// is read on, but not past `timeout`.
+/// is read on, but not past `timeout` or a cancel; `timeout` alone leaves it in peace. With a handle that has been
+/// cancelled already nothing is started.
 QCoro::Task<CommandResult> run(QString path, QStringList arguments, std::chrono::duration<double> timeout,
                                std::shared_ptr<ProcessHandle> handle = {}, OutputCallback onOutput = {});
 

@@ -13,7 +13,8 @@ public:
     RunningProcess(const RunningProcess&) = delete;
     RunningProcess& operator=(const RunningProcess&) = delete;
 
-    /// Sends SIGTERM to the child's whole process group, if the child has not ended yet.
+    /// Sends SIGTERM to the child's whole process group; once its run has ended, nothing. While the run only waits for
+    /// what a grandchild has to say, this also lets it end.
     virtual void terminate() = 0;
 };
 
@@ -25,9 +26,9 @@ public:
     void cancel();
     bool isCancelled() const;
 
-    /// For the runner: the child that cancel() is to terminate from now on, instead of any earlier one. Answers false
-    /// when the handle has been cancelled already; the runner then terminates the child itself, so that no cancel is
-    /// lost.
+    /// For the runner, just before it starts a child: the one that cancel() is to terminate from now on, instead of any
+    /// earlier one. Answers false when the handle has been cancelled already; the runner then starts nothing. A
+    /// cancel() that comes before the child is there reaches it as soon as it is, so that none is lost.
     bool setProcess(std::shared_ptr<RunningProcess> process);
 
 private:

@@ -1,17 +1,25 @@
 // A program that ends while runs of its shared runner are pending: one child that is silent, one that talks without
-// end. Its argument is the stand-in child.
+// end. Its argument is the stand-in child. Says how many threads are left of them once the application object is gone.
 
 #include "process/DockerCLI.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QTimer>
 
 #include <atomic>
 #include <cstdio>
+#include <thread>
 
 using namespace orvanel;
 
-int main(int count, char** values) {
+namespace {
+
+qsizetype threadCount() {
+    return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::NoDotAndDotDot | QDir::Dirs).size();
+}
+
+int runApplication(int count, char** values) {
     QCoreApplication app(count, values);
     const QString child = QString::fromLocal8Bit(values[1]);
     std::atomic<bool> isReady = false;
@@ -27,7 +35,15 @@ int main(int count, char** values) {
         }
     });
     look.start(std::chrono::milliseconds(1));
-    const int status = QCoreApplication::exec();
-    std::puts("leaving");
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int count, char** values) {
+    std::thread([] {}).join(); // with the first thread a sanitizer starts one of its own, which is not to be counted
+    const auto threads = threadCount();
+    const int status = runApplication(count, values);
+    std::printf("leaving %d threads\n", static_cast<int>(threadCount() - threads));
     return status;
 }

@@ -1,17 +1,17 @@
 #include "process/DockerCLI.h"
+#include "process/FileDescriptor.h"
 #include "support/Await.h"
 #include "support/TestHome.h"
 
 #include <QDir>
 
+#include <limits>
 #include <netinet/in.h>
 #include <pwd.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
-
-#include "process/FileDescriptor.h"
 
 using namespace orvanel;
 using namespace orvanel::test;

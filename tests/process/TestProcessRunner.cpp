@@ -20,6 +20,17 @@ QString couldNotRun(const QString& path, int error) {
     return QStringLiteral("Could not run %1: %2").arg(path, QString::fromLocal8Bit(std::strerror(error)));
 }
 
+/// How many descriptors this process has its I/O threads watch.
+qsizetype watchedDescriptors() {
+    qsizetype count = 0;
+    const QDir folder(QStringLiteral("/proc/self/fdinfo"));
+    for (const QString& name : folder.entryList(QDir::Files)) {
+        QFile file(folder.filePath(name));
+        count += file.open(QIODevice::ReadOnly) ? file.readAll().count("\ntfd:") : 0;
+    }
+    return count;
+}
+
 } // namespace
 
 /// What a run starts, what the child finds, and what comes back from it.
@@ -236,11 +247,14 @@ private Q_SLOTS:
     }
 
     void runGoesOnAfterTheOutputIsClosed() {
+        const auto watchedByOthers = watchedDescriptors();
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
         const QString file = m_home.path(QStringLiteral("go"));
         auto task = runChild(&runner, {QStringLiteral("close-output"), file}, {}, live.callback());
         QVERIFY(live.arrives(QStringLiteral("last words")));
+        // The thread's mailbox and the child's end: a pipe at its end would wake the thread without pause.
+        QVERIFY(waitUntil([&] { return watchedDescriptors() == watchedByOthers + 2; }));
         QVERIFY(!task.isReady());
         m_home.write(QStringLiteral("go"), {});
         const CommandResult result = await(std::move(task));
