@@ -1,0 +1,36 @@
+// The least that a Qt Widgets program with a status icon, a menu and a three-second timer needs: what Orvanel's start
+// and its idle footprint are measured against.
+
+#include <QApplication>
+#include <QMenu>
+#include <QPainter>
+#include <QSystemTrayIcon>
+#include <QTimer>
+
+int main(int argc, char** argv) {
+    const QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    QPixmap dot(16, 16);
+    dot.fill(Qt::transparent);
+    QPainter painter(&dot);
+    painter.setBrush(Qt::gray);
+    painter.drawEllipse(3, 3, 10, 10);
+    painter.end();
+
+    QMenu menu;
+    menu.addAction(QStringLiteral("Idle"))->setEnabled(false);
+    menu.addSeparator();
+    QObject::connect(menu.addAction(QStringLiteral("Quit")), &QAction::triggered, qApp, &QApplication::quit);
+
+    QSystemTrayIcon icon{QIcon(dot)};
+    icon.setContextMenu(&menu);
+    icon.setToolTip(QStringLiteral("Idle"));
+    icon.show();
+
+    qint64 ticks = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&] { ticks += 1; });
+    timer.start(std::chrono::seconds(3));
+    return QApplication::exec();
+}

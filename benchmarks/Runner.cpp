@@ -1,0 +1,152 @@
+// Measures DockerCLI::run against the bare system calls that do the same, in turns, and prints a line a figure:
+// `bench-runner CHILD` (CHILD is bench-child).
+
+#include "process/DockerCLI.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <functional>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace orvanel;
+
+namespace {
+
+constexpr int rounds = 7;
+
+[[noreturn]] void giveUp(const char* what) {
+    std::fprintf(stderr, "bench-runner: %s\n", what);
+    std::exit(1);
+}
+
+QCoro::Task<void> runAndLeave(QString path, QStringList arguments, QEventLoop* loop) {
+    const CommandResult result = co_await DockerCLI::run(path, arguments, std::chrono::hours(1));
+    if (!result.isSuccess()) {
+        giveUp("the child failed");
+    }
+    loop->quit();
+}
+
+void runWithRunner(const QString& path, const QStringList& arguments) {
+    QEventLoop loop;
+    const auto task = runAndLeave(path, arguments, &loop);
+    if (!task.isReady()) {
+        loop.exec();
+    }
+}
+
+/// Starts a child with its output in a pipe, reads 64 KiB at a time until the end, and waits for it.
+void runBare(const QString& path, const QStringList& arguments) {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        giveUp("no pipe");
+    }
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+
+    std::vector<QByteArray> words{path.toUtf8()};
+    for (const QString& argument : arguments) {
+        words.push_back(argument.toUtf8());
+    }
+    std::vector<char*> argv;
+    for (QByteArray& word : words) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+    pid_t child = 0;
+    if (::posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), environ) != 0) {
+        giveUp("the child could not be started");
+    }
+    ::posix_spawn_file_actions_destroy(&actions);
+    ::close(ends[1]);
+    static std::array<char, 65536> buffer;
+    while (::read(ends[0], buffer.data(), buffer.size()) > 0) {
+    }
+    ::close(ends[0]);
+    ::waitpid(child, nullptr, 0);
+}
+
+double seconds(const std::function<void()>& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+struct Rates {
+    double ours;
+    double reference;
+};
+
+/// `amount` per second, both ways in turns.
+Rates compare(double amount, const std::function<void()>& ours, const std::function<void()>& reference) {
+    std::vector<double> ourRates;
+    std::vector<double> referenceRates;
+    ours();
+    reference();
+    for (int round = 0; round < rounds; ++round) {
+        ourRates.push_back(amount / seconds(ours));
+        referenceRates.push_back(amount / seconds(reference));
+    }
+    return {median(ourRates), median(referenceRates)};
+}
+
+void print(const char* what, Rates rates, const char* unit, double goal) {
+    std::printf("%-44s %10.1f %-6s %10.1f %-6s %6.2f   at least %.1f\n", what, rates.ours, unit, rates.reference, unit,
+                rates.ours / rates.reference, goal);
+    std::fflush(stdout);
+}
+
+void compareOutput(const char* what, const QString& child, const QString& kind, double megabytes, double goal) {
+    const QStringList arguments{kind, QString::number(static_cast<qint64>(megabytes * 1e6))};
+    const Rates rates = compare(
+        megabytes, [&] { runWithRunner(child, arguments); }, [&] { runBare(child, arguments); });
+    print(what, rates, "MB/s", goal);
+}
+
+Rates compareStarts() {
+    constexpr int runs = 300;
+    const QString path = QStringLiteral("/bin/true");
+    const auto repeat = [&](const auto& run) {
+        for (int i = 0; i < runs; ++i) {
+            run(path, QStringList());
+        }
+    };
+    return compare(
+        runs, [&] { repeat(runWithRunner); }, [&] { repeat(runBare); });
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QCoreApplication application(argc, argv);
+    if (argc != 2) {
+        giveUp("usage: bench-runner CHILD");
+    }
+    const QString child = QString::fromLocal8Bit(argv[1]);
+    compareOutput("Output in blocks of 64 KiB", child, QStringLiteral("blocks"), 2000, 0.8);
+    compareOutput("Output in lines of 80 bytes", child, QStringLiteral("lines"), 100, 1.0);
+
+    const Rates small = compareStarts();
+    print("Runs of /bin/true", small, "runs/s", 0.7);
+    const std::vector<char> heap(100 * 1024 * 1024, 'x');
+    const Rates large = compareStarts();
+    print("The same, with 100 MiB of heap in use", large, "runs/s", 0.7);
+    print("The same, against without that heap", {large.ours, small.ours}, "runs/s", 1.0);
+    return heap.back() == 'x' ? 0 : 1;
+}
