@@ -7,9 +7,13 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QSessionManager>
+#include <QThreadPool>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
+#include <unistd.h>
 
 using namespace orvanel;
 
@@ -34,8 +38,18 @@ int run(SingleInstance& instance) {
     QObject::connect(&signals_, &QuitSignals::quitRequested, qApp, &QCoreApplication::quit);
     QObject::connect(&instance, &SingleInstance::activated, app, &OrvanelApp::openMainWindow);
     QObject::connect(&environment->notifier(), &DesktopNotifier::activated, app, &OrvanelApp::openMainWindow);
+    // The login item alone says whether the program starts with the session; the session must not start it as well.
+    const auto neverRestart = [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); };
+    QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp, neverRestart, Qt::DirectConnection);
+    QObject::connect(qApp, &QGuiApplication::saveStateRequest, qApp, neverRestart, Qt::DirectConnection);
     app->start();
-    return QCoreApplication::exec();
+    const int code = QCoreApplication::exec();
+    // A job on the data may still be under way. The end does not wait for it without bound, and the lock on the data is
+    // not given up before it is over.
+    if (!QThreadPool::globalInstance()->waitForDone(1000)) {
+        std::_Exit(code);
+    }
+    return code;
 }
 
 } // namespace

@@ -66,19 +66,15 @@ void KumaController::runOp(const QString& label, OperationBody body) {
 
 QCoro::Task<void> KumaController::performOp(OperationBody body) {
     const std::stop_token stop = m_opTask->get_token();
-    std::exception_ptr failure;
     try {
         co_await body(stop);
-    } catch (...) {
-        failure = std::current_exception();
+    } catch (const std::exception& failure) {
+        m_error = OpError{QStringLiteral("Orvanel ran into an error of its own."), QString::fromUtf8(failure.what())};
     }
     m_busy = std::nullopt;
     m_pulling = false;
     m_opTask.reset();
     m_processHandle.reset();
-    if (failure) {
-        std::rethrow_exception(failure);
-    }
     co_await refresh(stop);
 }
 

@@ -151,6 +151,7 @@ private:
     std::optional<int> freePort() const;
 
     QCoro::Task<void> poll(std::stop_token stop);
+    QCoro::Task<void> pollOnce(std::stop_token stop);
     QCoro::Task<void> refresh(std::stop_token stop);
     QCoro::Task<void> refreshSoon();
     bool findTools();

@@ -2,6 +2,10 @@
 #include "task/Event.h"
 #include "task/Sleep.h"
 
+#include <QDebug>
+
+#include <exception>
+
 using namespace std::chrono_literals;
 
 namespace orvanel {
@@ -71,12 +75,20 @@ void KumaController::shutdownPolling() {
 
 QCoro::Task<void> KumaController::poll(std::stop_token stop) {
     while (!stop.stop_requested()) {
-        co_await refresh(stop);
-        if (stop.stop_requested()) {
-            co_return;
+        // One tick that fails must not be the last one.
+        try {
+            co_await pollOnce(stop);
+        } catch (const std::exception& failure) {
+            qWarning() << "A poll ended with an error:" << failure.what();
         }
-        co_await maybeFetchStatus();
         co_await sleepFor(m_env.clock, pollPeriod, stop);
+    }
+}
+
+QCoro::Task<void> KumaController::pollOnce(std::stop_token stop) {
+    co_await refresh(stop);
+    if (!stop.stop_requested()) {
+        co_await maybeFetchStatus();
     }
 }
 

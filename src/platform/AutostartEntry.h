@@ -6,7 +6,7 @@
 
 namespace orvanel {
 
-/// The login item of desktops that follow the Desktop Application Autostart Specification: a desktop entry in the
+/// The login item of desktops that follow the Desktop Application Autostart standard: a desktop entry in the
 /// user's autostart folder. Nothing is kept in memory: the file is the status.
 class AutostartEntry final : public LoginItem {
 public:

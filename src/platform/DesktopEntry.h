@@ -8,7 +8,7 @@
 
 namespace orvanel {
 
-/// The text of a desktop entry file (Desktop Entry Specification). Its main group can be read and changed; every
+/// The text of a desktop entry file (Desktop Entry standard). Its main group can be read and changed; every
 /// other line stays as it is.
 class DesktopEntry {
 public:

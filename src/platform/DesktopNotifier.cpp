@@ -31,7 +31,7 @@ QVariantMap hints() {
         {QStringLiteral("desktop-entry"), identity::desktopId()},
         {QStringLiteral("urgency"), QVariant::fromValue<uchar>(1)},
         {QStringLiteral("category"), QStringLiteral("network")},
-        // What desktops play by default for a notification (Sound Naming Specification).
+        // What desktops play by default for a notification (Sound Naming standard).
         {QStringLiteral("sound-name"), QStringLiteral("message-new-instant")},
     };
 }

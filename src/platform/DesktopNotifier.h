@@ -17,7 +17,7 @@ class QDBusPendingCallWatcher;
 
 namespace orvanel {
 
-/// Posts through the session's notification server (Desktop Notifications Specification,
+/// Posts through the session's notification server (Desktop Notifications standard,
 /// org.freedesktop.Notifications). What the server can do is asked before the first post, and again when another server
 /// takes over.
 class DesktopNotifier final : public QObject, public Notifier {

@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-/// The quoting of the Exec key of desktop entries (Desktop Entry Specification, "The Exec key"), above the escapes
+/// The quoting of the Exec key of desktop entries (Desktop Entry standard, "The Exec key"), above the escapes
 /// that every string value of such a file has.
 namespace orvanel::execline {
 

@@ -119,7 +119,7 @@ int ChildProcess::start(const QString& path, const QStringList& arguments, const
         return errno;
     }
     FileDescriptor output(ends[0]);
-    const FileDescriptor childsEnd(ends[1]);
+    FileDescriptor childsEnd(ends[1]);
     ::fcntl(output.get(), F_SETFL, O_NONBLOCK);
 
     pid_t pid = 0;
@@ -127,6 +127,8 @@ int ChildProcess::start(const QString& path, const QStringList& arguments, const
     if (const int error = plan.spawn(&pid, path, argumentTexts, environmentTexts); error != 0) {
         return error;
     }
+    // Closed first, so that there is a number for the next descriptor even when no other is left.
+    childsEnd.reset();
     m_output = std::move(output);
     m_end = openProcessDescriptor(pid);
     if (!m_end.isOpen()) {

@@ -9,7 +9,7 @@ class QtTimer final : public Clock::Timer {
 public:
     QtTimer(std::chrono::milliseconds delay, std::function<void()> action) {
         m_timer.setSingleShot(true);
-        m_timer.setTimerType(delay < std::chrono::seconds(1) ? Qt::PreciseTimer : Qt::CoarseTimer);
+        m_timer.setTimerType(Qt::PreciseTimer); // the others may fire early, by a twentieth
         m_timer.callOnTimeout(&m_timer, std::move(action));
         m_timer.start(delay);
     }

@@ -1,6 +1,8 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
 
+#include <stdexcept>
+
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -20,6 +22,22 @@ private Q_SLOTS:
         QVERIFY(world.commands().isEmpty());
         QVERIFY(world.page.questions.isEmpty());
         QCOMPARE(world.toolSearches, names({"brew", "colima"}));
+    }
+
+    void aTickThatFailsIsNotTheLastOne() {
+        ControllerFixture world;
+        const RunCommand usual = world.runner;
+        world.runner = [](QString, QStringList, std::chrono::duration<double>, std::shared_ptr<ProcessHandle>,
+                          DockerCLI::OutputCallback) -> QCoro::Task<CommandResult> {
+            throw std::runtime_error("out of luck");
+        };
+        QTest::ignoreMessage(QtWarningMsg, "A poll ended with an error: out of luck");
+        world.controller().begin();
+        world.settle();
+        QVERIFY(world.controller().dockerState() == DockerState::notRunning);
+        world.runner = usual;
+        world.advance(3s);
+        QVERIFY(world.controller().dockerState() == DockerState::ready);
     }
 
     void toolsAreNoticedWithinOnePeriod() {

@@ -3,6 +3,8 @@
 
 #include <QFile>
 
+#include <stdexcept>
+
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -64,6 +66,26 @@ class TestStart : public QObject {
     }
 
 private Q_SLOTS:
+    void anErrorOfOurOwnEndsTheOperationToo() {
+        ControllerFixture world;
+        const RunCommand usual = world.runner;
+        world.runner = [usual](QString path, QStringList arguments, std::chrono::duration<double> limit,
+                               std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
+            if (arguments.contains(QStringLiteral("info"))) {
+                throw std::runtime_error("out of luck");
+            }
+            return usual(path, arguments, limit, handle, onOutput);
+        };
+        world.controller().start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.controller().busy());
+        QVERIFY(world.controller().error());
+        QCOMPARE(world.controller().error()->message, QStringLiteral("Orvanel ran into an error of its own."));
+        QCOMPARE(world.controller().error()->details, QStringLiteral("out of luck"));
+        world.settle();
+        QVERIFY(world.controller().dockerState() == DockerState::ready);
+    }
+
     void startWithCompose() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
