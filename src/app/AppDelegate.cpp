@@ -30,9 +30,8 @@ QCoro::Task<void> AppDelegate::stopThenReply() {
     const std::optional<QString> docker = m_controller.dockerPath();
     std::exception_ptr failure;
     if (docker) {
-        const QString path = *docker;
         try {
-            co_await m_controller.runStop(path);
+            co_await m_controller.runStop(*docker);
         } catch (...) {
             failure = std::current_exception();
         }

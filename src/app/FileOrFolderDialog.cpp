@@ -32,7 +32,8 @@ bool FileOrFolderDialog::isFileChosen() const {
 
 void FileOrFolderDialog::accept() {
     if (isFileChosen()) {
-        QDialog::accept();
+        // Not by the dialog's own accept(), which refuses files.
+        done(QDialog::Accepted);
         return;
     }
     QFileDialog::accept();

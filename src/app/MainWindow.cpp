@@ -27,7 +27,9 @@ MainWindow::MainWindow(ViewContext context)
 /// Only dialogs of Qt have a default button, so Return is looked after here: the focused button first, as on other
 /// desktops, then the view's default.
 void MainWindow::keyPressEvent(QKeyEvent* event) {
-    if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    // Held down it would press whatever button comes next.
+    if (!isReturn || event->isAutoRepeat()) {
         AppWindow::keyPressEvent(event);
         return;
     }

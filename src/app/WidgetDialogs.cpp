@@ -37,7 +37,7 @@ void open(QDialog* dialog, const Event<bool>& done) {
 using ChosenPath = std::shared_ptr<std::optional<QString>>;
 
 ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& message, const Event<bool>& done) {
-    const auto chosen = std::make_shared<std::optional<QString>>();
+    auto chosen = std::make_shared<std::optional<QString>>();
     // No file dialog of this desktop has room for a message.
     dialog->setWindowTitle(message.isEmpty() ? title : message);
     dialog->setDirectory(QDir::home());

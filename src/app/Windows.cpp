@@ -28,8 +28,8 @@ Windows::~Windows() {
     }
 }
 
-void Windows::add(const QString& id, Factory make) {
-    m_factories.insert(id, std::move(make));
+void Windows::add(const QString& id, const Factory& make) {
+    m_factories.insert(id, make);
 }
 
 QWidget* Windows::open(const QString& id, const QString& activationToken) {
@@ -48,9 +48,13 @@ QWidget* Windows::open(const QString& id, const QString& activationToken) {
 }
 
 QWidget* Windows::find(const QString& id) const {
-    QWidget* window = m_windows.value(id);
+    const auto found = m_windows.constFind(id);
+    if (found == m_windows.constEnd() || found->isNull()) {
+        return nullptr;
+    }
     // A closed window is deleted a moment later.
-    return window != nullptr && window->isVisible() ? window : nullptr;
+    QWidget* const window = found->data();
+    return window->isVisible() ? window : nullptr;
 }
 
 void Windows::closeForGood() {

@@ -24,7 +24,7 @@ public:
     Windows(const Windows&) = delete;
     Windows& operator=(const Windows&) = delete;
 
-    void add(const QString& id, Factory make);
+    void add(const QString& id, const Factory& make);
 
     /// Opens the window, or brings the open one to the front, and activates the program. The token is what the desktop
     /// gave whoever asks for it; without one it may only draw attention to the window.

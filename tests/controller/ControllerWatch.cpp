@@ -32,9 +32,9 @@ bool isPortError(const std::optional<OpError>& error) {
 /// The commands of an operation in the orders that are allowed, each followed by a semicolon; any of them may be the
 /// last.
 QString allowedOrder(const QString& label) {
-    const auto stop = QStringLiteral("(inspect;(compose version;)?((inspect;)?(compose stop;)?(stop;)?)?)?");
-    const auto start = QStringLiteral("(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?"
-                                      "(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?)?");
+    auto stop = QStringLiteral("(inspect;(compose version;)?((inspect;)?(compose stop;)?(stop;)?)?)?");
+    auto start = QStringLiteral("(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?"
+                                "(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?)?");
     if (label.startsWith(QStringLiteral("Starting"))) {
         return start;
     }
@@ -98,6 +98,7 @@ void ControllerWatch::willCancel() {
     const bool isBringingUp =
         bringsUp(m_underWay) || m_underWay == u"rm" || (m_underWay == u"compose version" && m_isImagePresent);
     m_isCancelled = m_isCancelled || (m_world->controller().busy() && !isBringingUp);
+    m_mustEnd = m_mustEnd || m_underWay == u"info";
 }
 
 void ControllerWatch::didChangeComposeSettings() {
@@ -151,6 +152,9 @@ void ControllerWatch::operationCommandBegins(const QString& name, bool isCancell
     m_operationCommands.append(name);
     if (!isAllowedOrder(m_label, m_operationCommands)) {
         violate(QStringLiteral("%1 runs %2").arg(m_label, m_operationCommands.join(QStringLiteral(", "))));
+    }
+    if (m_mustEnd) {
+        violate(QStringLiteral("%1 begins though the operation was cancelled at its start").arg(name));
     }
     if (m_isCancelled && (bringsUp(name) || (isPull(name) && !isCancelled))) {
         violate(QStringLiteral("%1 begins after the operation was cancelled").arg(name));
@@ -278,6 +282,7 @@ void ControllerWatch::operationBegins(const QString& label) {
     m_operationCommands.clear();
     m_isImagePresent = false;
     m_isCancelled = false;
+    m_mustEnd = false;
     m_hasPortError = false;
     m_cause = {};
 }

@@ -27,6 +27,9 @@ public:
     /// What has come about so far: the commands that were run, the errors, the states, the news.
     const QSet<QString>& seen() const { return m_seen; }
 
+    /// Whether the operation under way is busy with something other than a command.
+    bool isDeleting() const { return m_before.busy && m_underWay.isEmpty(); }
+
     /// What the test is about to do, or has just done.
     void willRecheck();
     void didRecheck();
@@ -82,7 +85,9 @@ private:
     QStringList m_operationCommands;
     QString m_underWay;
     bool m_isImagePresent = false;
+    /// A cancel came before the container was being brought up; it came while nothing had been done yet.
     bool m_isCancelled = false;
+    bool m_mustEnd = false;
     bool m_hasPortError = false;
 
     bool m_isLoopWanted = false;

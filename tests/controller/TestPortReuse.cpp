@@ -131,8 +131,7 @@ QCoro::Task<CommandResult> runWithPort(RunCommand run, ControllerFixture* world,
     co_return result;
 }
 
-void publish(
-    ControllerFixture& world, PublishedPort& published, std::function<void()> afterStop = [] {}) {
+void publish(ControllerFixture& world, PublishedPort& published, std::function<void()> afterStop) {
     world.adjust = [](ControllerEnvironment& environment) {
         environment.isPortFree = &DockerCLI::isPortFree;
         environment.isPortFreeForListening = &DockerCLI::isPortFreeForListening;
@@ -197,13 +196,14 @@ private Q_SLOTS:
         PublishedPort published;
         published.browserCloses = browserCloses;
         ControllerFixture world;
-        publish(world, published);
+        bool hasStopped = false;
+        publish(world, published, [&] { hasStopped = true; });
         QVERIFY(published.connectBrowser());
         KumaController& kuma = world.controller();
         kuma.stop();
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
-        QVERIFY(!published.isListening());
+        QVERIFY(hasStopped && !published.isListening());
         QVERIFY(!DockerCLI::isPortFree(published.port()));
         kuma.start();
         QVERIFY(world.operationEnds());
@@ -240,7 +240,7 @@ private Q_SLOTS:
     }
 
     void anotherProgramOnAllAddressesIsNoticed() {
-        Socket other(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        const Socket other(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
         sockaddr_in anywhere{};
         anywhere.sin_family = AF_INET;
         QCOMPARE(::bind(other.get(), generic(anywhere), sizeof anywhere), 0);

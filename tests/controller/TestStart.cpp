@@ -77,12 +77,11 @@ private Q_SLOTS:
             return usual(path, arguments, limit, handle, onOutput);
         };
         world.controller().start();
-        QVERIFY(world.operationEnds());
+        world.settle();
         QVERIFY(!world.controller().busy());
         QVERIFY(world.controller().error());
         QCOMPARE(world.controller().error()->message, QStringLiteral("Orvanel ran into an error of its own."));
         QCOMPARE(world.controller().error()->details, QStringLiteral("out of luck"));
-        world.settle();
         QVERIFY(world.controller().dockerState() == DockerState::ready);
     }
 

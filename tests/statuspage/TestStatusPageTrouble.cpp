@@ -158,14 +158,8 @@ private Q_SLOTS:
         QCOMPARE(clock.pendingTimers(), 0);
     }
 
-    void readingEndsAfterFiveSilentSeconds_data() {
-        QTest::addColumn<QByteArray>("mood");
-        QTest::newRow("no answer") << QByteArray("stall");
-        QTest::newRow("a byte now and then") << QByteArray("drip=60000");
-    }
     void readingEndsAfterFiveSilentSeconds() {
-        QFETCH(const QByteArray, mood);
-        const KumaServer server("path /api/* " + mood);
+        const KumaServer server("path /api/* stall");
         FakeClock clock;
         StatusPageClient client(clock);
         auto reading = client.fetch(server.port(), home);
@@ -185,9 +179,12 @@ private Q_SLOTS:
         StatusPageClient client(clock);
         auto reading = client.fetch(server.port(), home);
         QVERIFY(waitUntil([&] { return server.isAsked(); }));
-        clock.advance(4s);
-        QCOMPARE(clock.untilNextTimer(), 1000ms);
-        server.send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n");
+        clock.advance(2s);
+        QCOMPARE(clock.untilNextTimer(), 3000ms);
+        server.send("H");
+        QVERIFY(waitUntil([&] { return clock.untilNextTimer() == 5s; }));
+        clock.advance(2s);
+        server.send("TTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n");
         QVERIFY(waitUntil([&] { return clock.untilNextTimer() == 5s; }));
         clock.advance(3s);
         server.send("{");

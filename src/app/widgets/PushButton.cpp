@@ -7,6 +7,7 @@ namespace orvanel {
 namespace {
 
 constexpr QSize room{16, 4};
+constexpr int darkening = 190;
 
 } // namespace
 
@@ -33,7 +34,10 @@ void PushButton::applyColors() {
         return;
     }
     const QPalette surroundings = parentWidget() != nullptr ? parentWidget()->palette() : QApplication::palette();
-    const QColor background = surroundings.color(QPalette::Active, QPalette::Highlight);
+    const QColor text = surroundings.color(QPalette::Active, QPalette::HighlightedText);
+    const QColor highlight = surroundings.color(QPalette::Active, QPalette::Highlight);
+    // Styles draw a default button much lighter than it is told.
+    const QColor background = text.lightness() > highlight.lightness() ? highlight.darker(darkening) : highlight;
     // Setting the palette brings us here again.
     if (palette().color(QPalette::Active, QPalette::Button) == background) {
         return;
@@ -41,7 +45,7 @@ void PushButton::applyColors() {
     QPalette own;
     for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
         own.setColor(group, QPalette::Button, background);
-        own.setColor(group, QPalette::ButtonText, surroundings.color(QPalette::Active, QPalette::HighlightedText));
+        own.setColor(group, QPalette::ButtonText, text);
     }
     setPalette(own);
 }

@@ -3,6 +3,7 @@
 #include "app/widgets/StateColors.h"
 #include "app/widgets/TextStyle.h"
 
+#include <QEvent>
 #include <QPainter>
 
 #include <algorithm>
@@ -30,7 +31,8 @@ TextBox::TextBox(const QString& name, QWidget* parent)
     setFrameShape(QFrame::NoFrame);
     setTextStyle(this, TextStyle::smallMonospaced);
     viewport()->setAutoFillBackground(false);
-    document()->setDocumentMargin(margin);
+    document()->setDocumentMargin(0);
+    setViewportMargins(margin, margin, margin, margin);
 }
 
 bool TextBox::setContent(const QString& text) {
@@ -56,14 +58,21 @@ void TextBox::fitHeight(int maximum) {
     setFixedHeight(std::min(maximum, lines * fontMetrics().lineSpacing() + 2 * margin));
 }
 
-void TextBox::paintEvent(QPaintEvent* event) {
-    QPainter painter(viewport());
+bool TextBox::event(QEvent* event) {
+    // The box itself, below its transparent viewport.
+    if (event->type() == QEvent::Paint) {
+        paintBox();
+        return true;
+    }
+    return QPlainTextEdit::event(event);
+}
+
+void TextBox::paintBox() {
+    QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(hasFocus() ? QPen(palette().color(QPalette::Highlight), 1) : QPen(Qt::NoPen));
     painter.setBrush(QColor::fromRgbF(0, 0, 0, isDark(palette()) ? backgroundOpacityOnDark : backgroundOpacity));
-    painter.drawRoundedRect(QRectF(viewport()->rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
-    painter.end();
-    QPlainTextEdit::paintEvent(event);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
 }
 
 } // namespace orvanel

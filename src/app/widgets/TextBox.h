@@ -18,9 +18,11 @@ public:
     void fitHeight(int maximum);
 
 protected:
-    void paintEvent(QPaintEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
+    void paintBox();
+
     QString m_content;
     QString m_shown;
 };
