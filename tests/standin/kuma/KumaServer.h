@@ -31,7 +31,7 @@ public:
     static QString program();
 
     int port() const { return m_port; }
-    bool isRunning() const { return m_process.state() == QProcess::Running; }
+    bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     qint64 processId() const { return m_process.processId(); }
     QString folder() const { return m_folder.path(); }
 
