@@ -26,8 +26,8 @@ const QStringList& expected() {
 } // namespace
 
 /// Whatever the user, Docker, the server and the clock do in whatever order: some rules always hold (ControllerWatch).
-/// Each run takes other sequences. ORVANEL_SEED=n repeats the sequence n and tells its steps; ORVANEL_SEQUENCES=n takes
-/// n of them.
+/// Each run takes the same sequences, from 1 on; ORVANEL_FIRST_SEED=n begins elsewhere, and ORVANEL_SEQUENCES=n takes n
+/// of them. ORVANEL_SEED=n repeats the one sequence n and tells its steps.
 class TestRandomSequences : public QObject {
     Q_OBJECT
 
