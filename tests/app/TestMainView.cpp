@@ -96,17 +96,17 @@ private Q_SLOTS:
         row("error", ready, false, false, error, StateCard::dashboard);
     }
     void whichCardIsShown() {
-        QFETCH(DockerState, docker);
-        QFETCH(bool, pulling);
-        QFETCH(bool, busy);
-        QFETCH(KumaState, kuma);
-        QFETCH(StateCard, card);
+        QFETCH(const DockerState, docker);
+        QFETCH(const bool, pulling);
+        QFETCH(const bool, busy);
+        QFETCH(const KumaState, kuma);
+        QFETCH(const StateCard, card);
         QCOMPARE(stateCardFor(docker, pulling, busy ? std::optional(QStringLiteral("Busy")) : std::nullopt, kuma),
                  card);
     }
 
     void windowIsAsItShouldBe() {
-        Shown view;
+        const Shown view;
         QCOMPARE(view.window.windowTitle(), QStringLiteral("Orvanel"));
         QCOMPARE(view.window.minimumSize(), QSize(560, 520));
         QCOMPARE(view.window.maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
@@ -284,8 +284,8 @@ private Q_SLOTS:
         QTest::newRow("a line break") << QStringLiteral("\n") << false;
     }
     void withoutASlugThereIsNoMonitorList() {
-        QFETCH(QString, slug);
-        QFETCH(bool, isBlank);
+        QFETCH(const QString, slug);
+        QFETCH(const bool, isBlank);
         Shown view;
         view.world.controller().setSlug(slug);
         QVERIFY(view.world.isPolledAsRunning());

@@ -230,7 +230,7 @@ private Q_SLOTS:
         row("end&", "end&&", "end&&");
     }
     void textIsShownAsItStands() {
-        QFETCH(QString, text);
+        QFETCH(const QString, text);
         QTEST(MenuContent::entryText(text, MenuContent::Painter::panel), "panel");
         QTEST(MenuContent::entryText(text, MenuContent::Painter::ourselves), "ourselves");
     }

@@ -43,7 +43,7 @@ private Q_SLOTS:
         QTest::newRow("SIGHUP") << SIGHUP;
     }
     void signalsEndIt() {
-        QFETCH(int, number);
+        QFETCH(const int, number);
         RunningProgram world;
         world.addContainer("running");
         QProcess& program = world.start();
@@ -56,7 +56,7 @@ private Q_SLOTS:
 
     void signalsStopTheContainerWhereThatIsWanted_data() { signalsEndIt_data(); }
     void signalsStopTheContainerWhereThatIsWanted() {
-        QFETCH(int, number);
+        QFETCH(const int, number);
         RunningProgram world;
         world.setting("stopOnQuit=true");
         world.addContainer("running");

@@ -61,9 +61,9 @@ private Q_SLOTS:
         QTest::newRow("error") << QStringLiteral("restarting") << true << KumaState::error;
     }
     void stopsTheContainerWhenAsked() {
-        QFETCH(QString, word);
-        QFETCH(bool, pageAnswers);
-        QFETCH(KumaState, state);
+        QFETCH(const QString, word);
+        QFETCH(const bool, pageAnswers);
+        QFETCH(const KumaState, state);
         AppFixture world;
         world.page.answers = pageAnswers;
         world.kuma().setStopOnQuit(true);
@@ -92,8 +92,8 @@ private Q_SLOTS:
         QTest::newRow("Docker missing") << false << true;
     }
     void nothingToStop() {
-        QFETCH(bool, hasDocker);
-        QFETCH(bool, daemonUp);
+        QFETCH(const bool, hasDocker);
+        QFETCH(const bool, daemonUp);
         AppFixture world;
         if (!hasDocker) {
             world.installedDocker = std::nullopt;

@@ -39,7 +39,7 @@ private Q_SLOTS:
         QTest::newRow("dark") << darkPalette();
     }
     void everyColorStandsOut() {
-        QFETCH(QPalette, palette);
+        QFETCH(const QPalette, palette);
         const QColor window = palette.color(QPalette::Window);
         for (const Meaning meaning : meanings) {
             QVERIFY(contrast(dotColor(meaning, palette), window) >= 3);

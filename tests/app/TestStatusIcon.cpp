@@ -76,7 +76,7 @@ private Q_SLOTS:
         }
     }
     void everySizeIsDrawnForItself() {
-        QFETCH(int, size);
+        QFETCH(const int, size);
         for (const Health health : healths) {
             const QImage expected = StatusIcon::image(health, size);
             QCOMPARE(expected.size(), QSize(size, size));

@@ -223,7 +223,7 @@ private Q_SLOTS:
     void aSecondStartOpensTheWindow() {
         Desktop desktop;
         QVERIFY(desktop.area.open());
-        QProcess& first = desktop.program.start();
+        const QProcess& first = desktop.program.start();
         QVERIFY(desktop.saysInTheTray(isStopped));
         QCOMPARE(RunningProgram::exitCode(desktop.program.start()), 0);
         QVERIFY(desktop.showsWindow());

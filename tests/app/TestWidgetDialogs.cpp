@@ -189,7 +189,7 @@ private Q_SLOTS:
         QTest::newRow("folder") << QStringLiteral("backup");
     }
     void eitherFileOrFolder() {
-        QFETCH(QString, name);
+        QFETCH(const QString, name);
         const TestHome home;
         home.write(QStringLiteral("backup.zip"), "zip");
         home.write(QStringLiteral("backup/kuma.db"), "db");
