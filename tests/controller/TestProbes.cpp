@@ -168,7 +168,7 @@ private Q_SLOTS:
     void restartLoopIsToldAndForgottenWhenThePageAnswers() {
         ControllerFixture world;
         QVERIFY(world.isPolledAsRunning());
-        KumaController& kuma = world.controller();
+        const KumaController& kuma = world.controller();
         world.docker().container->state = "restarting";
         world.advance(3s);
         QVERIFY(kuma.kuma() == KumaState::error);

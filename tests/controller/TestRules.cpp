@@ -171,7 +171,7 @@ services:
         QFETCH(const qsizetype, before);
         QFETCH(const qsizetype, added);
         QFETCH(const qsizetype, after);
-        QString old(before, u'a');
+        const QString old(before, u'a');
         QString chunk(added, u'b');
         if (!chunk.isEmpty()) {
             chunk.back() = u'!';

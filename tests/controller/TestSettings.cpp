@@ -334,7 +334,7 @@ private Q_SLOTS:
         ControllerFixture world;
         KumaController& kuma = world.controller();
         world.loginItem.failure = QStringLiteral("No room.");
-        QSignalSpy changes(&kuma, &KumaController::changed);
+        const QSignalSpy changes(&kuma, &KumaController::changed);
         kuma.setLaunchAtLogin(true);
         QVERIFY(!kuma.launchAtLogin());
         QVERIFY(kuma.error().has_value());
@@ -345,7 +345,7 @@ private Q_SLOTS:
     void everyChangeIsTold() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        QSignalSpy changes(&kuma, &KumaController::changed);
+        const QSignalSpy changes(&kuma, &KumaController::changed);
         kuma.setPort(4000);
         QCOMPARE(changes.size(), 1);
         kuma.setPort(4000);

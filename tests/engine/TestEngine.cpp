@@ -54,7 +54,6 @@ std::unique_ptr<QTcpSocket> openPage(int port) {
 class TestEngine : public QObject {
     Q_OBJECT
 
-private:
     TestHome m_home;
     QString m_docker = qEnvironmentVariable("ORVANEL_ENGINE_DOCKER");
     ThrottledMirror m_mirror{portFrom("ORVANEL_ENGINE_MIRROR_PORT"), portFrom("ORVANEL_ENGINE_REGISTRY_PORT")};
@@ -135,7 +134,7 @@ private Q_SLOTS:
     }
 
     void cancelOfTheDownload() {
-        m_mirror.setBytesPerSecond(1024 * 1024);
+        m_mirror.setBytesPerSecond(qint64{1024} * 1024);
         m_controller->start();
         QTRY_VERIFY_WITH_TIMEOUT(m_controller->pulling() && !m_controller->pullLog().isEmpty(), engineTimeout);
         m_controller->cancelOperation();
@@ -147,7 +146,7 @@ private Q_SLOTS:
     }
 
     void downloadWithLiveOutput() {
-        m_mirror.setBytesPerSecond(12 * 1024 * 1024);
+        m_mirror.setBytesPerSecond(qint64{12} * 1024 * 1024);
         script("not-ready ms=6000\n");
         QStringList logs;
         QList<KumaState> states;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::chrono::milliseconds tick{20};
 constexpr qint64 ticksPerSecond = std::chrono::seconds(1) / tick;
-constexpr qint64 bufferSize = 256 * 1024;
+constexpr qint64 bufferSize = qint64{256} * 1024;
 
 } // namespace
 
