@@ -30,7 +30,7 @@ QCoro::Task<void> note(QCoro::Task<T> task, std::shared_ptr<Answer<T>> answer) {
 
 template <class T>
 std::shared_ptr<Answer<T>> answerOf(QCoro::Task<T> task) {
-    const auto answer = std::make_shared<Answer<T>>();
+    auto answer = std::make_shared<Answer<T>>();
     note(std::move(task), answer);
     return answer;
 }
