@@ -83,7 +83,7 @@ QCoro::Task<void> KumaController::performStart(std::stop_token stop) {
         m_dockerPath = m_env.findDocker(m_dockerOverride);
     }
     if (!m_dockerPath.value()) {
-        m_dockerState = DockerState::missing;
+        setDockerState(DockerState::missing);
         co_return;
     }
     const QString docker = *m_dockerPath.value();
@@ -94,10 +94,10 @@ QCoro::Task<void> KumaController::performStart(std::stop_token stop) {
         co_return;
     }
     if (!runtime.isSuccess()) {
-        m_dockerState = DockerState::notRunning;
+        setDockerState(DockerState::notRunning, runtime.output);
         co_return;
     }
-    m_dockerState = DockerState::ready;
+    setDockerState(DockerState::ready);
     if (const std::optional<QString> failure = prepareFiles()) {
         m_error = OpError{QStringLiteral("Could not write the compose file."), *failure};
         co_return;

@@ -101,6 +101,11 @@ void KumaController::saved(bool success) {
     }
 }
 
+void KumaController::setDockerState(DockerState state, const QString& details) {
+    m_runtimeDetails = details;
+    m_dockerState = state;
+}
+
 bool KumaController::launchAtLogin() const {
     return m_env.loginItem->isEnabled();
 }

@@ -52,6 +52,9 @@ public:
 
     std::optional<QString> dockerPath() const { return m_dockerPath; }
     DockerState dockerState() const { return m_dockerState; }
+    /// What the docker tool said when no runtime answered, as it stands; empty in every other state. See
+    /// isPermissionDenied().
+    QString runtimeDetails() const { return m_runtimeDetails; }
     /// Whether `docker compose` works; none while not probed.
     std::optional<bool> composeAvailable() const { return m_composeAvailable; }
     KumaState kuma() const { return m_kuma; }
@@ -142,6 +145,7 @@ private:
     using OperationBody = std::function<QCoro::Task<void>(std::stop_token stop)>;
 
     void saved(bool success);
+    void setDockerState(DockerState state, const QString& details = {});
 
     /// Runs a command that is neither cancelled nor watched.
     QCoro::Task<CommandResult> command(QString path, QStringList arguments, std::chrono::seconds limit) const;
@@ -200,6 +204,7 @@ private:
     Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_dockerPath, &KumaController::changed)
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, DockerState, m_dockerState, DockerState::unknown,
                                          &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_runtimeDetails, &KumaController::changed)
     Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<bool>, m_composeAvailable, &KumaController::changed)
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, KumaState, m_kuma, KumaState::stopped,
                                          &KumaController::changed)

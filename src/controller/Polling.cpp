@@ -53,7 +53,7 @@ void KumaController::begin() {
 
 void KumaController::recheck() {
     m_dockerPath = std::nullopt;
-    m_dockerState = DockerState::unknown;
+    setDockerState(DockerState::unknown);
     m_tasks.start(refreshSoon(), QStringLiteral("recheck"));
 }
 
@@ -113,7 +113,7 @@ QCoro::Task<void> KumaController::refresh(std::stop_token stop) {
         co_return;
     }
     if (probe.status == 0 && stateWord(probe.output) == QStringLiteral("running")) {
-        m_dockerState = DockerState::ready;
+        setDockerState(DockerState::ready);
         const bool answers = co_await m_env.pageAnswers(m_port);
         if (isOutdated(docker, operations)) {
             co_return;
@@ -141,12 +141,12 @@ bool KumaController::findTools() {
         m_dockerPath = m_env.findDocker(m_dockerOverride);
     }
     if (!m_dockerPath.value()) {
-        m_dockerState = DockerState::missing;
+        setDockerState(DockerState::missing);
         m_kuma = KumaState::stopped;
         return false;
     }
     if (m_dockerState == DockerState::unknown || m_dockerState == DockerState::missing) {
-        m_dockerState = DockerState::notRunning;
+        setDockerState(DockerState::notRunning);
     }
     return true;
 }
@@ -160,11 +160,15 @@ void KumaController::publishRunning(bool pageAnswers) {
 
 void KumaController::publishNotRunning(const CommandResult& probe) {
     if (probe.status != 0) {
-        m_dockerState = saysNoContainer(probe.output) ? DockerState::ready : DockerState::notRunning;
+        if (saysNoContainer(probe.output)) {
+            setDockerState(DockerState::ready);
+        } else {
+            setDockerState(DockerState::notRunning, probe.output);
+        }
         m_kuma = KumaState::stopped;
         return;
     }
-    m_dockerState = DockerState::ready;
+    setDockerState(DockerState::ready);
     const QString word = stateWord(probe.output);
     if (word != QStringLiteral("restarting")) {
         m_kuma = KumaState::stopped;

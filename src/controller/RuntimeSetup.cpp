@@ -111,7 +111,7 @@ QCoro::Task<void> KumaController::startColimaIfNeeded(QString docker, std::stop_
     const QStringList info{QStringLiteral("info")};
     const CommandResult probe = co_await command(docker, info, infoLimit);
     if (probe.isSuccess()) {
-        m_dockerState = DockerState::ready;
+        setDockerState(DockerState::ready);
         co_await refresh(stop);
         co_return;
     }
@@ -133,7 +133,7 @@ QCoro::Task<void> KumaController::startColimaIfNeeded(QString docker, std::stop_
         m_error = OpError{QStringLiteral("Colima started but the Docker daemon is not answering."), start.output};
         co_return;
     }
-    m_dockerState = DockerState::ready;
+    setDockerState(DockerState::ready);
     co_await refresh(stop);
 }
 

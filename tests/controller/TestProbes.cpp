@@ -117,6 +117,44 @@ private Q_SLOTS:
         }
     }
 
+    void whatARefusingRuntimeSaysIsKept() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.begin();
+        world.settle();
+        QCOMPARE(kuma.runtimeDetails(), QString());
+        const auto refusal = QStringLiteral("\npermission denied while trying to connect to the Docker daemon socket");
+        world.answer("inspect", 1, refusal);
+        world.advance(3s);
+        QVERIFY(kuma.dockerState() == DockerState::notRunning);
+        QCOMPARE(kuma.runtimeDetails(), refusal);
+        // A probe that tells nothing new takes nothing back.
+        world.answerAsUsual();
+        world.hang("inspect", 1);
+        world.advance(13s);
+        QCOMPARE(kuma.runtimeDetails(), refusal);
+        world.advance(3s);
+        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QCOMPARE(kuma.runtimeDetails(), QString());
+    }
+
+    void whatARefusingRuntimeSaysIsForgottenAtARecheck() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.answer("info", 1, QStringLiteral("Server:\nERROR: no"));
+        kuma.start();
+        world.hang("inspect", 1);
+        world.settle();
+        QVERIFY(kuma.dockerState() == DockerState::notRunning);
+        QCOMPARE(kuma.runtimeDetails(), QStringLiteral("Server:\nERROR: no"));
+        kuma.recheck();
+        QCOMPARE(kuma.runtimeDetails(), QString());
+        world.installedDocker.reset();
+        QVERIFY(world.everythingEnds());
+        QVERIFY(kuma.dockerState() == DockerState::missing);
+        QCOMPARE(kuma.runtimeDetails(), QString());
+    }
+
     void probeThatComesTooLateChangesNothing_data() {
         QTest::addColumn<bool>("runs");
         QTest::newRow("running before") << true;

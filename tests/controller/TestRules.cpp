@@ -3,6 +3,7 @@
 #include "controller/Health.h"
 #include "controller/LogFeed.h"
 #include "controller/MonitorTransitions.h"
+#include "controller/PermissionDenied.h"
 #include "controller/StatusLine.h"
 #include "support/Await.h"
 
@@ -303,6 +304,50 @@ services:
         for (int i = 0; i < 2000; ++i) {
             QCOMPARE(lines.value(i), QString::number(i));
         }
+    }
+
+    void permissionDenied_data() {
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<bool>("isDenied");
+        const auto row = [](const char* name, const char* output, bool isDenied) {
+            QTest::newRow(name) << QString::fromLatin1(output) << isDenied;
+        };
+        row("inspect, client 28",
+            "\npermission denied while trying to connect to the Docker daemon socket at unix:///var/run/docker.sock: "
+            "Get "
+            "\"http://%2Fvar%2Frun%2Fdocker.sock/v1.50/containers/orvanel/json\": dial unix /var/run/docker.sock: "
+            "connect: permission denied\n",
+            true);
+        row("info, client 20",
+            "Client:\n Context:    default\n Debug Mode: false\n\nServer:\nERROR: Got permission denied while trying "
+            "to "
+            "connect to the Docker daemon socket at unix:///var/run/docker.sock: Get "
+            "\"http://%2Fvar%2Frun%2Fdocker.sock/v1.24/info\": dial unix /var/run/docker.sock: connect: permission "
+            "denied\nerrors pretty printing info\n",
+            true);
+        row("compose pull",
+            "unable to get image 'louislam/uptime-kuma:2': permission denied while trying to connect to the Docker "
+            "daemon socket at unix:///var/run/docker.sock: Get "
+            "\"http://%2Fvar%2Frun%2Fdocker.sock/v1.45/images/json\": "
+            "dial unix /var/run/docker.sock: connect: permission denied\n",
+            true);
+        row("another socket", "dial unix /home/ann/.colima/default/docker.sock: connect: permission denied\n", true);
+        row("in other letters", "PERMISSION DENIED while trying to connect to the Docker API at unix:///x", true);
+        row("nobody listens",
+            "Cannot connect to the Docker daemon at unix:///var/run/docker.sock. Is the docker daemon running?\n",
+            false);
+        row("nobody listens, with a warning about the configuration",
+            "WARNING: Error loading config file: open /root/.docker/config.json: permission denied\nCannot connect to "
+            "the Docker daemon at unix:///var/run/docker.sock. Is the docker daemon running?\n",
+            false);
+        row("a tool that may not be run", "Could not run /usr/bin/docker: Permission denied", false);
+        row("a file in the container", "exec /usr/bin/node: permission denied\n", false);
+        row("nothing", "", false);
+    }
+
+    void permissionDenied() {
+        QFETCH(const QString, output);
+        QTEST(isPermissionDenied(output), "isDenied");
     }
 };
 
