@@ -30,7 +30,11 @@ ControllerEnvironment OrvanelApp::withDialogs(ControllerEnvironment environment)
 }
 
 void OrvanelApp::addWindows() {
-    const ViewContext context{m_controller, *m_surroundings.controller.desktop};
+    const ViewContext context{
+        m_controller,
+        *m_surroundings.controller.desktop,
+        [this](const QString& id) { m_windows->open(id); },
+    };
     m_windows->add(windowId::main(), [context] { return new MainWindow(context); });
 }
 

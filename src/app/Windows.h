@@ -12,6 +12,12 @@ namespace windowId {
 inline QString main() {
     return QStringLiteral("main");
 }
+inline QString logs() {
+    return QStringLiteral("logs");
+}
+inline QString settings() {
+    return QStringLiteral("settings");
+}
 } // namespace windowId
 
 /// The program's windows, by id. Each is made when it is first asked for, is there once, and goes when it is closed.

@@ -31,9 +31,11 @@ namespace {
 /// The main window in a world where a test plays Docker.
 struct Shown {
     Shown()
-        : window(ViewContext{world.controller(), world.desktop}) {}
+        : window(ViewContext{world.controller(), world.desktop, [this](const QString& id) { opened << id; }}) {}
 
     ControllerFixture world;
+    /// Ids of the windows that were asked for.
+    QStringList opened;
     MainWindow window;
 
     void open() {

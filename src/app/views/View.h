@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+#include <functional>
+
 class QPushButton;
 
 namespace orvanel {
@@ -9,10 +11,12 @@ namespace orvanel {
 class Desktop;
 class KumaController;
 
-/// What every view is given: the state that it draws and the operations that it calls. Both outlive the views.
+/// What every view is given: the state that it draws and the operations that it calls. All of it outlives the views.
 struct ViewContext {
     KumaController& controller;
     Desktop& desktop;
+    /// Opens the window of that id (see windowId), or brings the open one to the front, and activates the program.
+    std::function<void(const QString& id)> openWindow;
 };
 
 /// A part of a window that draws from the controller and keeps no state but its own presentation.
