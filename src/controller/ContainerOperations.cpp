@@ -58,7 +58,7 @@ void KumaController::runOp(const QString& label, OperationBody body) {
     }
     m_opTask.emplace();
     m_operations += 1;
-    m_busy = label;
+    showOperation(label);
     m_error = std::nullopt;
     m_suggestedPort = std::nullopt;
     m_tasks.start(performOp(std::move(body)), label);
@@ -76,6 +76,9 @@ QCoro::Task<void> KumaController::performOp(OperationBody body) {
     m_opTask.reset();
     m_processHandle.reset();
     co_await refresh(stop);
+    if (!m_opTask) {
+        showBackups();
+    }
 }
 
 QCoro::Task<void> KumaController::performStart(std::stop_token stop) {
@@ -124,7 +127,7 @@ QCoro::Task<void> KumaController::performStart(std::stop_token stop) {
     if (stop.stop_requested()) {
         co_return;
     }
-    m_busy = startingText();
+    showOperation(startingText());
     const CommandResult up = co_await bringUp(docker, existing, false);
     if (!up.isSuccess()) {
         fail(up);
@@ -155,7 +158,7 @@ QCoro::Task<void> KumaController::performRestart(std::stop_token stop) {
 }
 
 QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_token stop) {
-    m_busy = QStringLiteral("Downloading the Uptime Kuma image");
+    showOperation(QStringLiteral("Downloading the Uptime Kuma image"));
     m_pulling = true;
     m_pullLog = QString();
     const auto handle = std::make_shared<ProcessHandle>();
@@ -212,6 +215,11 @@ bool KumaController::isPortTaken(int port) const {
     return !m_env.isPortFree(port) && !m_env.isPortFreeForListening(port);
 }
 
+void KumaController::showOperation(const QString& text) {
+    m_operationText = text;
+    m_busy = text;
+}
+
 void KumaController::fail(const CommandResult& result) {
     if (result.cancelled) {
         m_error = OpError{QStringLiteral("Cancelled."), result.output};
@@ -256,6 +264,7 @@ QCoro::Task<void> KumaController::performRemoveEverything() {
             }
         }
     }
+    const DataTurns::Turn turn = co_await m_dataTurns.take();
     const std::function<bool()> removal = [folder = dataDir()] { return QDir(folder).removeRecursively(); };
     co_await onWorker<bool>(removal);
     m_monitors = QList<MonitorRow>();

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "backup/BackupManager.h"
 #include "platform/Desktop.h"
 #include "platform/Dialogs.h"
 #include "platform/LoginItem.h"
 #include "platform/Notifier.h"
 #include "platform/SettingsStore.h"
 #include "process/DockerCLI.h"
+#include "release/ReleaseResult.h"
 #include "statuspage/StatusPageClient.h"
 #include "task/Clock.h"
 
@@ -32,6 +34,13 @@ struct ControllerEnvironment {
 
     std::function<QCoro::Task<bool>(int port)> pageAnswers;
     std::function<QCoro::Task<StatusPageResult>(int port, QString slug)> fetchStatusPage;
+    std::function<QCoro::Task<ReleaseResult>()> fetchLatestRelease;
+
+    std::function<QCoro::Task<BackupResult>(QString dataDir, QString destination)> backUp;
+    std::function<QCoro::Task<std::optional<BackupResult>>(QString dataDir, QString backupsDir, QString label)>
+        autoBackup;
+    std::function<QCoro::Task<void>(QString source, QString dataDir, QString backupsDir)> restore;
+    std::function<QString()> timestamp;
 };
 
 } // namespace orvanel

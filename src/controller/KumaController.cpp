@@ -45,7 +45,7 @@ KumaController::KumaController(ControllerEnvironment environment)
 }
 
 KumaController::~KumaController() {
-    Q_ASSERT(isIdle());
+    Q_ASSERT(m_tasks.running() == 0);
 }
 
 QCoro::Task<CommandResult> KumaController::command(QString path, QStringList arguments,
@@ -54,7 +54,8 @@ QCoro::Task<CommandResult> KumaController::command(QString path, QStringList arg
 }
 
 QCoro::Task<void> KumaController::finished() {
-    return m_tasks.finished();
+    co_await m_tasks.finished();
+    co_await m_backups.finished();
 }
 
 void KumaController::setPort(int port) {
@@ -129,6 +130,10 @@ QString KumaController::statusLine() const {
 
 QString KumaController::dataDir() const {
     return m_env.applicationSupport + QStringLiteral("/Orvanel/data");
+}
+
+QString KumaController::backupsDir() const {
+    return m_env.applicationSupport + QStringLiteral("/Orvanel/Backups");
 }
 
 QString KumaController::composeURL() const {

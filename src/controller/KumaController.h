@@ -1,6 +1,7 @@
 #pragma once
 
 #include "controller/ControllerEnvironment.h"
+#include "controller/DataTurns.h"
 #include "controller/DockerState.h"
 #include "controller/Health.h"
 #include "controller/KumaState.h"
@@ -9,6 +10,7 @@
 #include "task/TaskScope.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QProperty>
 
 #include <stop_token>
@@ -89,11 +91,15 @@ public:
     QString statusLine() const;
     /// Uptime Kuma's data folder, mounted into the container.
     QString dataDir() const;
+    /// The automatic backups, and what a restore has replaced.
+    QString backupsDir() const;
     /// The compose file, beside the data folder.
     QString composeURL() const;
     QUrl dashboardURL() const;
     /// The pinned image: repository, colon, tag.
     QString imageReference() const;
+    /// Whether the newest release found crosses a major version; see isMajorChange().
+    bool majorChange() const;
 
     // --- Polling (Polling.cpp).
 
@@ -127,6 +133,25 @@ public:
     void startRuntime();
     void cancelSetup();
 
+    // --- Updates (Update.cpp).
+
+    /// Looks up the newest release; ignored while a check runs.
+    void checkForUpdates();
+    /// Asks first; then backs up, pins the newest release found, downloads it and recreates the container. A container
+    /// operation; does nothing while no release is known.
+    void updateNow();
+
+    // --- Backups (BackupOperations.cpp).
+
+    /// Asks where to; then copies the data folder while Uptime Kuma keeps running, and shows the backup. Beside
+    /// container operations, and cannot be cancelled.
+    void backUpNow();
+    /// Asks for a backup and for a confirmation; then stops Uptime Kuma, replaces the data and starts it again. A
+    /// container operation.
+    void restoreBackup();
+    /// Shows the data folder, made when missing, in the file manager.
+    void revealDataFolder();
+
     // --- Compose file (ComposeFile.cpp).
 
     /// Creates the data folder and writes the compose file where its text differs. The description of the failure, or
@@ -135,8 +160,8 @@ public:
 
     /// Ends when no task of the controller runs any more.
     QCoro::Task<void> finished();
-    /// Whether a task of the controller (an operation, the poll loop, a recheck) is under way.
-    bool isIdle() const { return m_tasks.running() == 0; }
+    /// Whether a task of the controller (an operation, the poll loop, a recheck, a backup) is under way.
+    bool isIdle() const { return m_tasks.running() == 0 && m_backups.running() == 0; }
 
 Q_SIGNALS:
     void changed();
@@ -180,7 +205,21 @@ private:
     QCoro::Task<CommandResult> pullImage(QString docker, std::stop_token stop);
     QCoro::Task<CommandResult> bringUp(QString docker, std::optional<QString> existing, bool recreate);
     bool isPortTaken(int port) const;
+    void showOperation(const QString& text);
     void fail(const CommandResult& result);
+
+    QCoro::Task<void> performCheck();
+    QCoro::Task<void> askForUpdate(QString version);
+    QCoro::Task<void> performUpdate(QString version, std::stop_token stop);
+    QCoro::Task<bool> backUpBeforeUpdate();
+    void takeBackTag(const QString& newTag, const QString& oldTag);
+
+    QCoro::Task<void> askForBackup();
+    static QCoro::Task<void> performBackup(QPointer<KumaController> controller, QString destination);
+    void showBackups();
+    void backupEnded(const std::optional<OpError>& error);
+    QCoro::Task<void> askForRestore();
+    QCoro::Task<void> performRestore(QString source, std::stop_token stop);
 
     void beginSetup();
     void finishSetup();
@@ -235,6 +274,11 @@ private:
     std::shared_ptr<ProcessHandle> m_processHandle;
     std::shared_ptr<ProcessHandle> m_setupHandle;
 
+    /// What the operation under way shows in m_busy, when no backup does.
+    QString m_operationText;
+    int m_backupsUnderWay = 0;
+    DataTurns m_dataTurns;
+
     /// Counts the operations begun, so that a probe notices one that began and ended while it waited.
     int m_operations = 0;
     /// When the status page was last asked; none stands for the distant past.
@@ -245,6 +289,8 @@ private:
     bool m_requestedNotificationAuth = false;
 
     TaskScope m_tasks;
+    /// The backups, which may outlive the controller.
+    TaskScope m_backups;
 };
 
 } // namespace orvanel

@@ -1,0 +1,153 @@
+#include "controller/DatabaseError.h"
+#include "controller/KumaController.h"
+
+#include <QDir>
+#include <QPointer>
+
+#include <exception>
+
+namespace orvanel {
+namespace {
+
+QString backingUpText() {
+    return QStringLiteral("Backing up…");
+}
+
+SavePanel backupPanel(const QString& timestamp) {
+    return {
+        .title = QStringLiteral("Back up Uptime Kuma data"),
+        .message = QStringLiteral("A name ending in .zip makes a zip file; otherwise a folder is created. Uptime Kuma "
+                                  "keeps running."),
+        .proposedName = QStringLiteral("Uptime Kuma backup %1.zip").arg(timestamp),
+    };
+}
+
+OpenPanel restorePanel() {
+    return {
+        .title = QStringLiteral("Choose a backup to restore"),
+        .message = QStringLiteral("Choose a backup folder or a .zip file made by Back up now."),
+        .filesAllowed = true,
+        .foldersAllowed = true,
+    };
+}
+
+Alert restoreQuestion(const QString& dataDir) {
+    return {
+        .style = Alert::Style::Warning,
+        .message = QStringLiteral("Restore this backup?"),
+        .informativeText = QStringLiteral("Uptime Kuma will be stopped and the data in\n%1\nwill be replaced by the "
+                                          "backup. The current data is kept once in the Backups folder, then Uptime "
+                                          "Kuma starts again.")
+                               .arg(dataDir),
+        .confirmButton = QStringLiteral("Restore"),
+        .cancelButton = QStringLiteral("Cancel"),
+    };
+}
+
+} // namespace
+
+void KumaController::backUpNow() {
+    m_tasks.start(askForBackup(), QStringLiteral("question about a backup"));
+}
+
+QCoro::Task<void> KumaController::askForBackup() {
+    const SavePanel panel = backupPanel(m_env.timestamp());
+    const std::optional<QString> destination = co_await m_env.dialogs->chooseSavePath(panel);
+    if (!destination || destination->isEmpty()) {
+        co_return;
+    }
+    m_busy = backingUpText();
+    m_backupsUnderWay += 1;
+    m_backups.start(performBackup(this, *destination), backingUpText());
+}
+
+/// The controller may go meanwhile: the backup is made, and shown, all the same.
+QCoro::Task<void> KumaController::performBackup(QPointer<KumaController> controller, QString destination) {
+    Desktop* const desktop = controller->m_env.desktop;
+    const auto backUp = controller->m_env.backUp;
+    const QString dataDir = controller->dataDir();
+    std::optional<OpError> error;
+    std::optional<QString> made;
+    {
+        const DataTurns::Turn turn = co_await controller->m_dataTurns.take();
+        try {
+            const BackupResult backup = co_await backUp(dataDir, destination);
+            made = backup.path;
+            error = databaseError(backup);
+        } catch (const std::exception& failure) {
+            error = OpError{QStringLiteral("The backup failed."), QString::fromUtf8(failure.what())};
+        }
+    }
+    if (controller) {
+        controller->backupEnded(error);
+    }
+    if (made) {
+        desktop->reveal(*made);
+    }
+}
+
+/// The operation that runs beside the backup keeps its own words; without one, whatever backups there are have theirs.
+void KumaController::showBackups() {
+    if (m_opTask) {
+        m_busy = m_operationText;
+        return;
+    }
+    m_busy = m_backupsUnderWay > 0 ? std::optional(backingUpText()) : std::nullopt;
+}
+
+void KumaController::backupEnded(const std::optional<OpError>& error) {
+    m_backupsUnderWay -= 1;
+    showBackups();
+    if (error) {
+        m_error = error;
+    }
+}
+
+void KumaController::restoreBackup() {
+    m_tasks.start(askForRestore(), QStringLiteral("question about a restore"));
+}
+
+QCoro::Task<void> KumaController::askForRestore() {
+    const OpenPanel panel = restorePanel();
+    const std::optional<QString> source = co_await m_env.dialogs->chooseOpenPath(panel);
+    if (!source || source->isEmpty()) {
+        co_return;
+    }
+    const Alert question = restoreQuestion(dataDir());
+    const bool confirmed = co_await m_env.dialogs->confirm(question);
+    if (confirmed) {
+        runOp(QStringLiteral("Restoring backup…"),
+              [this, source = *source](std::stop_token stop) { return performRestore(source, stop); });
+    }
+}
+
+QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token stop) {
+    co_await performStop();
+    if (m_error.value()) {
+        co_return;
+    }
+    std::optional<QString> failure;
+    {
+        const DataTurns::Turn turn = co_await m_dataTurns.take();
+        try {
+            co_await m_env.restore(source, dataDir(), backupsDir());
+        } catch (const std::exception& thrown) {
+            failure = QString::fromUtf8(thrown.what());
+        }
+    }
+    if (failure) {
+        m_error = OpError{QStringLiteral("The restore failed. ") + *failure, *failure};
+        co_return;
+    }
+    co_await performStart(stop);
+}
+
+void KumaController::revealDataFolder() {
+    // An empty folder must not come in the way of a restore, which is just filling the new one.
+    if (!m_dataTurns.isTaken()) {
+        QDir().mkpath(dataDir());
+    }
+    m_env.desktop->reveal(dataDir());
+}
+
+} // namespace orvanel

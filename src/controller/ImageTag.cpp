@@ -1,0 +1,27 @@
+#include "controller/ImageTag.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+
+namespace orvanel {
+namespace {
+
+QString majorPart(const QString& version) {
+    return version.split(QLatin1Char('.'), Qt::SkipEmptyParts).value(0);
+}
+
+} // namespace
+
+// The form is that of the registries' protocol ("tag" in the OCI distribution specification).
+bool isValidImageTag(const QString& tag) {
+    static const QRegularExpression form(QStringLiteral("\\A[A-Za-z0-9_][A-Za-z0-9_.-]{0,127}\\z"));
+    return form.match(tag).hasMatch();
+}
+
+bool isMajorChange(const QString& imageTag, const std::optional<QString>& latestVersion) {
+    const QString current = majorPart(imageTag);
+    const QString latest = majorPart(latestVersion.value_or(QString()));
+    return !current.isEmpty() && !latest.isEmpty() && current != latest;
+}
+
+} // namespace orvanel

@@ -1,0 +1,137 @@
+#include "controller/DatabaseError.h"
+#include "controller/ImageTag.h"
+#include "controller/KumaController.h"
+
+#include <QScopeGuard>
+
+#include <exception>
+
+namespace orvanel {
+namespace {
+
+Alert updateQuestion(const QString& version) {
+    return {
+        .style = Alert::Style::Information,
+        .message = QStringLiteral("Update Uptime Kuma to %1?").arg(version),
+        .informativeText = QStringLiteral("Your data is backed up first and never deleted. A major version change may "
+                                          "need Uptime Kuma's own migration, so read the release notes."),
+        .confirmButton = QStringLiteral("Update"),
+        .cancelButton = QStringLiteral("Cancel"),
+    };
+}
+
+std::optional<QUrl> parsedAddress(const QString& text) {
+    const QUrl address(text, QUrl::StrictMode);
+    return address.isValid() ? std::optional(address) : std::nullopt;
+}
+
+} // namespace
+
+void KumaController::checkForUpdates() {
+    if (m_checkingUpdate) {
+        return;
+    }
+    m_checkingUpdate = true;
+    m_updateMessage = std::nullopt;
+    m_tasks.start(performCheck(), QStringLiteral("update check"));
+}
+
+QCoro::Task<void> KumaController::performCheck() {
+    const auto ended = qScopeGuard([this] { m_checkingUpdate = false; });
+    const ReleaseResult result = co_await m_env.fetchLatestRelease();
+    if (const auto* failure = std::get_if<ReleaseError>(&result)) {
+        m_updateMessage = failure->message;
+        co_return;
+    }
+    const auto& release = std::get<LatestRelease>(result);
+    m_latestVersion = release.version;
+    if (release.page) {
+        m_releaseURL = parsedAddress(*release.page);
+    }
+    m_updateMessage = std::nullopt;
+}
+
+bool KumaController::majorChange() const {
+    return isMajorChange(m_imageTag, m_latestVersion);
+}
+
+void KumaController::updateNow() {
+    if (m_latestVersion.value()) {
+        m_tasks.start(askForUpdate(*m_latestVersion.value()), QStringLiteral("question about an update"));
+    }
+}
+
+QCoro::Task<void> KumaController::askForUpdate(QString version) {
+    const Alert question = updateQuestion(version);
+    const bool confirmed = co_await m_env.dialogs->confirm(question);
+    if (confirmed) {
+        runOp(QStringLiteral("Updating…"),
+              [this, version](std::stop_token stop) { return performUpdate(version, stop); });
+    }
+}
+
+QCoro::Task<void> KumaController::performUpdate(QString version, std::stop_token stop) {
+    if (!m_dockerPath.value()) {
+        co_return;
+    }
+    const QString docker = *m_dockerPath.value();
+    if (!isValidImageTag(version)) {
+        m_error = OpError{QStringLiteral("The new version's name cannot be an image tag, so nothing was changed."),
+                          QStringLiteral("The newest release is called \"%1\".").arg(version)};
+        co_return;
+    }
+    const bool isBackedUp = co_await backUpBeforeUpdate();
+    if (!isBackedUp) {
+        co_return;
+    }
+    const QString oldTag = m_imageTag;
+    setImageTag(version);
+    if (const std::optional<QString> failure = prepareFiles()) {
+        setImageTag(oldTag);
+        m_error = OpError{QStringLiteral("Could not write the compose file."), *failure};
+        co_return;
+    }
+    const CommandResult pull = co_await pullImage(docker, stop);
+    if (!pull.isSuccess()) {
+        takeBackTag(version, oldTag);
+        fail(pull);
+        co_return;
+    }
+    showOperation(QStringLiteral("Restarting with the new version…"));
+    const std::optional<QString> existing = co_await containerState(docker);
+    const CommandResult up = co_await bringUp(docker, existing, true);
+    if (!up.isSuccess()) {
+        fail(up);
+    }
+}
+
+/// False when there is no good backup, with the reason published. Without data there is nothing to back up.
+QCoro::Task<bool> KumaController::backUpBeforeUpdate() {
+    const DataTurns::Turn turn = co_await m_dataTurns.take();
+    std::optional<BackupResult> backup;
+    try {
+        const QString label = QStringLiteral("before-update");
+        backup = co_await m_env.autoBackup(dataDir(), backupsDir(), label);
+    } catch (const std::exception& failure) {
+        m_error = OpError{QStringLiteral("The backup before the update failed, so nothing was changed."),
+                          QString::fromUtf8(failure.what())};
+        co_return false;
+    }
+    // The new version may migrate the data at once: what it changes, only a good backup can bring back.
+    if (std::optional<OpError> problem = databaseError(backup)) {
+        problem->details += QStringLiteral("\n\nThe update was not started. The backup is\n") + backup->path;
+        m_error = problem;
+        co_return false;
+    }
+    co_return true;
+}
+
+/// Unless the user has chosen yet another tag during the download.
+void KumaController::takeBackTag(const QString& newTag, const QString& oldTag) {
+    if (m_imageTag == newTag) {
+        setImageTag(oldTag);
+    }
+    prepareFiles();
+}
+
+} // namespace orvanel
