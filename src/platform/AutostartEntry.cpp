@@ -9,10 +9,12 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStandardPaths>
+#include <QTemporaryFile>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 
 namespace orvanel {
 namespace {
@@ -52,7 +54,16 @@ bool canStart(const DesktopEntry& entry) {
     return !needed || needed->isEmpty() || QFileInfo(resolved(*needed)).isExecutable();
 }
 
-void switchOn(DesktopEntry& entry, const QString& program) {
+bool isMeantFor(const QStringList& desktops, const DesktopEntry& entry) {
+    const auto isNamedIn = [&](const char* key) {
+        const QStringList named = entry.list(key);
+        return std::any_of(desktops.begin(), desktops.end(),
+                           [&](const QString& desktop) { return named.contains(desktop); });
+    };
+    return (!entry.value("OnlyShowIn") || isNamedIn("OnlyShowIn")) && !isNamedIn("NotShowIn");
+}
+
+void switchOn(DesktopEntry& entry, const QString& program, const QStringList& desktops) {
     entry.setDefault("Type", QStringLiteral("Application"));
     entry.setDefault("Name", identity::applicationName());
     entry.setDefault("Icon", identity::iconName());
@@ -60,6 +71,10 @@ void switchOn(DesktopEntry& entry, const QString& program) {
         entry.setValue("Exec", execline::quoted(program));
     }
     entry.setValue("TryExec", program);
+    if (!isMeantFor(desktops, entry)) {
+        entry.remove("OnlyShowIn");
+        entry.remove("NotShowIn");
+    }
     entry.setValue("Hidden", QStringLiteral("false"));
     entry.setValue("X-GNOME-Autostart-enabled", QStringLiteral("true"));
     // The status area should stand before its icon comes.
@@ -80,7 +95,7 @@ void switchOff(DesktopEntry& entry) {
 
 AutostartEntry::Places AutostartEntry::Places::ofThisUser() {
     const QString below = QStringLiteral("/autostart");
-    Places places{folders::configuration() + below, {}};
+    Places places{folders::configuration() + below, {}, qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':')};
     const QStringList all = QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation);
     for (const QString& folder : all.mid(1)) {
         places.systemFolders << folder + below;
@@ -100,7 +115,7 @@ bool AutostartEntry::isEnabled() const {
     if (!entry || entry->isTrue("Hidden") || entry->isFalse("X-GNOME-Autostart-enabled")) {
         return false;
     }
-    return canStart(*entry) && execNames(*entry, m_program);
+    return isMeantFor(m_places.desktops, *entry) && canStart(*entry) && execNames(*entry, m_program);
 }
 
 std::optional<QString> AutostartEntry::setEnabled(bool enabled) {
@@ -109,7 +124,7 @@ std::optional<QString> AutostartEntry::setEnabled(bool enabled) {
     }
     auto entry = readEntry(userFile()).value_or(DesktopEntry());
     if (enabled) {
-        switchOn(entry, m_program);
+        switchOn(entry, m_program, m_places.desktops);
     } else {
         switchOff(entry);
     }
@@ -133,15 +148,19 @@ std::optional<QString> AutostartEntry::write(const QByteArray& content) const {
     if (!QDir().mkpath(m_places.userFolder)) {
         return QStringLiteral("The folder %1 could not be made.").arg(m_places.userFolder);
     }
-    // People link to the program's entry in the application menu: written through such a link, "Hidden" would hide
-    // the program there as well.
-    if (QFileInfo(userFile()).isSymLink() && !QFile::remove(userFile())) {
-        return QStringLiteral("The link %1 could not be replaced.").arg(userFile());
-    }
-    QSaveFile file(userFile());
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
+    // People link to the program's entry in the application menu: written through such a link, as QSaveFile would,
+    // "Hidden" would hide the program there as well. A new file that takes the link's place leaves its target alone.
+    QTemporaryFile file(userFile() + QStringLiteral(".XXXXXX"));
+    file.setAutoRemove(true);
+    if (!file.open() || file.write(content) != content.size() || !file.flush() ||
+        !file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther)) {
         return QStringLiteral("The file %1 could not be written: %2.").arg(userFile(), file.errorString());
     }
+    if (std::rename(QFile::encodeName(file.fileName()).constData(), QFile::encodeName(userFile()).constData()) != 0) {
+        const QString reason = qt_error_string(errno);
+        return QStringLiteral("The file %1 could not be written: %2.").arg(userFile(), reason);
+    }
+    file.setAutoRemove(false);
     return std::nullopt;
 }
 

@@ -14,6 +14,8 @@ public:
     struct Places {
         QString userFolder;
         QStringList systemFolders;
+        /// The names of the desktop that runs, by which entries limit themselves to some desktops.
+        QStringList desktops;
 
         static Places ofThisUser();
     };
@@ -24,7 +26,8 @@ public:
     AutostartEntry(QString program, Places places);
 
     /// True when the entry that counts (the user's file hides the system's of the same name) would start `program`:
-    /// neither hidden nor switched off, what it needs is there, and its Exec names `program`.
+    /// neither hidden nor switched off nor meant for other desktops, what it needs is there, and its Exec names
+    /// `program`.
     bool isEnabled() const override;
     /// Other keys of the user's file stay as they are.
     std::optional<QString> setEnabled(bool enabled) override;

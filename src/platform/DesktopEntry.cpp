@@ -92,6 +92,10 @@ std::optional<QString> DesktopEntry::value(const QByteArray& key) const {
     return unescaped(QString::fromUtf8(text.mid(text.indexOf('=') + 1).trimmed()));
 }
 
+QStringList DesktopEntry::list(const QByteArray& key) const {
+    return value(key).value_or(QString()).split(u';', Qt::SkipEmptyParts);
+}
+
 bool DesktopEntry::isTrue(const QByteArray& key) const {
     return value(key) == QStringLiteral("true");
 }
@@ -117,6 +121,12 @@ void DesktopEntry::setValue(const QByteArray& key, const QString& value) {
 void DesktopEntry::setDefault(const QByteArray& key, const QString& value) {
     if (lineOf(key) < 0) {
         setValue(key, value);
+    }
+}
+
+void DesktopEntry::remove(const QByteArray& key) {
+    for (auto line = lineOf(key); line >= 0; line = lineOf(key)) {
+        m_lines.removeAt(line);
     }
 }
 

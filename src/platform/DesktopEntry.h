@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -19,12 +20,15 @@ public:
 
     /// The value of a key of the main group, with the escapes of string values undone.
     std::optional<QString> value(const QByteArray& key) const;
+    /// The parts of a value that is a list; empty when the key is missing.
+    QStringList list(const QByteArray& key) const;
     bool isTrue(const QByteArray& key) const;
     bool isFalse(const QByteArray& key) const;
 
     void setValue(const QByteArray& key, const QString& value);
     /// Sets the value unless the key is there already.
     void setDefault(const QByteArray& key, const QString& value);
+    void remove(const QByteArray& key);
 
     QByteArray content() const;
 

@@ -32,7 +32,8 @@ struct Desk {
     AutostartEntry entryFor(const QString& path) const {
         return {path,
                 {home.path(QStringLiteral(".config/autostart")),
-                 {home.path(QStringLiteral("nothing")), home.path(QStringLiteral("xdg/autostart"))}}};
+                 {home.path(QStringLiteral("nothing")), home.path(QStringLiteral("xdg/autostart"))},
+                 {QStringLiteral("Here"), QStringLiteral("GNOME")}}};
     }
     void write(const QString& file, const QByteArray& lines) const {
         home.write(file, "[Desktop Entry]\nType=Application\nName=Orvanel\n" + lines);
@@ -101,6 +102,11 @@ private Q_SLOTS:
         QTest::newRow("no program") << QByteArray() << false;
         QTest::newRow("other group") << QByteArray("Exec=PROGRAM\n[Other]\nHidden=true\n") << true;
         QTest::newRow("garbage") << QByteArray("Exec=PROGRAM\nwords\n") << false;
+        QTest::newRow("for this desktop") << QByteArray("Exec=PROGRAM\nOnlyShowIn=KDE;GNOME;\n") << true;
+        QTest::newRow("for another desktop") << QByteArray("Exec=PROGRAM\nOnlyShowIn=KDE;XFCE\n") << false;
+        QTest::newRow("for no desktop") << QByteArray("Exec=PROGRAM\nOnlyShowIn=\n") << false;
+        QTest::newRow("not for another desktop") << QByteArray("Exec=PROGRAM\nNotShowIn=KDE;\n") << true;
+        QTest::newRow("not for this desktop") << QByteArray("Exec=PROGRAM\nNotShowIn=KDE;Here;\n") << false;
     }
 
     void statusIsReadFromTheFile() {
@@ -108,6 +114,19 @@ private Q_SLOTS:
         const Desk desk;
         desk.write(usersFile, lines.replace("PROGRAM", desk.program.toUtf8()));
         QTEST(desk.item.isEnabled(), "enabled");
+    }
+
+    void switchedOnItStartsOnThisDesktop() {
+        for (const QByteArray limits : {"OnlyShowIn=KDE;\n", "NotShowIn=GNOME;\n"}) {
+            Desk desk;
+            desk.write(usersFile, desk.exec() + limits);
+            QVERIFY(!desk.item.setEnabled(true));
+            QVERIFY(desk.item.isEnabled());
+        }
+        Desk desk;
+        desk.write(usersFile, desk.exec() + "NotShowIn=KDE;\n");
+        QVERIFY(!desk.item.setEnabled(true));
+        QCOMPARE(desk.entry()->list("NotShowIn"), QStringList{QStringLiteral("KDE")});
     }
 
     void programIsKnownThroughLinksAndTheSearchPath() {
@@ -218,6 +237,18 @@ private Q_SLOTS:
             QVERIFY(failure);
             QVERIFY(!failure->isEmpty());
             QVERIFY(stillEnabled);
+        }
+        {
+            Desk desk;
+            const QString folder = desk.home.path(QStringLiteral(".config/autostart"));
+            desk.write(QStringLiteral("launcher.desktop"), desk.exec());
+            QVERIFY(QDir().mkpath(folder));
+            QVERIFY(QFile::link(desk.home.path(QStringLiteral("launcher.desktop")), desk.home.path(usersFile)));
+            QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
+            const auto failure = desk.item.setEnabled(false);
+            QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+            QVERIFY(failure);
+            QVERIFY(QFileInfo(desk.home.path(usersFile)).isSymLink());
         }
     }
 
