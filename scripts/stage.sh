@@ -45,8 +45,10 @@ start_display() {
     display=:$(first_line "$home/display" $!) || fail "Xvfb did not start: $(<"$home/xvfb.log")"
 }
 
-# A session bus that starts no service of the user's: it knows of none. Sets $bus.
+# start_bus [FOLDER NAME=VALUE…]: a session bus that starts no service of the user's. It knows of none, or only of those in
+# FOLDER, which then start with these variables. Sets $bus.
 start_bus() {
+    local services=${1:+<servicedir>$1</servicedir>}
     cat >"$home/bus.conf" <<BUS
 <!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -54,6 +56,7 @@ start_bus() {
   <type>session</type>
   <listen>unix:dir=$home/run</listen>
   <auth>EXTERNAL</auth>
+  $services
   <policy context="default">
     <allow send_destination="*"/>
     <allow receive_sender="*"/>
@@ -62,7 +65,7 @@ start_bus() {
 </busconfig>
 BUS
     : >"$home/bus"
-    dbus-daemon --config-file="$home/bus.conf" --nofork --print-address >"$home/bus" 2>"$home/bus.log" &
+    env "${@:2}" dbus-daemon --config-file="$home/bus.conf" --nofork --print-address >"$home/bus" 2>"$home/bus.log" &
     children+=($!)
     # shellcheck disable=SC2034 # for those who sourced this
     bus=$(first_line "$home/bus" $!) || fail "The session bus did not start: $(<"$home/bus.log")"
