@@ -17,16 +17,16 @@ struct BackupResult {
     bool operator==(const BackupResult&) const = default;
 };
 
-/// The file operations on Uptime Kuma's data folder. No state; knows nothing of the container. Trees are copied, checked
-/// and deleted on a worker; the tasks end on the calling thread.
+/// The file operations on Uptime Kuma's data folder. No state; knows nothing of the container. Trees are copied,
+/// checked and deleted on a worker; the tasks end on the calling thread.
 ///
 /// Every operation throws AppError, with one sentence for the user or the description of the file error behind it, and
 /// loses nothing: the data folder and an earlier backup at the destination are then as they were.
 namespace BackupManager {
 
 /// Copies the data folder to `destination`: into a zip archive when its extension is "zip" in any case, else into a
-/// folder. What was there is replaced when the copy is complete. Refused when `destination` is, holds or lies inside the
-/// data folder, also through links.
+/// folder. What was there is replaced when the copy is complete. Refused when `destination` is, holds or lies inside
+/// the data folder, also through links.
 QCoro::Task<BackupResult> backUp(QString dataDir, QString destination);
 
 /// Copies the data folder into `backupsDir`, as `label` and the time; none, and nothing is made, when there is no data
@@ -34,8 +34,8 @@ QCoro::Task<BackupResult> backUp(QString dataDir, QString destination);
 QCoro::Task<std::optional<BackupResult>> autoBackup(QString dataDir, QString backupsDir, QString label);
 
 /// Puts the backup at `source` (folder or zip) in the place of the data folder, which is kept, once, in `backupsDir` as
-/// "before-restore-" and the time. After a crash at any point the data folder is whole or absent, and the previous data is
-/// whole in exactly one of these two places.
+/// "before-restore-" and the time. After a crash at any point the data folder is whole or absent, and the previous data
+/// is whole in exactly one of these two places.
 QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir);
 
 /// Whether `folder` holds an entry "kuma.db" or "db-config.json".

@@ -1,0 +1,183 @@
+#include "backup/BackupManager.h"
+
+#include "backup/DataCopy.h"
+#include "backup/FileError.h"
+#include "backup/Restore.h"
+#include "backup/SafePaths.h"
+#include "backup/Swap.h"
+#include "backup/WorkFolder.h"
+#include "backup/ZipArchive.h"
+#include "task/Worker.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QLocale>
+
+#include <memory>
+
+namespace orvanel {
+namespace {
+
+bool isZip(const QString& path) {
+    const QString name = nameOf(QDir::cleanPath(path));
+    return name.size() > 4 && name.endsWith(u".zip", Qt::CaseInsensitive);
+}
+
+/// Whether there is a data folder, perhaps at the end of a link.
+bool exists(const QString& dataDir) {
+    return isSame(dataDir, dataDir);
+}
+
+BackupResult backUpToFolder(const QString& dataDir, const QString& destination) {
+    const QString place = placeOf(destination);
+    requireBackupPlace(place, dataDir);
+    const WorkFolder work(parentOf(place));
+    const QString name = QStringLiteral("copy");
+    auto problem = copyData(dataDir, work, name);
+    putInPlace(work.path(name), place, work);
+    return {destination, std::move(problem)};
+}
+
+/// The way of a zip backup through its steps.
+struct ZipBackup {
+    std::shared_ptr<WorkFolder> work;
+    QString place;
+    QString folder;
+    QString archive;
+    std::optional<QString> problem;
+};
+
+ZipBackup stageZip(const QString& dataDir, const QString& destination) {
+    ZipBackup zip;
+    zip.place = placeOf(destination);
+    requireBackupPlace(zip.place, dataDir);
+    zip.work = std::make_shared<WorkFolder>(parentOf(zip.place));
+    // The one folder in the archive is named like the data folder.
+    const QString name = nameOf(placeOf(dataDir));
+    zip.folder = zip.work->path(name);
+    zip.archive = zip.work->path(name + QStringLiteral(".zip"));
+    zip.problem = copyData(dataDir, *zip.work, name);
+    return zip;
+}
+
+bool placeZip(const ZipBackup& zip) {
+    syncFileSystem(zip.archive);
+    putInPlace(zip.archive, zip.place, *zip.work);
+    return true;
+}
+
+QCoro::Task<void> removeWork(std::shared_ptr<WorkFolder> work) {
+    const std::function<bool()> job = [work] {
+        work->remove();
+        return true;
+    };
+    co_await onWorker<bool>(job);
+}
+
+QCoro::Task<void> packAndPlace(ZipBackup zip) {
+    co_await ZipArchive::pack(zip.folder, zip.archive);
+    const std::function<bool()> job = [zip] { return placeZip(zip); };
+    co_await onWorker<bool>(job);
+}
+
+QCoro::Task<BackupResult> backUpToZip(QString dataDir, QString destination) {
+    const std::function<ZipBackup()> staging = [dataDir, destination] { return stageZip(dataDir, destination); };
+    const ZipBackup zip = co_await onWorker<ZipBackup>(staging);
+    std::exception_ptr failure;
+    try {
+        co_await packAndPlace(zip);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    co_await removeWork(zip.work);
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    co_return BackupResult{destination, zip.problem};
+}
+
+std::optional<BackupResult> backUpAutomatically(const QString& dataDir, const QString& backupsDir,
+                                                const QString& label) {
+    if (!exists(dataDir)) {
+        return std::nullopt;
+    }
+    if (isInside(backupsDir, dataDir)) {
+        throw AppError(QStringLiteral("The Backups folder must not lie inside the data folder."));
+    }
+    makeFolder(backupsDir);
+    const QString destination = freeName(backupsDir + u'/' + label + u'-' + BackupManager::timestamp());
+    return backUpToFolder(dataDir, destination);
+}
+
+QCoro::Task<void> unpackAndRestore(std::shared_ptr<WorkFolder> work, QString zip, QString dataDir, QString backupsDir) {
+    co_await ZipArchive::unpack(zip, work->path());
+    const std::function<bool()> job = [work, zip, dataDir, backupsDir] {
+        restoreFolder(findUnpackedData(work->path()), zip, dataDir, backupsDir);
+        return true;
+    };
+    co_await onWorker<bool>(job);
+}
+
+QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir) {
+    const std::function<std::shared_ptr<WorkFolder>()> making = [zip, dataDir, backupsDir] {
+        requireRestorePlaces(zip, dataDir, backupsDir);
+        return std::make_shared<WorkFolder>(QDir::tempPath(), QStringLiteral("orv-restore-"));
+    };
+    const auto work = co_await onWorker<std::shared_ptr<WorkFolder>>(making);
+    std::exception_ptr failure;
+    try {
+        co_await unpackAndRestore(work, zip, dataDir, backupsDir);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    co_await removeWork(work);
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+} // namespace
+
+QCoro::Task<BackupResult> BackupManager::backUp(QString dataDir, QString destination) {
+    if (!exists(dataDir)) {
+        throw AppError(QStringLiteral("There is no data folder yet. Start Uptime Kuma once first."));
+    }
+    if (isZip(destination)) {
+        auto result = co_await backUpToZip(dataDir, destination);
+        co_return result;
+    }
+    const std::function<BackupResult()> job = [dataDir, destination] { return backUpToFolder(dataDir, destination); };
+    auto result = co_await onWorker<BackupResult>(job);
+    co_return result;
+}
+
+QCoro::Task<std::optional<BackupResult>> BackupManager::autoBackup(QString dataDir, QString backupsDir, QString label) {
+    const std::function<std::optional<BackupResult>()> job = [dataDir, backupsDir, label] {
+        return backUpAutomatically(dataDir, backupsDir, label);
+    };
+    auto result = co_await onWorker<std::optional<BackupResult>>(job);
+    co_return result;
+}
+
+QCoro::Task<void> BackupManager::restore(QString source, QString dataDir, QString backupsDir) {
+    if (isZip(source)) {
+        co_await restoreZip(source, dataDir, backupsDir);
+        co_return;
+    }
+    const std::function<bool()> job = [source, dataDir, backupsDir] {
+        requireRestorePlaces(source, dataDir, backupsDir);
+        restoreFolder(source, source, dataDir, backupsDir);
+        return true;
+    };
+    co_await onWorker<bool>(job);
+}
+
+bool BackupManager::looksLikeData(const QString& folder) {
+    return statusOf(folder + QStringLiteral("/kuma.db")) || statusOf(folder + QStringLiteral("/db-config.json"));
+}
+
+QString BackupManager::timestamp() {
+    return QLocale().toString(QDateTime::currentDateTime(), QStringLiteral("yyyy-MM-dd-HHmmss"));
+}
+
+} // namespace orvanel

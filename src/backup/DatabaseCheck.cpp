@@ -1,0 +1,81 @@
+#include "backup/DatabaseCheck.h"
+
+#include "backup/CopyTree.h"
+#include "backup/DatabaseCopy.h"
+#include "backup/RemoveTree.h"
+#include "process/AppError.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <memory>
+#include <sqlite3.h>
+
+namespace orvanel {
+namespace {
+
+bool hasDatabaseHeader(const QString& path) {
+    QFile file(path);
+    if (!isFolder(path) && file.open(QIODevice::ReadOnly)) {
+        return file.read(16) == QByteArray("SQLite format 3\0", 16);
+    }
+    return false;
+}
+
+struct CloseDatabase {
+    void operator()(sqlite3* database) const { ::sqlite3_close_v2(database); }
+};
+struct EndStatement {
+    void operator()(sqlite3_stmt* statement) const { ::sqlite3_finalize(statement); }
+};
+
+/// Looks at the indexes as well as at the pages: a torn copy may be whole page by page and yet not fit together.
+std::optional<QString> checkOpenedFile(const QString& path) {
+    sqlite3* opened = nullptr;
+    const int result = ::sqlite3_open_v2(path.toUtf8().constData(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    const std::unique_ptr<sqlite3, CloseDatabase> database(opened);
+    const auto complaint = [&] { return QString::fromUtf8(::sqlite3_errmsg(database.get())); };
+    if (result != SQLITE_OK) {
+        return complaint();
+    }
+    sqlite3_stmt* prepared = nullptr;
+    const char* const question = "PRAGMA integrity_check(20)";
+    const bool isPrepared = ::sqlite3_prepare_v2(database.get(), question, -1, &prepared, nullptr) == SQLITE_OK;
+    const std::unique_ptr<sqlite3_stmt, EndStatement> statement(prepared);
+    if (!isPrepared) {
+        return complaint();
+    }
+    QStringList lines;
+    int step = ::sqlite3_step(statement.get());
+    while (step == SQLITE_ROW) {
+        lines << QString::fromUtf8(reinterpret_cast<const char*>(::sqlite3_column_text(statement.get(), 0)));
+        step = ::sqlite3_step(statement.get());
+    }
+    if (step != SQLITE_DONE) {
+        lines << complaint();
+    }
+    if (lines == QStringList{QStringLiteral("ok")}) {
+        return std::nullopt;
+    }
+    return lines.join(u'\n');
+}
+
+} // namespace
+
+std::optional<QString> checkDatabase(const QString& folder, const QString& scratch) {
+    if (!hasDatabaseHeader(folder + QStringLiteral("/kuma.db"))) {
+        return std::nullopt;
+    }
+    std::optional<QString> problem;
+    try {
+        QDir().mkdir(scratch);
+        copyFiles(folder, scratch, databaseFiles());
+        problem = checkOpenedFile(scratch + QStringLiteral("/kuma.db"));
+    } catch (const AppError& error) {
+        problem = QStringLiteral("The check could not be made. %1").arg(error.message());
+    }
+    removeTree(scratch);
+    return problem;
+}
+
+} // namespace orvanel

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+namespace orvanel {
+
+/// What SQLite complains about in the database `folder`/kuma.db with the log that lies beside it; none when all is well
+/// or the file is none of SQLite's. The check is made on a scratch copy in `scratch`, a folder that it makes and
+/// removes: opening a database can change it. Blocks; any thread.
+std::optional<QString> checkDatabase(const QString& folder, const QString& scratch);
+
+} // namespace orvanel

@@ -1,0 +1,63 @@
+#include "backup/DiskRoom.h"
+
+#include "backup/Folder.h"
+#include "process/AppError.h"
+
+#include <QFile>
+#include <QLocale>
+
+#include <fcntl.h>
+#include <limits>
+#include <sys/statvfs.h>
+
+namespace orvanel {
+namespace {
+
+qint64 bytesUsedIn(const FileDescriptor& folder) {
+    if (!folder.isOpen()) {
+        return 0;
+    }
+    qint64 sum = 0;
+    for (const std::string& name : entriesOf(folder.get(), {})) {
+        struct stat status {};
+        if (::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            continue;
+        }
+        constexpr qint64 unit = 512;
+        sum += status.st_blocks * unit;
+        if (S_ISDIR(status.st_mode)) {
+            sum += bytesUsedIn(openFolder(folder.get(), name));
+        }
+    }
+    return sum;
+}
+
+} // namespace
+
+qint64 bytesUsedBy(const QString& folder) {
+    try {
+        return bytesUsedIn(
+            FileDescriptor(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+    } catch (const AppError&) {
+        return 0;
+    }
+}
+
+qint64 bytesFreeAt(const QString& path) {
+    struct statvfs status {};
+    if (::statvfs(QFile::encodeName(path).constData(), &status) != 0 || status.f_blocks == 0) {
+        return std::numeric_limits<qint64>::max();
+    }
+    return static_cast<qint64>(status.f_bavail * status.f_frsize);
+}
+
+void requireRoom(const QString& path, qint64 bytes) {
+    const qint64 free = bytesFreeAt(path);
+    if (free < bytes) {
+        const QLocale words(QLocale::English);
+        throw AppError(QStringLiteral("The disk has too little room: %1 are needed and %2 are free.")
+                           .arg(words.formattedDataSize(bytes), words.formattedDataSize(free)));
+    }
+}
+
+} // namespace orvanel

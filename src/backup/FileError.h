@@ -1,0 +1,15 @@
+#pragma once
+
+#include "process/AppError.h"
+
+#include <QString>
+
+#include <string>
+
+namespace orvanel {
+
+/// What the platform says of a failed call: "PATH: No space left on device". `code` is its errno.
+AppError fileError(const QString& path, int code);
+AppError fileError(const std::string& path, int code);
+
+} // namespace orvanel

@@ -1,0 +1,130 @@
+#include "backup/SafePaths.h"
+
+#include "backup/FileError.h"
+#include "backup/Folder.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+
+namespace orvanel {
+namespace {
+
+QString withoutTrailingSlashes(QString path) {
+    while (path.size() > 1 && path.endsWith(u'/')) {
+        path.chop(1);
+    }
+    return path;
+}
+
+} // namespace
+
+QString resolved(const QString& path) {
+    struct Free {
+        void operator()(char* text) const { std::free(text); }
+    };
+    const std::unique_ptr<char, Free> result(::realpath(QFile::encodeName(path).constData(), nullptr));
+    return result ? QFile::decodeName(result.get()) : QString();
+}
+
+QString freeName(const QString& path) {
+    QString name = path;
+    for (int number = 2; statusOf(name); ++number) {
+        name = path + u'-' + QString::number(number);
+    }
+    return name;
+}
+
+void makeFolder(const QString& path) {
+    if (QDir(path).exists()) {
+        return;
+    }
+    errno = 0;
+    if (!QDir().mkpath(path)) {
+        throw fileError(path, errno != 0 ? errno : EEXIST);
+    }
+}
+
+QString parentOf(const QString& place) {
+    const auto slash = place.lastIndexOf(u'/');
+    return slash > 0 ? place.left(slash) : QStringLiteral("/");
+}
+
+QString nameOf(const QString& place) {
+    return place.mid(place.lastIndexOf(u'/') + 1);
+}
+
+QString placeOf(const QString& path) {
+    const QString whole = withoutTrailingSlashes(QDir::isAbsolutePath(path) ? path : QDir::currentPath() + u'/' + path);
+    const QString name = nameOf(whole);
+    const bool isPlainName = !name.isEmpty() && name != u"." && name != u"..";
+    const QString folder = isPlainName ? parentOf(whole) : whole;
+    const QString real = resolved(folder);
+    if (real.isEmpty()) {
+        throw fileError(folder, errno);
+    }
+    if (!isPlainName) {
+        return real;
+    }
+    return real == u"/" ? real + name : real + u'/' + name;
+}
+
+bool isSame(const QString& path, const QString& other) {
+    struct stat first {};
+    struct stat second {};
+    return ::stat(QFile::encodeName(path).constData(), &first) == 0 &&
+           ::stat(QFile::encodeName(other).constData(), &second) == 0 && FileId(first) == FileId(second);
+}
+
+bool isInside(const QString& path, const QString& folder) {
+    QString existing = QDir::isAbsolutePath(path) ? path : QDir::currentPath() + u'/' + path;
+    QString at = resolved(existing);
+    while (at.isEmpty()) {
+        existing = parentOf(withoutTrailingSlashes(existing));
+        at = resolved(existing);
+    }
+    while (!isSame(at, folder)) {
+        if (at == u"/") {
+            return false;
+        }
+        at = parentOf(at);
+    }
+    return true;
+}
+
+void requireBackupPlace(const QString& destination, const QString& dataDir) {
+    // What a link points to is never touched: only the link itself would be replaced.
+    const auto status = statusOf(destination);
+    const bool isLink = status && S_ISLNK(status->st_mode);
+    if (isInside(parentOf(destination), dataDir) || (!isLink && isInside(destination, dataDir))) {
+        throw AppError(QStringLiteral("A backup cannot lie inside the data folder. Choose another place."));
+    }
+    if (!isLink && isInside(dataDir, destination)) {
+        throw AppError(
+            QStringLiteral("A backup cannot replace a folder that holds the data folder. Choose another place."));
+    }
+    const QStringList names = isLink ? QStringList() : namesIn(destination);
+    for (const QString& name : names) {
+        if (name.startsWith(u"before-restore-")) {
+            throw AppError(QStringLiteral("That folder holds data kept from before a restore. Choose another place."));
+        }
+    }
+}
+
+void requireRestorePlaces(const QString& source, const QString& dataDir, const QString& backupsDir) {
+    if (isInside(source, dataDir)) {
+        throw AppError(QStringLiteral("A backup inside the data folder cannot be restored. Move it elsewhere first."));
+    }
+    if (isInside(dataDir, source)) {
+        throw AppError(
+            QStringLiteral("A folder that holds the data folder cannot be restored. Move the backup elsewhere first."));
+    }
+    if (isInside(backupsDir, dataDir) || isInside(dataDir, backupsDir)) {
+        throw AppError(QStringLiteral("The Backups folder and the data folder must not lie inside each other."));
+    }
+}
+
+} // namespace orvanel

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+
+namespace orvanel {
+
+/// `path` with every link resolved, that at its end too; empty, with errno, when there is nothing.
+QString resolved(const QString& path);
+
+/// `path` with every link on the way to it resolved, but not itself: absolute, without "." and "..". What is at its end
+/// need not exist; throws what the platform says when the folder that would hold it cannot be reached.
+QString placeOf(const QString& path);
+
+/// The folder that holds `place`, and its name there. `place` comes from placeOf().
+QString parentOf(const QString& place);
+QString nameOf(const QString& place);
+
+/// `path`, or when something is there already, the first of "PATH-2", "PATH-3", … where nothing is.
+QString freeName(const QString& path);
+
+/// Makes a folder with the folders above it, unless it is there. Throws what the platform says.
+void makeFolder(const QString& path);
+
+/// Whether both are the same file or folder, by whatever names.
+bool isSame(const QString& path, const QString& other);
+
+/// Whether `path`, which need not exist, is `folder` or lies anywhere in it, also through links and mounts: one of
+/// the folders above it is the very same.
+bool isInside(const QString& path, const QString& folder);
+
+/// Throws a sentence when a backup at `destination` would be, hold or lie inside `dataDir`, or would take the place of
+/// a folder in which previous data is kept.
+void requireBackupPlace(const QString& destination, const QString& dataDir);
+
+/// Throws a sentence when data cannot be restored from `source` without the copies getting in each other's way.
+void requireRestorePlaces(const QString& source, const QString& dataDir, const QString& backupsDir);
+
+} // namespace orvanel

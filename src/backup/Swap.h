@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+
+namespace orvanel {
+
+class WorkFolder;
+
+/// Makes everything written so far to the file system that holds `path` safe from a power cut. What replaces something
+/// must be on the disk before the something is deleted. Throws what the platform says, also of earlier writes that
+/// failed.
+void syncFileSystem(const QString& path);
+
+/// Renames `from` to `to`, where nothing may be yet, and makes that safe from a power cut. Both lie on one file system.
+void moveTo(const QString& from, const QString& to);
+
+/// Puts `fresh`, which lies in `work` and is on the disk, in the place of `destination`, beside which `work` lies: in
+/// one step where the file system can exchange two names, else by way of work.replaced(). What was there is in `work`
+/// afterwards and goes with it. When it throws, `destination` is as it was.
+void putInPlace(const QString& fresh, const QString& destination, const WorkFolder& work);
+
+} // namespace orvanel

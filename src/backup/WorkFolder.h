@@ -1,0 +1,40 @@
+#pragma once
+
+#include "backup/Folder.h"
+
+#include <QString>
+
+namespace orvanel {
+
+/// A folder of ours beside something that is to be replaced, in which what replaces it is made: on the same file
+/// system, and hidden. Named after its `prefix` and a random UUID; only its owner can look in. It is locked as long as
+/// its maker lives, so that another copy of the program can tell it from what a crash left.
+///
+/// Removed, with all that is in it, by remove() or at the latest the destructor. All of it blocks; any thread.
+class WorkFolder {
+public:
+    static inline const QString hidden = QStringLiteral(".orvanel-");
+
+    /// Makes the folder in `parent`, after removing what crashed runs left there under the same prefix. What such a run
+    /// had put into `replaced()` and not yet replaced goes back to its place. Throws what the platform says.
+    explicit WorkFolder(const QString& parent, const QString& prefix = hidden);
+    ~WorkFolder();
+    WorkFolder(const WorkFolder&) = delete;
+    WorkFolder& operator=(const WorkFolder&) = delete;
+
+    void remove();
+
+    QString path() const { return m_path; }
+    QString path(const QString& name) const { return m_path + u'/' + name; }
+    FileId id() const { return m_id; }
+
+    /// Where something of the folder's parent waits, under its own name, until what replaces it is there.
+    QString replaced() const { return path(QStringLiteral("replaced")); }
+
+private:
+    QString m_path;
+    FileDescriptor m_lock;
+    FileId m_id;
+};
+
+} // namespace orvanel

@@ -1,0 +1,142 @@
+#include "DataFolder.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orvanel::test {
+namespace {
+
+QString describeEntry(const QString& path) {
+    struct stat status {};
+    if (::lstat(QFile::encodeName(path).constData(), &status) != 0) {
+        return QStringLiteral("gone");
+    }
+    const QString date = QStringLiteral("%1.%2").arg(status.st_mtim.tv_sec).arg(status.st_mtim.tv_nsec);
+    if (S_ISLNK(status.st_mode)) {
+        char text[4096];
+        const ssize_t length = ::readlink(QFile::encodeName(path).constData(), text, sizeof text);
+        return QStringLiteral("link to %1").arg(QString::fromUtf8(text, length));
+    }
+    const QString mode = QString::number(status.st_mode & 07777, 8);
+    if (S_ISDIR(status.st_mode)) {
+        return QStringLiteral("folder %1 %2").arg(mode, date);
+    }
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    QFile file(path);
+    if (S_ISREG(status.st_mode) && file.open(QIODevice::ReadOnly)) {
+        hash.addData(&file);
+    }
+    return QStringLiteral("file %1 %2 %3 %4")
+        .arg(mode, date, QString::number(status.st_size), QString::fromLatin1(hash.result().toHex()));
+}
+
+} // namespace
+
+DataFolder::DataFolder() {
+    QDir().mkpath(path(QStringLiteral("Orvanel")));
+}
+
+QString DataFolder::path(const QString& relative) const {
+    return relative.isEmpty() ? m_folder.path() : m_folder.filePath(relative);
+}
+
+QString DataFolder::data(const QString& relative) const {
+    return path(QStringLiteral("Orvanel/data") + (relative.isEmpty() ? QString() : u'/' + relative));
+}
+
+QString DataFolder::backups(const QString& relative) const {
+    return path(QStringLiteral("Orvanel/Backups") + (relative.isEmpty() ? QString() : u'/' + relative));
+}
+
+void DataFolder::write(const QString& relative, const QByteArray& content) const {
+    const QString target = path(relative);
+    QDir().mkpath(QFileInfo(target).path());
+    QFile file(target);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+        qFatal("could not write %s", qPrintable(target));
+    }
+}
+
+QByteArray DataFolder::read(const QString& relative) const {
+    QFile file(path(relative));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void DataFolder::fill() const {
+    const QString root = QStringLiteral("Orvanel/data/");
+    write(root + QStringLiteral("kuma.db"), "no real database");
+    write(root + QStringLiteral("db-config.json"), R"({"type":"sqlite"})");
+    write(root + QStringLiteral("upload/logo1.png"), QByteArray(300'000, 'p'));
+    write(root + QStringLiteral("upload/größe 名前 🐟.txt"), "named in many letters");
+    write(root + QStringLiteral("upload/locked.txt"), "read only");
+    write(root + QStringLiteral("upload/empty.txt"), "");
+    write(root + QStringLiteral(".hidden"), "hidden");
+    QDir().mkpath(data(QStringLiteral("screenshots")));
+    QDir().mkpath(data(QStringLiteral("docker-tls/inner")));
+    QFile::link(QStringLiteral("upload/logo1.png"), data(QStringLiteral("icon.png")));
+    QFile::link(QStringLiteral("nowhere"), data(QStringLiteral("dangling")));
+    QFile::link(QStringLiteral("upload"), data(QStringLiteral("linked folder")));
+    const auto name = [this](const QString& relative) { return QFile::encodeName(data(relative)); };
+    ::chmod(name(QStringLiteral("upload/locked.txt")).constData(), 0440);
+    ::chmod(name(QStringLiteral("docker-tls")).constData(), 0750);
+    const timespec times[] = {{1'700'000'000, 0}, {1'600'000'000, 123'456'789}};
+    ::utimensat(AT_FDCWD, name(QStringLiteral("upload/logo1.png")).constData(), times, 0);
+    ::utimensat(AT_FDCWD, name(QStringLiteral("docker-tls")).constData(), times, 0);
+}
+
+QStringList DataFolder::kept() const {
+    return names(QStringLiteral("Orvanel/Backups"));
+}
+
+QStringList DataFolder::names(const QString& relative) const {
+    return QDir(path(relative)).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+}
+
+QMap<QString, QString> describe(const QString& folder) {
+    QMap<QString, QString> entries;
+    entries.insert(QStringLiteral("."), describeEntry(folder));
+    QDirIterator all(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                     QDirIterator::Subdirectories);
+    while (all.hasNext()) {
+        const QString path = all.next();
+        entries.insert(path.mid(folder.size() + 1), describeEntry(path));
+    }
+    return entries;
+}
+
+QString difference(const QMap<QString, QString>& folder, const QMap<QString, QString>& other) {
+    for (auto entry = folder.begin(); entry != folder.end(); ++entry) {
+        if (other.value(entry.key()) != entry.value()) {
+            return QStringLiteral("%1: %2 | %3").arg(entry.key(), entry.value(), other.value(entry.key()));
+        }
+    }
+    for (auto entry = other.begin(); entry != other.end(); ++entry) {
+        if (!folder.contains(entry.key())) {
+            return QStringLiteral("%1: only in the other: %2").arg(entry.key(), entry.value());
+        }
+    }
+    return {};
+}
+
+QString difference(const QString& folder, const QString& other) {
+    return difference(describe(folder), describe(other));
+}
+
+QString runTool(const QString& program, const QStringList& arguments) {
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program, arguments);
+    const bool isDone = process.waitForFinished(120'000) && process.exitStatus() == QProcess::NormalExit;
+    const QString output = QString::fromUtf8(process.readAll());
+    return isDone && process.exitCode() == 0 ? output : QStringLiteral("failed: ") + output;
+}
+
+} // namespace orvanel::test

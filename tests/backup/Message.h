@@ -1,0 +1,19 @@
+#pragma once
+
+#include "process/AppError.h"
+#include "support/Await.h"
+
+namespace orvanel::test {
+
+/// Ends a task that must fail; its sentence, or "none" when it did not fail.
+template <class T>
+QString messageOf(QCoro::Task<T> task) {
+    try {
+        await(std::move(task));
+    } catch (const AppError& error) {
+        return error.message();
+    }
+    return QStringLiteral("none");
+}
+
+} // namespace orvanel::test

@@ -1,0 +1,156 @@
+#include "backup/BackupManager.h"
+
+#include "DataFolder.h"
+#include "Message.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QStringList sorted(QStringList names) {
+    names.sort();
+    return names;
+}
+
+} // namespace
+
+class TestBackup : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void folderBackupIsAPlainCopy() {
+        const DataFolder folder;
+        folder.fill();
+        const auto before = describe(folder.data());
+        const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QCOMPARE(result, (BackupResult{folder.path(u"copy"_s), std::nullopt}));
+        QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
+        QCOMPARE(difference(before, describe(folder.data())), QString());
+        QCOMPARE(sorted(folder.names()), sorted({u"Orvanel"_s, u"copy"_s}));
+    }
+
+    void zipHoldsOneFolderNamedLikeTheData() {
+        const DataFolder folder;
+        folder.fill();
+        const QString zip = folder.path(u"Backup 1.ZIP"_s);
+        const auto result = await(BackupManager::backUp(folder.data(), zip));
+        QCOMPARE(result.path, zip);
+        QCOMPARE(sorted(folder.names()), sorted({u"Backup 1.ZIP"_s, u"Orvanel"_s}));
+        const QStringList lines = runTool(u"bsdtar"_s, {u"-tf"_s, zip}).split(u'\n', Qt::SkipEmptyParts);
+        QVERIFY(lines.contains(u"data/kuma.db"_s));
+        for (const QString& line : lines) {
+            QVERIFY2(line.startsWith(u"data/"), qPrintable(line));
+        }
+        QVERIFY(!runTool(u"unzip"_s, {u"-tq"_s, zip}).startsWith(u"failed"));
+        QVERIFY(!runTool(u"7z"_s, {u"t"_s, zip}).startsWith(u"failed"));
+    }
+
+    void withoutDataThereIsNothingToBackUp() {
+        const DataFolder folder;
+        const QString sentence = u"There is no data folder yet. Start Uptime Kuma once first."_s;
+        QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy"_s))), sentence);
+        QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s))), sentence);
+        QCOMPARE(folder.names(), QStringList{u"Orvanel"_s});
+    }
+
+    void whatWasAtTheDestinationIsReplaced_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("old");
+        for (const char* const name : {"copy", "copy.zip"}) {
+            for (const char* const old : {"file", "folder", "link", "read-only folder"}) {
+                QTest::addRow("%s over a %s", name, old) << QString::fromLatin1(name) << QString::fromLatin1(old);
+            }
+        }
+    }
+
+    void whatWasAtTheDestinationIsReplaced() {
+        QFETCH(const QString, name);
+        QFETCH(const QString, old);
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"elsewhere/precious"_s, "not to be touched");
+        const QString destination = folder.path(name);
+        if (old == u"file") {
+            folder.write(name, "old");
+        } else if (old == u"link") {
+            QVERIFY(QFile::link(folder.path(u"elsewhere"_s), destination));
+        } else {
+            folder.write(name + u"/inner/old"_s, "old");
+            QVERIFY(old == u"folder" || ::chmod(QFile::encodeName(destination).constData(), 0500) == 0);
+        }
+        await(BackupManager::backUp(folder.data(), destination));
+        QVERIFY(!QFileInfo(destination).isSymLink());
+        QCOMPARE(QFileInfo(destination).isDir(), name == u"copy");
+        if (name == u"copy") {
+            QCOMPARE(difference(folder.data(), destination), QString());
+        }
+        QCOMPARE(folder.read(u"elsewhere/precious"_s), QByteArray("not to be touched"));
+        QCOMPARE(sorted(folder.names()), sorted({u"Orvanel"_s, name, u"elsewhere"_s}));
+    }
+
+    void aNameThatIsOnlyTheExtensionMakesAFolder() {
+        const DataFolder folder;
+        folder.fill();
+        await(BackupManager::backUp(folder.data(), folder.path(u".zip"_s)));
+        QCOMPARE(difference(folder.data(), folder.path(u".zip"_s)), QString());
+    }
+
+    void automaticBackupIsNamedAfterLabelAndTime() {
+        const DataFolder folder;
+        folder.fill();
+        const auto result = await(BackupManager::autoBackup(folder.data(), folder.backups(), u"before-update"_s));
+        QVERIFY(result);
+        const QString name = QFileInfo(result->path).fileName();
+        QVERIFY(QDateTime::fromString(name, u"'before-update-'yyyy-MM-dd-HHmmss"_s).isValid());
+        QCOMPARE(folder.kept(), QStringList{name});
+        QCOMPARE(difference(folder.data(), result->path), QString());
+    }
+
+    void automaticBackupsOfOneSecondDoNotMeet() {
+        const DataFolder folder;
+        folder.fill();
+        for (int i = 0; i < 3; ++i) {
+            QVERIFY(await(BackupManager::autoBackup(folder.data(), folder.backups(), u"before-update"_s)));
+        }
+        QCOMPARE(folder.kept().size(), 3);
+    }
+
+    void automaticBackupWithoutDataMakesNothing() {
+        const DataFolder folder;
+        const auto result = await(BackupManager::autoBackup(folder.data(), folder.backups(), u"before-update"_s));
+        QCOMPARE(result, std::nullopt);
+        QCOMPARE(folder.names(u"Orvanel"_s), QStringList());
+    }
+
+    void timestampHasTheTime() {
+        const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
+        const auto time = QDateTime::fromString(BackupManager::timestamp(), u"yyyy-MM-dd-HHmmss"_s);
+        QVERIFY(time.isValid());
+        QVERIFY(before <= time && time <= QDateTime::currentDateTime());
+    }
+
+    void dataIsKnownByItsNames() {
+        const DataFolder folder;
+        QVERIFY(!BackupManager::looksLikeData(folder.path()));
+        QVERIFY(!BackupManager::looksLikeData(folder.path(u"nowhere"_s)));
+        folder.write(u"one/db-config.json"_s, "");
+        QVERIFY(BackupManager::looksLikeData(folder.path(u"one"_s)));
+        QDir().mkpath(folder.path(u"two/kuma.db"_s));
+        QVERIFY(BackupManager::looksLikeData(folder.path(u"two"_s)));
+        folder.write(u"three"_s, "");
+        QVERIFY(!BackupManager::looksLikeData(folder.path(u"three"_s)));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestBackup)
+#include "TestBackup.moc"
