@@ -1,3 +1,4 @@
+#include "controller/ContainerAnswer.h"
 #include "controller/KumaController.h"
 #include "task/Event.h"
 #include "task/Sleep.h"
@@ -22,19 +23,6 @@ QString restartLoopMessage() {
 
 bool isRestartLoop(const std::optional<OpError>& error) {
     return error && error->message.startsWith(QStringLiteral("Uptime Kuma keeps restarting"));
-}
-
-/// The daemon answered, and told that there is no such container.
-bool saysNoContainer(const QString& output) {
-    const QString text = output.toLower();
-    return text.contains(QStringLiteral("no such object")) || text.contains(QStringLiteral("no such container")) ||
-           text.contains(QStringLiteral("not found"));
-}
-
-/// The docker tool may print warnings before its answer, and both streams arrive merged.
-QString stateWord(const QString& output) {
-    const QStringList lines = output.trimmed().split(QLatin1Char('\n'));
-    return lines.last().trimmed();
 }
 
 QString normalised(const QString& slug) {
