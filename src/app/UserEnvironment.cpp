@@ -4,9 +4,19 @@
 #include "task/SystemClock.h"
 
 namespace orvanel {
+namespace {
+
+/// The demo and the tests set the variable ORVANEL_RELEASE_ENDPOINT to the address of a stand-in.
+QUrl releaseEndpoint() {
+    const QUrl standIn(qEnvironmentVariable("ORVANEL_RELEASE_ENDPOINT"), QUrl::StrictMode);
+    return standIn.isValid() && !standIn.isEmpty() ? standIn : ReleaseClient::projectEndpoint();
+}
+
+} // namespace
 
 UserEnvironment::UserEnvironment()
-    : m_statusPage(SystemClock::instance()) {}
+    : m_statusPage(SystemClock::instance())
+    , m_releases(SystemClock::instance(), releaseEndpoint()) {}
 
 ControllerEnvironment UserEnvironment::forController() {
     ControllerEnvironment environment;
@@ -18,6 +28,7 @@ ControllerEnvironment UserEnvironment::forController() {
     environment.applicationSupport = folders::applicationSupport();
     environment.pageAnswers = [this](int port) { return m_statusPage.pageAnswers(port); };
     environment.fetchStatusPage = [this](int port, const QString& slug) { return m_statusPage.fetch(port, slug); };
+    environment.fetchLatestRelease = [this] { return m_releases.fetch(); };
     return environment;
 }
 

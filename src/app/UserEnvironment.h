@@ -4,10 +4,11 @@
 #include "platform/AutostartEntry.h"
 #include "platform/DesktopNotifier.h"
 #include "platform/FreedesktopDesktop.h"
+#include "release/ReleaseClient.h"
 
 namespace orvanel {
 
-/// The user's own settings, desktop and status page, as the running program uses them.
+/// The user's own settings, desktop, status page and source of releases, as the running program uses them.
 class UserEnvironment final {
 public:
     UserEnvironment();
@@ -25,6 +26,7 @@ private:
     AutostartEntry m_loginItem;
     FreedesktopDesktop m_desktop;
     StatusPageClient m_statusPage;
+    ReleaseClient m_releases;
 };
 
 } // namespace orvanel

@@ -36,11 +36,12 @@ struct ControllerEnvironment {
     std::function<QCoro::Task<StatusPageResult>(int port, QString slug)> fetchStatusPage;
     std::function<QCoro::Task<ReleaseResult>()> fetchLatestRelease;
 
-    std::function<QCoro::Task<BackupResult>(QString dataDir, QString destination)> backUp;
+    std::function<QCoro::Task<BackupResult>(QString dataDir, QString destination)> backUp = &BackupManager::backUp;
     std::function<QCoro::Task<std::optional<BackupResult>>(QString dataDir, QString backupsDir, QString label)>
-        autoBackup;
-    std::function<QCoro::Task<void>(QString source, QString dataDir, QString backupsDir)> restore;
-    std::function<QString()> timestamp;
+        autoBackup = &BackupManager::autoBackup;
+    std::function<QCoro::Task<void>(QString source, QString dataDir, QString backupsDir)> restore =
+        &BackupManager::restore;
+    std::function<QString()> timestamp = &BackupManager::timestamp;
 };
 
 } // namespace orvanel
