@@ -15,4 +15,16 @@ bool saysNoContainer(const QString& output) {
            text.contains(QStringLiteral("not found"));
 }
 
+bool isAbsent(const CommandResult& answer) {
+    return answer.status != 0 && !answer.timedOut && !answer.cancelled && saysNoContainer(answer.output);
+}
+
+bool isStopped(const CommandResult& answer) {
+    if (!answer.isSuccess()) {
+        return isAbsent(answer);
+    }
+    const QStringList ended{QStringLiteral("created"), QStringLiteral("exited"), QStringLiteral("dead")};
+    return ended.contains(stateWord(answer.output));
+}
+
 } // namespace orvanel

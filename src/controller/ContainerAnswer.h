@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include "process/CommandResult.h"
 
 namespace orvanel {
 
@@ -10,5 +10,12 @@ QString stateWord(const QString& output);
 
 /// Whether a failed question got an answer all the same: the daemon told that there is no such container.
 bool saysNoContainer(const QString& output);
+
+/// Whether the container is known to be absent; false also when the answer tells nothing.
+bool isAbsent(const CommandResult& answer);
+
+/// Whether the container is known to have no process any more, because it has ended or is absent; false also when the
+/// answer tells nothing.
+bool isStopped(const CommandResult& answer);
 
 } // namespace orvanel

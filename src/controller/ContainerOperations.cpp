@@ -1,4 +1,5 @@
 #include "controller/CappedLog.h"
+#include "controller/ContainerAnswer.h"
 #include "controller/KumaController.h"
 #include "controller/LogFeed.h"
 #include "task/Worker.h"
@@ -248,21 +249,42 @@ QCoro::Task<void> KumaController::confirmRemoveEverything() {
     }
 }
 
-QCoro::Task<void> KumaController::performRemoveEverything() {
-    if (m_dockerPath.value()) {
-        const QString docker = *m_dockerPath.value();
-        const std::optional<QString> existing = co_await containerState(docker);
-        if (existing) {
-            const bool hasCompose = co_await ensureCompose(docker);
-            const QStringList arguments =
-                hasCompose ? composeArgs(QStringList(QStringLiteral("down")))
-                           : QStringList{QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")};
-            const CommandResult result = co_await command(docker, arguments, removeAllLimit);
-            if (!result.isSuccess()) {
-                fail(result);
-                co_return;
-            }
+/// False when the container may still be there, with the reason published.
+QCoro::Task<bool> KumaController::removeContainer() {
+    if (!m_dockerPath.value()) {
+        co_return true;
+    }
+    const QString docker = *m_dockerPath.value();
+    const std::optional<QString> existing = co_await containerState(docker);
+    if (!existing) {
+        co_return true;
+    }
+    const bool hasCompose = co_await ensureCompose(docker);
+    if (hasCompose) {
+        const QStringList down = composeArgs(QStringList(QStringLiteral("down")));
+        const CommandResult result = co_await command(docker, down, removeAllLimit);
+        if (!result.isSuccess()) {
+            fail(result);
+            co_return false;
         }
+        // A container that compose has not made itself it leaves alone, and calls that a success.
+        const CommandResult probe = co_await probeContainer(docker);
+        if (isAbsent(probe)) {
+            co_return true;
+        }
+    }
+    const QStringList remove{QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")};
+    const CommandResult result = co_await command(docker, remove, removeAllLimit);
+    if (!result.isSuccess()) {
+        fail(result);
+    }
+    co_return result.isSuccess();
+}
+
+QCoro::Task<void> KumaController::performRemoveEverything() {
+    const bool isGone = co_await removeContainer();
+    if (!isGone) {
+        co_return;
     }
     const DataTurns::Turn turn = co_await m_dataTurns.take();
     const std::function<bool()> removal = [folder = dataDir()] { return QDir(folder).removeRecursively(); };

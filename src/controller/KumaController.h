@@ -201,6 +201,7 @@ private:
     QCoro::Task<void> performStop();
     QCoro::Task<void> performRestart(std::stop_token stop);
     QCoro::Task<void> performRemoveEverything();
+    QCoro::Task<bool> removeContainer();
     QCoro::Task<void> confirmRemoveEverything();
     QCoro::Task<CommandResult> pullImage(QString docker, std::stop_token stop);
     QCoro::Task<CommandResult> bringUp(QString docker, std::optional<QString> existing, bool recreate);

@@ -244,8 +244,12 @@ QCoro::Task<CommandResult> KumaController::runStop(QString docker) {
         if (state) {
             const QStringList composeStop = composeArgs(QStringList(QStringLiteral("stop")));
             const CommandResult result = co_await command(docker, composeStop, stopLimit);
+            // A container that compose has not made itself it leaves alone, and calls that a success.
             if (result.isSuccess()) {
-                co_return result;
+                const CommandResult probe = co_await probeContainer(docker);
+                if (isStopped(probe)) {
+                    co_return result;
+                }
             }
         }
     }

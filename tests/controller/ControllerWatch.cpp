@@ -32,7 +32,7 @@ bool isPortError(const std::optional<OpError>& error) {
 /// The commands of an operation in the orders that are allowed, each followed by a semicolon; any of them may be the
 /// last.
 QString allowedOrder(const QString& label) {
-    auto stop = QStringLiteral("(inspect;(compose version;)?((inspect;)?(compose stop;)?(stop;)?)?)?");
+    auto stop = QStringLiteral("(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?");
     auto start = QStringLiteral("(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?"
                                 "(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?)?");
     if (label.startsWith(QStringLiteral("Starting"))) {
@@ -44,7 +44,7 @@ QString allowedOrder(const QString& label) {
     if (label.startsWith(QStringLiteral("Restarting"))) {
         return stop + start;
     }
-    return QStringLiteral("(inspect;(compose version;)?(compose down;|rm;)?)?");
+    return QStringLiteral("(inspect;(compose version;)?(compose down;(inspect;(rm;)?)?|rm;)?)?");
 }
 
 bool isAllowedOrder(const QString& label, const QStringList& commands) {

@@ -81,6 +81,35 @@ private Q_SLOTS:
         QVERIFY(kuma.kuma() == KumaState::stopped);
     }
 
+    /// Made without compose, which was installed since.
+    void containerThatComposeLeavesAloneIsRemoved_data() {
+        QTest::addColumn<bool>("rmFails");
+        QTest::newRow("removed") << false;
+        QTest::newRow("not removed") << true;
+    }
+
+    void containerThatComposeLeavesAloneIsRemoved() {
+        QFETCH(const bool, rmFails);
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.docker().container->owner = standin::Owner::plain;
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        if (rmFails) {
+            world.answer("rm", 1, QStringLiteral("no"));
+        }
+        world.takeCommands();
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"inspect", "compose down", "inspect", "rm", "inspect"}));
+        QCOMPARE(world.docker().container.has_value(), rmFails);
+        QCOMPARE(kuma.error().has_value(), rmFails);
+        QCOMPARE(QFile::exists(kuma.dataDir()), rmFails);
+    }
+
     void removalThatFailsKeepsTheData_data() {
         QTest::addColumn<bool>("compose");
         QTest::newRow("compose") << true;

@@ -95,7 +95,7 @@ private Q_SLOTS:
     void stopOfAStartedServer_data() {
         QTest::addColumn<bool>("compose");
         QTest::addColumn<QStringList>("commands");
-        QTest::newRow("compose") << true << names({"inspect", "inspect", "compose stop", "inspect"});
+        QTest::newRow("compose") << true << names({"inspect", "inspect", "compose stop", "inspect", "inspect"});
         QTest::newRow("plain") << false << names({"inspect", "stop", "inspect"});
     }
 
@@ -126,6 +126,58 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect"}));
         QVERIFY(!kuma.error());
+    }
+
+    /// Made without compose, which was installed since.
+    void stopOfAContainerThatComposeLeavesAlone() {
+        ControllerFixture world;
+        world.docker().compose = false;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.docker().compose = true;
+        kuma.setDockerOverride(QString());
+        kuma.recheck();
+        QVERIFY(world.everythingEnds());
+        world.takeCommands();
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "stop", "inspect"}));
+        QVERIFY(!kuma.error());
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        standin::addContainer(world.docker(), "running");
+        world.docker().container->owner = standin::Owner::plain;
+        world.answer("stop", 1, QStringLiteral("no"));
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no")}));
+    }
+
+    void stopOfWhichNothingIsKnownIsMadeSure() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.takeCommands();
+        bool isStopped = false;
+        world.runner = [&world, &isStopped, usual = world.runner](
+                           QString path, QStringList arguments, std::chrono::duration<double> limit,
+                           std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
+            // The daemon goes away right after the stop.
+            if (arguments.last() == QStringLiteral("stop")) {
+                isStopped = true;
+            } else if (isStopped) {
+                world.docker().daemon = standin::Daemon::down;
+            }
+            return usual(path, arguments, limit, handle, onOutput);
+        };
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "stop", "inspect"}));
+        QVERIFY(kuma.error().has_value());
     }
 
     void stopThatFailsIsTold() {
@@ -161,8 +213,8 @@ private Q_SLOTS:
         QTest::addColumn<bool>("composeStopFails");
         QTest::addColumn<QStringList>("commands");
         QTest::addColumn<bool>("succeeds");
-        QTest::newRow("compose") << true << true << false << names({"compose version", "inspect", "compose stop"})
-                                 << true;
+        QTest::newRow("compose") << true << true << false
+                                 << names({"compose version", "inspect", "compose stop", "inspect"}) << true;
         QTest::newRow("compose fails") << true << true << true
                                        << names({"compose version", "inspect", "compose stop", "stop"}) << true;
         QTest::newRow("plain") << false << true << false << names({"compose version", "stop"}) << true;
@@ -207,8 +259,8 @@ private Q_SLOTS:
         kuma.restart();
         QCOMPARE(kuma.busy(), QStringLiteral("Restarting…"));
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "info", "inspect", "image inspect",
-                                              "compose up", "inspect"}));
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "info", "inspect",
+                                              "image inspect", "compose up", "inspect"}));
         QVERIFY(!kuma.error());
         QVERIFY(kuma.kuma() == KumaState::running);
     }
