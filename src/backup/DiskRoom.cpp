@@ -51,12 +51,16 @@ qint64 bytesFreeAt(const QString& path) {
     return static_cast<qint64>(status.f_bavail * status.f_frsize);
 }
 
+QString roomSentence(qint64 needed, qint64 free) {
+    const QLocale words(QLocale::English);
+    return QStringLiteral("The disk has too little room: %1 are needed and %2 are free.")
+        .arg(words.formattedDataSize(needed), words.formattedDataSize(free));
+}
+
 void requireRoom(const QString& path, qint64 bytes) {
     const qint64 free = bytesFreeAt(path);
     if (free < bytes) {
-        const QLocale words(QLocale::English);
-        throw AppError(QStringLiteral("The disk has too little room: %1 are needed and %2 are free.")
-                           .arg(words.formattedDataSize(bytes), words.formattedDataSize(free)));
+        throw AppError(roomSentence(bytes, free));
     }
 }
 

@@ -10,6 +10,9 @@ qint64 bytesUsedBy(const QString& folder);
 /// Bytes that the user may still write to the file system that holds `path`; none known is the largest number.
 qint64 bytesFreeAt(const QString& path);
 
+/// Says that there is too little room.
+QString roomSentence(qint64 needed, qint64 free);
+
 /// Throws a sentence when fewer than `bytes` are free at `path`.
 void requireRoom(const QString& path, qint64 bytes);
 

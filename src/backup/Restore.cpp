@@ -7,6 +7,7 @@
 #include "backup/RemoveTree.h"
 #include "backup/SafePaths.h"
 #include "backup/Swap.h"
+#include "backup/UnpackedCheck.h"
 #include "backup/WorkFolder.h"
 
 #include <QFileInfo>
@@ -56,6 +57,8 @@ QString findUnpackedData(const QString& folder) {
     for (const QString& name : names) {
         const QString inner = folder + u'/' + name;
         if (name != u"__MACOSX" && isFolder(inner) && BackupManager::looksLikeData(inner)) {
+            // What stays inside the whole may still leave this part of it.
+            requireHarmless(inner);
             return inner;
         }
     }

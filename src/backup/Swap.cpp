@@ -88,8 +88,12 @@ int replaceInTwoSteps(const QString& fresh, const QString& destination, const Wo
     code = renameToNothing(fresh, destination);
     if (code != 0) {
         renameToNothing(old, destination);
+        return code;
     }
-    return code;
+    // From here on it is not to be put back: it is about to be deleted, piece by piece.
+    syncFolder(parentOf(destination));
+    renameToNothing(old, work.path(QStringLiteral("old")));
+    return 0;
 }
 
 int replace(const QString& fresh, const QString& destination, const WorkFolder& work) {

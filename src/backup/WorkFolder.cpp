@@ -41,7 +41,9 @@ void putBack(const QString& leftover, const QString& parent) {
     const QString folder = leftover + QStringLiteral("/replaced");
     const QStringList names = namesIn(folder);
     for (const QString& name : names) {
-        moveTo(folder + u'/' + name, parent + u'/' + name);
+        if (!statusOf(parent + u'/' + name)) {
+            moveTo(folder + u'/' + name, parent + u'/' + name);
+        }
     }
 }
 

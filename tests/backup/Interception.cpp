@@ -1,0 +1,91 @@
+#include "Interception.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+namespace {
+
+void step() {
+    auto& state = orvanel::test::interception();
+    if (++state.steps == state.killAt) {
+        ::kill(::getpid(), SIGKILL);
+        ::pause();
+    }
+}
+
+} // namespace
+
+orvanel::test::Interception& orvanel::test::interception() {
+    static Interception state;
+    return state;
+}
+
+// The linker sends each call of NAME to __wrap_NAME and lets __real_NAME be the system's.
+#define INTERCEPT(name, parameters, arguments)                                                                         \
+    int __real_##name parameters;                                                                                      \
+    int __wrap_##name parameters {                                                                                     \
+        step();                                                                                                        \
+        return __real_##name arguments;                                                                                \
+    }
+
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's.
+extern "C" {
+
+INTERCEPT(mkdir, (const char* path, mode_t mode), (path, mode))
+INTERCEPT(mkdirat, (int folder, const char* path, mode_t mode), (folder, path, mode))
+INTERCEPT(unlink, (const char* path), (path))
+INTERCEPT(unlinkat, (int folder, const char* path, int flags), (folder, path, flags))
+INTERCEPT(rmdir, (const char* path), (path))
+INTERCEPT(symlinkat, (const char* target, int folder, const char* path), (target, folder, path))
+INTERCEPT(ftruncate, (int file, off_t size), (file, size))
+INTERCEPT(fchmod, (int file, mode_t mode), (file, mode))
+INTERCEPT(fchmodat, (int folder, const char* path, mode_t mode, int flags), (folder, path, mode, flags))
+INTERCEPT(utimensat, (int folder, const char* path, const timespec* times, int flags), (folder, path, times, flags))
+INTERCEPT(futimens, (int file, const timespec* times), (file, times))
+
+// A kill loses nothing that the kernel has, so these only count: the disk may be busy with other things.
+int __wrap_fsync(int) {
+    step();
+    return 0;
+}
+
+int __wrap_syncfs(int) {
+    step();
+    return 0;
+}
+
+int __real_openat(int folder, const char* path, int flags, ...);
+int __wrap_openat(int folder, const char* path, int flags, ...) {
+    std::va_list more;
+    va_start(more, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(more, mode_t) : 0;
+    va_end(more);
+    if ((flags & O_CREAT) != 0) {
+        step();
+    }
+    return __real_openat(folder, path, flags, mode);
+}
+
+ssize_t __real_pwrite(int file, const void* bytes, size_t size, off_t offset);
+ssize_t __wrap_pwrite(int file, const void* bytes, size_t size, off_t offset) {
+    step();
+    return __real_pwrite(file, bytes, size, offset);
+}
+
+int __real_renameat2(int from, const char* source, int to, const char* target, unsigned flags);
+int __wrap_renameat2(int from, const char* source, int to, const char* target, unsigned flags) {
+    step();
+    if (flags == RENAME_EXCHANGE && orvanel::test::interception().withoutExchange) {
+        errno = EINVAL;
+        return -1;
+    }
+    return __real_renameat2(from, source, to, target, flags);
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <atomic>
+
+namespace orvanel::test {
+
+/// The system calls by which files are changed go through here in the test programs that link it: they are counted, and
+/// a test says before which of them the process is killed, or which the file system does not know.
+struct Interception {
+    /// Killed before the call of this number, from 1 on; 0 is never.
+    std::atomic<int> killAt{0};
+    std::atomic<int> steps{0};
+    /// As on a file system that cannot exchange two names.
+    std::atomic<bool> withoutExchange{false};
+};
+
+Interception& interception();
+
+} // namespace orvanel::test
