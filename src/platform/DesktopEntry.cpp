@@ -54,6 +54,10 @@ QString escaped(QString text) {
     if (text.startsWith(u' ')) {
         text.replace(0, 1, QStringLiteral("\\s"));
     }
+    // Blanks around a value do not belong to it.
+    if (text.endsWith(u' ')) {
+        text.replace(text.size() - 1, 1, QStringLiteral("\\s"));
+    }
     return text;
 }
 

@@ -53,6 +53,8 @@ private Q_SLOTS:
         QTest::newRow("plain") << QStringLiteral("plain");
         QTest::newRow("empty") << QString();
         QTest::newRow("blanks") << QStringLiteral("  a b");
+        QTest::newRow("blanks at the end") << QStringLiteral("/opt/a  ");
+        QTest::newRow("blank") << QStringLiteral(" ");
         QTest::newRow("lines") << QStringLiteral("a\nb\tc\rd");
         QTest::newRow("backslashes") << QStringLiteral("\\n \\\\ \\");
         QTest::newRow("equals") << QStringLiteral("a=b [c] #d");
