@@ -46,6 +46,9 @@ std::optional<HttpResult> HttpReader::feed(QByteArrayView bytes) {
         if (end < 0) {
             break;
         }
+        if (end > largestHead) {
+            return tooLarge();
+        }
         result = read(rest.first(end).trimmed());
         rest = rest.sliced(end + 1);
     }

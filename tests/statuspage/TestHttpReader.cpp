@@ -138,6 +138,20 @@ private Q_SLOTS:
         QCOMPARE(readPieces({chunked, "1000000\r\n", full, "\r\n1\r\nx"}), tooLarge);
     }
 
+    /// A line may be as long as a head, whatever it is made of and however it arrives.
+    void longLinesAreRefused() {
+        const QByteArray ok = "HTTP/1.1 200 OK\r\n";
+        const QByteArray blanks(HttpReader::largestHead, ' ');
+        const QByteArray chunks = ok + "Transfer-Encoding: chunked\r\n\r\n2;";
+        for (const QByteArray& beginning : {ok + "A:", chunks}) {
+            const QByteArray whole = beginning + blanks + "\r\n{}\r\n0\r\n";
+            QCOMPARE(readPieces({whole}), tooLarge);
+            QCOMPARE(readPieces({whole.left(66'000), whole.mid(66'000)}), tooLarge);
+        }
+        const QByteArray longest = blanks.left(HttpReader::largestHead - 3);
+        QCOMPARE(readPieces({chunks + longest + "\r\n{}\r\n0\r\n"}), QStringLiteral("200 {}"));
+    }
+
     void headsWithoutEndAreRefused_data() {
         QTest::addColumn<QByteArray>("beginning");
         QTest::addColumn<QByteArray>("repeated");
