@@ -1,6 +1,6 @@
 # One interface target carries every flag of the project; each of our targets links it.
 option(ORVANEL_WARNINGS_ARE_ERRORS "Fail the build on a warning" OFF)
-set(ORVANEL_SANITIZER "" CACHE STRING "Sanitizer of this build: empty, address (with undefined behaviour) or thread")
+set(ORVANEL_SANITIZER "" CACHE STRING "Sanitizer of this build: empty, address (with undefined behaviour), fuzzer (the same, and libFuzzer) or thread")
 
 add_library(orvanel_flags INTERFACE)
 add_library(Orvanel::flags ALIAS orvanel_flags)
@@ -31,10 +31,12 @@ target_compile_definitions(orvanel_flags INTERFACE
 
 if(ORVANEL_SANITIZER STREQUAL "address")
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=undefined)
+elseif(ORVANEL_SANITIZER STREQUAL "fuzzer")
+    set(sanitizers -fsanitize=address,undefined,fuzzer-no-link -fno-sanitize-recover=undefined)
 elseif(ORVANEL_SANITIZER STREQUAL "thread")
     set(sanitizers -fsanitize=thread)
 elseif(NOT ORVANEL_SANITIZER STREQUAL "")
-    message(FATAL_ERROR "ORVANEL_SANITIZER is \"${ORVANEL_SANITIZER}\"; it can be empty, address or thread.")
+    message(FATAL_ERROR "ORVANEL_SANITIZER is \"${ORVANEL_SANITIZER}\"; it can be empty, address, fuzzer or thread.")
 endif()
 if(sanitizers)
     target_compile_options(orvanel_flags INTERFACE ${sanitizers} -fno-omit-frame-pointer)

@@ -71,15 +71,20 @@ build() {
         fail "The build in build/$preset failed; the compiler's reason stands above."
 }
 
+# sanitized COMMAND…: with what programs need that were built with a sanitizer.
+sanitized() {
+    local -a fixed_addresses=()
+    # Older sanitizers stumble over kernels that spread addresses widely (Ubuntu 24.04 and later).
+    setarch -R true 2>/dev/null && fixed_addresses=(setarch -R)
+    # The sanitizers look on PATH for the tool that turns addresses into names.
+    PATH="$(llvm_folder):$PATH" "${fixed_addresses[@]}" "$@"
+}
+
 # run_tests FOLDER [CTEST ARGUMENT…]
 run_tests() {
     local folder=$1
-    local -a fixed_addresses=()
     shift
-    # Older sanitizers stumble over kernels that spread addresses widely (Ubuntu 24.04 and later).
-    setarch -R true 2>/dev/null && fixed_addresses=(setarch -R)
     say "Running the tests of $folder"
-    # The sanitizers look on PATH for the tool that turns addresses into names.
-    PATH="$(llvm_folder):$PATH" "${fixed_addresses[@]}" ctest --test-dir "$folder" --parallel 2 --output-on-failure \
-        --no-tests=error "$@" </dev/null || fail "Tests failed: their output stands above."
+    sanitized ctest --test-dir "$folder" --parallel 2 --output-on-failure --no-tests=error "$@" </dev/null ||
+        fail "Tests failed: their output stands above."
 }

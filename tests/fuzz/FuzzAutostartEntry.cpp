@@ -1,0 +1,58 @@
+// Any bytes as the file that starts the program at login.
+#include "Fuzz.h"
+#include "platform/AppIdentity.h"
+#include "platform/AutostartEntry.h"
+#include "platform/DesktopEntry.h"
+#include "support/TestHome.h"
+
+#include <QFile>
+
+#include <algorithm>
+
+namespace orvanel::test {
+namespace {
+
+QByteArray contentOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// The keys that switching sets or takes away; every other line is the user's.
+bool isOurs(const QByteArray& line) {
+    static const QByteArrayList keys{"Exec",      "TryExec", "OnlyShowIn",
+                                     "NotShowIn", "Hidden",  "X-GNOME-Autostart-enabled"};
+    return keys.contains(line.left(line.indexOf('=')).trimmed());
+}
+
+void checkLinesStay(const QByteArray& before, const QByteArray& after) {
+    const QByteArrayList lines = after.split('\n');
+    for (const QByteArray& line : before.split('\n')) {
+        require(isOurs(line) || lines.contains(line), "the lines of the user stay");
+    }
+}
+
+} // namespace
+
+void fuzz(QByteArrayView input) {
+    static const TestHome home;
+    const QString name = QStringLiteral("autostart/%1.desktop").arg(identity::desktopId());
+    const QByteArray content = input.toByteArray();
+    const QString path = home.write(name, content);
+    AutostartEntry item(
+        QStringLiteral("/bin/sh"),
+        {home.path(QStringLiteral("autostart")), {}, {QStringLiteral("GNOME"), QStringLiteral("Home")}});
+    const bool wasEnabled = item.isEnabled();
+    const bool wasEntry = DesktopEntry::parse(content).has_value();
+    require(wasEntry || !wasEnabled, "what is no entry starts nothing");
+    require(contentOf(path) == content, "asking changes nothing");
+    for (const bool enabled : {!wasEnabled, wasEnabled, !wasEnabled}) {
+        require(!item.setEnabled(enabled), "the item can be switched");
+        require(item.isEnabled() == enabled, "switching counts");
+        require(DesktopEntry::parse(contentOf(path)).has_value(), "what was written is an entry");
+        if (wasEntry) {
+            checkLinesStay(content, contentOf(path));
+        }
+    }
+}
+
+} // namespace orvanel::test

@@ -1,0 +1,54 @@
+// Any bytes as what the release endpoint answers.
+#include "Fuzz.h"
+#include "controller/ImageTag.h"
+#include "release/ReleaseAnswer.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace orvanel::test {
+namespace {
+
+bool isSentence(const ReleaseResult& result) {
+    const auto* error = std::get_if<ReleaseError>(&result);
+    return error != nullptr && error->message.startsWith(QStringLiteral("Could not check for updates"));
+}
+
+bool isTagCharacter(QChar c) {
+    const bool isLetterOrDigit = (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9');
+    return isLetterOrDigit || c == u'_' || c == u'.' || c == u'-';
+}
+
+/// The rule, written down once more by other means.
+bool mayBeTag(const QString& text) {
+    return !text.isEmpty() && text.size() <= 128 && text[0] != u'.' && text[0] != u'-' &&
+           std::all_of(text.begin(), text.end(), isTagCharacter);
+}
+
+} // namespace
+
+void fuzz(QByteArrayView input) {
+    const QByteArray body = input.toByteArray();
+    require(isSentence(readRelease(404, body)), "another status is an error");
+    const ReleaseResult result = readRelease(200, body);
+    const auto* release = std::get_if<LatestRelease>(&result);
+    if (release == nullptr) {
+        require(isSentence(result), "an error is a sentence");
+        return;
+    }
+    require(isValidImageTag(release->version) == mayBeTag(release->version), "tags are told from other texts");
+    require(!isMajorChange(release->version, release->version), "the same version is no change");
+    QJsonObject same{{QStringLiteral("tag_name"), u'v' + release->version}};
+    if (release->page) {
+        same[u"html_url"] = *release->page;
+    }
+    // Half a surrogate pair has no place in the bytes of an answer.
+    if (!release->version.toUtf8().contains('?') && (!release->page || !release->page->toUtf8().contains('?'))) {
+        require(readRelease(200, QJsonDocument(same).toJson()) == result,
+                "an answer that tells the same reads the same");
+    }
+}
+
+} // namespace orvanel::test

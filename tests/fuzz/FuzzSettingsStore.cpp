@@ -1,0 +1,71 @@
+// Any bytes as the settings file.
+#include "Fuzz.h"
+#include "platform/SettingsStore.h"
+#include "support/TestHome.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <array>
+
+namespace orvanel::test {
+namespace {
+
+const std::array names{"port", "slug", "stopOnQuit", "dockerOverride", "imageTag", "hasSeenGuide", "a", "group/b"};
+
+QStringList textsOf(const SettingsStore& store) {
+    QStringList texts;
+    for (const char* name : names) {
+        texts << store.text(QString::fromLatin1(name), QStringLiteral("(none)"));
+    }
+    return texts;
+}
+
+QByteArray contentOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QString asStored(QByteArrayView bytes) {
+    return QString::fromUtf8(bytes);
+}
+
+/// Only one key changes, for this run and the next.
+void checkSet(const QString& path, const QString& value) {
+    SettingsStore store(path);
+    QStringList expected = textsOf(store);
+    expected[1] = value;
+    require(store.setText(QStringLiteral("slug"), value), "a value can be stored whatever the file holds");
+    require(textsOf(store) == expected, "one value is set, the others stay");
+    const SettingsStore next(path);
+    require(textsOf(next) == expected, "the next start reads the same");
+}
+
+} // namespace
+
+/// Two parts: the file and a value to set.
+void fuzz(QByteArrayView input) {
+    static const TestHome home;
+    // Qt remembers files by their names for a while; these are new each time.
+    static int number = 0;
+    const QString folder = home.path(QString::number(++number));
+    const QByteArray content = takePart(&input).toByteArray();
+    const QString path = home.write(QStringLiteral("%1/Orvanel.conf").arg(number), content);
+    {
+        const SettingsStore store(path);
+        require(textsOf(store) == textsOf(SettingsStore(path)), "reading changes nothing");
+        require(store.integer(QStringLiteral("port"), 7) == 7 ||
+                    !store.text(QStringLiteral("port"), QString()).isEmpty(),
+                "a number was a text");
+    }
+    require(contentOf(path) == content, "reading writes nothing");
+    const QString value = asStored(takePart(&input));
+    checkSet(path, value);
+    const QString broken = path + QStringLiteral(".broken");
+    require(!QFile::exists(broken) || contentOf(broken) == content, "what is moved aside stays as it was");
+    checkSet(path, value + u'x');
+    require(!QFile::exists(broken + u'2'), "a file of ours is not broken");
+    QDir(folder).removeRecursively();
+}
+
+} // namespace orvanel::test

@@ -1,0 +1,106 @@
+// Any bytes, in any pieces, as what a tool prints while it runs: kept for the end, and shown as it comes.
+#include "Fuzz.h"
+#include "controller/CappedLog.h"
+#include "controller/LogFeed.h"
+#include "process/OutputBuffer.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace orvanel::test {
+namespace {
+
+QCoreApplication& application() {
+    static int argc = 1;
+    static char name[] = "fuzz";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication app(argc, argv);
+    return app;
+}
+
+void checkDecoding(const QByteArray& bytes) {
+    const QString text = decodeUtf8(bytes);
+    require(text.isValidUtf16(), "what was decoded is text");
+    require(text.size() <= bytes.size(), "no byte makes two characters");
+    require(text.contains(QChar::ReplacementCharacter) || text.toUtf8() == bytes, "valid bytes are not changed");
+    const QByteArray twice = bytes + '\n' + bytes;
+    require(decodeUtf8(twice) == text + u'\n' + text, "a fault does not reach past the next character");
+}
+
+void checkCap(const QString& log, const QString& chunk, const QString& result) {
+    require((log + chunk).endsWith(result), "a log keeps its end");
+    require(result.size() < cappedLogLimit, "a log stays below the limit");
+    const bool isCut = result.size() < log.size() + chunk.size();
+    require(!isCut || (result.size() >= 19999 && result.size() <= 20000), "a log is cut to a fixed length");
+    require(!isCut || !result.front().isLowSurrogate() || log.isEmpty(), "a cut does not split a character");
+}
+
+/// The rules of OutputBuffer and of the log that is shown, written down plainly beside them.
+class Run {
+public:
+    void print(const QByteArray& chunk) {
+        const auto room = m_buffer.room();
+        require(static_cast<std::size_t>(chunk.size()) <= room.size(), "a chunk has room");
+        std::copy_n(chunk.begin(), chunk.size(), room.begin());
+        const QByteArrayView committed = m_buffer.commit(static_cast<std::size_t>(chunk.size()));
+        require(committed == chunk, "a chunk is handed on as it came");
+        const QString text = decodeUtf8(committed);
+        m_feed(text);
+        m_waiting += text;
+        m_expected += chunk;
+        if (m_expected.size() > 2'000'000) {
+            m_expected = m_expected.last(1'000'000);
+        }
+    }
+
+    void show() {
+        const QString before = m_log;
+        QCoreApplication::sendPostedEvents();
+        require(m_log == appendCapped(before, m_waiting), "the log misses nothing that it would keep");
+        checkCap(before, m_waiting, m_log);
+        m_waiting.clear();
+    }
+
+    void end() {
+        show();
+        require(m_buffer.size() == static_cast<std::size_t>(m_expected.size()), "as much is kept as is told");
+        require(m_buffer.string() == decodeUtf8(m_expected), "what is kept is decoded as a whole");
+    }
+
+private:
+    OutputBuffer m_buffer;
+    QByteArray m_expected;
+    QString m_log;
+    QString m_waiting;
+    DockerCLI::OutputCallback m_feed = logFeed([this](const QString& text) { m_log = appendCapped(m_log, text); });
+};
+
+} // namespace
+
+/// Commands of one byte: how many bytes follow that are printed (the lower five bits; 0: the log is shown), and how
+/// often (4 to the power of the upper three).
+void fuzz(QByteArrayView input) {
+    application();
+    checkDecoding(input.toByteArray());
+    {
+        Run run;
+        qsizetype printed = 0;
+        while (!input.isEmpty() && printed < 2'200'000) {
+            const int command = takeByte(&input);
+            const QByteArrayView bytes = input.first(std::min<qsizetype>(command % 32, input.size()));
+            input = input.sliced(bytes.size());
+            if (bytes.isEmpty()) {
+                run.show();
+                continue;
+            }
+            const QByteArray chunk = bytes.toByteArray().repeated(qsizetype(1) << (2 * (command / 32)));
+            run.print(chunk.left(OutputBuffer::chunkSize));
+            printed += chunk.size();
+        }
+        run.end();
+    }
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+} // namespace orvanel::test
