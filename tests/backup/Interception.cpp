@@ -68,6 +68,9 @@ int __wrap_openat(int folder, const char* path, int flags, ...) {
     va_end(more);
     if ((flags & O_CREAT) != 0) {
         step();
+        if (const auto& beforeFile = orvanel::test::interception().beforeFile) {
+            beforeFile(path);
+        }
     }
     return __real_openat(folder, path, flags, mode);
 }

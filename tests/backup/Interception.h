@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
+#include <string>
 
 namespace orvanel::test {
 
@@ -12,6 +14,8 @@ struct Interception {
     std::atomic<int> steps{0};
     /// As on a file system that cannot exchange two names.
     std::atomic<bool> withoutExchange{false};
+    /// Called before a file of that name is made. Only for tests in which one thread makes files.
+    std::function<void(const std::string& name)> beforeFile = {};
 };
 
 Interception& interception();

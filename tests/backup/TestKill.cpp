@@ -277,13 +277,13 @@ private Q_SLOTS:
         row("backup", Operation::Backup, 3, 20);
         row("backup over a folder", Operation::BackupOverFolder, 3, 30);
         row("backup over a folder, without exchange", Operation::BackupOverFolderWithoutExchange, 3, 30);
-        row("backup over a folder, larger", Operation::BackupOverFolder, 200, 10);
+        row("backup over a folder, larger", Operation::BackupOverFolder, 100, 10);
         row("zip", Operation::Zip, 3, 10);
         row("zip over a zip", Operation::ZipOverZip, 3, 20);
         row("zip over a folder", Operation::ZipOverFolder, 3, 20);
         row("automatic", Operation::Automatic, 3, 20);
         row("restore of a folder", Operation::RestoreFolder, 3, 30);
-        row("restore of a folder, larger", Operation::RestoreFolder, 200, 10);
+        row("restore of a folder, larger", Operation::RestoreFolder, 100, 10);
         row("restore of a zip", Operation::RestoreZip, 3, 20);
     }
 
@@ -304,8 +304,10 @@ private Q_SLOTS:
             const QString at = u"step %1 of %2: "_s.arg(step).arg(steps);
             const QString problem = problemAfter(*scene, what);
             QVERIFY2(problem.isEmpty(), qPrintable(at + problem));
-            const QString next = problemOfNextRun(*scene, what);
-            QVERIFY2(next.isEmpty(), qPrintable(at + next));
+            if (i % 3 == 0) {
+                const QString next = problemOfNextRun(*scene, what);
+                QVERIFY2(next.isEmpty(), qPrintable(at + next));
+            }
         }
     }
 

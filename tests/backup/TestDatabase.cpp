@@ -1,0 +1,205 @@
+#include "backup/BackupManager.h"
+#include "backup/DatabaseCheck.h"
+#include "backup/DatabaseCopy.h"
+
+#include "DataFolder.h"
+#include "Interception.h"
+#include "support/Await.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <sqlite3.h>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A server that writes to data/kuma.db as long as it lives.
+class Writer {
+public:
+    Writer(const DataFolder& folder, int megabytes) {
+        QDir().mkpath(folder.data());
+        m_process.start(QStringLiteral(BACKUP_TEST_WRITER), {folder.data(u"kuma.db"_s), QString::number(megabytes)});
+        m_isReady =
+            waitUntil([this] { return m_process.canReadLine() || m_process.state() == QProcess::NotRunning; }) &&
+            m_process.readLine() == "ready\n";
+    }
+    ~Writer() { kill(); }
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+
+    bool isAtWork() const { return m_isReady && m_process.state() == QProcess::Running; }
+    void kill() {
+        m_process.kill();
+        m_process.waitForFinished(-1);
+    }
+
+private:
+    QProcess m_process;
+    bool m_isReady = false;
+};
+
+/// As a server would open it: with all that lies beside it.
+QString integrityOf(const QString& path) {
+    sqlite3* database = nullptr;
+    ::sqlite3_open_v2(QFile::encodeName(path).constData(), &database, SQLITE_OPEN_READWRITE, nullptr);
+    QString answer;
+    const auto append = [](void* text, int, char** values, char**) {
+        *static_cast<QString*>(text) += QString::fromUtf8(values[0]);
+        return 0;
+    };
+    char* error = nullptr;
+    if (::sqlite3_exec(database, "PRAGMA integrity_check; SELECT 'rows' WHERE (SELECT count(*) FROM beat) > 0", append,
+                       &answer, &error) != SQLITE_OK) {
+        answer += QString::fromUtf8(error);
+        ::sqlite3_free(error);
+    }
+    ::sqlite3_close(database);
+    return answer;
+}
+
+} // namespace
+
+class TestDatabase : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() { interception().beforeFile = {}; }
+
+    void backupOfALiveDatabaseIsWholeOrReported_data() {
+        QTest::addColumn<int>("megabytes");
+        QTest::addColumn<int>("rounds");
+        QTest::newRow("small") << 1 << 20;
+        QTest::newRow("large") << 40 << 4;
+    }
+
+    void backupOfALiveDatabaseIsWholeOrReported() {
+        QFETCH(const int, megabytes);
+        QFETCH(const int, rounds);
+        const DataFolder folder;
+        const Writer writer(folder, megabytes);
+        QVERIFY(writer.isAtWork());
+        int reported = 0;
+        for (int round = 0; round < rounds; ++round) {
+            const QString copy = folder.path(u"copy"_s);
+            const auto result = await(BackupManager::backUp(folder.data(), copy));
+            const QString integrity = integrityOf(copy + u"/kuma.db"_s);
+            QVERIFY2(integrity == u"okrows" || result.databaseProblem, qPrintable(integrity));
+            reported += result.databaseProblem ? 1 : 0;
+        }
+        QVERIFY(writer.isAtWork());
+        qInfo("%d of %d copies were torn, and reported", reported, rounds);
+    }
+
+    void zipOfALiveDatabaseIsWholeOrReported() {
+        const DataFolder folder;
+        const Writer writer(folder, 2);
+        QVERIFY(writer.isAtWork());
+        for (int round = 0; round < 3; ++round) {
+            const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
+            QVERIFY(!runTool(u"unzip"_s,
+                             {u"-q"_s, u"-o"_s, folder.path(u"copy.zip"_s), u"-d"_s, folder.path(u"unpacked"_s)})
+                         .startsWith(u"failed"));
+            const QString integrity = integrityOf(folder.path(u"unpacked/data/kuma.db"_s));
+            QVERIFY2(integrity == u"okrows" || result.databaseProblem, qPrintable(integrity));
+            QVERIFY(QDir(folder.path(u"unpacked"_s)).removeRecursively());
+        }
+        QVERIFY(writer.isAtWork());
+    }
+
+    void whatAKilledServerLeavesIsWhole() {
+        const DataFolder folder;
+        Writer writer(folder, 1);
+        QVERIFY(writer.isAtWork());
+        writer.kill();
+        QVERIFY(QFileInfo(folder.data(u"kuma.db-wal"_s)).size() > 0);
+        const auto before = describe(folder.data());
+        const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QCOMPARE(result.databaseProblem, std::nullopt);
+        // Neither the database nor its copy was opened: that would have put the log into it.
+        QCOMPARE(difference(before, describe(folder.data())), QString());
+        QCOMPARE(difference(before, describe(folder.path(u"copy"_s))), QString());
+        QCOMPARE(integrityOf(folder.path(u"copy/kuma.db"_s)), u"okrows"_s);
+    }
+
+    void damageIsReportedAndTheBackupKept_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("folder") << u"copy"_s;
+        QTest::newRow("zip") << u"copy.zip"_s;
+        QTest::newRow("automatic") << QString();
+    }
+
+    void damageIsReportedAndTheBackupKept() {
+        QFETCH(const QString, name);
+        const DataFolder folder;
+        {
+            Writer writer(folder, 1);
+            QVERIFY(writer.isAtWork());
+        }
+        // Opening it puts the log into it, under which the damage would not be seen.
+        QCOMPARE(integrityOf(folder.data(u"kuma.db"_s)), u"okrows"_s);
+        QFile file(folder.data(u"kuma.db"_s));
+        QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(40 * 4096));
+        QCOMPARE(file.write(QByteArray(8 * 4096, '\xee')), qint64{8 * 4096});
+        file.close();
+        const auto result = name.isEmpty()
+                                ? await(BackupManager::autoBackup(folder.data(), folder.backups(), u"x"_s)).value()
+                                : await(BackupManager::backUp(folder.data(), folder.path(name)));
+        QVERIFY(result.databaseProblem);
+        QVERIFY(!result.databaseProblem->isEmpty());
+        QVERIFY(QFileInfo::exists(result.path));
+    }
+
+    void onlyDatabasesAreChecked() {
+        const DataFolder folder;
+        for (const QByteArray& content : {QByteArray(), QByteArray("SQLite format 3"), QByteArray(100'000, 'x')}) {
+            folder.write(u"data/kuma.db"_s, content);
+            QCOMPARE(checkDatabase(folder.path(u"data"_s), folder.path(u"scratch"_s)), std::nullopt);
+        }
+        folder.write(u"data/kuma.db"_s, QByteArray("SQLite format 3\0", 16) + QByteArray(100'000, 'x'));
+        QVERIFY(checkDatabase(folder.path(u"data"_s), folder.path(u"scratch"_s)));
+        QVERIFY(!QFileInfo::exists(folder.path(u"scratch"_s)));
+    }
+
+    void changedFilesAreCopiedAgain_data() {
+        QTest::addColumn<QString>("changing");
+        QTest::addColumn<int>("changes");
+        QTest::addColumn<int>("copies");
+        QTest::newRow("at rest") << u"kuma.db"_s << 0 << 1;
+        QTest::newRow("the log grew once") << u"kuma.db-wal"_s << 1 << 2;
+        QTest::newRow("the database changed twice") << u"kuma.db"_s << 2 << 3;
+        QTest::newRow("a journal came") << u"kuma.db-journal"_s << 1 << 2;
+        QTest::newRow("never at rest") << u"kuma.db"_s << 100 << 4;
+        QTest::newRow("another file changed") << u"error.log"_s << 100 << 1;
+    }
+
+    void changedFilesAreCopiedAgain() {
+        QFETCH(const QString, changing);
+        QFETCH(const int, changes);
+        QFETCH(const int, copies);
+        const DataFolder folder;
+        folder.write(u"data/kuma.db"_s, "database");
+        folder.write(u"data/kuma.db-wal"_s, "log");
+        QDir().mkpath(folder.path(u"copy"_s));
+        int copied = 0;
+        interception().beforeFile = [&](const std::string& name) {
+            if (name == "kuma.db" && ++copied <= changes) {
+                const QString path = u"data/"_s + changing;
+                folder.write(path, folder.read(path) + "x");
+            }
+        };
+        copyDatabase(folder.path(u"data"_s), folder.path(u"copy"_s));
+        QCOMPARE(copied, copies);
+        interception().beforeFile = {};
+        if (changes < 100) {
+            QVERIFY(folder.read(u"copy/"_s + changing).endsWith(QByteArray(changes, 'x')));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDatabase)
+#include "TestDatabase.moc"
