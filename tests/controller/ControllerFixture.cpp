@@ -66,6 +66,8 @@ ControllerEnvironment ControllerFixture::environment() {
     env.isPortFreeForListening = [this](int port) { return !listeningPorts.contains(port); };
     env.pageAnswers = [this](int port) { return page.pageAnswers(port); };
     env.fetchStatusPage = [this](int port, QString slug) { return page.fetch(port, std::move(slug)); };
+    env.fetchLatestRelease = [this] { return releases.fetch(); };
+    backups.install(env);
     if (adjust) {
         adjust(env);
     }
@@ -166,6 +168,8 @@ void ControllerFixture::endController() {
     m_controller->shutdownPolling();
     m_controller->cancelOperation();
     page.letGo();
+    releases.letGo();
+    backups.letGo();
     dialogs.answerAll(false);
     if (!everythingEnds()) {
         qFatal("the controller did not end");

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "RecordingPlatform.h"
+#include "ScriptedBackups.h"
 #include "ScriptedPage.h"
+#include "ScriptedReleases.h"
 #include "controller/KumaController.h"
 #include "standin/tools/InProcessDocker.h"
 #include "support/FakeClock.h"
@@ -27,7 +29,7 @@ struct Command {
 };
 
 /// A controller in a world that the test owns: a throw-away home, a clock that it turns, a stand-in docker in this
-/// process, a scripted web page, and a desktop that only remembers.
+/// process, scripted web pages, releases and backups, and a desktop that only remembers.
 class ControllerFixture {
 public:
     ControllerFixture();
@@ -39,6 +41,8 @@ public:
     TestHome home;
     FakeClock clock;
     ScriptedPage page{&clock};
+    ScriptedReleases releases;
+    ScriptedBackups backups;
     RecordingNotifier notifier;
     RecordingLoginItem loginItem;
     RecordingDesktop desktop;

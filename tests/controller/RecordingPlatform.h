@@ -62,6 +62,8 @@ public:
 
     QList<Question> questions;
     QList<PathQuestion> pathQuestions;
+    QList<SavePanel> savePanels;
+    QList<OpenPanel> openPanels;
 
     void answerAll(bool confirmed) {
         for (const Question& question : questions) {
@@ -78,8 +80,14 @@ public:
         const bool confirmed = co_await answer;
         co_return confirmed;
     }
-    QCoro::Task<std::optional<QString>> chooseSavePath(SavePanel panel) override { return choosePath(panel.title); }
-    QCoro::Task<std::optional<QString>> chooseOpenPath(OpenPanel panel) override { return choosePath(panel.title); }
+    QCoro::Task<std::optional<QString>> chooseSavePath(SavePanel panel) override {
+        savePanels.append(panel);
+        return choosePath(panel.title);
+    }
+    QCoro::Task<std::optional<QString>> chooseOpenPath(OpenPanel panel) override {
+        openPanels.append(panel);
+        return choosePath(panel.title);
+    }
 
 private:
     QCoro::Task<std::optional<QString>> choosePath(QString title) {

@@ -1,0 +1,94 @@
+#pragma once
+
+#include "backup/BackupManager.h"
+#include "controller/ControllerEnvironment.h"
+#include "process/AppError.h"
+#include "task/Event.h"
+
+#include <QList>
+
+namespace orvanel::test {
+
+/// Backups and restores as a test plays them: nothing is copied. Each is done at once, or, where the test holds them
+/// back, when it completes the event.
+class ScriptedBackups {
+public:
+    struct Job {
+        /// "back up", "auto backup" or "restore".
+        QString kind;
+        /// What the controller gave, in order.
+        QStringList arguments;
+        Event<bool> go;
+    };
+
+    QList<Job> jobs;
+    /// Jobs that have begun and not ended.
+    int underWay = 0;
+    bool holds = false;
+    /// What the next jobs fail with.
+    std::optional<QString> failure;
+    std::optional<QString> databaseProblem;
+    bool hasData = true;
+    /// What was known of the world when a job did its work; asked for each.
+    std::function<void(const Job& job)> onWork;
+
+    void letGo() {
+        holds = false;
+        for (const Job& job : jobs) {
+            job.go.complete(true);
+        }
+    }
+
+    void install(ControllerEnvironment& environment) {
+        environment.backUp = [this](QString dataDir, QString destination) { return backUp(dataDir, destination); };
+        environment.autoBackup = [this](QString dataDir, QString backupsDir, QString label) {
+            return autoBackup(dataDir, backupsDir, label);
+        };
+        environment.restore = [this](QString source, QString dataDir, QString backupsDir) {
+            return restore(source, dataDir, backupsDir);
+        };
+        environment.timestamp = [] { return QStringLiteral("2026-01-02-030405"); };
+    }
+
+private:
+    QCoro::Task<void> work(QString kind, QStringList arguments) {
+        const Job job{kind, arguments, {}};
+        jobs.append(job);
+        underWay += 1;
+        if (!holds) {
+            job.go.complete(true);
+        }
+        const Event<bool> go = job.go;
+        co_await go;
+        underWay -= 1;
+        if (onWork) {
+            onWork(job);
+        }
+        if (failure) {
+            throw AppError(*failure);
+        }
+    }
+
+    QCoro::Task<BackupResult> backUp(QString dataDir, QString destination) {
+        const QStringList arguments{dataDir, destination};
+        co_await work(QStringLiteral("back up"), arguments);
+        co_return BackupResult{.path = destination, .databaseProblem = databaseProblem};
+    }
+
+    QCoro::Task<std::optional<BackupResult>> autoBackup(QString dataDir, QString backupsDir, QString label) {
+        const QStringList arguments{dataDir, backupsDir, label};
+        co_await work(QStringLiteral("auto backup"), arguments);
+        if (!hasData) {
+            co_return std::nullopt;
+        }
+        const QString path = backupsDir + u'/' + label;
+        co_return BackupResult{.path = path, .databaseProblem = databaseProblem};
+    }
+
+    QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir) {
+        const QStringList arguments{source, dataDir, backupsDir};
+        return work(QStringLiteral("restore"), arguments);
+    }
+};
+
+} // namespace orvanel::test

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "release/ReleaseResult.h"
+#include "task/Event.h"
+
+#include <QCoro/QCoroTask>
+#include <QList>
+
+namespace orvanel::test {
+
+/// The source of releases as a test plays it. Each question is answered at once, or, where the test holds them back,
+/// when it completes the event.
+class ScriptedReleases {
+public:
+    ReleaseResult answer =
+        LatestRelease{.version = QStringLiteral("2.1.0"), .page = QStringLiteral("https://example.org/2.1.0")};
+    bool holds = false;
+    QList<Event<ReleaseResult>> questions;
+
+    void letGo() {
+        holds = false;
+        for (const Event<ReleaseResult>& question : questions) {
+            question.complete(answer);
+        }
+    }
+
+    QCoro::Task<ReleaseResult> fetch() {
+        const Event<ReleaseResult> question;
+        questions.append(question);
+        if (!holds) {
+            question.complete(answer);
+        }
+        const ReleaseResult result = co_await question;
+        co_return result;
+    }
+};
+
+} // namespace orvanel::test

@@ -1,0 +1,418 @@
+#include "ControllerFixture.h"
+#include "support/Await.h"
+
+#include <QFileInfo>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto backingUp = QStringLiteral("Backing up…");
+const auto restoring = QStringLiteral("Restoring backup…");
+const auto zip = QStringLiteral("/home/ann/Backup.zip");
+
+void choosePath(ControllerFixture& world, const std::optional<QString>& path) {
+    QVERIFY(!world.dialogs.pathQuestions.isEmpty());
+    world.dialogs.pathQuestions.takeLast().answer.complete(path);
+    world.settle();
+}
+
+void backUpTo(ControllerFixture& world, const QString& path) {
+    world.controller().backUpNow();
+    choosePath(world, path);
+}
+
+void confirm(ControllerFixture& world, bool answer = true) {
+    QVERIFY(!world.dialogs.questions.isEmpty());
+    world.dialogs.questions.takeLast().answer.complete(answer);
+    world.settle();
+}
+
+void restoreFrom(ControllerFixture& world, const QString& path) {
+    world.controller().restoreBackup();
+    choosePath(world, path);
+    confirm(world);
+}
+
+void startServer(ControllerFixture& world) {
+    world.controller().start();
+    QVERIFY(world.operationEnds());
+    world.takeCommands();
+}
+
+} // namespace
+
+class TestBackupOperations : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void backupAsksWhereTo() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.backUpNow();
+        QCOMPARE(world.dialogs.savePanels.size(), 1);
+        const SavePanel panel = world.dialogs.savePanels.first();
+        QCOMPARE(panel.title, QStringLiteral("Back up Uptime Kuma data"));
+        QCOMPARE(panel.message, QStringLiteral("A name ending in .zip makes a zip file; otherwise a folder is created. "
+                                               "Uptime Kuma keeps running."));
+        QCOMPARE(panel.proposedName, QStringLiteral("Uptime Kuma backup 2026-01-02-030405.zip"));
+        QVERIFY(!kuma.busy());
+        choosePath(world, std::nullopt);
+        kuma.backUpNow();
+        choosePath(world, QString());
+        QVERIFY(!kuma.busy());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QVERIFY(world.everythingEnds());
+    }
+
+    void backupIsMadeAndShown() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        world.backups.holds = true;
+        backUpTo(world, zip);
+        QCOMPARE(kuma.busy(), backingUp);
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QCOMPARE(world.backups.jobs.first().arguments, (QStringList{kuma.dataDir(), zip}));
+        QVERIFY(world.desktop.revealed.isEmpty());
+        // It cannot be cancelled.
+        kuma.cancelOperation();
+        world.settle();
+        QCOMPARE(kuma.busy(), backingUp);
+        bool wasBusyWhenShown = true;
+        QObject::connect(&kuma, &KumaController::changed, &kuma,
+                         [&] { wasBusyWhenShown = !world.desktop.revealed.isEmpty(); });
+        world.backups.letGo();
+        QVERIFY(world.everythingEnds());
+        QVERIFY(!kuma.busy());
+        QVERIFY(!wasBusyWhenShown);
+        QCOMPARE(world.desktop.revealed, QStringList(zip));
+        QVERIFY(!kuma.error());
+        QVERIFY2(world.takeCommands().isEmpty(), "Uptime Kuma is left alone");
+    }
+
+    void nobodyLooksDuringABackup() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        world.backups.holds = true;
+        backUpTo(world, zip);
+        world.takeCommands();
+        world.removeContainer();
+        world.advance(30s);
+        QVERIFY(world.takeCommands().isEmpty());
+        QVERIFY(world.controller().kuma() == KumaState::running);
+        world.backups.letGo();
+        world.advance(3s);
+        QVERIFY(world.controller().kuma() == KumaState::stopped);
+    }
+
+    void backupThatFailsIsTold() {
+        ControllerFixture world;
+        world.backups.failure = QStringLiteral("There is no data folder yet. Start Uptime Kuma once first.");
+        backUpTo(world, zip);
+        QVERIFY(world.everythingEnds());
+        QCOMPARE(world.controller().error(), (OpError{QStringLiteral("The backup failed."), *world.backups.failure}));
+        QVERIFY(!world.controller().busy());
+        QVERIFY(world.desktop.revealed.isEmpty());
+    }
+
+    void backupKeepsAnEarlierError() {
+        ControllerFixture world;
+        world.loginItem.failure = QStringLiteral("No room.");
+        world.controller().setLaunchAtLogin(true);
+        const auto before = world.controller().error();
+        QVERIFY(before);
+        backUpTo(world, zip);
+        QVERIFY(world.everythingEnds());
+        QCOMPARE(world.controller().error(), before);
+    }
+
+    void databaseThatDidNotPassIsToldAndTheBackupShown() {
+        ControllerFixture world;
+        world.backups.databaseProblem = QStringLiteral("row 7 missing from index");
+        backUpTo(world, zip);
+        QVERIFY(world.everythingEnds());
+        QCOMPARE(world.controller().error(),
+                 (OpError{QStringLiteral("The backup was made, but its database did not pass a check."),
+                          QStringLiteral("row 7 missing from index")}));
+        QVERIFY(!world.controller().busy());
+        QCOMPARE(world.desktop.revealed, QStringList(zip));
+    }
+
+    void backupIsShownEvenWhenTheControllerIsGone() {
+        ControllerFixture world;
+        auto kuma = std::make_unique<KumaController>(world.environment());
+        world.backups.holds = true;
+        kuma->backUpNow();
+        choosePath(world, zip);
+        QCOMPARE(world.backups.underWay, 1);
+        kuma.reset();
+        world.backups.letGo();
+        world.settle();
+        QCOMPARE(world.desktop.revealed, QStringList(zip));
+    }
+
+    void twoBackupsOneAfterTheOther() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.backups.holds = true;
+        backUpTo(world, zip);
+        backUpTo(world, QStringLiteral("/home/ann/Folder"));
+        QCOMPARE(world.backups.jobs.size(), 1);
+        world.backups.jobs.first().go.complete(true);
+        world.settle();
+        QCOMPARE(kuma.busy(), backingUp);
+        QCOMPARE(world.desktop.revealed.size(), 1);
+        QCOMPARE(world.backups.jobs.size(), 2);
+        world.backups.letGo();
+        QVERIFY(world.everythingEnds());
+        QVERIFY(!kuma.busy());
+        QCOMPARE(world.desktop.revealed.size(), 2);
+    }
+
+    void backupThatEndsBesideAnOperationLeavesItsWords() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        world.delay("compose stop", 20s);
+        kuma.stop();
+        world.backups.holds = true;
+        backUpTo(world, zip);
+        QCOMPARE(kuma.busy(), backingUp);
+        world.backups.letGo();
+        world.settle();
+        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QCOMPARE(world.desktop.revealed, QStringList(zip));
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+    }
+
+    void operationThatEndsBesideABackupLooksAndLeavesItsWords() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        world.backups.holds = true;
+        backUpTo(world, zip);
+        kuma.stop();
+        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        world.settle();
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QCOMPARE(kuma.busy(), backingUp);
+        world.backups.letGo();
+        world.settle();
+        QVERIFY(!kuma.busy());
+    }
+
+    void restoreAsksTwice() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        kuma.restoreBackup();
+        QCOMPARE(world.dialogs.openPanels.size(), 1);
+        const OpenPanel panel = world.dialogs.openPanels.first();
+        QCOMPARE(panel.title, QStringLiteral("Choose a backup to restore"));
+        QCOMPARE(panel.message, QStringLiteral("Choose a backup folder or a .zip file made by Back up now."));
+        QVERIFY(panel.filesAllowed && panel.foldersAllowed);
+        choosePath(world, std::nullopt);
+        kuma.restoreBackup();
+        choosePath(world, QString());
+        QVERIFY(world.dialogs.questions.isEmpty());
+
+        kuma.restoreBackup();
+        choosePath(world, zip);
+        QCOMPARE(world.dialogs.questions.size(), 1);
+        const Alert alert = world.dialogs.questions.first().alert;
+        QVERIFY(alert.style == Alert::Style::Warning);
+        QCOMPARE(alert.message, QStringLiteral("Restore this backup?"));
+        QCOMPARE(alert.informativeText,
+                 QStringLiteral("Uptime Kuma will be stopped and the data in\n") + kuma.dataDir() +
+                     QStringLiteral("\nwill be replaced by the backup. The current data is kept once in the Backups "
+                                    "folder, then Uptime Kuma starts again."));
+        QCOMPARE(alert.confirmButton, QStringLiteral("Restore"));
+        QCOMPARE(alert.cancelButton, QStringLiteral("Cancel"));
+        confirm(world, false);
+        QVERIFY(world.everythingEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QVERIFY(world.takeCommands().isEmpty());
+        QVERIFY(!kuma.busy() && !kuma.error());
+    }
+
+    void restoreStopsReplacesAndStarts() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        QString stateAtWork;
+        world.backups.onWork = [&](const ScriptedBackups::Job&) {
+            stateAtWork = QString::fromStdString(world.docker().container->state);
+        };
+        world.backups.holds = true;
+        restoreFrom(world, zip);
+        QCOMPARE(kuma.busy(), restoring);
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QCOMPARE(stateAtWork, QStringLiteral("exited"));
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QCOMPARE(world.backups.jobs.first().arguments,
+                 (QStringList{zip, kuma.dataDir(), world.applicationSupport + QStringLiteral("/Orvanel/Backups")}));
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "info", "inspect",
+                                              "image inspect", "compose up", "inspect"}));
+        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(world.desktop.revealed.isEmpty());
+    }
+
+    void restoreWithNothingRunningStarts() {
+        ControllerFixture world;
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.controller().error());
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QVERIFY(world.controller().kuma() == KumaState::running);
+    }
+
+    void restoreWhoseStopFailsLeavesTheData() {
+        ControllerFixture world;
+        startServer(world);
+        world.answer("compose stop", 1, QStringLiteral("no"));
+        world.answer("stop", 1, QStringLiteral("never"));
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QCOMPARE(world.controller().error(),
+                 (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("never")}));
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
+    }
+
+    /// Compose leaves a container alone that it has not made, and calls that a success.
+    void restoreNeverReplacesTheDataOfARunningServer() {
+        ControllerFixture world;
+        startServer(world);
+        world.docker().container->owner = standin::Owner::plain;
+        world.answer("stop", 1, QStringLiteral("never"));
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QVERIFY(world.controller().error().has_value());
+        QCOMPARE(world.docker().container->state, std::string("running"));
+    }
+
+    void restoreThatFailsDoesNotStart() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        const auto reason = QStringLiteral("That folder does not look like an Uptime Kuma data folder (no kuma.db).");
+        world.backups.failure = reason;
+        restoreFrom(world, QStringLiteral("/home/ann/Folder"));
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("The restore failed. ") + reason, reason}));
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+    }
+
+    void restoreConfirmedDuringAnotherOperationIsDropped() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        kuma.restoreBackup();
+        choosePath(world, zip);
+        world.delay("compose stop", 5s);
+        kuma.stop();
+        world.settle();
+        confirm(world);
+        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.everythingEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QVERIFY(!kuma.error());
+    }
+
+    void cancelledRestoreDoesNotStart() {
+        ControllerFixture world;
+        startServer(world);
+        world.backups.holds = true;
+        restoreFrom(world, zip);
+        world.controller().cancelOperation();
+        QCOMPARE(world.backups.underWay, 1);
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.controller().error());
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+    }
+
+    void workOnTheDataWaitsForABackup_data() {
+        QTest::addColumn<QString>("work");
+        QTest::newRow("restore") << QStringLiteral("restore");
+        QTest::newRow("update") << QStringLiteral("update");
+        QTest::newRow("removal") << QStringLiteral("removal");
+    }
+
+    void workOnTheDataWaitsForABackup() {
+        QFETCH(const QString, work);
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        kuma.checkForUpdates();
+        world.settle();
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        world.backups.holds = true;
+        backUpTo(world, zip);
+        if (work == u"restore") {
+            restoreFrom(world, zip);
+        } else if (work == u"update") {
+            kuma.updateNow();
+            confirm(world);
+        } else {
+            kuma.removeEverything();
+            confirm(world);
+        }
+        QVERIFY(kuma.busy() && kuma.busy() != backingUp);
+        world.advance(60s);
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QVERIFY(QFileInfo::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+        world.backups.onWork = [&](const ScriptedBackups::Job&) {
+            if (world.backups.underWay > 0) {
+                qFatal("two jobs work on the data at once");
+            }
+        };
+        world.backups.letGo();
+        QVERIFY(world.everythingEnds());
+        QVERIFY(!kuma.error());
+        QCOMPARE(world.backups.jobs.size(), work == u"removal" ? 1 : 2);
+        QCOMPARE(QFileInfo::exists(kuma.dataDir()), work != u"removal");
+    }
+
+    void dataFolderIsMadeAndShown() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        QVERIFY(!QFileInfo::exists(kuma.dataDir()));
+        kuma.revealDataFolder();
+        QVERIFY(QFileInfo(kuma.dataDir()).isDir());
+        QCOMPARE(world.desktop.revealed, QStringList(kuma.dataDir()));
+    }
+
+    void dataFolderThatCannotBeMadeIsShownAllTheSame() {
+        ControllerFixture world;
+        world.home.write(QStringLiteral(".local/share/Orvanel"), "in the way");
+        KumaController& kuma = world.controller();
+        kuma.revealDataFolder();
+        QVERIFY(!kuma.error());
+        QCOMPARE(world.desktop.revealed, QStringList(kuma.dataDir()));
+    }
+
+    void dataFolderIsNotMadeInTheMiddleOfARestore() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.backups.holds = true;
+        restoreFrom(world, zip);
+        QCOMPARE(world.backups.underWay, 1);
+        kuma.revealDataFolder();
+        QVERIFY(!QFileInfo::exists(kuma.dataDir()));
+        QCOMPARE(world.desktop.revealed, QStringList(kuma.dataDir()));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestBackupOperations)
+#include "TestBackupOperations.moc"

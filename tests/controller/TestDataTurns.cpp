@@ -1,0 +1,62 @@
+#include "controller/DataTurns.h"
+#include "support/Await.h"
+#include "task/Event.h"
+#include "task/TaskScope.h"
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+QCoro::Task<void> hold(const DataTurns* turns, QStringList* begun, QString name, Event<bool> end) {
+    const DataTurns::Turn turn = co_await turns->take();
+    begun->append(name);
+    co_await end;
+}
+
+} // namespace
+
+class TestDataTurns : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void oneAfterTheOtherInTheOrderOfAsking() {
+        const DataTurns turns;
+        TaskScope tasks;
+        QStringList begun;
+        const Event<bool> first;
+        const Event<bool> second;
+        const Event<bool> third;
+        QVERIFY(!turns.isTaken());
+        tasks.start(hold(&turns, &begun, QStringLiteral("first"), first), {});
+        tasks.start(hold(&turns, &begun, QStringLiteral("second"), second), {});
+        tasks.start(hold(&turns, &begun, QStringLiteral("third"), third), {});
+        // With nobody before it, the first does not wait for even a turn of the event loop.
+        QCOMPARE(begun, QStringList(QStringLiteral("first")));
+        QVERIFY(turns.isTaken());
+        third.complete(true);
+        drainEvents();
+        QCOMPARE(begun.size(), 1);
+        first.complete(true);
+        drainEvents();
+        QCOMPARE(begun, (QStringList{QStringLiteral("first"), QStringLiteral("second")}));
+        QVERIFY(turns.isTaken());
+        second.complete(true);
+        drainEvents();
+        QCOMPARE(begun.size(), 3);
+        QVERIFY(!turns.isTaken());
+        QCOMPARE(tasks.running(), 0);
+    }
+
+    void turnOutlivesTheObject() {
+        auto turns = std::make_unique<DataTurns>();
+        const DataTurns::Turn turn = await(turns->take());
+        auto waiting = turns->take();
+        turns.reset();
+        QVERIFY(turn != nullptr);
+        QVERIFY(!waiting.isReady());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDataTurns)
+#include "TestDataTurns.moc"

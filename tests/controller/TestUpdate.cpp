@@ -1,0 +1,353 @@
+#include "ControllerFixture.h"
+#include "controller/ComposeFile.h"
+#include "support/Await.h"
+
+#include <QFile>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto newTag = QStringLiteral("2.1.0");
+const auto oldTag = QStringLiteral("2");
+const auto updating = QStringLiteral("Updating…");
+
+QString textOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+/// The tag that the settings file holds, as the next start of the program would read it.
+QString storedTag(const ControllerFixture& world) {
+    return SettingsStore(world.settingsFile).text(QStringLiteral("imageTag"), oldTag);
+}
+
+/// A server that runs, and a newer release that is known.
+void prepare(ControllerFixture& world) {
+    KumaController& kuma = world.controller();
+    kuma.start();
+    QVERIFY(world.operationEnds());
+    kuma.checkForUpdates();
+    QVERIFY(world.everythingEnds());
+    QCOMPARE(kuma.latestVersion(), newTag);
+    QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
+    world.takeCommands();
+}
+
+/// Nothing of the old version was touched.
+void verifyUntouched(ControllerFixture& world) {
+    const KumaController& kuma = world.controller();
+    QCOMPARE(kuma.imageTag(), oldTag);
+    QCOMPARE(storedTag(world), oldTag);
+    QCOMPARE(textOf(kuma.composeURL()), composeText(oldTag, kuma.port()));
+    QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
+    QCOMPARE(world.docker().container->state, std::string("running"));
+    QVERIFY(!kuma.busy() && !kuma.pulling());
+}
+
+void confirm(ControllerFixture& world) {
+    world.controller().updateNow();
+    world.dialogs.answerAll(true);
+    world.settle();
+}
+
+} // namespace
+
+/// Moving to the newest release.
+class TestUpdate : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutAKnownReleaseNothingHappens() {
+        ControllerFixture world;
+        world.controller().updateNow();
+        world.settle();
+        QVERIFY(world.dialogs.questions.isEmpty());
+        QVERIFY(!world.controller().busy());
+    }
+
+    void asksFirst() {
+        ControllerFixture world;
+        prepare(world);
+        KumaController& kuma = world.controller();
+        kuma.updateNow();
+        QCOMPARE(world.dialogs.questions.size(), 1);
+        const Alert alert = world.dialogs.questions.first().alert;
+        QCOMPARE(alert.message, QStringLiteral("Update Uptime Kuma to 2.1.0?"));
+        QCOMPARE(
+            alert.informativeText,
+            QStringLiteral("Your data is backed up first and never deleted. A major version change may need Uptime "
+                           "Kuma's own migration, so read the release notes."));
+        QCOMPARE(alert.confirmButton, QStringLiteral("Update"));
+        QCOMPARE(alert.cancelButton, QStringLiteral("Cancel"));
+        world.dialogs.answerAll(false);
+        world.settle();
+        QVERIFY(!kuma.busy());
+        QVERIFY(world.backups.jobs.isEmpty());
+        verifyUntouched(world);
+    }
+
+    void updates_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::addColumn<QStringList>("commands");
+        QTest::newRow("compose") << true << names({"compose pull", "inspect", "compose up", "inspect"});
+        QTest::newRow("plain") << false << names({"pull", "inspect", "rm", "run", "inspect"});
+    }
+
+    void updates() {
+        QFETCH(const bool, compose);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        prepare(world);
+        KumaController& kuma = world.controller();
+        const std::string oldContainer = world.docker().container->id;
+        QStringList texts;
+        QObject::connect(&kuma, &KumaController::changed, &kuma, [&] {
+            const QString text = kuma.busy().value_or(QStringLiteral("-"));
+            if (texts.isEmpty() || texts.last() != text) {
+                texts.append(text);
+            }
+        });
+        QStringList tagsAtBackup;
+        world.backups.onWork = [&](const ScriptedBackups::Job&) { tagsAtBackup.append(kuma.imageTag()); };
+        confirm(world);
+        QVERIFY(world.operationEnds());
+
+        QVERIFY2(!kuma.error(), qPrintable(kuma.error() ? kuma.error()->details : QString()));
+        QTEST(world.takeCommands(), "commands");
+        QCOMPARE(texts, (QStringList{updating, QStringLiteral("Downloading the Uptime Kuma image"),
+                                     QStringLiteral("Restarting with the new version…"), QStringLiteral("-")}));
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QCOMPARE(world.backups.jobs.first().kind, QStringLiteral("auto backup"));
+        QCOMPARE(world.backups.jobs.first().arguments,
+                 (QStringList{kuma.dataDir(), world.applicationSupport + QStringLiteral("/Orvanel/Backups"),
+                              QStringLiteral("before-update")}));
+        QCOMPARE(tagsAtBackup, QStringList(oldTag));
+        QCOMPARE(kuma.imageTag(), newTag);
+        QCOMPARE(storedTag(world), newTag);
+        QCOMPARE(textOf(kuma.composeURL()), composeText(newTag, kuma.port()));
+        QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2.1.0"));
+        QVERIFY(world.docker().container->id != oldContainer);
+        QVERIFY(kuma.kuma() == KumaState::running);
+    }
+
+    void sameTagRunsTheWholeSequence() {
+        ControllerFixture world;
+        prepare(world);
+        KumaController& kuma = world.controller();
+        kuma.setImageTag(newTag);
+        confirm(world);
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QCOMPARE(world.takeCommands(), names({"compose pull", "inspect", "compose up", "inspect"}));
+        QCOMPARE(kuma.imageTag(), newTag);
+    }
+
+    void whatWasConfirmedIsWhatIsInstalled() {
+        ControllerFixture world;
+        prepare(world);
+        KumaController& kuma = world.controller();
+        kuma.updateNow();
+        world.releases.answer = LatestRelease{.version = QStringLiteral("9")};
+        kuma.checkForUpdates();
+        world.settle();
+        QCOMPARE(kuma.latestVersion(), QStringLiteral("9"));
+        world.dialogs.answerAll(true);
+        world.settle();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.imageTag(), newTag);
+    }
+
+    void withoutDataThereIsNothingToBackUp() {
+        ControllerFixture world;
+        prepare(world);
+        world.backups.hasData = false;
+        confirm(world);
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.controller().error());
+        QCOMPARE(world.controller().imageTag(), newTag);
+    }
+
+    void withoutAToolNothingHappens() {
+        ControllerFixture world;
+        prepare(world);
+        KumaController& kuma = world.controller();
+        world.installedDocker.reset();
+        kuma.setDockerOverride(QString());
+        confirm(world);
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QCOMPARE(kuma.imageTag(), oldTag);
+    }
+
+    void backupThatFailsChangesNothing() {
+        ControllerFixture world;
+        prepare(world);
+        world.backups.failure = QStringLiteral("The disk is full.");
+        confirm(world);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.controller().error(),
+                 (OpError{QStringLiteral("The backup before the update failed, so nothing was changed."),
+                          QStringLiteral("The disk is full.")}));
+        QCOMPARE(world.takeCommands(), names({"inspect"}));
+        verifyUntouched(world);
+    }
+
+    void backupThatDidNotPassItsCheckStopsTheUpdate() {
+        ControllerFixture world;
+        prepare(world);
+        world.backups.databaseProblem = QStringLiteral("row 7 missing from index");
+        confirm(world);
+        QVERIFY(world.operationEnds());
+        const OpError error = world.controller().error().value();
+        QCOMPARE(error.message, QStringLiteral("The backup was made, but its database did not pass a check."));
+        QVERIFY(error.details.startsWith(QStringLiteral("row 7 missing from index\n")));
+        verifyUntouched(world);
+    }
+
+    void composeFileThatCannotBeWrittenTakesTheTagBack() {
+        ControllerFixture world;
+        prepare(world);
+        KumaController& kuma = world.controller();
+        // A folder in the place of the file cannot be replaced.
+        QFile::remove(kuma.composeURL());
+        world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml/x"), "x");
+        confirm(world);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error()->message, QStringLiteral("Could not write the compose file."));
+        QVERIFY(!kuma.error()->details.isEmpty());
+        QCOMPARE(kuma.imageTag(), oldTag);
+        QCOMPARE(storedTag(world), oldTag);
+        QCOMPARE(world.takeCommands(), names({"inspect"}));
+    }
+
+    void downloadThatFailsTakesEverythingBack_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::addColumn<bool>("hangs");
+        QTest::addColumn<QString>("message");
+        const auto offline =
+            QStringLiteral("Docker could not reach the internet to download the image. Check your connection.");
+        QTest::newRow("compose") << true << false << offline;
+        QTest::newRow("plain") << false << false << offline;
+        QTest::newRow("in time") << true << true << QStringLiteral("Docker did not answer in time.");
+    }
+
+    void downloadThatFailsTakesEverythingBack() {
+        QFETCH(const bool, compose);
+        QFETCH(const bool, hangs);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        prepare(world);
+        world.docker().registry = standin::Registry::unreachable;
+        if (hangs) {
+            world.hang("compose pull");
+        }
+        confirm(world);
+        QVERIFY(world.operationEnds());
+        QTEST(world.controller().error()->message, "message");
+        QCOMPARE(world.takeCommands(), compose ? names({"compose pull", "inspect"}) : names({"pull", "inspect"}));
+        verifyUntouched(world);
+        QVERIFY(world.controller().kuma() == KumaState::running);
+    }
+
+    void cancelOfTheDownloadTakesEverythingBack() {
+        ControllerFixture world;
+        prepare(world);
+        world.hang("compose pull");
+        confirm(world);
+        QCOMPARE(world.controller().imageTag(), newTag);
+        world.controller().cancelOperation();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.controller().error()->message, QStringLiteral("Cancelled."));
+        verifyUntouched(world);
+    }
+
+    void cancelDuringTheBackupDownloadsNothing() {
+        ControllerFixture world;
+        prepare(world);
+        world.backups.holds = true;
+        confirm(world);
+        QCOMPARE(world.controller().busy(), updating);
+        world.controller().cancelOperation();
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.controller().error()->message, QStringLiteral("Cancelled."));
+        verifyUntouched(world);
+    }
+
+    void tagChosenDuringTheDownloadStays() {
+        ControllerFixture world;
+        prepare(world);
+        KumaController& kuma = world.controller();
+        world.hang("compose pull");
+        confirm(world);
+        kuma.setImageTag(QStringLiteral("nightly"));
+        kuma.cancelOperation();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.imageTag(), QStringLiteral("nightly"));
+        QCOMPARE(textOf(kuma.composeURL()), composeText(QStringLiteral("nightly"), kuma.port()));
+    }
+
+    void bringUpThatFailsKeepsTheNewTag() {
+        ControllerFixture world;
+        prepare(world);
+        KumaController& kuma = world.controller();
+        world.answer("compose up", 1, QStringLiteral("no"));
+        confirm(world);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no")}));
+        QCOMPARE(kuma.imageTag(), newTag);
+        QCOMPARE(storedTag(world), newTag);
+        QCOMPARE(textOf(kuma.composeURL()), composeText(newTag, kuma.port()));
+    }
+
+    void nameThatIsNoTagIsRefused_data() {
+        QTest::addColumn<QString>("version");
+        QTest::newRow("another line") << QStringLiteral("2\n    privileged: true");
+        QTest::newRow("blanks") << QStringLiteral("Release 2");
+        QTest::newRow("nothing") << QString();
+        QTest::newRow("a comment") << QStringLiteral("2 #");
+        QTest::newRow("another image") << QStringLiteral("2@sha256:0");
+    }
+
+    void nameThatIsNoTagIsRefused() {
+        QFETCH(const QString, version);
+        ControllerFixture world;
+        prepare(world);
+        KumaController& kuma = world.controller();
+        world.releases.answer = LatestRelease{.version = version};
+        kuma.checkForUpdates();
+        QVERIFY(world.everythingEnds());
+        QCOMPARE(kuma.latestVersion(), version);
+        confirm(world);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error()->message,
+                 QStringLiteral("The new version's name cannot be an image tag, so nothing was changed."));
+        QVERIFY(world.backups.jobs.isEmpty());
+        verifyUntouched(world);
+    }
+
+    void confirmedDuringAnotherOperationIsDropped() {
+        ControllerFixture world;
+        prepare(world);
+        KumaController& kuma = world.controller();
+        kuma.updateNow();
+        world.delay("compose stop", 5s);
+        kuma.stop();
+        world.settle();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.everythingEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QCOMPARE(kuma.imageTag(), oldTag);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestUpdate)
+#include "TestUpdate.moc"
