@@ -67,7 +67,8 @@ DesktopEntry::DesktopEntry()
     : m_lines{mainGroup} {}
 
 std::optional<DesktopEntry> DesktopEntry::parse(const QByteArray& content) {
-    QStringDecoder decoder(QStringDecoder::Utf8);
+    // Without a state, a character that is cut at the end is an error too.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString decoded = decoder(content);
     if (decoder.hasError() || decoded.contains(QChar::Null)) {
         return std::nullopt;

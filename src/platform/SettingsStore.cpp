@@ -50,7 +50,8 @@ bool isIniLine(const QByteArray& rawLine) {
 }
 
 bool isIni(const QByteArray& content) {
-    QStringDecoder decoder(QStringDecoder::Utf8);
+    // Without a state, a character that is cut at the end is an error too.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString decoded = decoder(content);
     const auto lines = content.split('\n');
     return !decoder.hasError() && std::all_of(lines.begin(), lines.end(), isIniLine);

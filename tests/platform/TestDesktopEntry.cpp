@@ -40,6 +40,7 @@ private Q_SLOTS:
         QTest::newRow("no key") << QByteArray("[Desktop Entry]\nwords\n");
         QTest::newRow("nameless key") << QByteArray("[Desktop Entry]\n=a\n");
         QTest::newRow("not UTF-8") << QByteArray("[Desktop Entry]\nName=\xff\n");
+        QTest::newRow("cut within a character") << QByteArray("[Desktop Entry]\nName=\xc3");
         QTest::newRow("null") << QByteArray("[Desktop Entry]\nName=a\0b\n", 25);
     }
 

@@ -221,6 +221,7 @@ private Q_SLOTS:
                                               9);
         QTest::newRow("words") << QByteArray("this is no settings file\n");
         QTest::newRow("not UTF-8") << QByteArray("[General]\nname=caf\xe9\n");
+        QTest::newRow("cut within a character") << QByteArray("[General]\nname=caf\xc3");
         QTest::newRow("open section") << QByteArray("[General\nx=1\n");
         QTest::newRow("open quote") << QByteArray("[General]\nx=\"abc\ny=1\n");
         QTest::newRow("huge file") << QByteArray("[General]\n") + QByteArray(2 << 20, 'x');
