@@ -13,7 +13,9 @@ constexpr int didNotEnd = 99;
 } // namespace
 
 AppFixture::AppFixture(QDBusConnection bus)
-    : m_bus(std::move(bus)) {}
+    : m_bus(std::move(bus)) {
+    home.write(QStringLiteral(".config/Orvanel/Orvanel.conf"), "[General]\nhasSeenGuide=true\n");
+}
 
 AppFixture::~AppFixture() {
     if (!m_app) {

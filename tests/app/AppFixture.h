@@ -7,7 +7,7 @@
 namespace orvanel::test {
 
 /// The whole program but for its process, in the world of a ControllerFixture. It has no session bus unless the test
-/// gives it one.
+/// gives it one, and its user has seen the guide.
 class AppFixture : public ControllerFixture {
 public:
     explicit AppFixture(QDBusConnection bus = PrivateBus::none());

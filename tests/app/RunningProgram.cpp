@@ -18,6 +18,7 @@ RunningProgram::RunningProgram()
     environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), bus.address());
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     setting("port=" + QByteArray::number(port));
+    setting("hasSeenGuide=true");
 }
 
 RunningProgram::~RunningProgram() {

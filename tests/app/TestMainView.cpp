@@ -12,6 +12,7 @@
 #include "app/views/StartCard.h"
 #include "app/views/StateCard.h"
 #include "app/views/StatusErrorCard.h"
+#include "app/widgets/BusyBar.h"
 #include "app/widgets/Dot.h"
 #include "app/widgets/Spinner.h"
 #include "app/widgets/TextBox.h"
@@ -19,7 +20,6 @@
 
 #include <QAccessible>
 #include <QApplication>
-#include <QProgressBar>
 #include <QTest>
 
 using namespace orvanel;
@@ -31,7 +31,12 @@ namespace {
 /// The main window in a world where a test plays Docker.
 struct Shown {
     Shown()
-        : window(ViewContext{world.controller(), world.desktop, [this](const QString& id) { opened << id; }}) {}
+        : window(ViewContext{world.controller(), world.desktop, [this](const QString& id) { opened << id; }}) {
+        world.controller().setHasSeenGuide(true);
+        // What lies on the real machine does not count.
+        qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(world.home.path(QStringLiteral("tools"))));
+    }
+    ~Shown() { qunsetenv("ORVANEL_TOOL_ROOT"); }
 
     ControllerFixture world;
     /// Ids of the windows that were asked for.
@@ -103,7 +108,7 @@ private Q_SLOTS:
         QFETCH(const bool, busy);
         QFETCH(const KumaState, kuma);
         QFETCH(const StateCard, card);
-        QCOMPARE(stateCardFor(docker, pulling, busy ? std::optional(QStringLiteral("Busy")) : std::nullopt, kuma),
+        QCOMPARE(stateCardFor(std::nullopt, docker, pulling, busy ? std::optional(QStringLiteral("Busy")) : std::nullopt, kuma),
                  card);
     }
 
@@ -203,7 +208,7 @@ private Q_SLOTS:
         auto* box = visible<TextBox>(&view.window);
         QCOMPARE(box->placeholderText(), QStringLiteral("Waiting for Docker…"));
         QCOMPARE(box->height(), 180);
-        QCOMPARE(visible<QProgressBar>(&view.window)->maximum(), 0);
+        QVERIFY(visible<BusyBar>(&view.window)->isMoving());
         view.world.advance(8s);
         QVERIFY(!box->toPlainText().isEmpty());
         QCOMPARE(box->toPlainText() + QLatin1Char('\n'), view.world.controller().pullLog());

@@ -1,6 +1,7 @@
 #include "app/views/Card.h"
 
 #include "app/widgets/AccessibleRole.h"
+#include "app/widgets/ButtonRow.h"
 
 #include <QHBoxLayout>
 #include <QPainter>
@@ -32,21 +33,21 @@ TextLabel* Card::addText(TextStyle style, const QString& text) {
 
 TextLabel* Card::addHeading(Symbol::Kind symbol, TextStyle style, const QString& text, std::optional<Meaning> meaning) {
     auto* label = new TextLabel(style, text);
+    auto* picture = new Symbol(symbol, style);
     if (meaning) {
         label->setMeaning(*meaning);
+        picture->setMeaning(*meaning);
     }
     auto* row = new QHBoxLayout;
     row->setSpacing(spacing::related);
-    row->addWidget(new Symbol(symbol, meaning), 0, Qt::AlignTop);
+    row->addWidget(picture, 0, Qt::AlignTop);
     row->addWidget(label, 1);
     m_column->addLayout(row);
     return label;
 }
 
-QHBoxLayout* Card::addRow() {
-    auto* row = new QHBoxLayout;
-    row->setSpacing(spacing::related);
-    row->setAlignment(Qt::AlignLeading);
+ButtonRow* Card::addButtonRow() {
+    auto* row = new ButtonRow;
     m_column->addLayout(row);
     return row;
 }

@@ -4,10 +4,11 @@
 #include "app/widgets/Symbol.h"
 #include "app/widgets/TextLabel.h"
 
-class QHBoxLayout;
 class QVBoxLayout;
 
 namespace orvanel {
+
+class ButtonRow;
 
 /// The look that all cards share: a column on a rounded veil of gray, as wide as the window allows.
 class Card : public View {
@@ -24,8 +25,7 @@ protected:
     /// A symbol with a heading beside it; with a meaning both have its colour.
     TextLabel* addHeading(Symbol::Kind symbol, TextStyle style, const QString& text = {},
                           std::optional<Meaning> meaning = {});
-    /// A row, for buttons that belong together; it leaves free what they do not need.
-    QHBoxLayout* addRow();
+    ButtonRow* addButtonRow();
 
     void paintEvent(QPaintEvent* event) override;
 

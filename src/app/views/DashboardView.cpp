@@ -1,14 +1,17 @@
 #include "app/views/DashboardView.h"
 
+#include "app/Windows.h"
+#include "app/views/GuideCard.h"
 #include "app/views/MonitorList.h"
 #include "app/views/StartingCard.h"
 #include "app/views/StatusErrorCard.h"
+#include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "app/widgets/TextStyle.h"
 #include "controller/KumaController.h"
 #include "platform/Desktop.h"
 
-#include <QHBoxLayout>
+#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -27,6 +30,7 @@ DashboardView::DashboardView(ViewContext context, QWidget* parent)
     : View(parent)
     , m_context(context)
     , m_startingCard(new StartingCard)
+    , m_guide(new GuideCard(context))
     , m_statusError(new StatusErrorCard(context))
     , m_monitors(new MonitorList(context)) {
     auto* column = new QVBoxLayout(this);
@@ -34,20 +38,25 @@ DashboardView::DashboardView(ViewContext context, QWidget* parent)
     column->setSpacing(spacing::items);
     column->addLayout(makeControls());
     column->addWidget(m_startingCard);
+    column->addWidget(m_guide);
     column->addWidget(m_statusError);
     column->addWidget(m_monitors);
     column->addStretch();
+    connect(m_guide, &GuideCard::typingEnded, this, &DashboardView::render);
 }
 
-QHBoxLayout* DashboardView::makeControls() {
+ButtonRow* DashboardView::makeControls() {
     const ViewContext context = m_context;
-    auto* row = new QHBoxLayout;
-    row->setSpacing(spacing::related);
+    auto* row = new ButtonRow;
     m_openDashboard = addDefaultButton(row, QStringLiteral("Open dashboard"),
                                        [context] { context.desktop.openAddress(context.controller.dashboardURL()); });
     addButton(row, QStringLiteral("Stop"), [context] { context.controller.stop(); });
     addButton(row, QStringLiteral("Restart"), [context] { context.controller.restart(); });
-    row->addStretch();
+    addButton(row, QStringLiteral("Logs"), [context] { context.openWindow(windowId::logs()); });
+    QMenu* const backup = addMenuButton(row, QStringLiteral("Backup"));
+    addMenuEntry(backup, QStringLiteral("Back up now…"), [context] { context.controller.backUpNow(); });
+    addMenuEntry(backup, QStringLiteral("Restore…"), [context] { context.controller.restoreBackup(); });
+    addButton(row, QStringLiteral("Settings"), [context] { context.openWindow(windowId::settings()); });
     return row;
 }
 
@@ -58,6 +67,10 @@ void DashboardView::render() {
 
     m_openDashboard->setEnabled(controller.kuma() == KumaState::running);
     m_startingCard->setVisible(controller.kuma() == KumaState::starting);
+    // The first letter of a slug brings the monitors; the letters after it still go into the field.
+    m_guide->setVisible(!hasPage || m_guide->isBeingTypedIn());
+    m_guide->setExplained(!hasPage);
+    m_guide->render();
     m_statusError->setVisible(hasPage && hasStatusError);
     m_monitors->setVisible(hasPage && !hasStatusError);
     if (hasPage && hasStatusError) {

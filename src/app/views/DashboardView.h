@@ -2,11 +2,10 @@
 
 #include "app/views/View.h"
 
-class QHBoxLayout;
-class QVBoxLayout;
-
 namespace orvanel {
 
+class ButtonRow;
+class GuideCard;
 class MonitorList;
 class StatusErrorCard;
 
@@ -21,11 +20,12 @@ public:
     QPushButton* defaultButton() const override { return m_openDashboard; }
 
 private:
-    QHBoxLayout* makeControls();
+    ButtonRow* makeControls();
 
     ViewContext m_context;
     QPushButton* m_openDashboard = nullptr;
     View* m_startingCard;
+    GuideCard* m_guide;
     StatusErrorCard* m_statusError;
     MonitorList* m_monitors;
 };

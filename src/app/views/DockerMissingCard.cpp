@@ -1,18 +1,65 @@
 #include "app/views/DockerMissingCard.h"
 
+#include "app/Windows.h"
+#include "app/views/Homebrew.h"
+#include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "controller/KumaController.h"
 
-#include <QHBoxLayout>
+#include <QVBoxLayout>
 
 namespace orvanel {
 
 DockerMissingCard::DockerMissingCard(ViewContext context, QWidget* parent)
-    : Card(QStringLiteral("Docker is not installed"), parent) {
+    : Card(QStringLiteral("Docker is not installed"), parent)
+    , m_context(context) {
     addHeading(Symbol::Kind::box, TextStyle::title3, QStringLiteral("Docker is not installed"));
     addText(TextStyle::body,
-            QStringLiteral("Orvanel runs Uptime Kuma inside Docker. Install it and press Check again."));
-    addButton(addRow(), QStringLiteral("Check again"), [context] { context.controller.recheck(); });
+            QStringLiteral("Orvanel runs Uptime Kuma inside Docker, using Colima, a free headless runtime with no "
+                           "desktop app. One click installs Colima and the Docker command line tool with Homebrew "
+                           "(brew install colima docker) and starts them."));
+    m_foundRow = makeFoundRow();
+    column()->addWidget(m_foundRow);
+    m_homebrewIsNeeded =
+        addText(TextStyle::body, QStringLiteral("Homebrew is needed for the one-click install and was not found."));
+    m_homebrewIsNeeded->setMeaning(Meaning::pending);
+
+    ButtonRow* const row = addButtonRow();
+    m_install = addDefaultButton(row, QStringLiteral("Install Colima and Docker"),
+                                 [context] { context.controller.installAndStartRuntime(); });
+    m_getHomebrew = addGetHomebrewButton(row, context);
+    addButton(row, QStringLiteral("Check again"), [context] { context.controller.recheck(); });
+    addButton(row, QStringLiteral("Settings"), [context] { context.openWindow(windowId::settings()); });
+}
+
+QWidget* DockerMissingCard::makeFoundRow() {
+    m_foundText = new TextLabel(TextStyle::body);
+    auto* found = new QWidget;
+    auto* lines = new QVBoxLayout(found);
+    lines->setContentsMargins({});
+    lines->setSpacing(spacing::related);
+    lines->addWidget(m_foundText);
+    auto* row = new ButtonRow;
+    lines->addLayout(row);
+    addButton(row, QStringLiteral("Use it"), [this] { useFoundTool(); });
+    return found;
+}
+
+void DockerMissingCard::useFoundTool() {
+    m_context.controller.setDockerOverride(m_found);
+    m_context.controller.recheck();
+}
+
+void DockerMissingCard::render() {
+    const bool hasHomebrew = m_context.controller.brewPath().has_value();
+    m_homebrewIsNeeded->setVisible(!hasHomebrew);
+    m_install->setVisible(hasHomebrew);
+    m_getHomebrew->setVisible(!hasHomebrew);
+
+    const std::optional<QString> found = DockerCLI::findOutsideSearchFolders();
+    m_found = found.value_or(QString());
+    m_foundText->setContent(QStringLiteral("A docker tool was found at %1.").arg(m_found));
+    m_foundRow->setVisible(found.has_value());
 }
 
 } // namespace orvanel

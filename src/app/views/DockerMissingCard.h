@@ -11,7 +11,21 @@ class DockerMissingCard final : public Card {
 public:
     explicit DockerMissingCard(ViewContext context, QWidget* parent = nullptr);
 
-    void render() override {}
+    void render() override;
+    QPushButton* defaultButton() const override { return m_install; }
+
+private:
+    QWidget* makeFoundRow();
+    void useFoundTool();
+
+    ViewContext m_context;
+    /// A docker tool that lies where it is not looked for.
+    QString m_found;
+    QWidget* m_foundRow;
+    TextLabel* m_foundText = nullptr;
+    TextLabel* m_homebrewIsNeeded;
+    QPushButton* m_install;
+    QPushButton* m_getHomebrew;
 };
 
 } // namespace orvanel

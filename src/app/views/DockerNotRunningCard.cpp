@@ -1,18 +1,68 @@
 #include "app/views/DockerNotRunningCard.h"
 
+#include "app/Windows.h"
+#include "app/views/Homebrew.h"
+#include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
+#include "app/widgets/DetailsSection.h"
 #include "controller/KumaController.h"
+#include "controller/PermissionDenied.h"
 
-#include <QHBoxLayout>
+#include <QVBoxLayout>
 
 namespace orvanel {
+namespace {
+
+QString explanation(bool hasColima) {
+    if (hasColima) {
+        return QStringLiteral("The docker command line tool is installed, but the Colima runtime is not started.");
+    }
+    return QStringLiteral("The docker command line tool is installed, but no Docker runtime answers. One click "
+                          "installs and starts Colima, a free headless runtime. If you run another runtime, start it "
+                          "and press Check again.");
+}
+
+} // namespace
 
 DockerNotRunningCard::DockerNotRunningCard(ViewContext context, QWidget* parent)
-    : Card(QStringLiteral("Docker is not running"), parent) {
+    : Card(QStringLiteral("Docker is not running"), parent)
+    , m_context(context)
+    , m_details(new DetailsSection) {
     addHeading(Symbol::Kind::warningTriangle, TextStyle::title3, QStringLiteral("Docker is not running"));
-    addText(TextStyle::body, QStringLiteral("The docker command line tool is installed, but no Docker runtime answers. "
-                                            "Start it and press Check again."));
-    addButton(addRow(), QStringLiteral("Check again"), [context] { context.controller.recheck(); });
+    m_explanation = addText(TextStyle::body);
+    m_permission = addText(TextStyle::body,
+                           QStringLiteral("Docker refused: you are not in the group “docker” yet. Join it, then log "
+                                          "out and in again."));
+    m_permission->setMeaning(Meaning::pending);
+
+    ButtonRow* const row = addButtonRow();
+    m_startColima =
+        addDefaultButton(row, QStringLiteral("Start Colima"), [context] { context.controller.startRuntime(); });
+    m_installColima = addDefaultButton(row, QStringLiteral("Install Colima"),
+                                       [context] { context.controller.installAndStartRuntime(); });
+    m_getHomebrew = addGetHomebrewButton(row, context);
+    addButton(row, QStringLiteral("Check again"), [context] { context.controller.recheck(); });
+    addButton(row, QStringLiteral("Settings"), [context] { context.openWindow(windowId::settings()); });
+    column()->addWidget(m_details);
+}
+
+void DockerNotRunningCard::render() {
+    const KumaController& controller = m_context.controller;
+    const bool hasColima = controller.colimaPath().has_value();
+    const bool hasHomebrew = controller.brewPath().has_value();
+    m_explanation->setContent(explanation(hasColima));
+    m_startColima->setVisible(hasColima);
+    m_installColima->setVisible(!hasColima && hasHomebrew);
+    m_getHomebrew->setVisible(!hasColima && !hasHomebrew);
+
+    const QString details = controller.runtimeDetails();
+    m_permission->setVisible(isPermissionDenied(details));
+    m_details->setDetails(details);
+    m_details->setVisible(!details.isEmpty());
+}
+
+QPushButton* DockerNotRunningCard::defaultButton() const {
+    return m_context.controller.colimaPath() ? m_startColima : m_installColima;
 }
 
 } // namespace orvanel

@@ -1,10 +1,11 @@
 #include "app/views/ErrorCard.h"
 
+#include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "app/widgets/DetailsSection.h"
 #include "controller/KumaController.h"
 
-#include <QHBoxLayout>
+#include <QVBoxLayout>
 
 namespace orvanel {
 
@@ -13,7 +14,7 @@ ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
     , m_context(context)
     , m_details(new DetailsSection) {
     m_message = addHeading(Symbol::Kind::crossOctagon, TextStyle::headline, {}, Meaning::bad);
-    m_usePort = addButton(addRow(), {}, [this] { useSuggestedPort(); });
+    m_usePort = addButton(addButtonRow(), {}, [this] { useSuggestedPort(); });
     column()->addWidget(m_details);
 }
 

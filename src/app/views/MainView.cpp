@@ -5,7 +5,9 @@
 #include "app/views/DockerMissingCard.h"
 #include "app/views/DockerNotRunningCard.h"
 #include "app/views/ErrorCard.h"
+#include "app/views/GuideView.h"
 #include "app/views/PullCard.h"
+#include "app/views/SetupCard.h"
 #include "app/views/StartCard.h"
 #include "app/widgets/Divider.h"
 #include "app/widgets/Dot.h"
@@ -14,6 +16,8 @@
 
 #include <QHBoxLayout>
 #include <QScrollArea>
+#include <QScrollBar>
+#include <QShowEvent>
 
 namespace orvanel {
 namespace {
@@ -53,18 +57,32 @@ QScrollArea* MainView::makeScrollArea() {
     m_column->setSpacing(spacing::items);
     m_column->addStretch();
 
-    auto* area = new QScrollArea;
-    area->setAccessibleName(QStringLiteral("Uptime Kuma"));
-    area->setFrameShape(QFrame::NoFrame);
-    area->setWidgetResizable(true);
-    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    area->setWidget(content);
-    return area;
+    m_area = new QScrollArea;
+    m_area->setAccessibleName(QStringLiteral("Uptime Kuma"));
+    m_area->setFrameShape(QFrame::NoFrame);
+    m_area->setWidgetResizable(true);
+    m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_area->setWidget(content);
+    return m_area;
 }
 
 void MainView::showEvent(QShowEvent* event) {
     View::showEvent(event);
     m_trigger.setActive(true);
+    if (!event->spontaneous() && !m_context.controller.hasSeenGuide() && m_guide.isNull()) {
+        // The window that it covers must be there first.
+        QMetaObject::invokeMethod(this, &MainView::showGuide, Qt::QueuedConnection);
+    }
+}
+
+void MainView::showGuide() {
+    if (!isVisible() || !m_guide.isNull()) {
+        return;
+    }
+    m_guide = new GuideView(window());
+    m_guide->setAttribute(Qt::WA_DeleteOnClose);
+    connect(m_guide, &QDialog::finished, this, [this] { m_context.controller.setHasSeenGuide(true); });
+    m_guide->open();
 }
 
 void MainView::hideEvent(QHideEvent* event) {
@@ -90,19 +108,34 @@ void MainView::renderHeader() {
 
 void MainView::renderCard() {
     const KumaController& controller = m_context.controller;
-    const StateCard kind =
-        stateCardFor(controller.dockerState(), controller.pulling(), controller.busy(), controller.kuma());
+    const StateCard kind = stateCardFor(controller.setupBusy(), controller.dockerState(), controller.pulling(),
+                                        controller.busy(), controller.kuma());
     if (kind != m_kind) {
-        // Deleted later: a button of the old card may be what brought us here.
-        if (m_card != nullptr) {
-            m_card->hide();
-            m_card->deleteLater();
-        }
-        m_kind = kind;
-        m_card = makeCard(kind);
-        m_column->insertWidget(0, m_card);
+        replaceCard(kind);
+    } else {
+        m_card->render();
     }
+}
+
+/// In one go, so that nothing half made is ever seen.
+void MainView::replaceCard(StateCard kind) {
+    View* const old = m_card;
+    m_kind = kind;
+    m_card = makeCard(kind);
     m_card->render();
+    m_column->insertWidget(0, m_card);
+    if (old != nullptr) {
+        // The keys must not fall to a button that was not there when they were pressed.
+        if (old->isAncestorOf(window()->focusWidget())) {
+            m_area->setFocus(Qt::OtherFocusReason);
+        }
+        old->hide();
+        // Deleted later: a button of it may be what brought us here.
+        old->deleteLater();
+    }
+    m_card->show();
+    m_area->verticalScrollBar()->setValue(0);
+    m_column->activate();
 }
 
 void MainView::renderError() {
@@ -114,14 +147,21 @@ void MainView::renderError() {
     if (m_errorCard == nullptr) {
         return;
     }
+    const bool isNew = hasError && !m_errorCard->isVisibleTo(this);
     if (hasError) {
         m_errorCard->render();
     }
     m_errorCard->setVisible(hasError);
+    if (isNew) {
+        m_column->activate();
+        m_area->ensureWidgetVisible(m_errorCard, 0, spacing::padding);
+    }
 }
 
 View* MainView::makeCard(StateCard kind) const {
     switch (kind) {
+    case StateCard::setup:
+        return new SetupCard(m_context);
     case StateCard::dockerMissing:
         return new DockerMissingCard(m_context);
     case StateCard::dockerNotRunning:

@@ -4,6 +4,8 @@
 #include "app/views/StateCard.h"
 #include "app/views/View.h"
 
+#include <QPointer>
+
 class QScrollArea;
 class QVBoxLayout;
 
@@ -11,6 +13,7 @@ namespace orvanel {
 
 class Dot;
 class ErrorCard;
+class GuideView;
 class TextLabel;
 
 /// The content of the main window: the health in one line, and below it the one card for the state of things, with an
@@ -34,16 +37,21 @@ private:
     void renderHeader();
     void renderCard();
     void renderError();
+    void replaceCard(StateCard kind);
+    void showGuide();
     View* makeCard(StateCard kind) const;
 
     ViewContext m_context;
     Dot* m_dot = nullptr;
     TextLabel* m_statusLine = nullptr;
+    QScrollArea* m_area = nullptr;
     QVBoxLayout* m_column = nullptr;
     std::optional<StateCard> m_kind;
     View* m_card = nullptr;
     /// Made with the first error.
     ErrorCard* m_errorCard = nullptr;
+    /// Only until it is done.
+    QPointer<GuideView> m_guide;
     RenderTrigger m_trigger;
 };
 

@@ -1,11 +1,12 @@
 #include "app/views/PullCard.h"
 
+#include "app/widgets/BusyBar.h"
+#include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "app/widgets/LogBox.h"
 #include "controller/KumaController.h"
 
-#include <QHBoxLayout>
-#include <QProgressBar>
+#include <QVBoxLayout>
 
 namespace orvanel {
 
@@ -15,12 +16,8 @@ PullCard::PullCard(ViewContext context, QWidget* parent)
     , m_log(new LogBox(QStringLiteral("Output of the download"), QStringLiteral("Waiting for Docker…"))) {
     addText(TextStyle::title3, QStringLiteral("Downloading the Uptime Kuma image"));
     addText(TextStyle::body, QStringLiteral("This is a few hundred MB and only happens the first time."));
-    auto* progress = new QProgressBar;
-    progress->setRange(0, 0);
-    progress->setTextVisible(false);
-    progress->setAccessibleName(QStringLiteral("Download in progress"));
-    column()->addWidget(progress);
-    addButton(addRow(), QStringLiteral("Cancel"), [context] { context.controller.cancelOperation(); });
+    column()->addWidget(new BusyBar(QStringLiteral("Download in progress")));
+    addButton(addButtonRow(), QStringLiteral("Cancel"), [context] { context.controller.cancelOperation(); });
     column()->addWidget(m_log);
 }
 

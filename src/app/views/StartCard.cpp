@@ -1,9 +1,9 @@
 #include "app/views/StartCard.h"
 
+#include "app/Windows.h"
+#include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "controller/KumaController.h"
-
-#include <QHBoxLayout>
 
 namespace orvanel {
 
@@ -12,8 +12,9 @@ StartCard::StartCard(ViewContext context, QWidget* parent)
     , m_context(context) {
     addHeading(Symbol::Kind::playCircle, TextStyle::title3, QStringLiteral("Uptime Kuma is stopped"));
     m_explanation = addText(TextStyle::body);
-    m_start =
-        addDefaultButton(addRow(), QStringLiteral("Start Uptime Kuma"), [context] { context.controller.start(); });
+    ButtonRow* const row = addButtonRow();
+    m_start = addDefaultButton(row, QStringLiteral("Start Uptime Kuma"), [context] { context.controller.start(); });
+    addButton(row, QStringLiteral("Settings"), [context] { context.openWindow(windowId::settings()); });
 }
 
 void StartCard::render() {

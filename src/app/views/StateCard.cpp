@@ -2,7 +2,11 @@
 
 namespace orvanel {
 
-StateCard stateCardFor(DockerState dockerState, bool pulling, const std::optional<QString>& busy, KumaState kuma) {
+StateCard stateCardFor(const std::optional<QString>& setupBusy, DockerState dockerState, bool pulling,
+                       const std::optional<QString>& busy, KumaState kuma) {
+    if (setupBusy) {
+        return StateCard::setup;
+    }
     if (dockerState == DockerState::missing) {
         return StateCard::dockerMissing;
     }

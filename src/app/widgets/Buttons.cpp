@@ -2,12 +2,13 @@
 
 #include "app/widgets/PushButton.h"
 
-#include <QBoxLayout>
+#include <QLayout>
+#include <QMenu>
 
 namespace orvanel {
 namespace {
 
-QPushButton* add(QBoxLayout* layout, const QString& text, PushButton::Kind kind, std::function<void()> action) {
+QPushButton* add(QLayout* layout, const QString& text, PushButton::Kind kind, std::function<void()> action) {
     auto* button = new PushButton(plainButtonText(text), kind);
     QObject::connect(button, &QPushButton::clicked, button, std::move(action));
     layout->addWidget(button);
@@ -28,12 +29,25 @@ void setButtonText(QAbstractButton* button, const QString& text) {
     }
 }
 
-QPushButton* addButton(QBoxLayout* layout, const QString& text, std::function<void()> action) {
+QPushButton* addButton(QLayout* layout, const QString& text, std::function<void()> action) {
     return add(layout, text, PushButton::Kind::plain, std::move(action));
 }
 
-QPushButton* addDefaultButton(QBoxLayout* layout, const QString& text, std::function<void()> action) {
+QPushButton* addDefaultButton(QLayout* layout, const QString& text, std::function<void()> action) {
     return add(layout, text, PushButton::Kind::byDefault, std::move(action));
+}
+
+QMenu* addMenuButton(QLayout* layout, const QString& text) {
+    auto* button = new PushButton(plainButtonText(text), PushButton::Kind::plain);
+    auto* menu = new QMenu(button);
+    button->setMenu(menu);
+    layout->addWidget(button);
+    return menu;
+}
+
+void addMenuEntry(QMenu* menu, const QString& text, std::function<void()> action) {
+    QAction* const entry = menu->addAction(plainButtonText(text));
+    QObject::connect(entry, &QAction::triggered, entry, std::move(action));
 }
 
 } // namespace orvanel

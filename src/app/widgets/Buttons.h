@@ -4,7 +4,8 @@
 
 #include <functional>
 
-class QBoxLayout;
+class QLayout;
+class QMenu;
 
 namespace orvanel {
 
@@ -14,9 +15,15 @@ QString plainButtonText(const QString& text);
 void setButtonText(QAbstractButton* button, const QString& text);
 
 /// Adds a push button to a row or column.
-QPushButton* addButton(QBoxLayout* layout, const QString& text, std::function<void()> action);
+QPushButton* addButton(QLayout* layout, const QString& text, std::function<void()> action);
 
 /// The same, for the one button of a view that Return presses.
-QPushButton* addDefaultButton(QBoxLayout* layout, const QString& text, std::function<void()> action);
+QPushButton* addDefaultButton(QLayout* layout, const QString& text, std::function<void()> action);
+
+/// Adds a button that opens a menu below it.
+QMenu* addMenuButton(QLayout* layout, const QString& text);
+
+/// Adds an entry to such a menu.
+void addMenuEntry(QMenu* menu, const QString& text, std::function<void()> action);
 
 } // namespace orvanel

@@ -15,6 +15,8 @@ double scaleOf(TextStyle style) {
     case TextStyle::body:
     case TextStyle::headline:
         return 1;
+    case TextStyle::title2:
+        return 1.4;
     case TextStyle::title3:
         return 1.2;
     case TextStyle::callout:
@@ -23,6 +25,8 @@ double scaleOf(TextStyle style) {
         return 0.85;
     case TextStyle::smallMonospaced:
         return 0.9;
+    case TextStyle::picture:
+        return 3.4;
     }
     Q_UNREACHABLE();
 }
@@ -40,7 +44,7 @@ QFont fontOf(TextStyle style) {
     } else {
         font.setPixelSize(static_cast<int>(std::lround(desktop.pixelSize() * scaleOf(style))));
     }
-    font.setBold(style == TextStyle::headline || style == TextStyle::title3);
+    font.setBold(style == TextStyle::headline || style == TextStyle::title2 || style == TextStyle::title3);
     return font;
 }
 

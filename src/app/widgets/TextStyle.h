@@ -10,10 +10,12 @@ namespace orvanel {
 enum class TextStyle {
     body,
     headline, ///< bold
+    title2,   ///< the largest, bold
     title3,   ///< larger, bold
     callout,  ///< a little smaller
     caption,  ///< small
     smallMonospaced,
+    picture, ///< for a symbol that stands alone
 };
 
 QFont fontOf(TextStyle style);
@@ -32,6 +34,8 @@ inline constexpr int padding = 16;
 inline constexpr int items = 16;
 /// Between the parts of a card.
 inline constexpr int parts = 10;
+/// Between the lines of a list.
+inline constexpr int lines = 4;
 /// Between things that belong together: a symbol and its heading, the buttons of a row.
 inline constexpr int related = 8;
 } // namespace spacing

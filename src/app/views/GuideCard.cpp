@@ -1,0 +1,116 @@
+#include "app/views/GuideCard.h"
+
+#include "app/widgets/ButtonRow.h"
+#include "app/widgets/Buttons.h"
+#include "controller/KumaController.h"
+#include "platform/Desktop.h"
+
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QVBoxLayout>
+
+namespace orvanel {
+namespace {
+
+constexpr int fieldWidth = 180;
+
+const char* const steps[] = {
+    "1. Open the dashboard and create the admin account.",
+    "2. Add your monitors.",
+    "3. Create a status page, choose a slug, and add the monitors to it.",
+};
+
+} // namespace
+
+GuideCard::GuideCard(ViewContext context, QWidget* parent)
+    : Card(QStringLiteral("Show my monitors here"), parent)
+    , m_context(context)
+    , m_explanation(makeExplanation())
+    , m_slug(makeField()) {
+    auto* label = new TextLabel(TextStyle::body, QStringLiteral("4. Enter the slug:"));
+    label->setWordWrap(false);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(spacing::related);
+    row->addWidget(label);
+    row->addWidget(m_slug);
+    row->addStretch();
+    column()->addWidget(m_explanation);
+    column()->addLayout(row);
+}
+
+QWidget* GuideCard::makeExplanation() {
+    auto* explanation = new QWidget;
+    auto* lines = new QVBoxLayout(explanation);
+    lines->setContentsMargins({});
+    lines->setSpacing(spacing::parts);
+    lines->addWidget(new TextLabel(TextStyle::title3, QStringLiteral("Show my monitors here")));
+    lines->addWidget(new TextLabel(
+        TextStyle::callout, QStringLiteral("Uptime Kuma keeps monitors behind a login, and this app never asks for "
+                                           "your password. It can only read monitors that are on a public status "
+                                           "page.")));
+    auto* list = new QVBoxLayout;
+    list->setSpacing(spacing::lines);
+    for (const char* step : steps) {
+        list->addWidget(new TextLabel(TextStyle::body, QString::fromLatin1(step)));
+    }
+    lines->addLayout(list);
+    auto* row = new ButtonRow;
+    lines->addLayout(row);
+    m_openDashboard = addButton(row, QStringLiteral("Open dashboard"), [context = m_context] {
+        context.desktop.openAddress(context.controller.dashboardURL());
+    });
+    return explanation;
+}
+
+QLineEdit* GuideCard::makeField() {
+    auto* field = new QLineEdit;
+    field->setFixedWidth(fieldWidth);
+    field->setPlaceholderText(QStringLiteral("my-slug"));
+    field->setAccessibleName(QStringLiteral("Status page slug"));
+    field->installEventFilter(this);
+    connect(field, &QLineEdit::textEdited, this, [this](const QString& text) { m_context.controller.setSlug(text); });
+    return field;
+}
+
+void GuideCard::render() {
+    m_openDashboard->setEnabled(m_context.controller.kuma() == KumaState::running);
+    // Setting the same text would move the cursor.
+    if (m_slug->text() != m_context.controller.slug()) {
+        m_slug->setText(m_context.controller.slug());
+    }
+}
+
+void GuideCard::setExplained(bool explained) {
+    m_explanation->setVisible(explained);
+}
+
+bool GuideCard::isBeingTypedIn() const {
+    return window()->focusWidget() == m_slug;
+}
+
+/// Return in the field belongs to the field: it ends the typing and presses no button.
+bool GuideCard::isHandledKey(const QKeyEvent& event) {
+    if (event.key() != Qt::Key_Return && event.key() != Qt::Key_Enter) {
+        return false;
+    }
+    if (!m_slug->text().trimmed().isEmpty()) {
+        focusNextChild();
+    }
+    return true;
+}
+
+bool GuideCard::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_slug && event->type() == QEvent::KeyPress && isHandledKey(*static_cast<QKeyEvent*>(event))) {
+        return true;
+    }
+    if (watched == m_slug && event->type() == QEvent::FocusOut) {
+        const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+        // Another window, or the field's own menu, takes the keys only for a while.
+        if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason) {
+            QMetaObject::invokeMethod(this, &GuideCard::typingEnded, Qt::QueuedConnection);
+        }
+    }
+    return Card::eventFilter(watched, event);
+}
+
+} // namespace orvanel

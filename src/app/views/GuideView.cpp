@@ -1,0 +1,120 @@
+#include "app/views/GuideView.h"
+
+#include "app/widgets/Buttons.h"
+#include "app/widgets/PushButton.h"
+#include "app/widgets/Symbol.h"
+#include "app/widgets/TextLabel.h"
+
+#include <QHBoxLayout>
+#include <QKeyEvent>
+
+#include <array>
+
+namespace orvanel {
+namespace {
+
+constexpr QSize frame{440, 320};
+constexpr int padding = 28;
+
+struct Page {
+    Symbol::Kind symbol;
+    QString title;
+    QString text;
+};
+
+const std::array<Page, 3>& pages() {
+    static const std::array<Page, 3> table{{
+        {Symbol::Kind::heartbeat, QStringLiteral("A control panel for Uptime Kuma"),
+         QStringLiteral("Start and stop Uptime Kuma with one click, see which of your sites are up or down, and open "
+                        "the full dashboard for anything advanced.")},
+        {Symbol::Kind::box, QStringLiteral("It needs a Docker runtime"),
+         QStringLiteral("Uptime Kuma runs in a Docker container. The app uses Colima, a free headless runtime with no "
+                        "desktop app. If it is missing, one click installs it with Homebrew.")},
+        {Symbol::Kind::shieldWithLock, QStringLiteral("Everything stays on this Mac"),
+         QStringLiteral("The container only listens on this Mac (127.0.0.1) and your data lives in Application "
+                        "Support. Nothing is sent to a cloud service by this app.")},
+    }};
+    return table;
+}
+
+int lastPage() {
+    return static_cast<int>(pages().size()) - 1;
+}
+
+bool isReturn(const QKeyEvent& event) {
+    return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+}
+
+TextLabel* addCentred(QVBoxLayout* column, TextStyle style) {
+    auto* label = new TextLabel(style);
+    label->setAlignment(Qt::AlignHCenter);
+    column->addWidget(label);
+    return label;
+}
+
+} // namespace
+
+GuideView::GuideView(QWidget* parent)
+    : QDialog(parent)
+    , m_next(new PushButton({}, PushButton::Kind::byDefault)) {
+    setWindowTitle(QStringLiteral("Welcome to Orvanel"));
+    setWindowModality(Qt::WindowModal);
+    setFixedSize(frame);
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(padding, padding, padding, padding);
+    column->setSpacing(spacing::items);
+    for (const Page& page : pages()) {
+        auto* symbol = new Symbol(page.symbol, TextStyle::picture);
+        symbol->setAccented();
+        m_symbols << symbol;
+        column->addWidget(symbol, 0, Qt::AlignHCenter);
+    }
+    m_title = addCentred(column, TextStyle::title2);
+    m_text = addCentred(column, TextStyle::body);
+    column->addStretch();
+    m_position = addCentred(column, TextStyle::body);
+    m_position->setSecondary();
+    column->addWidget(m_next, 0, Qt::AlignHCenter);
+    connect(m_next, &QPushButton::clicked, this, &GuideView::goOn);
+    showPage(0);
+}
+
+void GuideView::showPage(int page) {
+    m_page = page;
+    const Page& content = pages().at(static_cast<std::size_t>(page));
+    for (int i = 0; i < m_symbols.size(); ++i) {
+        m_symbols[i]->setVisible(i == page);
+    }
+    m_title->setContent(content.title);
+    m_text->setContent(content.text);
+    m_position->setContent(QStringLiteral("%1 of %2").arg(page + 1).arg(pages().size()));
+    setButtonText(m_next, page == lastPage() ? QStringLiteral("Get started") : QStringLiteral("Next"));
+    // Where a screen reader stays on the button, it still tells of the new page.
+    setAccessibleName(content.title);
+    setAccessibleDescription(content.text);
+}
+
+void GuideView::goOn() {
+    if (m_page == lastPage()) {
+        accept();
+        return;
+    }
+    showPage(m_page + 1);
+}
+
+/// Held down, Return would leaf through all pages at once.
+void GuideView::keyPressEvent(QKeyEvent* event) {
+    if (isReturn(*event) && event->isAutoRepeat()) {
+        return;
+    }
+    QDialog::keyPressEvent(event);
+}
+
+void GuideView::changeEvent(QEvent* event) {
+    QDialog::changeEvent(event);
+    if (event->type() == QEvent::FontChange) {
+        refreshTextStyles(this);
+    }
+}
+
+} // namespace orvanel

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QDialog>
+
+namespace orvanel {
+
+class PushButton;
+class Symbol;
+class TextLabel;
+
+/// The introduction for a new user: three pages, one after the other. A sheet over the window that is its parent;
+/// finished() tells that it was read or dismissed.
+class GuideView final : public QDialog {
+    Q_OBJECT
+
+public:
+    explicit GuideView(QWidget* parent);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    void showPage(int page);
+    void goOn();
+
+    int m_page = 0;
+    QList<Symbol*> m_symbols;
+    TextLabel* m_title;
+    TextLabel* m_text;
+    TextLabel* m_position;
+    PushButton* m_next;
+};
+
+} // namespace orvanel

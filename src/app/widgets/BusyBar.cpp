@@ -1,0 +1,66 @@
+#include "app/widgets/BusyBar.h"
+
+#include "app/widgets/AccessibleRole.h"
+
+#include <QPainter>
+#include <QTimerEvent>
+
+#include <cmath>
+#include <numbers>
+
+namespace orvanel {
+namespace {
+
+constexpr int barHeight = 6;
+constexpr int millisecondsPerFrame = 40;
+constexpr double secondsPerRound = 2.4;
+/// How much of the bar is filled.
+constexpr double share = 0.3;
+constexpr float trackOpacity = 0.14F;
+
+} // namespace
+
+BusyBar::BusyBar(const QString& name, QWidget* parent)
+    : QWidget(parent) {
+    setFixedHeight(barHeight);
+    setAccessibleRole(this, QAccessible::ProgressBar);
+    setAccessibleName(name);
+}
+
+void BusyBar::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    const QRectF track(rect());
+    const double radius = track.height() / 2;
+    QColor shade = palette().color(QPalette::WindowText);
+    shade.setAlphaF(trackOpacity);
+    painter.setBrush(shade);
+    painter.drawRoundedRect(track, radius, radius);
+
+    // Back and forth, slower at the ends.
+    const double seconds = m_sinceShown.isValid() ? static_cast<double>(m_sinceShown.elapsed()) / 1000 : 0;
+    const double way = (1 - std::cos(2 * std::numbers::pi * seconds / secondsPerRound)) / 2;
+    const double width = track.width() * share;
+    painter.setBrush(palette().color(QPalette::Active, QPalette::Highlight));
+    painter.drawRoundedRect(QRectF((track.width() - width) * way, 0, width, track.height()), radius, radius);
+}
+
+void BusyBar::timerEvent(QTimerEvent* event) {
+    if (event->timerId() == m_timer.timerId()) {
+        update();
+    }
+}
+
+void BusyBar::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    m_sinceShown.start();
+    m_timer.start(millisecondsPerFrame, this);
+}
+
+void BusyBar::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    m_timer.stop();
+}
+
+} // namespace orvanel

@@ -1,0 +1,93 @@
+#include "app/widgets/ButtonRow.h"
+
+#include "app/widgets/TextStyle.h"
+
+#include <QStyle>
+#include <QWidget>
+
+#include <algorithm>
+
+namespace orvanel {
+
+ButtonRow::ButtonRow(QWidget* parent)
+    : QLayout(parent) {
+    setContentsMargins({});
+    setSpacing(spacing::related);
+}
+
+ButtonRow::~ButtonRow() {
+    qDeleteAll(m_items);
+}
+
+void ButtonRow::addItem(QLayoutItem* item) {
+    m_items.append(item);
+    invalidate();
+}
+
+QLayoutItem* ButtonRow::takeAt(int index) {
+    if (index < 0 || index >= m_items.size()) {
+        return nullptr;
+    }
+    QLayoutItem* const item = m_items.takeAt(index);
+    invalidate();
+    return item;
+}
+
+int ButtonRow::heightForWidth(int width) const {
+    return arrange(QRect(0, 0, width, 0), false);
+}
+
+/// All in one row.
+QSize ButtonRow::sizeHint() const {
+    QSize size;
+    for (const QLayoutItem* item : m_items) {
+        if (!item->isEmpty()) {
+            const int gap = size.width() > 0 ? spacing() : 0;
+            size = QSize(size.width() + gap + item->sizeHint().width(),
+                         std::max(size.height(), item->sizeHint().height()));
+        }
+    }
+    return size;
+}
+
+/// As wide as the widest.
+QSize ButtonRow::minimumSize() const {
+    QSize size;
+    for (const QLayoutItem* item : m_items) {
+        if (!item->isEmpty()) {
+            size = size.expandedTo(item->sizeHint());
+        }
+    }
+    return size;
+}
+
+void ButtonRow::setGeometry(const QRect& area) {
+    QLayout::setGeometry(area);
+    arrange(area, true);
+}
+
+int ButtonRow::arrange(const QRect& area, bool move) const {
+    const Qt::LayoutDirection direction =
+        parentWidget() != nullptr ? parentWidget()->layoutDirection() : Qt::LeftToRight;
+    QPoint corner = area.topLeft();
+    int rowHeight = 0;
+    for (QLayoutItem* item : m_items) {
+        if (item->isEmpty()) {
+            continue;
+        }
+        const QSize size = item->sizeHint();
+        const bool fits = corner.x() + size.width() <= area.left() + area.width();
+        if (!fits && corner.x() > area.left()) {
+            corner = QPoint(area.left(), corner.y() + rowHeight + spacing());
+            rowHeight = 0;
+        }
+        if (move) {
+            item->setGeometry(QStyle::visualRect(direction, area, QRect(corner, size)));
+        }
+        corner.rx() += size.width() + spacing();
+        rowHeight = std::max(rowHeight, size.height());
+    }
+    return corner.y() + rowHeight - area.top();
+}
+
+} // namespace orvanel

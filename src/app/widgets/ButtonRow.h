@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QLayout>
+
+namespace orvanel {
+
+/// Buttons that belong together, side by side; what does not fit goes on in the next row, so that large fonts and
+/// narrow windows cut nothing off.
+class ButtonRow final : public QLayout {
+    Q_OBJECT
+
+public:
+    explicit ButtonRow(QWidget* parent = nullptr);
+    ~ButtonRow() override;
+
+    void addItem(QLayoutItem* item) override;
+    int count() const override { return static_cast<int>(m_items.size()); }
+    QLayoutItem* itemAt(int index) const override { return m_items.value(index); }
+    QLayoutItem* takeAt(int index) override;
+
+    Qt::Orientations expandingDirections() const override { return {}; }
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
+    QSize sizeHint() const override;
+    QSize minimumSize() const override;
+    void setGeometry(const QRect& area) override;
+
+private:
+    /// Places the items when `move` is set; the height that they take.
+    int arrange(const QRect& area, bool move) const;
+
+    QList<QLayoutItem*> m_items;
+};
+
+} // namespace orvanel
