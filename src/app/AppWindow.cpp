@@ -3,10 +3,12 @@
 #include "app/widgets/TextStyle.h"
 #include "platform/AppIdentity.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QIcon>
+#include <QKeyEvent>
 
 namespace orvanel {
 
@@ -29,6 +31,24 @@ void AppWindow::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() == QEvent::FontChange) {
         refreshTextStyles(this);
+    }
+}
+
+/// Only dialogs of Qt have a default button, so Return is looked after here: the focused button first, as on other
+/// desktops, then the default.
+void AppWindow::keyPressEvent(QKeyEvent* event) {
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    // Held down it would press whatever button comes next.
+    if (!isReturn || event->isAutoRepeat()) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    QAbstractButton* button = qobject_cast<QAbstractButton*>(focusWidget());
+    if (button == nullptr) {
+        button = defaultButton();
+    }
+    if (button != nullptr && button->isVisible()) {
+        button->click();
     }
 }
 

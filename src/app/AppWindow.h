@@ -2,9 +2,12 @@
 
 #include <QWidget>
 
+class QAbstractButton;
+
 namespace orvanel {
 
-/// What all windows of the program share: Ctrl+Q quits, Ctrl+W closes, and their texts follow the desktop's font.
+/// What all windows of the program share: Ctrl+Q quits, Ctrl+W closes, Return presses a button, and their texts follow
+/// the desktop's font.
 class AppWindow : public QWidget {
     Q_OBJECT
 
@@ -12,7 +15,11 @@ public:
     explicit AppWindow(const QString& title);
 
 protected:
+    /// The button that Return presses while none has the focus, or nullptr.
+    virtual QAbstractButton* defaultButton() const { return nullptr; }
+
     void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 };
 
 } // namespace orvanel

@@ -2,8 +2,6 @@
 
 #include "app/views/MainView.h"
 
-#include <QAbstractButton>
-#include <QKeyEvent>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -24,22 +22,8 @@ MainWindow::MainWindow(ViewContext context)
     layout->addWidget(m_view);
 }
 
-/// Only dialogs of Qt have a default button, so Return is looked after here: the focused button first, as on other
-/// desktops, then the view's default.
-void MainWindow::keyPressEvent(QKeyEvent* event) {
-    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    // Held down it would press whatever button comes next.
-    if (!isReturn || event->isAutoRepeat()) {
-        AppWindow::keyPressEvent(event);
-        return;
-    }
-    QAbstractButton* button = qobject_cast<QAbstractButton*>(focusWidget());
-    if (button == nullptr) {
-        button = m_view->defaultButton();
-    }
-    if (button != nullptr && button->isVisible()) {
-        button->click();
-    }
+QAbstractButton* MainWindow::defaultButton() const {
+    return m_view->defaultButton();
 }
 
 } // namespace orvanel

@@ -15,7 +15,7 @@ public:
     explicit MainWindow(ViewContext context);
 
 protected:
-    void keyPressEvent(QKeyEvent* event) override;
+    QAbstractButton* defaultButton() const override;
 
 private:
     MainView* m_view;

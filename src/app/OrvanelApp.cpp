@@ -1,5 +1,6 @@
 #include "app/OrvanelApp.h"
 
+#include "app/LogsWindow.h"
 #include "app/MainWindow.h"
 
 #include <QApplication>
@@ -36,6 +37,7 @@ void OrvanelApp::addWindows() {
         [this](const QString& id) { m_windows->open(id); },
     };
     m_windows->add(windowId::main(), [context] { return new MainWindow(context); });
+    m_windows->add(windowId::logs(), [this] { return new LogsWindow(m_controller, *m_surroundings.controller.clock); });
 }
 
 void OrvanelApp::start() {

@@ -48,6 +48,8 @@ private Q_SLOTS:
         }
         QVERIFY(contrast(secondaryTextColor(palette), window) >= 4.5);
         QVERIFY(contrast(secondaryTextColor(palette), cardColor(palette)) >= 4.5);
+        QVERIFY(contrast(switchOffColor(palette), cardColor(palette)) >= 3);
+        QVERIFY(contrast(switchOffColor(palette), Qt::white) >= 3);
     }
 
     void everyHealthHasItsColorAndItsWord() {

@@ -1,4 +1,5 @@
 #include "app/widgets/DetailsSection.h"
+#include "app/widgets/KeptText.h"
 #include "app/widgets/LogBox.h"
 #include "support/Await.h"
 
@@ -69,6 +70,47 @@ private Q_SLOTS:
         QCOMPARE(box.toPlainText(), QStringLiteral("bc\n"));
         box.setContent({});
         QCOMPARE(box.toPlainText(), QString());
+    }
+
+    void whatIsKept_data() {
+        QTest::addColumn<QString>("old");
+        QTest::addColumn<QString>("next");
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("size");
+        const QString all = lines(100);
+        const int end = static_cast<int>(all.size());
+        const int tenth = static_cast<int>(lines(10).size());
+        QTest::newRow("nothing was there") << QString() << all << 0 << 0;
+        QTest::newRow("nothing is left") << all << QString() << 0 << 0;
+        QTest::newRow("the same") << all << all << 0 << end;
+        QTest::newRow("more") << all << all + QStringLiteral("x") << 0 << end;
+        QTest::newRow("less") << all << all.chopped(7) << 0 << end - 7;
+        QTest::newRow("another end") << all << all.chopped(7) + QStringLiteral("-") << 0 << end - 7;
+        QTest::newRow("less at the front") << all << all.mid(tenth) << tenth << end - tenth;
+        QTest::newRow("moved on") << all << all.mid(tenth) + QStringLiteral("x\n") << tenth << end - tenth;
+        QTest::newRow("moved on within a line")
+            << all << all.mid(tenth + 2) + QStringLiteral("x") << tenth + 2 << end - tenth - 2;
+        QTest::newRow("moved on, another end")
+            << all << all.mid(tenth).chopped(7) + QStringLiteral("-") << tenth << end - tenth - 7;
+        QTest::newRow("something else") << QString(300, u'a') << QString(300, u'b') << 0 << 0;
+        QTest::newRow("repeated") << QString(300, u'a') << QString(301, u'a') << 0 << 300;
+        QTest::newRow("half a character") << QStringLiteral("a😀") << QStringLiteral("a😁") << 0 << 1;
+    }
+    void whatIsKept() {
+        QFETCH(const QString, old);
+        QFETCH(const QString, next);
+        QFETCH(const int, from);
+        QFETCH(const int, size);
+        const KeptText kept = keptText(old, next);
+        QCOMPARE(kept.from, from);
+        QCOMPARE(kept.size, size);
+    }
+
+    void escapeSequencesAreNotShown() {
+        TextBox box(QStringLiteral("Output"));
+        box.setContent(QStringLiteral("\x1b[31mred\x1b[0m\r\n"));
+        QCOMPARE(box.toPlainText(), QStringLiteral("red"));
+        QCOMPARE(box.content(), QStringLiteral("red\n"));
     }
 
     void tabLeavesTheBox() { QVERIFY(TextBox(QStringLiteral("Output")).tabChangesFocus()); }

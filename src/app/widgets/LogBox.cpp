@@ -1,7 +1,5 @@
 #include "app/widgets/LogBox.h"
 
-#include <QScrollBar>
-
 namespace orvanel {
 namespace {
 
@@ -12,23 +10,12 @@ constexpr int boxHeight = 180;
 LogBox::LogBox(const QString& name, const QString& placeholder, QWidget* parent)
     : TextBox(name, parent) {
     setFixedHeight(boxHeight);
+    setFollowing(true);
     setPlaceholderText(placeholder);
 }
 
 void LogBox::setLog(const QString& text) {
-    if (setContent(text)) {
-        scrollToEnd();
-    }
-}
-
-/// Narrower lines wrap into more of them.
-void LogBox::resizeEvent(QResizeEvent* event) {
-    TextBox::resizeEvent(event);
-    scrollToEnd();
-}
-
-void LogBox::scrollToEnd() {
-    verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+    setContent(text);
 }
 
 } // namespace orvanel

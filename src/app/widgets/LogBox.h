@@ -13,12 +13,6 @@ public:
     LogBox(const QString& name, const QString& placeholder, QWidget* parent = nullptr);
 
     void setLog(const QString& text);
-
-protected:
-    void resizeEvent(QResizeEvent* event) override;
-
-private:
-    void scrollToEnd();
 };
 
 } // namespace orvanel

@@ -79,6 +79,10 @@ QColor secondaryTextColor(const QPalette& palette) {
                             mix(text.blueF(), window.blueF()));
 }
 
+QColor switchOffColor(const QPalette& palette) {
+    return QColor(isDark(palette) ? 0x85858c : 0x7c7c84);
+}
+
 QColor statusDotColor(Meaning meaning) {
     return QColor(shadesOf(meaning).status);
 }

@@ -31,6 +31,8 @@ QColor dotColor(Meaning meaning, const QPalette& palette);
 QColor textColor(Meaning meaning, const QPalette& palette);
 /// For less important text: at least 4.5:1 as well.
 QColor secondaryTextColor(const QPalette& palette);
+/// For the track of a switch that is off: at least 3:1 against the window and against the white knob on it.
+QColor switchOffColor(const QPalette& palette);
 
 /// For the status icon, whose panel may be light or dark without our knowledge: the dot, and the thin ring inside its
 /// edge. One of the two stands out on any panel.

@@ -1,10 +1,14 @@
 #include "app/widgets/TextBox.h"
 
+#include "app/PlainLog.h"
+#include "app/widgets/KeptText.h"
 #include "app/widgets/StateColors.h"
 #include "app/widgets/TextStyle.h"
 
-#include <QEvent>
+#include <QKeyEvent>
 #include <QPainter>
+#include <QScrollBar>
+#include <QTextBlock>
 
 #include <algorithm>
 #include <cmath>
@@ -13,15 +17,50 @@ namespace orvanel {
 namespace {
 
 constexpr double cornerRadius = 6;
-constexpr float backgroundOpacity = 0.08F;
-/// On a dark window the same veil would hardly be seen.
-constexpr float backgroundOpacityOnDark = 0.3F;
+constexpr double usualShade = 0.08;
+/// On a dark window the same shade would hardly be seen.
+constexpr double darkFactor = 3.75;
 constexpr int margin = 8;
+
+/// The end of the last line is no empty line below it.
+QStringView linesOf(const QString& text) {
+    return QStringView(text).chopped(text.endsWith(u'\n') ? 1 : 0);
+}
+
+int asPosition(qsizetype index) {
+    return static_cast<int>(index);
+}
+
+void removeText(QTextDocument* document, qsizetype from, qsizetype to) {
+    QTextCursor cursor(document);
+    cursor.setPosition(asPosition(from));
+    cursor.setPosition(asPosition(to), QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+}
+
+/// Where a selection, or the bare cursor, begins and ends.
+struct Selection {
+    int anchor = 0;
+    int position = 0;
+
+    explicit Selection(const QTextCursor& cursor)
+        : anchor(cursor.anchor())
+        , position(cursor.position()) {}
+    bool operator==(const Selection&) const = default;
+
+    /// Where it is when only the kept part of the text is left, at the front.
+    void moveWith(const KeptText& kept) {
+        for (int* end : {&anchor, &position}) {
+            *end = asPosition(std::clamp<qsizetype>(*end - kept.from, 0, kept.size));
+        }
+    }
+};
 
 } // namespace
 
 TextBox::TextBox(const QString& name, QWidget* parent)
-    : QPlainTextEdit(parent) {
+    : QPlainTextEdit(parent)
+    , m_shade(usualShade) {
     setAccessibleName(name);
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
@@ -40,17 +79,56 @@ bool TextBox::setContent(const QString& text) {
         return false;
     }
     m_content = text;
-    // The end of the last line is no empty line below it.
-    const QString lines = text.endsWith(QLatin1Char('\n')) ? text.chopped(1) : text;
-    if (!m_shown.isEmpty() && lines.startsWith(m_shown)) {
-        QTextCursor end(document());
-        end.movePosition(QTextCursor::End);
-        end.insertText(lines.mid(m_shown.size()));
-    } else {
-        setPlainText(lines);
+    const QString plain = plainLog(text);
+    if (plain == m_plain) {
+        return false;
     }
-    m_shown = lines;
+    showLines(linesOf(plain));
+    m_plain = plain;
+    if (m_isFollowing) {
+        scrollToEnd();
+    }
     return true;
+}
+
+void TextBox::showLines(QStringView lines) {
+    const QStringView old = linesOf(m_plain);
+    const KeptText kept = keptText(old, lines);
+    const QTextBlock topBlock = firstVisibleBlock();
+    const bool isTopKept = topBlock.position() >= kept.from;
+    const int hiddenLines = verticalScrollBar()->value() - topBlock.firstLineNumber();
+    const QTextCursor top(topBlock);
+    Selection selection(textCursor());
+
+    if (kept.size == 0) {
+        const int value = verticalScrollBar()->value();
+        setPlainText(lines.toString());
+        verticalScrollBar()->setValue(value);
+        return;
+    }
+    removeText(document(), kept.from + kept.size, old.size());
+    removeText(document(), 0, kept.from);
+    QTextCursor end(document());
+    end.movePosition(QTextCursor::End);
+    end.insertText(lines.sliced(kept.size).toString());
+
+    selection.moveWith(kept);
+    // A selection that reaches to the end would have grown with the text.
+    if (selection != Selection(textCursor())) {
+        QTextCursor cursor(document());
+        cursor.setPosition(selection.anchor);
+        cursor.setPosition(selection.position, QTextCursor::KeepAnchor);
+        setTextCursor(cursor);
+    }
+    verticalScrollBar()->setValue(isTopKept ? top.block().firstLineNumber() + hiddenLines : 0);
+}
+
+/// Lines that come into view are wrapped only then, so that the end may move away.
+void TextBox::scrollToEnd() {
+    QScrollBar* const bar = verticalScrollBar();
+    do {
+        bar->setValue(bar->maximum());
+    } while (bar->value() < bar->maximum());
 }
 
 void TextBox::fitHeight(int maximum) {
@@ -58,7 +136,25 @@ void TextBox::fitHeight(int maximum) {
     setFixedHeight(std::min(maximum, lines * fontMetrics().lineSpacing() + 2 * margin));
 }
 
+void TextBox::setShade(double opacity) {
+    m_shade = opacity;
+    update();
+}
+
+void TextBox::resizeEvent(QResizeEvent* event) {
+    QPlainTextEdit::resizeEvent(event);
+    // Narrower lines wrap into more of them.
+    if (m_isFollowing) {
+        scrollToEnd();
+    }
+}
+
 bool TextBox::event(QEvent* event) {
+    // What is selected is copied here; without a selection others may have something to copy.
+    if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy)) {
+        event->setAccepted(textCursor().hasSelection());
+        return true;
+    }
     // The box itself, below its transparent viewport.
     if (event->type() == QEvent::Paint) {
         paintBox();
@@ -71,7 +167,9 @@ void TextBox::paintBox() {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(hasFocus() ? QPen(palette().color(QPalette::Highlight), 1) : QPen(Qt::NoPen));
-    painter.setBrush(QColor::fromRgbF(0, 0, 0, isDark(palette()) ? backgroundOpacityOnDark : backgroundOpacity));
+    QColor shade = Qt::black;
+    shade.setAlphaF(static_cast<float>(isDark(palette()) ? m_shade * darkFactor : m_shade));
+    painter.setBrush(shade);
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
 }
 

@@ -4,7 +4,7 @@
 
 namespace orvanel {
 
-/// Raw text of a tool: small monospaced, selectable, scrolling, never taken for anything but plain text.
+/// Output of a tool: small monospaced, selectable, scrolling, and never anything but plain text (see plainLog()).
 class TextBox : public QPlainTextEdit {
     Q_OBJECT
 
@@ -12,19 +12,33 @@ public:
     /// `name` is what a screen reader calls it.
     explicit TextBox(const QString& name, QWidget* parent = nullptr);
 
-    /// A text that continues the one shown is added to it, so that the selection stays. False when it is the same.
+    /// Changes what differs from the text shown and no more: what is selected stays selected, and the place in the
+    /// text stays where it is, also where lines went at the front while others came at the end. False when it is the
+    /// same.
     bool setContent(const QString& text);
+    /// The text as plainLog() has made it.
+    QString content() const { return m_plain; }
+
+    /// Whether the end comes into view with every change. At first it does not.
+    void setFollowing(bool following) { m_isFollowing = following; }
     /// As high as the text, but no higher than this many pixels. Without it the layout decides.
     void fitHeight(int maximum);
+    /// How much darker than its surroundings the box is in a light palette, from 0 to 1.
+    void setShade(double opacity);
 
 protected:
     bool event(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void showLines(QStringView lines);
+    void scrollToEnd();
     void paintBox();
 
     QString m_content;
-    QString m_shown;
+    QString m_plain;
+    bool m_isFollowing = false;
+    double m_shade;
 };
 
 } // namespace orvanel

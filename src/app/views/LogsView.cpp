@@ -1,0 +1,144 @@
+#include "app/views/LogsView.h"
+
+#include "app/widgets/Buttons.h"
+#include "app/widgets/Switch.h"
+#include "app/widgets/TextBox.h"
+#include "app/widgets/TextStyle.h"
+#include "controller/KumaController.h"
+#include "platform/Dialogs.h"
+#include "task/Sleep.h"
+#include "task/Worker.h"
+
+#include <QAction>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QSaveFile>
+#include <QVBoxLayout>
+
+namespace orvanel {
+namespace {
+
+constexpr std::chrono::seconds followInterval{2};
+constexpr double shade = 0.06;
+
+QString noLogs() {
+    return QStringLiteral("No logs yet.");
+}
+
+/// Whole or not at all; when it fails nobody is told.
+void writeFile(const QString& path, const QString& text) {
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(text.toUtf8());
+        file.commit();
+    }
+}
+
+} // namespace
+
+LogsView::LogsView(Surroundings surroundings, QWidget* parent)
+    : QWidget(parent)
+    , m_surroundings(surroundings)
+    , m_follow(new Switch(QStringLiteral("Follow")))
+    , m_logs(new TextBox(QStringLiteral("Logs"))) {
+    m_logs->setPlaceholderText(noLogs());
+    m_logs->setAccessibleDescription(noLogs());
+    m_logs->setShade(shade);
+    connect(m_follow, &Switch::toggled, m_logs, &TextBox::setFollowing);
+    m_follow->setChecked(true);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(spacing::padding, spacing::padding, spacing::padding, spacing::padding);
+    column->setSpacing(spacing::parts);
+    column->addLayout(makeToolbar());
+    column->addWidget(m_logs, 1);
+
+    addShortcut(QKeySequence::Refresh, &LogsView::refresh);
+    addShortcut(QKeySequence::Copy, &LogsView::copy);
+    addShortcut(QKeySequence::Save, &LogsView::save);
+}
+
+LogsView::~LogsView() {
+    m_followTask.request_stop();
+}
+
+QHBoxLayout* LogsView::makeToolbar() {
+    auto* row = new QHBoxLayout;
+    row->setSpacing(spacing::related);
+    addButton(row, QStringLiteral("Refresh"), [this] { refresh(); })->setToolTip(QStringLiteral("F5"));
+    row->addSpacing(spacing::related);
+    row->addWidget(m_follow);
+    row->addStretch();
+    addButton(row, QStringLiteral("Copy"), [this] { copy(); })->setToolTip(QStringLiteral("Ctrl+C"));
+    addButton(row, QStringLiteral("Save…"), [this] { save(); })->setToolTip(QStringLiteral("Ctrl+S"));
+    return row;
+}
+
+void LogsView::addShortcut(const QKeySequence& keys, void (LogsView::*action)()) {
+    auto* shortcut = new QAction(this);
+    shortcut->setShortcut(keys);
+    // A key held down must not start one reading after another.
+    shortcut->setAutoRepeat(false);
+    connect(shortcut, &QAction::triggered, this, action);
+    addAction(shortcut);
+}
+
+void LogsView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (!m_hasBegun) {
+        m_hasBegun = true;
+        m_tasks.start(follow(this, &m_surroundings.controller, &m_surroundings.clock, m_followTask.get_token()),
+                      QStringLiteral("follow the logs"));
+    }
+}
+
+void LogsView::refresh() {
+    m_tasks.start(fetchOnce(this, &m_surroundings.controller), QStringLiteral("refresh the logs"));
+}
+
+void LogsView::copy() {
+    QGuiApplication::clipboard()->setText(m_logs->content());
+}
+
+void LogsView::save() {
+    m_tasks.start(chooseAndSave(this, &m_surroundings.dialogs), QStringLiteral("save the logs"));
+}
+
+void LogsView::setLogs(const QString& text) {
+    m_logs->setContent(text);
+    // A screen reader is not told of a placeholder.
+    m_logs->setAccessibleDescription(m_logs->content().isEmpty() ? noLogs() : QString());
+}
+
+QCoro::Task<void> LogsView::follow(Self self, KumaController* controller, Clock* clock, std::stop_token stop) {
+    while (!stop.stop_requested()) {
+        const QString text = co_await controller->fetchLogs();
+        if (self.isNull()) {
+            co_return;
+        }
+        self->setLogs(text);
+        if (!self->m_follow->isChecked()) {
+            co_return;
+        }
+        co_await sleepFor(clock, followInterval, stop);
+    }
+}
+
+QCoro::Task<void> LogsView::fetchOnce(Self self, KumaController* controller) {
+    const QString text = co_await controller->fetchLogs();
+    if (!self.isNull()) {
+        self->setLogs(text);
+    }
+}
+
+QCoro::Task<void> LogsView::chooseAndSave(Self self, Dialogs* dialogs) {
+    const SavePanel panel{.title = QStringLiteral("Save the logs of Uptime Kuma"),
+                          .message = {},
+                          .proposedName = QStringLiteral("uptime-kuma-logs.txt")};
+    const std::optional<QString> path = co_await dialogs->chooseSavePath(panel);
+    if (path && !self.isNull()) {
+        startOnWorker([path = *path, text = self->m_logs->content()] { writeFile(path, text); });
+    }
+}
+
+} // namespace orvanel

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "task/TaskScope.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <stop_token>
+
+class QHBoxLayout;
+class QKeySequence;
+
+namespace orvanel {
+
+class Clock;
+class Dialogs;
+class KumaController;
+class Switch;
+class TextBox;
+
+/// The content of the logs window: what the container has last printed, read again every two seconds while "Follow" is
+/// on. Reading begins when the view is first shown; once "Follow" has ended it, it stays ended for the life of the
+/// view.
+class LogsView final : public QWidget {
+    Q_OBJECT
+
+public:
+    /// All of them outlive the view, and what it has under way when it goes.
+    struct Surroundings {
+        KumaController& controller;
+        Dialogs& dialogs;
+        Clock& clock;
+    };
+
+    explicit LogsView(Surroundings surroundings, QWidget* parent = nullptr);
+    ~LogsView() override;
+
+    void refresh();
+    /// Puts the whole log on the clipboard.
+    void copy();
+    /// Asks for a file, and writes the whole log to it.
+    void save();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    using Self = QPointer<LogsView>;
+    // The view may be gone whenever one of these goes on.
+    static QCoro::Task<void> follow(Self self, KumaController* controller, Clock* clock, std::stop_token stop);
+    static QCoro::Task<void> fetchOnce(Self self, KumaController* controller);
+    static QCoro::Task<void> chooseAndSave(Self self, Dialogs* dialogs);
+
+    QHBoxLayout* makeToolbar();
+    void addShortcut(const QKeySequence& keys, void (LogsView::*action)());
+    void setLogs(const QString& text);
+
+    const Surroundings m_surroundings;
+    Switch* m_follow;
+    TextBox* m_logs;
+    bool m_hasBegun = false;
+    /// Stopped when the view goes.
+    std::stop_source m_followTask;
+    TaskScope m_tasks;
+};
+
+} // namespace orvanel
