@@ -2,6 +2,7 @@
 
 #include "app/LogsWindow.h"
 #include "app/MainWindow.h"
+#include "app/SettingsWindow.h"
 
 #include <QApplication>
 
@@ -10,7 +11,7 @@ namespace orvanel {
 OrvanelApp::OrvanelApp(const Surroundings& surroundings)
     : m_surroundings(surroundings)
     , m_windows(std::make_unique<Windows>())
-    , m_dialogs([this] { return m_windows != nullptr ? m_windows->open(windowId::main()) : nullptr; })
+    , m_dialogs([this] { return windowForQuestions(); })
     , m_controller(withDialogs(surroundings.controller))
     , m_delegate(m_controller)
     , m_quitPath(m_delegate) {
@@ -30,6 +31,15 @@ ControllerEnvironment OrvanelApp::withDialogs(ControllerEnvironment environment)
     return environment;
 }
 
+/// The one in which the user asked for what is in question; from the menu it may be none.
+QWidget* OrvanelApp::windowForQuestions() {
+    if (m_windows == nullptr) {
+        return nullptr;
+    }
+    QWidget* const active = m_windows->active();
+    return active != nullptr ? active : m_windows->open(windowId::main());
+}
+
 void OrvanelApp::addWindows() {
     const ViewContext context{
         m_controller,
@@ -37,6 +47,7 @@ void OrvanelApp::addWindows() {
         [this](const QString& id) { m_windows->open(id); },
     };
     m_windows->add(windowId::main(), [context] { return new MainWindow(context); });
+    m_windows->add(windowId::settings(), [context] { return new SettingsWindow(context); });
     m_windows->add(windowId::logs(), [this] { return new LogsWindow(m_controller, *m_surroundings.controller.clock); });
 }
 
@@ -53,8 +64,8 @@ void OrvanelApp::start() {
     QMetaObject::invokeMethod(&m_delegate, &AppDelegate::applicationDidFinishLaunching, Qt::QueuedConnection);
 }
 
-QWidget* OrvanelApp::mainWindow() const {
-    return m_windows != nullptr ? m_windows->find(windowId::main()) : nullptr;
+QWidget* OrvanelApp::window(const QString& id) const {
+    return m_windows != nullptr ? m_windows->find(id) : nullptr;
 }
 
 void OrvanelApp::openMainWindow(const QString& activationToken) {

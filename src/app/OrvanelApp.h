@@ -33,13 +33,15 @@ public:
 
     KumaController& controller() { return m_controller; }
     /// The open one, or nullptr.
-    QWidget* mainWindow() const;
+    QWidget* window(const QString& id) const;
+    QWidget* mainWindow() const { return window(windowId::main()); }
     /// From start() to the end of the event loop.
     const StatusItem* statusItem() const { return m_statusItem.get(); }
 
 private:
     ControllerEnvironment withDialogs(ControllerEnvironment environment);
     void addWindows();
+    QWidget* windowForQuestions();
 
     const Surroundings m_surroundings;
     std::unique_ptr<Windows> m_windows;

@@ -57,6 +57,15 @@ QWidget* Windows::find(const QString& id) const {
     return window->isVisible() ? window : nullptr;
 }
 
+QWidget* Windows::active() const {
+    for (const QPointer<QWidget>& window : m_windows) {
+        if (window != nullptr && window->isVisible() && window->isActiveWindow()) {
+            return window;
+        }
+    }
+    return nullptr;
+}
+
 void Windows::closeForGood() {
     m_factories.clear();
     for (const QPointer<QWidget>& window : std::as_const(m_windows)) {

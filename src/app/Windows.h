@@ -37,6 +37,8 @@ public:
     QWidget* open(const QString& id, const QString& activationToken = {});
     /// The open window, or nullptr.
     QWidget* find(const QString& id) const;
+    /// The open window that has the user's attention, or nullptr.
+    QWidget* active() const;
 
     /// Closes all windows and refuses to open others: the program is about to leave.
     void closeForGood();

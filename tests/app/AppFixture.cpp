@@ -24,15 +24,18 @@ AppFixture::~AppFixture() {
     KumaController& controller = m_app->controller();
     controller.shutdownPolling();
     controller.cancelOperation();
-    // With whatever question is over it.
-    delete mainWindow();
+    // With whatever question is over them.
+    for (const QString& id : {windowId::main(), windowId::logs(), windowId::settings()}) {
+        delete m_app->window(id);
+    }
     page.letGo();
+    const auto isIdle = [&] { return controller.isIdle() && underWay().isEmpty(); };
     const bool ended = waitUntil([&] {
         settle();
-        if (!controller.isIdle()) {
+        if (!isIdle()) {
             clock.advance(std::max(clock.untilNextTimer(), std::chrono::milliseconds(0)));
         }
-        return controller.isIdle();
+        return isIdle();
     });
     if (!ended) {
         qFatal("the controller did not end");

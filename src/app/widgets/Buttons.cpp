@@ -33,6 +33,10 @@ QPushButton* addButton(QLayout* layout, const QString& text, std::function<void(
     return add(layout, text, PushButton::Kind::plain, std::move(action));
 }
 
+QPushButton* addDestructiveButton(QLayout* layout, const QString& text, std::function<void()> action) {
+    return add(layout, text, PushButton::Kind::destructive, std::move(action));
+}
+
 QPushButton* addDefaultButton(QLayout* layout, const QString& text, std::function<void()> action) {
     return add(layout, text, PushButton::Kind::byDefault, std::move(action));
 }

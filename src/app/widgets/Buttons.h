@@ -20,6 +20,9 @@ QPushButton* addButton(QLayout* layout, const QString& text, std::function<void(
 /// The same, for the one button of a view that Return presses.
 QPushButton* addDefaultButton(QLayout* layout, const QString& text, std::function<void()> action);
 
+/// The same, for a button that deletes what cannot be brought back.
+QPushButton* addDestructiveButton(QLayout* layout, const QString& text, std::function<void()> action);
+
 /// Adds a button that opens a menu below it.
 QMenu* addMenuButton(QLayout* layout, const QString& text);
 

@@ -1,5 +1,7 @@
 #include "app/widgets/PushButton.h"
 
+#include "app/widgets/StateColors.h"
+
 #include <QApplication>
 #include <QEvent>
 
@@ -34,6 +36,16 @@ void PushButton::applyColors() {
         return;
     }
     const QPalette surroundings = parentWidget() != nullptr ? parentWidget()->palette() : QApplication::palette();
+    if (m_kind == Kind::destructive) {
+        const QColor text = textColor(Meaning::bad, surroundings);
+        // Setting the palette brings us here again.
+        if (palette().color(QPalette::Active, QPalette::ButtonText) != text) {
+            QPalette own;
+            own.setColor(QPalette::ButtonText, text);
+            setPalette(own);
+        }
+        return;
+    }
     const QColor text = surroundings.color(QPalette::Active, QPalette::HighlightedText);
     const QColor highlight = surroundings.color(QPalette::Active, QPalette::Highlight);
     // Styles draw a default button much lighter than it is told.

@@ -9,7 +9,11 @@ class PushButton final : public QPushButton {
     Q_OBJECT
 
 public:
-    enum class Kind { plain, byDefault };
+    enum class Kind {
+        plain,
+        byDefault,
+        destructive, ///< red, for what deletes
+    };
 
     PushButton(const QString& text, Kind kind, QWidget* parent = nullptr);
 

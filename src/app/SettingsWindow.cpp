@@ -1,0 +1,25 @@
+#include "app/SettingsWindow.h"
+
+#include "app/views/SettingsView.h"
+
+#include <QScreen>
+#include <QVBoxLayout>
+
+namespace orvanel {
+namespace {
+
+constexpr QSize frame{560, 640};
+
+} // namespace
+
+SettingsWindow::SettingsWindow(ViewContext context)
+    : AppWindow(QStringLiteral("Settings"))
+    , m_dialogs([this] { return this; }) {
+    // On a small screen the settings scroll.
+    setFixedSize(frame.boundedTo(screen()->availableSize()));
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins({});
+    layout->addWidget(new SettingsView(context, m_dialogs));
+}
+
+} // namespace orvanel

@@ -1,0 +1,33 @@
+#include "app/views/settings/GeneralSection.h"
+
+#include "app/widgets/ButtonRow.h"
+#include "app/widgets/Buttons.h"
+#include "app/widgets/Switch.h"
+#include "controller/KumaController.h"
+
+#include <QVBoxLayout>
+
+namespace orvanel {
+
+GeneralSection::GeneralSection(ViewContext context, QWidget* parent)
+    : SettingsSection(QStringLiteral("General"), parent)
+    , m_context(context)
+    , m_launchAtLogin(new Switch(QStringLiteral("Launch at login")))
+    , m_stopOnQuit(new Switch(QStringLiteral("Stop the container when I quit"))) {
+    connect(m_launchAtLogin, &Switch::clicked, this,
+            [context](bool launch) { context.controller.setLaunchAtLogin(launch); });
+    connect(m_stopOnQuit, &Switch::clicked, this, [context](bool stop) { context.controller.setStopOnQuit(stop); });
+    column()->addWidget(m_launchAtLogin);
+    addDivider();
+    column()->addWidget(m_stopOnQuit);
+    addDivider();
+    addButton(addButtonRow(), QStringLiteral("Reveal data folder in Finder"),
+              [context] { context.controller.revealDataFolder(); });
+}
+
+void GeneralSection::render() {
+    m_launchAtLogin->setChecked(m_context.controller.launchAtLogin());
+    m_stopOnQuit->setChecked(m_context.controller.stopOnQuit());
+}
+
+} // namespace orvanel

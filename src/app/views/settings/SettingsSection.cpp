@@ -1,0 +1,68 @@
+#include "app/views/settings/SettingsSection.h"
+
+#include "app/widgets/Divider.h"
+
+#include <QHBoxLayout>
+#include <QLineEdit>
+
+namespace orvanel {
+namespace {
+
+constexpr int fieldWidth = 260;
+/// A word longer than that may be broken.
+constexpr int longWord = 40;
+
+QString breakable(const QString& text) {
+    QString result;
+    int length = 0;
+    for (const QChar c : text) {
+        length = c.isSpace() ? 0 : length + 1;
+        if (length > longWord && !c.isLowSurrogate()) {
+            result += QChar(0x200b);
+            length = 1;
+        }
+        result += c;
+    }
+    return result;
+}
+
+} // namespace
+
+QLineEdit* SettingsSection::addField(const QString& label) {
+    auto* field = new QLineEdit;
+    field->setAccessibleName(label);
+    field->setFixedWidth(fieldWidth);
+    auto* name = new TextLabel(TextStyle::body, label);
+    name->setBuddy(field);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(spacing::related);
+    row->addWidget(name, 1);
+    row->addWidget(field);
+    column()->addLayout(row);
+    return field;
+}
+
+TextLabel* SettingsSection::addCaption(const QString& text) {
+    TextLabel* caption = addText(TextStyle::caption, text);
+    caption->setSecondary();
+    return caption;
+}
+
+void SettingsSection::addDivider() {
+    column()->addWidget(new Divider);
+}
+
+void SettingsSection::setOutsideText(TextLabel* label, const QString& text) {
+    label->setContent(breakable(text));
+    if (label->accessibleName() != text) {
+        label->setAccessibleName(text);
+    }
+}
+
+void showInField(QLineEdit* field, const QString& text) {
+    if (field->text() != text) {
+        field->setText(text);
+    }
+}
+
+} // namespace orvanel

@@ -1,0 +1,80 @@
+#include "app/views/settings/UpdatesSection.h"
+
+#include "app/widgets/ButtonRow.h"
+#include "app/widgets/Buttons.h"
+#include "app/widgets/LinkButton.h"
+#include "controller/KumaController.h"
+#include "platform/Desktop.h"
+
+#include <QVBoxLayout>
+
+namespace orvanel {
+
+bool canUpdate(const std::optional<QString>& latestVersion, const QString& imageTag, const std::optional<QString>& busy,
+               DockerState dockerState) {
+    return latestVersion && *latestVersion != imageTag && !busy && dockerState == DockerState::ready;
+}
+
+UpdatesSection::UpdatesSection(ViewContext context, QWidget* parent)
+    : SettingsSection(QStringLiteral("Updates"), parent)
+    , m_context(context)
+    , m_releaseNotes(nullptr) {
+    m_pinned = addText(TextStyle::body);
+    m_newest = addText(TextStyle::body);
+    m_message = addText(TextStyle::body);
+    m_message->setMeaning(Meaning::pending);
+    m_majorChange =
+        addText(TextStyle::caption, QStringLiteral("This is a major version change and may need Uptime Kuma's own "
+                                                   "migration. Read the release notes first."));
+    m_majorChange->setMeaning(Meaning::pending);
+    addCaption(QStringLiteral("Update backs up your data first, changes the pinned tag, pulls the new image and "
+                              "restarts. Your data folder is never touched."));
+
+    ButtonRow* row = addButtonRow();
+    m_check = addButton(row, QStringLiteral("Check for updates"), [context] { context.controller.checkForUpdates(); });
+    m_update = addButton(row, QStringLiteral("Update"), [context] { context.controller.updateNow(); });
+    auto* link = new LinkButton(QStringLiteral("Release notes"));
+    connect(link, &LinkButton::clicked, this,
+            [context] { context.desktop.openAddress(context.controller.releaseURL().value_or(QUrl())); });
+    row->addWidget(link);
+    m_releaseNotes = link;
+}
+
+void UpdatesSection::render() {
+    const KumaController& controller = m_context.controller;
+    renderTexts();
+    setCheckEnabled(!controller.checkingUpdate());
+    m_update->setEnabled(
+        canUpdate(controller.latestVersion(), controller.imageTag(), controller.busy(), controller.dockerState()));
+    m_releaseNotes->setVisible(controller.releaseURL().has_value());
+}
+
+void UpdatesSection::renderTexts() {
+    const KumaController& controller = m_context.controller;
+    setOutsideText(m_pinned, QStringLiteral("Pinned image: ") + controller.imageReference());
+    setOutsideText(m_newest, QStringLiteral("Newest release: ") +
+                                 controller.latestVersion().value_or(QStringLiteral("not checked yet")));
+    const std::optional<QString> message = controller.updateMessage();
+    setOutsideText(m_message, message.value_or(QString()));
+    m_message->setVisible(message.has_value());
+    m_majorChange->setVisible(controller.majorChange());
+}
+
+/// A button that is switched off loses the focus to the next one; it gets it back unless the user has gone on since.
+void UpdatesSection::setCheckEnabled(bool isEnabled) {
+    if (isEnabled == m_check->isEnabled()) {
+        return;
+    }
+    const bool hadFocus = m_check->hasFocus();
+    m_check->setEnabled(isEnabled);
+    if (hadFocus) {
+        m_focusMeanwhile = window()->focusWidget();
+    } else if (isEnabled && m_focusMeanwhile != nullptr) {
+        if (window()->focusWidget() == m_focusMeanwhile) {
+            m_check->setFocus();
+        }
+        m_focusMeanwhile = nullptr;
+    }
+}
+
+} // namespace orvanel

@@ -1,0 +1,74 @@
+#include "app/widgets/LinkButton.h"
+
+#include "app/widgets/Buttons.h"
+#include "app/widgets/StateColors.h"
+
+#include <QAccessibleWidget>
+#include <QPainter>
+
+namespace orvanel {
+namespace {
+
+/// Around the text, where the focus is shown.
+constexpr QSize room{12, 8};
+
+class AccessibleLink final : public QAccessibleWidget {
+public:
+    explicit AccessibleLink(LinkButton* button)
+        : QAccessibleWidget(button, QAccessible::Link, button->text())
+        , m_button(button) {}
+
+    QStringList actionNames() const override { return QStringList{pressAction()} + QAccessibleWidget::actionNames(); }
+    void doAction(const QString& action) override {
+        if (action == pressAction()) {
+            m_button->click();
+            return;
+        }
+        QAccessibleWidget::doAction(action);
+    }
+
+private:
+    LinkButton* const m_button;
+};
+
+QAccessibleInterface* makeInterface(const QString&, QObject* object) {
+    auto* button = qobject_cast<LinkButton*>(object);
+    return button != nullptr ? new AccessibleLink(button) : nullptr;
+}
+
+void installInterface() {
+    static const bool isInstalled = [] {
+        QAccessible::installFactory(&makeInterface);
+        return true;
+    }();
+    Q_UNUSED(isInstalled)
+}
+
+} // namespace
+
+LinkButton::LinkButton(const QString& text, QWidget* parent)
+    : QPushButton(plainButtonText(text), parent) {
+    installInterface();
+    setCursor(Qt::PointingHandCursor);
+}
+
+QSize LinkButton::sizeHint() const {
+    return fontMetrics().size(Qt::TextShowMnemonic, text()) + room;
+}
+
+void LinkButton::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    const QColor color = textColor(Meaning::maintenance, palette());
+    QFont underlined = font();
+    underlined.setUnderline(true);
+    painter.setFont(underlined);
+    painter.setPen(color);
+    painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
+    if (hasFocus()) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(palette().color(QPalette::Highlight), 1.5));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 4, 4);
+    }
+}
+
+} // namespace orvanel

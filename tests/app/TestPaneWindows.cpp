@@ -1,0 +1,155 @@
+#include "AppFixture.h"
+#include "Find.h"
+#include "app/LogsWindow.h"
+#include "app/SettingsWindow.h"
+#include "app/views/LogsView.h"
+#include "app/widgets/Switch.h"
+#include "app/widgets/TextBox.h"
+#include "support/Await.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+template <class Window>
+int count() {
+    int number = 0;
+    for (const QWidget* window : QApplication::topLevelWidgets()) {
+        number += qobject_cast<const Window*>(window) != nullptr ? 1 : 0;
+    }
+    return number;
+}
+
+/// A program that runs, with its main window open.
+struct Running : AppFixture {
+    void open() {
+        QVERIFY(startsWithRunningContainer());
+        app().openMainWindow();
+        settle();
+    }
+    /// Presses the button of the main window that opens another, which is in front then.
+    QWidget* press(const QString& text, const QString& id) {
+        QAbstractButton* const found = button(mainWindow(), text);
+        if (found == nullptr) {
+            return nullptr;
+        }
+        found->click();
+        settle();
+        QWidget* const window = app().window(id);
+        const bool isInFront = window != nullptr && waitUntil([window] { return window->isActiveWindow(); });
+        return isInFront ? window : nullptr;
+    }
+    QWidget* openLogs() { return press(QStringLiteral("Logs"), windowId::logs()); }
+    QWidget* openSettings() { return press(QStringLiteral("Settings"), windowId::settings()); }
+};
+
+} // namespace
+
+/// The windows "logs" and "settings" in the whole program.
+class TestPaneWindows : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void askingAgainBringsTheOpenOneForward() {
+        Running world;
+        world.open();
+        QWidget* const logs = world.openLogs();
+        QVERIFY(logs != nullptr);
+        QWidget* const settings = world.openSettings();
+        QVERIFY(settings != nullptr);
+        QCOMPARE(world.openLogs(), logs);
+        QCOMPARE(world.openSettings(), settings);
+        QCOMPARE(count<LogsWindow>(), 1);
+        QCOMPARE(count<SettingsWindow>(), 1);
+    }
+
+    void closedWindowsAreDestroyedAndComeBackNew() {
+        Running world;
+        world.open();
+        world.docker().log = "first\n";
+        const QPointer<QWidget> logs = world.openLogs();
+        QCOMPARE(logs->findChild<TextBox*>()->content(), QStringLiteral("first\n"));
+        logs->findChild<Switch*>()->click();
+        QTest::keyClick(logs, Qt::Key_W, Qt::ControlModifier);
+        world.settle();
+        QVERIFY(logs.isNull());
+        QVERIFY(world.app().window(windowId::logs()) == nullptr);
+
+        world.delay("logs", 1s, 1);
+        QWidget* const again = world.openLogs();
+        QVERIFY(again != nullptr);
+        QCOMPARE(again->findChild<TextBox*>()->content(), QString());
+        QVERIFY(again->findChild<Switch*>()->isChecked());
+        world.advance(1s);
+        QCOMPARE(again->findChild<TextBox*>()->content(), QStringLiteral("first\n"));
+    }
+
+    void aClosedLogsWindowReadsNoMore() {
+        Running world;
+        world.open();
+        world.openLogs()->close();
+        world.settle();
+        world.takeCommands();
+        world.advance(1min);
+        QVERIFY(!world.takeCommands().contains(QStringLiteral("logs")));
+    }
+
+    void logsAreFollowedWhileAnotherWindowIsInFront() {
+        Running world;
+        world.open();
+        QWidget* const logs = world.openLogs();
+        QVERIFY(world.openSettings() != nullptr);
+        world.docker().log = "later\n";
+        world.advance(2s);
+        QCOMPARE(logs->findChild<TextBox*>()->content(), QStringLiteral("later\n"));
+    }
+
+    void theProgramStaysWhenTheyClose() {
+        Running world;
+        world.open();
+        world.openLogs()->close();
+        world.openSettings()->close();
+        world.mainWindow()->close();
+        world.settle();
+        QCOMPARE(QApplication::topLevelWidgets().size(), 0);
+        QVERIFY(!world.kuma().isIdle());
+    }
+
+    void questionsAreAskedWhereTheUserIs() {
+        Running world;
+        world.open();
+        QWidget* const settings = world.openSettings();
+        button(settings, QStringLiteral("Remove everything…"))->click();
+        world.settle();
+        auto* question = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        QVERIFY(question != nullptr);
+        QCOMPARE(question->parentWidget(), settings);
+        QCOMPARE(question->text(), QStringLiteral("Remove everything?"));
+        QTest::keyClick(question, Qt::Key_Escape);
+        world.settle();
+        QVERIFY(!world.kuma().busy());
+        QVERIFY(settings->isVisible());
+    }
+
+    void closingTheSettingsAnswersTheirQuestion() {
+        Running world;
+        world.open();
+        QWidget* const settings = world.openSettings();
+        button(settings, QStringLiteral("Remove everything…"))->click();
+        world.settle();
+        QVERIFY(QApplication::activeModalWidget() != nullptr);
+        settings->close();
+        world.settle();
+        QVERIFY(QApplication::activeModalWidget() == nullptr);
+        QVERIFY(!world.kuma().busy());
+    }
+};
+
+QTEST_MAIN(TestPaneWindows)
+#include "TestPaneWindows.moc"
