@@ -36,7 +36,10 @@ void FileOrFolderDialog::accept() {
         done(QDialog::Accepted);
         return;
     }
-    QFileDialog::accept();
+    // That one complains about a name that does not exist in a way that holds up everything until it is answered.
+    if (QFileInfo::exists(selectedFiles().value(0))) {
+        QFileDialog::accept();
+    }
 }
 
 } // namespace orvanel

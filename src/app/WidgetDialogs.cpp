@@ -40,13 +40,27 @@ ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& m
     auto chosen = std::make_shared<std::optional<QString>>();
     // No file dialog of this desktop has room for a message.
     dialog->setWindowTitle(message.isEmpty() ? title : message);
-    dialog->setDirectory(QDir::home());
     QObject::connect(dialog, &QFileDialog::accepted, dialog, [dialog, chosen, done] {
         *chosen = dialog->selectedFiles().value(0);
         done.complete(true);
     });
     open(dialog, done);
     return chosen;
+}
+
+Alert replaceQuestion(const QString& name) {
+    return {
+        .style = Alert::Style::Warning,
+        .message = QStringLiteral("\"%1\" already exists. Do you want to replace it?").arg(name),
+        .informativeText = QStringLiteral("What it holds now is lost then."),
+        .confirmButton = QStringLiteral("Replace"),
+        .cancelButton = QStringLiteral("Cancel"),
+    };
+}
+
+/// A link that leads nowhere would be replaced too.
+bool isTaken(const QFileInfo& place) {
+    return place.exists() || place.isSymLink();
 }
 
 QMessageBox* makeAlert(const Alert& alert, QWidget* parent, const Event<bool>& done) {
@@ -81,13 +95,32 @@ QCoro::Task<bool> WidgetDialogs::confirm(Alert alert) {
 }
 
 QCoro::Task<std::optional<QString>> WidgetDialogs::chooseSavePath(SavePanel panel) {
+    QString proposed = QDir::home().filePath(panel.proposedName);
+    while (true) {
+        const std::optional<QString> path = co_await askForSavePath(panel, proposed);
+        if (!path || !isTaken(QFileInfo(*path))) {
+            co_return path;
+        }
+        const Alert question = replaceQuestion(QFileInfo(*path).fileName());
+        const bool isReplaced = co_await confirm(question);
+        if (isReplaced) {
+            co_return path;
+        }
+        proposed = *path;
+    }
+}
+
+QCoro::Task<std::optional<QString>> WidgetDialogs::askForSavePath(SavePanel panel, QString proposed) {
     QWidget* const parent = m_parentWindow();
     if (parent == nullptr) {
         co_return std::nullopt;
     }
     auto* dialog = new QFileDialog(parent);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
-    dialog->selectFile(panel.proposedName);
+    // The dialog's own question would hold up everything until it is answered.
+    dialog->setOption(QFileDialog::DontConfirmOverwrite);
+    dialog->setDirectory(QFileInfo(proposed).path());
+    dialog->selectFile(QFileInfo(proposed).fileName());
     const Event<bool> done;
     const ChosenPath chosen = openPanel(dialog, panel.title, panel.message, done);
     co_await done;
@@ -106,6 +139,7 @@ QCoro::Task<std::optional<QString>> WidgetDialogs::chooseOpenPath(OpenPanel pane
         dialog = new QFileDialog(parent);
         dialog->setFileMode(panel.foldersAllowed ? QFileDialog::Directory : QFileDialog::ExistingFile);
     }
+    dialog->setDirectory(QDir::home());
     const Event<bool> done;
     const ChosenPath chosen = openPanel(dialog, panel.title, panel.message, done);
     co_await done;

@@ -17,10 +17,13 @@ public:
     explicit WidgetDialogs(ParentWindow parentWindow);
 
     QCoro::Task<bool> confirm(Alert alert) override;
+    /// Asks once more before it gives a path where something is already.
     QCoro::Task<std::optional<QString>> chooseSavePath(SavePanel panel) override;
     QCoro::Task<std::optional<QString>> chooseOpenPath(OpenPanel panel) override;
 
 private:
+    QCoro::Task<std::optional<QString>> askForSavePath(SavePanel panel, QString proposed);
+
     const ParentWindow m_parentWindow;
 };
 

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
@@ -157,6 +158,45 @@ private Q_SLOTS:
         QCOMPARE(answer->value, home.path(QStringLiteral("Other")));
     }
 
+    void nameIsProposedInTheHomeFolder() {
+        WidgetDialogs asked = dialogs();
+        const SavePanel panel{.title = {}, .message = {}, .proposedName = QStringLiteral("Backup.zip")};
+        const auto answer = answerOf(asked.chooseSavePath(panel));
+        auto* dialog = shown<QFileDialog>();
+        QCOMPARE(dialog->directory().path(), QDir::homePath());
+        QCOMPARE(dialog->selectedFiles(), QStringList(QDir::home().filePath(QStringLiteral("Backup.zip"))));
+        dialog->reject();
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+    }
+
+    /// The dialog's own question would be asked in an event loop inside it.
+    void takenNameIsAskedAbout() {
+        const TestHome home;
+        home.write(QStringLiteral("Backup & co.zip"), "old");
+        const QString taken = home.path(QStringLiteral("Backup & co.zip"));
+        WidgetDialogs asked = dialogs();
+        const auto answer = answerOf(asked.chooseSavePath({}));
+        shown<QFileDialog>()->setDirectory(home.path());
+        shown<QFileDialog>()->selectFile(taken);
+        QTest::keyClick(shown<QFileDialog>(), Qt::Key_Return);
+        QVERIFY(waitUntil([&] { return shown<QMessageBox>() != nullptr; }));
+        QCOMPARE(shown<QMessageBox>()->text(),
+                 QStringLiteral("\"Backup & co.zip\" already exists. Do you want to replace "
+                                "it?"));
+        QCOMPARE(shown<QMessageBox>()->parentWidget(), m_window);
+        QVERIFY(!answer->isGiven);
+
+        // No: the panel comes back with that name.
+        QTest::keyClick(shown<QMessageBox>(), Qt::Key_Escape);
+        QVERIFY(waitUntil([&] { return shown<QFileDialog>() != nullptr; }));
+        QCOMPARE(shown<QFileDialog>()->selectedFiles(), QStringList(taken));
+        QTest::keyClick(shown<QFileDialog>(), Qt::Key_Return);
+        QVERIFY(waitUntil([&] { return shown<QMessageBox>() != nullptr; }));
+        QTest::keyClick(shown<QMessageBox>(), Qt::Key_Return);
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+        QCOMPARE(answer->value, taken);
+    }
+
     void savingCanBeCancelled() {
         WidgetDialogs asked = dialogs();
         const auto answer = answerOf(asked.chooseSavePath({}));
@@ -204,6 +244,27 @@ private Q_SLOTS:
         QTest::keyClick(dialog, Qt::Key_Return);
         QVERIFY(waitUntil([&] { return answer->isGiven; }));
         QCOMPARE(answer->value, home.path(name));
+    }
+
+    void nameThatDoesNotExistIsNotTaken() {
+        const TestHome home;
+        WidgetDialogs asked = dialogs();
+        OpenPanel panel;
+        panel.foldersAllowed = true;
+        const auto answer = answerOf(asked.chooseOpenPath(panel));
+        auto* dialog = shown<FileOrFolderDialog>();
+        dialog->setDirectory(home.path());
+        auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+        QVERIFY(name != nullptr);
+        name->setText(QStringLiteral("nothing of that name"));
+        // Returns at once, and asks nothing.
+        dialog->accept();
+        drainEvents();
+        QCOMPARE(QApplication::activeModalWidget(), dialog);
+        QVERIFY(!answer->isGiven);
+        dialog->reject();
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+        QVERIFY(!answer->value);
     }
 };
 
