@@ -1,0 +1,89 @@
+#include "Scenes.h"
+#include "app/SettingsWindow.h"
+
+#include <QLineEdit>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTest>
+
+namespace orvanel::test {
+namespace {
+
+std::unique_ptr<QWidget> settings(GalleryWorld& world) {
+    return std::make_unique<SettingsWindow>(world.context());
+}
+
+std::unique_ptr<QWidget> inUse(GalleryWorld& world) {
+    world.controller().setSlug(QStringLiteral("home"));
+    world.controller().setStopOnQuit(true);
+    world.loginItem.enabled = true;
+    if (!world.isPolledAsRunning()) {
+        qFatal("the container should run");
+    }
+    return settings(world);
+}
+
+std::unique_ptr<QWidget> withRelease(GalleryWorld& world, const ReleaseResult& release, const QString& pinned) {
+    world.controller().setImageTag(pinned);
+    world.releases.answer = release;
+    auto window = inUse(world);
+    world.controller().checkForUpdates();
+    world.settle();
+    return window;
+}
+
+std::unique_ptr<QWidget> newRelease(GalleryWorld& world) {
+    return withRelease(world,
+                       LatestRelease{.version = QStringLiteral("2.1.0"), .page = QStringLiteral("https://example.org")},
+                       QStringLiteral("2"));
+}
+
+std::unique_ptr<QWidget> majorRelease(GalleryWorld& world) {
+    return withRelease(world,
+                       LatestRelease{.version = QStringLiteral("2.1.0"), .page = QStringLiteral("https://example.org")},
+                       QStringLiteral("1"));
+}
+
+std::unique_ptr<QWidget> failedCheck(GalleryWorld& world) {
+    return withRelease(world, ReleaseError{QStringLiteral("Could not check for updates (HTTP 403).")},
+                       QStringLiteral("2"));
+}
+
+std::unique_ptr<QWidget> strange(GalleryWorld& world) {
+    world.installedDocker = QStringLiteral("/opt/") + QString(400, u'x') + QStringLiteral("/<b>bin</b>/docker");
+    world.controller().setSlug(QStringLiteral("<i>slug</i> &amp; ") + QString(300, u's'));
+    return withRelease(world,
+                       LatestRelease{.version = QStringLiteral("<b>3</b>&-") + QString(300, u'v'),
+                                     .page = QStringLiteral("https://x")},
+                       QStringLiteral("2"));
+}
+
+void typeWrongPort(QWidget& window) {
+    auto* port = window.findChild<QLineEdit*>();
+    port->setFocus();
+    port->selectAll();
+    QTest::keyClicks(port, QStringLiteral("70000"));
+}
+
+void scrollToEnd(QWidget& window) {
+    QScrollBar* bar = window.findChild<QScrollArea*>()->verticalScrollBar();
+    bar->setValue(bar->maximum());
+}
+
+} // namespace
+
+std::vector<Scene> settingsScenes() {
+    return {
+        {"settings-first", settings, {}},
+        {"settings-in-use", inUse, {}},
+        {"settings-wrong-port", inUse, typeWrongPort},
+        {"settings-end", inUse, scrollToEnd},
+        {"settings-new-release", newRelease, scrollToEnd},
+        {"settings-major-release", majorRelease, scrollToEnd},
+        {"settings-failed-check", failedCheck, scrollToEnd},
+        {"settings-strange-texts", strange, {}},
+        {"settings-strange-texts-end", strange, scrollToEnd},
+    };
+}
+
+} // namespace orvanel::test
