@@ -53,12 +53,40 @@ std::optional<QJsonDocument> documentOf(QByteArrayView bytes) {
     return std::get<QJsonDocument>(result);
 }
 
+/// One row for each line, whatever is in it.
+StatusPageData inventedData(QByteArrayView input) {
+    constexpr std::int64_t tooLargeForDouble = 9007199254740993;
+    StatusPageData data{.title = QString::fromUtf8(input.first(input.size() / 2)), .monitors = {}};
+    const QByteArrayList lines = input.toByteArray().split('\n');
+    for (const QByteArray& line : lines) {
+        QByteArrayView rest = line;
+        const int has = takeByte(&rest);
+        MonitorRow row{.id = data.monitors.size() - 2 + (has % 2 == 0 ? 0 : tooLargeForDouble)};
+        if (has / 2 % 2 == 0) {
+            row.status = takeByte(&rest) - 100;
+        }
+        if (has / 4 % 2 == 0) {
+            row.ping = tooLargeForDouble * takeByte(&rest);
+        }
+        if (has / 8 % 2 == 0) {
+            row.uptime24 = takeByte(&rest) / 255.0;
+        }
+        row.name = QString::fromUtf8(rest);
+        row.group = QString::fromUtf8(rest.first(rest.size() / 2));
+        data.monitors << row;
+    }
+    return data;
+}
+
 } // namespace
 
-/// Two parts: the page and the heartbeats.
+/// Three parts: the page, the heartbeats, and what a well-formed page is made of.
 void fuzz(QByteArrayView input) {
     const auto page = documentOf(takePart(&input));
     const auto heartbeats = documentOf(takePart(&input));
+    const StatusPageData invented = inventedData(takePart(&input));
+    const StatusPageResult told = readStatusPage(pageOf(invented), heartbeatsOf(invented), QStringLiteral("home"));
+    require(told == StatusPageResult(invented), "a well-formed page is read as it was told");
     if (!page || !heartbeats) {
         return;
     }

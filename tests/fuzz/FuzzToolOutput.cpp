@@ -94,8 +94,10 @@ void fuzz(QByteArrayView input) {
                 run.show();
                 continue;
             }
-            const QByteArray chunk = bytes.toByteArray().repeated(qsizetype(1) << (2 * (command / 32)));
-            run.print(chunk.left(OutputBuffer::chunkSize));
+            checkDecoding(bytes.toByteArray());
+            const QByteArray many = bytes.toByteArray().repeated(qsizetype(1) << (2 * (command / 32)));
+            const QByteArray chunk = many.left(OutputBuffer::chunkSize);
+            run.print(chunk);
             printed += chunk.size();
         }
         run.end();
