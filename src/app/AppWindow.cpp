@@ -1,20 +1,19 @@
 #include "app/AppWindow.h"
 
+#include "app/ApplicationIcon.h"
 #include "app/widgets/TextStyle.h"
-#include "platform/AppIdentity.h"
 
 #include <QAbstractButton>
 #include <QAction>
 #include <QCoreApplication>
 #include <QEvent>
-#include <QIcon>
 #include <QKeyEvent>
 
 namespace orvanel {
 
 AppWindow::AppWindow(const QString& title) {
     setWindowTitle(title);
-    setWindowIcon(QIcon::fromTheme(identity::iconName()));
+    setWindowIcon(applicationIcon());
 
     auto* quit = new QAction(this);
     quit->setShortcut(Qt::CTRL | Qt::Key_Q);

@@ -1,0 +1,40 @@
+#include "GalleryWorld.h"
+
+using namespace std::chrono_literals;
+
+namespace orvanel::test {
+namespace {
+
+constexpr char toolRoot[] = "ORVANEL_TOOL_ROOT";
+
+} // namespace
+
+GalleryWorld::GalleryWorld() {
+    // What lies on the real machine does not count.
+    qputenv(toolRoot, QFile::encodeName(home.path(QStringLiteral("tools"))));
+    home.write(QStringLiteral(".config/Orvanel/Orvanel.conf"), "[General]\nhasSeenGuide=true\n");
+}
+
+GalleryWorld::~GalleryWorld() {
+    qunsetenv(toolRoot);
+}
+
+void GalleryWorld::poll() {
+    controller().begin();
+    settle();
+}
+
+void GalleryWorld::advanceUntil(const std::function<bool()>& condition) {
+    for (int turns = 0; !condition(); ++turns) {
+        if (turns == 1000 || clock.pendingTimers() == 0) {
+            qFatal("the scene does not come about");
+        }
+        advance(std::max(clock.untilNextTimer(), 0ms));
+    }
+}
+
+void GalleryWorld::putTool(const QString& place) {
+    home.write(QStringLiteral("tools/") + place, "#!/bin/sh\n", true);
+}
+
+} // namespace orvanel::test

@@ -1,0 +1,143 @@
+#include "Find.h"
+#include "Scenes.h"
+#include "app/MainWindow.h"
+#include "app/views/GuideView.h"
+
+#include <QTest>
+
+using namespace std::chrono_literals;
+
+namespace orvanel::test {
+namespace {
+
+const auto brew = QStringLiteral("brew");
+const auto colima = QStringLiteral("colima");
+
+std::unique_ptr<QWidget> mainWindow(GalleryWorld& world) {
+    return std::make_unique<MainWindow>(world.context());
+}
+
+std::unique_ptr<QWidget> withoutDocker(GalleryWorld& world, const QStringList& tools) {
+    world.installedDocker = std::nullopt;
+    for (const QString& tool : tools) {
+        world.installedTools.insert(tool, QStringLiteral("/opt/bin/") + tool);
+    }
+    world.poll();
+    return mainWindow(world);
+}
+
+std::unique_ptr<QWidget> withoutRuntime(GalleryWorld& world, standin::Daemon daemon, const QStringList& tools) {
+    world.docker().daemon = daemon;
+    for (const QString& tool : tools) {
+        world.installedTools.insert(tool, QStringLiteral("/opt/bin/") + tool);
+    }
+    world.poll();
+    return mainWindow(world);
+}
+
+std::unique_ptr<QWidget> foundElsewhere(GalleryWorld& world) {
+    world.putTool(QStringLiteral("usr/bin/docker"));
+    return withoutDocker(world, {});
+}
+
+std::unique_ptr<QWidget> settingUp(GalleryWorld& world) {
+    auto window = withoutDocker(world, {brew});
+    world.docker().pace = 1;
+    world.controller().installAndStartRuntime();
+    world.advanceUntil([&] { return world.controller().setupLog().count(u'\n') > 2; });
+    return window;
+}
+
+std::unique_ptr<QWidget> downloading(GalleryWorld& world) {
+    world.poll();
+    world.docker().pace = 1;
+    world.controller().start();
+    world.advanceUntil([&] { return world.controller().pullLog().count(u'\n') > 12; });
+    return mainWindow(world);
+}
+
+std::unique_ptr<QWidget> busy(GalleryWorld& world) {
+    world.poll();
+    world.hang("info");
+    world.controller().start();
+    world.settle();
+    return mainWindow(world);
+}
+
+std::unique_ptr<QWidget> stopped(GalleryWorld& world) {
+    world.poll();
+    return mainWindow(world);
+}
+
+std::unique_ptr<QWidget> portTaken(GalleryWorld& world) {
+    world.listeningPorts = {3001};
+    world.poll();
+    world.controller().start();
+    world.settle();
+    return mainWindow(world);
+}
+
+std::unique_ptr<QWidget> failed(GalleryWorld& world) {
+    world.poll();
+    standin::addImage(world.docker());
+    world.answer("compose up", 1,
+                 QStringLiteral("[+] Running 0/1\n ⠋ Container orvanel  Creating  0.1s \nError response from daemon: "
+                                "failed to set up container networking: driver failed programming external "
+                                "connectivity on endpoint orvanel: iptables failed: No chain/target/match by that "
+                                "name.\n"));
+    world.controller().start();
+    world.settle();
+    return mainWindow(world);
+}
+
+void openDetails(QWidget& window) {
+    if (QAbstractButton* const details = button(&window, QStringLiteral("Show details"))) {
+        details->click();
+    }
+}
+
+std::unique_ptr<QWidget> guide(GalleryWorld&) {
+    return std::make_unique<GuideView>(nullptr);
+}
+
+std::function<void(QWidget&)> turnPages(int pages) {
+    return [pages](QWidget& window) {
+        for (int page = 0; page < pages; ++page) {
+            button(&window, QStringLiteral("Next"))->click();
+        }
+    };
+}
+
+} // namespace
+
+std::vector<Scene> mainWindowScenes() {
+    using standin::Daemon;
+    return {
+        {"guide-1", guide, {}},
+        {"guide-2", guide, turnPages(1)},
+        {"guide-3", guide, turnPages(2)},
+        {"checking-docker", mainWindow, {}},
+        {"docker-missing", [](GalleryWorld& world) { return withoutDocker(world, {brew}); }, {}},
+        {"docker-missing-no-homebrew", [](GalleryWorld& world) { return withoutDocker(world, {}); }, {}},
+        {"docker-missing-found-elsewhere", foundElsewhere, {}},
+        {"runtime-setup", settingUp, {}},
+        {"docker-not-running-colima",
+         [](GalleryWorld& world) {
+             return withoutRuntime(world, Daemon::down, {brew, colima});
+         },
+         {}},
+        {"docker-not-running-homebrew",
+         [](GalleryWorld& world) { return withoutRuntime(world, Daemon::down, {brew}); },
+         {}},
+        {"docker-not-running", [](GalleryWorld& world) { return withoutRuntime(world, Daemon::down, {}); }, {}},
+        {"docker-refuses", [](GalleryWorld& world) { return withoutRuntime(world, Daemon::denied, {}); }, openDetails},
+        {"stopped", stopped, {}},
+        {"downloading", downloading, {}},
+        {"busy", busy, {}},
+        {"port-taken", portTaken, {}},
+        {"failed", failed, {}},
+        {"failed-details", failed, openDetails},
+    };
+}
+
+} // namespace orvanel::test
