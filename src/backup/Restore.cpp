@@ -31,21 +31,61 @@ void requireMovable(const QString& dataDir) {
     }
 }
 
-/// Renames the data folder to its place among the backups and back, when what should follow fails.
+/// The data folder's way to its place among the backups: a rename, or a copy where they lie on another file system.
 class KeptData {
 public:
     KeptData(QString dataDir, const QString& backupsDir)
         : m_dataDir(std::move(dataDir))
-        , m_kept(freeName(backupsDir + u'/' + keptPrefix + BackupManager::timestamp())) {
-        moveTo(m_dataDir, m_kept);
+        , m_place(backupsDir + u'/' + keptPrefix) {
+        if (statusOf(m_dataDir)->st_dev != statusOf(backupsDir)->st_dev) {
+            m_copy.emplace(backupsDir);
+            requireRoom(backupsDir, bytesUsedBy(m_dataDir));
+            copyTree(m_dataDir, m_copy->path(QStringLiteral("data")), {.never = m_copy->id()});
+            syncFileSystem(backupsDir);
+        }
     }
 
-    void putBack() const { moveTo(m_kept, m_dataDir); }
+    /// When it throws, the data folder is as it was.
+    void replaceBy(const QString& fresh, const WorkFolder& work) {
+        const QString kept = freeName(m_place + BackupManager::timestamp());
+        moveTo(m_copy ? m_copy->path(QStringLiteral("data")) : m_dataDir, kept);
+        try {
+            if (m_copy) {
+                putInPlace(fresh, m_dataDir, work);
+            } else {
+                moveTo(fresh, m_dataDir);
+            }
+        } catch (const AppError&) {
+            if (m_copy) {
+                removeTree(kept);
+            } else {
+                moveTo(kept, m_dataDir);
+            }
+            throw;
+        }
+    }
 
 private:
     QString m_dataDir;
-    QString m_kept;
+    QString m_place;
+    std::optional<WorkFolder> m_copy;
 };
+
+/// What a restore kept before this one, unless the user restores from it.
+void removeOlder(const QStringList& names, const QString& backupsDir, const QString& origin) {
+    for (const QString& name : names) {
+        const QString older = backupsDir + u'/' + name;
+        if (!name.startsWith(keptPrefix) || isInside(origin, older)) {
+            continue;
+        }
+        try {
+            removeTree(older);
+        } catch (const AppError&) {
+            // The next restore tries again.
+            continue;
+        }
+    }
+}
 
 } // namespace
 
@@ -79,31 +119,14 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
     const QString fresh = work.path(QStringLiteral("data"));
     copyTree(resolved(source), fresh, {.never = work.id()});
     syncFileSystem(work.path());
-
-    std::optional<KeptData> kept;
-    const QStringList before = namesIn(backupsDir);
-    if (statusOf(data)) {
-        kept.emplace(data, backupsDir);
-    }
-    try {
+    if (!statusOf(data)) {
         moveTo(fresh, data);
-    } catch (const AppError&) {
-        if (kept) {
-            kept->putBack();
-        }
-        throw;
+        return;
     }
-    for (const QString& name : before) {
-        const QString older = backupsDir + u'/' + name;
-        if (kept && name.startsWith(keptPrefix) && !isInside(origin, older)) {
-            try {
-                removeTree(older);
-            } catch (const AppError&) {
-                // The next restore tries again.
-                continue;
-            }
-        }
-    }
+    const QString backups = resolved(backupsDir);
+    const QStringList before = namesIn(backups);
+    KeptData(data, backups).replaceBy(fresh, work);
+    removeOlder(before, backups, origin);
 }
 
 } // namespace orvanel

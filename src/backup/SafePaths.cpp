@@ -80,6 +80,10 @@ bool isSame(const QString& path, const QString& other) {
 }
 
 bool isInside(const QString& path, const QString& folder) {
+    if (!statusOf(folder)) {
+        // Without a folder to recognise there are only names.
+        return (QDir::cleanPath(path) + u'/').startsWith(QDir::cleanPath(folder) + u'/');
+    }
     QString existing = QDir::isAbsolutePath(path) ? path : QDir::currentPath() + u'/' + path;
     QString at = resolved(existing);
     while (at.isEmpty()) {

@@ -1,0 +1,232 @@
+#include "backup/BackupManager.h"
+#include "backup/RoomWatch.h"
+
+#include "DataFolder.h"
+#include "Message.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray noise(int bytes) {
+    std::mt19937 random(1);
+    QByteArray content(bytes, '\0');
+    for (char& byte : content) {
+        byte = static_cast<char>(random());
+    }
+    return content;
+}
+
+bool writeProc(const char* path, const QByteArray& text) {
+    QFile file(QString::fromLatin1(path));
+    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) == text.size();
+}
+
+/// Lets this process, which has one thread yet, mount what only it sees. Why not, when it cannot.
+QString enterOwnMounts() {
+    const uid_t user = ::getuid();
+    const gid_t group = ::getgid();
+    if (::unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+        return u"no mounts of its own: "_s + QString::fromLocal8Bit(std::strerror(errno));
+    }
+    if (user != 0 && (!writeProc("/proc/self/setgroups", "deny") ||
+                      !writeProc("/proc/self/uid_map", "0 " + QByteArray::number(user) + " 1") ||
+                      !writeProc("/proc/self/gid_map", "0 " + QByteArray::number(group) + " 1"))) {
+        return u"no user of its own"_s;
+    }
+    if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        return u"mounts stay shared: "_s + QString::fromLocal8Bit(std::strerror(errno));
+    }
+    return {};
+}
+
+QString whyNoMounts;
+
+/// A small disk in memory at `folder`/disk.
+class SmallDisk {
+public:
+    SmallDisk(const DataFolder& folder, const char* options, const QString& at = u"disk"_s)
+        : m_path(QFile::encodeName(folder.path(at))) {
+        QDir().mkpath(folder.path(at));
+        if (::mount("none", m_path.constData(), "tmpfs", 0, options) != 0) {
+            qFatal("no disk in memory: %s", std::strerror(errno));
+        }
+    }
+    ~SmallDisk() { ::umount2(m_path.constData(), MNT_DETACH); }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+private:
+    QByteArray m_path;
+};
+
+} // namespace
+
+class TestFullDisk : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() {
+        if (!whyNoMounts.isEmpty()) {
+            QSKIP(qPrintable(u"A small disk needs rights that are missing: "_s + whyNoMounts));
+        }
+    }
+
+    void cleanup() { qunsetenv("TMPDIR"); }
+
+    void fullDiskLeavesTheOldBackup_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("bytes");
+        QTest::addColumn<QString>("sentence");
+        QTest::newRow("folder") << u"disk/copy"_s << 5'000'000 << u"No space left on device"_s;
+        QTest::newRow("zip, no room for the copy") << u"disk/copy.zip"_s << 5'000'000 << u"No space left on device"_s;
+        QTest::newRow("zip, no room for the archive")
+            << u"disk/copy.zip"_s << 3'000'000 << u"Could not create the zip file. "_s;
+    }
+
+    void fullDiskLeavesTheOldBackup() {
+        QFETCH(const QString, name);
+        QFETCH(const int, bytes);
+        QFETCH(const QString, sentence);
+        const DataFolder folder;
+        const SmallDisk disk(folder, "size=4m");
+        folder.fill();
+        folder.write(u"Orvanel/data/upload/large"_s, noise(bytes));
+        folder.write(name, "the old backup");
+        const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(name)));
+        QVERIFY2(message.contains(sentence), qPrintable(message));
+        QCOMPARE(folder.read(name), QByteArray("the old backup"));
+        QCOMPARE(folder.names(u"disk"_s).size(), 1);
+    }
+
+    void databaseThatCannotBeCheckedIsReported() {
+        const DataFolder folder;
+        const SmallDisk disk(folder, "size=4m");
+        folder.write(u"Orvanel/data/kuma.db"_s, QByteArray("SQLite format 3\0", 16) + noise(3'000'000));
+        const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"disk/copy"_s)));
+        QVERIFY(result.databaseProblem);
+        QVERIFY2(result.databaseProblem->startsWith(u"The check could not be made. "),
+                 qPrintable(*result.databaseProblem));
+        QCOMPARE(difference(folder.data(), folder.path(u"disk/copy"_s)), QString());
+    }
+
+    void restoreLooksForRoomFirst() {
+        const DataFolder folder;
+        const SmallDisk disk(folder, "size=4m", u"Orvanel"_s);
+        folder.fill();
+        folder.write(u"copy/kuma.db"_s, noise(5'000'000));
+        const auto before = describe(folder.data());
+        const QString message =
+            messageOf(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
+        QVERIFY2(message.startsWith(u"The disk has too little room: "), qPrintable(message));
+        QCOMPARE(difference(before, describe(folder.data())), QString());
+        QCOMPARE(folder.kept(), QStringList());
+    }
+
+    void archiveLargerThanTheDiskIsRefused_data() {
+        QTest::addColumn<bool>("isListed");
+        QTest::newRow("and says so") << true;
+        QTest::newRow("and hides it") << false;
+    }
+
+    void archiveLargerThanTheDiskIsRefused() {
+        QFETCH(const bool, isListed);
+        const DataFolder folder;
+        const SmallDisk disk(folder, "size=4m", u"tmp"_s);
+        folder.write(u"pack/data/kuma.db"_s, QByteArray(20'000'000, 'x'));
+        runTool(u"bsdtar"_s, {u"-c"_s, u"--format"_s, u"zip"_s, u"-f"_s, folder.path(u"bomb.zip"_s), u"-C"_s,
+                              folder.path(u"pack"_s), u"data"_s});
+        if (!isListed) {
+            folder.write(u"bomb.zip"_s, folder.read(u"bomb.zip"_s).replace("PK\x05\x06", "PK\x05\x07"));
+        }
+        folder.fill();
+        const auto before = describe(folder.data());
+        qputenv("TMPDIR", QFile::encodeName(folder.path(u"tmp"_s)));
+        const QString message =
+            messageOf(BackupManager::restore(folder.path(u"bomb.zip"_s), folder.data(), folder.backups()));
+        QVERIFY2(message.startsWith(u"Could not open the zip file. "), qPrintable(message));
+        QCOMPARE(message.contains(u"too little room: "), isListed);
+        QCOMPARE(folder.names(u"tmp"_s), QStringList());
+        QCOMPARE(difference(before, describe(folder.data())), QString());
+    }
+
+    void watchStopsWhatTakesTooMuch() {
+        const DataFolder folder;
+        const auto handle = std::make_shared<ProcessHandle>();
+        QVERIFY(await(watchRoom(folder.path(), std::numeric_limits<qint64>::max(), handle, {})));
+        QVERIFY(handle->isCancelled());
+        const auto other = std::make_shared<ProcessHandle>();
+        std::stop_source stop;
+        auto watch = watchRoom(folder.path(), 0, other, stop.get_token());
+        stop.request_stop();
+        QVERIFY(!await(std::move(watch)));
+        QVERIFY(!other->isCancelled());
+    }
+
+    void backupsOnAnotherDiskGetACopyOfTheData() {
+        const DataFolder folder;
+        folder.fill();
+        const SmallDisk disk(folder, "size=40m", u"Orvanel/Backups"_s);
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        folder.write(u"Orvanel/data/new"_s, "made since");
+        folder.write(u"Orvanel/Backups/before-restore-2020-01-01-000000/kuma.db"_s, "older");
+        const auto before = describe(folder.data());
+        await(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
+        QCOMPARE(difference(folder.path(u"copy"_s), folder.data()), QString());
+        QCOMPARE(folder.kept().size(), 1);
+        QCOMPARE(difference(before, describe(folder.backups(folder.kept().first()))), QString());
+        QCOMPARE(folder.names(u"Orvanel"_s).size(), 2);
+    }
+
+    void otherDiskWithoutRoomChangesNothing() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"Orvanel/data/large"_s, noise(5'000'000));
+        const SmallDisk disk(folder, "size=4m", u"Orvanel/Backups"_s);
+        folder.write(u"copy/kuma.db"_s, "");
+        folder.write(u"Orvanel/Backups/before-restore-2020-01-01-000000/kuma.db"_s, "older");
+        const auto before = describe(folder.path(u"Orvanel"_s));
+        const QString message =
+            messageOf(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
+        QVERIFY2(message.startsWith(u"The disk has too little room: "), qPrintable(message));
+        QCOMPARE(describe(folder.path(u"Orvanel"_s)).keys(), before.keys());
+        QCOMPARE(folder.read(u"Orvanel/data/large"_s), noise(5'000'000));
+    }
+
+    void anotherNameOfTheDataIsStillTheData() {
+        const DataFolder folder;
+        folder.fill();
+        QDir().mkpath(folder.path(u"alias"_s));
+        const QByteArray upload = QFile::encodeName(folder.data(u"upload"_s));
+        const QByteArray alias = QFile::encodeName(folder.path(u"alias"_s));
+        QCOMPARE(::mount(upload.constData(), alias.constData(), nullptr, MS_BIND, nullptr), 0);
+        const QStringList before = describe(folder.data()).keys();
+        const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"alias/copy"_s)));
+        ::umount2(alias.constData(), MNT_DETACH);
+        QVERIFY2(message.contains(u"inside the data folder"), qPrintable(message));
+        QCOMPARE(describe(folder.data()).keys(), before);
+    }
+};
+
+int main(int argc, char** argv) {
+    whyNoMounts = enterOwnMounts();
+    const QCoreApplication application(argc, argv);
+    TestFullDisk test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "TestFullDisk.moc"

@@ -1,0 +1,204 @@
+#include "backup/BackupManager.h"
+#include "backup/WorkFolder.h"
+
+#include "DataFolder.h"
+#include "Interception.h"
+#include "Message.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <sys/file.h>
+#include <unistd.h>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString leftover = u".orvanel-01234567-89AB-CDEF-0123-456789ABCDEF"_s;
+
+} // namespace
+
+/// Where backups may lie, and what lies there already.
+class TestPlaces : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() { interception().withoutExchange = false; }
+
+    void backupsThatWouldOverlapAreRefused_data() {
+        QTest::addColumn<QString>("place");
+        const auto row = [](const char* name, const QString& place) { QTest::newRow(name) << place; };
+        row("the data folder", u"Orvanel/data"_s);
+        row("inside it", u"Orvanel/data/copy"_s);
+        row("deep inside it", u"Orvanel/data/upload/copy"_s);
+        row("a zip inside it", u"Orvanel/data/copy.zip"_s);
+        row("over its database", u"Orvanel/data/kuma.db"_s);
+        row("what holds it", u"Orvanel"_s);
+        row("what holds that", u"."_s);
+        row("by way of ..", u"Orvanel/data/upload/../copy"_s);
+        row("by way of .. after a link", u"into/../copy"_s);
+        row("ending in ..", u"Orvanel/data/upload/.."_s);
+        row("ending in a slash", u"Orvanel/data/"_s);
+        row("through a link to it", u"to-data/copy"_s);
+        row("through a link into it", u"into/copy"_s);
+        row("the Backups folder with kept data", u"Orvanel/Backups"_s);
+    }
+
+    void backupsThatWouldOverlapAreRefused() {
+        QFETCH(const QString, place);
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"Orvanel/Backups/before-restore-2020-01-01-000000/kuma.db"_s, "kept");
+        QVERIFY(QFile::link(folder.data(), folder.path(u"to-data"_s)));
+        QVERIFY(QFile::link(folder.data(u"upload"_s), folder.path(u"into"_s)));
+        const auto before = describe(folder.path());
+        const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path() + u'/' + place));
+        QVERIFY2(message.contains(u"Choose another place."), qPrintable(message));
+        QCOMPARE(difference(before, describe(folder.path())), QString());
+    }
+
+    void relativeDestinationIsRefusedJustSo() {
+        const DataFolder folder;
+        folder.fill();
+        const QString here = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(folder.data(u"upload"_s)));
+        const QString message = messageOf(BackupManager::backUp(folder.data(), u"copy"_s));
+        QVERIFY(QDir::setCurrent(here));
+        QVERIFY2(message.contains(u"inside the data folder"), qPrintable(message));
+    }
+
+    void aLinkToTheDataIsOnlyReplaced() {
+        const DataFolder folder;
+        folder.fill();
+        const auto before = describe(folder.data());
+        QVERIFY(QFile::link(folder.data(), folder.path(u"copy"_s)));
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QVERIFY(!QFileInfo(folder.path(u"copy"_s)).isSymLink());
+        QCOMPARE(difference(before, describe(folder.path(u"copy"_s))), QString());
+        QCOMPARE(difference(before, describe(folder.data())), QString());
+    }
+
+    void restoresThatWouldOverlapAreRefused() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"Orvanel/data/inner/kuma.db"_s, "");
+        folder.write(u"Orvanel/data/inner.zip"_s, "");
+        folder.write(u"Orvanel/kuma.db"_s, "");
+        QVERIFY(QFile::link(folder.data(u"inner"_s), folder.path(u"linked"_s)));
+        const auto before = describe(folder.path());
+        for (const QString& source :
+             {u"Orvanel/data"_s, u"Orvanel/data/inner"_s, u"Orvanel/data/inner.zip"_s, u"linked"_s, u"Orvanel"_s}) {
+            const QString message =
+                messageOf(BackupManager::restore(folder.path(source), folder.data(), folder.backups()));
+            QVERIFY2(message.contains(u"cannot be restored"), qPrintable(source + message));
+        }
+        const QString message = messageOf(
+            BackupManager::restore(folder.path(u"linked"_s), folder.path(u"other"_s), folder.path(u"other/Backups"_s)));
+        QVERIFY2(message.contains(u"must not lie inside each other"), qPrintable(message));
+        QCOMPARE(messageOf(BackupManager::autoBackup(folder.data(), folder.data(u"Backups"_s), u"x"_s)),
+                 u"The Backups folder must not lie inside the data folder."_s);
+        QCOMPARE(difference(before, describe(folder.path())), QString());
+    }
+
+    void keptDataIsNotPrunedWhileItIsRestoredFrom_data() {
+        QTest::addColumn<QString>("source");
+        QTest::newRow("itself") << u"Orvanel/Backups/before-restore-2020-01-01-000000"_s;
+        QTest::newRow("a folder in it") << u"Orvanel/Backups/before-restore-2020-01-01-000000/inner"_s;
+        QTest::newRow("through a link") << u"linked"_s;
+    }
+
+    void keptDataIsNotPrunedWhileItIsRestoredFrom() {
+        QFETCH(const QString, source);
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"Orvanel/Backups/before-restore-2020-01-01-000000/kuma.db"_s, "kept");
+        folder.write(u"Orvanel/Backups/before-restore-2020-01-01-000000/inner/kuma.db"_s, "kept");
+        folder.write(u"Orvanel/Backups/before-restore-2019-01-01-000000/kuma.db"_s, "older");
+        folder.write(u"Orvanel/Backups/before-update-2019-01-01-000000/kuma.db"_s, "of an update");
+        QVERIFY(QFile::link(folder.backups(u"before-restore-2020-01-01-000000"_s), folder.path(u"linked"_s)));
+        await(BackupManager::restore(folder.path(source), folder.data(), folder.backups()));
+        QCOMPARE(folder.read(u"Orvanel/data/kuma.db"_s), QByteArray("kept"));
+        const QStringList kept = folder.kept();
+        QCOMPARE(kept.size(), 3);
+        QVERIFY(kept.contains(u"before-restore-2020-01-01-000000"_s));
+        QVERIFY(kept.contains(u"before-update-2019-01-01-000000"_s));
+    }
+
+    void aLinkedDataFolderStaysALink() {
+        const DataFolder folder;
+        folder.fill();
+        QVERIFY(QDir().mkpath(folder.path(u"large disk"_s)));
+        QVERIFY(QDir().rename(folder.data(), folder.path(u"large disk/data"_s)));
+        QVERIFY(QFile::link(u"../large disk/data"_s, folder.data()));
+        const auto before = describe(folder.path(u"large disk/data"_s));
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QCOMPARE(difference(before, describe(folder.path(u"copy"_s))), QString());
+        folder.write(u"copy/new"_s, "new");
+        await(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
+        QVERIFY(QFileInfo(folder.data()).isSymLink());
+        QCOMPARE(folder.read(u"large disk/data/new"_s), QByteArray("new"));
+        QCOMPARE(difference(before, describe(folder.backups(folder.kept().value(0)))), QString());
+    }
+
+    void leftoversOfACrashGoAndNothingElse() {
+        const DataFolder folder;
+        folder.fill();
+        QDir().mkpath(folder.path(u"outside"_s));
+        folder.write(leftover + u"/copy/kuma.db"_s, "half");
+        const QStringList others{u".orvanel-notes/file"_s, u".orvanel-01234567-89ab-cdef-0123-456789abcdef/file"_s,
+                                 u".orvanel-01234567-89AB-CDEF-0123-456789ABCDEF.txt/file"_s,
+                                 u"orvanel-01234567-89AB-CDEF-0123-456789ABCDE0/file"_s};
+        for (const QString& name : others) {
+            folder.write(name, "another's");
+        }
+        folder.write(u".orvanel-11111111-89AB-CDEF-0123-456789ABCDEF"_s, "a file");
+        QVERIFY(
+            QFile::link(folder.path(u"outside"_s), folder.path(u".orvanel-22222222-89AB-CDEF-0123-456789ABCDEF"_s)));
+        const auto before = folder.names();
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QStringList after = folder.names();
+        QVERIFY(!after.contains(leftover));
+        QVERIFY(after.removeOne(u"copy"_s));
+        after << leftover;
+        QCOMPARE(QSet<QString>(after.begin(), after.end()), QSet<QString>(before.begin(), before.end()));
+    }
+
+    void theFolderOfARunAtWorkIsLeftAlone() {
+        const DataFolder folder;
+        folder.fill();
+        const WorkFolder other(folder.path());
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QVERIFY(QFileInfo(other.path()).isDir());
+    }
+
+    void whatACrashTookAwayComesBack() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(leftover + u"/replaced/copy/kuma.db"_s, "the old backup");
+        folder.write(leftover + u"/replaced/other/kuma.db"_s, "replaced");
+        folder.write(u"other/kuma.db"_s, "replacing");
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
+        QCOMPARE(folder.read(u"copy/kuma.db"_s), QByteArray("the old backup"));
+        QCOMPARE(folder.read(u"other/kuma.db"_s), QByteArray("replacing"));
+        QVERIFY(!QFileInfo::exists(folder.path(leftover)));
+    }
+
+    void withoutExchangeItGoesInTwoSteps() {
+        interception().withoutExchange = true;
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"copy/old"_s, "old");
+        folder.write(u"copy.zip"_s, "old");
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
+        QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
+        QVERIFY(folder.read(u"copy.zip"_s).startsWith("PK"));
+        QCOMPARE(folder.names().size(), 3);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPlaces)
+#include "TestPlaces.moc"
