@@ -11,6 +11,7 @@ namespace orvanel::test {
 namespace {
 
 const auto downloading = QStringLiteral("Downloading the Uptime Kuma image");
+const auto backingUp = QStringLiteral("Backing up…");
 
 QString normalised(const QString& slug) {
     return slug.trimmed().toLower();
@@ -41,8 +42,12 @@ QString allowedOrder(const QString& label) {
     if (label.startsWith(QStringLiteral("Stopping"))) {
         return stop;
     }
-    if (label.startsWith(QStringLiteral("Restarting"))) {
+    if (label.startsWith(QStringLiteral("Restarting")) || label.startsWith(QStringLiteral("Restoring"))) {
         return stop + start;
+    }
+    if (label.startsWith(QStringLiteral("Updating"))) {
+        return QStringLiteral("(compose version;)?((compose pull;|pull;)"
+                              "(inspect;(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?");
     }
     return QStringLiteral("(inspect;(compose version;)?(compose down;(inspect;(rm;)?)?|rm;)?)?");
 }
@@ -68,6 +73,7 @@ ControllerWatch::ControllerWatch(ControllerFixture* world)
         environment.pageAnswers = [this](int port) { return pageAnswers(port); };
         environment.fetchStatusPage = [this](int port, QString slug) { return fetch(port, std::move(slug)); };
     };
+    world->backups.onBegin = [this](const ScriptedBackups::Job& job) { jobBegins(job); };
 }
 
 void ControllerWatch::attach() {
@@ -97,13 +103,15 @@ void ControllerWatch::didRecheck() {
 void ControllerWatch::willCancel() {
     const bool isBringingUp =
         bringsUp(m_underWay) || m_underWay == u"rm" || (m_underWay == u"compose version" && m_isImagePresent);
-    m_isCancelled = m_isCancelled || (m_world->controller().busy() && !isBringingUp);
+    const bool isUpdated = m_label.startsWith(QStringLiteral("Updating")) && m_isImagePresent;
+    m_isCancelled = m_isCancelled || (m_isOperating && !isBringingUp && !isUpdated);
     m_mustEnd = m_mustEnd || m_underWay == u"info";
 }
 
 void ControllerWatch::didChangeComposeSettings() {
     const KumaController& kuma = m_world->controller();
     m_composeTexts.insert(composeText(kuma.imageTag(), kuma.port()).toUtf8());
+    m_tags.clear();
 }
 
 void ControllerWatch::didChangeSlug() {
@@ -121,7 +129,7 @@ QCoro::Task<CommandResult> ControllerWatch::run(QString path, QStringList argume
                                                 std::shared_ptr<ProcessHandle> handle,
                                                 DockerCLI::OutputCallback onOutput) {
     const QString name = Command{.path = path, .arguments = arguments}.name();
-    const bool isOperation = m_world->controller().busy() && name != u"logs";
+    const bool isOperation = m_isOperating && name != u"logs";
     const int operations = m_operations;
     m_seen.insert(name);
     if (isOperation) {
@@ -139,6 +147,17 @@ QCoro::Task<CommandResult> ControllerWatch::run(QString path, QStringList argume
         m_cause = {};
     }
     co_return result;
+}
+
+void ControllerWatch::jobBegins(const ScriptedBackups::Job& job) {
+    m_seen.insert(job.kind);
+    if (m_world->backups.underWay > 1) {
+        violate(QStringLiteral("%1 begins beside another job on the data").arg(job.kind));
+    }
+    const auto label = job.kind == u"restore" ? QStringLiteral("Restoring") : QStringLiteral("Updating");
+    if (job.kind != u"back up" && !(m_isOperating && m_label.startsWith(label) && m_underWay.isEmpty())) {
+        violate(QStringLiteral("%1 begins outside its operation").arg(job.kind));
+    }
 }
 
 void ControllerWatch::operationCommandBegins(const QString& name, bool isCancelled) {
@@ -261,9 +280,10 @@ ControllerWatch::Snapshot ControllerWatch::snapshot() const {
 
 void ControllerWatch::changed() {
     const Snapshot now = snapshot();
-    if (now.busy && !m_before.busy) {
+    m_composeTexts.insert(composeText(m_world->controller().imageTag(), m_world->controller().port()).toUtf8());
+    if (now.busy && now.busy != backingUp && !m_isOperating) {
         operationBegins(*now.busy);
-    } else if (!now.busy && m_before.busy) {
+    } else if (!now.busy && m_isOperating) {
         operationEnds();
     }
     if (now.busy) {
@@ -278,7 +298,10 @@ void ControllerWatch::changed() {
 
 void ControllerWatch::operationBegins(const QString& label) {
     m_operations += 1;
+    m_isOperating = true;
     m_label = label;
+    const KumaController& kuma = m_world->controller();
+    m_tags = {kuma.imageTag(), kuma.latestVersion().value_or(QString())};
     m_operationCommands.clear();
     m_isImagePresent = false;
     m_isCancelled = false;
@@ -288,8 +311,12 @@ void ControllerWatch::operationBegins(const QString& label) {
 }
 
 void ControllerWatch::operationEnds() {
+    m_isOperating = false;
     m_hasOperationEnded = true;
     m_cause = {};
+    if (m_label.startsWith(QStringLiteral("Updating")) && !m_operationCommands.isEmpty()) {
+        checkUpdated();
+    }
     if (!m_underWay.isEmpty()) {
         violate(QStringLiteral("busy ends while %1 is under way").arg(m_underWay));
     }
@@ -333,7 +360,7 @@ void ControllerWatch::checkState() {
     if (!kuma.busy()) {
         m_rechecks = 0;
     }
-    if (kuma.pulling() && (!kuma.busy() || kuma.busy() != downloading)) {
+    if (kuma.pulling() && kuma.busy() != downloading && kuma.busy() != backingUp) {
         violate(QStringLiteral("pulling is set outside a download"));
     }
     if (kuma.suggestedPort() && !m_hasPortError) {
@@ -353,6 +380,21 @@ void ControllerWatch::checkComposeFile() {
     QFile file(m_world->controller().composeURL());
     if (file.open(QIODevice::ReadOnly) && !m_composeTexts.contains(file.readAll())) {
         violate(QStringLiteral("the compose file tells of settings that were never set"));
+    }
+}
+
+/// However an update went, what is stored and what Docker is told are one and the same version, the old or the new one.
+void ControllerWatch::checkUpdated() {
+    const KumaController& kuma = m_world->controller();
+    if (m_tags.isEmpty()) {
+        return;
+    }
+    if (!m_tags.contains(kuma.imageTag())) {
+        violate(QStringLiteral("an update leaves the tag %1").arg(kuma.imageTag()));
+    }
+    QFile file(kuma.composeURL());
+    if (!file.open(QIODevice::ReadOnly) || file.readAll() != composeText(kuma.imageTag(), kuma.port()).toUtf8()) {
+        violate(QStringLiteral("the compose file does not tell of the tag %1").arg(kuma.imageTag()));
     }
 }
 

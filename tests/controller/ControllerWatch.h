@@ -27,8 +27,9 @@ public:
     /// What has come about so far: the commands that were run, the errors, the states, the news.
     const QSet<QString>& seen() const { return m_seen; }
 
-    /// Whether the operation under way is busy with something other than a command.
-    bool isDeleting() const { return m_before.busy && m_underWay.isEmpty(); }
+    bool isOperating() const { return m_isOperating; }
+    /// Whether the operation under way is busy with something that is neither a command nor a backup or restore.
+    bool isDeleting() const { return m_isOperating && m_underWay.isEmpty() && m_world->backups.underWay == 0; }
 
     /// What the test is about to do, or has just done.
     void willRecheck();
@@ -59,6 +60,7 @@ private:
     QCoro::Task<bool> pageAnswers(int port);
     QCoro::Task<StatusPageResult> fetch(int port, QString slug);
 
+    void jobBegins(const ScriptedBackups::Job& job);
     void operationCommandBegins(const QString& name, bool isCancelled);
     void operationCommandEnds(const QString& name, const CommandResult& result);
     void lookBegins(const QString& name);
@@ -71,6 +73,7 @@ private:
     void checkChangeDuringOperation(const Snapshot& now);
     void checkChangeWhileIdle(const Snapshot& now);
     void checkComposeFile();
+    void checkUpdated();
     void remember(const Snapshot& now);
     Snapshot snapshot() const;
 
@@ -81,7 +84,10 @@ private:
     Cause m_cause;
 
     int m_operations = 0;
+    bool m_isOperating = false;
     QString m_label;
+    /// The tags that an update may end with; empty when the settings changed meanwhile.
+    QStringList m_tags;
     QStringList m_operationCommands;
     QString m_underWay;
     bool m_isImagePresent = false;

@@ -27,7 +27,12 @@ const std::vector<RandomSequence::Choice>& RandomSequence::choices() {
         {6, "restart", &S::restart},
         {6, "cancel", &S::cancel},
         {3, "remove everything", &S::removeEverything},
-        {4, "answer the question", &S::answerDialog},
+        {7, "answer the question", &S::answerDialog},
+        {6, "choose a path", &S::choosePath},
+        {3, "check for updates", &S::checkForUpdates},
+        {5, "update", &S::updateNow},
+        {4, "back up", &S::backUpNow},
+        {4, "restore", &S::restoreBackup},
         {4, "recheck", &S::recheck},
         {2, "logs", &S::fetchLogs},
         {6, "begin", &S::begin},
@@ -50,6 +55,9 @@ const std::vector<RandomSequence::Choice>& RandomSequence::choices() {
         {5, "answer of the page", &S::answerPage},
         {6, "status page", &S::changeStatusPage},
         {5, "answer of the status page", &S::answerStatusPage},
+        {3, "releases", &S::changeReleases},
+        {3, "backups", &S::changeBackups},
+        {5, "end of the backups", &S::endBackups},
     };
     return all;
 }
@@ -67,6 +75,17 @@ RandomSequence::RandomSequence(std::uint64_t seed)
     }
     m_kuma = &m_world.controller();
     m_watch.attach();
+    // What needs many steps in a row would come about too seldom otherwise.
+    if (chance(60)) {
+        changeReleases();
+        checkForUpdates();
+        changeBackups();
+    }
+    if (chance(40)) {
+        m_kuma->setSlug(QStringLiteral("home"));
+        m_watch.didChangeSlug();
+        begin();
+    }
 }
 
 /// Not std::uniform_int_distribution, which other libraries realise in other ways.
@@ -120,6 +139,8 @@ void RandomSequence::finish() {
     cancel();
     shutDown();
     m_world.page.letGo();
+    m_world.releases.letGo();
+    m_world.backups.letGo();
     m_world.dialogs.answerAll(false);
     const auto isOver = [this] { return m_kuma->isIdle() && m_tasks.running() == 0; };
     for (int turn = 0; turn < mostTurns; ++turn) {
@@ -152,16 +173,17 @@ void RandomSequence::restart() {
 }
 
 void RandomSequence::requestOperation(void (KumaController::*request)()) {
+    const bool wasOperating = m_watch.isOperating();
     const std::optional<QString> before = m_kuma->busy();
     const int operations = m_watch.operations();
     (m_kuma->*request)();
-    if (before && (m_watch.operations() != operations || m_kuma->busy() != before)) {
+    if (wasOperating && (m_watch.operations() != operations || m_kuma->busy() != before)) {
         m_watch.violate(QStringLiteral("a second operation begins beside the first"));
     }
-    if (!before && m_watch.operations() != operations + 1) {
+    if (!wasOperating && m_watch.operations() != operations + 1) {
         m_watch.violate(QStringLiteral("a request is dropped though nothing is under way"));
     }
-    if (!before && m_kuma->busy() && (m_kuma->error() || m_kuma->suggestedPort())) {
+    if (!wasOperating && m_kuma->busy() && (m_kuma->error() || m_kuma->suggestedPort())) {
         m_watch.violate(QStringLiteral("an operation begins with the error of the last"));
     }
 }
@@ -179,6 +201,29 @@ void RandomSequence::answerDialog() {
     if (!m_world.dialogs.questions.isEmpty()) {
         m_world.dialogs.questions.takeFirst().answer.complete(chance(60));
     }
+}
+
+void RandomSequence::choosePath() {
+    if (!m_world.dialogs.pathQuestions.isEmpty()) {
+        const std::optional<QString> path(QStringLiteral("/home/ann/Backup.zip"));
+        m_world.dialogs.pathQuestions.takeFirst().answer.complete(chance(75) ? path : std::nullopt);
+    }
+}
+
+void RandomSequence::checkForUpdates() {
+    m_kuma->checkForUpdates();
+}
+
+void RandomSequence::updateNow() {
+    m_kuma->updateNow();
+}
+
+void RandomSequence::backUpNow() {
+    m_kuma->backUpNow();
+}
+
+void RandomSequence::restoreBackup() {
+    m_kuma->restoreBackup();
 }
 
 void RandomSequence::recheck() {
@@ -347,6 +392,33 @@ void RandomSequence::answerStatusPage() {
         read.answer.complete(randomStatus());
     }
     m_world.page.reads.clear();
+}
+
+void RandomSequence::changeReleases() {
+    m_world.releases.letGo();
+    m_world.releases.questions.clear();
+    m_world.releases.holds = chance(25);
+    if (chance(20)) {
+        m_world.releases.answer = ReleaseError{QStringLiteral("Could not check for updates (HTTP 403).")};
+        return;
+    }
+    m_world.releases.answer =
+        LatestRelease{.version = oneOf({QStringLiteral("2.1.0"), QStringLiteral("3.0.0-beta.1"), QStringLiteral("2"),
+                                        QStringLiteral("2\n    privileged: true")})};
+}
+
+void RandomSequence::changeBackups() {
+    ScriptedBackups& backups = m_world.backups;
+    backups.holds = chance(60);
+    backups.failure = chance(20) ? std::optional(QStringLiteral("The disk is full.")) : std::nullopt;
+    backups.databaseProblem = chance(15) ? std::optional(QStringLiteral("row 7")) : std::nullopt;
+    backups.hasData = chance(80);
+}
+
+void RandomSequence::endBackups() {
+    for (const ScriptedBackups::Job& job : m_world.backups.jobs) {
+        job.go.complete(true);
+    }
 }
 
 } // namespace orvanel::test

@@ -46,6 +46,11 @@ private:
     void cancel();
     void removeEverything();
     void answerDialog();
+    void choosePath();
+    void checkForUpdates();
+    void updateNow();
+    void backUpNow();
+    void restoreBackup();
     void recheck();
     void fetchLogs();
     void begin();
@@ -70,6 +75,9 @@ private:
     void answerPage();
     void changeStatusPage();
     void answerStatusPage();
+    void changeReleases();
+    void changeBackups();
+    void endBackups();
     StatusPageResult randomStatus();
 
     std::mt19937_64 m_random;

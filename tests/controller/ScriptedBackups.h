@@ -29,7 +29,8 @@ public:
     std::optional<QString> failure;
     std::optional<QString> databaseProblem;
     bool hasData = true;
-    /// What was known of the world when a job did its work; asked for each.
+    /// Told of each job when it begins, and when it does its work.
+    std::function<void(const Job& job)> onBegin;
     std::function<void(const Job& job)> onWork;
 
     void letGo() {
@@ -55,6 +56,9 @@ private:
         const Job job{kind, arguments, {}};
         jobs.append(job);
         underWay += 1;
+        if (onBegin) {
+            onBegin(job);
+        }
         if (!holds) {
             job.go.complete(true);
         }
