@@ -1,0 +1,105 @@
+// A program that starts or updates Uptime Kuma and is killed before its step of a number; 0 is never. A step is
+// whatever another program could notice: a change of the published state, the begin and the end of a command and of a
+// backup. Arguments: the folder that holds its settings and data, "start" or "update", the number.
+
+#include "RecordingPlatform.h"
+#include "controller/KumaController.h"
+#include "support/Await.h"
+#include "task/SystemClock.h"
+
+#include <QCoreApplication>
+
+#include <csignal>
+#include <cstdio>
+#include <unistd.h>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+class AgreeingDialogs final : public Dialogs {
+public:
+    QCoro::Task<bool> confirm(Alert /*alert*/) override { co_return true; }
+    QCoro::Task<std::optional<QString>> chooseSavePath(SavePanel /*panel*/) override { co_return std::nullopt; }
+    QCoro::Task<std::optional<QString>> chooseOpenPath(OpenPanel /*panel*/) override { co_return std::nullopt; }
+};
+
+int killAt = 0;
+int steps = 0;
+
+void step() {
+    steps += 1;
+    if (steps == killAt) {
+        ::kill(::getpid(), SIGKILL);
+    }
+}
+
+QCoro::Task<CommandResult> run(QString path, QStringList arguments, std::chrono::duration<double> limit,
+                               std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
+    step();
+    const CommandResult result = co_await DockerCLI::run(path, arguments, limit, handle, onOutput);
+    step();
+    co_return result;
+}
+
+QCoro::Task<std::optional<BackupResult>> autoBackup(QString dataDir, QString backupsDir, QString label) {
+    step();
+    const std::optional<BackupResult> backup = co_await BackupManager::autoBackup(dataDir, backupsDir, label);
+    step();
+    co_return backup;
+}
+
+QCoro::Task<bool> pageAnswers(int /*port*/) {
+    co_return true;
+}
+
+QCoro::Task<ReleaseResult> latestRelease() {
+    co_return LatestRelease{.version = QStringLiteral("2.1.0")};
+}
+
+int work(const QString& folder, const QString& what) {
+    SettingsStore settings(folder + QStringLiteral("/settings.conf"));
+    RecordingNotifier notifier;
+    RecordingLoginItem loginItem;
+    RecordingDesktop desktop;
+    AgreeingDialogs dialogs;
+    ControllerEnvironment environment;
+    environment.defaults = &settings;
+    environment.clock = &SystemClock::instance();
+    environment.notifier = &notifier;
+    environment.loginItem = &loginItem;
+    environment.desktop = &desktop;
+    environment.dialogs = &dialogs;
+    environment.applicationSupport = folder;
+    environment.run = &run;
+    environment.pageAnswers = &pageAnswers;
+    environment.fetchLatestRelease = &latestRelease;
+    environment.autoBackup = &autoBackup;
+
+    KumaController kuma(environment);
+    kuma.recheck();
+    kuma.checkForUpdates();
+    await(kuma.finished());
+    steps = 0;
+    QObject::connect(&kuma, &KumaController::changed, &kuma, &step);
+    if (what == u"update") {
+        kuma.updateNow();
+    } else {
+        kuma.start();
+    }
+    await(kuma.finished());
+    if (kuma.error()) {
+        std::fprintf(stderr, "%s\n%s\n", qPrintable(kuma.error()->message), qPrintable(kuma.error()->details));
+    }
+    return kuma.error() ? 1 : 0;
+}
+
+} // namespace
+
+int main(int count, char** values) {
+    const QCoreApplication application(count, values);
+    const QStringList arguments = QCoreApplication::arguments();
+    killAt = arguments.value(3).toInt();
+    return work(arguments.value(1), arguments.value(2));
+}

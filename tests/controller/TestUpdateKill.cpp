@@ -1,0 +1,183 @@
+#include "controller/ComposeFile.h"
+#include "platform/SettingsStore.h"
+#include "standin/tools/StandInTools.h"
+#include "support/Await.h"
+#include "support/TestHome.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTcpServer>
+
+#include <random>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+const auto oldTag = QStringLiteral("2");
+const auto newTag = QStringLiteral("2.1.0");
+
+QByteArray contentOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// Every file below the folder, with what it holds.
+QMap<QString, QByteArray> treeOf(const QString& folder) {
+    QMap<QString, QByteArray> tree;
+    QDirIterator files(folder, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString path = files.next();
+        tree.insert(path.mid(folder.size()), contentOf(path));
+    }
+    return tree;
+}
+
+int freePort() {
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost);
+    return server.serverPort();
+}
+
+/// One home with a server that runs the old version, and data that must not be lost.
+class Scene {
+public:
+    Scene() {
+        SettingsStore(m_home.path(QStringLiteral("settings.conf"))).setInteger(QStringLiteral("port"), m_port);
+        for (int i = 0; i < 20; ++i) {
+            m_home.write(QStringLiteral("Orvanel/data/upload/logo%1.png").arg(i), QByteArray(1000 * i, 'x'));
+        }
+        m_home.write(QStringLiteral("Orvanel/data/kuma.db"), "precious");
+        m_data = treeOf(dataDir());
+    }
+
+    QString dataDir() const { return m_home.path(QStringLiteral("Orvanel/data")); }
+    QString tag() const {
+        return SettingsStore(m_home.path(QStringLiteral("settings.conf"))).text(QStringLiteral("imageTag"), oldTag);
+    }
+    QString image() const {
+        const auto state = m_tools.state();
+        return state.container ? QString::fromStdString(state.container->image) : QString();
+    }
+
+    /// Exit status of the program; -1 when it was killed by itself or after `delay`.
+    int run(const QString& what, int killAt, std::optional<std::chrono::milliseconds> delay = {}) const {
+        QProcess program;
+        program.setProcessChannelMode(QProcess::ForwardedChannels);
+        program.start(QStringLiteral(ORVANEL_KILLED_PROGRAM), {m_home.path(), what, QString::number(killAt)});
+        const std::chrono::milliseconds limit = delay.value_or(patience);
+        const bool hasEnded = program.waitForFinished(static_cast<int>(limit.count()));
+        if (!hasEnded && !delay) {
+            qFatal("the program did not end");
+        }
+        if (!hasEnded) {
+            program.kill();
+            program.waitForFinished();
+        }
+        return program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
+    }
+
+    void pinOldVersion() const {
+        SettingsStore(m_home.path(QStringLiteral("settings.conf"))).setText(QStringLiteral("imageTag"), oldTag);
+    }
+
+    /// What is broken; empty when all is well.
+    QString broken() const {
+        if (tag() != oldTag && tag() != newTag) {
+            return QStringLiteral("the settings hold the tag \"%1\"").arg(tag());
+        }
+        const QByteArray compose = contentOf(m_home.path(QStringLiteral("Orvanel/docker-compose.yml")));
+        if (compose != composeText(oldTag, m_port).toUtf8() && compose != composeText(newTag, m_port).toUtf8()) {
+            return QStringLiteral("the compose file is neither old nor new");
+        }
+        if (treeOf(dataDir()) != m_data) {
+            return QStringLiteral("the data is not what it was");
+        }
+        // What is not finished yet has another name.
+        static const QRegularExpression finished(QStringLiteral("^before-update-[-0-9]+$"));
+        const QDir backups(m_home.path(QStringLiteral("Orvanel/Backups")));
+        for (const QString& name : backups.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            if (finished.match(name).hasMatch() && treeOf(backups.filePath(name)) != m_data) {
+                return QStringLiteral("the backup %1 is not whole").arg(name);
+            }
+        }
+        return {};
+    }
+
+    /// The same, and the next start brings up just the version that the settings name.
+    QString brokenAfterTheNextStart() const {
+        const QString before = broken();
+        if (!before.isEmpty()) {
+            return before;
+        }
+        if (run(QStringLiteral("start"), 0) != 0) {
+            return QStringLiteral("the next start fails");
+        }
+        if (image() != QStringLiteral("%1:%2").arg(imageRepository(), tag())) {
+            return QStringLiteral("the next start brings up %1 though the tag is %2").arg(image(), tag());
+        }
+        if (contentOf(m_home.path(QStringLiteral("Orvanel/docker-compose.yml"))) !=
+            composeText(tag(), m_port).toUtf8()) {
+            return QStringLiteral("the compose file does not agree with the settings after the next start");
+        }
+        return broken();
+    }
+
+private:
+    const TestHome m_home;
+    const standin::StandInTools m_tools;
+    const int m_port = freePort();
+    QMap<QString, QByteArray> m_data;
+};
+
+} // namespace
+
+/// The program killed in the middle of an update: what is stored is the old or the new version, and the data is whole.
+class TestUpdateKill : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void atEveryStep() {
+        const Scene scene;
+        QCOMPARE(scene.run(QStringLiteral("start"), 0), 0);
+        QCOMPARE(scene.brokenAfterTheNextStart(), QString());
+        QSet<QString> tags;
+        int killed = 0;
+        for (int killAt = 1; scene.run(QStringLiteral("update"), killAt) != 0; ++killAt) {
+            const QString broken = scene.broken();
+            tags.insert(scene.tag());
+            QVERIFY2(broken.isEmpty(), qPrintable(QStringLiteral("killed at step %1: %2").arg(killAt).arg(broken)));
+            const QString later = scene.brokenAfterTheNextStart();
+            QVERIFY2(later.isEmpty(), qPrintable(QStringLiteral("killed at step %1: %2").arg(killAt).arg(later)));
+            scene.pinOldVersion();
+            killed += 1;
+            QVERIFY(killed < 200);
+        }
+        QVERIFY2(killed > 15, "the program was killed at too few steps to show anything");
+        QCOMPARE(tags, (QSet<QString>{oldTag, newTag}));
+        QCOMPARE(scene.tag(), newTag);
+        QCOMPARE(scene.brokenAfterTheNextStart(), QString());
+    }
+
+    void betweenTheSteps_data() {
+        QTest::addColumn<int>("milliseconds");
+        std::mt19937 random(20260102);
+        for (int i = 0; i < 8; ++i) {
+            QTest::addRow("seeded %d", i) << static_cast<int>(random() % 600);
+        }
+    }
+
+    void betweenTheSteps() {
+        QFETCH(const int, milliseconds);
+        const Scene scene;
+        QCOMPARE(scene.run(QStringLiteral("start"), 0), 0);
+        scene.run(QStringLiteral("update"), 0, std::chrono::milliseconds(milliseconds));
+        QCOMPARE(scene.brokenAfterTheNextStart(), QString());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestUpdateKill)
+#include "TestUpdateKill.moc"
