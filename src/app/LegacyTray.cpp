@@ -1,9 +1,11 @@
 #include "app/LegacyTray.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QGuiApplication>
 
+#include <cstdint>
 #include <cstdlib>
-#include <memory>
+#include <string_view>
 #include <xcb/xcb.h>
 
 namespace orvanel {
@@ -12,25 +14,68 @@ namespace {
 template <class Reply>
 using Owned = std::unique_ptr<Reply, decltype(&std::free)>;
 
+/// On platforms without such panels.
+class NoTray final : public LegacyTray {
+public:
+    bool isPresent() const override { return false; }
+};
+
+/// A panel owns a selection named after the screen, and tells everybody when it takes it. Qt listens to such news
+/// already.
+class X11Tray final : public LegacyTray, public QAbstractNativeEventFilter {
+public:
+    explicit X11Tray(xcb_connection_t* connection)
+        : m_connection(connection) {
+        // Of the first screen: more than one is not in use any more.
+        const auto selection = intern("_NET_SYSTEM_TRAY_S0");
+        const auto manager = intern("MANAGER");
+        m_selection = answer(selection);
+        m_manager = answer(manager);
+        qGuiApp->installNativeEventFilter(this);
+    }
+
+    ~X11Tray() override { qGuiApp->removeNativeEventFilter(this); }
+
+    bool isPresent() const override {
+        const auto question = xcb_get_selection_owner(m_connection, m_selection);
+        const Owned<xcb_get_selection_owner_reply_t> owner(
+            xcb_get_selection_owner_reply(m_connection, question, nullptr), &std::free);
+        return owner != nullptr && owner->owner != XCB_WINDOW_NONE;
+    }
+
+    bool nativeEventFilter(const QByteArray& kind, void* message, qintptr* /*result*/) override {
+        const auto* event = static_cast<const xcb_client_message_event_t*>(message);
+        constexpr std::uint8_t sentByAClient = 0x80;
+        if (kind == "xcb_generic_event_t" && (event->response_type & ~sentByAClient) == XCB_CLIENT_MESSAGE &&
+            event->type == m_manager && event->data.data32[1] == m_selection) {
+            Q_EMIT appeared();
+        }
+        return false;
+    }
+
+private:
+    xcb_intern_atom_cookie_t intern(std::string_view name) {
+        return xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
+    }
+
+    xcb_atom_t answer(xcb_intern_atom_cookie_t question) {
+        const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection, question, nullptr), &std::free);
+        return reply != nullptr ? reply->atom : XCB_ATOM_NONE;
+    }
+
+    xcb_connection_t* const m_connection;
+    xcb_atom_t m_selection = XCB_ATOM_NONE;
+    xcb_atom_t m_manager = XCB_ATOM_NONE;
+};
+
 } // namespace
 
-bool isLegacyTrayPresent() {
+std::unique_ptr<LegacyTray> LegacyTray::ofDisplay() {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     if (x11 == nullptr || x11->connection() == nullptr) {
-        return false;
+        return std::make_unique<NoTray>();
     }
-    xcb_connection_t* const connection = x11->connection();
-    // Of the first screen: more than one is not in use any more.
-    constexpr char name[] = "_NET_SYSTEM_TRAY_S0";
-    const auto question = xcb_intern_atom(connection, 1, sizeof name - 1, name);
-    const Owned<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(connection, question, nullptr), &std::free);
-    if (atom == nullptr || atom->atom == XCB_ATOM_NONE) {
-        return false;
-    }
-    const auto ownerQuestion = xcb_get_selection_owner(connection, atom->atom);
-    const Owned<xcb_get_selection_owner_reply_t> owner(
-        xcb_get_selection_owner_reply(connection, ownerQuestion, nullptr), &std::free);
-    return owner != nullptr && owner->owner != XCB_WINDOW_NONE;
+    return std::make_unique<X11Tray>(x11->connection());
 }
 
 } // namespace orvanel

@@ -15,8 +15,6 @@ struct MenuOffers {
     bool showsStart = false;
     /// Whether the one of "Start" and "Stop" that is shown can be chosen.
     bool startOrStop = false;
-
-    bool operator==(const MenuOffers&) const = default;
 };
 
 MenuOffers menuOffers(KumaState kuma, DockerState dockerState, const std::optional<QString>& busy);

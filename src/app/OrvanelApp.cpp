@@ -18,8 +18,9 @@ OrvanelApp::OrvanelApp(const Surroundings& surroundings)
     QGuiApplication::setQuitOnLastWindowClosed(m_delegate.applicationShouldTerminateAfterLastWindowClosed());
     QCoreApplication::setQuitLockEnabled(false);
     addWindows();
-    connect(&m_quitPath, &QuitPath::quitting, this, [this] { m_windows->closeForGood(); });
-    // No window and no icon may outlive the application object.
+    connect(&m_quitPath, &QuitPath::quitting, this, &OrvanelApp::takeDown);
+    connect(&m_quitPath, &QuitPath::quitting, this, &OrvanelApp::quitting);
+    // No window and no icon may outlive the application object, however its event loop ended.
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
         m_statusItem.reset();
         m_windows.reset();
@@ -47,8 +48,8 @@ void OrvanelApp::addWindows() {
         [this](const QString& id) { m_windows->open(id); },
     };
     m_windows->add(windowId::main(), [context] { return new MainWindow(context); });
-    m_windows->add(windowId::settings(), [context] { return new SettingsWindow(context); });
     m_windows->add(windowId::logs(), [this] { return new LogsWindow(m_controller, *m_surroundings.controller.clock); });
+    m_windows->add(windowId::settings(), [context] { return new SettingsWindow(context); });
 }
 
 void OrvanelApp::start() {
@@ -57,11 +58,20 @@ void OrvanelApp::start() {
         *m_surroundings.controller.desktop,
         *m_surroundings.controller.clock,
         m_surroundings.bus,
-        m_surroundings.isLegacyTrayPresent,
+        m_surroundings.legacyTray,
     });
     connect(m_statusItem.get(), &StatusItem::openWindowRequested, this, [this] { openMainWindow(); });
     connect(m_statusItem.get(), &StatusItem::noPanel, this, [this] { openMainWindow(); });
     QMetaObject::invokeMethod(&m_delegate, &AppDelegate::applicationDidFinishLaunching, Qt::QueuedConnection);
+}
+
+/// The end may come later, but there is nothing left to be done here.
+void OrvanelApp::takeDown() {
+    m_windows->closeForGood();
+    if (m_statusItem) {
+        // Its menu may be what brought us here.
+        m_statusItem.release()->deleteLater();
+    }
 }
 
 QWidget* OrvanelApp::window(const QString& id) const {

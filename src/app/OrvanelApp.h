@@ -20,7 +20,7 @@ public:
         /// Without dialogs: the app brings its own.
         ControllerEnvironment controller;
         QDBusConnection bus = QDBusConnection::sessionBus();
-        std::function<bool()> isLegacyTrayPresent;
+        LegacyTray& legacyTray;
     };
 
     explicit OrvanelApp(const Surroundings& surroundings);
@@ -35,13 +35,18 @@ public:
     /// The open one, or nullptr.
     QWidget* window(const QString& id) const;
     QWidget* mainWindow() const { return window(windowId::main()); }
-    /// From start() to the end of the event loop.
+    /// From start() to quitting(); otherwise nullptr.
     const StatusItem* statusItem() const { return m_statusItem.get(); }
+
+Q_SIGNALS:
+    /// See QuitPath.
+    void quitting();
 
 private:
     ControllerEnvironment withDialogs(ControllerEnvironment environment);
     void addWindows();
     QWidget* windowForQuestions();
+    void takeDown();
 
     const Surroundings m_surroundings;
     std::unique_ptr<Windows> m_windows;

@@ -17,8 +17,6 @@ public:
     /// For the one application object of the process.
     explicit QuitPath(AppDelegate& delegate);
 
-    bool isQuitting() const { return m_isQuitting; }
-
 Q_SIGNALS:
     /// The first request has come; the program ends soon.
     void quitting();

@@ -5,8 +5,6 @@
 #include <QPainter>
 #include <QPixmap>
 
-#include <cmath>
-
 namespace orvanel {
 namespace {
 
@@ -15,10 +13,8 @@ constexpr int panelSizes[] = {16, 22, 24, 32, 48, 64};
 
 } // namespace
 
-QImage StatusIcon::image(Health health, int size, double devicePixelRatio) {
-    const int pixels = static_cast<int>(std::lround(size * devicePixelRatio));
-    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(devicePixelRatio);
+QImage StatusIcon::image(Health health, int size) {
+    QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
 
     const Meaning meaning = meaningOf(health);

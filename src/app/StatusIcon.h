@@ -10,9 +10,9 @@ namespace orvanel {
 /// The dot that stands for the program in the status area.
 namespace StatusIcon {
 
-/// A square image of `size` logical pixels a side: a filled circle, ten sixteenths of the side across, in the centre of
+/// A square image of `size` pixels a side: a filled circle, ten sixteenths of the side across, in the centre of
 /// a transparent margin.
-QImage image(Health health, int size = 16, double devicePixelRatio = 1);
+QImage image(Health health, int size = 16);
 
 /// The same in every size that panels ask for, each drawn for itself.
 QIcon icon(Health health);

@@ -7,6 +7,8 @@ namespace orvanel {
 namespace {
 
 constexpr std::chrono::seconds panelLimit{5};
+/// At login the list of icons may be there long before the panel that shows them.
+constexpr std::chrono::seconds panelLimitWithWatcher{60};
 
 } // namespace
 
@@ -19,18 +21,31 @@ StatusItem::StatusItem(Surroundings surroundings)
             makeIcon(MenuContent::Painter::panel);
         }
     });
+    connect(&m_surroundings.legacyTray, &LegacyTray::appeared, this, [this] { considerLegacyTray(); });
     m_patience = m_surroundings.clock.callAfter(panelLimit, [this] { onPanelOverdue(); });
 }
 
 void StatusItem::onPanelOverdue() {
-    if (hasIcon()) {
-        return;
-    }
-    if (m_surroundings.isLegacyTrayPresent && m_surroundings.isLegacyTrayPresent()) {
+    m_isOverdue = true;
+    if (!m_panels->watcherPresent() && m_surroundings.legacyTray.isPresent()) {
         makeIcon(MenuContent::Painter::ourselves);
         return;
     }
+    considerLegacyTray();
     Q_EMIT noPanel();
+}
+
+/// A panel of the new kind often follows the old one in the same moment.
+void StatusItem::considerLegacyTray() {
+    if (hasIcon() || !m_isOverdue || !m_surroundings.legacyTray.isPresent()) {
+        return;
+    }
+    const std::chrono::seconds limit = m_panels->watcherPresent() ? panelLimitWithWatcher : panelLimit;
+    m_patience = m_surroundings.clock.callAfter(limit, [this] {
+        if (m_surroundings.legacyTray.isPresent()) {
+            makeIcon(MenuContent::Painter::ourselves);
+        }
+    });
 }
 
 void StatusItem::makeIcon(MenuContent::Painter painter) {

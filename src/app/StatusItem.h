@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/LegacyTray.h"
 #include "app/MenuContent.h"
 #include "app/RenderTrigger.h"
 #include "controller/Health.h"
@@ -14,7 +15,8 @@
 namespace orvanel {
 
 /// The program's place in the status area. The icon appears when there is a panel to show it, now or later;
-/// Qt brings it back by itself when the panel restarts.
+/// Qt brings it back by itself when the panel restarts. An old panel (see LegacyTray) gets it only where none of the
+/// new kind comes, because that choice is for good.
 class StatusItem final : public QObject {
     Q_OBJECT
 
@@ -24,8 +26,7 @@ public:
         Desktop& desktop;
         Clock& clock;
         QDBusConnection bus = QDBusConnection::sessionBus();
-        /// Asked once, when no panel has answered in time.
-        std::function<bool()> isLegacyTrayPresent;
+        LegacyTray& legacyTray;
     };
 
     explicit StatusItem(Surroundings surroundings);
@@ -42,12 +43,14 @@ Q_SIGNALS:
 private:
     void makeIcon(MenuContent::Painter painter);
     void onPanelOverdue();
+    void considerLegacyTray();
     void render();
 
     const Surroundings m_surroundings;
     /// Only until the icon is made.
     std::unique_ptr<TrayHostWatcher> m_panels;
     std::unique_ptr<Clock::Timer> m_patience;
+    bool m_isOverdue = false;
 
     std::unique_ptr<MenuContent> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_icon;

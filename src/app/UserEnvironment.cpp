@@ -1,9 +1,24 @@
 #include "app/UserEnvironment.h"
 
 #include "platform/Folders.h"
+#include "task/FastClock.h"
 #include "task/SystemClock.h"
 
 namespace orvanel {
+namespace {
+
+/// Where the tools are stand-ins (ORVANEL_TOOL_ROOT), the controller's pauses can be made ORVANEL_HASTE times as short,
+/// so that a test lives through days. Real tools are never asked that often, and time limits never change.
+Clock& controllersClock() {
+    const int haste = qEnvironmentVariableIntValue("ORVANEL_HASTE");
+    if (haste < 2 || qEnvironmentVariableIsEmpty("ORVANEL_TOOL_ROOT")) {
+        return SystemClock::instance();
+    }
+    static FastClock clock(SystemClock::instance(), haste);
+    return clock;
+}
+
+} // namespace
 namespace {
 
 /// The demo and the tests set the variable ORVANEL_RELEASE_ENDPOINT to the address of a stand-in.
@@ -21,7 +36,7 @@ UserEnvironment::UserEnvironment()
 ControllerEnvironment UserEnvironment::forController() {
     ControllerEnvironment environment;
     environment.defaults = &m_defaults;
-    environment.clock = &SystemClock::instance();
+    environment.clock = &controllersClock();
     environment.notifier = &m_notifier;
     environment.loginItem = &m_loginItem;
     environment.desktop = &m_desktop;

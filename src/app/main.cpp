@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <memory>
 #include <unistd.h>
 
 using namespace orvanel;
@@ -31,12 +32,13 @@ void openStandardStreams() {
 int run(SingleInstance& instance) {
     // Never released: tasks that still run when the program ends use them to the very end.
     static auto* const environment = new UserEnvironment;
-    static auto* const app =
-        new OrvanelApp({environment->forController(), QDBusConnection::sessionBus(), &isLegacyTrayPresent});
+    const std::unique_ptr<LegacyTray> legacyTray = LegacyTray::ofDisplay();
+    static auto* const app = new OrvanelApp({environment->forController(), QDBusConnection::sessionBus(), *legacyTray});
 
     const QuitSignals signals_;
     QObject::connect(&signals_, &QuitSignals::quitRequested, qApp, &QCoreApplication::quit);
     QObject::connect(&instance, &SingleInstance::activated, app, &OrvanelApp::openMainWindow);
+    QObject::connect(app, &OrvanelApp::quitting, &instance, &SingleInstance::leave);
     QObject::connect(&environment->notifier(), &DesktopNotifier::activated, app, &OrvanelApp::openMainWindow);
     // The login item alone says whether the program starts with the session; the session must not start it as well.
     const auto neverRestart = [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); };

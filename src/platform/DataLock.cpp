@@ -12,6 +12,16 @@
 #include <unistd.h>
 
 namespace orvanel {
+namespace {
+
+constexpr char leavingMark = 'L';
+
+bool isHolderLeaving(int descriptor) {
+    char mark = 0;
+    return ::pread(descriptor, &mark, 1, 0) == 1 && mark == leavingMark;
+}
+
+} // namespace
 
 DataLock::DataLock(QString file)
     : m_file(std::move(file)) {}
@@ -20,7 +30,7 @@ DataLock::~DataLock() {
     release();
 }
 
-DataLock::Result DataLock::take(std::chrono::milliseconds patience) {
+DataLock::Result DataLock::take(std::chrono::milliseconds patience, std::chrono::milliseconds patienceWithLeaving) {
     if (m_descriptor >= 0) {
         return Result::Taken;
     }
@@ -32,16 +42,27 @@ DataLock::Result DataLock::take(std::chrono::milliseconds patience) {
         return Result::Impossible;
     }
     const QDeadlineTimer deadline(patience);
+    const QDeadlineTimer deadlineWithLeaving(patienceWithLeaving);
     while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         const bool isHeld = errno == EWOULDBLOCK;
-        if (!isHeld || deadline.hasExpired()) {
+        const bool isOverdue =
+            deadline.hasExpired() && (deadlineWithLeaving.hasExpired() || !isHolderLeaving(descriptor));
+        if (!isHeld || isOverdue) {
             ::close(descriptor);
             return isHeld ? Result::HeldElsewhere : Result::Impossible;
         }
         QThread::msleep(10);
     }
+    // The last holder may have died while it was leaving. Where this fails, somebody may wait longer than needed.
+    [[maybe_unused]] const int emptied = ::ftruncate(descriptor, 0);
     m_descriptor = descriptor;
     return Result::Taken;
+}
+
+void DataLock::announceEnd() {
+    if (m_descriptor >= 0) {
+        [[maybe_unused]] const ssize_t written = ::pwrite(m_descriptor, &leavingMark, 1, 0);
+    }
 }
 
 void DataLock::release() {

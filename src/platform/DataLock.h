@@ -7,7 +7,7 @@
 namespace orvanel {
 
 /// Keeps two copies of the program off the same data. The kernel holds the lock for the process, so it is gone with
-/// the process, however that ended; the file itself means nothing and stays.
+/// the process, however that ended; the file stays, and what is in it is only a word to those who wait.
 class DataLock {
 public:
     enum class Result {
@@ -23,8 +23,11 @@ public:
     DataLock(const DataLock&) = delete;
     DataLock& operator=(const DataLock&) = delete;
 
-    /// Waits up to `patience`, blocking, while another process holds the lock.
-    Result take(std::chrono::milliseconds patience = {});
+    /// Waits up to `patience`, blocking, while another process holds the lock; up to `patienceWithLeaving` while that
+    /// one has announced its end.
+    Result take(std::chrono::milliseconds patience = {}, std::chrono::milliseconds patienceWithLeaving = {});
+    /// Tells those who wait for the lock that this process is on its way out.
+    void announceEnd();
     void release();
 
 private:

@@ -3,6 +3,7 @@
 #include "platform/AppIdentity.h"
 #include "platform/Folders.h"
 
+#include <QDBusContext>
 #include <QDBusMessage>
 #include <QStringList>
 
@@ -13,6 +14,8 @@ namespace {
 
 // A copy that was killed this moment gives up its name and its lock one after the other.
 constexpr std::chrono::milliseconds patienceWithLock{1000};
+// Above all that a copy may wait for before it ends: the container's stop, with its own limits.
+constexpr std::chrono::minutes patienceWithLeaving{3};
 
 const QString tokenKey = QStringLiteral("activation-token");
 const QString startupIdKey = QStringLiteral("desktop-startup-id");
@@ -21,7 +24,7 @@ const QString startupIdKey = QStringLiteral("desktop-startup-id");
 
 /// The program as other processes see it on the bus. It has no documents and no actions, so every call means "show
 /// yourself".
-class SingleInstance::Application final : public QObject {
+class SingleInstance::Application final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
@@ -30,6 +33,11 @@ public:
         : m_instance(instance) {}
 
     Q_SCRIPTABLE Q_SLOT void Activate(const QVariantMap& platformData) { // NOLINT(readability-identifier-naming)
+        if (m_instance->m_isLeaving) {
+            // The call was under way when the name was given up; whoever made it finds the name free now.
+            sendErrorReply(QDBusError::ServiceUnknown, QStringLiteral("Orvanel is leaving."));
+            return;
+        }
         const QString token = platformData.value(tokenKey).toString();
         const QString startupId = platformData.value(startupIdKey).toString();
         Q_EMIT m_instance->activated(token.isEmpty() ? startupId : token);
@@ -113,6 +121,19 @@ SingleInstance::Answer SingleInstance::activateRunning(const LaunchTokens& token
     return QDBusError(reply).type() == QDBusError::ServiceUnknown ? Answer::NobodyThere : Answer::Missing;
 }
 
+void SingleInstance::leave() {
+    m_isLeaving = true;
+    m_lock.announceEnd();
+    if (std::exchange(m_isRegistered, false)) {
+        // Not by unregisterService(), which waits for the bus.
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReleaseName"));
+        call.setArguments({identity::desktopId()});
+        m_bus.send(call);
+    }
+}
+
 void SingleInstance::leaveBus() {
     if (std::exchange(m_isRegistered, false)) {
         m_bus.unregisterService(identity::desktopId());
@@ -122,7 +143,7 @@ void SingleInstance::leaveBus() {
 
 SingleInstance::Outcome SingleInstance::runUnderLock(Outcome outcome) {
     // A place without locks must not keep the program from running.
-    if (m_lock.take(patienceWithLock) != DataLock::Result::HeldElsewhere) {
+    if (m_lock.take(patienceWithLock, patienceWithLeaving) != DataLock::Result::HeldElsewhere) {
         return outcome;
     }
     leaveBus();

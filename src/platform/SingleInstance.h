@@ -26,7 +26,7 @@ public:
         AlreadyRunning,
         /// Run: this is the only copy, but later ones cannot reach it.
         NoBus,
-        /// Leave: a copy that cannot be reached runs on the same data.
+        /// Leave: a copy that cannot be reached runs on the same data, or one that is leaving does not come to its end.
         DataInUse,
     };
 
@@ -47,8 +47,13 @@ public:
     /// The lock beside this user's data.
     static QString usersLockFile();
 
-    /// To be called once, before the event loop runs; blocks, for `limit` and a moment at most.
+    /// To be called once, before the event loop runs; blocks, for `limit` and a moment at most, or as long as the copy
+    /// that still holds the data is leaving.
     Outcome start(const LaunchTokens& tokens);
+
+    /// This copy is on its way out: from now on a later start does not ask it for anything, but waits for its end and
+    /// runs. The lock is kept.
+    void leave();
 
 Q_SIGNALS:
     /// A later start, or the desktop, asks for the main window. The token, which may be empty, lets it come to the
@@ -68,6 +73,7 @@ private:
     QDBusConnection m_bus;
     const int m_limit;
     bool m_isRegistered = false;
+    bool m_isLeaving = false;
     std::unique_ptr<Application> m_application;
 };
 

@@ -41,6 +41,10 @@ bool TrayHostWatcher::hostAvailable() const {
     return m_available;
 }
 
+bool TrayHostWatcher::watcherPresent() const {
+    return m_hasAnswered || m_pending != nullptr;
+}
+
 void TrayHostWatcher::onServiceOwnerChanged(const QString&, const QString&, const QString& newOwner) {
     onHostGone();
     if (!newOwner.isEmpty()) {
@@ -50,6 +54,7 @@ void TrayHostWatcher::onServiceOwnerChanged(const QString&, const QString&, cons
 
 void TrayHostWatcher::onHostGone() {
     m_pending = nullptr;
+    m_hasAnswered = false;
     setAvailable(false);
 }
 
@@ -68,6 +73,7 @@ void TrayHostWatcher::onAnswer(QDBusPendingCallWatcher* watcher) {
     }
     m_pending = nullptr;
     const QDBusPendingReply<QDBusVariant> reply = *watcher;
+    m_hasAnswered = !reply.isError();
     setAvailable(!reply.isError() && reply.value().variant().toBool());
 }
 

@@ -17,6 +17,8 @@ public:
 
     /// False until known, and always without a session bus.
     bool hostAvailable() const;
+    /// Whether there is a watcher, with or without a host: it has answered, or was asked and takes its time.
+    bool watcherPresent() const;
 
 Q_SIGNALS:
     void hostAvailableChanged(bool available);
@@ -30,6 +32,7 @@ private:
 
     QDBusConnection m_bus;
     bool m_available = false;
+    bool m_hasAnswered = false;
     /// The question whose answer counts: the one asked last.
     QDBusPendingCallWatcher* m_pending = nullptr;
 };

@@ -45,10 +45,7 @@ AppFixture::~AppFixture() {
 
 OrvanelApp& AppFixture::app() {
     if (!m_app) {
-        m_app = std::make_unique<OrvanelApp>(OrvanelApp::Surroundings{environment(), m_bus, [this] {
-                                                                          legacyTrayQuestions += 1;
-                                                                          return hasLegacyTray;
-                                                                      }});
+        m_app = std::make_unique<OrvanelApp>(OrvanelApp::Surroundings{environment(), m_bus, legacyTray});
     }
     return *m_app;
 }

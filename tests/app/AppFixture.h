@@ -14,9 +14,20 @@ public:
     /// Ends whatever is still under way.
     ~AppFixture();
 
-    /// Whether there is a panel of the old kind.
-    bool hasLegacyTray = false;
-    int legacyTrayQuestions = 0;
+    /// A panel of the old kind, which appears when the test says so.
+    class FakeLegacyTray final : public LegacyTray {
+    public:
+        bool isPresent() const override { return m_present; }
+        void appear() {
+            m_present = true;
+            Q_EMIT appeared();
+        }
+        void goAway() { m_present = false; }
+
+    private:
+        bool m_present = false;
+    };
+    FakeLegacyTray legacyTray;
 
     /// Made when it is first asked for.
     OrvanelApp& app();

@@ -3,10 +3,23 @@
 #include "controller/ComposeFile.h"
 #include "support/Await.h"
 
+#include <QCoreApplication>
+#include <QFile>
+
+#include <algorithm>
 #include <csignal>
 
 namespace orvanel::test {
 namespace {
+
+/// How long the main thread of a process was ready to run, but was not let: the second figure of proc(5)'s schedstat.
+std::chrono::nanoseconds waitedForProcessor(qint64 pid) {
+    QFile file(QStringLiteral("/proc/%1/schedstat").arg(pid));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    return std::chrono::nanoseconds(file.readAll().split(' ').value(1).toLongLong());
+}
 
 /// Nobody answers there.
 constexpr int port = 13977;
@@ -39,6 +52,12 @@ void RunningProgram::addContainer(const char* state) {
     tools.change([state](standin::DockerState& docker) { standin::addContainer(docker, state, port); });
 }
 
+void RunningProgram::delayStop(int milliseconds) const {
+    tools.change([milliseconds](standin::DockerState& docker) {
+        docker.overrides.push_back({.command = "compose stop", .delay = milliseconds});
+    });
+}
+
 QProcess& RunningProgram::start() {
     return startThrough(QStringLiteral("/usr/bin/env"), {});
 }
@@ -48,6 +67,10 @@ QProcess& RunningProgram::startThrough(const QString& program, QStringList argum
     QProcess& process = *m_processes.back();
     process.setProcessEnvironment(environment);
     process.setProcessChannelMode(QProcess::ForwardedChannels);
+    if (!errorFile.isEmpty()) {
+        process.setProcessChannelMode(QProcess::ForwardedOutputChannel);
+        process.setStandardErrorFile(errorFile);
+    }
     arguments << QStringLiteral(ORVANEL_PROGRAM);
     process.start(program, arguments);
     return process;
@@ -60,6 +83,23 @@ bool RunningProgram::knowsItsContainer() const {
 
 void RunningProgram::signal(const QProcess& process, int number) {
     ::kill(static_cast<pid_t>(process.processId()), number);
+}
+
+std::optional<std::chrono::milliseconds> RunningProgram::timeToEnd(QProcess& process, int number) {
+    const qint64 pid = process.processId();
+    const auto waitedBefore = waitedForProcessor(pid) + waitedForProcessor(QCoreApplication::applicationPid());
+    const auto start = std::chrono::steady_clock::now();
+    signal(process, number);
+    auto itsWait = waitedForProcessor(pid);
+    const bool hasEnded = waitUntil([&] {
+        itsWait = std::max(itsWait, waitedForProcessor(pid));
+        return process.state() == QProcess::NotRunning;
+    });
+    if (!hasEnded) {
+        return std::nullopt;
+    }
+    const auto waited = itsWait + waitedForProcessor(QCoreApplication::applicationPid()) - waitedBefore;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start - waited);
 }
 
 std::optional<int> RunningProgram::exitCode(QProcess& process) {

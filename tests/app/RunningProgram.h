@@ -4,10 +4,11 @@
 #include "support/PrivateBus.h"
 #include "support/TestHome.h"
 
-#include <QElapsedTimer>
 #include <QProcess>
 
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace orvanel::test {
@@ -27,11 +28,16 @@ public:
     standin::StandInTools tools;
     /// Of the next start; the bus and a display that is not there unless a test changes that.
     QProcessEnvironment environment;
+    /// Where the next start writes its errors; empty: where ours go.
+    QString errorFile;
 
     /// One line of the settings.
     void setting(const QByteArray& line);
     /// A container in that state, and the files of an earlier run; its page does not answer.
     void addContainer(const char* state);
+
+    /// Makes the container's stop take its time.
+    void delayStop(int milliseconds) const;
 
     /// Starts the program, or, with one of it running, another copy.
     QProcess& start();
@@ -43,6 +49,9 @@ public:
     bool hasCalled(const QString& command) const { return tools.commands().contains(command); }
 
     static void signal(const QProcess& process, int number);
+    /// How long a copy takes to end after a signal, without the time in which the machine had no processor for it or
+    /// for us; none when it did not end.
+    static std::optional<std::chrono::milliseconds> timeToEnd(QProcess& process, int number);
     /// Waits for the end of a copy. The exit code; none when it did not end, or crashed.
     static std::optional<int> exitCode(QProcess& process);
 

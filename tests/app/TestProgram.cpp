@@ -9,6 +9,7 @@
 
 using namespace orvanel;
 using namespace orvanel::test;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -21,13 +22,6 @@ bool wasStopped(const RunningProgram& world) {
 
 std::string containerState(const RunningProgram& world) {
     return world.tools.state().container->state;
-}
-
-/// Makes the stop take its time.
-void delayStop(const RunningProgram& world, int milliseconds) {
-    world.tools.change([milliseconds](standin::DockerState& docker) {
-        docker.overrides.push_back({.command = "compose stop", .delay = milliseconds});
-    });
 }
 
 } // namespace
@@ -60,7 +54,7 @@ private Q_SLOTS:
         RunningProgram world;
         world.setting("stopOnQuit=true");
         world.addContainer("running");
-        delayStop(world, 1000);
+        world.delayStop(1000);
         QProcess& program = world.start();
         QVERIFY(world.knowsItsContainer());
         RunningProgram::signal(program, number);
@@ -73,19 +67,31 @@ private Q_SLOTS:
         QCOMPARE(world.tools.commands().count(composeStop) + world.tools.commands().count(plainStop), 1);
     }
 
-    void aChildThatHangsDoesNotHoldItUp() {
+    void itsEndTakesUnderTwoSeconds_data() {
+        QTest::addColumn<int>("number");
+        QTest::addColumn<bool>("hangs");
+        QTest::newRow("SIGTERM") << SIGTERM << false;
+        QTest::newRow("SIGHUP") << SIGHUP << false;
+        QTest::newRow("with a child that does not end") << SIGTERM << true;
+    }
+    /// A session that ends waits 5 s for its programs, a child that hangs has 10 s.
+    void itsEndTakesUnderTwoSeconds() {
+        QFETCH(const int, number);
+        QFETCH(const bool, hangs);
         RunningProgram world;
-        world.tools.change([](standin::DockerState& docker) {
-            docker.overrides.push_back({.command = "inspect", .hangs = true, .ignoresTerm = true});
-        });
+        world.addContainer("running");
+        if (hangs) {
+            world.tools.change([](standin::DockerState& docker) {
+                docker.overrides.push_back({.command = "inspect", .hangs = true, .ignoresTerm = true});
+            });
+        }
         QProcess& program = world.start();
         QVERIFY(waitUntil([&] { return world.hasCalled(QStringLiteral("inspect")); }));
-        QElapsedTimer timer;
-        timer.start();
-        RunningProgram::signal(program, SIGTERM);
+        QVERIFY(hangs || world.knowsItsContainer());
+        const auto ending = RunningProgram::timeToEnd(program, number);
+        QVERIFY(ending.has_value());
         QCOMPARE(RunningProgram::exitCode(program), 0);
-        // The child itself has 10 s.
-        QVERIFY(timer.elapsed() < 8000);
+        QVERIFY2(*ending < 2s, qPrintable(QStringLiteral("%1 ms").arg(ending->count())));
     }
 
     void aStopThatFailsDoesNotKeepIt() {
@@ -142,6 +148,27 @@ private Q_SLOTS:
         QCOMPARE(first.state(), QProcess::Running);
         RunningProgram::signal(first, SIGTERM);
         QCOMPARE(RunningProgram::exitCode(first), 0);
+    }
+
+    void aStartDuringTheEndIsNotLost() {
+        RunningProgram world;
+        world.setting("stopOnQuit=true");
+        world.addContainer("running");
+        world.delayStop(1000);
+        QProcess& first = world.start();
+        QVERIFY(world.knowsItsContainer());
+        RunningProgram::signal(first, SIGTERM);
+        QVERIFY(waitUntil([&] { return wasStopped(world); }));
+        QProcess& second = world.start();
+        QCOMPARE(RunningProgram::exitCode(first), 0);
+        const auto composeVersion = QStringLiteral("compose version");
+        QVERIFY(waitUntil([&] { return world.tools.commands().count(composeVersion) == 2; }));
+        QCOMPARE(second.state(), QProcess::Running);
+        // It can be reached by its name now.
+        QProcess& third = world.start();
+        QCOMPARE(RunningProgram::exitCode(third), 0);
+        RunningProgram::signal(second, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(second), 0);
     }
 
     void aSecondCopyThatCannotReachTheFirstFails() {

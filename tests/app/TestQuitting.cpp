@@ -3,7 +3,9 @@
 
 #include <QApplication>
 #include <QEventLoopLocker>
+#include <QPointer>
 #include <QTest>
+#include <QTimer>
 
 using namespace orvanel;
 using namespace orvanel::test;
@@ -225,6 +227,27 @@ private Q_SLOTS:
         QCOMPARE(code, 0);
         QVERIFY(closed);
         QVERIFY(stayedClosed);
+    }
+
+    void theStatusItemGoesAtOnce() {
+        AppFixture world;
+        world.legacyTray.appear();
+        world.kuma().setStopOnQuit(true);
+        QVERIFY(world.startsWithRunningContainer());
+        world.advance(5s);
+        QVERIFY(world.app().statusItem()->hasIcon());
+        const QPointer<const StatusItem> item = world.app().statusItem();
+        world.delay("compose stop", 4s);
+        bool stillStopping = false;
+        const auto code = world.runLoop([&] {
+            QCoreApplication::quit();
+            QTimer::singleShot(0, qApp, [&] {
+                stillStopping = item.isNull() && world.app().statusItem() == nullptr;
+                world.advance(4s);
+            });
+        });
+        QCOMPARE(code, 0);
+        QVERIFY(stillStopping);
     }
 
     void aQuestionIsNoObstacle() {

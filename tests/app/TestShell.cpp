@@ -1,5 +1,6 @@
 #include "AppFixture.h"
 #include "app/MainWindow.h"
+#include "standin/desktop/StatusArea.h"
 #include "support/Await.h"
 
 #include <QApplication>
@@ -62,7 +63,6 @@ private Q_SLOTS:
         world.advance(1ms);
         QVERIFY(world.mainWindow() != nullptr);
         QVERIFY(!world.app().statusItem()->hasIcon());
-        QCOMPARE(world.legacyTrayQuestions, 1);
     }
 
     void theWindowOpensUnaskedOnlyOnce() {
@@ -73,18 +73,77 @@ private Q_SLOTS:
         world.mainWindow()->close();
         world.advance(1h);
         QVERIFY(world.mainWindow() == nullptr);
-        QCOMPARE(world.legacyTrayQuestions, 1);
     }
 
     void aPanelOfTheOldKindWillDo() {
         AppFixture world;
-        world.hasLegacyTray = true;
+        world.legacyTray.appear();
         world.app().start();
         world.advance(4999ms);
         QVERIFY(!world.app().statusItem()->hasIcon());
         world.advance(1ms);
         QVERIFY(world.app().statusItem()->hasIcon());
         QVERIFY(world.mainWindow() == nullptr);
+    }
+
+    void aPanelOfTheOldKindMayComeLater() {
+        AppFixture world;
+        world.app().start();
+        world.advance(1h);
+        world.mainWindow()->close();
+        world.legacyTray.appear();
+        // Panels that know both ways come in this order.
+        world.advance(4999ms);
+        QVERIFY(!world.app().statusItem()->hasIcon());
+        world.advance(1ms);
+        QVERIFY(world.app().statusItem()->hasIcon());
+        QVERIFY(world.mainWindow() == nullptr);
+    }
+
+    void aPanelOfTheOldKindMayGoAgain() {
+        AppFixture world;
+        world.app().start();
+        world.advance(5s);
+        world.legacyTray.appear();
+        world.legacyTray.goAway();
+        world.advance(1h);
+        QVERIFY(!world.app().statusItem()->hasIcon());
+        world.legacyTray.appear();
+        world.advance(5s);
+        QVERIFY(world.app().statusItem()->hasIcon());
+    }
+
+    void aPanelOnItsWayIsWaitedForLonger() {
+        PrivateBus bus;
+        standin::StatusArea area(bus.connect());
+        area.setHasHost(false);
+        QVERIFY(area.open());
+        AppFixture world(bus.connect());
+        world.legacyTray.appear();
+        world.app().start();
+        world.advance(5s);
+        QVERIFY(!world.app().statusItem()->hasIcon());
+        QVERIFY(world.mainWindow() != nullptr);
+        world.advance(59999ms);
+        QVERIFY(!world.app().statusItem()->hasIcon());
+        world.advance(1ms);
+        QVERIFY(world.app().statusItem()->hasIcon());
+    }
+
+    void aPanelOfTheNewKindIsPreferred() {
+        PrivateBus bus;
+        AppFixture world(bus.connect());
+        world.app().start();
+        world.advance(5s);
+        world.legacyTray.appear();
+        world.advance(4s);
+        QVERIFY(!world.app().statusItem()->hasIcon());
+        standin::StatusArea area(bus.connect());
+        QVERIFY(area.open());
+        QVERIFY(waitUntil([&] { return world.app().statusItem()->hasIcon(); }));
+        // The waiting for the old kind is over.
+        world.advance(1h);
+        QVERIFY(world.app().statusItem()->hasIcon());
     }
 
     void thereIsOneMainWindow() {

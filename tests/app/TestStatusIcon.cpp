@@ -96,15 +96,6 @@ private Q_SLOTS:
         QVERIFY(!StatusIcon::icon(Health::allUp).isMask());
     }
 
-    void sharpOnDenseScreens() {
-        const QImage image = StatusIcon::image(Health::allUp, 16, 2);
-        QCOMPARE(image.size(), QSize(32, 32));
-        QCOMPARE(image.devicePixelRatio(), 2.0);
-        QCOMPARE(opaqueAcross(image), 20);
-        QCOMPARE(margin(image), 6);
-        QCOMPARE(centre(image), statusDotColor(Meaning::good));
-    }
-
     void readableOnDarkAndLightPanels() {
         for (const Meaning meaning : {Meaning::inactive, Meaning::good, Meaning::bad}) {
             QVERIFY(contrast(statusDotColor(meaning), QColor(0x1e1f22)) >= 3);

@@ -1,7 +1,9 @@
 #include "DisplayWindows.h"
 #include "RunningProgram.h"
+#include "app/widgets/StateColors.h"
 #include "standin/desktop/StatusArea.h"
 #include "standin/desktop/VirtualDisplay.h"
+#include "standin/kuma/KumaServer.h"
 #include "support/Await.h"
 
 #include <QDBusMessage>
@@ -19,6 +21,7 @@ namespace {
 
 const auto title = QStringLiteral("Orvanel");
 const auto isStarting = QStringLiteral("Uptime Kuma is starting…");
+const auto isRunning = QStringLiteral("Uptime Kuma is running");
 const auto isStopped = QStringLiteral("Uptime Kuma is stopped");
 
 /// Counts what the item tells the panel.
@@ -35,16 +38,19 @@ public:
         listen("org.kde.StatusNotifierItem", "NewIcon", SLOT(onIcon()));
         listen("org.kde.StatusNotifierItem", "NewToolTip", SLOT(onToolTip()));
         listen("com.canonical.dbusmenu", "LayoutUpdated", SLOT(onLayout()));
+        listen("com.canonical.dbusmenu", "ItemsPropertiesUpdated", SLOT(onEntries()));
     }
 
     int icons = 0;
     int toolTips = 0;
     int layouts = 0;
+    int entries = 0;
 
 private Q_SLOTS:
     void onIcon() { icons += 1; }
     void onToolTip() { toolTips += 1; }
     void onLayout() { layouts += 1; }
+    void onEntries() { entries += 1; }
 };
 
 /// The program on a desktop with a display and, once it is opened, a status area.
@@ -61,6 +67,9 @@ struct Desktop {
     DisplayWindows windows;
     StatusArea area;
 
+    /// For tests that wait for time to pass: makes the program's pauses a tenth.
+    void hurry() { program.environment.insert(QStringLiteral("ORVANEL_HASTE"), QStringLiteral("10")); }
+
     TrayItem* item() { return area.item(); }
     bool saysInTheTray(const QString& text) {
         return waitUntil([&] { return item() != nullptr && item()->toolTip() == text && entry(text).has_value(); });
@@ -72,6 +81,12 @@ struct Desktop {
         const auto found = entry(QString::fromLatin1(text));
         QVERIFY(found && found->enabled);
         QVERIFY(item()->menu().press(found->id));
+    }
+    bool showsDot(Meaning meaning) {
+        return waitUntil([&] {
+            const QImage icon = item() != nullptr ? item()->icon(22) : QImage();
+            return !icon.isNull() && icon.pixelColor(11, 11) == statusDotColor(meaning);
+        });
     }
     bool showsWindow() {
         return waitUntil([&] { return windows.titles().contains(title); });
@@ -116,6 +131,7 @@ private Q_SLOTS:
 
     void tellsThePanelOnlyWhatIsNew() {
         Desktop desktop;
+        desktop.hurry();
         QVERIFY(desktop.area.open());
         desktop.program.addContainer("running");
         desktop.program.start();
@@ -125,14 +141,49 @@ private Q_SLOTS:
         // Some rounds of polling in which nothing changes.
         QVERIFY(waitUntil([&] { return desktop.program.tools.calls().size() >= calls + 2; }));
         QCOMPARE(news.toolTips, 0);
+        QCOMPARE(news.icons, 0);
+        QCOMPARE(news.layouts, 0);
+        QCOMPARE(news.entries, 0);
         desktop.program.tools.change([](standin::DockerState& docker) { docker.container->state = "exited"; });
         QVERIFY(desktop.saysInTheTray(isStopped));
         QCOMPARE(news.toolTips, 1);
         // The dot was gray before.
         QCOMPARE(news.icons, 0);
+        // The status, and two entries that changed places.
+        QVERIFY(news.layouts + news.entries >= 1);
+        QVERIFY(news.layouts + news.entries <= 4);
         // "Stop" has made room for "Start".
         QVERIFY(desktop.entry(QStringLiteral("Start")).has_value());
         QVERIFY(!desktop.entry(QStringLiteral("Stop")).has_value());
+    }
+
+    void theIconFollowsTheHealth() {
+        const KumaServer server;
+        Desktop desktop;
+        desktop.hurry();
+        QVERIFY(desktop.area.open());
+        desktop.program.setting("port=" + QByteArray::number(server.port()));
+        desktop.program.addContainer("running");
+        desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isRunning));
+        QVERIFY(desktop.showsDot(Meaning::good));
+        desktop.program.tools.change([](standin::DockerState& docker) { docker.container->state = "exited"; });
+        QVERIFY(desktop.showsDot(Meaning::inactive));
+    }
+
+    void theIconTellsOfAMonitorThatIsDown() {
+        const KumaServer server;
+        server.page(QStringLiteral("home"), R"({"config":{"title":"Home"},"publicGroupList":[{"id":1,"name":"All",)"
+                                            R"("monitorList":[{"id":1,"name":"Shop"}]}]})");
+        server.heartbeat(QStringLiteral("home"),
+                         R"({"heartbeatList":{"1":[{"status":0,"ping":null}]},"uptimeList":{}})");
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.setting("port=" + QByteArray::number(server.port()));
+        desktop.program.setting("slug=home");
+        desktop.program.addContainer("running");
+        desktop.program.start();
+        QVERIFY(desktop.showsDot(Meaning::bad));
     }
 
     void comesWhenThePanelComes() {
@@ -145,6 +196,7 @@ private Q_SLOTS:
 
     void comesLongAfterTheWindowHadToOpen() {
         Desktop desktop;
+        desktop.hurry();
         desktop.program.start();
         QVERIFY(desktop.showsWindow());
         QVERIFY(desktop.area.open());
@@ -177,12 +229,33 @@ private Q_SLOTS:
 
     void usesAPanelOfTheOldKind() {
         Desktop desktop;
+        desktop.hurry();
         desktop.windows.offerLegacyTray();
         desktop.program.start();
-        QVERIFY(desktop.program.knowsItsContainer());
-        const qsizetype calls = desktop.program.tools.calls().size();
-        QVERIFY(waitUntil([&] { return desktop.program.tools.calls().size() >= calls + 3; }));
+        QVERIFY(waitUntil([&] { return desktop.windows.wasAskedToTakeAnIcon(); }));
         QVERIFY(!desktop.windows.titles().contains(title));
+    }
+
+    void usesAPanelOfTheOldKindThatComesLate() {
+        Desktop desktop;
+        desktop.hurry();
+        desktop.program.start();
+        QVERIFY(desktop.showsWindow());
+        desktop.windows.offerLegacyTray();
+        QVERIFY(waitUntil([&] { return desktop.windows.wasAskedToTakeAnIcon(); }));
+    }
+
+    void prefersAPanelOfTheNewKindThatComesLate() {
+        Desktop desktop;
+        desktop.hurry();
+        desktop.area.setHasHost(false);
+        QVERIFY(desktop.area.open());
+        desktop.windows.offerLegacyTray();
+        desktop.program.start();
+        QVERIFY(desktop.showsWindow());
+        desktop.area.setHasHost(true);
+        QVERIFY(desktop.saysInTheTray(isStopped));
+        QVERIFY(!desktop.windows.wasAskedToTakeAnIcon());
     }
 
     void clickOpensTheWindow() {
@@ -218,6 +291,19 @@ private Q_SLOTS:
         QCOMPARE(RunningProgram::exitCode(process), 0);
         QCOMPARE(desktop.program.tools.state().container->state, "exited");
         QVERIFY(waitUntil([&] { return desktop.item() == nullptr; }));
+    }
+
+    void theIconGoesWhenTheEndBegins() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.setting("stopOnQuit=true");
+        desktop.program.addContainer("running");
+        desktop.program.delayStop(60000);
+        const QProcess& process = desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStarting));
+        desktop.press("Quit");
+        QVERIFY(waitUntil([&] { return desktop.item() == nullptr; }));
+        QCOMPARE(process.state(), QProcess::Running);
     }
 
     void aSecondStartOpensTheWindow() {

@@ -1,5 +1,6 @@
 #include "support/Await.h"
 #include "support/FakeClock.h"
+#include "task/FastClock.h"
 #include "task/Sleep.h"
 #include "task/SystemClock.h"
 #include "task/TaskScope.h"
@@ -135,6 +136,25 @@ private Q_SLOTS:
     void workerPassesOnWhatTheJobThrows() {
         const std::function<int()> job = []() -> int { throw std::runtime_error("bad"); };
         QVERIFY_THROWS_EXCEPTION(std::runtime_error, await(onWorker<int>(job)));
+    }
+
+    void aFastClockPassesFaster() {
+        FakeClock clock;
+        FastClock fast(clock, 300);
+        const auto start = fast.now();
+        int calls = 0;
+        const auto timer = fast.callAfter(3s, [&] { calls += 1; });
+        const auto odd = fast.callAfter(301ms, [&] { calls += 1; });
+        clock.advance(1ms);
+        QCOMPARE(calls, 0);
+        clock.advance(1ms);
+        QCOMPARE(calls, 1);
+        clock.advance(7ms);
+        QCOMPARE(calls, 1);
+        clock.advance(1ms);
+        QCOMPARE(calls, 2);
+        QVERIFY(fast.now() - start == 3s);
+        QVERIFY(fast.wallTime() == clock.wallTime());
     }
 };
 

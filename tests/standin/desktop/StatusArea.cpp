@@ -26,7 +26,7 @@ public:
         , m_area(area) {}
 
     QStringList items() const { return m_area->registeredItems(); }
-    bool hasHost() const { return true; }
+    bool hasHost() const { return m_area->hasHost(); }
     int protocolVersion() const { return 0; }
 
     // NOLINTBEGIN(readability-identifier-naming): the names of the bus
@@ -39,6 +39,7 @@ Q_SIGNALS:
     void StatusNotifierItemRegistered(const QString& service);
     void StatusNotifierItemUnregistered(const QString& service);
     void StatusNotifierHostRegistered();
+    void StatusNotifierHostUnregistered();
     // NOLINTEND(readability-identifier-naming)
 
 private:
@@ -78,6 +79,17 @@ void StatusArea::close() {
     m_bus.unregisterObject(watcherPath);
     delete std::exchange(m_watcherObject, nullptr);
     m_items.clear();
+}
+
+void StatusArea::setHasHost(bool hasHost) {
+    m_hasHost = hasHost;
+    if (auto* watcher = static_cast<Watcher*>(m_watcherObject)) {
+        if (hasHost) {
+            Q_EMIT watcher->StatusNotifierHostRegistered();
+        } else {
+            Q_EMIT watcher->StatusNotifierHostUnregistered();
+        }
+    }
 }
 
 std::vector<TrayItem*> StatusArea::items() const {

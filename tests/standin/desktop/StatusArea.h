@@ -31,6 +31,10 @@ public:
     void registerItem(const QString& name, const QString& sender);
     QStringList registeredItems() const;
 
+    /// Whether somebody shows the items; from the start, unless told otherwise.
+    bool hasHost() const { return m_hasHost; }
+    void setHasHost(bool hasHost);
+
 Q_SIGNALS:
     /// An item came, went or shows something else.
     void changed();
@@ -41,6 +45,7 @@ private:
     QDBusConnection m_bus;
     QDBusServiceWatcher m_services;
     QObject* m_watcherObject = nullptr;
+    bool m_hasHost = true;
     std::vector<std::unique_ptr<TrayItem>> m_items;
 };
 

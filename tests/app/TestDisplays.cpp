@@ -1,0 +1,131 @@
+#include "DisplayWindows.h"
+#include "RunningProgram.h"
+#include "standin/desktop/StatusArea.h"
+#include "standin/desktop/VirtualDisplay.h"
+#include "standin/desktop/WaylandDisplay.h"
+#include "support/Await.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+/// A display as the program sees it.
+class Display {
+public:
+    virtual ~Display() = default;
+    virtual void addTo(RunningProgram& program) const = 0;
+    /// The least size that the program's main window asked for, in points of the display; none without a window that
+    /// is shown.
+    virtual std::optional<QSize> leastSizeOfWindow() const = 0;
+};
+
+class X11Display final : public Display {
+public:
+    void addTo(RunningProgram& program) const override {
+        program.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        program.environment.insert(QStringLiteral("DISPLAY"), m_display.name());
+    }
+    std::optional<QSize> leastSizeOfWindow() const override { return m_windows.leastSizeOf(QStringLiteral("Orvanel")); }
+
+private:
+    standin::VirtualDisplay m_display;
+    DisplayWindows m_windows{m_display.name()};
+};
+
+/// Nobody can look at the windows of others there, so the program's own words to the compositor are read.
+class Wayland final : public Display {
+public:
+    explicit Wayland(int scale)
+        : m_display(scale) {}
+
+    void addTo(RunningProgram& program) const override {
+        m_display.addTo(program.environment);
+        program.environment.insert(QStringLiteral("WAYLAND_DEBUG"), QStringLiteral("client"));
+        program.errorFile = m_folder.filePath(QStringLiteral("words"));
+        // What Qt's plugin left, in libraries that it has unloaded by then, cannot be told from what we left.
+        const auto options = QStringLiteral("ASAN_OPTIONS");
+        program.environment.insert(options, program.environment.value(options) + QStringLiteral(":detect_leaks=0"));
+    }
+    std::optional<QSize> leastSizeOfWindow() const override {
+        QFile file(m_folder.filePath(QStringLiteral("words")));
+        const QString words = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+        static const QRegularExpression least(QStringLiteral("xdg_toplevel@\\d+\\.set_min_size\\((\\d+), (\\d+)\\)"));
+        // Shown: it has a title, a name and a picture.
+        static const QRegularExpression picture(QStringLiteral("wl_surface@\\d+\\.attach\\(wl_buffer@"));
+        const auto size = least.match(words);
+        if (!size.hasMatch() || !words.contains(QStringLiteral("set_title(\"Orvanel\")")) ||
+            !words.contains(QStringLiteral("set_app_id(\"io.github.orvanel.Orvanel\")")) ||
+            !picture.match(words, size.capturedEnd()).hasMatch()) {
+            return std::nullopt;
+        }
+        return QSize(size.captured(1).toInt(), size.captured(2).toInt());
+    }
+
+private:
+    standin::WaylandDisplay m_display;
+    QTemporaryDir m_folder;
+};
+
+std::unique_ptr<Display> makeDisplay(const QString& kind, int scale) {
+    if (kind == QStringLiteral("x11")) {
+        return std::make_unique<X11Display>();
+    }
+    return std::make_unique<Wayland>(scale);
+}
+
+} // namespace
+
+class TestDisplays : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void livesOnEachKindOfDisplay_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<int>("scaleOfDisplay");
+        QTest::addColumn<double>("scaleOfProgram");
+        QTest::newRow("x11, scale 1") << QStringLiteral("x11") << 1 << 1.0;
+        QTest::newRow("x11, scale 1.5") << QStringLiteral("x11") << 1 << 1.5;
+        QTest::newRow("x11, scale 2") << QStringLiteral("x11") << 1 << 2.0;
+        QTest::newRow("wayland, scale 1") << QStringLiteral("wayland") << 1 << 1.0;
+        QTest::newRow("wayland, scale 1.5") << QStringLiteral("wayland") << 1 << 1.5;
+        QTest::newRow("wayland, scale 2") << QStringLiteral("wayland") << 2 << 1.0;
+    }
+    void livesOnEachKindOfDisplay() {
+        QFETCH(const QString, kind);
+        QFETCH(const int, scaleOfDisplay);
+        QFETCH(const double, scaleOfProgram);
+        if (kind == QStringLiteral("wayland") && !standin::WaylandDisplay::isInstalled()) {
+            QSKIP("weston is not installed");
+        }
+        const auto display = makeDisplay(kind, scaleOfDisplay);
+        RunningProgram world;
+        display->addTo(world);
+        world.environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QString::number(scaleOfProgram));
+        standin::StatusArea area(world.bus.connect());
+        QVERIFY(area.open());
+        QProcess& program = world.start();
+        const auto quit = [&] {
+            return area.item() != nullptr ? area.item()->menu().find(QStringLiteral("Quit")) : std::nullopt;
+        };
+        QVERIFY(waitUntil([&] { return quit().has_value(); }));
+        QVERIFY(!display->leastSizeOfWindow());
+
+        world.errorFile.clear();
+        world.environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), QStringLiteral("a-token"));
+        QCOMPARE(RunningProgram::exitCode(world.start()), 0);
+        QVERIFY(waitUntil([&] { return display->leastSizeOfWindow().has_value(); }));
+        const QSizeF least = QSizeF(560, 520) * scaleOfProgram;
+        QCOMPARE(display->leastSizeOfWindow(), std::optional(least.toSize()));
+
+        QVERIFY(area.item()->menu().press(quit()->id));
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDisplays)
+#include "TestDisplays.moc"
