@@ -14,6 +14,12 @@
 namespace orvanel {
 namespace {
 
+/// A larger file is none of ours. Objects within objects, which Qt reads without counting how deep it is, end the stack
+/// in a file of 280 kB; in one of this size they cannot (tried with 8 MiB of stack).
+constexpr qint64 largestFile = qint64(64) * 1024;
+/// All texts that are set fit into one file.
+constexpr qsizetype longestText = 6000;
+
 /// What lies where the settings file belongs.
 enum class FileState { Missing, Good, Broken, Unusable };
 
@@ -65,7 +71,7 @@ FileState inspect(const QString& path) {
     if (!info.isFile()) {
         return FileState::Unusable;
     }
-    if (info.size() > smallFileLimit) {
+    if (info.size() > largestFile) {
         return FileState::Broken;
     }
     const auto content = readSmallFile(path);
@@ -79,7 +85,7 @@ FileState inspect(const QString& path) {
 QVariantHash readValues(const QString& path) {
     QVariantHash values;
     const auto content = readSmallFile(path);
-    if (!content || !isText(*content)) {
+    if (!content || content->size() > largestFile || !isText(*content)) {
         return values;
     }
     const QSettings settings(path, QSettings::IniFormat);
@@ -162,6 +168,9 @@ QString SettingsStore::file() const {
 
 bool SettingsStore::set(const QString& key, const QString& value) {
     m_values.insert(key, value);
+    if (value.size() > longestText) {
+        return false;
+    }
     const FileState state = inspect(m_file);
     if (state == FileState::Unusable || (state == FileState::Broken && !moveAside(m_file))) {
         return false;
@@ -170,7 +179,9 @@ bool SettingsStore::set(const QString& key, const QString& value) {
     QSettings settings(m_file, QSettings::IniFormat);
     if (state == FileState::Broken) {
         for (auto kept = m_values.cbegin(); kept != m_values.cend(); ++kept) {
-            settings.setValue(kept.key(), kept.value());
+            if (kept.value().toString().size() <= longestText) {
+                settings.setValue(kept.key(), kept.value());
+            }
         }
     }
     settings.setValue(key, value);

@@ -20,7 +20,8 @@ public:
     QString text(const QString& key, const QString& fallback) const;
     bool boolean(const QString& key, bool fallback) const;
 
-    /// Written to disk before the call returns. False when that failed; the value then holds for this run only.
+    /// Written to disk before the call returns. False when that failed, as it does with more than 6,000 characters; the
+    /// value then holds for this run only.
     /// What others wrote into the file stays; a file that cannot be understood is moved aside, to the same name with
     /// ".broken" and, if need be, a number.
     bool setInteger(const QString& key, int value);

@@ -175,6 +175,20 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(home.path(fileName) + QStringLiteral(".broken")));
     }
 
+    void longTextsAreNotStored() {
+        const TestHome home;
+        const QString longest(6000, u'\u20ac');
+        SettingsStore store;
+        QVERIFY(store.setText(slug, longest));
+        QVERIFY(!store.setText(slug, longest + u'x'));
+        QCOMPARE(store.text(slug, QString()), longest + u'x');
+        QCOMPARE(SettingsStore().text(slug, QString()), longest);
+        home.write(fileName, "broken by hand");
+        QVERIFY(store.setInteger(port, 1));
+        QCOMPARE(SettingsStore().integer(port, 0), 1);
+        QVERIFY(QFileInfo(store.file()).size() < 1000);
+    }
+
     void anyCharactersRoundTrip() {
         const TestHome home;
         QRandomGenerator random(4);
@@ -224,6 +238,9 @@ private Q_SLOTS:
         QTest::newRow("cut within a character") << QByteArray("[General]\nname=caf\xc3");
         QTest::newRow("open section") << QByteArray("[General\nx=1\n");
         QTest::newRow("open quote") << QByteArray("[General]\nx=\"abc\ny=1\n");
+        // Qt's reader would run out of stack.
+        QTest::newRow("object within objects")
+            << QByteArray("[General]\nx=@Variant(") + QByteArray("\\0\\0\\0)").repeated(100'000) + ")\n";
         QTest::newRow("huge file") << QByteArray("[General]\n") + QByteArray(2 << 20, 'x');
     }
 
