@@ -12,4 +12,8 @@ namespace orvanel {
 AppError fileError(const QString& path, int code);
 AppError fileError(const std::string& path, int code);
 
+/// A path as it can be shown: control characters, which a stranger's archive may bring, are replaced.
+QString shownPath(const QString& path);
+QString shownPath(const std::string& path);
+
 } // namespace orvanel

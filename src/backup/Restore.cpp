@@ -31,13 +31,21 @@ void requireMovable(const QString& dataDir) {
     }
 }
 
+dev_t deviceOf(const QString& path) {
+    const auto status = statusOf(path);
+    if (!status) {
+        throw fileError(path, ENOENT);
+    }
+    return status->st_dev;
+}
+
 /// The data folder's way to its place among the backups: a rename, or a copy where they lie on another file system.
 class KeptData {
 public:
     KeptData(QString dataDir, const QString& backupsDir)
         : m_dataDir(std::move(dataDir))
         , m_place(backupsDir + u'/' + keptPrefix) {
-        if (statusOf(m_dataDir)->st_dev != statusOf(backupsDir)->st_dev) {
+        if (deviceOf(m_dataDir) != deviceOf(backupsDir)) {
             m_copy.emplace(backupsDir);
             requireRoom(backupsDir, bytesUsedBy(m_dataDir));
             copyTree(m_dataDir, m_copy->path(QStringLiteral("data")), {.never = m_copy->id()});

@@ -78,8 +78,7 @@ bool staysInside(std::string_view target, int depth) {
 }
 
 [[noreturn]] void refuse(const std::string& path, const QString& what) {
-    throw AppError(
-        QStringLiteral("Could not open the zip file. It holds %1: %2").arg(what, QFile::decodeName(path.c_str())));
+    throw AppError(QStringLiteral("Could not open the zip file. It holds %1: %2").arg(what, shownPath(path)));
 }
 
 void requireLinkInside(int folder, const std::string& name, const std::string& path, int depth) {
@@ -125,7 +124,7 @@ qint64 requirePackable(const QString& folder) {
         const QString text = decoder.decode(QByteArrayView(name.data(), static_cast<qsizetype>(name.size())));
         if (decoder.hasError()) {
             throw AppError(QStringLiteral("Could not create the zip file. A name in it is no UTF-8 text: %1")
-                               .arg(QFile::decodeName(path.c_str())));
+                               .arg(shownPath(path)));
         }
         ++entries;
     });

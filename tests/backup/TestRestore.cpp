@@ -6,15 +6,40 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// A zip archive tells dates to the second.
+QMap<QString, QString> inSeconds(QMap<QString, QString> entries) {
+    for (QString& entry : entries) {
+        entry.replace(QRegularExpression(u"(\\d{10})\\.\\d+"_s), u"\\1"_s);
+    }
+    return entries;
+}
+
+/// An archiver that writes down how it was called, and does what the real one does or fails.
+QString makeDitto(const DataFolder& folder, const QByteArray& action) {
+    const QString tool = u"root/usr/bin/ditto"_s;
+    const QByteArray log = QFile::encodeName(folder.path(u"calls"_s));
+    folder.write(tool, "#!/bin/sh\nprintf '%s\\n' \"$@\" >>'" + log + "'\n" + action);
+    QFile::setPermissions(folder.path(tool), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(folder.path(u"root"_s)));
+    return folder.path(u"calls"_s);
+}
+
+} // namespace
+
 class TestRestore : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void cleanup() { qunsetenv("ORVANEL_TOOL_ROOT"); }
+
     void folderComesBackAndTheDataIsKept() {
         const DataFolder folder;
         folder.fill();
@@ -37,9 +62,82 @@ private Q_SLOTS:
         await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
         folder.write(u"Orvanel/data/new"_s, "made since");
         await(BackupManager::restore(folder.path(u"copy.zip"_s), folder.data(), folder.backups()));
-        QCOMPARE(describe(folder.data()).keys(), old.keys());
-        QCOMPARE(folder.read(u"Orvanel/data/upload/größe 名前 🐟.txt"_s), QByteArray("named in many letters"));
+        QCOMPARE(difference(inSeconds(old), inSeconds(describe(folder.data()))), QString());
         QCOMPARE(folder.kept().size(), 1);
+    }
+
+    void dataAtTheTopOfTheZipComesBack() {
+        const DataFolder folder;
+        folder.fill();
+        const QString zip = folder.path(u"top.zip"_s);
+        QCOMPARE(runTool(u"bsdtar"_s, {u"-c"_s, u"--format"_s, u"zip"_s, u"-f"_s, zip, u"-C"_s, folder.data(), u"."_s}),
+                 QString());
+        await(BackupManager::restore(zip, folder.path(u"back"_s), folder.backups()));
+        QCOMPARE(describe(folder.path(u"back"_s)).keys(), describe(folder.data()).keys());
+    }
+
+    void foreignFolderBesideTheDataIsIgnored() {
+        const DataFolder folder;
+        folder.write(u"pack/__MACOSX/kuma.db"_s, "not this");
+        folder.write(u"pack/.hidden/db-config.json"_s, "this");
+        const QString zip = folder.path(u"pack.zip"_s);
+        QCOMPARE(runTool(u"bsdtar"_s, {u"-c"_s, u"--format"_s, u"zip"_s, u"-f"_s, zip, u"-C"_s, folder.path(u"pack"_s),
+                                       u"__MACOSX"_s, u".hidden"_s}),
+                 QString());
+        await(BackupManager::restore(zip, folder.data(), folder.backups()));
+        QCOMPARE(folder.names(u"Orvanel/data"_s), QStringList{u"db-config.json"_s});
+        QCOMPARE(folder.read(u"Orvanel/data/db-config.json"_s), QByteArray("this"));
+    }
+
+    void whatACrashUnpackedIsRemoved() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"tmp/orv-restore-01234567-89AB-CDEF-0123-456789ABCDEF/data/kuma.db"_s, "half");
+        folder.write(u"tmp/orv-restore-me/file"_s, "another's");
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
+        qputenv("TMPDIR", QFile::encodeName(folder.path(u"tmp"_s)));
+        await(BackupManager::restore(folder.path(u"copy.zip"_s), folder.data(), folder.backups()));
+        qunsetenv("TMPDIR");
+        QCOMPARE(folder.names(u"tmp"_s), QStringList{u"orv-restore-me"_s});
+    }
+
+    void dittoIsUsedWhereItIs() {
+        const DataFolder folder;
+        folder.fill();
+        const QString log = makeDitto(folder, R"(
+            if [ "$1" = -c ]; then exec bsdtar -c --format zip -f "$5" -C "${4%/*}" "${4##*/}"; fi
+            exec bsdtar -xpf "$3" -C "$4")");
+        const QString zip = folder.path(u"copy.zip"_s);
+        await(BackupManager::backUp(folder.data(), zip));
+        await(BackupManager::restore(zip, folder.path(u"back"_s), folder.backups()));
+        QCOMPARE(difference(inSeconds(describe(folder.data())), inSeconds(describe(folder.path(u"back"_s)))),
+                 QString());
+        const QStringList words = QString::fromUtf8(folder.read(u"calls"_s)).split(u'\n');
+        QCOMPARE(words.mid(0, 3), (QStringList{u"-c"_s, u"-k"_s, u"--keepParent"_s}));
+        QVERIFY(words.value(3).endsWith(u"/data"));
+        QVERIFY(words.value(4).startsWith(folder.path(u".orvanel-"_s)));
+        QCOMPARE(words.mid(5, 3), (QStringList{u"-x"_s, u"-k"_s, zip}));
+        QVERIFY(words.value(8).contains(u"/orv-restore-"));
+        QVERIFY(QFileInfo::exists(log));
+    }
+
+    void wordsOfTheToolAreShown() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"copy.zip"_s, "PK, the old backup");
+        const auto before = describe(folder.data());
+        makeDitto(folder, "echo 'ditto: no'; exit 3");
+        QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s))),
+                 u"Could not create the zip file. ditto: no\n"_s);
+        QCOMPARE(messageOf(BackupManager::restore(folder.path(u"copy.zip"_s), folder.data(), folder.backups())),
+                 u"Could not open the zip file. ditto: no\n"_s);
+        // A tool that says nothing and does nothing is not believed.
+        makeDitto(folder, ": >\"$5\"");
+        QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s))),
+                 u"Could not create the zip file. Something is missing in it."_s);
+        QCOMPARE(folder.read(u"copy.zip"_s), QByteArray("PK, the old backup"));
+        QCOMPARE(difference(before, describe(folder.data())), QString());
+        QVERIFY(folder.names().filter(u".orvanel"_s).isEmpty());
     }
 
     void restoringTwiceKeepsOneFolder() {
