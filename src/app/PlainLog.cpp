@@ -2,6 +2,8 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace orvanel {
 namespace {
 
@@ -32,13 +34,17 @@ bool isNoCharacter(char16_t c) {
 }
 
 bool isOrdinary(char16_t c) {
-    if (c < 0x7f) {
-        return c >= 0x20 || c == u'\t' || c == u'\n';
+    if (isBetween(c, 0x20, 0x7e) || c == u'\n' || c == u'\t') {
+        return true;
     }
     if (c < 0x2000) {
         return c > 0x9f && c != 0x061c;
     }
     return !isBidiControl(c) && !isNoCharacter(c) && c != 0x2028 && c != 0x2029;
+}
+
+bool isPlain(const QString& text) {
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return isOrdinary(c.unicode()); });
 }
 
 /// Where the log was cut at its front, a sequence may have been cut too: "[31mred", "0;31mred", "]0;title" and a bell.
@@ -168,7 +174,8 @@ private:
 } // namespace
 
 QString plainLog(const QString& text) {
-    return Reader(text).plain();
+    const bool isAlready = cutSequenceLength(text) == 0 && isPlain(text);
+    return isAlready ? text : Reader(text).plain();
 }
 
 } // namespace orvanel

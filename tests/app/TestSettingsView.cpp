@@ -240,6 +240,14 @@ private Q_SLOTS:
         QVERIFY(settings.slug()->hasFocus());
     }
 
+    void keysPressedByChanceChangeNothing() {
+        Shown settings;
+        settings.open();
+        QTest::keyClicks(settings.view.focusWidget(), QStringLiteral("5"));
+        QCOMPARE(settings.kuma().port(), 3001);
+        QCOMPARE(settings.port()->text(), QStringLiteral("3001"));
+    }
+
     void portsChangedElsewhereAreShown() {
         Shown settings;
         settings.open();

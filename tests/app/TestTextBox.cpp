@@ -1,11 +1,16 @@
+#include "Contrast.h"
+#include "Palettes.h"
 #include "app/widgets/DetailsSection.h"
 #include "app/widgets/KeptText.h"
 #include "app/widgets/LogBox.h"
+#include "app/widgets/TextField.h"
 #include "support/Await.h"
 
+#include <QApplication>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextBlock>
 #include <QToolButton>
 
 using namespace orvanel;
@@ -111,6 +116,43 @@ private Q_SLOTS:
         box.setContent(QStringLiteral("\x1b[31mred\x1b[0m\r\n"));
         QCOMPARE(box.toPlainText(), QStringLiteral("red"));
         QCOMPARE(box.content(), QStringLiteral("red\n"));
+    }
+
+    void linesWithoutEndAreShownInPieces() {
+        TextBox box(QStringLiteral("Output"));
+        const QString text = QString(45000, u'x') + QStringLiteral("\ny\n");
+        box.setContent(text);
+        QCOMPARE(box.document()->blockCount(), 4);
+        QCOMPARE(box.document()->firstBlock().length() - 1, 20000);
+        QCOMPARE(box.content(), text);
+    }
+
+    void ofLinesWithoutEndTheLastAreShown() {
+        TextBox box(QStringLiteral("Output"));
+        box.setContent(lines(12000));
+        QCOMPARE(box.document()->blockCount(), 10000);
+        QCOMPARE(box.document()->lastBlock().text(), QStringLiteral("line 11999"));
+        QCOMPARE(box.content(), lines(12000));
+    }
+
+    void placeholdersCanBeRead_data() {
+        QTest::addColumn<QPalette>("palette");
+        QTest::newRow("light") << lightPalette();
+        QTest::newRow("dark") << darkPalette();
+    }
+    void placeholdersCanBeRead() {
+        QFETCH(const QPalette, palette);
+        const TextBox box(QStringLiteral("Output"));
+        const TextField field(QStringLiteral("Field"));
+        // A switch at run time is followed.
+        QApplication::setPalette(palette);
+        drainEvents();
+        const auto placeholder = [](const QWidget& widget) {
+            return widget.palette().color(QPalette::PlaceholderText);
+        };
+        QVERIFY(contrast(placeholder(box), palette.color(QPalette::Window)) >= 4.5);
+        QVERIFY(contrast(placeholder(field), palette.color(QPalette::Base)) >= 4.5);
+        QApplication::setPalette(lightPalette());
     }
 
     void tabLeavesTheBox() { QVERIFY(TextBox(QStringLiteral("Output")).tabChangesFocus()); }

@@ -51,11 +51,13 @@ std::unique_ptr<QWidget> failedCheck(GalleryWorld& world) {
 
 std::unique_ptr<QWidget> strange(GalleryWorld& world) {
     world.installedDocker = QStringLiteral("/opt/") + QString(400, u'x') + QStringLiteral("/<b>bin</b>/docker");
+    auto window = withRelease(world,
+                              LatestRelease{.version = QStringLiteral("<b>3</b>&-") + QString(300, u'v'),
+                                            .page = QStringLiteral("https://x")},
+                              QStringLiteral("2"));
     world.controller().setSlug(QStringLiteral("<i>slug</i> &amp; ") + QString(300, u's'));
-    return withRelease(world,
-                       LatestRelease{.version = QStringLiteral("<b>3</b>&-") + QString(300, u'v'),
-                                     .page = QStringLiteral("https://x")},
-                       QStringLiteral("2"));
+    world.settle();
+    return window;
 }
 
 void typeWrongPort(QWidget& window) {

@@ -33,8 +33,6 @@ SettingsView::SettingsView(ViewContext context, Dialogs& dialogs, QWidget* paren
     area->setFrameShape(QFrame::NoFrame);
     area->setWidgetResizable(true);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    // Tab goes from one setting to the next, and what it reaches comes into view by itself.
-    area->setFocusPolicy(Qt::NoFocus);
     area->setWidget(content);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins({});

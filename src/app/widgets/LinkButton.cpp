@@ -1,6 +1,7 @@
 #include "app/widgets/LinkButton.h"
 
 #include "app/widgets/Buttons.h"
+#include "app/widgets/PushButton.h"
 #include "app/widgets/StateColors.h"
 
 #include <QAccessibleWidget>
@@ -10,7 +11,7 @@ namespace orvanel {
 namespace {
 
 /// Around the text, where the focus is shown.
-constexpr QSize room{12, 8};
+constexpr int room = 16;
 
 class AccessibleLink final : public QAccessibleWidget {
 public:
@@ -53,7 +54,9 @@ LinkButton::LinkButton(const QString& text, QWidget* parent)
 }
 
 QSize LinkButton::sizeHint() const {
-    return fontMetrics().size(Qt::TextShowMnemonic, text()) + room;
+    // As high as the buttons beside it.
+    const int height = QPushButton::sizeHint().height() + PushButton::room.height();
+    return {fontMetrics().horizontalAdvance(text()) + room, height};
 }
 
 void LinkButton::paintEvent(QPaintEvent*) {

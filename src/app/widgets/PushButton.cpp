@@ -8,7 +8,6 @@
 namespace orvanel {
 namespace {
 
-constexpr QSize room{16, 4};
 constexpr int darkening = 190;
 
 } // namespace

@@ -15,6 +15,9 @@ public:
         destructive, ///< red, for what deletes
     };
 
+    /// By how much it is larger than the desktop's own.
+    static constexpr QSize room{16, 4};
+
     PushButton(const QString& text, Kind kind, QWidget* parent = nullptr);
 
     QSize sizeHint() const override;

@@ -1,6 +1,7 @@
 #include "app/widgets/StateColors.h"
 
 #include <QPalette>
+#include <QWidget>
 
 namespace orvanel {
 namespace {
@@ -77,6 +78,16 @@ QColor secondaryTextColor(const QPalette& palette) {
     const auto mix = [](float a, float b) { return a * share + b * (1 - share); };
     return QColor::fromRgbF(mix(text.redF(), window.redF()), mix(text.greenF(), window.greenF()),
                             mix(text.blueF(), window.blueF()));
+}
+
+void usePlainPlaceholder(QWidget* widget) {
+    const QColor color = secondaryTextColor(widget->palette());
+    // Setting the palette is such a change again.
+    if (widget->palette().color(QPalette::PlaceholderText) != color) {
+        QPalette own;
+        own.setColor(QPalette::PlaceholderText, color);
+        widget->setPalette(own);
+    }
 }
 
 QColor switchOffColor(const QPalette& palette) {

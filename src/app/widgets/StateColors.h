@@ -5,6 +5,7 @@
 #include <QColor>
 
 class QPalette;
+class QWidget;
 
 namespace orvanel {
 
@@ -31,6 +32,9 @@ QColor dotColor(Meaning meaning, const QPalette& palette);
 QColor textColor(Meaning meaning, const QPalette& palette);
 /// For less important text: at least 4.5:1 as well.
 QColor secondaryTextColor(const QPalette& palette);
+/// Gives the widget's placeholder the colour of less important text; to be called again when its palette changes.
+void usePlainPlaceholder(QWidget* widget);
+
 /// For the track of a switch that is off: at least 3:1 against the window and against the white knob on it.
 QColor switchOffColor(const QPalette& palette);
 

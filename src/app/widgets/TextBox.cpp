@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace orvanel {
 namespace {
@@ -22,9 +23,34 @@ constexpr double usualShade = 0.08;
 constexpr double darkFactor = 3.75;
 constexpr int margin = 8;
 
+/// What can be laid out while the user waits: of lines that are longer than any the pieces are shown, and of more lines
+/// than anybody reads the last.
+constexpr qsizetype longestLine = 20000;
+constexpr qsizetype mostLines = 10000;
+
 /// The end of the last line is no empty line below it.
 QStringView linesOf(const QString& text) {
     return QStringView(text).chopped(text.endsWith(u'\n') ? 1 : 0);
+}
+
+QString shownText(const QString& text) {
+    QList<QStringView> lines;
+    for (QStringView line : linesOf(text).split(u'\n')) {
+        while (line.size() > longestLine) {
+            const qsizetype length = line[longestLine - 1].isHighSurrogate() ? longestLine - 1 : longestLine;
+            lines.append(line.first(length));
+            line = line.sliced(length);
+        }
+        lines.append(line);
+    }
+    QString shown;
+    shown.reserve(text.size() + lines.size());
+    for (qsizetype i = std::max<qsizetype>(0, lines.size() - mostLines); i < lines.size(); ++i) {
+        shown += lines[i];
+        shown += u'\n';
+    }
+    shown.chop(1);
+    return shown;
 }
 
 int asPosition(qsizetype index) {
@@ -72,6 +98,7 @@ TextBox::TextBox(const QString& name, QWidget* parent)
     viewport()->setAutoFillBackground(false);
     document()->setDocumentMargin(0);
     setViewportMargins(margin, margin, margin, margin);
+    usePlainPlaceholder(this);
 }
 
 bool TextBox::setContent(const QString& text) {
@@ -83,17 +110,17 @@ bool TextBox::setContent(const QString& text) {
     if (plain == m_plain) {
         return false;
     }
-    showLines(linesOf(plain));
     m_plain = plain;
+    showText(shownText(plain));
     if (m_isFollowing) {
         scrollToEnd();
     }
     return true;
 }
 
-void TextBox::showLines(QStringView lines) {
-    const QStringView old = linesOf(m_plain);
-    const KeptText kept = keptText(old, lines);
+void TextBox::showText(const QString& text) {
+    const QString old = std::exchange(m_shown, text);
+    const KeptText kept = keptText(old, text);
     const QTextBlock topBlock = firstVisibleBlock();
     const bool isTopKept = topBlock.position() >= kept.from;
     const int hiddenLines = verticalScrollBar()->value() - topBlock.firstLineNumber();
@@ -102,7 +129,7 @@ void TextBox::showLines(QStringView lines) {
 
     if (kept.size == 0) {
         const int value = verticalScrollBar()->value();
-        setPlainText(lines.toString());
+        setPlainText(text);
         verticalScrollBar()->setValue(value);
         return;
     }
@@ -110,7 +137,7 @@ void TextBox::showLines(QStringView lines) {
     removeText(document(), 0, kept.from);
     QTextCursor end(document());
     end.movePosition(QTextCursor::End);
-    end.insertText(lines.sliced(kept.size).toString());
+    end.insertText(text.sliced(kept.size));
 
     selection.moveWith(kept);
     // A selection that reaches to the end would have grown with the text.
@@ -146,6 +173,13 @@ void TextBox::resizeEvent(QResizeEvent* event) {
     // Narrower lines wrap into more of them.
     if (m_isFollowing) {
         scrollToEnd();
+    }
+}
+
+void TextBox::changeEvent(QEvent* event) {
+    QPlainTextEdit::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        usePlainPlaceholder(this);
     }
 }
 

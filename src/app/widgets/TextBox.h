@@ -14,7 +14,7 @@ public:
 
     /// Changes what differs from the text shown and no more: what is selected stays selected, and the place in the
     /// text stays where it is, also where lines went at the front while others came at the end. False when it is the
-    /// same.
+    /// same. A line of more than 20,000 characters is shown in pieces, and of more than 10,000 lines only the last are.
     bool setContent(const QString& text);
     /// The text as plainLog() has made it.
     QString content() const { return m_plain; }
@@ -28,15 +28,17 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void showLines(QStringView lines);
+    void showText(const QString& text);
     void scrollToEnd();
     void paintBox();
 
     QString m_content;
     QString m_plain;
+    QString m_shown;
     bool m_isFollowing = false;
     double m_shade;
 };

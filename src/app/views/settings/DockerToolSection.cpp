@@ -1,21 +1,20 @@
 #include "app/views/settings/DockerToolSection.h"
 
 #include "app/widgets/Buttons.h"
+#include "app/widgets/TextField.h"
 #include "controller/KumaController.h"
 #include "platform/Dialogs.h"
 
 #include <QHBoxLayout>
-#include <QLineEdit>
 
 namespace orvanel {
 
 DockerToolSection::DockerToolSection(ViewContext context, Dialogs& dialogs, QWidget* parent)
     : SettingsSection(QStringLiteral("Docker command line tool"), parent)
     , m_context(context)
-    , m_override(new QLineEdit) {
+    , m_override(new TextField(QStringLiteral("Path of the docker command line tool"))) {
     m_inUse = addCaption();
     m_override->setPlaceholderText(QStringLiteral("Automatic"));
-    m_override->setAccessibleName(QStringLiteral("Path of the docker command line tool"));
     m_override->setAccessibleDescription(QStringLiteral("Empty: automatic"));
     connect(m_override, &QLineEdit::textEdited, this,
             [context](const QString& path) { context.controller.setDockerOverride(path); });

@@ -1,9 +1,9 @@
 #include "app/views/settings/SettingsSection.h"
 
 #include "app/widgets/Divider.h"
+#include "app/widgets/TextField.h"
 
 #include <QHBoxLayout>
-#include <QLineEdit>
 
 namespace orvanel {
 namespace {
@@ -29,8 +29,7 @@ QString breakable(const QString& text) {
 } // namespace
 
 QLineEdit* SettingsSection::addField(const QString& label) {
-    auto* field = new QLineEdit;
-    field->setAccessibleName(label);
+    auto* field = new TextField(label);
     field->setFixedWidth(fieldWidth);
     auto* name = new TextLabel(TextStyle::body, label);
     name->setBuddy(field);
@@ -62,6 +61,9 @@ void SettingsSection::setOutsideText(TextLabel* label, const QString& text) {
 void showInField(QLineEdit* field, const QString& text) {
     if (field->text() != text) {
         field->setText(text);
+        if (!field->hasFocus()) {
+            field->home(false);
+        }
     }
 }
 

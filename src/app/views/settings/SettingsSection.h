@@ -14,7 +14,7 @@ public:
     using Card::Card;
 
 protected:
-    /// A text field with its label before it.
+    /// A text field in a row, with its name before it.
     QLineEdit* addField(const QString& label);
     /// A small explanation in the secondary colour.
     TextLabel* addCaption(const QString& text = {});
@@ -25,8 +25,7 @@ protected:
     static void setOutsideText(TextLabel* label, const QString& text);
 };
 
-/// A text field that is bound to a setting: what is typed is stored as it is typed, and what is stored elsewhere is
-/// shown. `text` is only set where it differs, which would move the cursor.
+/// Brings a field up to its setting. The same text is not set again, because that would move the cursor.
 void showInField(QLineEdit* field, const QString& text);
 
 } // namespace orvanel
