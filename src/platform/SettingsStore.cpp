@@ -14,10 +14,7 @@
 namespace orvanel {
 namespace {
 
-/// A larger file is none of ours. Objects within objects, which Qt reads without counting how deep it is, end the stack
-/// in a file of 280 kB; in one of this size they cannot (tried with 8 MiB of stack).
-constexpr qint64 largestFile = qint64(64) * 1024;
-/// All texts that are set fit into one file.
+/// All texts that are set fit into one small file.
 constexpr qsizetype longestText = 6000;
 
 /// What lies where the settings file belongs.
@@ -71,7 +68,7 @@ FileState inspect(const QString& path) {
     if (!info.isFile()) {
         return FileState::Unusable;
     }
-    if (info.size() > largestFile) {
+    if (info.size() > smallFileLimit) {
         return FileState::Broken;
     }
     const auto content = readSmallFile(path);
@@ -85,7 +82,7 @@ FileState inspect(const QString& path) {
 QVariantHash readValues(const QString& path) {
     QVariantHash values;
     const auto content = readSmallFile(path);
-    if (!content || content->size() > largestFile || !isText(*content)) {
+    if (!content || !isText(*content)) {
         return values;
     }
     const QSettings settings(path, QSettings::IniFormat);

@@ -7,8 +7,10 @@
 
 namespace orvanel {
 
-/// Largest file that readSmallFile() takes, in bytes.
-constexpr qint64 smallFileLimit = 1 << 20;
+/// Largest file that readSmallFile() takes, in bytes: far more than a settings file or a desktop entry needs. A larger
+/// one could harm: Qt reads objects within objects without counting how deep it is, and in a settings file of 280 kB
+/// they end a stack of 8 MiB; each word of a command is looked up.
+constexpr qint64 smallFileLimit = 1 << 16;
 
 /// The content of a regular file of at most `smallFileLimit`; none when there is no such file or it cannot be read.
 /// Never blocks, whatever lies there: pipes and devices are not opened.
