@@ -7,6 +7,7 @@
 #include "support/TestHome.h"
 #include "task/SystemClock.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -17,6 +18,14 @@ using namespace orvanel::test;
 namespace {
 
 constexpr int engineTimeout = 90'000;
+
+const auto oldTag = QStringLiteral("2");
+const auto newTag = QStringLiteral("2.1.0");
+const auto database = QStringLiteral("support/Orvanel/data/kuma.db");
+
+QCoro::Task<ReleaseResult> latestRelease() {
+    co_return LatestRelease{.version = newTag};
+}
 
 quint16 portFrom(const char* variable) {
     const int port = qEnvironmentVariableIntValue(variable);
@@ -84,6 +93,31 @@ class TestEngine : public QObject {
         m_home.write(QStringLiteral("support/Orvanel/data/kuma-script"), lines);
     }
 
+    QByteArray content(const QString& path) const {
+        QFile file(m_home.path(path));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    QString containerImage() const {
+        return docker({QStringLiteral("inspect"), QStringLiteral("-f"), QStringLiteral("{{.Config.Image}}"),
+                       QStringLiteral("orvanel")})
+            .output.trimmed();
+    }
+
+    QStringList backups(const QString& name) const {
+        return QDir(m_controller->backupsDir()).entryList({name + QStringLiteral("-*")}, QDir::Dirs);
+    }
+
+    void choosePath(const QString& path) { m_dialogs.pathQuestions.takeLast().answer.complete(path); }
+    void confirm() { m_dialogs.questions.takeLast().answer.complete(true); }
+
+    /// The server in the container writes into the data folder as it stands now.
+    bool isDataInUse() const {
+        const QString log = QStringLiteral("support/Orvanel/data/kuma-requests.log");
+        const qsizetype before = content(log).size();
+        return waitUntil([&] { return content(log).size() > before; });
+    }
+
     QString errorMessage() const { return m_controller->error() ? m_controller->error()->message : QString(); }
 
     QString describe() const {
@@ -111,6 +145,7 @@ private Q_SLOTS:
         environment.applicationSupport = m_home.path(QStringLiteral("support"));
         environment.pageAnswers = [this](int port) { return m_statusPage.pageAnswers(port); };
         environment.fetchStatusPage = [this](int port, QString slug) { return m_statusPage.fetch(port, slug); };
+        environment.fetchLatestRelease = &latestRelease;
         m_controller = std::make_unique<KumaController>(environment);
         m_controller->begin();
     }
@@ -122,7 +157,9 @@ private Q_SLOTS:
             await(m_controller->finished());
         }
         docker({QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")});
-        docker({QStringLiteral("rmi"), QStringLiteral("-f"), imageRepository() + QStringLiteral(":2")});
+        for (const QString& tag : {oldTag, newTag}) {
+            docker({QStringLiteral("rmi"), QStringLiteral("-f"), imageRepository() + u':' + tag});
+        }
     }
 
     void absent() {
@@ -231,6 +268,79 @@ private Q_SLOTS:
         script("");
         QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
         QVERIFY2(!m_controller->error(), qPrintable(describe()));
+    }
+
+    void backupWhileRunning_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("zip") << QStringLiteral("backup.ZIP");
+        QTest::newRow("folder") << QStringLiteral("backup");
+    }
+
+    void backupWhileRunning() {
+        QFETCH(const QString, name);
+        m_home.write(database, "precious");
+        m_controller->backUpNow();
+        choosePath(m_home.path(name));
+        QTRY_VERIFY_WITH_TIMEOUT(m_desktop.revealed.contains(m_home.path(name)), engineTimeout);
+        QVERIFY2(!m_controller->error() && !m_controller->busy(), qPrintable(describe()));
+        QVERIFY(QFileInfo::exists(m_home.path(name)));
+        QCOMPARE(containerState(), QStringLiteral("running"));
+        QCOMPARE(content(database), QByteArray("precious"));
+    }
+
+    void restore_data() { backupWhileRunning_data(); }
+
+    void restore() {
+        QFETCH(const QString, name);
+        m_home.write(database, "spoilt, " + name.toUtf8());
+        m_controller->restoreBackup();
+        choosePath(m_home.path(name));
+        QTRY_COMPARE(m_dialogs.questions.size(), 1);
+        confirm();
+        QTRY_VERIFY2_WITH_TIMEOUT(content(database) == "precious" && !m_controller->busy(), qPrintable(describe()),
+                                  engineTimeout);
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+        QVERIFY(isDataInUse());
+        const QStringList kept = backups(QStringLiteral("before-restore"));
+        QCOMPARE(kept.size(), 1);
+        QCOMPARE(content(QStringLiteral("support/Orvanel/Backups/%1/kuma.db").arg(kept.first())),
+                 "spoilt, " + name.toUtf8());
+    }
+
+    void updateWhoseDownloadIsCancelled() {
+        m_controller->checkForUpdates();
+        QTRY_COMPARE(m_controller->latestVersion(), newTag);
+        m_mirror.setBytesPerSecond(qint64{1024} * 1024);
+        m_controller->updateNow();
+        confirm();
+        QTRY_VERIFY_WITH_TIMEOUT(m_controller->pulling() && !m_controller->pullLog().isEmpty(), engineTimeout);
+        QCOMPARE(m_controller->imageTag(), newTag);
+        m_controller->cancelOperation();
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QCOMPARE(errorMessage(), QStringLiteral("Cancelled."));
+        QCOMPARE(m_controller->imageTag(), oldTag);
+        QVERIFY(content(QStringLiteral("support/Orvanel/docker-compose.yml")).contains(":2\n"));
+        QCOMPARE(containerState(), QStringLiteral("running"));
+        QCOMPARE(containerImage(), imageRepository() + u':' + oldTag);
+    }
+
+    void update() {
+        m_mirror.setBytesPerSecond(ThrottledMirror::unlimited);
+        m_controller->updateNow();
+        confirm();
+        QTRY_VERIFY2_WITH_TIMEOUT(m_controller->imageTag() == newTag && !m_controller->busy(), qPrintable(describe()),
+                                  engineTimeout);
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QCOMPARE(containerImage(), imageRepository() + u':' + newTag);
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+        QVERIFY(isDataInUse());
+        QCOMPARE(content(database), QByteArray("precious"));
+        const QStringList made = backups(QStringLiteral("before-update"));
+        QCOMPARE(made.size(), 2);
+        for (const QString& name : made) {
+            QCOMPARE(content(QStringLiteral("support/Orvanel/Backups/%1/kuma.db").arg(name)), QByteArray("precious"));
+        }
     }
 
     void stop() {
