@@ -7,8 +7,6 @@
 
 #include <QFile>
 
-#include <algorithm>
-
 namespace orvanel::test {
 namespace {
 

@@ -3,8 +3,6 @@
 #include "platform/DesktopEntry.h"
 #include "platform/ExecLine.h"
 
-#include <algorithm>
-
 namespace orvanel::test {
 namespace {
 

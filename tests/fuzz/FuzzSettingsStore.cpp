@@ -26,10 +26,6 @@ QByteArray contentOf(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-QString asStored(QByteArrayView bytes) {
-    return QString::fromUtf8(bytes);
-}
-
 /// Only one key changes, for this run and the next.
 void checkSet(const QString& path, const QString& value) {
     SettingsStore store(path);
@@ -59,7 +55,7 @@ void fuzz(QByteArrayView input) {
                 "a number was a text");
     }
     require(contentOf(path) == content, "reading writes nothing");
-    const QString value = asStored(takePart(&input));
+    const QString value = QString::fromUtf8(takePart(&input));
     checkSet(path, value);
     const QString broken = path + QStringLiteral(".broken");
     require(!QFile::exists(broken) || contentOf(broken) == content, "what is moved aside stays as it was");
