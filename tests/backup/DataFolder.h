@@ -8,6 +8,10 @@
 
 namespace orvanel::test {
 
+/// Makes all folders of this process in memory from now on, where there is such a place: for tests that make so many
+/// files that a disk would be what is tested.
+void workInMemory();
+
 /// A throw-away place with a program folder in it, as the controller lays it out: "data" and "Backups".
 class DataFolder {
 public:

@@ -267,6 +267,8 @@ class TestKill : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { workInMemory(); }
+
     void nothingIsLostByAKill_data() {
         QTest::addColumn<int>("operation");
         QTest::addColumn<int>("files");

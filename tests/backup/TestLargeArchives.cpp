@@ -41,6 +41,8 @@ class TestLargeArchives : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { workInMemory(); }
+
     void moreThan65535EntriesComeBack() {
         const DataFolder folder;
         folder.write(u"Orvanel/data/kuma.db"_s, "");
