@@ -195,9 +195,9 @@ private Q_SLOTS:
         copyTree(folder.data(), folder.path(u"copy"_s));
         QCOMPARE(::chown(name(folder.data()).constData(), 65534, 65534), 0);
         const auto before = describe(folder.data());
-        QCOMPARE(
-            messageOf(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups())),
-            u"The current data cannot be moved to the Backups folder, because it belongs to another user. Nothing was changed."_s);
+        QCOMPARE(messageOf(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups())),
+                 u"The current data cannot be moved to the Backups folder, because it belongs to another user. "_s +
+                     u"Nothing was changed."_s);
         QCOMPARE(difference(before, describe(folder.data())), QString());
         QCOMPARE(folder.kept(), QStringList());
     }
