@@ -53,12 +53,12 @@ std::optional<QJsonDocument> documentOf(QByteArrayView bytes) {
     return std::get<QJsonDocument>(result);
 }
 
-/// One row for each line, whatever is in it.
+/// One row for each of the first lines, whatever is in it.
 StatusPageData inventedData(QByteArrayView input) {
     constexpr std::int64_t tooLargeForDouble = 9007199254740993;
     StatusPageData data{.title = QString::fromUtf8(input.first(input.size() / 2)), .monitors = {}};
     const QByteArrayList lines = input.toByteArray().split('\n');
-    for (const QByteArray& line : lines) {
+    for (const QByteArray& line : lines.mid(0, 50)) {
         QByteArrayView rest = line;
         const int has = takeByte(&rest);
         MonitorRow row{.id = data.monitors.size() - 2 + (has % 2 == 0 ? 0 : tooLargeForDouble)};
