@@ -9,6 +9,7 @@ namespace orvanel {
 namespace {
 
 constexpr QSize minimum{560, 520};
+constexpr QSize usual{640, 600};
 
 } // namespace
 
@@ -16,7 +17,7 @@ MainWindow::MainWindow(ViewContext context)
     : AppWindow(QStringLiteral("Orvanel"))
     , m_view(new MainView(context)) {
     setMinimumSize(minimum);
-    resize(minimum);
+    resize(usual);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
     layout->addWidget(m_view);

@@ -1,13 +1,10 @@
-#include "ControllerFixture.h"
-#include "Find.h"
 #include "Palettes.h"
-#include "app/MainWindow.h"
+#include "ShownWindow.h"
 #include "app/views/BusyCard.h"
 #include "app/views/DashboardView.h"
 #include "app/views/ErrorCard.h"
 #include "app/views/MonitorList.h"
-#include "app/views/MonitorRowView.h"
-#include "app/views/MonitorStatus.h"
+#include "app/views/MonitorRows.h"
 #include "app/views/PullCard.h"
 #include "app/views/StartCard.h"
 #include "app/views/StateCard.h"
@@ -27,39 +24,6 @@ using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
-
-/// The main window in a world where a test plays Docker.
-struct Shown {
-    Shown()
-        : window(ViewContext{world.controller(), world.desktop, [this](const QString& id) { opened << id; }}) {
-        world.controller().setHasSeenGuide(true);
-        // What lies on the real machine does not count.
-        qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(world.home.path(QStringLiteral("tools"))));
-    }
-    ~Shown() { qunsetenv("ORVANEL_TOOL_ROOT"); }
-
-    ControllerFixture world;
-    /// Ids of the windows that were asked for.
-    QStringList opened;
-    MainWindow window;
-
-    void open() {
-        window.show();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-    }
-    void poll() {
-        world.controller().begin();
-        world.settle();
-    }
-    void click(const QString& text) {
-        QAbstractButton* const found = button(&window, text);
-        QVERIFY(found != nullptr);
-        QTest::mouseClick(found, Qt::LeftButton);
-        world.settle();
-    }
-    QString statusLine() { return window.findChild<QLabel*>()->text(); }
-    Dot* healthDot() { return window.findChild<Dot*>(); }
-};
 
 const auto startText = QStringLiteral("Start Uptime Kuma");
 const auto dashboardText = QStringLiteral("Open dashboard");
@@ -108,8 +72,15 @@ private Q_SLOTS:
         QFETCH(const bool, busy);
         QFETCH(const KumaState, kuma);
         QFETCH(const StateCard, card);
-        QCOMPARE(stateCardFor(std::nullopt, docker, pulling, busy ? std::optional(QStringLiteral("Busy")) : std::nullopt, kuma),
+        QCOMPARE(stateCardFor(std::nullopt, docker, pulling,
+                              busy ? std::optional(QStringLiteral("Busy")) : std::nullopt, kuma),
                  card);
+    }
+
+    void aSetupComesBeforeEverything() {
+        const auto setup = QStringLiteral("Installing");
+        QCOMPARE(stateCardFor(setup, DockerState::missing, true, setup, KumaState::running), StateCard::setup);
+        QCOMPARE(stateCardFor(setup, DockerState::ready, false, std::nullopt, KumaState::stopped), StateCard::setup);
     }
 
     void windowIsAsItShouldBe() {
@@ -300,54 +271,6 @@ private Q_SLOTS:
         QCOMPARE(visible<MonitorList>(&view.window) == nullptr, isBlank);
     }
 
-    void monitorsAreListed() {
-        Shown view;
-        view.world.controller().setSlug(QStringLiteral("home"));
-        view.world.page.status =
-            statusPage({monitor(1, 1, QStringLiteral("<i>Web</i> & more")), monitor(2, 0, QStringLiteral("Shop")),
-                        monitor(3, std::nullopt, QStringLiteral("New"))},
-                       QStringLiteral("My services"));
-        QVERIFY(view.world.isPolledAsRunning());
-        view.world.settle();
-        view.open();
-        QVERIFY(shows(&view.window, QStringLiteral("My services")));
-        const auto rows = view.window.findChildren<MonitorRowView*>();
-        QCOMPARE(rows.size(), 3);
-        QCOMPARE(rows[0]->accessibleName(), QStringLiteral("<i>Web</i> & more, Up"));
-        QCOMPARE(rows[1]->accessibleName(), QStringLiteral("Shop, Down"));
-        QCOMPARE(rows[2]->accessibleName(), QStringLiteral("New, No data"));
-        QVERIFY(shows(rows[0], QStringLiteral("<i>Web</i> & more")));
-        QCOMPARE(view.statusLine(), QStringLiteral("1 down, 1 up"));
-        QCOMPARE(view.healthDot()->meaning(), Meaning::bad);
-        QCOMPARE(accessibleText(view.healthDot()), QStringLiteral("Running, a monitor is down"));
-    }
-
-    void monitorRowsAreKept() {
-        Shown view;
-        view.world.controller().setSlug(QStringLiteral("home"));
-        view.world.page.status = statusPage({monitor(1, 1), monitor(2, 1)});
-        QVERIFY(view.world.isPolledAsRunning());
-        view.open();
-        const auto rows = view.window.findChildren<MonitorRowView*>();
-        view.world.page.status = statusPage({monitor(1, 0)});
-        view.world.advance(30s);
-        QCOMPARE(view.window.findChildren<MonitorRowView*>(), QList<MonitorRowView*>{rows[0]});
-        QCOMPARE(rows[0]->accessibleName(), QStringLiteral("Web, Down"));
-    }
-
-    void anEmptyListSaysSo() {
-        Shown view;
-        view.world.controller().setSlug(QStringLiteral("home"));
-        view.world.page.status = statusPage({}, {});
-        QVERIFY(view.world.isPolledAsRunning());
-        view.open();
-        QVERIFY(shows(&view.window, QStringLiteral("Monitors")));
-        QVERIFY(shows(&view.window, QStringLiteral("The status page has no monitors yet, or the first reading is still "
-                                                   "loading. Add monitors to the status page in the dashboard.")));
-        QVERIFY(shows(&view.window, QStringLiteral("Status pages are cached by Uptime Kuma for up to a minute, so "
-                                                   "changes can show up with a delay.")));
-    }
-
     void statusErrorReplacesTheList() {
         Shown view;
         view.world.controller().setSlug(QStringLiteral("a<b>&c"));
@@ -359,21 +282,6 @@ private Q_SLOTS:
         QVERIFY(shows(&view.window, QStringLiteral("Nothing there.")));
         QVERIFY(shows(&view.window, QStringLiteral("Check that a status page with the slug “a<b>&c” exists, is saved, "
                                                    "and contains your monitors.")));
-    }
-
-    void statusWordsAndColors() {
-        const auto check = [](std::optional<std::int64_t> code, const char* word, Meaning meaning) {
-            const MonitorStatus status = monitorStatus(code);
-            QCOMPARE(status.word, QString::fromLatin1(word));
-            QCOMPARE(status.meaning, meaning);
-        };
-        check(0, "Down", Meaning::bad);
-        check(1, "Up", Meaning::good);
-        check(2, "Pending", Meaning::pending);
-        check(3, "Maintenance", Meaning::maintenance);
-        check(7, "No data", Meaning::inactive);
-        check(-1, "No data", Meaning::inactive);
-        check(std::nullopt, "No data", Meaning::inactive);
     }
 
     void nothingIsDrawnWhileHidden() {
@@ -436,12 +344,11 @@ private Q_SLOTS:
                 named += 1;
             }
         }
-        // Three buttons, the scrolling area, "Show details" and its box, two dots.
-        QVERIFY(named >= 8);
+        // Six buttons, the scrolling area, the list, "Show details" and its box, the dot.
+        QVERIFY(named >= 11);
         QCOMPARE(accessibleRole(visible<ErrorCard>(&view.window)), QAccessible::Grouping);
         QCOMPARE(accessibleText(visible<ErrorCard>(&view.window)), QStringLiteral("Error"));
-        QCOMPARE(accessibleRole(visible<MonitorList>(&view.window)), QAccessible::List);
-        QCOMPARE(accessibleRole(visible<MonitorRowView>(&view.window)), QAccessible::ListItem);
+        QCOMPARE(accessibleRole(visible<MonitorRows>(&view.window)), QAccessible::List);
         QCOMPARE(accessibleRole(view.healthDot()), QAccessible::Graphic);
     }
 

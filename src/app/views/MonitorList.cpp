@@ -1,58 +1,74 @@
 #include "app/views/MonitorList.h"
 
-#include "app/views/MonitorRowView.h"
-#include "app/widgets/AccessibleRole.h"
+#include "app/views/MonitorRows.h"
 #include "app/widgets/TextLabel.h"
 #include "controller/KumaController.h"
 
-#include <QVBoxLayout>
+#include <QDateTime>
+#include <QHBoxLayout>
+#include <QLocale>
 
 namespace orvanel {
+namespace {
+
+/// Hours, minutes and seconds as the user's locale writes them, without the time zone.
+QString timeOfDay(Clock::WallTime time) {
+    const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch());
+    const QTime local = QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).time();
+    QString format = QLocale().timeFormat(QLocale::LongFormat);
+    format.remove(u't').remove(QStringLiteral("()"));
+    return QLocale().toString(local, format.trimmed());
+}
+
+} // namespace
 
 MonitorList::MonitorList(ViewContext context, QWidget* parent)
     : View(parent)
     , m_context(context)
     , m_title(new TextLabel(TextStyle::title3))
+    , m_updated(new TextLabel(TextStyle::caption))
     , m_emptyText(new TextLabel(TextStyle::body,
                                 QStringLiteral("The status page has no monitors yet, or the first reading is still "
                                                "loading. Add monitors to the status page in the dashboard.")))
-    , m_rows(new QVBoxLayout) {
-    setAccessibleRole(this, QAccessible::List);
+    , m_rows(new MonitorRows) {
+    m_updated->setSecondary();
+    m_updated->setWordWrap(false);
     m_emptyText->setSecondary();
     auto* note = new TextLabel(TextStyle::caption,
                                QStringLiteral("Status pages are cached by Uptime Kuma for up to a minute, so changes "
                                               "can show up with a delay."));
     note->setSecondary();
 
+    auto* heading = new QHBoxLayout;
+    heading->setSpacing(spacing::related);
+    heading->addWidget(m_title, 1);
+    heading->addWidget(m_updated, 0, Qt::AlignBottom);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins({});
     column->setSpacing(spacing::related);
-    column->addWidget(m_title);
+    column->addLayout(heading);
     column->addWidget(m_emptyText);
-    column->addLayout(m_rows);
+    column->addWidget(m_rows);
     column->addWidget(note);
-    m_rows->setSpacing(0);
 }
 
 void MonitorList::render() {
     const KumaController& controller = m_context.controller;
     const QString title = controller.statusTitle();
     m_title->setContent(title.isEmpty() ? QStringLiteral("Monitors") : title);
-    setAccessibleName(m_title->text());
+    if (m_rows->accessibleName() != m_title->text()) {
+        m_rows->setAccessibleName(m_title->text());
+    }
 
-    const QList<MonitorRow> monitors = controller.monitors();
-    m_emptyText->setVisible(monitors.isEmpty());
-    while (m_rowViews.size() > monitors.size()) {
-        delete m_rowViews.takeLast();
+    const std::optional<Clock::WallTime> updated = controller.lastStatusUpdate();
+    if (updated) {
+        m_updated->setContent(QStringLiteral("Updated %1").arg(timeOfDay(*updated)));
     }
-    while (m_rowViews.size() < monitors.size()) {
-        auto* view = new MonitorRowView;
-        m_rows->addWidget(view);
-        m_rowViews << view;
-    }
-    for (qsizetype i = 0; i < monitors.size(); ++i) {
-        m_rowViews[i]->setMonitor(monitors[i]);
-    }
+    m_updated->setVisible(updated.has_value());
+
+    m_rows->setMonitors(controller.monitors());
+    m_rows->setVisible(!m_rows->isEmpty());
+    m_emptyText->setVisible(m_rows->isEmpty());
 }
 
 } // namespace orvanel

@@ -2,14 +2,12 @@
 
 #include "app/views/View.h"
 
-class QVBoxLayout;
-
 namespace orvanel {
 
-class MonitorRowView;
+class MonitorRows;
 class TextLabel;
 
-/// The monitors of the status page, in its order.
+/// The monitors of the status page, in its order, with the time of the last reading.
 class MonitorList final : public View {
     Q_OBJECT
 
@@ -21,10 +19,9 @@ public:
 private:
     ViewContext m_context;
     TextLabel* m_title;
+    TextLabel* m_updated;
     TextLabel* m_emptyText;
-    QVBoxLayout* m_rows;
-    /// One for each monitor; reused for whatever monitor stands there.
-    QList<MonitorRowView*> m_rowViews;
+    MonitorRows* m_rows;
 };
 
 } // namespace orvanel

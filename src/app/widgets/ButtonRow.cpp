@@ -55,7 +55,7 @@ QSize ButtonRow::minimumSize() const {
     QSize size;
     for (const QLayoutItem* item : m_items) {
         if (!item->isEmpty()) {
-            size = size.expandedTo(item->sizeHint());
+            size = size.expandedTo(item->minimumSize());
         }
     }
     return size;
@@ -66,16 +66,30 @@ void ButtonRow::setGeometry(const QRect& area) {
     arrange(area, true);
 }
 
+/// Whether all stand in one row if none is wider than it must be.
+bool ButtonRow::isTight(int width) const {
+    int usual = -spacing();
+    int least = -spacing();
+    for (const QLayoutItem* item : m_items) {
+        if (!item->isEmpty()) {
+            usual += item->sizeHint().width() + spacing();
+            least += item->minimumSize().width() + spacing();
+        }
+    }
+    return usual > width && least <= width;
+}
+
 int ButtonRow::arrange(const QRect& area, bool move) const {
     const Qt::LayoutDirection direction =
         parentWidget() != nullptr ? parentWidget()->layoutDirection() : Qt::LeftToRight;
+    const bool tight = isTight(area.width());
     QPoint corner = area.topLeft();
     int rowHeight = 0;
     for (QLayoutItem* item : m_items) {
         if (item->isEmpty()) {
             continue;
         }
-        const QSize size = item->sizeHint();
+        const QSize size = tight ? item->minimumSize() : item->sizeHint();
         const bool fits = corner.x() + size.width() <= area.left() + area.width();
         if (!fits && corner.x() > area.left()) {
             corner = QPoint(area.left(), corner.y() + rowHeight + spacing());

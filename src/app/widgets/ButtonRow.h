@@ -4,8 +4,8 @@
 
 namespace orvanel {
 
-/// Buttons that belong together, side by side; what does not fit goes on in the next row, so that large fonts and
-/// narrow windows cut nothing off.
+/// Buttons that belong together, side by side, closer where room is scarce; what does not fit goes on in the next row,
+/// so that large fonts and narrow windows cut nothing off.
 class ButtonRow final : public QLayout {
     Q_OBJECT
 
@@ -26,6 +26,7 @@ public:
     void setGeometry(const QRect& area) override;
 
 private:
+    bool isTight(int width) const;
     /// Places the items when `move` is set; the height that they take.
     int arrange(const QRect& area, bool move) const;
 

@@ -20,9 +20,8 @@ DetailsSection::DetailsSection(QWidget* parent)
     m_button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_button->setArrowType(Qt::RightArrow);
     m_button->setAutoRaise(true);
-    m_button->setCheckable(true);
     m_button->setFocusPolicy(Qt::StrongFocus);
-    connect(m_button, &QToolButton::toggled, this, &DetailsSection::setOpen);
+    connect(m_button, &QToolButton::clicked, this, [this] { setOpen(!m_isOpen); });
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins({});
@@ -35,11 +34,13 @@ void DetailsSection::setDetails(const QString& text) {
         return;
     }
     m_details = text;
-    m_button->setChecked(false);
+    setOpen(false);
 }
 
 void DetailsSection::setOpen(bool open) {
+    m_isOpen = open;
     m_button->setArrowType(open ? Qt::DownArrow : Qt::RightArrow);
+    m_button->setAccessibleDescription(open ? QStringLiteral("Expanded") : QStringLiteral("Collapsed"));
     if (open && m_box == nullptr) {
         m_box = new TextBox(QStringLiteral("Details"));
         layout()->addWidget(m_box);
@@ -47,8 +48,22 @@ void DetailsSection::setOpen(bool open) {
     if (m_box != nullptr) {
         m_box->setContent(open ? m_details : QString());
         m_box->setVisible(open);
+        layout()->activate();
+        fitBox();
+    }
+}
+
+/// How lines wrap depends on the width.
+void DetailsSection::fitBox() {
+    if (m_isOpen) {
         m_box->fitHeight(highest);
     }
+}
+
+void DetailsSection::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    layout()->activate();
+    fitBox();
 }
 
 } // namespace orvanel

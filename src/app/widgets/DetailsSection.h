@@ -18,10 +18,15 @@ public:
     /// Another text collapses the section again.
     void setDetails(const QString& text);
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     void setOpen(bool open);
+    void fitBox();
 
     QToolButton* m_button;
+    bool m_isOpen = false;
     /// Made when the section is opened.
     TextBox* m_box = nullptr;
     QString m_details;

@@ -8,6 +8,8 @@
 namespace orvanel {
 namespace {
 
+constexpr int narrowRoom = 24;
+constexpr int menuArrowRoom = 16;
 constexpr int darkening = 190;
 
 } // namespace
@@ -21,6 +23,11 @@ PushButton::PushButton(const QString& text, Kind kind, QWidget* parent)
 
 QSize PushButton::sizeHint() const {
     return QPushButton::sizeHint() + room;
+}
+
+QSize PushButton::minimumSizeHint() const {
+    const int textWidth = fontMetrics().size(Qt::TextShowMnemonic, text()).width();
+    return {textWidth + narrowRoom + (menu() != nullptr ? menuArrowRoom : 0), sizeHint().height()};
 }
 
 void PushButton::changeEvent(QEvent* event) {

@@ -21,6 +21,8 @@ public:
     PushButton(const QString& text, Kind kind, QWidget* parent = nullptr);
 
     QSize sizeHint() const override;
+    /// Where room is scarce: the text with just enough around it.
+    QSize minimumSizeHint() const override;
 
 protected:
     void changeEvent(QEvent* event) override;

@@ -29,6 +29,12 @@ void TextLabel::setContent(const QString& text) {
     }
 }
 
+/// A word of any length from outside must not make the window wider.
+QSize TextLabel::minimumSizeHint() const {
+    const QSize usual = QLabel::minimumSizeHint();
+    return wordWrap() ? QSize(1, usual.height()) : usual;
+}
+
 void TextLabel::changeEvent(QEvent* event) {
     QLabel::changeEvent(event);
     if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange) {

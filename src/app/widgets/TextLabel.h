@@ -23,6 +23,8 @@ public:
 
     void setContent(const QString& text);
 
+    QSize minimumSizeHint() const override;
+
 protected:
     void changeEvent(QEvent* event) override;
 

@@ -1,0 +1,124 @@
+#include "app/views/MonitorDelegate.h"
+
+#include "app/views/MonitorModel.h"
+#include "app/views/MonitorStatus.h"
+#include "app/widgets/TextStyle.h"
+
+#include <QFontDatabase>
+#include <QFontMetrics>
+#include <QPainter>
+
+#include <algorithm>
+
+namespace orvanel {
+namespace {
+
+constexpr int dotDiameter = 10;
+constexpr int rowPadding = 4;
+constexpr int pingWidth = 80;
+/// More than any window shows; measuring all of a text of any length would take its time.
+constexpr qsizetype longestShown = 400;
+constexpr float dividerOpacity = 0.15F;
+constexpr float selectionOpacity = 0.16F;
+constexpr double selectionRadius = 4;
+
+/// In one line, and cut to the width.
+QString fitted(const QString& text, const QFont& font, int width) {
+    return QFontMetrics(font).elidedText(text.left(longestShown).simplified(), Qt::ElideRight, width);
+}
+
+void paintSelection(QPainter* painter, const QStyleOptionViewItem& option) {
+    const bool isSelected = (option.state & QStyle::State_Selected) != 0;
+    const bool hasFocus = (option.state & QStyle::State_HasFocus) != 0;
+    if (!isSelected && !hasFocus) {
+        return;
+    }
+    QColor shade = option.palette.color(QPalette::Active, QPalette::Highlight);
+    painter->setPen(hasFocus ? QPen(shade, 1) : QPen(Qt::NoPen));
+    shade.setAlphaF(isSelected ? selectionOpacity : 0);
+    painter->setBrush(shade);
+    painter->drawRoundedRect(QRectF(option.rect).adjusted(0.5, 0.5, -0.5, -1.5), selectionRadius, selectionRadius);
+}
+
+void paintDot(QPainter* painter, const QRect& row, const QColor& color) {
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(color);
+    const int top = row.top() + (row.height() - dotDiameter) / 2;
+    painter->drawEllipse(QRectF(row.left(), top, dotDiameter, dotDiameter));
+}
+
+} // namespace
+
+MonitorDelegate::MonitorDelegate(QObject* parent)
+    : QStyledItemDelegate(parent) {
+    refreshFonts();
+}
+
+void MonitorDelegate::refreshFonts() {
+    m_nameFont = fontOf(TextStyle::body);
+    m_groupFont = fontOf(TextStyle::caption);
+    m_pingFont = fontOf(TextStyle::smallMonospaced);
+}
+
+int MonitorDelegate::rowHeight() const {
+    const int group = m_hasGroups ? QFontMetrics(m_groupFont).lineSpacing() : spacing::lines;
+    return QFontMetrics(m_nameFont).lineSpacing() + group + 2 * rowPadding + 1;
+}
+
+QSize MonitorDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const {
+    // The list is as wide as its surroundings.
+    return {0, rowHeight()};
+}
+
+void MonitorDelegate::paintNames(QPainter* painter, const QRect& area, const MonitorRow& monitor,
+                                 const QPalette& palette) const {
+    const int nameHeight = QFontMetrics(m_nameFont).lineSpacing();
+    const int groupHeight = monitor.group.isEmpty() ? 0 : QFontMetrics(m_groupFont).lineSpacing();
+    const int top = area.top() + (area.height() - nameHeight - groupHeight) / 2;
+    const int flags = static_cast<int>(Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine);
+    painter->setFont(m_nameFont);
+    painter->setPen(palette.color(QPalette::WindowText));
+    painter->drawText(QRect(area.left(), top, area.width(), nameHeight), flags,
+                      fitted(monitor.name, m_nameFont, area.width()));
+    if (groupHeight > 0) {
+        painter->setFont(m_groupFont);
+        painter->setPen(secondaryTextColor(palette));
+        painter->drawText(QRect(area.left(), top + nameHeight, area.width(), groupHeight), flags,
+                          fitted(monitor.group, m_groupFont, area.width()));
+    }
+}
+
+void MonitorDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    const MonitorRow& monitor = static_cast<const MonitorModel*>(index.model())->monitor(index);
+    const MonitorStatus status = monitorStatus(monitor.status);
+    const QPalette& palette = option.palette;
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    paintSelection(painter, option);
+
+    const QRect row = option.rect.adjusted(spacing::lines, 0, -spacing::lines, -1);
+    paintDot(painter, row, dotColor(status.meaning, palette));
+
+    const int flags = static_cast<int>(Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine);
+    const int pingColumn = std::max(pingWidth, QFontMetrics(m_pingFont).horizontalAdvance(pingText(monitor)));
+    const QRect ping(row.right() + 1 - pingColumn, row.top(), pingColumn, row.height());
+    painter->setFont(m_pingFont);
+    painter->setPen(palette.color(QPalette::WindowText));
+    painter->drawText(ping, flags, pingText(monitor));
+
+    const int wordWidth = QFontMetrics(m_nameFont).horizontalAdvance(status.word);
+    const QRect word(ping.left() - spacing::related - wordWidth, row.top(), wordWidth, row.height());
+    painter->setFont(m_nameFont);
+    painter->setPen(secondaryTextColor(palette));
+    painter->drawText(word, flags, status.word);
+
+    const int left = row.left() + dotDiameter + spacing::related;
+    paintNames(painter, QRect(left, row.top(), word.left() - spacing::related - left, row.height()), monitor, palette);
+
+    QColor line = palette.color(QPalette::WindowText);
+    line.setAlphaF(dividerOpacity);
+    painter->fillRect(QRect(option.rect.left(), option.rect.bottom(), option.rect.width(), 1), line);
+    painter->restore();
+}
+
+} // namespace orvanel

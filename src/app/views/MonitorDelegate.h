@@ -1,0 +1,35 @@
+#pragma once
+
+#include "statuspage/MonitorRow.h"
+
+#include <QFont>
+#include <QStyledItemDelegate>
+
+namespace orvanel {
+
+/// Paints one monitor: dot, name over group, status word, response time, and a divider below.
+class MonitorDelegate final : public QStyledItemDelegate {
+    Q_OBJECT
+
+public:
+    explicit MonitorDelegate(QObject* parent = nullptr);
+
+    /// All rows are equally high; with groups there is room for two lines.
+    void setHasGroups(bool hasGroups) { m_hasGroups = hasGroups; }
+    int rowHeight() const;
+    /// The desktop's font has changed.
+    void refreshFonts();
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+private:
+    void paintNames(QPainter* painter, const QRect& area, const MonitorRow& monitor, const QPalette& palette) const;
+
+    bool m_hasGroups = false;
+    QFont m_nameFont;
+    QFont m_groupFont;
+    QFont m_pingFont;
+};
+
+} // namespace orvanel

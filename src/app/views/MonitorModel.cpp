@@ -1,0 +1,91 @@
+#include "app/views/MonitorModel.h"
+
+#include "app/views/MonitorStatus.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orvanel {
+namespace {
+
+constexpr qsizetype longestToolTip = 1000;
+
+/// A tooltip takes what looks like HTML for HTML.
+QString toolTip(const QString& name) {
+    const QString shown = name.size() > longestToolTip ? name.left(longestToolTip) + QStringLiteral("…") : name;
+    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(shown.toHtmlEscaped());
+}
+
+bool haveSameIds(const QList<MonitorRow>& one, const QList<MonitorRow>& other) {
+    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                      [](const MonitorRow& a, const MonitorRow& b) { return a.id == b.id; });
+}
+
+} // namespace
+
+QString pingText(const MonitorRow& monitor) {
+    return monitor.ping ? QStringLiteral("%1 ms").arg(*monitor.ping) : QStringLiteral("–");
+}
+
+QString spokenMonitor(const MonitorRow& monitor) {
+    QString spoken = monitor.name;
+    if (!monitor.group.isEmpty()) {
+        spoken += QStringLiteral(", ") + monitor.group;
+    }
+    spoken += QStringLiteral(", ") + monitorStatus(monitor.status).word;
+    if (monitor.ping) {
+        spoken += QStringLiteral(", ") + pingText(monitor);
+    }
+    return spoken;
+}
+
+int MonitorModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(m_monitors.size());
+}
+
+QVariant MonitorModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid() || index.row() >= m_monitors.size()) {
+        return {};
+    }
+    switch (role) {
+    case Qt::DisplayRole:
+        return monitor(index).name;
+    case Qt::ToolTipRole:
+        return toolTip(monitor(index).name);
+    case Qt::AccessibleTextRole:
+        return spokenMonitor(monitor(index));
+    default:
+        return {};
+    }
+}
+
+void MonitorModel::setMonitors(const QList<MonitorRow>& monitors) {
+    if (haveSameIds(monitors, m_monitors)) {
+        const QList<MonitorRow> old = std::exchange(m_monitors, monitors);
+        tellChanges(old);
+        return;
+    }
+    beginResetModel();
+    m_monitors = monitors;
+    endResetModel();
+}
+
+/// In one piece, from the first row that differs to the last: views repaint what of it is seen.
+void MonitorModel::tellChanges(const QList<MonitorRow>& old) {
+    const auto first = std::mismatch(m_monitors.begin(), m_monitors.end(), old.begin()).first;
+    if (first == m_monitors.end()) {
+        return;
+    }
+    const auto last = std::mismatch(m_monitors.rbegin(), m_monitors.rend(), old.rbegin()).first;
+    const auto firstRow = static_cast<int>(first - m_monitors.begin());
+    const auto lastRow = static_cast<int>(m_monitors.rend() - last) - 1;
+    Q_EMIT dataChanged(index(firstRow), index(lastRow));
+}
+
+int MonitorModel::rowOf(std::int64_t id) const {
+    const auto found = std::find_if(m_monitors.begin(), m_monitors.end(),
+                                    [id](const MonitorRow& monitor) { return monitor.id == id; });
+    return found == m_monitors.end() ? -1 : static_cast<int>(found - m_monitors.begin());
+}
+
+} // namespace orvanel

@@ -1,0 +1,101 @@
+#include "app/views/MonitorRows.h"
+
+#include "app/views/MonitorDelegate.h"
+#include "app/views/MonitorModel.h"
+
+#include <QEvent>
+#include <QScrollArea>
+#include <QWheelEvent>
+
+#include <algorithm>
+
+namespace orvanel {
+namespace {
+
+QScrollArea* surroundingArea(QWidget* widget) {
+    for (QWidget* parent = widget->parentWidget(); parent != nullptr; parent = parent->parentWidget()) {
+        if (auto* area = qobject_cast<QScrollArea*>(parent)) {
+            return area;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+MonitorRows::MonitorRows(QWidget* parent)
+    : QListView(parent)
+    , m_monitors(new MonitorModel(this))
+    , m_delegate(new MonitorDelegate(this)) {
+    setFrameShape(QFrame::NoFrame);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setUniformItemSizes(true);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // Tab leaves the list; arrows walk in it.
+    setTabKeyNavigation(false);
+    viewport()->setAutoFillBackground(false);
+    setItemDelegate(m_delegate);
+    setModel(m_monitors);
+}
+
+bool MonitorRows::isEmpty() const {
+    return m_monitors->isEmpty();
+}
+
+std::optional<std::int64_t> MonitorRows::currentId() const {
+    return currentIndex().isValid() ? std::optional(m_monitors->monitor(currentIndex()).id) : std::nullopt;
+}
+
+void MonitorRows::setMonitors(const QList<MonitorRow>& monitors) {
+    const std::optional<std::int64_t> current = currentId();
+    const bool wasSelected = !selectedIndexes().isEmpty();
+    m_isRefreshing = true;
+    m_monitors->setMonitors(monitors);
+    if (current && !currentIndex().isValid()) {
+        const QModelIndex index = m_monitors->index(std::max(0, m_monitors->rowOf(*current)));
+        const bool isSame = m_monitors->rowOf(*current) >= 0;
+        selectionModel()->setCurrentIndex(index, isSame && wasSelected ? QItemSelectionModel::ClearAndSelect
+                                                                       : QItemSelectionModel::NoUpdate);
+    }
+    m_isRefreshing = false;
+    fitHeight();
+}
+
+void MonitorRows::fitHeight() {
+    const bool hasGroups = std::any_of(m_monitors->begin(), m_monitors->end(),
+                                       [](const MonitorRow& monitor) { return !monitor.group.isEmpty(); });
+    m_delegate->setHasGroups(hasGroups);
+    const int wanted = m_delegate->rowHeight() * m_monitors->rowCount();
+    if (wanted != height()) {
+        setFixedHeight(wanted);
+        scheduleDelayedItemsLayout();
+    }
+}
+
+void MonitorRows::changeEvent(QEvent* event) {
+    QListView::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
+        m_delegate->refreshFonts();
+        fitHeight();
+    }
+}
+
+/// The window scrolls, not the list.
+void MonitorRows::wheelEvent(QWheelEvent* event) {
+    event->ignore();
+}
+
+void MonitorRows::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+    QListView::currentChanged(current, previous);
+    QScrollArea* const area = surroundingArea(this);
+    if (area == nullptr || !current.isValid() || m_isRefreshing) {
+        return;
+    }
+    const int rowHeight = m_delegate->rowHeight();
+    const QPoint middle = mapTo(area->widget(), QPoint(0, current.row() * rowHeight + rowHeight / 2));
+    area->ensureVisible(0, middle.y(), 0, rowHeight);
+}
+
+} // namespace orvanel

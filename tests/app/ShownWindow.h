@@ -1,0 +1,45 @@
+#pragma once
+
+#include "ControllerFixture.h"
+#include "Find.h"
+#include "app/MainWindow.h"
+#include "app/widgets/Dot.h"
+
+#include <QTest>
+
+namespace orvanel::test {
+
+/// The main window in a world where a test plays Docker.
+struct Shown {
+    Shown()
+        : window(ViewContext{world.controller(), world.desktop, [this](const QString& id) { opened << id; }}) {
+        world.controller().setHasSeenGuide(true);
+        // What lies on the real machine does not count.
+        qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(world.home.path(QStringLiteral("tools"))));
+    }
+    ~Shown() { qunsetenv("ORVANEL_TOOL_ROOT"); }
+
+    ControllerFixture world;
+    /// Ids of the windows that were asked for.
+    QStringList opened;
+    MainWindow window;
+
+    void open() {
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+    }
+    void poll() {
+        world.controller().begin();
+        world.settle();
+    }
+    void click(const QString& text) {
+        QAbstractButton* const found = button(&window, text);
+        QVERIFY(found != nullptr);
+        QTest::mouseClick(found, Qt::LeftButton);
+        world.settle();
+    }
+    QString statusLine() { return window.findChild<QLabel*>()->text(); }
+    Dot* healthDot() { return window.findChild<Dot*>(); }
+};
+
+} // namespace orvanel::test

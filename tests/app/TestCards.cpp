@@ -1,0 +1,369 @@
+#include "ShownWindow.h"
+#include "app/views/BusyCard.h"
+#include "app/views/DashboardView.h"
+#include "app/views/DockerMissingCard.h"
+#include "app/views/DockerNotRunningCard.h"
+#include "app/views/GuideCard.h"
+#include "app/views/GuideView.h"
+#include "app/views/MonitorList.h"
+#include "app/views/SetupCard.h"
+#include "app/views/StartCard.h"
+#include "app/views/StatusErrorCard.h"
+#include "app/widgets/TextBox.h"
+#include "support/Await.h"
+
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto brew = QStringLiteral("brew");
+const auto colima = QStringLiteral("colima");
+const auto installBoth = QStringLiteral("Install Colima and Docker");
+const auto startColima = QStringLiteral("Start Colima");
+const auto installColima = QStringLiteral("Install Colima");
+const auto getHomebrew = QStringLiteral("Get Homebrew");
+const auto checkAgain = QStringLiteral("Check again");
+const auto settings = QStringLiteral("Settings");
+const auto showDetails = QStringLiteral("Show details");
+const auto openDashboard = QStringLiteral("Open dashboard");
+const auto needsHomebrew = QStringLiteral("Homebrew is needed for the one-click install and was not found.");
+
+void install(Shown& view, const QString& tool) {
+    view.world.installedTools.insert(tool, QStringLiteral("/opt/bin/") + tool);
+}
+
+void openWithoutRuntime(Shown& view, standin::Daemon daemon) {
+    view.world.docker().daemon = daemon;
+    view.open();
+    view.poll();
+}
+
+/// A window without a slug, whose page answers.
+void openGuideCard(Shown& view) {
+    QVERIFY(view.world.isPolledAsRunning());
+    view.open();
+}
+
+QLineEdit* slugField(Shown& view) {
+    return visible<QLineEdit>(&view.window);
+}
+
+/// The guide over the window, or nullptr.
+GuideView* guideOf(const QWidget& window) {
+    return window.findChild<GuideView*>();
+}
+
+} // namespace
+
+class TestCards : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void setupShowsItsOutputAndCanBeCancelled() {
+        Shown view;
+        view.world.installedDocker = std::nullopt;
+        install(view, brew);
+        view.open();
+        view.poll();
+        view.world.hang("brew install");
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        view.world.settle();
+        QVERIFY(visible<SetupCard>(&view.window) != nullptr);
+        QVERIFY(shows(&view.window, QStringLiteral("Installing Colima and Docker with Homebrew")));
+        auto* box = visible<TextBox>(&view.window);
+        QCOMPARE(box->placeholderText(), QStringLiteral("Waiting for output…"));
+        QCOMPARE(box->toPlainText(), QStringLiteral("$ brew install colima docker"));
+        view.click(QStringLiteral("Cancel"));
+        QVERIFY(visible<DockerMissingCard>(&view.window) != nullptr);
+        QVERIFY(shows(&view.window, QStringLiteral("Cancelled.")));
+    }
+
+    void missingDockerWithHomebrew() {
+        Shown view;
+        view.world.installedDocker = std::nullopt;
+        install(view, brew);
+        view.open();
+        view.poll();
+        QVERIFY(shows(&view.window, QStringLiteral("Orvanel runs Uptime Kuma inside Docker, using Colima, a free "
+                                                   "headless runtime with no desktop app. One click installs Colima "
+                                                   "and the Docker command line tool with Homebrew (brew install "
+                                                   "colima docker) and starts them.")));
+        QVERIFY(button(&view.window, installBoth) != nullptr);
+        QVERIFY(button(&view.window, getHomebrew) == nullptr);
+        QVERIFY(!shows(&view.window, needsHomebrew));
+        view.click(settings);
+        QCOMPARE(view.opened, QStringList(QStringLiteral("settings")));
+    }
+
+    void missingDockerWithoutHomebrew() {
+        Shown view;
+        view.world.installedDocker = std::nullopt;
+        view.open();
+        view.poll();
+        QVERIFY(shows(&view.window, needsHomebrew));
+        QVERIFY(button(&view.window, installBoth) == nullptr);
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        QVERIFY(!view.world.controller().setupBusy());
+        view.click(getHomebrew);
+        QCOMPARE(view.world.desktop.opened, QList<QUrl>{QUrl(QStringLiteral("https://brew.sh/"))});
+
+        install(view, brew);
+        view.click(checkAgain);
+        QVERIFY(button(&view.window, installBoth) != nullptr);
+        QVERIFY(!shows(&view.window, needsHomebrew));
+    }
+
+    void dockerFoundElsewhereCanBeUsed() {
+        Shown view;
+        view.world.installedDocker = std::nullopt;
+        const QString tool = view.world.home.write(QStringLiteral("tools/usr/bin/docker"), "#!/bin/sh\n", true);
+        view.world.executables = {tool};
+        view.open();
+        view.poll();
+        QVERIFY(shows(&view.window, QStringLiteral("A docker tool was found at %1.").arg(tool)));
+        view.click(QStringLiteral("Use it"));
+        QCOMPARE(view.world.controller().dockerOverride(), tool);
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+    }
+
+    void withoutOneElsewhereNothingIsOffered() {
+        Shown view;
+        view.world.installedDocker = std::nullopt;
+        view.open();
+        view.poll();
+        QVERIFY(button(&view.window, QStringLiteral("Use it")) == nullptr);
+    }
+
+    void colimaThatIsNotStarted() {
+        Shown view;
+        install(view, brew);
+        install(view, colima);
+        openWithoutRuntime(view, standin::Daemon::down);
+        QVERIFY(shows(&view.window, QStringLiteral("The docker command line tool is installed, but the Colima runtime "
+                                                   "is not started.")));
+        QVERIFY(button(&view.window, installColima) == nullptr);
+        QVERIFY(button(&view.window, getHomebrew) == nullptr);
+        QVERIFY(button(&view.window, startColima) != nullptr);
+        view.world.hang("colima start");
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        view.world.settle();
+        QVERIFY(view.world.underWay().contains(QStringLiteral("colima start")));
+    }
+
+    void noRuntimeWithHomebrew() {
+        Shown view;
+        install(view, brew);
+        openWithoutRuntime(view, standin::Daemon::down);
+        QVERIFY(shows(&view.window, QStringLiteral("The docker command line tool is installed, but no Docker runtime "
+                                                   "answers. One click installs and starts Colima, a free headless "
+                                                   "runtime. If you run another runtime, start it and press Check "
+                                                   "again.")));
+        QVERIFY(button(&view.window, startColima) == nullptr);
+        view.world.hang("brew install");
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        view.world.settle();
+        QVERIFY(view.world.underWay().contains(QStringLiteral("brew install")));
+    }
+
+    void noRuntimeAndNoHomebrew() {
+        Shown view;
+        openWithoutRuntime(view, standin::Daemon::down);
+        QVERIFY(button(&view.window, startColima) == nullptr);
+        QVERIFY(button(&view.window, installColima) == nullptr);
+        view.click(getHomebrew);
+        QCOMPARE(view.world.desktop.opened.size(), 1);
+        view.click(settings);
+        QCOMPARE(view.opened, QStringList(QStringLiteral("settings")));
+    }
+
+    void aRuntimeThatRefusesSaysWhy_data() {
+        QTest::addColumn<bool>("refuses");
+        QTest::newRow("refuses") << true;
+        QTest::newRow("is down") << false;
+    }
+    void aRuntimeThatRefusesSaysWhy() {
+        QFETCH(const bool, refuses);
+        Shown view;
+        openWithoutRuntime(view, refuses ? standin::Daemon::denied : standin::Daemon::down);
+        const bool isSaid = shows(&view.window, QStringLiteral("Docker refused: you are not in the group “docker” yet. "
+                                                               "Join it, then log out and in again."));
+        QCOMPARE(isSaid, refuses);
+        view.click(showDetails);
+        const QString details = view.world.controller().runtimeDetails().trimmed();
+        QVERIFY(!details.isEmpty());
+        QCOMPARE(visible<TextBox>(&view.window)->toPlainText().trimmed(), details);
+        // The next looks bring the same words, and leave the section open.
+        view.world.advance(6s);
+        QVERIFY(visible<TextBox>(&view.window) != nullptr);
+    }
+
+    void theDashboardOpensTheOtherWindows() {
+        Shown view;
+        openGuideCard(view);
+        view.click(QStringLiteral("Logs"));
+        view.click(settings);
+        QCOMPARE(view.opened, (QStringList{QStringLiteral("logs"), settings.toLower()}));
+    }
+
+    void theStartCardOpensTheSettings() {
+        Shown view;
+        view.open();
+        view.click(settings);
+        QCOMPARE(view.opened, QStringList(QStringLiteral("settings")));
+    }
+
+    void theBackupMenuBacksUpAndRestores() {
+        Shown view;
+        openGuideCard(view);
+        const QMenu* const menu = qobject_cast<QPushButton*>(button(&view.window, QStringLiteral("Backup")))->menu();
+        const QList<QAction*> entries = menu->actions();
+        QCOMPARE(entries.size(), 2);
+        QCOMPARE(entries[0]->text(), QStringLiteral("Back up now…"));
+        QCOMPARE(entries[1]->text(), QStringLiteral("Restore…"));
+        entries[0]->trigger();
+        view.world.settle();
+        QCOMPARE(view.world.dialogs.pathQuestions.size(), 1);
+        view.world.dialogs.answerAll(false);
+        view.world.settle();
+        entries[1]->trigger();
+        view.world.settle();
+        QVERIFY(view.world.dialogs.pathQuestions.size() + view.world.dialogs.questions.size() > 1);
+    }
+
+    void theGuideCardLeadsToAStatusPage() {
+        Shown view;
+        openGuideCard(view);
+        QVERIFY(visible<GuideCard>(&view.window) != nullptr);
+        QVERIFY(visible<MonitorList>(&view.window) == nullptr);
+        for (const char* line : {"1. Open the dashboard and create the admin account.", "2. Add your monitors.",
+                                 "3. Create a status page, choose a slug, and add the monitors to it."}) {
+            QVERIFY(shows(&view.window, QString::fromLatin1(line)));
+        }
+        QCOMPARE(slugField(view)->placeholderText(), QStringLiteral("my-slug"));
+        QCOMPARE(slugField(view)->width(), 180);
+        QAbstractButton* const open = button(visible<GuideCard>(&view.window), openDashboard);
+        QTest::mouseClick(open, Qt::LeftButton);
+        QCOMPARE(view.world.desktop.opened.size(), 1);
+    }
+
+    void whileThePageDoesNotAnswerTheSlugCanStillBeTyped() {
+        Shown view;
+        view.world.page.answers = false;
+        QVERIFY(!view.world.isPolledAsRunning());
+        view.open();
+        QVERIFY(!button(visible<GuideCard>(&view.window), openDashboard)->isEnabled());
+        QTest::keyClicks(slugField(view), QStringLiteral("home"));
+        QCOMPARE(view.world.controller().slug(), QStringLiteral("home"));
+    }
+
+    void theFirstLetterBringsTheMonitorsAndTheOthersAreNotLost() {
+        Shown view;
+        openGuideCard(view);
+        QLineEdit* const field = slugField(view);
+        field->setFocus();
+        QTest::keyClicks(field, QStringLiteral(" "));
+        view.world.settle();
+        QVERIFY(visible<MonitorList>(&view.window) == nullptr);
+        QTest::keyClick(field, Qt::Key_Backspace);
+        QTest::keyClicks(field, QStringLiteral("h"));
+        view.world.settle();
+        QVERIFY(visible<MonitorList>(&view.window) != nullptr);
+        QVERIFY(!shows(&view.window, QStringLiteral("Show my monitors here")));
+        // A poll in the middle of a word.
+        view.world.advance(3s);
+        QCOMPARE(view.window.focusWidget(), field);
+        QTest::keyClicks(field, QStringLiteral("me"));
+        QTest::keyClick(field, Qt::Key_Left);
+        QTest::keyClick(field, Qt::Key_Left);
+        view.world.advance(3s);
+        QTest::keyClicks(field, QStringLiteral("o"));
+        QCOMPARE(view.world.controller().slug(), QStringLiteral("home"));
+        QTest::keyClick(field, Qt::Key_Return);
+        view.world.settle();
+        QVERIFY(visible<GuideCard>(&view.window) == nullptr);
+        QCOMPARE(view.world.desktop.opened.size(), 0);
+    }
+
+    void aWrongSlugBringsTheWarning() {
+        Shown view;
+        openGuideCard(view);
+        view.world.page.status = StatusPageError{QStringLiteral("Nothing there.")};
+        QTest::keyClicks(slugField(view), QStringLiteral("hoem"));
+        view.world.advance(3s);
+        QVERIFY(visible<StatusErrorCard>(&view.window) != nullptr);
+    }
+
+    void pressingStartDoesNotLeadTheKeysToCancel() {
+        Shown view;
+        view.world.delay("info", 5s);
+        view.open();
+        view.poll();
+        view.world.advance(5s);
+        QAbstractButton* const start = button(&view.window, QStringLiteral("Start Uptime Kuma"));
+        start->setFocus();
+        QTest::keyClick(start, Qt::Key_Space);
+        view.world.settle();
+        QVERIFY(visible<BusyCard>(&view.window) != nullptr);
+        QVERIFY(qobject_cast<QAbstractButton*>(view.window.focusWidget()) == nullptr);
+    }
+
+    void theGuideIsReadOnce() {
+        Shown view;
+        view.world.controller().setHasSeenGuide(false);
+        view.open();
+        QVERIFY(waitUntil([&] { return guideOf(view.window) != nullptr && guideOf(view.window)->isVisible(); }));
+        GuideView* const guide = guideOf(view.window);
+        QCOMPARE(guide->size(), QSize(440, 320));
+        QCOMPARE(guide->windowModality(), Qt::WindowModal);
+        QVERIFY(shows(guide, QStringLiteral("A control panel for Uptime Kuma")));
+        QVERIFY(shows(guide, QStringLiteral("1 of 3")));
+        QVERIFY(button(guide, QStringLiteral("Next")) != nullptr);
+        QTest::keyClick(guide, Qt::Key_Return);
+        QVERIFY(shows(guide, QStringLiteral("It needs a Docker runtime")));
+        QVERIFY(shows(guide, QStringLiteral("2 of 3")));
+        QTest::keyClick(guide, Qt::Key_Return);
+        QVERIFY(shows(guide, QStringLiteral("Everything stays on this Mac")));
+        QVERIFY(shows(guide, QStringLiteral("3 of 3")));
+        QVERIFY(button(guide, QStringLiteral("Next")) == nullptr);
+        QVERIFY(!view.world.controller().hasSeenGuide());
+        QTest::mouseClick(button(guide, QStringLiteral("Get started")), Qt::LeftButton);
+        QVERIFY(view.world.controller().hasSeenGuide());
+        drainEvents();
+        QVERIFY(guideOf(view.window) == nullptr);
+
+        view.window.hide();
+        view.window.show();
+        drainEvents();
+        QVERIFY(guideOf(view.window) == nullptr);
+    }
+
+    void theGuideDismissedIsSeenToo() {
+        Shown view;
+        view.world.controller().setHasSeenGuide(false);
+        view.open();
+        QVERIFY(waitUntil([&] { return guideOf(view.window) != nullptr; }));
+        QTest::keyClick(guideOf(view.window), Qt::Key_Escape);
+        QVERIFY(view.world.controller().hasSeenGuide());
+    }
+
+    void theGuideThatGoesWithItsWindowComesAgain() {
+        Shown view;
+        view.world.controller().setHasSeenGuide(false);
+        {
+            MainWindow window(ViewContext{view.world.controller(), view.world.desktop, [](const QString&) {}});
+            window.show();
+            QVERIFY(waitUntil([&] { return guideOf(window) != nullptr; }));
+        }
+        QVERIFY(!view.world.controller().hasSeenGuide());
+    }
+};
+
+QTEST_MAIN(TestCards)
+#include "TestCards.moc"

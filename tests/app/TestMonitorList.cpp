@@ -1,0 +1,263 @@
+#include "ShownWindow.h"
+#include "app/views/MonitorList.h"
+#include "app/views/MonitorModel.h"
+#include "app/views/MonitorRows.h"
+#include "app/views/MonitorStatus.h"
+#include "support/Await.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QRegularExpression>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+QList<MonitorRow> rows(int count) {
+    QList<MonitorRow> list;
+    for (int i = 0; i < count; ++i) {
+        list << monitor(i, 1, QStringLiteral("Service %1").arg(i));
+    }
+    return list;
+}
+
+/// The window with that status page, read once.
+struct Listed : Shown {
+    explicit Listed(const QList<MonitorRow>& monitors, const QString& title = QStringLiteral("My services")) {
+        world.controller().setSlug(QStringLiteral("home"));
+        world.page.status = statusPage(monitors, title);
+        if (!world.isPolledAsRunning()) {
+            qFatal("the container should run");
+        }
+        world.settle();
+    }
+
+    MonitorRows* list() { return window.findChild<MonitorRows*>(); }
+    MonitorModel& model() { return *static_cast<MonitorModel*>(list()->model()); }
+    void nextReading(const QList<MonitorRow>& monitors) {
+        world.page.status = statusPage(monitors);
+        world.advance(30s);
+    }
+    QStringList spoken() {
+        QStringList texts;
+        QAccessibleInterface* const face = QAccessible::queryAccessibleInterface(list());
+        for (int i = 0; i < face->childCount(); ++i) {
+            texts << face->child(i)->text(QAccessible::Name);
+        }
+        return texts;
+    }
+};
+
+/// The visible label that begins so, or nothing.
+QString labelText(const QWidget& window, const QString& beginning) {
+    for (const QLabel* label : window.findChildren<QLabel*>()) {
+        if (label->isVisible() && label->text().startsWith(beginning)) {
+            return label->text();
+        }
+    }
+    return {};
+}
+
+class PaintCounter final : public QObject {
+public:
+    explicit PaintCounter(QWidget* widget) { widget->installEventFilter(this); }
+
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+};
+
+} // namespace
+
+class TestMonitorList : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void monitorsAreListed() {
+        MonitorRow web = monitor(1, 1, QStringLiteral("<i>Web</i> & more"));
+        web.group = QStringLiteral("Public");
+        web.ping = 123;
+        Listed view({web, monitor(2, 0, QStringLiteral("Shop")), monitor(3, std::nullopt, QStringLiteral("New"))});
+        view.open();
+        QVERIFY(shows(&view.window, QStringLiteral("My services")));
+        QCOMPARE(view.list()->accessibleName(), QStringLiteral("My services"));
+        const QStringList expected{QStringLiteral("<i>Web</i> & more, Public, Up, 123 ms"),
+                                   QStringLiteral("Shop, Down"), QStringLiteral("New, No data")};
+        QCOMPARE(view.spoken(), expected);
+        QCOMPARE(QAccessible::queryAccessibleInterface(view.list())->child(0)->role(), QAccessible::ListItem);
+        QCOMPARE(view.statusLine(), QStringLiteral("1 down, 1 up"));
+        QCOMPARE(view.healthDot()->meaning(), Meaning::bad);
+    }
+
+    void responseTimes() {
+        MonitorRow row = monitor(1, 1);
+        QCOMPARE(pingText(row), QStringLiteral("–"));
+        row.ping = 0;
+        QCOMPARE(pingText(row), QStringLiteral("0 ms"));
+        row.ping = 12345;
+        QCOMPARE(pingText(row), QStringLiteral("12345 ms"));
+    }
+
+    void statusWordsAndColors() {
+        const auto check = [](std::optional<std::int64_t> code, const char* word, Meaning meaning) {
+            const MonitorStatus status = monitorStatus(code);
+            QCOMPARE(status.word, QString::fromLatin1(word));
+            QCOMPARE(status.meaning, meaning);
+        };
+        check(0, "Down", Meaning::bad);
+        check(1, "Up", Meaning::good);
+        check(2, "Pending", Meaning::pending);
+        check(3, "Maintenance", Meaning::maintenance);
+        check(7, "No data", Meaning::inactive);
+        check(-1, "No data", Meaning::inactive);
+        check(std::nullopt, "No data", Meaning::inactive);
+    }
+
+    void anEmptyListSaysSo() {
+        Shown view;
+        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.page.status = statusPage({}, {});
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QVERIFY(shows(&view.window, QStringLiteral("Monitors")));
+        QVERIFY(shows(&view.window, QStringLiteral("The status page has no monitors yet, or the first reading is still "
+                                                   "loading. Add monitors to the status page in the dashboard.")));
+        QVERIFY(shows(&view.window, QStringLiteral("Status pages are cached by Uptime Kuma for up to a minute, so "
+                                                   "changes can show up with a delay.")));
+    }
+
+    void timeOfTheLastReading() {
+        Listed view(rows(1));
+        view.open();
+        static const QRegularExpression time(QStringLiteral("^Updated \\d\\d:\\d\\d:\\d\\d$"));
+        const QString updated = labelText(view.window, QStringLiteral("Updated"));
+        QVERIFY2(time.match(updated).hasMatch(), qPrintable(updated));
+    }
+
+    void withoutAReadingThereIsNoTime() {
+        Shown view;
+        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.page.holdsReads = true;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QVERIFY(visible<MonitorList>(&view.window) != nullptr);
+        QCOMPARE(labelText(view.window, QStringLiteral("Updated")), QString());
+    }
+
+    void theSameReadingChangesNothing() {
+        Listed view(rows(50));
+        view.open();
+        drainEvents();
+        const QSignalSpy changes(&view.model(), &QAbstractItemModel::dataChanged);
+        const QSignalSpy resets(&view.model(), &QAbstractItemModel::modelReset);
+        const PaintCounter paints(view.list()->viewport());
+        view.nextReading(rows(50));
+        QCOMPARE(changes.size(), 0);
+        QCOMPARE(resets.size(), 0);
+        QCOMPARE(paints.count, 0);
+    }
+
+    void onlyWhatDiffersIsTold() {
+        MonitorModel model;
+        QList<MonitorRow> list = rows(10);
+        model.setMonitors(list);
+        const QSignalSpy changes(&model, &QAbstractItemModel::dataChanged);
+        list[3].status = 0;
+        list[5].ping = 7;
+        model.setMonitors(list);
+        QCOMPARE(changes.size(), 1);
+        QCOMPARE(changes[0][0].toModelIndex().row(), 3);
+        QCOMPARE(changes[0][1].toModelIndex().row(), 5);
+    }
+
+    void selectionAndPlaceStayWithTheirMonitors() {
+        Listed view(rows(200));
+        view.open();
+        view.list()->setFocus();
+        view.list()->setCurrentIndex(view.model().index(150));
+        const QScrollBar* const bar = view.window.findChild<QScrollArea*>()->verticalScrollBar();
+        const int place = bar->value();
+        QVERIFY(place > 0);
+
+        QList<MonitorRow> changed = rows(200);
+        changed[150].status = 0;
+        view.nextReading(changed);
+        QCOMPARE(view.list()->currentIndex().row(), 150);
+        QCOMPARE(bar->value(), place);
+
+        // One above it goes.
+        changed.removeAt(10);
+        view.nextReading(changed);
+        QCOMPARE(view.list()->currentIndex().row(), 149);
+        QVERIFY(view.list()->selectionModel()->isSelected(view.list()->currentIndex()));
+        QVERIFY(view.list()->hasFocus());
+        QCOMPARE(bar->value(), place);
+    }
+
+    void arrowsBringRowsIntoView() {
+        Listed view(rows(200));
+        view.open();
+        view.list()->setFocus();
+        QTest::keyClick(view.list(), Qt::Key_End);
+        QCOMPARE(view.list()->currentIndex().row(), 199);
+        const QRect last = view.list()->visualRect(view.list()->currentIndex());
+        QVERIFY(view.list()->viewport()->visibleRegion().boundingRect().contains(last));
+    }
+
+    void ofThousandsOnlyThoseInViewArePainted() {
+        Listed view(rows(5000));
+        view.open();
+        drainEvents();
+        QVERIFY(view.list()->height() > 5000 * 10);
+        const QRect seen = view.list()->viewport()->visibleRegion().boundingRect();
+        QVERIFY(!seen.isEmpty() && seen.height() <= view.window.height());
+    }
+
+    void textFromOutsideIsInert() {
+        const QString longName(10000, u'W');
+        const auto marked = QStringLiteral("<b>x</b>&amp;_y_");
+        Listed view({monitor(1, 1, marked), monitor(2, 1, QStringLiteral("a\nb")),
+                     monitor(3, 1, QString(QChar(0x202E)) + QStringLiteral("abc")), monitor(4, 1, longName)},
+                    longName);
+        view.open();
+        drainEvents();
+        const QStringList spoken = view.spoken();
+        QCOMPARE(spoken[0], marked + QStringLiteral(", Up"));
+        QCOMPARE(spoken[3], longName + QStringLiteral(", Up"));
+        const QRect first = view.list()->visualRect(view.model().index(0));
+        for (int i = 1; i < 4; ++i) {
+            QCOMPARE(view.list()->visualRect(view.model().index(i)).size(), first.size());
+        }
+        QVERIFY(view.list()->width() < view.window.width());
+        const QString tip = view.model().index(0).data(Qt::ToolTipRole).toString();
+        QVERIFY(tip.contains(QStringLiteral("&lt;b&gt;x&lt;/b&gt;&amp;amp;_y_")));
+    }
+
+    void rowsFollowTheFont() {
+        const QFont before = QApplication::font();
+        Listed view(rows(3));
+        view.open();
+        const int height = view.list()->height();
+        QFont larger = before;
+        larger.setPointSizeF(before.pointSizeF() * 2);
+        QApplication::setFont(larger);
+        drainEvents();
+        QVERIFY(view.list()->height() > height * 3 / 2);
+        QApplication::setFont(before);
+        drainEvents();
+        QCOMPARE(view.list()->height(), height);
+    }
+};
+
+QTEST_MAIN(TestMonitorList)
+#include "TestMonitorList.moc"
