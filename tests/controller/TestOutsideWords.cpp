@@ -1,0 +1,157 @@
+#include "controller/ContainerAnswer.h"
+#include "controller/DatabaseError.h"
+#include "controller/ImageTag.h"
+#include "controller/PermissionDenied.h"
+
+#include <QTest>
+
+using namespace orvanel;
+
+Q_DECLARE_METATYPE(orvanel::CommandResult)
+
+/// What the words of docker, of the project's releases and of a database check mean.
+class TestOutsideWords : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void containerIsKnownToHaveEnded_data() {
+        QTest::addColumn<CommandResult>("answer");
+        QTest::addColumn<bool>("absent");
+        QTest::addColumn<bool>("stopped");
+        const auto row = [](const char* name, const CommandResult& answer, bool absent, bool stopped) {
+            QTest::newRow(name) << answer << absent << stopped;
+        };
+        for (const char* word : {"exited", "created", "dead"}) {
+            row(word, {.status = 0, .output = QString::fromLatin1(word) + u'\n'}, false, true);
+        }
+        for (const char* word : {"running", "restarting", "paused", "removing", "Exited", "something new", ""}) {
+            row(*word == '\0' ? "no word" : word, {.status = 0, .output = QString::fromLatin1(word) + u'\n'}, false,
+                false);
+        }
+        const auto none = QStringLiteral("\nError: No such object: orvanel\n");
+        row("absent", {.status = 1, .output = none}, true, true);
+        row("absent, but late", {.status = 143, .output = none, .timedOut = true}, false, false);
+        row("absent, but cancelled", {.status = 143, .output = none, .cancelled = true}, false, false);
+        row("a warning before", {.status = 0, .output = QStringLiteral("WARNING: running\nexited\n")}, false, true);
+        row("exited, but late", {.status = 0, .output = QStringLiteral("exited"), .timedOut = true}, false, false);
+        row("no daemon", {.status = 1, .output = QStringLiteral("Cannot connect to the Docker daemon")}, false, false);
+        row("no tool", {.status = -1, .output = QStringLiteral("Could not run /x/docker: no")}, false, false);
+    }
+
+    void containerIsKnownToHaveEnded() {
+        QFETCH(const CommandResult, answer);
+        QTEST(isAbsent(answer), "absent");
+        QTEST(isStopped(answer), "stopped");
+    }
+
+    void majorChange_data() {
+        QTest::addColumn<QString>("tag");
+        QTest::addColumn<QString>("latest");
+        QTest::addColumn<bool>("isMajor");
+        const auto row = [](const char* tag, const char* latest, bool isMajor) {
+            QTest::addRow("\"%s\" to \"%s\"", tag, latest)
+                << QString::fromLatin1(tag) << QString::fromLatin1(latest) << isMajor;
+        };
+        row("1", "2.0.0", true);
+        row("1.23", "1.23.16", false);
+        row("2", "2.0.0", false);
+        row("2.1.3", "2.0.0", false);
+        row("2", "3", true);
+        row("2-slim", "2.0.0", true);
+        row("02", "2", true);
+        row("beta", "2.0.0", true);
+        row("nightly", "nightly", false);
+        row("2.0.0-beta.4", "2.0.0", false);
+        row("2.0.0", "V2.0.0", true);
+        row("..2", ".2.0", false);
+        row("", "2.0.0", false);
+        row("...", "2.0.0", false);
+        row("2", "", false);
+        row("2", "..", false);
+    }
+
+    void majorChange() {
+        QFETCH(const QString, tag);
+        QFETCH(const QString, latest);
+        QTEST(isMajorChange(tag, latest), "isMajor");
+        QVERIFY(!isMajorChange(tag, std::nullopt));
+    }
+
+    void imageTagsThatDockerTakes_data() {
+        QTest::addColumn<QString>("tag");
+        QTest::addColumn<bool>("isValid");
+        for (const char* tag : {"2", "2.0.0", "2.0.0-beta.4", "nightly", "V2", "_x", "1.23-debian", "A_b.C-d"}) {
+            QTest::newRow(tag) << QString::fromLatin1(tag) << true;
+        }
+        QTest::newRow("as long as may be") << QString(128, u'x') << true;
+        QTest::newRow("too long") << QString(129, u'x') << false;
+        QTest::newRow("nothing") << QString() << false;
+        QTest::newRow("a line end after it") << QStringLiteral("2\n") << false;
+        QTest::newRow("another key") << QStringLiteral("2\n    privileged: true") << false;
+        QTest::newRow("letters of others") << QStringLiteral("версия") << false;
+        QTest::newRow("digits of others") << QStringLiteral("\u0662") << false;
+        for (const char* tag : {"-2", ".2", "2 ", " 2", "2:3", "2@sha256", "2/3", "2#x", "$TAG", "2+build", "{2}"}) {
+            QTest::newRow(tag) << QString::fromLatin1(tag) << false;
+        }
+    }
+
+    void imageTagsThatDockerTakes() {
+        QFETCH(const QString, tag);
+        QTEST(isValidImageTag(tag), "isValid");
+    }
+
+    void databaseThatDidNotPassIsTold() {
+        QVERIFY(!databaseError(std::nullopt));
+        QVERIFY(!databaseError(BackupResult{.path = QStringLiteral("/b"), .databaseProblem = std::nullopt}));
+        QCOMPARE(databaseError(BackupResult{.path = QStringLiteral("/b"), .databaseProblem = QStringLiteral("row 7")}),
+                 (OpError{QStringLiteral("The backup was made, but its database did not pass a check."),
+                          QStringLiteral("row 7")}));
+    }
+
+    void permissionDenied_data() {
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<bool>("isDenied");
+        const auto row = [](const char* name, const char* output, bool isDenied) {
+            QTest::newRow(name) << QString::fromLatin1(output) << isDenied;
+        };
+        row("inspect, client 28",
+            "\npermission denied while trying to connect to the Docker daemon socket at unix:///var/run/docker.sock: "
+            "Get "
+            "\"http://%2Fvar%2Frun%2Fdocker.sock/v1.50/containers/orvanel/json\": dial unix /var/run/docker.sock: "
+            "connect: permission denied\n",
+            true);
+        row("info, client 20",
+            "Client:\n Context:    default\n Debug Mode: false\n\nServer:\nERROR: Got permission denied while trying "
+            "to "
+            "connect to the Docker daemon socket at unix:///var/run/docker.sock: Get "
+            "\"http://%2Fvar%2Frun%2Fdocker.sock/v1.24/info\": dial unix /var/run/docker.sock: connect: permission "
+            "denied\nerrors pretty printing info\n",
+            true);
+        row("compose pull",
+            "unable to get image 'louislam/uptime-kuma:2': permission denied while trying to connect to the Docker "
+            "daemon socket at unix:///var/run/docker.sock: Get "
+            "\"http://%2Fvar%2Frun%2Fdocker.sock/v1.45/images/json\": "
+            "dial unix /var/run/docker.sock: connect: permission denied\n",
+            true);
+        row("another socket", "dial unix /home/ann/.colima/default/docker.sock: connect: permission denied\n", true);
+        row("in other letters", "PERMISSION DENIED while trying to connect to the Docker API at unix:///x", true);
+        row("nobody listens",
+            "Cannot connect to the Docker daemon at unix:///var/run/docker.sock. Is the docker daemon running?\n",
+            false);
+        row("nobody listens, with a warning about the configuration",
+            "WARNING: Error loading config file: open /root/.docker/config.json: permission denied\nCannot connect to "
+            "the Docker daemon at unix:///var/run/docker.sock. Is the docker daemon running?\n",
+            false);
+        row("a tool that may not be run", "Could not run /usr/bin/docker: Permission denied", false);
+        row("a file in the container", "exec /usr/bin/node: permission denied\n", false);
+        row("nothing", "", false);
+    }
+
+    void permissionDenied() {
+        QFETCH(const QString, output);
+        QTEST(isPermissionDenied(output), "isDenied");
+    }
+};
+
+QTEST_GUILESS_MAIN(TestOutsideWords)
+#include "TestOutsideWords.moc"
