@@ -1,0 +1,170 @@
+#include "BackupClicks.h"
+#include "support/Await.h"
+
+#include <QFileInfo>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto restoring = QStringLiteral("Restoring backup…");
+const auto zip = QStringLiteral("/home/ann/Backup.zip");
+
+} // namespace
+
+class TestRestoreOperations : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void restoreAsksTwice() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        kuma.restoreBackup();
+        QCOMPARE(world.dialogs.openPanels.size(), 1);
+        const OpenPanel panel = world.dialogs.openPanels.first();
+        QCOMPARE(panel.title, QStringLiteral("Choose a backup to restore"));
+        QCOMPARE(panel.message, QStringLiteral("Choose a backup folder or a .zip file made by Back up now."));
+        QVERIFY(panel.filesAllowed && panel.foldersAllowed);
+        choosePath(world, std::nullopt);
+        kuma.restoreBackup();
+        choosePath(world, QString());
+        QVERIFY(world.dialogs.questions.isEmpty());
+
+        kuma.restoreBackup();
+        choosePath(world, zip);
+        QCOMPARE(world.dialogs.questions.size(), 1);
+        const Alert alert = world.dialogs.questions.first().alert;
+        QVERIFY(alert.style == Alert::Style::Warning);
+        QCOMPARE(alert.message, QStringLiteral("Restore this backup?"));
+        QCOMPARE(alert.informativeText,
+                 QStringLiteral("Uptime Kuma will be stopped and the data in\n") + kuma.dataDir() +
+                     QStringLiteral("\nwill be replaced by the backup. The current data is kept once in the Backups "
+                                    "folder, then Uptime Kuma starts again."));
+        QCOMPARE(alert.confirmButton, QStringLiteral("Restore"));
+        QCOMPARE(alert.cancelButton, QStringLiteral("Cancel"));
+        confirm(world, false);
+        QVERIFY(world.everythingEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QVERIFY(world.takeCommands().isEmpty());
+        QVERIFY(!kuma.busy() && !kuma.error());
+    }
+
+    void restoreStopsReplacesAndStarts() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        QString stateAtWork;
+        world.backups.onWork = [&](const ScriptedBackups::Job&) {
+            stateAtWork = QString::fromStdString(world.docker().container->state);
+        };
+        world.backups.holds = true;
+        restoreFrom(world, zip);
+        QCOMPARE(kuma.busy(), restoring);
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QCOMPARE(stateAtWork, QStringLiteral("exited"));
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QCOMPARE(world.backups.jobs.first().arguments,
+                 (QStringList{zip, kuma.dataDir(), world.applicationSupport + QStringLiteral("/Orvanel/Backups")}));
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "info", "inspect",
+                                              "image inspect", "compose up", "inspect"}));
+        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(world.desktop.revealed.isEmpty());
+    }
+
+    void restoreWithNothingRunningStarts() {
+        ControllerFixture world;
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.controller().error());
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QVERIFY(world.controller().kuma() == KumaState::running);
+    }
+
+    void restoreWhoseStopFailsLeavesTheData() {
+        ControllerFixture world;
+        startServer(world);
+        world.answer("compose stop", 1, QStringLiteral("no"));
+        world.answer("stop", 1, QStringLiteral("never"));
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QCOMPARE(world.controller().error(),
+                 (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("never")}));
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
+    }
+
+    /// Compose leaves a container alone that it has not made, and calls that a success.
+    void restoreNeverReplacesTheDataOfARunningServer() {
+        ControllerFixture world;
+        startServer(world);
+        world.docker().container->owner = standin::Owner::plain;
+        world.answer("stop", 1, QStringLiteral("never"));
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QVERIFY(world.controller().error().has_value());
+        QCOMPARE(world.docker().container->state, std::string("running"));
+    }
+
+    void restoreThatFailsDoesNotStart() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        const auto reason = QStringLiteral("That folder does not look like an Uptime Kuma data folder (no kuma.db).");
+        world.backups.failure = reason;
+        restoreFrom(world, QStringLiteral("/home/ann/Folder"));
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("The restore failed. ") + reason, reason}));
+        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+    }
+
+    void restoreConfirmedDuringAnotherOperationIsDropped() {
+        ControllerFixture world;
+        startServer(world);
+        KumaController& kuma = world.controller();
+        kuma.restoreBackup();
+        choosePath(world, zip);
+        world.delay("compose stop", 5s);
+        kuma.stop();
+        world.settle();
+        confirm(world);
+        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.everythingEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QVERIFY(!kuma.error());
+    }
+
+    void cancelledRestoreDoesNotStart() {
+        ControllerFixture world;
+        startServer(world);
+        world.backups.holds = true;
+        restoreFrom(world, zip);
+        world.controller().cancelOperation();
+        QCOMPARE(world.backups.underWay, 1);
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.controller().error());
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+    }
+
+    void dataFolderIsNotMadeInTheMiddleOfARestore() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        world.backups.holds = true;
+        restoreFrom(world, zip);
+        QCOMPARE(world.backups.underWay, 1);
+        kuma.revealDataFolder();
+        QVERIFY(!QFileInfo::exists(kuma.dataDir()));
+        QCOMPARE(world.desktop.revealed, QStringList(kuma.dataDir()));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRestoreOperations)
+#include "TestRestoreOperations.moc"
