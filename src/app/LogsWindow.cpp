@@ -12,14 +12,13 @@ constexpr QSize atFirst{760, 520};
 
 } // namespace
 
-LogsWindow::LogsWindow(KumaController& controller, Clock& clock)
-    : AppWindow(QStringLiteral("Uptime Kuma Logs"))
-    , m_dialogs([this] { return this; }) {
+LogsWindow::LogsWindow(KumaController& controller, Dialogs& dialogs, Clock& clock)
+    : AppWindow(QStringLiteral("Uptime Kuma Logs")) {
     setMinimumSize(minimum);
     resize(atFirst);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
-    layout->addWidget(new LogsView({controller, m_dialogs, clock}));
+    layout->addWidget(new LogsView({controller, dialogs, clock}));
 }
 
 } // namespace orvanel

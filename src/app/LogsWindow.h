@@ -1,11 +1,11 @@
 #pragma once
 
 #include "app/AppWindow.h"
-#include "app/WidgetDialogs.h"
 
 namespace orvanel {
 
 class Clock;
+class Dialogs;
 class KumaController;
 
 /// The window "logs".
@@ -13,10 +13,8 @@ class LogsWindow final : public AppWindow {
     Q_OBJECT
 
 public:
-    LogsWindow(KumaController& controller, Clock& clock);
-
-private:
-    WidgetDialogs m_dialogs;
+    /// All of them outlive the window, and the questions that it has asked.
+    LogsWindow(KumaController& controller, Dialogs& dialogs, Clock& clock);
 };
 
 } // namespace orvanel

@@ -12,6 +12,8 @@ OrvanelApp::OrvanelApp(const Surroundings& surroundings)
     : m_surroundings(surroundings)
     , m_windows(std::make_unique<Windows>())
     , m_dialogs([this] { return windowForQuestions(); })
+    , m_logsDialogs([this] { return window(windowId::logs()); })
+    , m_settingsDialogs([this] { return window(windowId::settings()); })
     , m_controller(withDialogs(surroundings.controller))
     , m_delegate(m_controller)
     , m_quitPath(m_delegate) {
@@ -48,8 +50,9 @@ void OrvanelApp::addWindows() {
         [this](const QString& id) { m_windows->open(id); },
     };
     m_windows->add(windowId::main(), [context] { return new MainWindow(context); });
-    m_windows->add(windowId::logs(), [this] { return new LogsWindow(m_controller, *m_surroundings.controller.clock); });
-    m_windows->add(windowId::settings(), [context] { return new SettingsWindow(context); });
+    m_windows->add(windowId::logs(),
+                   [this] { return new LogsWindow(m_controller, m_logsDialogs, *m_surroundings.controller.clock); });
+    m_windows->add(windowId::settings(), [this, context] { return new SettingsWindow(context, m_settingsDialogs); });
 }
 
 void OrvanelApp::start() {

@@ -51,6 +51,9 @@ private:
     const Surroundings m_surroundings;
     std::unique_ptr<Windows> m_windows;
     WidgetDialogs m_dialogs;
+    /// Questions of windows that may be closed meanwhile.
+    WidgetDialogs m_logsDialogs;
+    WidgetDialogs m_settingsDialogs;
     KumaController m_controller;
     AppDelegate m_delegate;
     QuitPath m_quitPath;

@@ -12,14 +12,13 @@ constexpr QSize frame{560, 640};
 
 } // namespace
 
-SettingsWindow::SettingsWindow(ViewContext context)
-    : AppWindow(QStringLiteral("Settings"))
-    , m_dialogs([this] { return this; }) {
+SettingsWindow::SettingsWindow(ViewContext context, Dialogs& dialogs)
+    : AppWindow(QStringLiteral("Settings")) {
     // On a small screen the settings scroll.
     setFixedSize(frame.boundedTo(screen()->availableSize()));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
-    layout->addWidget(new SettingsView(context, m_dialogs));
+    layout->addWidget(new SettingsView(context, dialogs));
 }
 
 } // namespace orvanel

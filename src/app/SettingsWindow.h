@@ -1,20 +1,19 @@
 #pragma once
 
 #include "app/AppWindow.h"
-#include "app/WidgetDialogs.h"
 #include "app/views/View.h"
 
 namespace orvanel {
+
+class Dialogs;
 
 /// The window "settings".
 class SettingsWindow final : public AppWindow {
     Q_OBJECT
 
 public:
-    explicit SettingsWindow(ViewContext context);
-
-private:
-    WidgetDialogs m_dialogs;
+    /// The dialogs outlive the window, and the questions that it has asked.
+    SettingsWindow(ViewContext context, Dialogs& dialogs);
 };
 
 } // namespace orvanel

@@ -10,7 +10,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QFile>
-#include <QFileDialog>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -570,28 +569,10 @@ private Q_SLOTS:
 
     void windowIsAsItShouldBe() {
         Shown logs;
-        LogsWindow window(logs.world.controller(), logs.world.clock);
+        const LogsWindow window(logs.world.controller(), logs.world.dialogs, logs.world.clock);
         QCOMPARE(window.windowTitle(), QStringLiteral("Uptime Kuma Logs"));
         QCOMPARE(window.minimumSize(), QSize(600, 400));
         QCOMPARE(window.maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
-    }
-
-    void theWindowAsksOverItself() {
-        Shown logs;
-        LogsWindow window(logs.world.controller(), logs.world.clock);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        button(&window, QStringLiteral("Save…"))->setFocus();
-        QTest::keyClick(window.focusWidget(), Qt::Key_Return);
-        logs.world.settle();
-        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-        QVERIFY(dialog != nullptr);
-        QCOMPARE(dialog->parentWidget(), &window);
-        QVERIFY(dialog->selectedFiles().value(0).endsWith(QStringLiteral("/uptime-kuma-logs.txt")));
-        QTest::keyClick(dialog, Qt::Key_Escape);
-        drainEvents();
-        QVERIFY(window.isVisible());
-        QVERIFY(window.findChild<QFileDialog*>() == nullptr);
     }
 };
 

@@ -8,6 +8,7 @@
 #include "support/Await.h"
 
 #include <QApplication>
+#include <QFileDialog>
 #include <QMessageBox>
 #include <QTest>
 
@@ -135,6 +136,41 @@ private Q_SLOTS:
         world.settle();
         QVERIFY(!world.kuma().busy());
         QVERIFY(settings->isVisible());
+    }
+
+    void logsAreSavedOverTheirWindow() {
+        Running world;
+        world.open();
+        world.docker().log = "new\n";
+        QWidget* const logs = world.openLogs();
+        button(logs, QStringLiteral("Save…"))->setFocus();
+        QTest::keyClick(logs->focusWidget(), Qt::Key_Return);
+        world.settle();
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        QVERIFY(dialog != nullptr);
+        QCOMPARE(dialog->parentWidget(), logs);
+        QVERIFY(dialog->selectedFiles().value(0).endsWith(QStringLiteral("/uptime-kuma-logs.txt")));
+        QTest::keyClick(dialog, Qt::Key_Escape);
+        world.settle();
+        QVERIFY(logs->isVisible());
+        QVERIFY(logs->findChild<QFileDialog*>() == nullptr);
+    }
+
+    void dockerIsChosenOverTheSettings() {
+        Running world;
+        world.open();
+        QWidget* const settings = world.openSettings();
+        button(settings, QStringLiteral("Choose…"))->setFocus();
+        QTest::keyClick(settings->focusWidget(), Qt::Key_Return);
+        world.settle();
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        QVERIFY(dialog != nullptr);
+        QCOMPARE(dialog->parentWidget(), settings);
+        QCOMPARE(dialog->fileMode(), QFileDialog::ExistingFile);
+        QTest::keyClick(dialog, Qt::Key_Escape);
+        world.settle();
+        QVERIFY(settings->isVisible());
+        QCOMPARE(world.kuma().dockerOverride(), QString());
     }
 
     void closingTheSettingsAnswersTheirQuestion() {

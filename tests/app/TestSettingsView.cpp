@@ -14,7 +14,6 @@
 
 #include <QAccessible>
 #include <QApplication>
-#include <QFileDialog>
 #include <QLineEdit>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -639,28 +638,10 @@ private Q_SLOTS:
 
     void windowIsAsItShouldBe() {
         ControllerFixture world;
-        const SettingsWindow window({world.controller(), world.desktop, {}});
+        const SettingsWindow window({world.controller(), world.desktop, {}}, world.dialogs);
         QCOMPARE(window.windowTitle(), QStringLiteral("Settings"));
         QCOMPARE(window.minimumSize(), window.maximumSize());
         QCOMPARE(window.size(), QSize(560, 640).boundedTo(window.screen()->availableSize()));
-    }
-
-    void theWindowAsksOverItself() {
-        ControllerFixture world;
-        SettingsWindow window({world.controller(), world.desktop, {}});
-        window.show();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        button(&window, QStringLiteral("Choose…"))->setFocus();
-        QTest::keyClick(window.focusWidget(), Qt::Key_Return);
-        world.settle();
-        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-        QVERIFY(dialog != nullptr);
-        QCOMPARE(dialog->parentWidget(), &window);
-        QCOMPARE(dialog->fileMode(), QFileDialog::ExistingFile);
-        QTest::keyClick(dialog, Qt::Key_Escape);
-        drainEvents();
-        QVERIFY(window.isVisible());
-        QCOMPARE(world.controller().dockerOverride(), QString());
     }
 };
 

@@ -28,7 +28,7 @@ Scene scene(const char* name, const QString& log) {
             qFatal("the container should run");
         }
         world.docker().log = log.toStdString();
-        auto window = std::make_unique<LogsWindow>(world.controller(), world.clock);
+        auto window = std::make_unique<LogsWindow>(world.controller(), world.dialogs, world.clock);
         // Reading begins with that.
         window->show();
         world.settle();

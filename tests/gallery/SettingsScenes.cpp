@@ -10,7 +10,7 @@ namespace orvanel::test {
 namespace {
 
 std::unique_ptr<QWidget> settings(GalleryWorld& world) {
-    return std::make_unique<SettingsWindow>(world.context());
+    return std::make_unique<SettingsWindow>(world.context(), world.dialogs);
 }
 
 std::unique_ptr<QWidget> inUse(GalleryWorld& world) {
