@@ -138,19 +138,16 @@ private:
         }
     }
 
-    /// One that is never ended takes the rest of its line and no more.
+    /// One that is never ended takes the rest of its line and no more. An escape ends it, and is left to be read as any
+    /// other: read from here, strings within strings would need a stack as deep.
     void skipString() {
         while (m_at < m_text.size()) {
             const char16_t c = peek();
-            if (isLineEnd(c)) {
+            if (isLineEnd(c) || c == escape) {
                 return;
             }
             m_at += 1;
             if (c == bell || c == cancel || c == substitute || c == stringTerminator) {
-                return;
-            }
-            if (c == escape) {
-                skipEscape();
                 return;
             }
         }

@@ -96,6 +96,13 @@ private Q_SLOTS:
         QCOMPARE(plainLog(text), plain);
     }
 
+    void sequencesWithinSequencesNeedNoStack() {
+        for (const QString& opening : {QStringLiteral("\x1b]0;"), QStringLiteral("\x1bP"), QStringLiteral("\x1b[")}) {
+            QCOMPARE(plainLog(opening.repeated(500000)), QString());
+            QCOMPARE(plainLog(opening.repeated(500000) + QStringLiteral("\nx")), QStringLiteral("\nx"));
+        }
+    }
+
     void whateverComesNothingHarmfulIsLeft() {
         QRandomGenerator random(1);
         const QString pieces =
