@@ -8,6 +8,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 
+#include <algorithm>
 #include <array>
 
 namespace orvanel {
@@ -59,7 +60,6 @@ GuideView::GuideView(QWidget* parent)
     , m_next(new PushButton({}, PushButton::Kind::byDefault)) {
     setWindowTitle(QStringLiteral("Welcome to Orvanel"));
     setWindowModality(Qt::WindowModal);
-    setFixedSize(frame);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(padding, padding, padding, padding);
     column->setSpacing(spacing::items);
@@ -92,6 +92,13 @@ void GuideView::showPage(int page) {
     // Where a screen reader stays on the button, it still tells of the new page.
     setAccessibleName(content.title);
     setAccessibleDescription(content.text);
+    fitSize();
+}
+
+/// Larger only where a large font needs it.
+void GuideView::fitSize() {
+    layout()->activate();
+    setFixedSize(frame.width(), std::max(frame.height(), layout()->totalHeightForWidth(frame.width())));
 }
 
 void GuideView::goOn() {
@@ -114,6 +121,7 @@ void GuideView::changeEvent(QEvent* event) {
     QDialog::changeEvent(event);
     if (event->type() == QEvent::FontChange) {
         refreshTextStyles(this);
+        fitSize();
     }
 }
 

@@ -23,6 +23,7 @@ protected:
 private:
     void showPage(int page);
     void goOn();
+    void fitSize();
 
     int m_page = 0;
     QList<Symbol*> m_symbols;

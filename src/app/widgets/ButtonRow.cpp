@@ -8,6 +8,15 @@
 #include <algorithm>
 
 namespace orvanel {
+namespace {
+
+/// Below what the layout of a button usually goes.
+QSize leastSize(QLayoutItem* item) {
+    QWidget* const widget = item->widget();
+    return widget != nullptr ? widget->minimumSizeHint() : item->minimumSize();
+}
+
+} // namespace
 
 ButtonRow::ButtonRow(QWidget* parent)
     : QLayout(parent) {
@@ -53,9 +62,9 @@ QSize ButtonRow::sizeHint() const {
 /// As wide as the widest.
 QSize ButtonRow::minimumSize() const {
     QSize size;
-    for (const QLayoutItem* item : m_items) {
+    for (QLayoutItem* item : m_items) {
         if (!item->isEmpty()) {
-            size = size.expandedTo(item->minimumSize());
+            size = size.expandedTo(leastSize(item));
         }
     }
     return size;
@@ -70,10 +79,10 @@ void ButtonRow::setGeometry(const QRect& area) {
 bool ButtonRow::isTight(int width) const {
     int usual = -spacing();
     int least = -spacing();
-    for (const QLayoutItem* item : m_items) {
+    for (QLayoutItem* item : m_items) {
         if (!item->isEmpty()) {
             usual += item->sizeHint().width() + spacing();
-            least += item->minimumSize().width() + spacing();
+            least += leastSize(item).width() + spacing();
         }
     }
     return usual > width && least <= width;
@@ -89,7 +98,7 @@ int ButtonRow::arrange(const QRect& area, bool move) const {
         if (item->isEmpty()) {
             continue;
         }
-        const QSize size = tight ? item->minimumSize() : item->sizeHint();
+        const QSize size = tight ? leastSize(item) : item->sizeHint();
         const bool fits = corner.x() + size.width() <= area.left() + area.width();
         if (!fits && corner.x() > area.left()) {
             corner = QPoint(area.left(), corner.y() + rowHeight + spacing());
