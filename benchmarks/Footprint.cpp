@@ -1,0 +1,50 @@
+#include "Footprint.h"
+
+#include <QDir>
+#include <QFile>
+#include <QThread>
+
+#include <algorithm>
+#include <chrono>
+
+namespace orvanel {
+namespace {
+
+int entriesOf(const QString& folder) {
+    return static_cast<int>(QDir(folder).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
+}
+
+/// A line such as "Rss:   1024 kB", in MiB.
+double mebibytes(const QByteArray& lines, const QByteArray& field) {
+    for (const QByteArray& line : lines.split('\n')) {
+        if (line.startsWith(field + ':')) {
+            return line.mid(field.size() + 1).simplified().split(' ').value(0).toDouble() / 1024;
+        }
+    }
+    return 0;
+}
+
+} // namespace
+
+Footprint Footprint::of(qint64 processId) {
+    const QString process = QStringLiteral("/proc/%1/").arg(processId);
+    QFile memory(process + QStringLiteral("smaps_rollup"));
+    const QByteArray lines = memory.open(QIODevice::ReadOnly) ? memory.readAll() : QByteArray();
+    return {mebibytes(lines, "Rss"), mebibytes(lines, "Anonymous"), entriesOf(process + QStringLiteral("fd")),
+            entriesOf(process + QStringLiteral("task"))};
+}
+
+Footprint Footprint::ofQuiet(qint64 processId) {
+    Footprint least = of(processId);
+    for (int i = 0; i < 200; ++i) {
+        QThread::msleep(10);
+        const Footprint now = of(processId);
+        least.resident = std::min(least.resident, now.resident);
+        least.anonymous = std::min(least.anonymous, now.anonymous);
+        least.descriptors = std::min(least.descriptors, now.descriptors);
+        least.threads = std::min(least.threads, now.threads);
+    }
+    return least;
+}
+
+} // namespace orvanel
