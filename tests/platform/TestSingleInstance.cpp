@@ -14,6 +14,7 @@
 
 #include <csignal>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace orvanel;
@@ -207,6 +208,37 @@ private Q_SLOTS:
         // One that may not run does not keep the name either.
         QVERIFY(!otherBus.connect().interface()->isServiceRegistered(name));
         QCOMPARE(activated.size(), 0);
+    }
+
+    void startDuringTheEndWaitsForIt() {
+        PrivateBus bus;
+        auto instance = std::make_unique<SingleInstance>(lockFile(), bus.connect());
+        const QSignalSpy activated(instance.get(), &SingleInstance::activated);
+        QCOMPARE(instance->start({}), Outcome::First);
+        instance->leave();
+        Other other(bus.address(), lockFile());
+        const auto desktop = bus.connect();
+        QVERIFY(waitUntil([&] { return desktop.interface()->isServiceRegistered(name).value(); }));
+        instance.reset();
+        QCOMPARE(other.line(), QStringLiteral("First"));
+        QCOMPARE(activated.size(), 0);
+    }
+
+    void lockIsWaitedForLongerWhenItsEndIsAnnounced() {
+        DataLock first(lockFile());
+        DataLock second(lockFile());
+        QCOMPARE(first.take(), DataLock::Result::Taken);
+        QCOMPARE(second.take(0ms, 1h), DataLock::Result::HeldElsewhere);
+        first.announceEnd();
+        std::thread end([&first] {
+            std::this_thread::sleep_for(50ms);
+            first.release();
+        });
+        QCOMPARE(second.take(0ms, 1h), DataLock::Result::Taken);
+        end.join();
+        // The announcement was not the new holder's.
+        DataLock third(lockFile());
+        QCOMPARE(third.take(0ms, 1h), DataLock::Result::HeldElsewhere);
     }
 
     void placeWithoutLocksKeepsNobodyFromRunning() {
