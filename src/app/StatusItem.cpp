@@ -74,7 +74,11 @@ void StatusItem::render() {
     const Health health = controller.health();
     if (health != m_health) {
         m_health = health;
-        m_icon->setIcon(StatusIcon::icon(health));
+        QIcon& icon = m_icons[health];
+        if (icon.isNull()) {
+            icon = StatusIcon::icon(health);
+        }
+        m_icon->setIcon(icon);
     }
     const QString status = controller.statusLine();
     if (m_icon->toolTip() != status) {

@@ -9,6 +9,7 @@
 
 #include <QSystemTrayIcon>
 
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -55,6 +56,8 @@ private:
     std::unique_ptr<MenuContent> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_icon;
     std::optional<Health> m_health;
+    /// Each made once: Qt keeps the pictures of every icon that it ever drew.
+    std::map<Health, QIcon> m_icons;
     RenderTrigger m_trigger;
 };
 

@@ -18,7 +18,7 @@ namespace orvanel {
 namespace {
 
 constexpr mode_t permissions = S_IRWXU | S_IRWXG | S_IRWXO;
-constexpr std::size_t blockSize = 256 * 1024;
+constexpr std::size_t blockSize = std::size_t{256} * 1024;
 /// Up to here one read and one write cost less than having the kernel do it.
 constexpr off_t smallFile = blockSize;
 
@@ -103,7 +103,7 @@ private:
 
     /// 0 where the kernel cannot do it, which is different between file systems and versions.
     ssize_t copyInKernel(off_t offset, off_t end) {
-        constexpr off_t most = 64 * 1024 * 1024;
+        constexpr off_t most = off_t{64} * 1024 * 1024;
         off_t to = offset;
         const auto length = static_cast<std::size_t>(std::min(end - offset, most));
         const ssize_t copied = ::copy_file_range(m_source, &offset, m_target, &to, length, 0);

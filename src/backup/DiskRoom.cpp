@@ -48,7 +48,7 @@ qint64 bytesFreeAt(const QString& path) {
     if (::statvfs(QFile::encodeName(path).constData(), &status) != 0 || status.f_blocks == 0) {
         return std::numeric_limits<qint64>::max();
     }
-    return static_cast<qint64>(status.f_bavail * status.f_frsize);
+    return static_cast<qint64>(status.f_bavail) * static_cast<qint64>(status.f_frsize);
 }
 
 QString roomSentence(qint64 needed, qint64 free) {

@@ -103,7 +103,7 @@ QString findUnpackedData(const QString& folder) {
     }
     const QStringList names = namesIn(folder);
     for (const QString& name : names) {
-        const QString inner = folder + u'/' + name;
+        QString inner = folder + u'/' + name;
         if (name != u"__MACOSX" && isFolder(inner) && BackupManager::looksLikeData(inner)) {
             // What stays inside the whole may still leave this part of it.
             requireHarmless(inner);

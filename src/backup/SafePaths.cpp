@@ -62,7 +62,7 @@ QString placeOf(const QString& path) {
     const QString name = nameOf(whole);
     const bool isPlainName = !name.isEmpty() && name != u"." && name != u"..";
     const QString folder = isPlainName ? parentOf(whole) : whole;
-    const QString real = resolved(folder);
+    QString real = resolved(folder);
     if (real.isEmpty()) {
         throw fileError(folder, errno);
     }

@@ -223,7 +223,7 @@ private Q_SLOTS:
         std::thread other([&] {
             for (int i = 0; !isEnding; ++i) {
                 folder.write(u"Orvanel/data/upload/%1/file"_s.arg(i % 50), QByteArray(i % 1000, 'x'));
-                folder.write(u"Orvanel/data/growing"_s, QByteArray(i * 10, 'x'));
+                folder.write(u"Orvanel/data/growing"_s, QByteArray(qsizetype{10} * i, 'x'));
                 QDir(folder.data(u"upload/%1"_s.arg((i + 25) % 50))).removeRecursively();
             }
         });

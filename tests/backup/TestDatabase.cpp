@@ -137,14 +137,14 @@ private Q_SLOTS:
         QFETCH(const QString, name);
         const DataFolder folder;
         {
-            Writer writer(folder, 1);
+            const Writer writer(folder, 1);
             QVERIFY(writer.isAtWork());
         }
         // Opening it puts the log into it, under which the damage would not be seen.
         QCOMPARE(integrityOf(folder.data(u"kuma.db"_s)), u"okrows"_s);
         QFile file(folder.data(u"kuma.db"_s));
-        QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(40 * 4096));
-        QCOMPARE(file.write(QByteArray(8 * 4096, '\xee')), qint64{8 * 4096});
+        QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(qint64{40} * 4096));
+        QCOMPARE(file.write(QByteArray(qsizetype{8} * 4096, '\xee')), qint64{8} * 4096);
         file.close();
         const auto result = name.isEmpty()
                                 ? await(BackupManager::autoBackup(folder.data(), folder.backups(), u"x"_s)).value()

@@ -170,7 +170,7 @@ private Q_SLOTS:
         QVERIFY(await(watchRoom(folder.path(), std::numeric_limits<qint64>::max(), handle, {})));
         QVERIFY(handle->isCancelled());
         const auto other = std::make_shared<ProcessHandle>();
-        std::stop_source stop;
+        const std::stop_source stop;
         auto watch = watchRoom(folder.path(), 0, other, stop.get_token());
         stop.request_stop();
         QVERIFY(!await(std::move(watch)));

@@ -42,7 +42,7 @@ class TestHostileArchives : public QObject {
         folder.write(u"archive.zip"_s, archive);
         m_data = describe(folder.data());
         m_outside = describe(folder.path(u"outside"_s));
-        const QString message =
+        QString message =
             messageOf(BackupManager::restore(folder.path(u"archive.zip"_s), folder.data(), folder.backups()));
         qunsetenv("TMPDIR");
         return message;

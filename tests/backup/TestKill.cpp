@@ -52,7 +52,7 @@ struct Scene {
 void fill(const Scene& scene, Operation operation, int files) {
     const DataFolder& folder = scene.folder;
     for (int i = 0; i < files; ++i) {
-        folder.write(u"Orvanel/data/upload/%1/file%2"_s.arg(i % 7).arg(i), QByteArray(i * 1000, 'f'));
+        folder.write(u"Orvanel/data/upload/%1/file%2"_s.arg(i % 7).arg(i), QByteArray(qsizetype{1000} * i, 'f'));
     }
     folder.fill();
     const bool overFolder = operation == Operation::BackupOverFolder ||
@@ -152,9 +152,9 @@ QString problemWithNewZip(const Scene& scene, const QString& zip) {
     const QString folder = scene.folder.path(u"unpacked"_s);
     QDir().mkpath(folder);
     const QString output = runTool(u"bsdtar"_s, {u"-xpf"_s, zip, u"-C"_s, folder});
-    const QString problem = output.startsWith(u"failed") || describe(folder + u"/data"_s).keys() != scene.data.keys()
-                                ? u"mixed: "_s + output
-                                : QString();
+    QString problem = output.startsWith(u"failed") || describe(folder + u"/data"_s).keys() != scene.data.keys()
+                          ? u"mixed: "_s + output
+                          : QString();
     QDir(folder).removeRecursively();
     return problem;
 }

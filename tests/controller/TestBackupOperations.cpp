@@ -126,7 +126,7 @@ private Q_SLOTS:
 
     void twoBackupsOneAfterTheOther() {
         ControllerFixture world;
-        KumaController& kuma = world.controller();
+        const KumaController& kuma = world.controller();
         world.backups.holds = true;
         backUpTo(world, zip);
         backUpTo(world, QStringLiteral("/home/ann/Folder"));

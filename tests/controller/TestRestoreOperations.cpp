@@ -55,7 +55,7 @@ private Q_SLOTS:
     void restoreStopsReplacesAndStarts() {
         ControllerFixture world;
         startServer(world);
-        KumaController& kuma = world.controller();
+        const KumaController& kuma = world.controller();
         QString stateAtWork;
         world.backups.onWork = [&](const ScriptedBackups::Job&) {
             stateAtWork = QString::fromStdString(world.docker().container->state);
@@ -114,7 +114,7 @@ private Q_SLOTS:
     void restoreThatFailsDoesNotStart() {
         ControllerFixture world;
         startServer(world);
-        KumaController& kuma = world.controller();
+        const KumaController& kuma = world.controller();
         const auto reason = QStringLiteral("That folder does not look like an Uptime Kuma data folder (no kuma.db).");
         world.backups.failure = reason;
         restoreFrom(world, QStringLiteral("/home/ann/Folder"));

@@ -212,7 +212,7 @@ private Q_SLOTS:
     void composeFileThatCannotBeWrittenTakesTheTagBack() {
         ControllerFixture world;
         prepare(world);
-        KumaController& kuma = world.controller();
+        const KumaController& kuma = world.controller();
         // A folder in the place of the file cannot be replaced.
         QFile::remove(kuma.composeURL());
         world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml/x"), "x");
@@ -295,7 +295,7 @@ private Q_SLOTS:
     void bringUpThatFailsKeepsTheNewTag() {
         ControllerFixture world;
         prepare(world);
-        KumaController& kuma = world.controller();
+        const KumaController& kuma = world.controller();
         world.answer("compose up", 1, QStringLiteral("no"));
         confirm(world);
         QVERIFY(world.operationEnds());

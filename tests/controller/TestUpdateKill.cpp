@@ -48,7 +48,7 @@ public:
     Scene() {
         SettingsStore(m_home.path(QStringLiteral("settings.conf"))).setInteger(QStringLiteral("port"), m_port);
         for (int i = 0; i < 20; ++i) {
-            m_home.write(QStringLiteral("Orvanel/data/upload/logo%1.png").arg(i), QByteArray(1000 * i, 'x'));
+            m_home.write(QStringLiteral("Orvanel/data/upload/logo%1.png").arg(i), QByteArray(qsizetype{1000} * i, 'x'));
         }
         m_home.write(QStringLiteral("Orvanel/data/kuma.db"), "precious");
         m_data = treeOf(dataDir());
@@ -109,7 +109,7 @@ public:
 
     /// The same, and the next start brings up just the version that the settings name.
     QString brokenAfterTheNextStart() const {
-        const QString before = broken();
+        QString before = broken();
         if (!before.isEmpty()) {
             return before;
         }
