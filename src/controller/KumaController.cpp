@@ -84,9 +84,9 @@ void KumaController::setDockerOverride(const QString& path) {
     m_composeAvailable = std::nullopt;
 }
 
-void KumaController::setImageTag(const QString& tag) {
+bool KumaController::setImageTag(const QString& tag) {
     m_imageTag = tag;
-    saved(m_env.defaults->setText(imageTagKey(), tag));
+    return saved(m_env.defaults->setText(imageTagKey(), tag));
 }
 
 void KumaController::setHasSeenGuide(bool seen) {
@@ -95,11 +95,12 @@ void KumaController::setHasSeenGuide(bool seen) {
 }
 
 /// A setting that could not be stored holds until the program ends; the user should know before that.
-void KumaController::saved(bool success) {
+bool KumaController::saved(bool success) {
     if (!success) {
         m_error = OpError{QStringLiteral("The settings could not be saved."),
                           QStringLiteral("%1 could not be written.").arg(m_env.defaults->file())};
     }
+    return success;
 }
 
 void KumaController::setDockerState(DockerState state, const QString& details) {

@@ -42,7 +42,8 @@ public:
     QString dockerOverride() const { return m_dockerOverride; }
     void setDockerOverride(const QString& path);
     QString imageTag() const { return m_imageTag; }
-    void setImageTag(const QString& tag);
+    /// False when it could not be stored, which is published as an error; it then holds for this run only.
+    bool setImageTag(const QString& tag);
     bool hasSeenGuide() const { return m_hasSeenGuide; }
     void setHasSeenGuide(bool seen);
 
@@ -169,7 +170,7 @@ Q_SIGNALS:
 private:
     using OperationBody = std::function<QCoro::Task<void>(std::stop_token stop)>;
 
-    void saved(bool success);
+    bool saved(bool success);
     void setDockerState(DockerState state, const QString& details = {});
 
     /// Runs a command that is neither cancelled nor watched.
@@ -213,7 +214,9 @@ private:
     QCoro::Task<void> askForUpdate(QString version);
     QCoro::Task<void> performUpdate(QString version, std::stop_token stop);
     QCoro::Task<bool> backUpBeforeUpdate();
-    void takeBackTag(const QString& newTag, const QString& oldTag);
+    bool pinTag(const QString& newTag);
+    bool takeBackTag();
+    void tellOfUnstoredTag();
 
     QCoro::Task<void> askForBackup();
     static QCoro::Task<void> performBackup(QPointer<KumaController> controller, QString destination);
@@ -279,6 +282,13 @@ private:
     QString m_operationText;
     int m_backupsUnderWay = 0;
     DataTurns m_dataTurns;
+
+    struct TagChange {
+        QString from;
+        QString to;
+    };
+    /// What an update has pinned and not downloaded yet.
+    std::optional<TagChange> m_tagChange;
 
     /// Counts the operations begun, so that a probe notices one that began and ended while it waited.
     int m_operations = 0;

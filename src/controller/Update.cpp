@@ -5,6 +5,7 @@
 #include <QScopeGuard>
 
 #include <exception>
+#include <utility>
 
 namespace orvanel {
 namespace {
@@ -84,19 +85,21 @@ QCoro::Task<void> KumaController::performUpdate(QString version, std::stop_token
     if (!isBackedUp) {
         co_return;
     }
-    const QString oldTag = m_imageTag;
-    setImageTag(version);
-    if (const std::optional<QString> failure = prepareFiles()) {
-        setImageTag(oldTag);
-        m_error = OpError{QStringLiteral("Could not write the compose file."), *failure};
+    if (!pinTag(version)) {
         co_return;
     }
+    // Whatever else may come in the way of the download.
+    const auto ended = qScopeGuard([this] { takeBackTag(); });
     const CommandResult pull = co_await pullImage(docker, stop);
     if (!pull.isSuccess()) {
-        takeBackTag(version, oldTag);
+        const bool isStored = takeBackTag();
         fail(pull);
+        if (!isStored) {
+            tellOfUnstoredTag();
+        }
         co_return;
     }
+    m_tagChange.reset();
     showOperation(QStringLiteral("Restarting with the new version…"));
     const std::optional<QString> existing = co_await containerState(docker);
     const CommandResult up = co_await bringUp(docker, existing, true);
@@ -126,12 +129,47 @@ QCoro::Task<bool> KumaController::backUpBeforeUpdate() {
     co_return true;
 }
 
-/// Unless the user has chosen yet another tag during the download.
-void KumaController::takeBackTag(const QString& newTag, const QString& oldTag) {
-    if (m_imageTag == newTag) {
-        setImageTag(oldTag);
+/// False when the settings or the compose file cannot name the new version, with the reason published.
+bool KumaController::pinTag(const QString& newTag) {
+    const TagChange change{.from = m_imageTag, .to = newTag};
+    if (!setImageTag(newTag)) {
+        setImageTag(change.from);
+        return false;
     }
+    m_tagChange = change;
+    const std::optional<QString> failure = prepareFiles();
+    if (!failure) {
+        return true;
+    }
+    const bool isStored = takeBackTag();
+    m_error = OpError{QStringLiteral("Could not write the compose file."), *failure};
+    if (!isStored) {
+        tellOfUnstoredTag();
+    }
+    return false;
+}
+
+/// Pins the old version again while the new one is not downloaded, unless the user has chosen yet another tag
+/// meanwhile. False when the old tag could not be stored.
+bool KumaController::takeBackTag() {
+    if (!m_tagChange) {
+        return true;
+    }
+    const TagChange change = *std::exchange(m_tagChange, std::nullopt);
+    const bool isStored = m_imageTag.value() != change.to || setImageTag(change.from);
     prepareFiles();
+    return isStored;
+}
+
+/// The program's next start will take the new version: the user should know that beside why the update failed.
+void KumaController::tellOfUnstoredTag() {
+    OpError error = m_error.value().value_or(OpError());
+    if (!error.details.isEmpty()) {
+        error.details += QStringLiteral("\n\n");
+    }
+    error.details += QStringLiteral("The old version's tag \"%1\" could not be stored: %2 could not be written.")
+                         .arg(m_imageTag, m_env.defaults->file());
+    m_error = error;
 }
 
 } // namespace orvanel

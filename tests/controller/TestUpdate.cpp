@@ -1,8 +1,5 @@
-#include "ControllerFixture.h"
-#include "controller/ComposeFile.h"
+#include "UpdateSteps.h"
 #include "support/Await.h"
-
-#include <QFile>
 
 using namespace orvanel;
 using namespace orvanel::test;
@@ -10,48 +7,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const auto newTag = QStringLiteral("2.1.0");
-const auto oldTag = QStringLiteral("2");
 const auto updating = QStringLiteral("Updating…");
-
-QString textOf(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
-/// The tag that the settings file holds, as the next start of the program would read it.
-QString storedTag(const ControllerFixture& world) {
-    return SettingsStore(world.settingsFile).text(QStringLiteral("imageTag"), oldTag);
-}
-
-/// A server that runs, and a newer release that is known.
-void prepare(ControllerFixture& world) {
-    KumaController& kuma = world.controller();
-    kuma.start();
-    QVERIFY(world.operationEnds());
-    kuma.checkForUpdates();
-    QVERIFY(world.everythingEnds());
-    QCOMPARE(kuma.latestVersion(), newTag);
-    QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
-    world.takeCommands();
-}
-
-/// Nothing of the old version was touched.
-void verifyUntouched(ControllerFixture& world) {
-    const KumaController& kuma = world.controller();
-    QCOMPARE(kuma.imageTag(), oldTag);
-    QCOMPARE(storedTag(world), oldTag);
-    QCOMPARE(textOf(kuma.composeURL()), composeText(oldTag, kuma.port()));
-    QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
-    QCOMPARE(world.docker().container->state, std::string("running"));
-    QVERIFY(!kuma.busy() && !kuma.pulling());
-}
-
-void confirm(ControllerFixture& world) {
-    world.controller().updateNow();
-    world.dialogs.answerAll(true);
-    world.settle();
-}
 
 } // namespace
 
@@ -70,7 +26,7 @@ private Q_SLOTS:
 
     void asksFirst() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         KumaController& kuma = world.controller();
         kuma.updateNow();
         QCOMPARE(world.dialogs.questions.size(), 1);
@@ -100,7 +56,7 @@ private Q_SLOTS:
         QFETCH(const bool, compose);
         ControllerFixture world;
         world.docker().compose = compose;
-        prepare(world);
+        prepareUpdate(world);
         KumaController& kuma = world.controller();
         const std::string oldContainer = world.docker().container->id;
         QStringList texts;
@@ -112,7 +68,7 @@ private Q_SLOTS:
         });
         QStringList tagsAtBackup;
         world.backups.onWork = [&](const ScriptedBackups::Job&) { tagsAtBackup.append(kuma.imageTag()); };
-        confirm(world);
+        confirmUpdate(world);
         QVERIFY(world.operationEnds());
 
         QVERIFY2(!kuma.error(), qPrintable(kuma.error() ? kuma.error()->details : QString()));
@@ -135,10 +91,10 @@ private Q_SLOTS:
 
     void sameTagRunsTheWholeSequence() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         KumaController& kuma = world.controller();
         kuma.setImageTag(newTag);
-        confirm(world);
+        confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
         QCOMPARE(world.backups.jobs.size(), 1);
@@ -148,7 +104,7 @@ private Q_SLOTS:
 
     void whatWasConfirmedIsWhatIsInstalled() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         KumaController& kuma = world.controller();
         kuma.updateNow();
         world.releases.answer = LatestRelease{.version = QStringLiteral("9")};
@@ -163,9 +119,9 @@ private Q_SLOTS:
 
     void withoutDataThereIsNothingToBackUp() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         world.backups.hasData = false;
-        confirm(world);
+        confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QVERIFY(!world.controller().error());
         QCOMPARE(world.controller().imageTag(), newTag);
@@ -173,11 +129,11 @@ private Q_SLOTS:
 
     void withoutAToolNothingHappens() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         KumaController& kuma = world.controller();
         world.installedDocker.reset();
         kuma.setDockerOverride(QString());
-        confirm(world);
+        confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
         QVERIFY(world.backups.jobs.isEmpty());
@@ -186,9 +142,9 @@ private Q_SLOTS:
 
     void backupThatFailsChangesNothing() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         world.backups.failure = QStringLiteral("The disk is full.");
-        confirm(world);
+        confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(world.controller().error(),
                  (OpError{QStringLiteral("The backup before the update failed, so nothing was changed."),
@@ -199,9 +155,9 @@ private Q_SLOTS:
 
     void backupThatDidNotPassItsCheckStopsTheUpdate() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         world.backups.databaseProblem = QStringLiteral("row 7 missing from index");
-        confirm(world);
+        confirmUpdate(world);
         QVERIFY(world.operationEnds());
         const OpError error = world.controller().error().value();
         QCOMPARE(error.message, QStringLiteral("The backup was made, but its database did not pass a check."));
@@ -211,12 +167,12 @@ private Q_SLOTS:
 
     void composeFileThatCannotBeWrittenTakesTheTagBack() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         const KumaController& kuma = world.controller();
         // A folder in the place of the file cannot be replaced.
         QFile::remove(kuma.composeURL());
         world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml/x"), "x");
-        confirm(world);
+        confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.error()->message, QStringLiteral("Could not write the compose file."));
         QVERIFY(!kuma.error()->details.isEmpty());
@@ -241,12 +197,12 @@ private Q_SLOTS:
         QFETCH(const bool, hangs);
         ControllerFixture world;
         world.docker().compose = compose;
-        prepare(world);
+        prepareUpdate(world);
         world.docker().registry = standin::Registry::unreachable;
         if (hangs) {
             world.hang("compose pull");
         }
-        confirm(world);
+        confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QTEST(world.controller().error()->message, "message");
         QCOMPARE(world.takeCommands(), compose ? names({"compose pull", "inspect"}) : names({"pull", "inspect"}));
@@ -256,9 +212,9 @@ private Q_SLOTS:
 
     void cancelOfTheDownloadTakesEverythingBack() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         world.hang("compose pull");
-        confirm(world);
+        confirmUpdate(world);
         QCOMPARE(world.controller().imageTag(), newTag);
         world.controller().cancelOperation();
         QVERIFY(world.operationEnds());
@@ -268,9 +224,9 @@ private Q_SLOTS:
 
     void cancelDuringTheBackupDownloadsNothing() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         world.backups.holds = true;
-        confirm(world);
+        confirmUpdate(world);
         QCOMPARE(world.controller().busy(), updating);
         world.controller().cancelOperation();
         world.backups.letGo();
@@ -281,10 +237,10 @@ private Q_SLOTS:
 
     void tagChosenDuringTheDownloadStays() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         KumaController& kuma = world.controller();
         world.hang("compose pull");
-        confirm(world);
+        confirmUpdate(world);
         kuma.setImageTag(QStringLiteral("nightly"));
         kuma.cancelOperation();
         QVERIFY(world.operationEnds());
@@ -294,10 +250,10 @@ private Q_SLOTS:
 
     void bringUpThatFailsKeepsTheNewTag() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         const KumaController& kuma = world.controller();
         world.answer("compose up", 1, QStringLiteral("no"));
-        confirm(world);
+        confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no")}));
         QCOMPARE(kuma.imageTag(), newTag);
@@ -317,13 +273,13 @@ private Q_SLOTS:
     void nameThatIsNoTagIsRefused() {
         QFETCH(const QString, version);
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         KumaController& kuma = world.controller();
         world.releases.answer = LatestRelease{.version = version};
         kuma.checkForUpdates();
         QVERIFY(world.everythingEnds());
         QCOMPARE(kuma.latestVersion(), version);
-        confirm(world);
+        confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.error()->message,
                  QStringLiteral("The new version's name cannot be an image tag, so nothing was changed."));
@@ -333,7 +289,7 @@ private Q_SLOTS:
 
     void confirmedDuringAnotherOperationIsDropped() {
         ControllerFixture world;
-        prepare(world);
+        prepareUpdate(world);
         KumaController& kuma = world.controller();
         kuma.updateNow();
         world.delay("compose stop", 5s);

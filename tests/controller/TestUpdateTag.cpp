@@ -1,0 +1,118 @@
+#include "UpdateSteps.h"
+
+#include <QDir>
+
+#include <stdexcept>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// From now on nothing can be stored: a folder lies where the file belongs.
+void lockSettings(const ControllerFixture& world) {
+    QFile::remove(world.settingsFile);
+    QVERIFY(QDir().mkpath(world.settingsFile));
+}
+
+QString unstored(const ControllerFixture& world) {
+    return QStringLiteral("The old version's tag \"2\" could not be stored: %1 could not be written.")
+        .arg(world.settingsFile);
+}
+
+} // namespace
+
+/// Which version stays pinned, and is stored, when an update does not come to its end.
+class TestUpdateTag : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void newTagThatCannotBeStoredEndsTheUpdate() {
+        ControllerFixture world;
+        prepareUpdate(world);
+        const QString composeFile = world.controller().composeURL();
+        world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml"), "as it was\n");
+        lockSettings(world);
+        confirmUpdate(world);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.controller().error(),
+                 (OpError{QStringLiteral("The settings could not be saved."),
+                          QStringLiteral("%1 could not be written.").arg(world.settingsFile)}));
+        QCOMPARE(world.controller().imageTag(), oldTag);
+        QCOMPARE(textOf(composeFile), QStringLiteral("as it was\n"));
+        QCOMPARE(world.takeCommands(), names({"inspect"}));
+        QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
+
+        // Nor is the new tag stored with whatever setting can be stored next.
+        QDir().rmdir(world.settingsFile);
+        world.controller().setSlug(QStringLiteral("home"));
+        QCOMPARE(storedTag(world), oldTag);
+    }
+
+    void oldTagThatCannotBeStoredAgainIsTold() {
+        ControllerFixture world;
+        prepareUpdate(world);
+        world.answer("compose pull", 1, QStringLiteral("no"), -1, 5s);
+        confirmUpdate(world);
+        QCOMPARE(storedTag(world), newTag);
+        lockSettings(world);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.controller().error(),
+                 (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no\n\n") + unstored(world)}));
+        verifyPinned(world, oldTag);
+    }
+
+    void oldTagThatCannotBeStoredAfterACancelIsTold() {
+        ControllerFixture world;
+        world.docker().compose = false;
+        prepareUpdate(world);
+        world.hang("pull");
+        confirmUpdate(world);
+        lockSettings(world);
+        world.controller().cancelOperation();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.controller().error(), (OpError{QStringLiteral("Cancelled."), unstored(world)}));
+        verifyPinned(world, oldTag);
+    }
+
+    void oldTagThatCannotBeStoredAfterTheComposeFileIsTold() {
+        ControllerFixture world;
+        prepareUpdate(world);
+        const KumaController& kuma = world.controller();
+        // A folder in the place of the file cannot be replaced.
+        QFile::remove(kuma.composeURL());
+        QDir().mkpath(kuma.composeURL() + QStringLiteral("/x"));
+        QObject::connect(&kuma, &KumaController::changed, &kuma, [&] {
+            if (storedTag(world) == newTag) {
+                lockSettings(world);
+            }
+        });
+        confirmUpdate(world);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.imageTag(), oldTag);
+        QVERIFY2(kuma.error()->details.endsWith(QStringLiteral("\n\n") + unstored(world)),
+                 qPrintable(kuma.error()->details));
+    }
+
+    void errorOfTheProgramDuringTheDownloadTakesTheTagBack() {
+        ControllerFixture world;
+        prepareUpdate(world);
+        const RunCommand usual = world.runner;
+        world.runner = [&usual](QString path, QStringList arguments, std::chrono::duration<double> limit,
+                                std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
+            if (arguments.last() == u"pull") {
+                throw std::runtime_error("out of luck");
+            }
+            return usual(std::move(path), std::move(arguments), limit, std::move(handle), std::move(onOutput));
+        };
+        confirmUpdate(world);
+        QVERIFY(world.everythingEnds());
+        QCOMPARE(world.controller().error()->details, QStringLiteral("out of luck"));
+        verifyPinned(world, oldTag);
+        QCOMPARE(storedTag(world), oldTag);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestUpdateTag)
+#include "TestUpdateTag.moc"

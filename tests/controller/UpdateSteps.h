@@ -1,0 +1,60 @@
+#pragma once
+
+#include "ControllerFixture.h"
+#include "controller/ComposeFile.h"
+
+#include <QFile>
+#include <QTest>
+
+namespace orvanel::test {
+
+/// What leads to an update, one after the other, and what it must leave when it fails.
+
+inline const auto newTag = QStringLiteral("2.1.0");
+inline const auto oldTag = QStringLiteral("2");
+
+inline QString textOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+/// The tag that the settings file holds, as the next start of the program would read it.
+inline QString storedTag(const ControllerFixture& world) {
+    return SettingsStore(world.settingsFile).text(QStringLiteral("imageTag"), oldTag);
+}
+
+/// A server that runs, and a newer release that is known.
+inline void prepareUpdate(ControllerFixture& world) {
+    KumaController& kuma = world.controller();
+    kuma.start();
+    QVERIFY(world.operationEnds());
+    kuma.checkForUpdates();
+    QVERIFY(world.everythingEnds());
+    QCOMPARE(kuma.latestVersion(), newTag);
+    QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
+    world.takeCommands();
+}
+
+inline void confirmUpdate(ControllerFixture& world) {
+    world.controller().updateNow();
+    world.dialogs.answerAll(true);
+    world.settle();
+}
+
+/// What the program and the compose file name; not what is stored.
+inline void verifyPinned(ControllerFixture& world, const QString& tag) {
+    const KumaController& kuma = world.controller();
+    QCOMPARE(kuma.imageTag(), tag);
+    QCOMPARE(textOf(kuma.composeURL()), composeText(tag, kuma.port()));
+}
+
+/// Nothing of the old version was touched.
+inline void verifyUntouched(ControllerFixture& world) {
+    verifyPinned(world, oldTag);
+    QCOMPARE(storedTag(world), oldTag);
+    QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
+    QCOMPARE(world.docker().container->state, std::string("running"));
+    QVERIFY(!world.controller().busy() && !world.controller().pulling());
+}
+
+} // namespace orvanel::test
