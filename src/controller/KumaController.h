@@ -108,7 +108,8 @@ public:
     void begin();
     /// Forgets the docker tool and probes again.
     void recheck();
-    /// Ends the poll loop and asks the cancellable children to terminate. An operation under way is not cancelled.
+    /// For the end of the program. Ends the poll loop, asks the cancellable children to terminate, and pins the old
+    /// version again while the new one is not downloaded. An operation under way is not cancelled.
     void shutdownPolling();
     /// Stops the container, through compose where that works; the result of the last command run.
     QCoro::Task<CommandResult> runStop(QString docker);

@@ -59,6 +59,8 @@ void KumaController::shutdownPolling() {
     if (m_processHandle) {
         m_processHandle->cancel();
     }
+    // The program may end before the operation notices that its download was cancelled.
+    takeBackTag();
 }
 
 QCoro::Task<void> KumaController::poll(std::stop_token stop) {
