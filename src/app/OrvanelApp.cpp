@@ -3,6 +3,7 @@
 #include "app/LogsWindow.h"
 #include "app/MainWindow.h"
 #include "app/SettingsWindow.h"
+#include "app/WindowPlace.h"
 
 #include <QApplication>
 
@@ -49,10 +50,18 @@ void OrvanelApp::addWindows() {
         *m_surroundings.controller.desktop,
         [this](const QString& id) { m_windows->open(id); },
     };
-    m_windows->add(windowId::main(), [context] { return new MainWindow(context); });
-    m_windows->add(windowId::logs(),
-                   [this] { return new LogsWindow(m_controller, m_logsDialogs, *m_surroundings.controller.clock); });
-    m_windows->add(windowId::settings(), [this, context] { return new SettingsWindow(context, m_settingsDialogs); });
+    addWindow(windowId::main(), [context] { return new MainWindow(context); });
+    addWindow(windowId::logs(),
+              [this] { return new LogsWindow(m_controller, m_logsDialogs, *m_surroundings.controller.clock); });
+    addWindow(windowId::settings(), [this, context] { return new SettingsWindow(context, m_settingsDialogs); });
+}
+
+void OrvanelApp::addWindow(const QString& id, const Windows::Factory& make) {
+    m_windows->add(id, [this, id, make] {
+        QWidget* const window = make();
+        rememberPlace(window, id, *m_surroundings.controller.defaults);
+        return window;
+    });
 }
 
 void OrvanelApp::start() {

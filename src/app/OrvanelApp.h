@@ -45,6 +45,7 @@ Q_SIGNALS:
 private:
     ControllerEnvironment withDialogs(ControllerEnvironment environment);
     void addWindows();
+    void addWindow(const QString& id, const Windows::Factory& make);
     QWidget* windowForQuestions();
     void takeDown();
 

@@ -38,8 +38,8 @@ using ChosenPath = std::shared_ptr<std::optional<QString>>;
 
 ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& message, const Event<bool>& done) {
     auto chosen = std::make_shared<std::optional<QString>>();
-    // No file dialog of this desktop has room for a message.
-    dialog->setWindowTitle(message.isEmpty() ? title : message);
+    // No file dialog of this desktop has room for a message but its title.
+    dialog->setWindowTitle(message.isEmpty() ? title : QStringLiteral("%1 – %2").arg(title, message));
     QObject::connect(dialog, &QFileDialog::accepted, dialog, [dialog, chosen, done] {
         *chosen = dialog->selectedFiles().value(0);
         done.complete(true);
@@ -55,6 +55,7 @@ Alert replaceQuestion(const QString& name) {
         .informativeText = QStringLiteral("What it holds now is lost then."),
         .confirmButton = QStringLiteral("Replace"),
         .cancelButton = QStringLiteral("Cancel"),
+        .confirmsByReturn = false,
     };
 }
 
@@ -72,7 +73,7 @@ QMessageBox* makeAlert(const Alert& alert, QWidget* parent, const Event<bool>& d
     }
     QPushButton* confirm = box->addButton(plainButtonText(alert.confirmButton), QMessageBox::AcceptRole);
     QPushButton* cancel = box->addButton(plainButtonText(alert.cancelButton), QMessageBox::RejectRole);
-    box->setDefaultButton(confirm);
+    box->setDefaultButton(alert.confirmsByReturn ? confirm : cancel);
     box->setEscapeButton(cancel);
     QObject::connect(confirm, &QPushButton::clicked, box, [done] { done.complete(true); });
     return box;

@@ -14,9 +14,11 @@ struct Alert {
     Style style = Style::Information;
     QString message;
     QString informativeText;
-    /// The first button, chosen by Return.
+    /// The first button.
     QString confirmButton;
     QString cancelButton;
+    /// Which of them Return presses.
+    bool confirmsByReturn = true;
 };
 
 struct SavePanel {

@@ -5,11 +5,13 @@
 #include "app/views/LogsView.h"
 #include "app/widgets/Switch.h"
 #include "app/widgets/TextBox.h"
+#include "platform/SettingsStore.h"
 #include "support/Await.h"
 
 #include <QApplication>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QScreen>
 #include <QTest>
 
 using namespace orvanel;
@@ -25,6 +27,13 @@ int count() {
         number += qobject_cast<const Window*>(window) != nullptr ? 1 : 0;
     }
     return number;
+}
+
+/// As it is kept of a window there.
+QString placeOf(const QRect& there) {
+    QWidget window;
+    window.setGeometry(there);
+    return QString::fromLatin1(window.saveGeometry().toBase64());
 }
 
 /// A program that runs, with its main window open.
@@ -89,6 +98,40 @@ private Q_SLOTS:
         QVERIFY(again->findChild<Switch*>()->isChecked());
         world.advance(1s);
         QCOMPARE(again->findChild<TextBox*>()->content(), QStringLiteral("first\n"));
+    }
+
+    void windowsComeBackWhereTheyWere() {
+        Running world;
+        world.open();
+        const QRect there(41, 52, 653, 444);
+        world.openLogs()->setGeometry(there);
+        world.mainWindow()->showMaximized();
+        world.settle();
+        world.app().window(windowId::logs())->close();
+        world.mainWindow()->close();
+        world.settle();
+
+        world.app().openMainWindow();
+        QVERIFY(world.mainWindow()->isMaximized());
+        QCOMPARE(world.openLogs()->geometry(), there);
+    }
+
+    /// What somebody wrote into the settings by hand, or what was kept on a screen that is gone.
+    void placesThatMakeNoSenseAreForgotten_data() {
+        QTest::addColumn<QString>("kept");
+        QTest::newRow("no place") << QStringLiteral("here");
+        QTest::newRow("cut") << placeOf(QRect(10, 10, 700, 500)).left(20);
+        QTest::newRow("far away") << placeOf(QRect(90'000, 90'000, 760, 520));
+        QTest::newRow("too small") << placeOf(QRect(10, 10, 1, 1));
+    }
+    void placesThatMakeNoSenseAreForgotten() {
+        QFETCH(const QString, kept);
+        Running world;
+        QVERIFY(SettingsStore(world.settingsFile).setText(QStringLiteral("logsWindow"), kept));
+        world.open();
+        const QWidget* const logs = world.openLogs();
+        QVERIFY(logs->screen()->availableGeometry().intersects(logs->frameGeometry()));
+        QVERIFY(logs->width() >= 600 && logs->height() >= 400);
     }
 
     void aClosedLogsWindowReadsNoMore() {

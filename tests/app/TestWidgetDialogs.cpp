@@ -149,7 +149,7 @@ private Q_SLOTS:
         auto* dialog = shown<QFileDialog>();
         QVERIFY(dialog != nullptr);
         QCOMPARE(dialog->acceptMode(), QFileDialog::AcceptSave);
-        QCOMPARE(dialog->windowTitle(), QStringLiteral("Where to?"));
+        QCOMPARE(dialog->windowTitle(), QStringLiteral("Save – Where to?"));
         QCOMPARE(dialog->parentWidget(), m_window);
         QVERIFY(dialog->selectedFiles().value(0).endsWith(QStringLiteral("/Backup")));
         dialog->selectFile(home.path(QStringLiteral("Other")));
@@ -192,7 +192,16 @@ private Q_SLOTS:
         QCOMPARE(shown<QFileDialog>()->selectedFiles(), QStringList(taken));
         QTest::keyClick(shown<QFileDialog>(), Qt::Key_Return);
         QVERIFY(waitUntil([&] { return shown<QMessageBox>() != nullptr; }));
+
+        // Return loses nothing; only the button itself does.
         QTest::keyClick(shown<QMessageBox>(), Qt::Key_Return);
+        QVERIFY(waitUntil([&] { return shown<QFileDialog>() != nullptr; }));
+        QVERIFY(!answer->isGiven);
+        QTest::keyClick(shown<QFileDialog>(), Qt::Key_Return);
+        QVERIFY(waitUntil([&] { return shown<QMessageBox>() != nullptr; }));
+        QAbstractButton* const replace = shown<QMessageBox>()->buttons().value(0);
+        QCOMPARE(replace->text(), QStringLiteral("Replace"));
+        QTest::mouseClick(replace, Qt::LeftButton);
         QVERIFY(waitUntil([&] { return answer->isGiven; }));
         QCOMPARE(answer->value, taken);
     }
