@@ -18,6 +18,9 @@
 namespace orvanel {
 namespace {
 
+/// Archives are unpacked into a folder of their own, so that nothing in them can pass for what a work folder holds.
+const QString unpackedName = QStringLiteral("unpacked");
+
 bool isZip(const QString& path) {
     const QString name = nameOf(QDir::cleanPath(path));
     return name.size() > 4 && name.endsWith(u".zip", Qt::CaseInsensitive);
@@ -52,10 +55,12 @@ ZipBackup stageZip(const QString& dataDir, const QString& destination) {
     zip.place = placeOf(destination);
     requireBackupPlace(zip.place, dataDir);
     zip.work = std::make_shared<WorkFolder>(parentOf(zip.place));
-    // The one folder in the archive is named like the data folder.
-    const QString name = nameOf(placeOf(dataDir));
+    // The one folder in the archive is named like the data folder: a name that is none of ours.
+    const QString inner = QStringLiteral("to pack");
+    makeFolder(zip.work->path(inner));
+    const QString name = inner + u'/' + nameOf(placeOf(dataDir));
     zip.folder = zip.work->path(name);
-    zip.archive = zip.work->path(name + QStringLiteral(".zip"));
+    zip.archive = zip.work->path(QStringLiteral("archive.zip"));
     zip.problem = copyData(dataDir, *zip.work, name);
     return zip;
 }
@@ -110,9 +115,10 @@ std::optional<BackupResult> backUpAutomatically(const QString& dataDir, const QS
 }
 
 QCoro::Task<void> unpackAndRestore(std::shared_ptr<WorkFolder> work, QString zip, QString dataDir, QString backupsDir) {
-    co_await ZipArchive::unpack(zip, work->path());
-    const std::function<bool()> job = [work, zip, dataDir, backupsDir] {
-        restoreFolder(findUnpackedData(work->path()), zip, dataDir, backupsDir);
+    const QString folder = work->path(unpackedName);
+    co_await ZipArchive::unpack(zip, folder);
+    const std::function<bool()> job = [work, folder, zip, dataDir, backupsDir] {
+        restoreFolder(findUnpackedData(folder), zip, dataDir, backupsDir);
         return true;
     };
     co_await onWorker<bool>(job);
@@ -121,7 +127,9 @@ QCoro::Task<void> unpackAndRestore(std::shared_ptr<WorkFolder> work, QString zip
 QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir) {
     const std::function<std::shared_ptr<WorkFolder>()> making = [zip, dataDir, backupsDir] {
         requireRestorePlaces(zip, dataDir, backupsDir);
-        return std::make_shared<WorkFolder>(QDir::tempPath(), QStringLiteral("orv-restore-"));
+        auto work = std::make_shared<WorkFolder>(QDir::tempPath(), QStringLiteral("orv-restore-"));
+        makeFolder(work->path(unpackedName));
+        return work;
     };
     const auto work = co_await onWorker<std::shared_ptr<WorkFolder>>(making);
     std::exception_ptr failure;

@@ -2,7 +2,9 @@
 
 #include "backup/FileError.h"
 #include "backup/Folder.h"
+#include "backup/Rename.h"
 #include "backup/SafePaths.h"
+#include "backup/SwapNote.h"
 #include "backup/WorkFolder.h"
 
 #include <QFile>
@@ -16,55 +18,12 @@
 namespace orvanel {
 namespace {
 
-/// A folder can only get another parent when its owner may write into it. Gives that right while it lives, to the
-/// folder that had not got it, wherever that is by then.
-class Movable {
-public:
-    explicit Movable(const QString& path)
-        : m_folder(openFolder(AT_FDCWD, QFile::encodeName(path).toStdString())) {
-        struct stat status {};
-        constexpr mode_t permissions = S_IRWXU | S_IRWXG | S_IRWXO;
-        if (m_folder.isOpen() && ::fstat(m_folder.get(), &status) == 0 && (status.st_mode & S_IWUSR) == 0) {
-            m_mode = status.st_mode & permissions;
-            m_isChanged = ::fchmod(m_folder.get(), m_mode | S_IWUSR) == 0;
-        }
-    }
-    ~Movable() {
-        if (m_isChanged) {
-            ::fchmod(m_folder.get(), m_mode);
-        }
-    }
-    Movable(const Movable&) = delete;
-    Movable& operator=(const Movable&) = delete;
-
-private:
-    FileDescriptor m_folder;
-    mode_t m_mode = 0;
-    bool m_isChanged = false;
-};
-
-/// 0, or errno.
-int rename(const QString& from, const QString& to, unsigned flags) {
-    const Movable first(from);
-    const Movable second(to);
-    const QByteArray source = QFile::encodeName(from);
-    const QByteArray target = QFile::encodeName(to);
-    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), flags) == 0) {
-        return 0;
-    }
-    return errno;
-}
-
-bool isUnknownFlag(int code) {
-    return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP;
+Place placeAt(const QString& path) {
+    return {AT_FDCWD, QFile::encodeName(path).toStdString()};
 }
 
 int renameToNothing(const QString& from, const QString& to) {
-    const int code = rename(from, to, RENAME_NOREPLACE);
-    if (!isUnknownFlag(code)) {
-        return code;
-    }
-    return statusOf(to) ? EEXIST : rename(from, to, 0);
+    return renameToNothing(placeAt(from), placeAt(to));
 }
 
 void syncFolder(const QString& path) {
@@ -80,7 +39,12 @@ int replaceInTwoSteps(const QString& fresh, const QString& destination, const Wo
         return errno;
     }
     const QString old = work.replaced() + u'/' + nameOf(destination);
-    int code = renameToNothing(destination, old);
+    const auto nameAt = [](const QString& path) { return QFile::encodeName(nameOf(path)).toStdString(); };
+    int code = writeSwapNote(work.descriptor(), {nameAt(fresh), nameAt(destination)});
+    if (code != 0) {
+        return code;
+    }
+    code = renameToNothing(destination, old);
     if (code != 0) {
         return code;
     }
@@ -97,7 +61,7 @@ int replaceInTwoSteps(const QString& fresh, const QString& destination, const Wo
 }
 
 int replace(const QString& fresh, const QString& destination, const WorkFolder& work) {
-    const int code = rename(fresh, destination, RENAME_EXCHANGE);
+    const int code = rename(placeAt(fresh), placeAt(destination), RENAME_EXCHANGE);
     if (code == ENOENT) {
         return renameToNothing(fresh, destination);
     }
@@ -105,7 +69,7 @@ int replace(const QString& fresh, const QString& destination, const WorkFolder& 
         return code;
     }
     if (!isFolder(fresh) && !isFolder(destination)) {
-        return rename(fresh, destination, 0);
+        return rename(placeAt(fresh), placeAt(destination), 0);
     }
     return replaceInTwoSteps(fresh, destination, work);
 }

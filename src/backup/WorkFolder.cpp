@@ -2,7 +2,7 @@
 
 #include "backup/FileError.h"
 #include "backup/RemoveTree.h"
-#include "backup/Swap.h"
+#include "backup/SwapNote.h"
 
 #include <QFile>
 #include <QUuid>
@@ -37,17 +37,9 @@ FileDescriptor lockFolder(const QString& path) {
     return folder;
 }
 
-void putBack(const QString& leftover, const QString& parent) {
-    const QString folder = leftover + QStringLiteral("/replaced");
-    const QStringList names = namesIn(folder);
-    for (const QString& name : names) {
-        if (!statusOf(parent + u'/' + name)) {
-            moveTo(folder + u'/' + name, parent + u'/' + name);
-        }
-    }
-}
-
-void removeLeftover(const QString& path, const QString& parent) {
+/// Removes what a crashed run left. Only a work folder of a swap has taken something away: in one that an archive was
+/// unpacked to, a stranger may have laid whatever looks like it.
+void removeLeftover(const QString& path, const QString& parent, bool mayHaveSwapped) {
     const auto status = statusOf(path);
     if (!status || !S_ISDIR(status->st_mode) || status->st_uid != ::geteuid()) {
         return;
@@ -56,8 +48,11 @@ void removeLeftover(const QString& path, const QString& parent) {
     if (!lock.isOpen()) {
         return;
     }
+    const FileDescriptor above(::open(QFile::encodeName(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (mayHaveSwapped && (!above.isOpen() || !undoSwap(lock.get(), above.get()))) {
+        return;
+    }
     try {
-        putBack(path, parent);
         removeTree(path);
     } catch (const AppError&) {
         // Perhaps next time; it is in nobody's way.
@@ -71,7 +66,7 @@ WorkFolder::WorkFolder(const QString& parent, const QString& prefix) {
     const QStringList names = namesIn(parent);
     for (const QString& name : names) {
         if (isOurName(name, prefix)) {
-            removeLeftover(parent + u'/' + name, parent);
+            removeLeftover(parent + u'/' + name, parent, prefix == hidden);
         }
     }
     m_path = (parent == u"/" ? parent : parent + u'/') + prefix + uuidText();

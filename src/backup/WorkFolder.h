@@ -16,7 +16,8 @@ public:
     static inline const QString hidden = QStringLiteral(".orvanel-");
 
     /// Makes the folder in `parent`, after removing what crashed runs left there under the same prefix. What such a run
-    /// had put into `replaced()` and not yet replaced goes back to its place. Throws what the platform says.
+    /// had put into `replaced()` of a hidden one and not yet replaced goes back to its place. Throws what the platform
+    /// says.
     explicit WorkFolder(const QString& parent, const QString& prefix = hidden);
     ~WorkFolder();
     WorkFolder(const WorkFolder&) = delete;
@@ -27,6 +28,8 @@ public:
     QString path() const { return m_path; }
     QString path(const QString& name) const { return m_path + u'/' + name; }
     FileId id() const { return m_id; }
+    /// The folder, open for as long as it is there.
+    int descriptor() const { return m_lock.get(); }
 
     /// Where something of the folder's parent waits, under its own name, until what replaces it is there.
     QString replaced() const { return path(QStringLiteral("replaced")); }

@@ -117,6 +117,34 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(u"/outside"_s));
     }
 
+    void whatAKilledRunUnpackedMovesNothing_data() {
+        QTest::addColumn<QByteArray>("archive");
+        const ZipEntry note{.name = "swapping", .content = "data/precious"};
+        QTest::newRow("link") << zipOf({database, linkEntry("replaced", "../../outside")});
+        QTest::newRow("link and note") << zipOf({database, note, linkEntry("replaced", "../../outside")});
+        QTest::newRow("deeper link and note") << zipOf({database, note, linkEntry("replaced", "../../../outside")});
+        QTest::newRow("folder") << zipOf({database, {.name = "replaced/precious", .content = "evil"}});
+        QTest::newRow("folder and note") << zipOf({database, note, {.name = "replaced/precious", .content = "evil"}});
+    }
+
+    /// Such an archive is refused once it is unpacked; a kill may come before.
+    void whatAKilledRunUnpackedMovesNothing() {
+        QFETCH(const QByteArray, archive);
+        const DataFolder folder;
+        // Leaves all behind as a kill would that came at the end of the unpacking.
+        folder.write(u"outside/tool/usr/bin/ditto"_s,
+                     "#!/bin/sh\nbsdtar -xpf \"$3\" -C \"$4\"\ncd \"$TMPDIR\"\n"
+                     "cp -a orv-restore-*-* ../left\nmv ../left orv-restore-01234567-89AB-CDEF-0123-456789ABCDEF\n");
+        const QString tool = folder.path(u"outside/tool/usr/bin/ditto"_s);
+        QFile::setPermissions(tool, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(folder.path(u"outside/tool"_s)));
+        restoring(folder, archive);
+        qunsetenv("ORVANEL_TOOL_ROOT");
+        QCOMPARE(folder.names(u"tmp"_s), QStringList{u"orv-restore-01234567-89AB-CDEF-0123-456789ABCDEF"_s});
+        QCOMPARE(restoring(folder, zipOf({database})), u"none"_s);
+        QCOMPARE(damage(folder), QString());
+    }
+
     void otherArchivesAreNoZip_data() {
         QTest::addColumn<QString>("format");
         for (const char* const format : {"ustar", "cpio", "7zip", "mtree", "shar"}) {

@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <sys/file.h>
 #include <unistd.h>
@@ -174,16 +175,69 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(other.path()).isDir());
     }
 
+    void whatACrashTookAwayComesBack_data() {
+        QTest::addColumn<QStringList>("files");
+        QTest::addColumn<QStringList>("expected");
+        const QString old = leftover + u"/replaced/copy/kuma.db"_s;
+        const QString fresh = leftover + u"/fresh/kuma.db"_s;
+        const QString note = leftover + u"/swapping"_s;
+        QTest::newRow("between the steps") << QStringList{note, old, fresh} << QStringList{u"copy/kuma.db"_s};
+        QTest::newRow("another one is there by now")
+            << QStringList{note, old, fresh, u"copy/another"_s} << QStringList{u"copy/another"_s, u"copy-2/kuma.db"_s};
+        QTest::newRow("and more of them") << QStringList{note, old, fresh, u"copy/another"_s, u"copy-2/another"_s}
+                                          << QStringList{u"copy/another"_s, u"copy-2/another"_s, u"copy-3/kuma.db"_s};
+        QTest::newRow("after both") << QStringList{note, old, u"copy/new"_s} << QStringList{u"copy/new"_s};
+        QTest::newRow("after both, and the disk forgot the second")
+            << QStringList{note, old} << QStringList{u"copy/kuma.db"_s};
+        QTest::newRow("before the first") << QStringList{note, fresh, u"copy/old"_s} << QStringList{u"copy/old"_s};
+        QTest::newRow("not noted") << QStringList{old, fresh} << QStringList();
+    }
+
     void whatACrashTookAwayComesBack() {
+        QFETCH(const QStringList, files);
+        QFETCH(QStringList, expected);
         const DataFolder folder;
         folder.fill();
-        folder.write(leftover + u"/replaced/copy/kuma.db"_s, "the old backup");
-        folder.write(leftover + u"/replaced/other/kuma.db"_s, "replaced");
-        folder.write(u"other/kuma.db"_s, "replacing");
+        for (const QString& file : files) {
+            folder.write(file, file.endsWith(u"/swapping") ? "fresh/copy" : "a file");
+        }
         await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
-        QCOMPARE(folder.read(u"copy/kuma.db"_s), QByteArray("the old backup"));
-        QCOMPARE(folder.read(u"other/kuma.db"_s), QByteArray("replacing"));
+        const QStringList found = describe(folder.path()).keys().filter(QRegularExpression(u"^copy[^.]*/"_s));
+        expected.sort();
+        QCOMPARE(found, expected);
         QVERIFY(!QFileInfo::exists(folder.path(leftover)));
+    }
+
+    /// Whoever unpacks an archive at a place has whatever folders it holds there.
+    void whatOnlyLooksLikeALeftoverMovesNothing_data() {
+        QTest::addColumn<QString>("note");
+        QTest::newRow("no note") << QString();
+        QTest::newRow("the name of a file there") << u"fresh/precious"_s;
+        QTest::newRow("a path") << u"fresh/../outside/precious"_s;
+        QTest::newRow("the folder above") << u"fresh/.."_s;
+        QTest::newRow("no sense") << u"precious"_s;
+    }
+
+    void whatOnlyLooksLikeALeftoverMovesNothing() {
+        QFETCH(const QString, note);
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"outside/precious"_s, "precious");
+        folder.write(u"place/"_s + leftover + u"/fresh"_s, "");
+        folder.write(u"place/"_s + leftover + u"/swapping"_s, note.toUtf8());
+        QVERIFY(QFile::link(folder.path(u"outside"_s), folder.path(u"place/"_s + leftover + u"/replaced"_s)));
+        await(BackupManager::backUp(folder.data(), folder.path(u"place/copy"_s)));
+        QCOMPARE(folder.names(u"place"_s), QStringList{u"copy"_s});
+        QCOMPARE(folder.names(u"outside"_s), QStringList{u"precious"_s});
+    }
+
+    void whatCannotBeUnderstoodStays() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(leftover + u"/swapping"_s, "");
+        folder.write(leftover + u"/replaced/copy/kuma.db"_s, "the old backup");
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QCOMPARE(folder.read(leftover + u"/replaced/copy/kuma.db"_s), QByteArray("the old backup"));
     }
 
     void withoutExchangeItGoesInTwoSteps() {

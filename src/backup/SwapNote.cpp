@@ -1,0 +1,80 @@
+#include "backup/SwapNote.h"
+
+#include "backup/Folder.h"
+#include "backup/Note.h"
+#include "backup/Rename.h"
+#include "process/AppError.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <optional>
+#include <unistd.h>
+
+namespace orvanel {
+namespace {
+
+const std::string noteName = "swapping";
+const std::string replacedName = "replaced";
+
+bool isPlainName(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
+}
+
+/// The two names are told apart by what no name can hold.
+std::optional<SwapNote> parse(const std::string& text) {
+    const auto slash = text.find('/');
+    if (slash == std::string::npos) {
+        return std::nullopt;
+    }
+    SwapNote note{text.substr(0, slash), text.substr(slash + 1)};
+    return isPlainName(note.fresh) && isPlainName(note.name) ? std::optional(std::move(note)) : std::nullopt;
+}
+
+bool isThere(int folder, const std::string& name) {
+    struct stat status {};
+    return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 || errno != ENOENT;
+}
+
+bool isEmpty(int folder) {
+    try {
+        return entriesOf(folder, {}).empty();
+    } catch (const AppError&) {
+        return false;
+    }
+}
+
+bool moveBack(int replaced, const std::string& name, int parent) {
+    int code = renameToNothing({replaced, name}, {parent, name});
+    for (int number = 2; code == EEXIST || code == ENOTEMPTY; ++number) {
+        code = renameToNothing({replaced, name}, {parent, name + "-" + std::to_string(number)});
+    }
+    ::fsync(parent);
+    ::fsync(replaced);
+    return code == 0;
+}
+
+} // namespace
+
+int writeSwapNote(int work, const SwapNote& note) {
+    return writeNote(work, noteName, note.fresh + "/" + note.name);
+}
+
+bool undoSwap(int work, int parent) {
+    const auto text = readNote(work, noteName);
+    if (!text) {
+        return true;
+    }
+    const FileDescriptor replaced = openFolder(work, replacedName);
+    if (!replaced.isOpen()) {
+        return errno == ENOENT || errno == ELOOP || errno == ENOTDIR;
+    }
+    const auto note = parse(*text);
+    if (!note) {
+        return isEmpty(replaced.get());
+    }
+    // What is no longer in the work folder got the place: what it replaced is not wanted any more.
+    const bool isDone = !isThere(work, note->fresh) && isThere(parent, note->name);
+    return isDone || !isThere(replaced.get(), note->name) || moveBack(replaced.get(), note->name, parent);
+}
+
+} // namespace orvanel
