@@ -165,7 +165,7 @@ QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_t
     const auto handle = std::make_shared<ProcessHandle>();
     m_processHandle = handle;
     // Cancelled already, before there was a handle to cancel: then nothing is downloaded.
-    if (stop.stop_requested()) {
+    if (stop.stop_requested() || m_isLeaving) {
         handle->cancel();
     }
     const bool hasCompose = co_await ensureCompose(docker);
@@ -183,6 +183,9 @@ QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_t
 
 QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional<QString> existing, bool recreate) {
     const bool hasCompose = co_await ensureCompose(docker);
+    if (m_isLeaving) {
+        co_return CommandResult{.cancelled = true};
+    }
     if (hasCompose) {
         const QStringList up = composeArgs(QStringList{QStringLiteral("up"), QStringLiteral("-d")});
         const CommandResult result = co_await command(docker, up, upLimit);
@@ -194,6 +197,9 @@ QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional
     if (existing) {
         const QStringList remove{QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")};
         co_await command(docker, remove, removeOldLimit);
+    }
+    if (m_isLeaving) {
+        co_return CommandResult{.cancelled = true};
     }
     const QStringList run{QStringLiteral("run"),
                           QStringLiteral("-d"),

@@ -109,7 +109,8 @@ public:
     /// Forgets the docker tool and probes again.
     void recheck();
     /// For the end of the program. Ends the poll loop, asks the cancellable children to terminate, and pins the old
-    /// version again while the new one is not downloaded. An operation under way is not cancelled.
+    /// version again while the new one is not downloaded. An operation under way is not cancelled, but from now on,
+    /// until begin(), none downloads anything or brings the container up.
     void shutdownPolling();
     /// Stops the container, through compose where that works; the result of the last command run.
     QCoro::Task<CommandResult> runStop(QString docker);
@@ -291,6 +292,8 @@ private:
     /// What an update has pinned and not downloaded yet.
     std::optional<TagChange> m_tagChange;
 
+    /// Whether the program ends: what stops the container then must have the last word.
+    bool m_isLeaving = false;
     /// Counts the operations begun, so that a probe notices one that began and ended while it waited.
     int m_operations = 0;
     /// When the status page was last asked; none stands for the distant past.

@@ -35,6 +35,7 @@ void KumaController::begin() {
     if (m_pollTask) {
         return;
     }
+    m_isLeaving = false;
     m_pollTask.emplace();
     m_tasks.start(poll(m_pollTask->get_token()), QStringLiteral("poll loop"));
 }
@@ -46,6 +47,7 @@ void KumaController::recheck() {
 }
 
 void KumaController::shutdownPolling() {
+    m_isLeaving = true;
     if (m_pollTask) {
         m_pollTask->request_stop();
         m_pollTask.reset();

@@ -85,6 +85,11 @@ QCoro::Task<void> KumaController::performUpdate(QString version, std::stop_token
     if (!isBackedUp) {
         co_return;
     }
+    if (m_isLeaving) {
+        const CommandResult notDownloaded{.cancelled = true};
+        fail(notDownloaded);
+        co_return;
+    }
     if (!pinTag(version)) {
         co_return;
     }

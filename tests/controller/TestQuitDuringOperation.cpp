@@ -1,8 +1,35 @@
+#include "BackupClicks.h"
 #include "UpdateSteps.h"
+#include "task/TaskScope.h"
 
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
+
+namespace {
+
+/// As the shell does it for a user who wants the container stopped at the end.
+QCoro::Task<void> quit(KumaController* kuma) {
+    kuma->shutdownPolling();
+    const QString docker = kuma->dockerPath().value();
+    const CommandResult result = co_await kuma->runStop(docker);
+    Q_UNUSED(result)
+}
+
+void requestOperation(ControllerFixture& world, const QString& operation) {
+    if (operation == u"update") {
+        confirmUpdate(world);
+    } else if (operation == u"restore") {
+        restoreFrom(world, QStringLiteral("/home/ann/Backup.zip"));
+    } else if (operation == u"restart") {
+        world.controller().restart();
+    } else {
+        world.controller().start();
+    }
+    world.settle();
+}
+
+} // namespace
 
 /// The end of the program in the middle of an operation: what it leaves behind.
 class TestQuitDuringOperation : public QObject {
@@ -60,6 +87,95 @@ private Q_SLOTS:
         world.controller().shutdownPolling();
         verifyPinned(world, QStringLiteral("nightly"));
         QCOMPARE(storedTag(world), QStringLiteral("nightly"));
+    }
+
+    void duringTheBackupBeforeAnUpdate() {
+        ControllerFixture world;
+        prepareUpdate(world);
+        QStringList tags;
+        const KumaController& kuma = world.controller();
+        QObject::connect(&kuma, &KumaController::changed, &kuma, [&] { tags.append(kuma.imageTag()); });
+        world.backups.holds = true;
+        confirmUpdate(world);
+        world.controller().shutdownPolling();
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Cancelled."), QString()}));
+        verifyUntouched(world);
+        // Not for a moment, which might be the program's last one.
+        QVERIFY(!tags.isEmpty() && !tags.contains(newTag));
+    }
+
+    void theContainerStaysStopped_data() {
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<bool>("compose");
+        QTest::addColumn<QString>("stage");
+        for (const bool compose : {true, false}) {
+            const char* how = compose ? "compose" : "plain";
+            QTest::addRow("update, backup, %s", how) << "update" << compose << "backup";
+            QTest::addRow("update, probe after the download, %s", how) << "update" << compose << "inspect";
+            QTest::addRow("restore, %s", how) << "restore" << compose << "backup";
+            QTest::addRow("restart, runtime, %s", how) << "restart" << compose << "info";
+            QTest::addRow("restart, image, %s", how) << "restart" << compose << "image inspect";
+            QTest::addRow("start, compose, %s", how) << "start" << compose << "compose version";
+        }
+        QTest::newRow("update, old container, plain") << "update" << false << "rm";
+    }
+
+    /// Whatever the operation was at when the container was stopped.
+    void theContainerStaysStopped() {
+        QFETCH(const QString, operation);
+        QFETCH(const bool, compose);
+        QFETCH(const QString, stage);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        prepareUpdate(world);
+        KumaController& kuma = world.controller();
+        world.backups.holds = stage == u"backup";
+        if (stage == u"compose version") {
+            kuma.setDockerOverride(QString());
+        }
+        world.delay(qPrintable(stage), 10s, 1);
+        requestOperation(world, operation);
+        QVERIFY(kuma.busy());
+        QVERIFY(world.backups.holds ? world.backups.underWay == 1 : world.underWay() == QStringList(stage));
+
+        TaskScope tasks;
+        tasks.start(quit(&kuma), QStringLiteral("quit"));
+        world.advance(1s);
+        QCOMPARE(tasks.running(), 0);
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.docker().container || world.docker().container->state == "exited");
+        QCOMPARE(kuma.error()->message, QStringLiteral("Cancelled."));
+    }
+
+    void nothingIsDownloaded() {
+        ControllerFixture world;
+        prepareUpdate(world);
+        KumaController& kuma = world.controller();
+        world.docker().images.clear();
+        world.delay("image inspect", 20s, 1);
+        kuma.restart();
+        world.settle();
+        QCOMPARE(world.underWay(), names({"image inspect"}));
+        kuma.shutdownPolling();
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.docker().images.empty());
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+        QCOMPARE(kuma.error()->message, QStringLiteral("Cancelled."));
+    }
+
+    void pollingThatBeginsAnewBringsUpAgain() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.shutdownPolling();
+        kuma.begin();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QCOMPARE(world.docker().container->state, std::string("running"));
     }
 
     void afterTheDownloadTheNewVersionStays() {
