@@ -1,3 +1,4 @@
+#include "controller/ContainerAnswer.h"
 #include "controller/DatabaseError.h"
 #include "controller/KumaController.h"
 
@@ -42,6 +43,12 @@ Alert restoreQuestion(const QString& dataDir) {
         .confirmButton = QStringLiteral("Restore"),
         .cancelButton = QStringLiteral("Cancel"),
     };
+}
+
+OpError unknownStateError(const CommandResult& probe) {
+    const bool hasWords = !probe.timedOut && !probe.output.isEmpty();
+    return {QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."),
+            hasWords ? probe.output : DockerCLI::friendlyMessage(probe.output, probe.timedOut)};
 }
 
 } // namespace
@@ -122,13 +129,26 @@ QCoro::Task<void> KumaController::askForRestore() {
 }
 
 QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token stop) {
-    co_await performStop();
-    if (m_error.value()) {
-        co_return;
+    if (!m_dockerPath.value()) {
+        m_dockerPath = m_env.findDocker(m_dockerOverride);
     }
+    const std::optional<QString> docker = m_dockerPath.value();
     std::optional<QString> failure;
     {
+        // Before the stop: a backup that is under way need not have the server stand still.
         const DataTurns::Turn turn = co_await m_dataTurns.take();
+        co_await performStop();
+        if (m_error.value()) {
+            co_return;
+        }
+        if (docker) {
+            // A stop that could not look at the container ends without an error, and the server may be running.
+            const CommandResult probe = co_await probeContainer(*docker);
+            if (!leavesDataAlone(probe)) {
+                m_error = unknownStateError(probe);
+                co_return;
+            }
+        }
         try {
             co_await m_env.restore(source, dataDir(), backupsDir());
         } catch (const std::exception& thrown) {

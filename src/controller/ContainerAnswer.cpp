@@ -1,6 +1,10 @@
 #include "controller/ContainerAnswer.h"
 
+#include "controller/PermissionDenied.h"
+
 #include <QStringList>
+
+#include <algorithm>
 
 namespace orvanel {
 
@@ -25,6 +29,21 @@ bool isStopped(const CommandResult& answer) {
     }
     const QStringList ended{QStringLiteral("created"), QStringLiteral("exited"), QStringLiteral("dead")};
     return ended.contains(stateWord(answer.output));
+}
+
+bool leavesDataAlone(const CommandResult& answer) {
+    if (answer.isSuccess()) {
+        return isStopped(answer);
+    }
+    if (answer.timedOut || answer.cancelled || isPermissionDenied(answer.output)) {
+        return false;
+    }
+    const QString text = answer.output.toLower();
+    // More than these may end in "not found": a context of the tool, a plug-in, the tool itself.
+    const QStringList plain{QStringLiteral("no such object"), QStringLiteral("no such container"),
+                            QStringLiteral("cannot connect to the docker daemon"),
+                            QStringLiteral("failed to connect to the docker api")};
+    return std::any_of(plain.begin(), plain.end(), [&text](const QString& words) { return text.contains(words); });
 }
 
 } // namespace orvanel

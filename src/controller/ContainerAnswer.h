@@ -18,4 +18,9 @@ bool isAbsent(const CommandResult& answer);
 /// answer tells nothing.
 bool isStopped(const CommandResult& answer);
 
+/// Whether the data folder may be replaced or deleted after this answer: no server can be at work on it, because the
+/// container is stopped, the daemon says in so many words that there is no such container, or there is no daemon that
+/// could run it. False when the answer tells nothing: the tool was refused, did not answer in time or has a fault.
+bool leavesDataAlone(const CommandResult& answer);
+
 } // namespace orvanel

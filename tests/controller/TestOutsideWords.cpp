@@ -44,6 +44,44 @@ private Q_SLOTS:
         QTEST(isStopped(answer), "stopped");
     }
 
+    void dataIsOnlyTouchedWhenNoServerCanRun_data() {
+        QTest::addColumn<CommandResult>("answer");
+        QTest::addColumn<bool>("expected");
+        const auto failure = [](const char* name, const char* output, bool expected) {
+            QTest::newRow(name) << CommandResult{.status = 1, .output = QString::fromLatin1(output)} << expected;
+        };
+        for (const char* word : {"exited", "created", "dead"}) {
+            QTest::newRow(word) << CommandResult{.status = 0, .output = QString::fromLatin1(word)} << true;
+        }
+        for (const char* word : {"running", "restarting", "paused", "removing", "something new"}) {
+            QTest::newRow(word) << CommandResult{.status = 0, .output = QString::fromLatin1(word)} << false;
+        }
+        failure("no container", "\nError: No such object: orvanel\n", true);
+        failure("no container, in other words", "Error response from daemon: No such container: orvanel", true);
+        failure("no daemon", "Cannot connect to the Docker daemon at unix:///x. Is the docker daemon running?", true);
+        failure("no daemon, in newer words", "failed to connect to the docker API at unix:///x; check if it runs",
+                true);
+        failure("refused",
+                "permission denied while trying to connect to the Docker daemon socket at unix:///x: connect: "
+                "permission denied",
+                false);
+        failure("refused, in newer words",
+                "failed to connect to the docker API at unix:///x: dial unix /x: connect: permission denied", false);
+        failure("no such context", "unable to resolve docker endpoint: context \"x\": context not found", false);
+        failure("no words", "", false);
+        failure("a fault", "Error response from daemon: something went wrong", false);
+        const auto none = QStringLiteral("Error: No such object: orvanel");
+        QTest::newRow("late") << CommandResult{.status = 1, .output = none, .timedOut = true} << false;
+        QTest::newRow("cancelled") << CommandResult{.status = 1, .output = none, .cancelled = true} << false;
+        QTest::newRow("no tool") << CommandResult{.status = -1, .output = QStringLiteral("Could not run /x: no")}
+                                 << false;
+    }
+
+    void dataIsOnlyTouchedWhenNoServerCanRun() {
+        QFETCH(const CommandResult, answer);
+        QTEST(leavesDataAlone(answer), "expected");
+    }
+
     void majorChange_data() {
         QTest::addColumn<QString>("tag");
         QTest::addColumn<QString>("latest");

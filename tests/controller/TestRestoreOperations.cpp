@@ -70,8 +70,8 @@ private Q_SLOTS:
         QCOMPARE(world.backups.jobs.size(), 1);
         QCOMPARE(world.backups.jobs.first().arguments,
                  (QStringList{zip, kuma.dataDir(), world.applicationSupport + QStringLiteral("/Orvanel/Backups")}));
-        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "info", "inspect",
-                                              "image inspect", "compose up", "inspect"}));
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "inspect", "info",
+                                              "inspect", "image inspect", "compose up", "inspect"}));
         QVERIFY(kuma.kuma() == KumaState::running);
         QVERIFY(world.desktop.revealed.isEmpty());
     }
@@ -109,6 +109,85 @@ private Q_SLOTS:
         QVERIFY(world.backups.jobs.isEmpty());
         QVERIFY(world.controller().error().has_value());
         QCOMPARE(world.docker().container->state, std::string("running"));
+    }
+
+    void restoreReplacesNothingWhenItCannotLook_data() {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QString>("details");
+        const auto refusal = QStringLiteral("permission denied while trying to connect to the Docker daemon socket");
+        QTest::newRow("refused") << 1 << refusal << refusal;
+        QTest::newRow("no answer") << -1 << QString() << QStringLiteral("Docker did not answer in time.");
+        QTest::newRow("no words") << 1 << QString() << QStringLiteral("Docker reported an error.");
+        QTest::newRow("a fault") << 125 << QStringLiteral("context not found") << QStringLiteral("context not found");
+    }
+
+    void restoreReplacesNothingWhenItCannotLook() {
+        QFETCH(const int, status);
+        QFETCH(const QString, output);
+        QFETCH(const QString, details);
+        ControllerFixture world;
+        startServer(world);
+        if (status < 0) {
+            world.hang("inspect");
+        } else {
+            world.answer("inspect", status, output);
+        }
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QCOMPARE(world.controller().error(),
+                 (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."),
+                          details}));
+        QCOMPARE(world.docker().container->state, std::string("running"));
+        QVERIFY(!world.controller().busy());
+    }
+
+    void restoreWithoutADaemonGoesOn() {
+        ControllerFixture world;
+        const auto words = QStringLiteral("Cannot connect to the Docker daemon at unix:///x. Is the daemon running?");
+        world.answer("inspect", 1, words);
+        world.answer("info", 1, words);
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QVERIFY(!world.controller().error());
+    }
+
+    void restoreWithoutAToolGoesOn() {
+        ControllerFixture world;
+        world.installedDocker = std::nullopt;
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QVERIFY(world.takeCommands().isEmpty());
+        QVERIFY(world.controller().dockerState() == DockerState::missing);
+    }
+
+    /// Nobody has looked for the tool yet, and a server of the last session may be running.
+    void restoreLooksForTheToolBeforeItReplacesAnything() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "running");
+        QString stateAtWork;
+        world.backups.onWork = [&](const ScriptedBackups::Job&) {
+            stateAtWork = QString::fromStdString(world.docker().container->state);
+        };
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(stateAtWork, QStringLiteral("exited"));
+    }
+
+    void restoreLetsTheServerRunWhileABackupIsMade() {
+        ControllerFixture world;
+        startServer(world);
+        world.backups.holds = true;
+        backUpTo(world, zip);
+        restoreFrom(world, zip);
+        QCOMPARE(world.docker().container->state, std::string("running"));
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.backups.jobs.size(), 2);
+        QVERIFY(!world.controller().error());
     }
 
     void restoreThatFailsDoesNotStart() {
