@@ -42,8 +42,12 @@ QString allowedOrder(const QString& label) {
     if (label.startsWith(QStringLiteral("Stopping"))) {
         return stop;
     }
-    if (label.startsWith(QStringLiteral("Restarting")) || label.startsWith(QStringLiteral("Restoring"))) {
+    if (label.startsWith(QStringLiteral("Restarting"))) {
         return stop + start;
+    }
+    if (label.startsWith(QStringLiteral("Restoring"))) {
+        // Whatever the stop found, one more look before the data is touched.
+        return stop + QStringLiteral("(inspect;)?") + start;
     }
     if (label.startsWith(QStringLiteral("Updating"))) {
         return QStringLiteral("(compose version;)?((compose pull;|pull;)"
