@@ -1,4 +1,3 @@
-#include "controller/DatabaseError.h"
 #include "controller/ImageTag.h"
 #include "controller/KumaController.h"
 
@@ -126,9 +125,9 @@ QCoro::Task<bool> KumaController::backUpBeforeUpdate() {
         co_return false;
     }
     // The new version may migrate the data at once: what it changes, only a good backup can bring back.
-    if (std::optional<OpError> problem = databaseError(backup)) {
-        problem->details += QStringLiteral("\n\nThe update was not started. The backup is\n") + backup->path;
-        m_error = problem;
+    if (backup && backup->databaseProblem) {
+        m_error = OpError{QStringLiteral("The backup before the update did not pass a check, so nothing was changed."),
+                          QStringLiteral("%1\n\nThe backup is\n%2").arg(*backup->databaseProblem, backup->path)};
         co_return false;
     }
     co_return true;

@@ -22,7 +22,8 @@ const QStringList& expected() {
             "Uptime Kuma keeps restarting. Open the logs to see why.|The backup failed.|"
             "The restore failed. The disk is full.|The backup before the update failed, so nothing was changed.|"
             "The new version's name cannot be an image tag, so nothing was changed.|"
-            "The backup was made, but its database did not pass a check.")
+            "The backup was made, but its database did not pass a check.|"
+            "The backup before the update did not pass a check, so nothing was changed.")
             .split(u'|');
     return list;
 }

@@ -159,9 +159,10 @@ private Q_SLOTS:
         world.backups.databaseProblem = QStringLiteral("row 7 missing from index");
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        const OpError error = world.controller().error().value();
-        QCOMPARE(error.message, QStringLiteral("The backup was made, but its database did not pass a check."));
-        QVERIFY(error.details.startsWith(QStringLiteral("row 7 missing from index\n")));
+        QCOMPARE(world.controller().error(),
+                 (OpError{QStringLiteral("The backup before the update did not pass a check, so nothing was changed."),
+                          QStringLiteral("row 7 missing from index\n\nThe backup is\n%1/before-update")
+                              .arg(world.controller().backupsDir())}));
         verifyUntouched(world);
     }
 
