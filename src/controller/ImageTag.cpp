@@ -12,7 +12,8 @@ QString majorPart(const QString& version) {
 
 } // namespace
 
-// The form is that of the registries' protocol ("tag" in the OCI distribution specification).
+// What a registry accepts as a tag: https://github.com/opencontainers/distribution-spec/blob/main/spec.md, under
+// "Pulling manifests".
 bool isValidImageTag(const QString& tag) {
     static const QRegularExpression form(QStringLiteral("\\A[A-Za-z0-9_][A-Za-z0-9_.-]{0,127}\\z"));
     return form.match(tag).hasMatch();
