@@ -34,7 +34,7 @@ bool exists(const QString& dataDir) {
 BackupResult backUpToFolder(const QString& dataDir, const QString& destination) {
     const QString place = placeOf(destination);
     requireBackupPlace(place, dataDir);
-    const WorkFolder work(parentOf(place));
+    WorkFolder work(parentOf(place));
     const QString name = QStringLiteral("copy");
     auto problem = copyData(dataDir, work, name);
     putInPlace(work.path(name), place, work);

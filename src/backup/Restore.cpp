@@ -10,10 +10,12 @@
 #include "backup/UnpackedCheck.h"
 #include "backup/WorkFolder.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
-#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace orvanel {
@@ -31,12 +33,21 @@ void requireMovable(const QString& dataDir) {
     }
 }
 
-dev_t deviceOf(const QString& path) {
+FileId idOf(const QString& path) {
     const auto status = statusOf(path);
-    if (!status) {
-        throw fileError(path, ENOENT);
-    }
-    return status->st_dev;
+    return status ? FileId(*status) : FileId();
+}
+
+/// Whether a rename can lead from one to the other: a mount in between forbids it even within one file system.
+bool isOneMount(const QString& path, const QString& other) {
+    const auto mountOf = [](const QString& at) {
+        struct statx status {};
+        const bool isKnown =
+            ::statx(AT_FDCWD, QFile::encodeName(at).constData(), AT_SYMLINK_NOFOLLOW, STATX_MNT_ID, &status) == 0 &&
+            (status.stx_mask & STATX_MNT_ID) != 0;
+        return isKnown ? status.stx_mnt_id : 0;
+    };
+    return idOf(path).device == idOf(other).device && mountOf(path) == mountOf(other);
 }
 
 /// The data folder's way to its place among the backups: a rename, or a copy where they lie on another file system.
@@ -44,8 +55,9 @@ class KeptData {
 public:
     KeptData(QString dataDir, const QString& backupsDir)
         : m_dataDir(std::move(dataDir))
+        , m_id(idOf(m_dataDir))
         , m_place(backupsDir + u'/' + keptPrefix) {
-        if (deviceOf(m_dataDir) != deviceOf(backupsDir)) {
+        if (!isOneMount(m_dataDir, backupsDir)) {
             m_copy.emplace(backupsDir);
             requireRoom(backupsDir, bytesUsedBy(m_dataDir));
             copyTree(m_dataDir, m_copy->path(QStringLiteral("data")), {.never = m_copy->id()});
@@ -53,8 +65,8 @@ public:
         }
     }
 
-    /// When it throws, the data folder is as it was.
-    void replaceBy(const QString& fresh, const WorkFolder& work) {
+    /// When it throws, the data folder is as it was, or the sentence tells where it is.
+    void replaceBy(const QString& fresh, WorkFolder& work) {
         const QString kept = freeName(m_place + BackupManager::timestamp());
         moveTo(m_copy ? m_copy->path(QStringLiteral("data")) : m_dataDir, kept);
         try {
@@ -63,18 +75,30 @@ public:
             } else {
                 moveTo(fresh, m_dataDir);
             }
-        } catch (const AppError&) {
-            if (m_copy) {
-                removeTree(kept);
-            } else {
-                moveTo(kept, m_dataDir);
-            }
+        } catch (const AppError& error) {
+            takeBack(kept, error);
             throw;
         }
     }
 
 private:
+    void takeBack(const QString& kept, const AppError& error) const {
+        if (m_copy) {
+            // Only a copy that is not needed: the data itself is where it was.
+            if (idOf(m_dataDir) == m_id) {
+                removeTree(kept);
+            }
+            return;
+        }
+        try {
+            moveTo(kept, m_dataDir);
+        } catch (const AppError&) {
+            throw AppError(QStringLiteral("%1. The current data is now in %2").arg(error.message(), shownPath(kept)));
+        }
+    }
+
     QString m_dataDir;
+    FileId m_id;
     QString m_place;
     std::optional<WorkFolder> m_copy;
 };
@@ -122,7 +146,7 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
     const QString data = isSame(dataDir, dataDir) ? resolved(dataDir) : placeOf(dataDir);
     requireMovable(data);
 
-    const WorkFolder work(parentOf(data));
+    WorkFolder work(parentOf(data));
     requireRoom(work.path(), bytesUsedBy(source));
     const QString fresh = work.path(QStringLiteral("data"));
     copyTree(resolved(source), fresh, {.never = work.id()});

@@ -34,7 +34,7 @@ void syncFolder(const QString& path) {
     }
 }
 
-int replaceInTwoSteps(const QString& fresh, const QString& destination, const WorkFolder& work) {
+int replaceInTwoSteps(const QString& fresh, const QString& destination, WorkFolder& work) {
     if (::mkdir(QFile::encodeName(work.replaced()).constData(), S_IRWXU) != 0 && errno != EEXIST) {
         return errno;
     }
@@ -51,7 +51,11 @@ int replaceInTwoSteps(const QString& fresh, const QString& destination, const Wo
     syncFolder(work.replaced());
     code = renameToNothing(fresh, destination);
     if (code != 0) {
-        renameToNothing(old, destination);
+        if (renameToNothing(old, destination) != 0) {
+            work.keep();
+            throw AppError(QStringLiteral("%1. What was there is now in %2")
+                               .arg(fileError(destination, code).message(), shownPath(work.replaced())));
+        }
         return code;
     }
     // From here on it is not to be put back: it is about to be deleted, piece by piece.
@@ -60,9 +64,9 @@ int replaceInTwoSteps(const QString& fresh, const QString& destination, const Wo
     return 0;
 }
 
-int replace(const QString& fresh, const QString& destination, const WorkFolder& work) {
+int replace(const QString& fresh, const QString& destination, WorkFolder& work) {
     const int code = rename(placeAt(fresh), placeAt(destination), RENAME_EXCHANGE);
-    if (code == ENOENT) {
+    if (code == ENOENT || (isUnknownFlag(code) && !statusOf(destination))) {
         return renameToNothing(fresh, destination);
     }
     if (!isUnknownFlag(code)) {
@@ -92,7 +96,7 @@ void moveTo(const QString& from, const QString& to) {
     syncFolder(parentOf(from));
 }
 
-void putInPlace(const QString& fresh, const QString& destination, const WorkFolder& work) {
+void putInPlace(const QString& fresh, const QString& destination, WorkFolder& work) {
     const int code = replace(fresh, destination, work);
     if (code != 0) {
         throw fileError(destination, code);

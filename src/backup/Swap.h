@@ -16,7 +16,8 @@ void moveTo(const QString& from, const QString& to);
 
 /// Puts `fresh`, which lies in `work` and is on the disk, in the place of `destination`, beside which `work` lies: in
 /// one step where the file system can exchange two names, else by way of work.replaced(). What was there is in `work`
-/// afterwards and goes with it. When it throws, `destination` is as it was.
-void putInPlace(const QString& fresh, const QString& destination, const WorkFolder& work);
+/// afterwards and goes with it. When it throws, `destination` is as it was; or, when not even that can be had, what was
+/// there is in `work`, which is kept and named in the sentence.
+void putInPlace(const QString& fresh, const QString& destination, WorkFolder& work);
 
 } // namespace orvanel

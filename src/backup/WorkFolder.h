@@ -24,6 +24,8 @@ public:
     WorkFolder& operator=(const WorkFolder&) = delete;
 
     void remove();
+    /// Leaves the folder as what a crash leaves: the next run at this place gives back what it holds, then removes it.
+    void keep() { m_lock.reset(); }
 
     QString path() const { return m_path; }
     QString path(const QString& name) const { return m_path + u'/' + name; }

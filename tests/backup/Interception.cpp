@@ -88,6 +88,11 @@ int __wrap_renameat2(int from, const char* source, int to, const char* target, u
         errno = EINVAL;
         return -1;
     }
+    const auto& renameFailure = orvanel::test::interception().renameFailure;
+    if (const int code = renameFailure ? renameFailure(source, target) : 0; code != 0) {
+        errno = code;
+        return -1;
+    }
     return __real_renameat2(from, source, to, target, flags);
 }
 }

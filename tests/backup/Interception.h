@@ -14,6 +14,8 @@ struct Interception {
     std::atomic<int> steps{0};
     /// As on a file system that cannot exchange two names.
     std::atomic<bool> withoutExchange{false};
+    /// What a rename between these two names fails with; 0 lets it happen.
+    std::function<int(const std::string& from, const std::string& to)> renameFailure = {};
     /// Called before a file of that name is made. Only for tests in which one thread makes files.
     std::function<void(const std::string& name)> beforeFile = {};
 };

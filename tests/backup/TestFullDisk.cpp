@@ -2,6 +2,7 @@
 #include "backup/RoomWatch.h"
 
 #include "DataFolder.h"
+#include "Interception.h"
 #include "Message.h"
 
 #include <QCoreApplication>
@@ -86,7 +87,11 @@ private Q_SLOTS:
         }
     }
 
-    void cleanup() { qunsetenv("TMPDIR"); }
+    void cleanup() {
+        qunsetenv("TMPDIR");
+        interception().withoutExchange = false;
+        interception().renameFailure = {};
+    }
 
     void fullDiskLeavesTheOldBackup_data() {
         QTest::addColumn<QString>("name");
@@ -190,6 +195,59 @@ private Q_SLOTS:
         QCOMPARE(folder.kept().size(), 1);
         QCOMPARE(difference(before, describe(folder.backups(folder.kept().first()))), QString());
         QCOMPARE(folder.names(u"Orvanel"_s).size(), 2);
+    }
+
+    void copyOnAnotherDiskGoesOnlyWhenTheDataIsInItsPlace_data() {
+        QTest::addColumn<bool>("canTakeBack");
+        QTest::addColumn<int>("kept");
+        QTest::newRow("taken back") << true << 0;
+        QTest::newRow("not even that") << false << 1;
+    }
+
+    void copyOnAnotherDiskGoesOnlyWhenTheDataIsInItsPlace() {
+        QFETCH(const bool, canTakeBack);
+        QFETCH(const int, kept);
+        const DataFolder folder;
+        folder.fill();
+        const SmallDisk disk(folder, "size=40m", u"Orvanel/Backups"_s);
+        folder.write(u"earlier/kuma.db"_s, "of an earlier time");
+        const auto before = describe(folder.data());
+        interception().withoutExchange = true;
+        interception().renameFailure = [&](const std::string& from, const std::string& to) {
+            const bool isBack = from.find("/replaced/") != std::string::npos;
+            return to == folder.data().toStdString() && !(isBack && canTakeBack) ? EIO : 0;
+        };
+        const QString message =
+            messageOf(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
+        QCOMPARE(message.contains(u". What was there is now in "), !canTakeBack);
+        QCOMPARE(folder.kept().size(), kept);
+        interception().renameFailure = {};
+        if (!canTakeBack) {
+            QCOMPARE(difference(before, describe(folder.backups(folder.kept().first()))), QString());
+            // The next run at this place gives back what is its own.
+            await(BackupManager::backUp(folder.path(u"earlier"_s), folder.path(u"Orvanel/copy"_s)));
+        }
+        QCOMPARE(difference(before, describe(folder.data())), QString());
+    }
+
+    void backupsBehindAnotherMountGetACopyOfTheData() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"earlier/kuma.db"_s, "of an earlier time");
+        QDir().mkpath(folder.path(u"elsewhere"_s));
+        QDir().mkpath(folder.backups());
+        const QByteArray elsewhere = QFile::encodeName(folder.path(u"elsewhere"_s));
+        const QByteArray backups = QFile::encodeName(folder.backups());
+        QCOMPARE(::mount(elsewhere.constData(), backups.constData(), nullptr, MS_BIND, nullptr), 0);
+        const auto before = describe(folder.data());
+        const QString message =
+            messageOf(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
+        ::umount2(backups.constData(), MNT_DETACH);
+        QCOMPARE(message, u"none"_s);
+        QCOMPARE(folder.read(u"Orvanel/data/kuma.db"_s), QByteArray("of an earlier time"));
+        const QStringList kept = folder.names(u"elsewhere"_s);
+        QCOMPARE(kept.size(), 1);
+        QCOMPARE(difference(before, describe(folder.path(u"elsewhere/"_s + kept.first()))), QString());
     }
 
     void otherDiskWithoutRoomChangesNothing() {

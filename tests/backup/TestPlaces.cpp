@@ -27,7 +27,10 @@ class TestPlaces : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { interception().withoutExchange = false; }
+    void cleanup() {
+        interception().withoutExchange = false;
+        interception().renameFailure = {};
+    }
 
     void backupsThatWouldOverlapAreRefused_data() {
         QTest::addColumn<QString>("place");
@@ -244,6 +247,7 @@ private Q_SLOTS:
         interception().withoutExchange = true;
         const DataFolder folder;
         folder.fill();
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
         folder.write(u"copy/old"_s, "old");
         folder.write(u"copy.zip"_s, "old");
         await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
@@ -251,6 +255,72 @@ private Q_SLOTS:
         QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
         QVERIFY(folder.read(u"copy.zip"_s).startsWith("PK"));
         QCOMPARE(folder.names().size(), 3);
+    }
+
+    void secondStepThatFailsIsTakenBack() {
+        interception().withoutExchange = true;
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"copy/old"_s, "old");
+        interception().renameFailure = [](const std::string& from, const std::string&) {
+            return from.ends_with("/copy") && from.find("/replaced/") == std::string::npos &&
+                           from.find(".orvanel-") != std::string::npos
+                       ? EIO
+                       : 0;
+        };
+        const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QCOMPARE(message, folder.path(u"copy"_s) + u": Input/output error"_s);
+        QCOMPARE(folder.read(u"copy/old"_s), QByteArray("old"));
+        QCOMPARE(folder.names().size(), 2);
+    }
+
+    void whatCannotBeTakenBackIsKeptAndTold() {
+        interception().withoutExchange = true;
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"copy/old"_s, "old");
+        interception().renameFailure = [](const std::string& from, const std::string& to) {
+            return from.find(".orvanel-") != std::string::npos && to.ends_with("/copy") ? EIO : 0;
+        };
+        const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        const QString start = folder.path(u"copy"_s) + u": Input/output error. What was there is now in "_s;
+        QVERIFY2(message.startsWith(start), qPrintable(message));
+        QFile old(message.mid(start.size()) + u"/copy/old"_s);
+        QVERIFY2(old.open(QIODevice::ReadOnly) && old.readAll() == "old", qPrintable(message));
+        interception().renameFailure = {};
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
+        QCOMPARE(folder.read(u"copy/old"_s), QByteArray("old"));
+        QCOMPARE(folder.names().size(), 3);
+    }
+
+    void dataThatCannotBeTakenBackIsTold() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"earlier/kuma.db"_s, "of an earlier time");
+        const auto before = describe(folder.data());
+        interception().renameFailure = [&](const std::string&, const std::string& to) {
+            return to == folder.data().toStdString() ? EIO : 0;
+        };
+        const QString message =
+            messageOf(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
+        const auto at = message.indexOf(u". The current data is now in "_s);
+        QVERIFY2(at > 0, qPrintable(message));
+        QCOMPARE(difference(before, describe(message.mid(at + 29))), QString());
+    }
+
+    void restoreWhoseSecondStepFailsIsTakenBack() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"earlier/kuma.db"_s, "of an earlier time");
+        const auto before = describe(folder.data());
+        interception().renameFailure = [](const std::string& from, const std::string&) {
+            return from.find(".orvanel-") != std::string::npos ? EIO : 0;
+        };
+        const QString message =
+            messageOf(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
+        QVERIFY2(message.endsWith(u"Input/output error"), qPrintable(message));
+        QCOMPARE(difference(before, describe(folder.data())), QString());
+        QCOMPARE(folder.kept(), QStringList());
     }
 };
 
