@@ -367,7 +367,7 @@ private Q_SLOTS:
         logs.setLog(lines(0, 300));
         logs.open();
         logs.follow().setChecked(follows);
-        QTextCursor cursor = logs.box().document()->find(QStringLiteral("line 250"));
+        const QTextCursor cursor = logs.box().document()->find(QStringLiteral("line 250"));
         QVERIFY(cursor.hasSelection());
         logs.box().setTextCursor(cursor);
         logs.nextReading(lines(40, 300));
