@@ -54,13 +54,32 @@ shows_window() { in_home xwininfo -root -tree | grep -q '"Orvanel": ("orvanel" "
 has_ended() { ! kill -0 "$pid" 2>/dev/null; }
 
 # Sets $pid.
+find_program() {
+    wait_for "The program did not come onto the bus" is_running
+    pid=$(ask GetConnectionUnixProcessID "$id" | grep -oE '[0-9]+,' | tr -d ,)
+    [[ $(readlink "/proc/$pid/exe") == /usr/bin/orvanel ]] || fail "It was another program that started."
+}
+
+# By the command in the entry; its window then opens because nothing here shows its icon.
 start_from_menu() {
     say "Starting it from its entry in the application menu"
     in_home gio launch "/usr/share/applications/$id.desktop"
-    wait_for "The program did not come onto the bus" is_running
+    find_program
     wait_for "The program showed no window" shows_window
-    pid=$(ask GetConnectionUnixProcessID "$id" | grep -oE '[0-9]+,' | tr -d ,)
-    [[ $(readlink "/proc/$pid/exe") == /usr/bin/orvanel ]] || fail "It was another program that started."
+}
+
+# As the application menus of large desktops do: the bus starts it. Its window must not take the 5 seconds after which it
+# would open by itself.
+start_by_bus() {
+    local began
+    say "Letting the bus start it"
+    ! is_running || fail "It runs already."
+    in_home gdbus call --session --timeout 25 --dest "$id" --object-path "/${id//.//}" \
+        --method org.freedesktop.Application.Activate "{}" >/dev/null || fail "The bus could not start it: $(cat "$home/bus.log")"
+    began=$(date +%s%N)
+    find_program
+    wait_for "The program showed no window" shows_window
+    (($(date +%s%N) - began < 3500000000)) || fail "The window opened late, as if nobody had asked for it."
 }
 
 end_program() {
@@ -68,8 +87,11 @@ end_program() {
     wait_for "The program did not end" has_ended
 }
 
+# carries FIELD NAME: whether the package names that other one there.
+carries() { [[ ", $(dpkg-deb -f "${package:?}" "$1")," =~ ,\ $2[\ ,] ]]; }
+
 validate() {
-    local content=$root/build/package/content
+    local content=$root/build/package/content file
     say "Validating it"
     rm -rf "$content"
     dpkg-deb -x "$package" "$content"
@@ -78,6 +100,34 @@ validate() {
     man --warnings --local-file "$content/usr/share/man/man1/orvanel.1.gz" 2>"$root/build/package/man.log" >/dev/null
     [[ ! -s $root/build/package/man.log ]] || fail "The man page is not well: $(cat "$root/build/package/man.log")"
     lintian --allow-root --fail-on error "$package" || fail "lintian found an error."
+    file=$content/usr/share/icons/hicolor/48x48/apps/$id.png
+    [[ $(file --brief --mime-type "$file") == image/png ]] || fail "The package has no rendered icon."
+    grep -qi "mit license\|permission is hereby granted" "$content/usr/share/licenses/orvanel/LICENSE" || fail "The package has no licence."
+    carries Depends libarchive-tools || fail "The package does not depend on the archiver."
+    carries Recommends docker.io || fail "The package does not recommend Docker."
+    check_launchers "$content" /usr/bin/orvanel
+}
+
+# check_launchers ROOT PROGRAM: ROOT is the folder of the package, or the prefix of the installation.
+check_launchers() {
+    local share=$1/share
+    [[ ! -d $1/usr ]] || share=$1/usr/share
+    grep -qxF "Exec=$2" "$share/dbus-1/services/$id.service" || fail "The bus would start another program than $2."
+    grep -qxF "Exec=$2" "$share/applications/$id.desktop" || fail "The application menu would start another program than $2."
+    grep -qxF "TryExec=$2" "$share/applications/$id.desktop" || fail "The application menu would look for another program than $2."
+}
+
+# As on a system without packages of Debian's kind.
+install_by_cmake() {
+    local folder=$home/prefix file
+    say "Installing it by CMake into a folder"
+    cmake --install build/release --prefix "$folder" >"$home/install.log" 2>&1 || fail "It could not be installed: $(cat "$home/install.log")"
+    [[ -x $folder/bin/orvanel ]] || fail "The program is not there."
+    check_launchers "$folder" "$folder/bin/orvanel"
+    for file in applications/$id.desktop metainfo/$id.metainfo.xml man/man1/orvanel.1.gz licenses/orvanel/LICENSE \
+        icons/hicolor/scalable/apps/$id.svg icons/hicolor/48x48/apps/$id.png; do
+        [[ -s $folder/share/$file ]] || fail "CMake did not install $file."
+    done
 }
 
 install_package() {
@@ -106,8 +156,18 @@ remove_package() {
     [[ -f $home/config/Orvanel/Orvanel.conf ]] || fail "The user's settings are gone."
 }
 
+# make_older VERSION FILE: an older package, with a file that the newer one has not any more and another that has changed.
+make_older() {
+    local tree=$home/older
+    dpkg-deb -R "$package" "$tree"
+    sed -i "s/^Version: .*/Version: $1/" "$tree/DEBIAN/control"
+    echo "# changed since" >>"$tree/usr/share/dbus-1/services/$id.service"
+    echo "gone since" >"$tree/usr/share/doc/orvanel/gone"
+    (cd "$tree" && find usr -type f -exec md5sum {} + >DEBIAN/md5sums)
+    dpkg-deb --root-owner-group -b "$tree" "$2" >/dev/null
+}
+
 check_package() {
-    local newer older_version=0.0.1
     ! is_installed orvanel || fail "Orvanel is installed on this machine; the check would remove it."
     apt_log=$root/build/apt.log
     trap end_check EXIT
@@ -115,18 +175,18 @@ check_package() {
     trap 'exit 143' TERM HUP
     validate
     start_session
+    install_by_cmake
 
-    # The same program under a lower number is what an upgrade finds.
-    newer=$home/newer.deb
-    mv "$package" "$newer"
-    make_package "$older_version"
-    install_package "$package"
+    make_older 0.0.1 "$home/older.deb"
+    install_package "$home/older.deb"
+    [[ -e /usr/share/doc/orvanel/gone ]] || fail "The older package is not what was installed."
     start_from_menu
-    rm -f "$package"
-    mv "$newer" "${package/_${older_version}_/_$(dpkg-deb -f "$newer" Version)_}"
-    package=$(echo "$root"/build/package/*.deb)
     install_package "$package"
+    [[ ! -e /usr/share/doc/orvanel/gone ]] || fail "The upgrade left a file behind that the package has not any more."
+    [[ -z $(dpkg --verify orvanel) ]] || fail "The upgrade did not bring all files: $(dpkg --verify orvanel)"
     kill -0 "$pid" || fail "The upgrade ended the running program."
+    end_program
+    start_by_bus
     end_program
     start_from_menu
     end_program
