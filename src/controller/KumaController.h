@@ -54,6 +54,8 @@ public:
     // --- Published state. changed() tells of every change.
 
     std::optional<QString> dockerPath() const { return m_dockerPath; }
+    /// While there is none: one where Linux distributions put it, which the user may choose as the override.
+    std::optional<QString> dockerElsewhere() const { return m_dockerElsewhere; }
     DockerState dockerState() const { return m_dockerState; }
     /// What the docker tool said when no runtime answered, as it stands; empty in every other state. See
     /// isPermissionDenied().
@@ -247,6 +249,7 @@ private:
     Q_OBJECT_BINDABLE_PROPERTY(KumaController, bool, m_hasSeenGuide, &KumaController::changed)
 
     Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_dockerPath, &KumaController::changed)
+    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_dockerElsewhere, &KumaController::changed)
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, DockerState, m_dockerState, DockerState::unknown,
                                          &KumaController::changed)
     Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_runtimeDetails, &KumaController::changed)

@@ -132,6 +132,7 @@ bool KumaController::findTools() {
     if (!m_dockerPath.value()) {
         m_dockerPath = m_env.findDocker(m_dockerOverride);
     }
+    m_dockerElsewhere = m_dockerPath.value() ? std::nullopt : m_env.findDockerElsewhere();
     if (!m_dockerPath.value()) {
         setDockerState(DockerState::missing);
         m_kuma = KumaState::stopped;
