@@ -70,7 +70,7 @@ QCoro::Task<void> KumaController::performOp(OperationBody body) {
     try {
         co_await body(stop);
     } catch (const std::exception& failure) {
-        m_error = OpError{QStringLiteral("Orvanel ran into an error of its own."), QString::fromUtf8(failure.what())};
+        fail(failure);
     }
     m_busy = std::nullopt;
     m_pulling = false;
@@ -237,6 +237,10 @@ void KumaController::fail(const CommandResult& result) {
     if (message.startsWith(QStringLiteral("The port is already in use"))) {
         m_suggestedPort = freePort();
     }
+}
+
+void KumaController::fail(const std::exception& failure) {
+    m_error = OpError{QStringLiteral("Orvanel ran into an error of its own."), QString::fromUtf8(failure.what())};
 }
 
 QCoro::Task<void> KumaController::confirmRemoveEverything() {

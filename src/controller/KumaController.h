@@ -13,6 +13,7 @@
 #include <QPointer>
 #include <QProperty>
 
+#include <exception>
 #include <stop_token>
 
 namespace orvanel {
@@ -213,6 +214,7 @@ private:
     bool isPortTaken(int port) const;
     void showOperation(const QString& text);
     void fail(const CommandResult& result);
+    void fail(const std::exception& failure);
 
     QCoro::Task<void> performCheck();
     QCoro::Task<void> askForUpdate(QString version);
@@ -229,12 +231,12 @@ private:
     QCoro::Task<void> askForRestore();
     QCoro::Task<void> performRestore(QString source, std::stop_token stop);
 
-    void beginSetup();
-    void finishSetup();
+    void runSetup(const QString& name, OperationBody body);
+    QCoro::Task<void> performSetup(OperationBody body);
     QCoro::Task<void> performInstall(std::stop_token stop);
-    QCoro::Task<void> performStartRuntime(QString docker, std::stop_token stop);
     QCoro::Task<bool> installRuntime();
     QCoro::Task<void> startColimaIfNeeded(QString docker, std::stop_token stop);
+    void publishReady(const QString& docker);
     QCoro::Task<bool> waitForDaemon(QString docker, std::stop_token stop);
     QCoro::Task<CommandResult> setupCommand(QString path, QStringList arguments, std::chrono::seconds limit);
     void appendSetup(const QString& text);

@@ -4,6 +4,9 @@
 #include "task/Sleep.h"
 
 #include <QPointer>
+#include <QScopeGuard>
+
+#include <exception>
 
 using namespace std::chrono_literals;
 
@@ -24,20 +27,15 @@ QString cancelledOr(const CommandResult& result, const QString& message) {
 } // namespace
 
 void KumaController::installAndStartRuntime() {
-    if (m_setupTask) {
-        return;
-    }
-    beginSetup();
-    m_tasks.start(performInstall(m_setupTask->get_token()), QStringLiteral("runtime installation"));
+    runSetup(QStringLiteral("runtime installation"), [this](std::stop_token stop) { return performInstall(stop); });
 }
 
 void KumaController::startRuntime() {
-    if (m_setupTask || !m_dockerPath.value()) {
-        return;
+    if (m_dockerPath.value()) {
+        runSetup(QStringLiteral("runtime start"), [this, docker = *m_dockerPath.value()](std::stop_token stop) {
+            return startColimaIfNeeded(docker, stop);
+        });
     }
-    beginSetup();
-    m_tasks.start(performStartRuntime(*m_dockerPath.value(), m_setupTask->get_token()),
-                  QStringLiteral("runtime start"));
 }
 
 void KumaController::cancelSetup() {
@@ -49,40 +47,46 @@ void KumaController::cancelSetup() {
     }
 }
 
-void KumaController::beginSetup() {
+void KumaController::runSetup(const QString& name, OperationBody body) {
+    if (m_setupTask) {
+        return;
+    }
     m_setupTask.emplace();
     m_setupHandle = std::make_shared<ProcessHandle>();
     m_error = std::nullopt;
     m_setupLog = QString();
+    m_tasks.start(performSetup(std::move(body)), name);
 }
 
 /// The error and the log stay, so that a failed setup can be read.
-void KumaController::finishSetup() {
-    m_setupBusy = std::nullopt;
-    m_setupTask.reset();
-    m_setupHandle.reset();
+QCoro::Task<void> KumaController::performSetup(OperationBody body) {
+    const auto ended = qScopeGuard([this] {
+        m_setupBusy = std::nullopt;
+        m_setupTask.reset();
+        m_setupHandle.reset();
+    });
+    const std::stop_token stop = m_setupTask->get_token();
+    try {
+        co_await body(stop);
+    } catch (const std::exception& failure) {
+        fail(failure);
+    }
 }
 
 QCoro::Task<void> KumaController::performInstall(std::stop_token stop) {
     const bool isInstalled = co_await installRuntime();
-    if (isInstalled) {
-        m_dockerPath = std::nullopt;
-        m_composeAvailable = std::nullopt;
-        const std::optional<QString> docker = m_env.findDocker(m_dockerOverride);
-        if (docker) {
-            m_dockerPath = docker;
-            co_await startColimaIfNeeded(*docker, stop);
-        } else {
-            m_error =
-                OpError{QStringLiteral("The docker command line tool was not found after the install."), m_setupLog};
-        }
+    if (!isInstalled) {
+        co_return;
     }
-    finishSetup();
-}
-
-QCoro::Task<void> KumaController::performStartRuntime(QString docker, std::stop_token stop) {
-    co_await startColimaIfNeeded(docker, stop);
-    finishSetup();
+    m_dockerPath = std::nullopt;
+    m_composeAvailable = std::nullopt;
+    const std::optional<QString> docker = m_env.findDocker(m_dockerOverride);
+    if (!docker) {
+        m_error = OpError{QStringLiteral("The docker command line tool was not found after the install."), m_setupLog};
+        co_return;
+    }
+    m_dockerPath = docker;
+    co_await startColimaIfNeeded(*docker, stop);
 }
 
 /// Installs what is missing; false when that failed, with the reason published.
@@ -111,7 +115,7 @@ QCoro::Task<void> KumaController::startColimaIfNeeded(QString docker, std::stop_
     const QStringList info{QStringLiteral("info")};
     const CommandResult probe = co_await command(docker, info, infoLimit);
     if (probe.isSuccess()) {
-        setDockerState(DockerState::ready);
+        publishReady(docker);
         co_await refresh(stop);
         co_return;
     }
@@ -133,8 +137,15 @@ QCoro::Task<void> KumaController::startColimaIfNeeded(QString docker, std::stop_
         m_error = OpError{QStringLiteral("Colima started but the Docker daemon is not answering."), start.output};
         co_return;
     }
-    setDockerState(DockerState::ready);
+    publishReady(docker);
     co_await refresh(stop);
+}
+
+/// Says nothing of another tool that the user may have chosen meanwhile.
+void KumaController::publishReady(const QString& docker) {
+    if (m_dockerPath.value() == docker) {
+        setDockerState(DockerState::ready);
+    }
 }
 
 /// A cancel only cuts the pauses short: the remaining probes run, because the runtime itself is started already.

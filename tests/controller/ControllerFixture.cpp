@@ -99,8 +99,8 @@ void ControllerFixture::delay(const char* command, std::chrono::milliseconds dur
     docker().overrides.push_back({.command = command, .delay = static_cast<int>(duration.count()), .times = times});
 }
 
-void ControllerFixture::hang(const char* command, int times) {
-    docker().overrides.push_back({.command = command, .hangs = true, .times = times});
+void ControllerFixture::hang(const char* command, int times, const QString& output) {
+    docker().overrides.push_back({.command = command, .out = output.toStdString(), .hangs = true, .times = times});
 }
 
 QStringList ControllerFixture::takeCommands() {

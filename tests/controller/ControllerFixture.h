@@ -83,8 +83,8 @@ public:
                 std::chrono::milliseconds delay = {});
     /// The next calls of a command do their work, but `duration` later.
     void delay(const char* command, std::chrono::milliseconds duration, int times = -1);
-    /// The next calls of a command never answer.
-    void hang(const char* command, int times = -1);
+    /// The next calls of a command never answer, or only say `output`.
+    void hang(const char* command, int times = -1, const QString& output = {});
     void answerAsUsual() { docker().overrides.clear(); }
 
     const QList<Command>& commands() const { return m_commands; }

@@ -1,65 +1,43 @@
-#include "ControllerFixture.h"
-#include "support/Await.h"
+#include "RuntimeWorld.h"
+
+#include <stdexcept>
 
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
-namespace {
-
-const auto brewStep = QStringLiteral("Installing Colima and Docker with Homebrew");
-const auto colimaStep = QStringLiteral("Starting Colima (the first start downloads a small Linux VM)");
-
-/// A world with these tools in it; `docker` is found where it always is.
-class World : public ControllerFixture {
-public:
-    explicit World(const QStringList& tools) {
-        installedDocker = std::nullopt;
-        for (const QString& tool : tools) {
-            install(tool);
-        }
-    }
-
-    void install(const QString& tool) {
-        const QString path = QStringLiteral("/opt/bin/") + tool;
-        if (tool == QStringLiteral("docker")) {
-            installedDocker = path;
-        } else {
-            installedTools.insert(tool, path);
-        }
-    }
-
-    bool setupEnds() {
-        for (int turns = 0; turns < 200 && !controller().isIdle(); ++turns) {
-            advance(1s);
-        }
-        return controller().isIdle();
-    }
-
-    QString message() { return controller().error() ? controller().error()->message : QString(); }
-    QString details() { return controller().error() ? controller().error()->details : QString(); }
-};
-
-} // namespace
-
+/// Installing what is missing, and what both ways to a runtime have in common.
 class TestRuntimeSetup : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void runtimeThatAnswersIsOnlyLookedAt() {
-        World world({QStringLiteral("docker"), QStringLiteral("colima")});
+        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("colima")});
+        world.docker().compose = false;
+        world.look();
+        QCOMPARE(world.controller().dockerPath(), QStringLiteral("/opt/bin/docker"));
+        QCOMPARE(world.controller().composeAvailable(), false);
+        world.takeCommands();
+        const qsizetype before = world.commands().size();
+        // Another tool, with compose, has come meanwhile: it is found though the first one was known.
+        world.installedDocker = QStringLiteral("/newer/docker");
+        world.docker().compose = true;
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
         QCOMPARE(world.takeCommands(),
                  QStringList({QStringLiteral("info"), QStringLiteral("inspect"), QStringLiteral("compose version")}));
+        for (const Command& command : world.commands().sliced(before)) {
+            QCOMPARE(command.path, QStringLiteral("/newer/docker"));
+        }
         QVERIFY(world.controller().dockerState() == DockerState::ready);
-        QCOMPARE(world.controller().dockerPath(), world.installedDocker);
+        QCOMPARE(world.controller().dockerPath(), QStringLiteral("/newer/docker"));
+        QCOMPARE(world.controller().composeAvailable(), true);
         QVERIFY(world.controller().setupLog().isEmpty());
         QVERIFY(!world.controller().setupBusy() && !world.controller().error());
     }
 
     void installsThenStartsThenWaits() {
-        World world({QStringLiteral("brew")});
+        RuntimeWorld world({QStringLiteral("brew")});
         world.docker().daemon = standin::Daemon::down;
         world.docker().colimaDelay = 2;
         world.answer("brew install", 0, QStringLiteral("poured\n"));
@@ -91,7 +69,7 @@ private Q_SLOTS:
     }
 
     void limitsAndHandles() {
-        World world({QStringLiteral("brew")});
+        RuntimeWorld world({QStringLiteral("brew")});
         world.docker().daemon = standin::Daemon::down;
         world.answer("brew install", 0, QStringLiteral("poured\n"));
         connect(&world.controller(), &KumaController::changed, this, [&] {
@@ -121,7 +99,7 @@ private Q_SLOTS:
     }
 
     void installIsNeededWithoutDockerToo() {
-        World world({QStringLiteral("brew"), QStringLiteral("colima")});
+        RuntimeWorld world({QStringLiteral("brew"), QStringLiteral("colima")});
         world.answer("brew install", 0, QStringLiteral("nothing new\n"));
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
@@ -132,7 +110,7 @@ private Q_SLOTS:
     }
 
     void withoutHomebrew() {
-        World world({});
+        RuntimeWorld world({});
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
         QVERIFY(world.commands().isEmpty());
@@ -142,7 +120,7 @@ private Q_SLOTS:
     }
 
     void failedInstall() {
-        World world({QStringLiteral("brew")});
+        RuntimeWorld world({QStringLiteral("brew")});
         world.answer("brew install", 1, QStringLiteral("no bottle\n"));
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
@@ -153,25 +131,26 @@ private Q_SLOTS:
     }
 
     void installThatTakesTooLong() {
-        World world({QStringLiteral("brew")});
-        world.hang("brew install");
+        RuntimeWorld world({QStringLiteral("brew")});
+        world.hang("brew install", -1, QStringLiteral("fetching\n"));
         world.controller().installAndStartRuntime();
         world.advance(1799s);
         QCOMPARE(world.controller().setupBusy(), brewStep);
         world.advance(1s);
         QVERIFY(world.setupEnds());
         QCOMPARE(world.message(), QStringLiteral("Homebrew could not install Colima and Docker."));
+        QCOMPARE(world.details(), QStringLiteral("fetching\n"));
     }
 
     void cancelDuringTheInstall() {
-        World world({QStringLiteral("brew")});
-        world.hang("brew install");
+        RuntimeWorld world({QStringLiteral("brew")});
+        world.hang("brew install", -1, QStringLiteral("fetching\n"));
         world.controller().installAndStartRuntime();
         world.advance(5s);
         world.controller().cancelSetup();
         QVERIFY(world.setupEnds());
         QCOMPARE(world.message(), QStringLiteral("Cancelled."));
-        QCOMPARE(world.details(), world.commands().first().result->output);
+        QCOMPARE(world.details(), QStringLiteral("fetching\n"));
         QVERIFY(!world.controller().setupBusy());
         // Idle again: another setup may begin.
         world.answerAsUsual();
@@ -182,114 +161,76 @@ private Q_SLOTS:
     }
 
     void cancelThatComesAsTheInstallEnds() {
-        World world({QStringLiteral("brew")});
+        RuntimeWorld world({QStringLiteral("brew")});
         world.answer("brew install", 0, QStringLiteral("poured\n"), -1, 5s);
-        world.controller().installAndStartRuntime();
-        world.advance(1s);
         // The tool takes no notice of the signal and ends well all the same.
         world.docker().overrides.back().ignoresTerm = true;
+        world.controller().installAndStartRuntime();
+        world.advance(1s);
+        world.controller().cancelSetup();
+        QVERIFY(world.setupEnds());
+        QCOMPARE(world.resultOf(QStringLiteral("brew install")).status, 0);
+        QCOMPARE(world.message(), QStringLiteral("Cancelled."));
+        QCOMPARE(world.details(), QStringLiteral("poured\n"));
+        QCOMPARE(world.takeCommands(), QStringList(QStringLiteral("brew install")));
+    }
+
+    void secondRequestIsIgnored() {
+        // With docker, so that a start of the runtime has something to run.
+        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("brew")});
+        world.look();
+        QVERIFY(world.controller().dockerPath());
+        world.hang("brew install", -1, QStringLiteral("fetching\n"));
+        world.controller().installAndStartRuntime();
+        world.advance(1s);
+        world.takeCommands();
+        const QString log = world.controller().setupLog();
+        QCOMPARE(log, QStringLiteral("$ brew install colima docker\nfetching\n"));
+        world.controller().installAndStartRuntime();
+        world.controller().startRuntime();
+        world.advance(1s);
+        QCOMPARE(world.takeCommands(), QStringList());
+        QCOMPARE(world.controller().setupLog(), log);
+        // The first one can still be cancelled.
         world.controller().cancelSetup();
         QVERIFY(world.setupEnds());
         QCOMPARE(world.message(), QStringLiteral("Cancelled."));
     }
 
-    void startWithoutDockerDoesNothing() {
-        World world({QStringLiteral("colima")});
-        world.controller().installAndStartRuntime();
-        QVERIFY(world.setupEnds());
-        const auto error = world.controller().error();
-        const QString log = world.controller().setupLog();
-        QVERIFY(error);
-        world.controller().startRuntime();
-        QVERIFY(world.controller().isIdle());
-        QVERIFY(world.controller().error() == error);
-        QCOMPARE(world.controller().setupLog(), log);
+    void errorOfTheProgramEndsTheSetup_data() {
+        QTest::addColumn<QStringList>("tools");
+        QTest::addColumn<QString>("command");
+        QTest::newRow("install") << QStringList(QStringLiteral("brew")) << "install";
+        QTest::newRow("start") << QStringList({QStringLiteral("docker"), QStringLiteral("colima")}) << "info";
     }
 
-    void startWithoutColima() {
-        World world({QStringLiteral("docker")});
-        world.docker().daemon = standin::Daemon::down;
-        world.controller().begin();
-        world.settle();
-        world.controller().startRuntime();
-        world.advance(1s);
-        QCOMPARE(world.message(), QStringLiteral("Colima is not installed."));
-        QVERIFY2(world.details().contains(QStringLiteral("Cannot connect")), qPrintable(world.details()));
-        world.controller().shutdownPolling();
+    void errorOfTheProgramEndsTheSetup() {
+        QFETCH(const QStringList, tools);
+        QFETCH(const QString, command);
+        RuntimeWorld world(tools);
+        const RunCommand usual = world.runner;
+        world.runner = [&](QString path, QStringList arguments, std::chrono::duration<double> limit,
+                           std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
+            if (arguments.first() == command) {
+                throw std::runtime_error("out of luck");
+            }
+            return usual(std::move(path), std::move(arguments), limit, std::move(handle), std::move(onOutput));
+        };
+        world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
-    }
-
-    void colimaThatCannotStart_data() {
-        QTest::addColumn<bool>("hangs");
-        QTest::newRow("fails") << false;
-        QTest::newRow("takes too long") << true;
-    }
-    void colimaThatCannotStart() {
-        QFETCH(const bool, hangs);
-        World world({QStringLiteral("docker"), QStringLiteral("colima")});
-        world.docker().daemon = standin::Daemon::down;
-        if (hangs) {
-            world.hang("colima start");
-        } else {
-            world.answer("colima start", 1, QStringLiteral("no virtual machines here\n"));
-        }
+        QCOMPARE(world.controller().error(),
+                 (OpError{QStringLiteral("Orvanel ran into an error of its own."), QStringLiteral("out of luck")}));
+        QVERIFY(!world.controller().setupBusy());
+        // Idle again: another setup may begin.
+        world.runner = usual;
+        world.takeCommands();
         world.controller().installAndStartRuntime();
-        world.advance(901s);
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.message(), QStringLiteral("Colima could not start."));
-        QVERIFY(hangs || world.details() == QStringLiteral("no virtual machines here\n"));
-        QVERIFY(world.controller().dockerState() != DockerState::ready);
-    }
-
-    void daemonThatNeverAnswers() {
-        World world({QStringLiteral("docker"), QStringLiteral("colima")});
-        world.docker().daemon = standin::Daemon::down;
-        world.docker().colimaDelay = -1;
-        world.controller().installAndStartRuntime();
-        const auto begun = world.clock.now();
-        QVERIFY(world.setupEnds());
-        QCOMPARE(world.takeCommands().count(QStringLiteral("ps")), 10);
-        QVERIFY(world.clock.now() - begun >= 20s);
-        QCOMPARE(world.message(), QStringLiteral("Colima started but the Docker daemon is not answering."));
-        const auto isStart = [](const Command& command) { return command.name() == QStringLiteral("colima start"); };
-        const auto start = std::find_if(world.commands().begin(), world.commands().end(), isStart);
-        QCOMPARE(world.details(), start->result->output);
-    }
-
-    void cancelDuringTheWaitOnlyCutsThePauses() {
-        World world({QStringLiteral("docker"), QStringLiteral("colima")});
-        world.docker().daemon = standin::Daemon::down;
-        world.docker().colimaDelay = -1;
-        world.controller().installAndStartRuntime();
-        world.advance(3s);
-        const auto cancelled = world.clock.now();
-        world.controller().cancelSetup();
-        world.settle();
-        QVERIFY(waitUntil([&] {
-            world.settle();
-            return world.controller().isIdle();
-        }));
-        QVERIFY(world.clock.now() - cancelled < 1s);
-        QCOMPARE(world.takeCommands().count(QStringLiteral("ps")), 10);
-        QCOMPARE(world.message(), QStringLiteral("Colima started but the Docker daemon is not answering."));
-    }
-
-    void secondRequestIsIgnored() {
-        World world({QStringLiteral("brew")});
-        world.hang("brew install");
-        world.controller().installAndStartRuntime();
-        world.advance(1s);
-        world.controller().installAndStartRuntime();
-        world.controller().startRuntime();
-        world.advance(1s);
-        QCOMPARE(world.commands().size(), 1);
-        QVERIFY(world.controller().setupLog().startsWith(QStringLiteral("$ brew install colima docker\n")));
-        world.controller().cancelSetup();
-        QVERIFY(world.setupEnds());
+        QVERIFY(!world.takeCommands().isEmpty());
     }
 
     void logIsCapped() {
-        World world({QStringLiteral("brew")});
+        RuntimeWorld world({QStringLiteral("brew")});
         const QString output = QString(40000, QLatin1Char('x')) + QStringLiteral("the end\n");
         world.answer("brew install", 1, output);
         world.controller().installAndStartRuntime();
@@ -299,22 +240,8 @@ private Q_SLOTS:
         QCOMPARE(world.details(), output);
     }
 
-    void runsBesideAContainerOperation() {
-        World world({QStringLiteral("docker"), QStringLiteral("colima"), QStringLiteral("brew")});
-        world.delay("compose up", 20s);
-        world.controller().start();
-        world.advance(5s);
-        QVERIFY(world.controller().busy());
-        world.controller().startRuntime();
-        world.settle();
-        QVERIFY(world.controller().dockerState() == DockerState::ready);
-        QVERIFY(world.controller().busy());
-        QVERIFY(world.setupEnds());
-        QVERIFY(!world.controller().busy() && !world.controller().setupBusy());
-    }
-
     void theEndOfPollingEndsTheSetup() {
-        World world({QStringLiteral("brew")});
+        RuntimeWorld world({QStringLiteral("brew")});
         world.hang("brew install");
         world.controller().installAndStartRuntime();
         world.advance(1s);

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "ControllerFixture.h"
+
+#include <QTest>
+
+namespace orvanel::test {
+
+inline const auto brewStep = QStringLiteral("Installing Colima and Docker with Homebrew");
+inline const auto colimaStep = QStringLiteral("Starting Colima (the first start downloads a small Linux VM)");
+
+/// A world with these tools in it; `docker` is found where it always is.
+class RuntimeWorld : public ControllerFixture {
+public:
+    explicit RuntimeWorld(const QStringList& tools) {
+        installedDocker = std::nullopt;
+        for (const QString& tool : tools) {
+            install(tool);
+        }
+    }
+
+    void install(const QString& tool) {
+        const QString path = QStringLiteral("/opt/bin/") + tool;
+        if (tool == QStringLiteral("docker")) {
+            installedDocker = path;
+        } else {
+            installedTools.insert(tool, path);
+        }
+    }
+
+    /// Learns what the poll loop would, and no more.
+    void look() {
+        controller().recheck();
+        settle();
+    }
+
+    [[nodiscard]] bool setupEnds() {
+        for (int turns = 0; turns < 200 && !controller().isIdle(); ++turns) {
+            advance(std::chrono::seconds(1));
+        }
+        return controller().isIdle();
+    }
+
+    /// How the only run of that command has ended.
+    CommandResult resultOf(const QString& name) const {
+        QList<CommandResult> results;
+        for (const Command& command : commands()) {
+            if (command.name() == name && command.result) {
+                results.append(*command.result);
+            }
+        }
+        return results.size() == 1 ? results.first() : CommandResult{.output = QStringLiteral("not run once")};
+    }
+
+    QString message() { return controller().error() ? controller().error()->message : QString(); }
+    QString details() { return controller().error() ? controller().error()->details : QString(); }
+};
+
+} // namespace orvanel::test
