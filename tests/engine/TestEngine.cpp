@@ -21,10 +21,12 @@ constexpr int engineTimeout = 90'000;
 
 const auto oldTag = QStringLiteral("2");
 const auto newTag = QStringLiteral("2.1.0");
+/// The registry has no image of that name.
+const auto lackingTag = QStringLiteral("2.2.0");
 const auto database = QStringLiteral("support/Orvanel/data/kuma.db");
 
-QCoro::Task<ReleaseResult> latestRelease() {
-    co_return LatestRelease{.version = newTag};
+QCoro::Task<ReleaseResult> latestRelease(QString version) {
+    co_return LatestRelease{.version = version};
 }
 
 quint16 portFrom(const char* variable) {
@@ -72,6 +74,7 @@ class TestEngine : public QObject {
     RecordingLoginItem m_loginItem;
     RecordingDesktop m_desktop;
     RecordingDialogs m_dialogs;
+    QString m_newestVersion = newTag;
     std::unique_ptr<KumaController> m_controller;
 
     CommandResult docker(const QStringList& arguments) const {
@@ -98,11 +101,13 @@ class TestEngine : public QObject {
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    QString containerImage() const {
-        return docker({QStringLiteral("inspect"), QStringLiteral("-f"), QStringLiteral("{{.Config.Image}}"),
-                       QStringLiteral("orvanel")})
-            .output.trimmed();
+    /// A part of what the engine knows about the container, as its template names it.
+    QString container(const QString& part) const {
+        const QStringList arguments{QStringLiteral("inspect"), QStringLiteral("-f"), part, QStringLiteral("orvanel")};
+        return docker(arguments).output.trimmed();
     }
+    QString containerImage() const { return container(QStringLiteral("{{.Config.Image}}")); }
+    QString containerId() const { return container(QStringLiteral("{{.Id}}")); }
 
     QStringList backups(const QString& name) const {
         return QDir(m_controller->backupsDir()).entryList({name + QStringLiteral("-*")}, QDir::Dirs);
@@ -116,6 +121,15 @@ class TestEngine : public QObject {
         const QString log = QStringLiteral("support/Orvanel/data/kuma-requests.log");
         const qsizetype before = content(log).size();
         return waitUntil([&] { return content(log).size() > before; });
+    }
+
+    void verifyOldVersionRuns() const {
+        QCOMPARE(m_controller->imageTag(), oldTag);
+        QCOMPARE(SettingsStore(m_settings.file()).text(QStringLiteral("imageTag"), oldTag), oldTag);
+        QCOMPARE(content(QStringLiteral("support/Orvanel/docker-compose.yml")),
+                 composeText(oldTag, m_controller->port()).toUtf8());
+        QCOMPARE(containerState(), QStringLiteral("running"));
+        QCOMPARE(containerImage(), imageRepository() + u':' + oldTag);
     }
 
     QString errorMessage() const { return m_controller->error() ? m_controller->error()->message : QString(); }
@@ -145,7 +159,7 @@ private Q_SLOTS:
         environment.applicationSupport = m_home.path(QStringLiteral("support"));
         environment.pageAnswers = [this](int port) { return m_statusPage.pageAnswers(port); };
         environment.fetchStatusPage = [this](int port, QString slug) { return m_statusPage.fetch(port, slug); };
-        environment.fetchLatestRelease = &latestRelease;
+        environment.fetchLatestRelease = [this] { return latestRelease(m_newestVersion); };
         m_controller = std::make_unique<KumaController>(environment);
         m_controller->begin();
     }
@@ -319,14 +333,31 @@ private Q_SLOTS:
         m_controller->cancelOperation();
         QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
         QCOMPARE(errorMessage(), QStringLiteral("Cancelled."));
-        QCOMPARE(m_controller->imageTag(), oldTag);
-        QVERIFY(content(QStringLiteral("support/Orvanel/docker-compose.yml")).contains(":2\n"));
-        QCOMPARE(containerState(), QStringLiteral("running"));
-        QCOMPARE(containerImage(), imageRepository() + u':' + oldTag);
+        verifyOldVersionRuns();
+    }
+
+    /// What the engine says of it depends on its version, and on whether it asks another registry as well.
+    void updateToAVersionThatTheRegistryLacks() {
+        m_mirror.setBytesPerSecond(ThrottledMirror::unlimited);
+        m_newestVersion = lackingTag;
+        m_controller->checkForUpdates();
+        QTRY_COMPARE(m_controller->latestVersion(), lackingTag);
+        const QString before = containerId();
+        m_controller->updateNow();
+        confirm();
+        const auto cancelled = QStringLiteral("Cancelled.");
+        QTRY_VERIFY2_WITH_TIMEOUT(!m_controller->busy() && m_controller->error() && errorMessage() != cancelled,
+                                  qPrintable(describe()), engineTimeout);
+        QVERIFY2(errorMessage().startsWith(QStringLiteral("Docker ")), qPrintable(describe()));
+        verifyOldVersionRuns();
+        QCOMPARE(containerId(), before);
+        QCOMPARE(content(database), QByteArray("precious"));
     }
 
     void update() {
-        m_mirror.setBytesPerSecond(ThrottledMirror::unlimited);
+        m_newestVersion = newTag;
+        m_controller->checkForUpdates();
+        QTRY_COMPARE(m_controller->latestVersion(), newTag);
         m_controller->updateNow();
         confirm();
         QTRY_VERIFY2_WITH_TIMEOUT(m_controller->imageTag() == newTag && !m_controller->busy(), qPrintable(describe()),
@@ -337,7 +368,7 @@ private Q_SLOTS:
         QVERIFY(isDataInUse());
         QCOMPARE(content(database), QByteArray("precious"));
         const QStringList made = backups(QStringLiteral("before-update"));
-        QCOMPARE(made.size(), 2);
+        QCOMPARE(made.size(), 3);
         for (const QString& name : made) {
             QCOMPARE(content(QStringLiteral("support/Orvanel/Backups/%1/kuma.db").arg(name)), QByteArray("precious"));
         }
