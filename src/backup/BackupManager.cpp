@@ -103,6 +103,7 @@ QCoro::Task<BackupResult> backUpToZip(QString dataDir, QString destination) {
 
 std::optional<BackupResult> backUpAutomatically(const QString& dataDir, const QString& backupsDir,
                                                 const QString& label) {
+    recoverData(dataDir, backupsDir);
     if (!exists(dataDir)) {
         return std::nullopt;
     }
@@ -126,6 +127,7 @@ QCoro::Task<void> unpackAndRestore(std::shared_ptr<WorkFolder> work, QString zip
 
 QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir) {
     const std::function<std::shared_ptr<WorkFolder>()> making = [zip, dataDir, backupsDir] {
+        recoverData(dataDir, backupsDir);
         requireRestorePlaces(zip, dataDir, backupsDir);
         auto work = std::make_shared<WorkFolder>(QDir::tempPath(), QStringLiteral("orv-restore-"));
         makeFolder(work->path(unpackedName));
@@ -173,11 +175,16 @@ QCoro::Task<void> BackupManager::restore(QString source, QString dataDir, QStrin
         co_return;
     }
     const std::function<bool()> job = [source, dataDir, backupsDir] {
+        recoverData(dataDir, backupsDir);
         requireRestorePlaces(source, dataDir, backupsDir);
         restoreFolder(source, source, dataDir, backupsDir);
         return true;
     };
     co_await onWorker<bool>(job);
+}
+
+void BackupManager::recover(const QString& dataDir, const QString& backupsDir) {
+    recoverData(dataDir, backupsDir);
 }
 
 bool BackupManager::looksLikeData(const QString& folder) {

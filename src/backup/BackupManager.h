@@ -38,6 +38,11 @@ QCoro::Task<std::optional<BackupResult>> autoBackup(QString dataDir, QString bac
 /// is whole in exactly one of these two places.
 QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir);
 
+/// Gives back what a restore that was killed had taken away and not yet replaced: the data folder is then in its place
+/// again. To be called before anything makes the data folder; the operations that know `backupsDir` do it themselves.
+/// Only renames, so any thread; what cannot be given back now stays where it is for the next time.
+void recover(const QString& dataDir, const QString& backupsDir);
+
 /// Whether `folder` holds an entry "kuma.db" or "db-config.json".
 bool looksLikeData(const QString& folder);
 

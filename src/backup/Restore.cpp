@@ -4,12 +4,16 @@
 #include "backup/CopyTree.h"
 #include "backup/DiskRoom.h"
 #include "backup/FileError.h"
+#include "backup/Leftover.h"
 #include "backup/RemoveTree.h"
+#include "backup/RestoreNote.h"
 #include "backup/SafePaths.h"
 #include "backup/Swap.h"
+#include "backup/SwapNote.h"
 #include "backup/UnpackedCheck.h"
 #include "backup/WorkFolder.h"
 
+#include <QDebug>
 #include <QFile>
 #include <QFileInfo>
 
@@ -20,8 +24,6 @@
 
 namespace orvanel {
 namespace {
-
-const QString keptPrefix = QStringLiteral("before-restore-");
 
 /// A folder can only be given another parent by those who may write into it, and Docker may have made it as root.
 void requireMovable(const QString& dataDir) {
@@ -65,9 +67,13 @@ public:
         }
     }
 
-    /// When it throws, the data folder is as it was, or the sentence tells where it is.
-    void replaceBy(const QString& fresh, WorkFolder& work) {
-        const QString kept = freeName(m_place + BackupManager::timestamp());
+    /// Its result is where the data is kept. When it throws, the data folder is as it was, or the sentence tells where
+    /// it is.
+    QString replaceBy(const QString& fresh, WorkFolder& work) {
+        QString kept = freeName(m_place + BackupManager::timestamp());
+        if (!m_copy) {
+            noteRestore(work, fresh, kept);
+        }
         moveTo(m_copy ? m_copy->path(QStringLiteral("data")) : m_dataDir, kept);
         try {
             if (m_copy) {
@@ -76,13 +82,14 @@ public:
                 moveTo(fresh, m_dataDir);
             }
         } catch (const AppError& error) {
-            takeBack(kept, error);
+            takeBack(kept, error, work);
             throw;
         }
+        return kept;
     }
 
 private:
-    void takeBack(const QString& kept, const AppError& error) const {
+    void takeBack(const QString& kept, const AppError& error, WorkFolder& work) const {
         if (m_copy) {
             // Only a copy that is not needed: the data itself is where it was.
             if (idOf(m_dataDir) == m_id) {
@@ -93,6 +100,7 @@ private:
         try {
             moveTo(kept, m_dataDir);
         } catch (const AppError&) {
+            work.keep();
             throw AppError(QStringLiteral("%1. The current data is now in %2").arg(error.message(), shownPath(kept)));
         }
     }
@@ -121,6 +129,21 @@ void removeOlder(const QStringList& names, const QString& backupsDir, const QStr
 
 } // namespace
 
+void recoverData(const QString& dataDir, const QString& backupsDir) {
+    try {
+        const QString place = dataPlaceOf(dataDir);
+        const QString parent = parentOf(place);
+        const FileDescriptor above(::open(QFile::encodeName(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        for (const Leftover& leftover : leftoversIn(parent, WorkFolder::hidden)) {
+            undoSwap(leftover.folder.get(), above.get());
+            finishRestore(leftover.folder.get(), place, backupsDir);
+        }
+    } catch (const AppError& error) {
+        // The note is still there: the next start tries again.
+        qWarning() << "What a crashed restore left cannot be put back yet:" << error.message();
+    }
+}
+
 QString findUnpackedData(const QString& folder) {
     if (BackupManager::looksLikeData(folder)) {
         return folder;
@@ -143,7 +166,7 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
     }
     makeFolder(backupsDir);
     // Where the data folder is a link, what it leads to is replaced, and the link stays.
-    const QString data = isSame(dataDir, dataDir) ? resolved(dataDir) : placeOf(dataDir);
+    const QString data = dataPlaceOf(dataDir);
     requireMovable(data);
 
     WorkFolder work(parentOf(data));
@@ -157,8 +180,11 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
     }
     const QString backups = resolved(backupsDir);
     const QStringList before = namesIn(backups);
-    KeptData(data, backups).replaceBy(fresh, work);
-    removeOlder(before, backups, origin);
+    const QString kept = KeptData(data, backups).replaceBy(fresh, work);
+    // An empty folder, made by whoever missed the data, is not worth what was kept before it.
+    if (BackupManager::looksLikeData(kept)) {
+        removeOlder(before, backups, origin);
+    }
 }
 
 } // namespace orvanel

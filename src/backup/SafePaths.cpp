@@ -6,9 +6,12 @@
 #include <QDir>
 #include <QFile>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <memory>
+#include <unistd.h>
 
 namespace orvanel {
 namespace {
@@ -70,6 +73,21 @@ QString placeOf(const QString& path) {
         return real;
     }
     return real == u"/" ? real + name : real + u'/' + name;
+}
+
+QString dataPlaceOf(const QString& dataDir) {
+    constexpr int mostLinks = 40;
+    QString place = placeOf(dataDir);
+    for (int links = 0; links < mostLinks; ++links) {
+        std::array<char, PATH_MAX> text{};
+        const ssize_t length = ::readlink(QFile::encodeName(place).constData(), text.data(), text.size() - 1);
+        if (length < 0) {
+            return place;
+        }
+        const QString target = QFile::decodeName(text.data());
+        place = placeOf(QDir::isAbsolutePath(target) ? target : parentOf(place) + u'/' + target);
+    }
+    throw fileError(dataDir, ELOOP);
 }
 
 bool isSame(const QString& path, const QString& other) {

@@ -11,7 +11,12 @@ QString resolved(const QString& path);
 /// need not exist; throws what the platform says when the folder that would hold it cannot be reached.
 QString placeOf(const QString& path);
 
-/// The folder that holds `place`, and its name there. `place` comes from placeOf().
+/// Where the data folder is or would be: placeOf() the end of all links, of which the last may lead to nothing. Throws
+/// what the platform says when the folder that would hold it cannot be reached.
+QString dataPlaceOf(const QString& dataDir);
+
+/// The folder that holds `place`, and its name there. `place` comes from placeOf() or
+/// dataPlaceOf().
 QString parentOf(const QString& place);
 QString nameOf(const QString& place);
 

@@ -1,7 +1,9 @@
 #include "backup/WorkFolder.h"
 
 #include "backup/FileError.h"
+#include "backup/Leftover.h"
 #include "backup/RemoveTree.h"
+#include "backup/RestoreNote.h"
 #include "backup/SwapNote.h"
 
 #include <QFile>
@@ -9,8 +11,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 namespace orvanel {
 namespace {
@@ -19,41 +20,16 @@ QString uuidText() {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
 }
 
-bool isOurName(const QString& name, const QString& prefix) {
-    if (!name.startsWith(prefix)) {
-        return false;
-    }
-    const QString rest = name.mid(prefix.size());
-    const QUuid uuid = QUuid::fromString(rest);
-    return !uuid.isNull() && uuid.toString(QUuid::WithoutBraces).toUpper() == rest;
-}
-
-/// A closed descriptor when it cannot be opened or another process holds it. A file system without locks holds nothing.
-FileDescriptor lockFolder(const QString& path) {
-    FileDescriptor folder = openFolder(AT_FDCWD, QFile::encodeName(path).toStdString());
-    if (folder.isOpen() && ::flock(folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        folder.reset();
-    }
-    return folder;
-}
-
 /// Removes what a crashed run left. Only a work folder of a swap has taken something away: in one that an archive was
 /// unpacked to, a stranger may have laid whatever looks like it.
-void removeLeftover(const QString& path, const QString& parent, bool mayHaveSwapped) {
-    const auto status = statusOf(path);
-    if (!status || !S_ISDIR(status->st_mode) || status->st_uid != ::geteuid()) {
-        return;
-    }
-    const FileDescriptor lock = lockFolder(path);
-    if (!lock.isOpen()) {
-        return;
-    }
+void removeLeftover(const Leftover& leftover, const QString& parent, bool mayHaveSwapped) {
     const FileDescriptor above(::open(QFile::encodeName(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (mayHaveSwapped && (!above.isOpen() || !undoSwap(lock.get(), above.get()))) {
+    const int folder = leftover.folder.get();
+    if (mayHaveSwapped && (hasRestoreNote(folder) || !above.isOpen() || !undoSwap(folder, above.get()))) {
         return;
     }
     try {
-        removeTree(path);
+        removeTree(leftover.path);
     } catch (const AppError&) {
         // Perhaps next time; it is in nobody's way.
         return;
@@ -63,11 +39,8 @@ void removeLeftover(const QString& path, const QString& parent, bool mayHaveSwap
 } // namespace
 
 WorkFolder::WorkFolder(const QString& parent, const QString& prefix) {
-    const QStringList names = namesIn(parent);
-    for (const QString& name : names) {
-        if (isOurName(name, prefix)) {
-            removeLeftover(parent + u'/' + name, parent, prefix == hidden);
-        }
+    for (const Leftover& leftover : leftoversIn(parent, prefix)) {
+        removeLeftover(leftover, parent, prefix == hidden);
     }
     m_path = (parent == u"/" ? parent : parent + u'/') + prefix + uuidText();
     if (::mkdir(QFile::encodeName(m_path).constData(), S_IRWXU) != 0) {

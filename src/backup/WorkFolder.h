@@ -16,8 +16,8 @@ public:
     static inline const QString hidden = QStringLiteral(".orvanel-");
 
     /// Makes the folder in `parent`, after removing what crashed runs left there under the same prefix. What such a run
-    /// had put into `replaced()` of a hidden one and not yet replaced goes back to its place. Throws what the platform
-    /// says.
+    /// had put into `replaced()` of a hidden one and not yet replaced goes back to its place; one that was restoring
+    /// stays until recoverData() has seen it. Throws what the platform says.
     explicit WorkFolder(const QString& parent, const QString& prefix = hidden);
     ~WorkFolder();
     WorkFolder(const WorkFolder&) = delete;

@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <random>
@@ -230,15 +231,43 @@ QStringList leftovers(const Scene& scene) {
     return found;
 }
 
-/// The next run at the same place succeeds and leaves nothing lying about. The archiver of a killed run may live a
-/// little longer and write on, so that more than one run may be needed.
+/// Where the previous data is after the program started again: what a start does before it needs the data folder.
+QString problemOfNextStart(const Scene& scene) {
+    const DataFolder& folder = scene.folder;
+    BackupManager::recover(folder.data(), folder.backups());
+    QDir().mkpath(folder.data());
+    const auto data = describe(folder.data());
+    if (difference(scene.data, data).isEmpty() || data.keys() == scene.earlier.keys()) {
+        return {};
+    }
+    return u"the next start begins with "_s + data.keys().join(u' ');
+}
+
+/// Whether one of the kept folders is the previous data.
+bool isKept(const Scene& scene) {
+    const QStringList kept = scene.folder.kept();
+    return std::any_of(kept.begin(), kept.end(), [&](const QString& name) {
+        return difference(scene.data, describe(scene.folder.backups(name))).isEmpty();
+    });
+}
+
+/// The next run at the same place succeeds, loses nothing and leaves nothing lying about. The archiver of a killed run
+/// may live a little longer and write on, so that more than one run may be needed for the last.
 QString problemOfNextRun(const Scene& scene, Operation operation) {
-    for (int run = 0; run < 20; ++run) {
-        if (isRestore(operation) && !QFileInfo::exists(scene.folder.data())) {
-            scene.folder.write(u"Orvanel/data/kuma.db"_s, "made since");
+    bool mustBeKept = false;
+    if (isRestore(operation)) {
+        const QString problem = problemOfNextStart(scene);
+        if (!problem.isEmpty()) {
+            return problem;
         }
+        mustBeKept = difference(scene.data, describe(scene.folder.data())).isEmpty();
+    }
+    for (int run = 0; run < 20; ++run) {
         if (endOf(startPerforming(scene, operation, 0)) != 0) {
             return u"the next run failed"_s;
+        }
+        if (run == 0 && mustBeKept && !isKept(scene)) {
+            return u"the next restore lost the data"_s;
         }
         if (leftovers(scene).isEmpty()) {
             return {};
@@ -308,7 +337,8 @@ private Q_SLOTS:
             const QString problem = problemAfter(*scene, what);
             QVERIFY2(problem.isEmpty(), qPrintable(at + problem));
             isBeforeSwapSeen = isBeforeSwapSeen || (isInTurn && isOldDestination(*scene, what));
-            if (i % 3 == 0) {
+            // After a kill within a restore the way back counts at every step.
+            if (i % 3 == 0 || (isInTurn && isRestore(what))) {
                 const QString next = problemOfNextRun(*scene, what);
                 QVERIFY2(next.isEmpty(), qPrintable(at + next));
             }

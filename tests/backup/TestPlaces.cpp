@@ -306,6 +306,9 @@ private Q_SLOTS:
         const auto at = message.indexOf(u". The current data is now in "_s);
         QVERIFY2(at > 0, qPrintable(message));
         QCOMPARE(difference(before, describe(message.mid(at + 29))), QString());
+        interception().renameFailure = {};
+        BackupManager::recover(folder.data(), folder.backups());
+        QCOMPARE(difference(before, describe(folder.data())), QString());
     }
 
     void restoreWhoseSecondStepFailsIsTakenBack() {

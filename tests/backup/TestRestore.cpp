@@ -14,6 +14,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+const QString leftover = u".orvanel-01234567-89AB-CDEF-0123-456789ABCDEF"_s;
+
 /// A zip archive tells dates to the second.
 QMap<QString, QString> inSeconds(QMap<QString, QString> entries) {
     for (QString& entry : entries) {
@@ -150,6 +152,98 @@ private Q_SLOTS:
         const QStringList kept = folder.kept();
         QCOMPARE(kept.size(), 1);
         QVERIFY(QFileInfo::exists(folder.backups(kept.first() + u"/new"_s)));
+    }
+
+    void anEmptyFolderDoesNotPushOutTheKeptData() {
+        const DataFolder folder;
+        QDir().mkpath(folder.data());
+        folder.write(u"Orvanel/Backups/before-restore-2020-01-01-000000/kuma.db"_s, "the only copy");
+        folder.write(u"copy/kuma.db"_s, "restored");
+        await(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
+        QCOMPARE(folder.read(u"Orvanel/Backups/before-restore-2020-01-01-000000/kuma.db"_s),
+                 QByteArray("the only copy"));
+        // Once there is something better to keep, they go.
+        await(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
+        QCOMPARE(folder.kept().size(), 1);
+    }
+
+    void killedRestoreIsTakenBack_data() {
+        QTest::addColumn<QStringList>("files");
+        QTest::addColumn<QString>("data");
+        QTest::addColumn<QStringList>("kept");
+        const auto kept = u"before-restore-2026-01-02-030405"_s;
+        const QString fresh = leftover + u"/data/kuma.db"_s;
+        const QString old = u"Backups/"_s + kept + u"/kuma.db"_s;
+        QTest::newRow("before the first step")
+            << QStringList{u"data/kuma.db"_s, fresh} << u"data/kuma.db"_s << QStringList();
+        QTest::newRow("between the steps") << QStringList{old, fresh} << old << QStringList();
+        QTest::newRow("between the steps, and the folder was made")
+            << QStringList{old, fresh, u"data/"_s} << old << QStringList();
+        QTest::newRow("between the steps, and a server has filled it")
+            << QStringList{old, fresh, u"data/kuma.db"_s} << u"data/kuma.db"_s
+            << QStringList{u"before-interrupted-restore-2026-01-02-030405"_s};
+        QTest::newRow("after both") << QStringList{old, u"data/kuma.db"_s} << u"data/kuma.db"_s << QStringList{kept};
+        QTest::newRow("after both, and the disk forgot the second") << QStringList{old} << old << QStringList();
+    }
+
+    void killedRestoreIsTakenBack() {
+        QFETCH(const QStringList, files);
+        QFETCH(const QString, data);
+        QFETCH(const QStringList, kept);
+        const DataFolder folder;
+        QDir().mkpath(folder.backups());
+        folder.write(u"Orvanel/"_s + leftover + u"/restoring"_s, "data/before-restore-2026-01-02-030405");
+        for (const QString& file : files) {
+            if (file.endsWith(u'/')) {
+                QDir().mkpath(folder.path(u"Orvanel/"_s + file));
+            } else {
+                folder.write(u"Orvanel/"_s + file, file.toUtf8());
+            }
+        }
+        // A backup that comes first must not remove what only the next line understands.
+        folder.write(u"elsewhere/kuma.db"_s, "");
+        await(BackupManager::backUp(folder.path(u"elsewhere"_s), folder.path(u"Orvanel/copy"_s)));
+        for (int round = 0; round < 2; ++round) {
+            BackupManager::recover(folder.data(), folder.backups());
+            QCOMPARE(folder.read(u"Orvanel/data/kuma.db"_s), data.toUtf8());
+            QCOMPARE(folder.kept(), kept);
+        }
+        await(BackupManager::backUp(folder.path(u"elsewhere"_s), folder.path(u"Orvanel/copy"_s)));
+        QVERIFY(!QFileInfo::exists(folder.path(u"Orvanel/"_s + leftover)));
+    }
+
+    void killedRestoreOfALinkedFolderIsTakenBack() {
+        const DataFolder folder;
+        QDir().mkpath(folder.path(u"large disk"_s));
+        QVERIFY(QFile::link(u"../large disk/data"_s, folder.data()));
+        folder.write(u"large disk/"_s + leftover + u"/restoring"_s, "data/before-restore-2026-01-02-030405");
+        folder.write(u"Orvanel/Backups/before-restore-2026-01-02-030405/kuma.db"_s, "kept");
+        BackupManager::recover(folder.data(), folder.backups());
+        QCOMPARE(folder.read(u"large disk/data/kuma.db"_s), QByteArray("kept"));
+        QVERIFY(QFileInfo(folder.data()).isSymLink());
+    }
+
+    void linkToNothingIsFilled() {
+        const DataFolder folder;
+        QDir().mkpath(folder.path(u"large disk"_s));
+        QVERIFY(QFile::link(u"../large disk/data"_s, folder.data()));
+        folder.write(u"copy/kuma.db"_s, "restored");
+        await(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
+        QCOMPARE(folder.read(u"large disk/data/kuma.db"_s), QByteArray("restored"));
+        QVERIFY(QFileInfo(folder.data()).isSymLink());
+    }
+
+    void noteThatNamesAnythingElseMovesNothing() {
+        for (const char* const note : {"data/../../precious", "data/precious", "../precious", "", "data/..", "/"}) {
+            const DataFolder folder;
+            folder.write(u"Orvanel/Backups/precious/kuma.db"_s, "precious");
+            folder.write(u"precious/kuma.db"_s, "precious");
+            folder.write(u"Orvanel/"_s + leftover + u"/restoring"_s, note);
+            BackupManager::recover(folder.data(), folder.backups());
+            QVERIFY(!QFileInfo::exists(folder.data()));
+            QCOMPARE(folder.kept(), QStringList{u"precious"_s});
+            QVERIFY(QFileInfo::exists(folder.path(u"precious/kuma.db"_s)));
+        }
     }
 
     void withoutDataTheBackupIsOnlyCopied() {

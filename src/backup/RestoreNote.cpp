@@ -1,0 +1,73 @@
+#include "backup/RestoreNote.h"
+
+#include "backup/FileError.h"
+#include "backup/Folder.h"
+#include "backup/Note.h"
+#include "backup/SafePaths.h"
+#include "backup/Swap.h"
+#include "backup/WorkFolder.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace orvanel {
+namespace {
+
+const std::string noteName = "restoring";
+
+std::string nameAt(const QString& path) {
+    return QFile::encodeName(nameOf(path)).toStdString();
+}
+
+bool isThere(int folder, const std::string& name) {
+    struct stat status {};
+    return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 || errno != ENOENT;
+}
+
+void giveBack(const QString& kept, const QString& place, const QString& backupsDir) {
+    // An empty folder may have been made by whoever missed it. Any other is left alone.
+    ::rmdir(QFile::encodeName(place).constData());
+    if (!statusOf(place)) {
+        moveTo(kept, place);
+        return;
+    }
+    const QString when = nameOf(kept).mid(keptPrefix.size());
+    moveTo(kept, freeName(backupsDir + QStringLiteral("/before-interrupted-restore-") + when));
+}
+
+} // namespace
+
+void noteRestore(const WorkFolder& work, const QString& fresh, const QString& kept) {
+    const int code = writeNote(work.descriptor(), noteName, nameAt(fresh) + "/" + nameAt(kept));
+    if (code != 0) {
+        throw fileError(work.path(), code);
+    }
+}
+
+bool hasRestoreNote(int work) {
+    return readNote(work, noteName).has_value();
+}
+
+void finishRestore(int work, const QString& place, const QString& backupsDir) {
+    const auto text = readNote(work, noteName);
+    if (!text) {
+        return;
+    }
+    const auto slash = text->find('/');
+    if (slash != std::string::npos) {
+        const QString name = QFile::decodeName(text->substr(slash + 1).c_str());
+        const QString kept = backupsDir + u'/' + name;
+        const bool isKept = name.startsWith(keptPrefix) && !name.contains(u'/') && isFolder(kept);
+        // What is no longer in the work folder has become the data folder.
+        const bool isDone = !isThere(work, text->substr(0, slash)) && statusOf(place);
+        if (isKept && !isDone) {
+            giveBack(kept, place, backupsDir);
+        }
+    }
+    ::unlinkat(work, noteName.c_str(), 0);
+}
+
+} // namespace orvanel
