@@ -130,8 +130,14 @@ void removeOlder(const QStringList& names, const QString& backupsDir, const QStr
 } // namespace
 
 void recoverData(const QString& dataDir, const QString& backupsDir) {
+    QString place;
     try {
-        const QString place = dataPlaceOf(dataDir);
+        place = dataPlaceOf(dataDir);
+    } catch (const AppError&) {
+        // Where the data folder cannot even be made yet, nothing was left.
+        return;
+    }
+    try {
         const QString parent = parentOf(place);
         const FileDescriptor above(::open(QFile::encodeName(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         for (const Leftover& leftover : leftoversIn(parent, WorkFolder::hidden)) {

@@ -165,6 +165,7 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
 void KumaController::revealDataFolder() {
     // An empty folder must not come in the way of a restore, which is just filling the new one.
     if (!m_dataTurns.isTaken()) {
+        BackupManager::recover(dataDir(), backupsDir());
         QDir().mkpath(dataDir());
     }
     m_env.desktop->reveal(dataDir());

@@ -1,5 +1,6 @@
 #include "controller/ComposeFile.h"
 
+#include "backup/BackupManager.h"
 #include "controller/KumaController.h"
 
 #include <QFile>
@@ -50,6 +51,8 @@ void makeReplaceable(const QString& path) {
 } // namespace
 
 std::optional<QString> KumaController::prepareFiles() {
+    // What a killed restore took away must come back before an empty folder takes its place.
+    BackupManager::recover(dataDir(), backupsDir());
     std::error_code error;
     std::filesystem::create_directories(QFile::encodeName(dataDir()).toStdString(), error);
     if (error) {

@@ -233,6 +233,32 @@ private Q_SLOTS:
         QCOMPARE(world.docker().container->state, std::string("exited"));
     }
 
+    void killedRestoreIsTakenBackBeforeTheDataFolderIsMade_data() {
+        QTest::addColumn<bool>("starts");
+        QTest::newRow("by a start") << true;
+        QTest::newRow("by showing the folder") << false;
+    }
+
+    void killedRestoreIsTakenBackBeforeTheDataFolderIsMade() {
+        QFETCH(const bool, starts);
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        const auto program = QStringLiteral(".local/share/Orvanel/");
+        const auto kept = QStringLiteral("before-restore-2026-01-02-030405");
+        const auto work = QStringLiteral(".orvanel-01234567-89AB-CDEF-0123-456789ABCDEF/");
+        world.home.write(program + work + QStringLiteral("restoring"), "data/" + kept.toUtf8());
+        world.home.write(program + work + QStringLiteral("data/kuma.db"), "half");
+        world.home.write(program + QStringLiteral("Backups/") + kept + QStringLiteral("/kuma.db"), "the data");
+        if (starts) {
+            startServer(world);
+        } else {
+            kuma.revealDataFolder();
+        }
+        QFile file(kuma.dataDir() + QStringLiteral("/kuma.db"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray("the data"));
+    }
+
     void dataFolderIsNotMadeInTheMiddleOfARestore() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
