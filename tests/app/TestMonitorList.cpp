@@ -11,6 +11,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QSignalSpy>
+#include <QStyledItemDelegate>
 #include <QTest>
 
 using namespace orvanel;
@@ -77,6 +78,31 @@ protected:
     }
 };
 
+/// Counts the rows that are painted.
+class PaintedRows final : public QStyledItemDelegate {
+public:
+    explicit PaintedRows(MonitorRows& list)
+        : m_list(list)
+        , m_own(list.itemDelegate()) {
+        list.setItemDelegate(this);
+    }
+    ~PaintedRows() { m_list.setItemDelegate(m_own); }
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        count += 1;
+        m_own->paint(painter, option, index);
+    }
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        return m_own->sizeHint(option, index);
+    }
+
+    mutable int count = 0;
+
+private:
+    MonitorRows& m_list;
+    QAbstractItemDelegate* const m_own;
+};
+
 } // namespace
 
 class TestMonitorList : public QObject {
@@ -129,6 +155,7 @@ private Q_SLOTS:
         view.world.page.status = statusPage({}, {});
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
+        QVERIFY(visible<MonitorRows>(&view.window) == nullptr);
         QVERIFY(shows(&view.window, QStringLiteral("Monitors")));
         QVERIFY(shows(&view.window, QStringLiteral("The status page has no monitors yet, or the first reading is still "
                                                    "loading. Add monitors to the status page in the dashboard.")));
@@ -215,12 +242,49 @@ private Q_SLOTS:
     }
 
     void ofThousandsOnlyThoseInViewArePainted() {
-        Listed view(rows(5000));
+        QList<MonitorRow> list = rows(5000);
+        Listed view(list);
         view.open();
         drainEvents();
         QVERIFY(view.list()->height() > 5000 * 10);
-        const QRect seen = view.list()->viewport()->visibleRegion().boundingRect();
-        QVERIFY(!seen.isEmpty() && seen.height() <= view.window.height());
+        PaintedRows painted(*view.list());
+        drainEvents();
+        painted.count = 0;
+        view.list()->viewport()->update();
+        drainEvents();
+        const int seen = view.list()->viewport()->visibleRegion().boundingRect().height();
+        const int rowHeight = view.list()->sizeHintForRow(0);
+        QVERIFY(seen > 0 && seen <= view.window.height());
+        QVERIFY(painted.count >= seen / rowHeight);
+        QVERIFY2(painted.count <= seen / rowHeight + 2, qPrintable(QString::number(painted.count)));
+
+        painted.count = 0;
+        view.nextReading(list);
+        QCOMPARE(painted.count, 0);
+        list[1].status = 0;
+        list[4000].status = 0;
+        view.nextReading(list);
+        QVERIFY(painted.count > 0 && painted.count <= seen / rowHeight + 2);
+    }
+
+    void aPageIsWhatTheWindowShows() {
+        Listed view(rows(200));
+        view.open();
+        view.list()->setFocus();
+        view.list()->setCurrentIndex(view.model().index(0));
+        const int shown = view.window.height() / view.list()->sizeHintForRow(0);
+        QTest::keyClick(view.list(), Qt::Key_PageDown);
+        const int first = view.list()->currentIndex().row();
+        QVERIFY2(first > 1 && first < shown, qPrintable(QString::number(first)));
+        QTest::keyClick(view.list(), Qt::Key_PageDown);
+        QCOMPARE(view.list()->currentIndex().row(), 2 * first);
+        const QRect there = view.list()->visualRect(view.list()->currentIndex());
+        QVERIFY(view.list()->viewport()->visibleRegion().boundingRect().contains(there));
+        QTest::keyClick(view.list(), Qt::Key_PageUp);
+        QCOMPARE(view.list()->currentIndex().row(), first);
+        QTest::keyClick(view.list(), Qt::Key_PageUp);
+        QTest::keyClick(view.list(), Qt::Key_PageUp);
+        QCOMPARE(view.list()->currentIndex().row(), 0);
     }
 
     void textFromOutsideIsInert() {

@@ -6,7 +6,9 @@
 
 #include <QFontDatabase>
 #include <QFontMetrics>
+#include <QHelpEvent>
 #include <QPainter>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -21,6 +23,10 @@ constexpr qsizetype longestShown = 400;
 constexpr float dividerOpacity = 0.15F;
 constexpr float selectionOpacity = 0.16F;
 constexpr double selectionRadius = 4;
+
+bool fits(const QString& text, const QFont& font, int width) {
+    return text.size() <= longestShown && QFontMetrics(font).horizontalAdvance(text.simplified()) <= width;
+}
 
 /// In one line, and cut to the width.
 QString fitted(const QString& text, const QFont& font, int width) {
@@ -70,6 +76,31 @@ QSize MonitorDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&)
     return {0, rowHeight()};
 }
 
+MonitorDelegate::Places MonitorDelegate::placesIn(const QRect& area, const MonitorRow& monitor) const {
+    const QRect row = area.adjusted(spacing::lines, 0, -spacing::lines, -1);
+    const int pingColumn = std::max(pingWidth, QFontMetrics(m_pingFont).horizontalAdvance(pingText(monitor)));
+    const QRect ping(row.right() + 1 - pingColumn, row.top(), pingColumn, row.height());
+    const int wordWidth = QFontMetrics(m_nameFont).horizontalAdvance(monitorStatus(monitor.status).word);
+    const QRect word(ping.left() - spacing::related - wordWidth, row.top(), wordWidth, row.height());
+    const int left = row.left() + dotDiameter + spacing::related;
+    const QRect names(left, row.top(), word.left() - spacing::related - left, row.height());
+    return {row, names, word, ping};
+}
+
+bool MonitorDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                                const QModelIndex& index) {
+    if (event->type() != QEvent::ToolTip || !index.isValid()) {
+        return QStyledItemDelegate::helpEvent(event, view, option, index);
+    }
+    const MonitorRow& monitor = static_cast<const MonitorModel*>(index.model())->monitor(index);
+    const int room = placesIn(option.rect, monitor).names.width();
+    if (fits(monitor.name, m_nameFont, room) && fits(monitor.group, m_groupFont, room)) {
+        QToolTip::hideText();
+        return true;
+    }
+    return QStyledItemDelegate::helpEvent(event, view, option, index);
+}
+
 void MonitorDelegate::paintNames(QPainter* painter, const QRect& area, const MonitorRow& monitor,
                                  const QPalette& palette) const {
     const int nameHeight = QFontMetrics(m_nameFont).lineSpacing();
@@ -96,24 +127,19 @@ void MonitorDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     painter->setRenderHint(QPainter::Antialiasing);
     paintSelection(painter, option);
 
-    const QRect row = option.rect.adjusted(spacing::lines, 0, -spacing::lines, -1);
-    paintDot(painter, row, dotColor(status.meaning, palette));
+    const Places places = placesIn(option.rect, monitor);
+    paintDot(painter, places.row, dotColor(status.meaning, palette));
 
     const int flags = static_cast<int>(Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine);
-    const int pingColumn = std::max(pingWidth, QFontMetrics(m_pingFont).horizontalAdvance(pingText(monitor)));
-    const QRect ping(row.right() + 1 - pingColumn, row.top(), pingColumn, row.height());
     painter->setFont(m_pingFont);
     painter->setPen(palette.color(QPalette::WindowText));
-    painter->drawText(ping, flags, pingText(monitor));
+    painter->drawText(places.ping, flags, pingText(monitor));
 
-    const int wordWidth = QFontMetrics(m_nameFont).horizontalAdvance(status.word);
-    const QRect word(ping.left() - spacing::related - wordWidth, row.top(), wordWidth, row.height());
     painter->setFont(m_nameFont);
     painter->setPen(secondaryTextColor(palette));
-    painter->drawText(word, flags, status.word);
+    painter->drawText(places.word, flags, status.word);
 
-    const int left = row.left() + dotDiameter + spacing::related;
-    paintNames(painter, QRect(left, row.top(), word.left() - spacing::related - left, row.height()), monitor, palette);
+    paintNames(painter, places.names, monitor, palette);
 
     QColor line = palette.color(QPalette::WindowText);
     line.setAlphaF(dividerOpacity);

@@ -22,8 +22,18 @@ public:
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    /// A tooltip only where the row does not show all of the names.
+    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                   const QModelIndex& index) override;
 
 private:
+    struct Places {
+        QRect row;
+        QRect names;
+        QRect word;
+        QRect ping;
+    };
+    Places placesIn(const QRect& area, const MonitorRow& monitor) const;
     void paintNames(QPainter* painter, const QRect& area, const MonitorRow& monitor, const QPalette& palette) const;
 
     bool m_hasGroups = false;

@@ -1,6 +1,7 @@
 #include "app/views/MonitorList.h"
 
 #include "app/views/MonitorRows.h"
+#include "app/widgets/Focus.h"
 #include "app/widgets/TextLabel.h"
 #include "controller/KumaController.h"
 
@@ -31,6 +32,7 @@ MonitorList::MonitorList(ViewContext context, QWidget* parent)
                                 QStringLiteral("The status page has no monitors yet, or the first reading is still "
                                                "loading. Add monitors to the status page in the dashboard.")))
     , m_rows(new MonitorRows) {
+    m_title->setElided();
     m_updated->setSecondary();
     m_updated->setWordWrap(false);
     m_emptyText->setSecondary();
@@ -50,14 +52,16 @@ MonitorList::MonitorList(ViewContext context, QWidget* parent)
     column->addWidget(m_emptyText);
     column->addWidget(m_rows);
     column->addWidget(note);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
 }
 
 void MonitorList::render() {
     const KumaController& controller = m_context.controller;
-    const QString title = controller.statusTitle();
-    m_title->setContent(title.isEmpty() ? QStringLiteral("Monitors") : title);
-    if (m_rows->accessibleName() != m_title->text()) {
-        m_rows->setAccessibleName(m_title->text());
+    const QString given = controller.statusTitle().simplified();
+    const QString title = given.isEmpty() ? QStringLiteral("Monitors") : given;
+    m_title->setOutsideText(title);
+    if (m_rows->accessibleName() != title) {
+        m_rows->setAccessibleName(title);
     }
 
     const std::optional<Clock::WallTime> updated = controller.lastStatusUpdate();
@@ -67,7 +71,7 @@ void MonitorList::render() {
     m_updated->setVisible(updated.has_value());
 
     m_rows->setMonitors(controller.monitors());
-    m_rows->setVisible(!m_rows->isEmpty());
+    setShown(m_rows, !m_rows->isEmpty());
     m_emptyText->setVisible(m_rows->isEmpty());
 }
 

@@ -1,6 +1,7 @@
 #include "app/views/MonitorModel.h"
 
 #include "app/views/MonitorStatus.h"
+#include "app/widgets/ToolTip.h"
 
 #include <algorithm>
 #include <utility>
@@ -8,12 +9,15 @@
 namespace orvanel {
 namespace {
 
-constexpr qsizetype longestToolTip = 1000;
+/// Half of what a tooltip shows, so that the group has room below the longest name.
+constexpr qsizetype longestName = 500;
 
-/// A tooltip takes what looks like HTML for HTML.
-QString toolTip(const QString& name) {
-    const QString shown = name.size() > longestToolTip ? name.left(longestToolTip) + QStringLiteral("…") : name;
-    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(shown.toHtmlEscaped());
+QString namesOf(const MonitorRow& monitor) {
+    if (monitor.group.isEmpty()) {
+        return monitor.name;
+    }
+    const bool isLong = monitor.name.size() > longestName;
+    return (isLong ? monitor.name.left(longestName) + QStringLiteral("…") : monitor.name) + u'\n' + monitor.group;
 }
 
 bool haveSameIds(const QList<MonitorRow>& one, const QList<MonitorRow>& other) {
@@ -51,7 +55,7 @@ QVariant MonitorModel::data(const QModelIndex& index, int role) const {
     case Qt::DisplayRole:
         return monitor(index).name;
     case Qt::ToolTipRole:
-        return toolTip(monitor(index).name);
+        return plainToolTip(namesOf(monitor(index)));
     case Qt::AccessibleTextRole:
         return spokenMonitor(monitor(index));
     default:

@@ -82,6 +82,18 @@ void MonitorRows::changeEvent(QEvent* event) {
     }
 }
 
+/// Of the list itself all is always in view; a page is what the window shows of it.
+QModelIndex MonitorRows::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) {
+    const QScrollArea* const area = surroundingArea(this);
+    const bool isPage = action == MovePageDown || action == MovePageUp;
+    if (!isPage || area == nullptr || isEmpty()) {
+        return QListView::moveCursor(action, modifiers);
+    }
+    const int page = std::max(1, area->viewport()->height() / m_delegate->rowHeight() - 1);
+    const int row = currentIndex().row() + (action == MovePageDown ? page : -page);
+    return m_monitors->index(std::clamp(row, 0, m_monitors->rowCount() - 1));
+}
+
 /// The window scrolls, not the list.
 void MonitorRows::wheelEvent(QWheelEvent* event) {
     event->ignore();

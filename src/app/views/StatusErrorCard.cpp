@@ -3,6 +3,17 @@
 #include "controller/KumaController.h"
 
 namespace orvanel {
+namespace {
+
+constexpr qsizetype longestSlug = 200;
+
+/// What stands behind it must be seen as well.
+QString shortened(const QString& slug) {
+    const QString line = slug.simplified();
+    return line.size() > longestSlug ? line.left(longestSlug) + QStringLiteral("…") : line;
+}
+
+} // namespace
 
 StatusErrorCard::StatusErrorCard(ViewContext context, QWidget* parent)
     : Card(QStringLiteral("The status page could not be read"), parent)
@@ -14,10 +25,10 @@ StatusErrorCard::StatusErrorCard(ViewContext context, QWidget* parent)
 
 void StatusErrorCard::render() {
     const KumaController& controller = m_context.controller;
-    m_message->setContent(controller.statusError().value_or(QString()));
-    m_advice->setContent(
+    m_message->setOutsideText(controller.statusError().value_or(QString()));
+    m_advice->setOutsideText(
         QStringLiteral("Check that a status page with the slug “%1” exists, is saved, and contains your monitors.")
-            .arg(controller.slug()));
+            .arg(shortened(controller.slug())));
 }
 
 } // namespace orvanel

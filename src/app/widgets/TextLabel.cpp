@@ -1,9 +1,46 @@
 #include "app/widgets/TextLabel.h"
 
+#include "app/widgets/ToolTip.h"
+
 #include <QApplication>
 #include <QEvent>
 
 namespace orvanel {
+namespace {
+
+/// From here on a word may be broken anywhere.
+constexpr int longWord = 20;
+/// Some lines of text. Nobody reads more in a label.
+constexpr qsizetype longest = 400;
+
+/// Surrogates, and marks that belong to the letter before them.
+bool continuesLetter(QChar c) {
+    return c.isLowSurrogate() || c.isMark();
+}
+
+QString breakable(const QString& text) {
+    constexpr QChar mayBreak(0x200b);
+    QString result;
+    int length = 0;
+    for (const QChar c : text) {
+        length = c.isSpace() ? 0 : length + 1;
+        if (length > longWord && !continuesLetter(c)) {
+            result += mayBreak;
+        }
+        result += c;
+    }
+    return result;
+}
+
+QString shortened(const QString& text) {
+    if (text.size() <= longest) {
+        return text;
+    }
+    const bool splitsLetter = text[longest].isLowSurrogate();
+    return text.left(splitsLetter ? longest - 1 : longest) + QStringLiteral("…");
+}
+
+} // namespace
 
 TextLabel::TextLabel(TextStyle style, const QString& text, QWidget* parent)
     : QLabel(parent) {
@@ -29,16 +66,55 @@ void TextLabel::setContent(const QString& text) {
     }
 }
 
+void TextLabel::setElided() {
+    m_isElided = true;
+    setWordWrap(false);
+}
+
+void TextLabel::setOutsideText(const QString& text) {
+    if (accessibleName() != text) {
+        setAccessibleName(text);
+    }
+    if (m_isElided) {
+        m_line = shortened(text.simplified());
+        updateGeometry();
+        elide();
+        return;
+    }
+    setContent(breakable(shortened(text)));
+    setToolTip(text.size() > longest ? plainToolTip(text) : QString());
+}
+
+void TextLabel::elide() {
+    setContent(fontMetrics().elidedText(m_line, Qt::ElideRight, width()));
+    setToolTip(this->text() == accessibleName().simplified() ? QString() : plainToolTip(accessibleName()));
+}
+
+QSize TextLabel::sizeHint() const {
+    const QSize usual = QLabel::sizeHint();
+    return m_isElided ? QSize(fontMetrics().horizontalAdvance(m_line), usual.height()) : usual;
+}
+
 /// A word of any length from outside must not make the window wider.
 QSize TextLabel::minimumSizeHint() const {
     const QSize usual = QLabel::minimumSizeHint();
-    return wordWrap() ? QSize(1, usual.height()) : usual;
+    return wordWrap() || m_isElided ? QSize(1, usual.height()) : usual;
+}
+
+void TextLabel::resizeEvent(QResizeEvent* event) {
+    QLabel::resizeEvent(event);
+    if (m_isElided) {
+        elide();
+    }
 }
 
 void TextLabel::changeEvent(QEvent* event) {
     QLabel::changeEvent(event);
     if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange) {
         applyColor();
+    }
+    if (event->type() == QEvent::FontChange && m_isElided) {
+        elide();
     }
 }
 

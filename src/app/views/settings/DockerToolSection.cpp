@@ -30,7 +30,7 @@ DockerToolSection::DockerToolSection(ViewContext context, Dialogs& dialogs, QWid
 
 void DockerToolSection::render() {
     const std::optional<QString> path = m_context.controller.dockerPath();
-    setOutsideText(m_inUse, path ? QStringLiteral("In use: ") + *path : QStringLiteral("Docker was not found."));
+    m_inUse->setOutsideText(path ? QStringLiteral("In use: ") + *path : QStringLiteral("Docker was not found."));
     showInField(m_override, m_context.controller.dockerOverride());
 }
 

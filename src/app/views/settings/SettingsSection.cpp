@@ -9,22 +9,6 @@ namespace orvanel {
 namespace {
 
 constexpr int fieldWidth = 260;
-/// A word longer than that may be broken.
-constexpr int longWord = 40;
-
-QString breakable(const QString& text) {
-    QString result;
-    int length = 0;
-    for (const QChar c : text) {
-        length = c.isSpace() ? 0 : length + 1;
-        if (length > longWord && !c.isLowSurrogate()) {
-            result += QChar(0x200b);
-            length = 1;
-        }
-        result += c;
-    }
-    return result;
-}
 
 } // namespace
 
@@ -49,13 +33,6 @@ TextLabel* SettingsSection::addCaption(const QString& text) {
 
 void SettingsSection::addDivider() {
     column()->addWidget(new Divider);
-}
-
-void SettingsSection::setOutsideText(TextLabel* label, const QString& text) {
-    label->setContent(breakable(text));
-    if (label->accessibleName() != text) {
-        label->setAccessibleName(text);
-    }
 }
 
 void showInField(QLineEdit* field, const QString& text) {

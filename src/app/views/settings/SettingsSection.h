@@ -20,9 +20,6 @@ protected:
     TextLabel* addCaption(const QString& text = {});
     /// Between settings of one group.
     void addDivider();
-
-    /// Shows a text from outside, however long its words are.
-    static void setOutsideText(TextLabel* label, const QString& text);
 };
 
 /// Brings a field up to its setting. The same text is not set again, because that would move the cursor.

@@ -2,6 +2,7 @@
 
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
+#include "app/widgets/Focus.h"
 #include "app/widgets/LinkButton.h"
 #include "controller/KumaController.h"
 #include "platform/Desktop.h"
@@ -44,29 +45,29 @@ void UpdatesSection::render() {
     const KumaController& controller = m_context.controller;
     renderTexts();
     setCheckEnabled(!controller.checkingUpdate());
-    m_update->setEnabled(
-        canUpdate(controller.latestVersion(), controller.imageTag(), controller.busy(), controller.dockerState()));
-    m_releaseNotes->setVisible(controller.releaseURL().has_value());
+    setUsable(m_update, canUpdate(controller.latestVersion(), controller.imageTag(), controller.busy(),
+                                  controller.dockerState()));
+    setShown(m_releaseNotes, controller.releaseURL().has_value());
 }
 
 void UpdatesSection::renderTexts() {
     const KumaController& controller = m_context.controller;
-    setOutsideText(m_pinned, QStringLiteral("Pinned image: ") + controller.imageReference());
-    setOutsideText(m_newest, QStringLiteral("Newest release: ") +
-                                 controller.latestVersion().value_or(QStringLiteral("not checked yet")));
+    m_pinned->setOutsideText(QStringLiteral("Pinned image: ") + controller.imageReference());
+    m_newest->setOutsideText(QStringLiteral("Newest release: ") +
+                             controller.latestVersion().value_or(QStringLiteral("not checked yet")));
     const std::optional<QString> message = controller.updateMessage();
-    setOutsideText(m_message, message.value_or(QString()));
+    m_message->setOutsideText(message.value_or(QString()));
     m_message->setVisible(message.has_value());
     m_majorChange->setVisible(controller.majorChange());
 }
 
-/// A button that is switched off loses the focus to the next one; it gets it back unless the user has gone on since.
+/// A button that is switched off loses the focus; it gets it back unless the user has gone on since.
 void UpdatesSection::setCheckEnabled(bool isEnabled) {
     if (isEnabled == m_check->isEnabled()) {
         return;
     }
     const bool hadFocus = m_check->hasFocus();
-    m_check->setEnabled(isEnabled);
+    setUsable(m_check, isEnabled);
     if (hadFocus) {
         m_focusMeanwhile = window()->focusWidget();
     } else if (isEnabled && m_focusMeanwhile != nullptr) {

@@ -1,0 +1,45 @@
+#include "app/widgets/Focus.h"
+
+#include <QScrollArea>
+
+namespace orvanel {
+namespace {
+
+QScrollArea* surroundingArea(const QWidget* widget) {
+    for (QWidget* parent = widget->parentWidget(); parent != nullptr; parent = parent->parentWidget()) {
+        if (auto* area = qobject_cast<QScrollArea*>(parent)) {
+            return area;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+void giveUpFocus(const QWidget* leaving) {
+    QWidget* const focused = leaving->window()->focusWidget();
+    if (focused == nullptr || (focused != leaving && !leaving->isAncestorOf(focused))) {
+        return;
+    }
+    if (QScrollArea* const area = surroundingArea(leaving)) {
+        area->setFocus(Qt::OtherFocusReason);
+    } else {
+        focused->clearFocus();
+    }
+}
+
+void setShown(QWidget* widget, bool shown) {
+    if (!shown) {
+        giveUpFocus(widget);
+    }
+    widget->setVisible(shown);
+}
+
+void setUsable(QWidget* widget, bool usable) {
+    if (!usable) {
+        giveUpFocus(widget);
+    }
+    widget->setEnabled(usable);
+}
+
+} // namespace orvanel

@@ -1,0 +1,16 @@
+#pragma once
+
+class QWidget;
+
+namespace orvanel {
+
+/// To be called before a widget goes, goes grey or goes out of sight: if it or something in it has the focus, the area
+/// that it scrolls in gets it. Qt would hand it to whatever comes next, and the key that is pressed next would press a
+/// button that nobody chose.
+void giveUpFocus(const QWidget* leaving);
+
+/// QWidget::setVisible() and setEnabled() for what can have the focus, with giveUpFocus().
+void setShown(QWidget* widget, bool shown);
+void setUsable(QWidget* widget, bool usable);
+
+} // namespace orvanel

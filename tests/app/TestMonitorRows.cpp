@@ -1,0 +1,148 @@
+#include "Palettes.h"
+#include "app/views/MonitorDelegate.h"
+#include "app/views/MonitorModel.h"
+#include "app/views/MonitorRows.h"
+#include "app/widgets/StateColors.h"
+#include "app/widgets/TextStyle.h"
+#include "support/Await.h"
+
+#include <QFontMetrics>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QTest>
+#include <QToolTip>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+constexpr int rowWidth = 500;
+constexpr int pingWidth = 80;
+
+MonitorRow row(std::optional<std::int64_t> status, std::optional<std::int64_t> ping = {},
+               const QString& name = QStringLiteral("Web"), const QString& group = {}) {
+    return {.id = 1, .name = name, .group = group, .status = status, .ping = ping, .uptime24 = {}};
+}
+
+/// One row, as the list paints it.
+QImage pictureOf(const MonitorRow& monitor, const QPalette& palette) {
+    MonitorModel model;
+    model.setMonitors({monitor});
+    MonitorDelegate delegate;
+    delegate.setHasGroups(true);
+    QImage picture(rowWidth, delegate.rowHeight(), QImage::Format_RGB32);
+    picture.fill(palette.color(QPalette::Window));
+    QPainter painter(&picture);
+    QStyleOptionViewItem option;
+    option.rect = picture.rect();
+    option.palette = palette;
+    delegate.paint(&painter, option, model.index(0));
+    return picture;
+}
+
+/// Only that text, where it should be.
+QImage textAlone(const QRect& place, int height, const QString& text, TextStyle style, const QColor& color,
+                 const QPalette& palette) {
+    QImage picture(rowWidth, height, QImage::Format_RGB32);
+    picture.fill(palette.color(QPalette::Window));
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setFont(fontOf(style));
+    painter.setPen(color);
+    painter.drawText(place, Qt::AlignRight | Qt::AlignVCenter, text);
+    painter.end();
+    return picture.copy(place);
+}
+
+/// The names of the first row, as a tooltip shows them, or nothing.
+QString toolTipOfFirst(MonitorRows& list) {
+    QToolTip::showText({}, {});
+    const QPoint place = list.visualRect(list.model()->index(0, 0)).center();
+    QHelpEvent help(QEvent::ToolTip, place, list.viewport()->mapToGlobal(place));
+    QCoreApplication::sendEvent(list.viewport(), &help);
+    return QToolTip::isVisible() ? QToolTip::text() : QString();
+}
+
+} // namespace
+
+/// Rows of the monitor list, as they are painted.
+class TestMonitorRows : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void rowsShowDotWordAndTime_data() {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("word");
+        QTest::addColumn<Meaning>("meaning");
+        QTest::addColumn<int>("ping");
+        QTest::addColumn<QString>("time");
+        const auto add = [](int status, const char* word, Meaning meaning, int ping, const QString& time) {
+            QTest::addRow("%s, status %d", word, status)
+                << status << QString::fromLatin1(word) << meaning << ping << time;
+        };
+        const auto none = QStringLiteral("–");
+        add(0, "Down", Meaning::bad, -1, none);
+        add(1, "Up", Meaning::good, 123, QStringLiteral("123 ms"));
+        add(2, "Pending", Meaning::pending, 0, QStringLiteral("0 ms"));
+        add(3, "Maintenance", Meaning::maintenance, 4567, QStringLiteral("4567 ms"));
+        add(7, "No data", Meaning::inactive, -1, none);
+        add(-1, "No data", Meaning::inactive, -1, none);
+    }
+    void rowsShowDotWordAndTime() {
+        QFETCH(const int, status);
+        QFETCH(const QString, word);
+        QFETCH(const Meaning, meaning);
+        QFETCH(const int, ping);
+        QFETCH(const QString, time);
+        for (const QPalette& palette : {lightPalette(), darkPalette()}) {
+            const MonitorRow monitor = row(status < 0 ? std::nullopt : std::optional<std::int64_t>(status),
+                                           ping < 0 ? std::nullopt : std::optional<std::int64_t>(ping));
+            const QImage picture = pictureOf(monitor, palette);
+            const int height = picture.height() - 1;
+            QCOMPARE(picture.pixelColor(spacing::lines + 5, height / 2), dotColor(meaning, palette));
+            // Ten pixels across, and nothing beside them.
+            QCOMPARE(picture.pixelColor(spacing::lines - 1, height / 2), palette.color(QPalette::Window));
+            QCOMPARE(picture.pixelColor(spacing::lines + 11, height / 2), palette.color(QPalette::Window));
+
+            const QRect timePlace(rowWidth - spacing::lines - pingWidth, 0, pingWidth, height);
+            QCOMPARE(picture.copy(timePlace), textAlone(timePlace, picture.height(), time, TextStyle::smallMonospaced,
+                                                        palette.color(QPalette::WindowText), palette));
+            const int wordWidth = QFontMetrics(fontOf(TextStyle::body)).horizontalAdvance(word);
+            const QRect wordPlace(timePlace.left() - spacing::related - wordWidth, 0, wordWidth, height);
+            QCOMPARE(picture.copy(wordPlace), textAlone(wordPlace, picture.height(), word, TextStyle::body,
+                                                        secondaryTextColor(palette), palette));
+        }
+    }
+
+    void aGroupStandsUnderTheName() {
+        const QImage alone = pictureOf(row(1), lightPalette());
+        const QImage grouped = pictureOf(row(1, {}, QStringLiteral("Web"), QStringLiteral("Group")), lightPalette());
+        QVERIFY(alone != grouped);
+        // What is not of the names stays where it is.
+        const QRect right(rowWidth / 2, 0, rowWidth / 2, alone.height());
+        QCOMPARE(alone.copy(right), grouped.copy(right));
+    }
+
+    void namesThatAreCutAreInTheToolTip() {
+        MonitorRows list;
+        list.resize(300, 200);
+        list.setMonitors({row(1, {}, QStringLiteral("Web"), QStringLiteral("Group"))});
+        list.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&list));
+        QCOMPARE(toolTipOfFirst(list), QString());
+
+        const auto longName = QStringLiteral("<b>long</b> ") + QString(200, u'x');
+        list.setMonitors({row(1, {}, longName, QStringLiteral("The group"))});
+        const QString tip = toolTipOfFirst(list);
+        QVERIFY(tip.contains(longName.toHtmlEscaped()));
+        QVERIFY(tip.contains(QStringLiteral("The group")));
+
+        list.setMonitors({row(1, {}, QStringLiteral("Web"), QString(200, u'g'))});
+        QVERIFY(toolTipOfFirst(list).contains(QStringLiteral("Web\n") + QString(200, u'g')));
+        QToolTip::hideText();
+    }
+};
+
+QTEST_MAIN(TestMonitorRows)
+#include "TestMonitorRows.moc"

@@ -1,0 +1,122 @@
+#include "ShownWindow.h"
+#include "app/views/DashboardView.h"
+#include "app/views/MonitorList.h"
+#include "app/views/StatusErrorCard.h"
+#include "app/widgets/TextLabel.h"
+#include "support/Await.h"
+
+#include <QScrollArea>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+
+namespace {
+
+/// The visible label that a screen reader calls that, or nullptr.
+TextLabel* labelCalled(const Shown& view, const QString& name) {
+    for (TextLabel* label : view.window.findChildren<TextLabel*>()) {
+        if (label->isVisible() && label->accessibleName() == name) {
+            return label;
+        }
+    }
+    return nullptr;
+}
+
+void openDashboard(Shown& view, const QString& slug, const StatusPageResult& page) {
+    view.world.controller().setSlug(slug);
+    view.world.page.status = page;
+    QVERIFY(view.world.isPolledAsRunning());
+    view.world.settle();
+    view.open();
+    drainEvents();
+}
+
+/// Whether the cards stand within the window's width, and nothing needs a second look to be found.
+bool isInBounds(const Shown& view) {
+    const auto* area = view.window.findChild<QScrollArea*>();
+    return area->widget()->width() == area->viewport()->width() &&
+           area->widget()->height() <= 2 * area->viewport()->height();
+}
+
+} // namespace
+
+/// Texts that others wrote break no layout.
+class TestOutsideTexts : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void titlesStayInOneLine_data() {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<bool>("isCut");
+        QTest::newRow("short") << QStringLiteral("<b>My</b> &amp; services") << false;
+        QTest::newRow("lines") << QStringLiteral("one\ntwo\r\n\n\nthree\tfour") << false;
+        QTest::newRow("one word") << QString(10'000, u'W') << true;
+        QTest::newRow("words") << QStringLiteral("many words ").repeated(1000).simplified() << true;
+        QTest::newRow("many lines") << QStringLiteral("a\n").repeated(5000).simplified() << true;
+    }
+    void titlesStayInOneLine() {
+        QFETCH(const QString, title);
+        QFETCH(const bool, isCut);
+        Shown view;
+        openDashboard(view, QStringLiteral("home"), statusPage({monitor(1, 1)}, title));
+        const TextLabel* const label = labelCalled(view, title.simplified());
+        QVERIFY(label != nullptr);
+        QVERIFY(label->height() < 2 * label->fontMetrics().height());
+        QVERIFY(label->fontMetrics().horizontalAdvance(label->text()) <= label->width());
+        QCOMPARE(label->text().endsWith(QStringLiteral("…")), isCut);
+        QCOMPARE(!label->toolTip().isEmpty(), isCut);
+        QVERIFY(!label->toolTip().contains(QStringLiteral("<b>")));
+        QVERIFY(isInBounds(view));
+    }
+
+    void aTitleTakesTheRoomThatTheWindowGives() {
+        const auto title = QStringLiteral("word ").repeated(24).simplified();
+        Shown view;
+        openDashboard(view, QStringLiteral("home"), statusPage({monitor(1, 1)}, title));
+        const TextLabel* const label = labelCalled(view, title);
+        QVERIFY(label->text().endsWith(QStringLiteral("…")));
+        view.window.resize(3000, 600);
+        drainEvents();
+        QCOMPARE(label->text(), title);
+        QCOMPARE(label->toolTip(), QString());
+    }
+
+    void slugsAreBrokenAndCut_data() {
+        QTest::addColumn<QString>("slug");
+        QTest::newRow("one word") << QString(10'000, u'W');
+        QTest::newRow("lines") << QStringLiteral("a\n").repeated(2000);
+        QTest::newRow("marks") << QString(300, QChar(0x202e)) + QString(300, QChar(0x0301));
+    }
+    void slugsAreBrokenAndCut() {
+        QFETCH(const QString, slug);
+        Shown view;
+        openDashboard(view, slug, StatusPageError{QString(3000, u'e')});
+        auto* const card = visible<StatusErrorCard>(&view.window);
+        QVERIFY(card != nullptr);
+        QVERIFY(isInBounds(view));
+        for (const TextLabel* label : card->findChildren<TextLabel*>()) {
+            QVERIFY(label->height() >= label->heightForWidth(label->width()));
+            // Every word finds room in the line.
+            const QRect needed =
+                label->fontMetrics().boundingRect(QRect(0, 0, label->width(), 10'000), Qt::TextWordWrap, label->text());
+            QVERIFY2(needed.width() <= label->width(), qPrintable(QString::number(needed.width())));
+        }
+    }
+
+    void whatIsCutIsSaidAndTold() {
+        TextLabel label(TextStyle::body);
+        const QString text = QString(1000, u'x') + QStringLiteral(" <end>");
+        label.setOutsideText(text);
+        QCOMPARE(label.accessibleName(), text);
+        QVERIFY(label.text().size() < 2 * text.size());
+        QVERIFY(label.text().endsWith(QStringLiteral("…")));
+        QVERIFY(!label.toolTip().isEmpty());
+        label.setOutsideText(QStringLiteral("an ordinary <sentence> & no more"));
+        QCOMPARE(label.text(), QStringLiteral("an ordinary <sentence> & no more"));
+        QCOMPARE(label.toolTip(), QString());
+    }
+};
+
+QTEST_MAIN(TestOutsideTexts)
+#include "TestOutsideTexts.moc"
