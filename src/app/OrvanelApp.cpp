@@ -48,6 +48,7 @@ void OrvanelApp::addWindows() {
     const ViewContext context{
         m_controller,
         *m_surroundings.controller.desktop,
+        *m_surroundings.controller.clock,
         [this](const QString& id) { m_windows->open(id); },
     };
     addWindow(windowId::main(), [context] { return new MainWindow(context); });

@@ -12,7 +12,8 @@ namespace orvanel::test {
 /// The main window in a world where a test plays Docker.
 struct Shown {
     Shown()
-        : window(ViewContext{world.controller(), world.desktop, [this](const QString& id) { opened << id; }}) {
+        : window(ViewContext{world.controller(), world.desktop, world.clock,
+                             [this](const QString& id) { opened << id; }}) {
         world.controller().setHasSeenGuide(true);
         // What lies on the real machine does not count.
         qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(world.home.path(QStringLiteral("tools"))));

@@ -17,6 +17,8 @@
 #include <QPushButton>
 #include <QTest>
 
+#include <map>
+
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -53,6 +55,21 @@ void openGuideCard(Shown& view) {
 
 QLineEdit* slugField(Shown& view) {
     return visible<QLineEdit>(&view.window);
+}
+
+QStringList buttonsInOrder(const QWidget& window) {
+    std::map<std::pair<int, int>, QString> places;
+    for (const QAbstractButton* button : window.findChildren<QAbstractButton*>()) {
+        if (button->isVisible()) {
+            const QPoint place = button->mapTo(&window, QPoint(0, 0));
+            places.emplace(std::pair(place.y(), place.x()), button->text());
+        }
+    }
+    QStringList texts;
+    for (const auto& [place, text] : places) {
+        texts << text;
+    }
+    return texts;
 }
 
 /// The guide over the window, or nullptr.
@@ -127,6 +144,21 @@ private Q_SLOTS:
         view.world.executables = {tool};
         view.open();
         view.poll();
+        QVERIFY(shows(&view.window, QStringLiteral("A docker tool was found at %1.").arg(tool)));
+        view.click(QStringLiteral("Use it"));
+        QCOMPARE(view.world.controller().dockerOverride(), tool);
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+    }
+
+    void oneThatIsInstalledElsewhereLaterIsNoticed() {
+        Shown view;
+        view.world.installedDocker = std::nullopt;
+        view.open();
+        view.poll();
+        QVERIFY(button(&view.window, QStringLiteral("Use it")) == nullptr);
+        const QString tool = view.world.home.write(QStringLiteral("tools/usr/bin/docker"), "#!/bin/sh\n", true);
+        view.world.executables = {tool};
+        view.world.advance(3s);
         QVERIFY(shows(&view.window, QStringLiteral("A docker tool was found at %1.").arg(tool)));
         view.click(QStringLiteral("Use it"));
         QCOMPARE(view.world.controller().dockerOverride(), tool);
@@ -277,12 +309,14 @@ private Q_SLOTS:
         QVERIFY(visible<MonitorList>(&view.window) != nullptr);
         QVERIFY(!shows(&view.window, QStringLiteral("Show my monitors here")));
         // A poll in the middle of a word.
-        view.world.advance(3s);
+        view.world.advance(1500ms);
+        QTest::keyClicks(field, QStringLiteral("m"));
+        view.world.advance(1500ms);
         QCOMPARE(view.window.focusWidget(), field);
-        QTest::keyClicks(field, QStringLiteral("me"));
+        QTest::keyClicks(field, QStringLiteral("e"));
         QTest::keyClick(field, Qt::Key_Left);
         QTest::keyClick(field, Qt::Key_Left);
-        view.world.advance(3s);
+        view.world.advance(1500ms);
         QTest::keyClicks(field, QStringLiteral("o"));
         QCOMPARE(view.world.controller().slug(), QStringLiteral("home"));
         QTest::keyClick(field, Qt::Key_Return);
@@ -344,6 +378,60 @@ private Q_SLOTS:
         QVERIFY(guideOf(view.window) == nullptr);
     }
 
+    void theGuideComesWithNoLaterWindowEither() {
+        Shown view;
+        view.world.controller().setHasSeenGuide(false);
+        view.open();
+        QVERIFY(waitUntil([&] { return guideOf(view.window) != nullptr; }));
+        guideOf(view.window)->accept();
+        view.window.close();
+        MainWindow later(ViewContext{view.world.controller(), view.world.desktop, view.world.clock, {}});
+        later.show();
+        QVERIFY(QTest::qWaitForWindowActive(&later));
+        drainEvents();
+        QVERIFY(guideOf(later) == nullptr);
+    }
+
+    /// As they stand from left to right, and from row to row.
+    void buttonsStandInTheirOrder_data() {
+        QTest::addColumn<QString>("docker");
+        QTest::addColumn<QStringList>("tools");
+        QTest::addColumn<QStringList>("expected");
+        const auto row = [](const char* name, const char* docker, const QStringList& tools,
+                            const QStringList& expected) {
+            QTest::newRow(name) << QString::fromLatin1(docker) << tools << expected;
+        };
+        row("missing", "missing", {brew}, {installBoth, checkAgain, settings});
+        row("missing, no Homebrew", "missing", {}, {getHomebrew, checkAgain, settings});
+        row("Colima not started", "down", {brew, colima}, {startColima, checkAgain, settings, showDetails});
+        row("no Colima", "down", {brew}, {installColima, checkAgain, settings, showDetails});
+        row("neither", "down", {}, {getHomebrew, checkAgain, settings, showDetails});
+        row("stopped", "up", {}, {QStringLiteral("Start Uptime Kuma"), settings});
+        row("running", "running", {},
+            {openDashboard, QStringLiteral("Stop"), QStringLiteral("Restart"), QStringLiteral("Logs"),
+             QStringLiteral("Backup"), settings, openDashboard});
+    }
+    void buttonsStandInTheirOrder() {
+        QFETCH(const QString, docker);
+        QFETCH(const QStringList, tools);
+        QFETCH(const QStringList, expected);
+        Shown view;
+        for (const QString& tool : tools) {
+            install(view, tool);
+        }
+        if (docker == QStringLiteral("missing")) {
+            view.world.installedDocker = std::nullopt;
+        }
+        view.world.docker().daemon = docker == QStringLiteral("down") ? standin::Daemon::down : standin::Daemon::up;
+        view.open();
+        if (docker == QStringLiteral("running")) {
+            QVERIFY(view.world.isPolledAsRunning());
+        } else {
+            view.poll();
+        }
+        QCOMPARE(buttonsInOrder(view.window), expected);
+    }
+
     void theGuideDismissedIsSeenToo() {
         Shown view;
         view.world.controller().setHasSeenGuide(false);
@@ -357,7 +445,8 @@ private Q_SLOTS:
         Shown view;
         view.world.controller().setHasSeenGuide(false);
         {
-            MainWindow window(ViewContext{view.world.controller(), view.world.desktop, [](const QString&) {}});
+            MainWindow window(
+                ViewContext{view.world.controller(), view.world.desktop, view.world.clock, [](const QString&) {}});
             window.show();
             QVERIFY(waitUntil([&] { return guideOf(window) != nullptr; }));
         }

@@ -32,7 +32,7 @@ const auto notesText = QStringLiteral("Release notes");
 /// The settings in a world where a test plays Docker.
 struct Shown {
     Shown()
-        : view({world.controller(), world.desktop, {}}, world.dialogs) {}
+        : view({world.controller(), world.desktop, world.clock, {}}, world.dialogs) {}
 
     ControllerFixture world;
     SettingsView view;
@@ -512,7 +512,7 @@ private Q_SLOTS:
         ControllerFixture world;
         QList<QUrl> opened;
         FreedesktopDesktop desktop(PrivateBus::none(), [&opened](const QUrl& address) { opened.append(address); });
-        SettingsView view({world.controller(), desktop, {}}, world.dialogs);
+        SettingsView view({world.controller(), desktop, world.clock, {}}, world.dialogs);
         world.releases.answer = LatestRelease{.version = QStringLiteral("3"), .page = page};
         world.controller().checkForUpdates();
         world.settle();
@@ -638,7 +638,7 @@ private Q_SLOTS:
 
     void windowIsAsItShouldBe() {
         ControllerFixture world;
-        const SettingsWindow window({world.controller(), world.desktop, {}}, world.dialogs);
+        const SettingsWindow window({world.controller(), world.desktop, world.clock, {}}, world.dialogs);
         QCOMPARE(window.windowTitle(), QStringLiteral("Settings"));
         QCOMPARE(window.minimumSize(), window.maximumSize());
         QCOMPARE(window.size(), QSize(560, 640).boundedTo(window.screen()->availableSize()));

@@ -12,7 +12,7 @@ public:
     ~GalleryWorld();
 
     ViewContext context() {
-        return {controller(), desktop, [](const QString&) {}};
+        return {controller(), desktop, clock, [](const QString&) {}};
     }
     /// Lets the controller look around once.
     void poll();

@@ -7,6 +7,7 @@
 #include "app/views/StatusErrorCard.h"
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
+#include "app/widgets/Focus.h"
 #include "app/widgets/TextStyle.h"
 #include "controller/KumaController.h"
 #include "platform/Desktop.h"
@@ -65,14 +66,14 @@ void DashboardView::render() {
     const bool hasPage = !isBlank(controller.slug());
     const bool hasStatusError = controller.statusError().has_value();
 
-    m_openDashboard->setEnabled(controller.kuma() == KumaState::running);
+    setUsable(m_openDashboard, controller.kuma() == KumaState::running);
     m_startingCard->setVisible(controller.kuma() == KumaState::starting);
     // The first letter of a slug brings the monitors; the letters after it still go into the field.
-    m_guide->setVisible(!hasPage || m_guide->isBeingTypedIn());
+    setShown(m_guide, !hasPage || m_guide->isBeingTypedIn());
     m_guide->setExplained(!hasPage);
     m_guide->render();
     m_statusError->setVisible(hasPage && hasStatusError);
-    m_monitors->setVisible(hasPage && !hasStatusError);
+    setShown(m_monitors, hasPage && !hasStatusError);
     if (hasPage && hasStatusError) {
         m_statusError->render();
     } else if (hasPage) {

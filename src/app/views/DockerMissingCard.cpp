@@ -4,6 +4,7 @@
 #include "app/views/Homebrew.h"
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
+#include "app/widgets/Focus.h"
 #include "controller/KumaController.h"
 
 #include <QVBoxLayout>
@@ -46,20 +47,23 @@ QWidget* DockerMissingCard::makeFoundRow() {
 }
 
 void DockerMissingCard::useFoundTool() {
-    m_context.controller.setDockerOverride(m_found);
+    const std::optional<QString> found = m_context.controller.dockerElsewhere();
+    if (!found) {
+        return;
+    }
+    m_context.controller.setDockerOverride(*found);
     m_context.controller.recheck();
 }
 
 void DockerMissingCard::render() {
     const bool hasHomebrew = m_context.controller.brewPath().has_value();
     m_homebrewIsNeeded->setVisible(!hasHomebrew);
-    m_install->setVisible(hasHomebrew);
-    m_getHomebrew->setVisible(!hasHomebrew);
+    setShown(m_install, hasHomebrew);
+    setShown(m_getHomebrew, !hasHomebrew);
 
-    const std::optional<QString> found = DockerCLI::findOutsideSearchFolders();
-    m_found = found.value_or(QString());
-    m_foundText->setContent(QStringLiteral("A docker tool was found at %1.").arg(m_found));
-    m_foundRow->setVisible(found.has_value());
+    const std::optional<QString> found = m_context.controller.dockerElsewhere();
+    m_foundText->setOutsideText(QStringLiteral("A docker tool was found at %1.").arg(found.value_or(QString())));
+    setShown(m_foundRow, found.has_value());
 }
 
 } // namespace orvanel

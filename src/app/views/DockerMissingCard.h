@@ -19,8 +19,6 @@ private:
     void useFoundTool();
 
     ViewContext m_context;
-    /// A docker tool that lies where it is not looked for.
-    QString m_found;
     QWidget* m_foundRow;
     TextLabel* m_foundText = nullptr;
     TextLabel* m_homebrewIsNeeded;

@@ -5,6 +5,7 @@
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "app/widgets/DetailsSection.h"
+#include "app/widgets/Focus.h"
 #include "controller/KumaController.h"
 #include "controller/PermissionDenied.h"
 
@@ -51,14 +52,14 @@ void DockerNotRunningCard::render() {
     const bool hasColima = controller.colimaPath().has_value();
     const bool hasHomebrew = controller.brewPath().has_value();
     m_explanation->setContent(explanation(hasColima));
-    m_startColima->setVisible(hasColima);
-    m_installColima->setVisible(!hasColima && hasHomebrew);
-    m_getHomebrew->setVisible(!hasColima && !hasHomebrew);
+    setShown(m_startColima, hasColima);
+    setShown(m_installColima, !hasColima && hasHomebrew);
+    setShown(m_getHomebrew, !hasColima && !hasHomebrew);
 
     const QString details = controller.runtimeDetails();
     m_permission->setVisible(isPermissionDenied(details));
     m_details->setDetails(details);
-    m_details->setVisible(!details.isEmpty());
+    setShown(m_details, !details.isEmpty());
 }
 
 QPushButton* DockerNotRunningCard::defaultButton() const {

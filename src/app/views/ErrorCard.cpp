@@ -3,6 +3,7 @@
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "app/widgets/DetailsSection.h"
+#include "app/widgets/Focus.h"
 #include "controller/KumaController.h"
 
 #include <QVBoxLayout>
@@ -21,17 +22,25 @@ ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
 void ErrorCard::render() {
     const KumaController& controller = m_context.controller;
     const OpError error = controller.error().value_or(OpError());
-    m_message->setContent(error.message);
+    if (error != m_shown) {
+        m_details->collapse();
+        m_shown = error;
+    }
+    m_message->setOutsideText(error.message);
     setAccessibleDescription(error.message);
 
     const std::optional<int> port = controller.suggestedPort();
     if (port) {
         setButtonText(m_usePort, QStringLiteral("Use port %1 instead and start").arg(*port));
     }
-    m_usePort->setVisible(port.has_value());
+    setShown(m_usePort, port.has_value());
 
     m_details->setDetails(error.details);
-    m_details->setVisible(!error.details.isEmpty());
+    setShown(m_details, !error.details.isEmpty());
+}
+
+void ErrorCard::forget() {
+    m_details->collapse();
 }
 
 void ErrorCard::useSuggestedPort() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/views/Card.h"
+#include "controller/OpError.h"
 
 namespace orvanel {
 
@@ -15,11 +16,14 @@ public:
 
     /// Only to be called while there is an error.
     void render() override;
+    /// The error is gone: the next one, even the same again, begins with its details collapsed.
+    void forget();
 
 private:
     void useSuggestedPort();
 
     ViewContext m_context;
+    OpError m_shown;
     TextLabel* m_message;
     QPushButton* m_usePort;
     DetailsSection* m_details;

@@ -2,17 +2,20 @@
 
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
+#include "app/widgets/Focus.h"
+#include "app/widgets/TextField.h"
 #include "controller/KumaController.h"
 #include "platform/Desktop.h"
 
 #include <QKeyEvent>
-#include <QLineEdit>
 #include <QVBoxLayout>
 
 namespace orvanel {
 namespace {
 
 constexpr int fieldWidth = 180;
+/// So long after a key no other one of the same word is waited for.
+constexpr std::chrono::seconds typingPause{2};
 
 const char* const steps[] = {
     "1. Open the dashboard and create the admin account.",
@@ -62,18 +65,20 @@ QWidget* GuideCard::makeExplanation() {
     return explanation;
 }
 
-QLineEdit* GuideCard::makeField() {
-    auto* field = new QLineEdit;
+TextField* GuideCard::makeField() {
+    auto* field = new TextField(QStringLiteral("Status page slug"));
     field->setFixedWidth(fieldWidth);
     field->setPlaceholderText(QStringLiteral("my-slug"));
-    field->setAccessibleName(QStringLiteral("Status page slug"));
     field->installEventFilter(this);
-    connect(field, &QLineEdit::textEdited, this, [this](const QString& text) { m_context.controller.setSlug(text); });
+    connect(field, &QLineEdit::textEdited, this, [this](const QString& text) {
+        onTyped();
+        m_context.controller.setSlug(text);
+    });
     return field;
 }
 
 void GuideCard::render() {
-    m_openDashboard->setEnabled(m_context.controller.kuma() == KumaState::running);
+    setUsable(m_openDashboard, m_context.controller.kuma() == KumaState::running);
     // Setting the same text would move the cursor.
     if (m_slug->text() != m_context.controller.slug()) {
         m_slug->setText(m_context.controller.slug());
@@ -81,11 +86,20 @@ void GuideCard::render() {
 }
 
 void GuideCard::setExplained(bool explained) {
-    m_explanation->setVisible(explained);
+    setShown(m_explanation, explained);
 }
 
-bool GuideCard::isBeingTypedIn() const {
-    return window()->focusWidget() == m_slug;
+void GuideCard::onTyped() {
+    m_pause = m_context.clock.callAfter(typingPause, [this] { endTyping(); });
+}
+
+/// Not from within what the field does with a key or with the focus, as it may go now; nor from within the timer.
+void GuideCard::endTyping() {
+    const auto end = [this] {
+        m_pause.reset();
+        Q_EMIT typingEnded();
+    };
+    QMetaObject::invokeMethod(this, end, Qt::QueuedConnection);
 }
 
 /// Return in the field belongs to the field: it ends the typing and presses no button.
@@ -93,21 +107,22 @@ bool GuideCard::isHandledKey(const QKeyEvent& event) {
     if (event.key() != Qt::Key_Return && event.key() != Qt::Key_Enter) {
         return false;
     }
-    if (!m_slug->text().trimmed().isEmpty()) {
-        focusNextChild();
-    }
+    endTyping();
     return true;
 }
 
 bool GuideCard::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == m_slug && event->type() == QEvent::KeyPress && isHandledKey(*static_cast<QKeyEvent*>(event))) {
-        return true;
+    if (watched == m_slug && event->type() == QEvent::KeyPress) {
+        if (isHandledKey(*static_cast<QKeyEvent*>(event))) {
+            return true;
+        }
+        onTyped();
     }
     if (watched == m_slug && event->type() == QEvent::FocusOut) {
         const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
         // Another window, or the field's own menu, takes the keys only for a while.
         if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason) {
-            QMetaObject::invokeMethod(this, &GuideCard::typingEnded, Qt::QueuedConnection);
+            endTyping();
         }
     }
     return Card::eventFilter(watched, event);

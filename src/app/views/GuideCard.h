@@ -1,11 +1,13 @@
 #pragma once
 
 #include "app/views/Card.h"
+#include "task/Clock.h"
 
 class QKeyEvent;
-class QLineEdit;
 
 namespace orvanel {
+
+class TextField;
 
 /// Why no monitors are shown yet, and the field for the slug that changes it.
 class GuideCard final : public Card {
@@ -19,8 +21,9 @@ public:
     /// Without its explanation the card is only the field. So it may stay while a slug is being typed, whose first
     /// letter already brings the monitors.
     void setExplained(bool explained);
-    /// Whether the field is where the window's keys go.
-    bool isBeingTypedIn() const;
+    /// Whether keys go into the field that belong together: until Return, until something else has the focus, or until
+    /// a moment after the last.
+    bool isBeingTypedIn() const { return m_pause != nullptr; }
 
 Q_SIGNALS:
     void typingEnded();
@@ -30,13 +33,17 @@ protected:
 
 private:
     QWidget* makeExplanation();
-    QLineEdit* makeField();
+    TextField* makeField();
     bool isHandledKey(const QKeyEvent& event);
+    void onTyped();
+    void endTyping();
 
     ViewContext m_context;
     QPushButton* m_openDashboard = nullptr;
     QWidget* m_explanation;
-    QLineEdit* m_slug;
+    TextField* m_slug;
+    /// Set while a slug is being typed.
+    std::unique_ptr<Clock::Timer> m_pause;
 };
 
 } // namespace orvanel

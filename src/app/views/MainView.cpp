@@ -11,9 +11,11 @@
 #include "app/views/StartCard.h"
 #include "app/widgets/Divider.h"
 #include "app/widgets/Dot.h"
+#include "app/widgets/Focus.h"
 #include "app/widgets/TextLabel.h"
 #include "controller/KumaController.h"
 
+#include <QAccessible>
 #include <QHBoxLayout>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -23,6 +25,26 @@ namespace orvanel {
 namespace {
 
 constexpr int dotDiameter = 12;
+
+bool canBeFocused(const QWidget* widget) {
+    return widget->focusPolicy() != Qt::NoFocus;
+}
+
+/// Also where it is hidden or gray now.
+QWidget* lastToFocus(const QWidget* card) {
+    QWidget* last = nullptr;
+    for (QWidget* widget : card->findChildren<QWidget*>()) {
+        if (canBeFocused(widget)) {
+            last = widget;
+        }
+    }
+    return last;
+}
+
+void alertOf(QWidget* card) {
+    QAccessibleEvent event(card, QAccessible::Alert);
+    QAccessible::updateAccessibility(&event);
+}
 
 } // namespace
 
@@ -125,17 +147,29 @@ void MainView::replaceCard(StateCard kind) {
     m_card->render();
     m_column->insertWidget(0, m_card);
     if (old != nullptr) {
-        // The keys must not fall to a button that was not there when they were pressed.
-        if (old->isAncestorOf(window()->focusWidget())) {
-            m_area->setFocus(Qt::OtherFocusReason);
-        }
-        old->hide();
+        setShown(old, false);
         // Deleted later: a button of it may be what brought us here.
         old->deleteLater();
     }
     m_card->show();
+    putErrorLast();
     m_area->verticalScrollBar()->setValue(0);
     m_column->activate();
+}
+
+/// For Tab and for screen readers what was made last comes last, wherever it stands.
+void MainView::putErrorLast() {
+    if (m_errorCard == nullptr) {
+        return;
+    }
+    m_errorCard->raise();
+    QWidget* last = lastToFocus(m_card);
+    for (QWidget* widget : m_errorCard->findChildren<QWidget*>()) {
+        if (last != nullptr && canBeFocused(widget)) {
+            setTabOrder(last, widget);
+            last = widget;
+        }
+    }
 }
 
 void MainView::renderError() {
@@ -150,11 +184,14 @@ void MainView::renderError() {
     const bool isNew = hasError && !m_errorCard->isVisibleTo(this);
     if (hasError) {
         m_errorCard->render();
+    } else {
+        m_errorCard->forget();
     }
-    m_errorCard->setVisible(hasError);
+    setShown(m_errorCard, hasError);
     if (isNew) {
         m_column->activate();
         m_area->ensureWidgetVisible(m_errorCard, 0, spacing::padding);
+        alertOf(m_errorCard);
     }
 }
 

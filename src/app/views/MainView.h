@@ -38,6 +38,7 @@ private:
     void renderCard();
     void renderError();
     void replaceCard(StateCard kind);
+    void putErrorLast();
     void showGuide();
     View* makeCard(StateCard kind) const;
 

@@ -3,6 +3,7 @@
 #include "app/Windows.h"
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
+#include "app/widgets/Focus.h"
 #include "controller/KumaController.h"
 
 namespace orvanel {
@@ -22,7 +23,7 @@ void StartCard::render() {
     m_explanation->setContent(
         QStringLiteral("One click starts Uptime Kuma in Docker. It is only reachable from this Mac (127.0.0.1:%1).")
             .arg(controller.port()));
-    m_start->setEnabled(controller.dockerState() == DockerState::ready);
+    setUsable(m_start, controller.dockerState() == DockerState::ready);
 }
 
 } // namespace orvanel

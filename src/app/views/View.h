@@ -8,6 +8,7 @@ class QPushButton;
 
 namespace orvanel {
 
+class Clock;
 class Desktop;
 class KumaController;
 
@@ -15,6 +16,7 @@ class KumaController;
 struct ViewContext {
     KumaController& controller;
     Desktop& desktop;
+    Clock& clock;
     /// Opens the window of that id (see windowId), or brings the open one to the front, and activates the program.
     std::function<void(const QString& id)> openWindow;
 };

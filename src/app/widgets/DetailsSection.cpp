@@ -1,5 +1,6 @@
 #include "app/widgets/DetailsSection.h"
 
+#include "app/widgets/Focus.h"
 #include "app/widgets/TextBox.h"
 #include "app/widgets/TextStyle.h"
 
@@ -34,7 +35,10 @@ void DetailsSection::setDetails(const QString& text) {
         return;
     }
     m_details = text;
-    setOpen(false);
+    if (m_isOpen) {
+        m_box->setContent(m_details);
+        fitBox();
+    }
 }
 
 void DetailsSection::setOpen(bool open) {
@@ -44,10 +48,12 @@ void DetailsSection::setOpen(bool open) {
     if (open && m_box == nullptr) {
         m_box = new TextBox(QStringLiteral("Details"));
         layout()->addWidget(m_box);
+        // Also where the window has got other things since.
+        setTabOrder(m_button, m_box);
     }
     if (m_box != nullptr) {
         m_box->setContent(open ? m_details : QString());
-        m_box->setVisible(open);
+        setShown(m_box, open);
         layout()->activate();
         fitBox();
     }

@@ -15,8 +15,9 @@ class DetailsSection final : public QWidget {
 public:
     explicit DetailsSection(QWidget* parent = nullptr);
 
-    /// Another text collapses the section again.
+    /// An open section stays open, with the new text in the place of the old.
     void setDetails(const QString& text);
+    void collapse() { setOpen(false); }
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QEvent>
+#include <QKeyEvent>
 
 namespace orvanel {
 namespace {
@@ -28,6 +29,23 @@ QSize PushButton::sizeHint() const {
 QSize PushButton::minimumSizeHint() const {
     const int textWidth = fontMetrics().size(Qt::TextShowMnemonic, text()).width();
     return {textWidth + narrowRoom + (menu() != nullptr ? menuArrowRoom : 0), sizeHint().height()};
+}
+
+/// A key that is held down presses once: what it brought may have a button in the same place.
+void PushButton::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space:
+    case Qt::Key_Select:
+        if (event->isAutoRepeat()) {
+            return;
+        }
+        break;
+    default:
+        break;
+    }
+    QPushButton::keyPressEvent(event);
 }
 
 void PushButton::changeEvent(QEvent* event) {

@@ -1,0 +1,145 @@
+#include "ShownWindow.h"
+#include "app/views/BusyCard.h"
+#include "app/views/DashboardView.h"
+#include "app/views/ErrorCard.h"
+#include "app/views/StartCard.h"
+#include "app/widgets/TextBox.h"
+#include "support/Await.h"
+
+#include <QScrollArea>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto start = QStringLiteral("Start Uptime Kuma");
+const auto showDetails = QStringLiteral("Show details");
+
+void fail(Shown& view, const QString& why) {
+    view.world.loginItem.failure = why;
+    view.world.controller().setLaunchAtLogin(true);
+    view.world.settle();
+}
+
+/// Where each widget of the window was, each time that it was painted.
+class PaintedPlaces final : public QObject {
+public:
+    explicit PaintedPlaces(QWidget& window)
+        : m_window(window) {
+        qApp->installEventFilter(this);
+    }
+
+    QHash<QWidget*, QList<QRect>> places;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        auto* widget = qobject_cast<QWidget*>(watched);
+        if (event->type() == QEvent::Paint && widget != nullptr && m_window.isAncestorOf(widget)) {
+            places[widget] << placeOf(widget);
+        }
+        return false;
+    }
+
+public:
+    QRect placeOf(const QWidget* widget) const { return {widget->mapTo(&m_window, QPoint(0, 0)), widget->size()}; }
+
+private:
+    QWidget& m_window;
+};
+
+} // namespace
+
+/// The error below the card, and the change from one card to another.
+class TestErrorCard : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theSameErrorAgainBeginsCollapsed() {
+        Shown view;
+        view.open();
+        view.poll();
+        fail(view, QStringLiteral("why"));
+        view.click(showDetails);
+        QVERIFY(visible<TextBox>(&view.window) != nullptr);
+        view.world.delay("info", 5s);
+        view.click(start);
+        QVERIFY(visible<ErrorCard>(&view.window) == nullptr);
+        fail(view, QStringLiteral("why"));
+        QVERIFY(visible<ErrorCard>(&view.window) != nullptr);
+        QVERIFY(visible<TextBox>(&view.window) == nullptr);
+        view.click(showDetails);
+        QCOMPARE(visible<TextBox>(&view.window)->toPlainText(), QStringLiteral("why"));
+    }
+
+    void anotherErrorBeginsCollapsed() {
+        Shown view;
+        view.open();
+        fail(view, QStringLiteral("one"));
+        view.click(showDetails);
+        fail(view, QStringLiteral("other"));
+        QVERIFY(visible<TextBox>(&view.window) == nullptr);
+        view.click(showDetails);
+        QCOMPARE(visible<TextBox>(&view.window)->toPlainText(), QStringLiteral("other"));
+    }
+
+    void openDetailsGoOnWithTheNewText() {
+        const auto first = QStringLiteral("Cannot connect to the Docker daemon at tcp://one.");
+        const auto second = QStringLiteral("Cannot connect to the Docker daemon at tcp://two.");
+        Shown view;
+        view.world.answer("inspect", 1, first);
+        view.open();
+        view.poll();
+        view.click(showDetails);
+        auto* const box = visible<TextBox>(&view.window);
+        QCOMPARE(box->toPlainText(), first);
+        box->setFocus();
+        view.world.answerAsUsual();
+        view.world.answer("inspect", 1, second);
+        view.world.advance(6s);
+        QCOMPARE(visible<TextBox>(&view.window), box);
+        QCOMPARE(box->toPlainText(), second);
+        QVERIFY(box->hasFocus());
+    }
+
+    void detailsThatCloseLeadTheKeysNowhere() {
+        Shown view;
+        view.open();
+        view.poll();
+        fail(view, QStringLiteral("one"));
+        view.click(showDetails);
+        visible<TextBox>(&view.window)->setFocus();
+        fail(view, QStringLiteral("other"));
+        QCOMPARE(view.window.focusWidget(), view.window.findChild<QScrollArea*>());
+    }
+
+    /// No frame shows the new card at a place where it does not stay, nor the old one again.
+    void cardsChangeInOneStep() {
+        Shown view;
+        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.page.status = statusPage({monitor(1, 1), monitor(2, 0)});
+        view.open();
+        view.poll();
+        fail(view, QStringLiteral("why"));
+        drainEvents();
+        const PaintedPlaces painted(view.window);
+        const QWidget* const before = visible<StartCard>(&view.window);
+        standin::addContainer(view.world.docker(), "running", 3001);
+        view.world.advance(3s);
+        drainEvents();
+        QWidget* const after = visible<DashboardView>(&view.window);
+        QVERIFY(after != nullptr && visible<ErrorCard>(&view.window) != nullptr);
+        QVERIFY(!painted.places.contains(const_cast<QWidget*>(before)));
+        QVERIFY(!painted.places.isEmpty());
+        for (QWidget* widget : view.window.findChildren<QWidget*>()) {
+            for (const QRect& place : painted.places.value(widget)) {
+                QVERIFY2(!widget->isVisible() || place == painted.placeOf(widget), widget->metaObject()->className());
+            }
+        }
+    }
+};
+
+QTEST_MAIN(TestErrorCard)
+#include "TestErrorCard.moc"

@@ -1,0 +1,275 @@
+#include "ShownWindow.h"
+#include "app/views/BusyCard.h"
+#include "app/views/ErrorCard.h"
+#include "app/views/GuideCard.h"
+#include "app/views/GuideView.h"
+#include "app/views/MonitorList.h"
+#include "app/views/StartCard.h"
+#include "app/widgets/TextField.h"
+#include "support/Await.h"
+
+#include <QAccessible>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto openDashboard = QStringLiteral("Open dashboard");
+const auto start = QStringLiteral("Start Uptime Kuma");
+const auto usePort = QStringLiteral("Use port 3002 instead and start");
+const auto showDetails = QStringLiteral("Show details");
+
+/// What a keyboard does: its keys go to whatever has the focus.
+void press(Shown& view, Qt::Key key) {
+    QWidget* const focused = view.window.focusWidget();
+    QTest::keyClick(focused != nullptr ? focused : &view.window, key);
+    view.world.settle();
+}
+
+/// The repeats of a key that is held down.
+void hold(QWidget& window, Qt::Key key) {
+    for (int i = 0; i < 3; ++i) {
+        QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, QStringLiteral("\r"), true);
+        QWidget* const focused = window.focusWidget();
+        QCoreApplication::sendEvent(focused != nullptr ? focused : &window, &repeat);
+    }
+}
+
+bool isButtonFocused(const Shown& view) {
+    return qobject_cast<QAbstractButton*>(view.window.focusWidget()) != nullptr;
+}
+
+void fail(Shown& view) {
+    view.world.loginItem.failure = QStringLiteral("why");
+    view.world.controller().setLaunchAtLogin(true);
+    view.world.settle();
+}
+
+/// The texts of what Tab reaches, from the top; a field by its name.
+QStringList tabOrder(Shown& view) {
+    QStringList reached;
+    view.window.findChild<QScrollArea*>()->setFocus();
+    const QWidget* const first = view.window.focusWidget();
+    for (int i = 0; i < 30; ++i) {
+        QTest::keyClick(view.window.focusWidget(), Qt::Key_Tab);
+        const QWidget* const focused = view.window.focusWidget();
+        if (focused == first) {
+            return reached;
+        }
+        const auto* button = qobject_cast<const QAbstractButton*>(focused);
+        reached << (button != nullptr ? button->text() : focused->accessibleName());
+    }
+    return {};
+}
+
+void openWithPortTaken(Shown& view) {
+    view.world.listeningPorts = {3001};
+    view.open();
+    view.poll();
+    view.click(start);
+    QVERIFY(button(&view.window, usePort) != nullptr);
+}
+
+} // namespace
+
+/// Keys, sent to where the focus is.
+class TestKeyboard : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aButtonThatGoesGrayLeadsNoKeyToTheNext() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        button(&view.window, openDashboard)->setFocus();
+        view.world.page.answers = false;
+        view.world.advance(3s);
+        QVERIFY(!button(&view.window, openDashboard)->isEnabled());
+        QVERIFY(!isButtonFocused(view));
+        press(view, Qt::Key_Space);
+        press(view, Qt::Key_Return);
+        QVERIFY(!view.world.controller().busy());
+    }
+
+    void theButtonForThePortLeadsNoKeyToCancel() {
+        Shown view;
+        openWithPortTaken(view);
+        view.world.delay("info", 5s);
+        button(&view.window, usePort)->setFocus();
+        press(view, Qt::Key_Return);
+        QVERIFY(visible<BusyCard>(&view.window) != nullptr);
+        QVERIFY(visible<ErrorCard>(&view.window) == nullptr);
+        QVERIFY(!isButtonFocused(view));
+        press(view, Qt::Key_Return);
+        press(view, Qt::Key_Space);
+        view.world.advance(5s);
+        QVERIFY(view.world.operationEnds());
+        QCOMPARE(view.world.controller().kuma(), KumaState::running);
+    }
+
+    void thePortIsChangedBeforeTheStart() {
+        Shown view;
+        openWithPortTaken(view);
+        KumaController& controller = view.world.controller();
+        QList<int> portsWhileBusy;
+        connect(&controller, &KumaController::changed, this, [&] {
+            if (controller.busy()) {
+                portsWhileBusy << controller.port();
+            }
+        });
+        button(&view.window, usePort)->setFocus();
+        press(view, Qt::Key_Return);
+        controller.disconnect(this);
+        QVERIFY(!portsWhileBusy.isEmpty());
+        QCOMPARE(portsWhileBusy.first(), 3002);
+    }
+
+    void aKeyThatIsHeldDownPressesNothing_data() {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::newRow("Return") << Qt::Key_Return;
+        QTest::newRow("Enter") << Qt::Key_Enter;
+        QTest::newRow("space") << Qt::Key_Space;
+    }
+    void aKeyThatIsHeldDownPressesNothing() {
+        QFETCH(const Qt::Key, key);
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        button(&view.window, openDashboard)->setFocus();
+        hold(view.window, key);
+        QCOMPARE(view.world.desktop.opened.size(), 0);
+        press(view, key);
+        QCOMPARE(view.world.desktop.opened.size(), 1);
+        hold(view.window, key);
+        QCOMPARE(view.world.desktop.opened.size(), 1);
+    }
+
+    void theGuideIsNotLeafedThroughByAKeyThatIsHeldDown() {
+        GuideView guide(nullptr);
+        guide.show();
+        QVERIFY(QTest::qWaitForWindowActive(&guide));
+        button(&guide, QStringLiteral("Next"))->setFocus();
+        hold(guide, Qt::Key_Return);
+        QVERIFY(shows(&guide, QStringLiteral("1 of 3")));
+        QTest::keyClick(guide.focusWidget(), Qt::Key_Return);
+        hold(guide, Qt::Key_Return);
+        QVERIFY(shows(&guide, QStringLiteral("2 of 3")));
+    }
+
+    /// Also when the card above it came later than the error.
+    void tabGoesThroughTheWindowAsItReads() {
+        Shown view;
+        view.open();
+        fail(view);
+        view.click(showDetails);
+        QVERIFY(view.world.isPolledAsRunning());
+        const QStringList expected{openDashboard,
+                                   QStringLiteral("Stop"),
+                                   QStringLiteral("Restart"),
+                                   QStringLiteral("Logs"),
+                                   QStringLiteral("Backup"),
+                                   QStringLiteral("Settings"),
+                                   openDashboard,
+                                   QStringLiteral("Status page slug"),
+                                   showDetails,
+                                   QStringLiteral("Details")};
+        QCOMPARE(tabOrder(view), expected);
+
+        view.click(QStringLiteral("Stop"));
+        QVERIFY(view.world.operationEnds());
+        fail(view);
+        QCOMPARE(tabOrder(view), (QStringList{start, QStringLiteral("Settings"), showDetails}));
+    }
+
+    void detailsOpenedLateStandWhereTheyAre() {
+        Shown view;
+        view.world.docker().daemon = standin::Daemon::down;
+        view.open();
+        view.poll();
+        fail(view);
+        view.click(showDetails);
+        const QStringList order = tabOrder(view);
+        QCOMPARE(order.mid(order.indexOf(showDetails)),
+                 (QStringList{showDetails, QStringLiteral("Details"), showDetails}));
+    }
+
+    void aScreenReaderMeetsTheErrorLast() {
+        Shown view;
+        view.open();
+        fail(view);
+        QVERIFY(view.world.isPolledAsRunning());
+        QAccessibleInterface* const content =
+            QAccessible::queryAccessibleInterface(view.window.findChild<QScrollArea*>()->widget());
+        QCOMPARE(content->childCount(), 2);
+        QCOMPARE(content->child(1)->text(QAccessible::Name), QStringLiteral("Error"));
+    }
+
+    void withNothingToInstallWithReturnDoesNothing() {
+        Shown view;
+        view.world.docker().daemon = standin::Daemon::down;
+        view.open();
+        view.poll();
+        QVERIFY(button(&view.window, QStringLiteral("Get Homebrew")) != nullptr);
+        press(view, Qt::Key_Return);
+        QVERIFY(!view.world.controller().setupBusy());
+        QCOMPARE(view.world.desktop.opened.size(), 0);
+    }
+
+    void aSlugThatIsEnteredReplacesTheCardByItself() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        auto* const field = visible<TextField>(&view.window);
+        field->setFocus();
+        // Nothing entered: it stays as long as it takes.
+        view.world.advance(10s);
+        QCOMPARE(view.window.focusWidget(), field);
+        press(view, Qt::Key_H);
+        view.world.advance(1900ms);
+        press(view, Qt::Key_M);
+        view.world.advance(1900ms);
+        press(view, Qt::Key_Left);
+        view.world.advance(1900ms);
+        press(view, Qt::Key_O);
+        QCOMPARE(view.window.focusWidget(), field);
+        QCOMPARE(view.world.controller().slug(), QStringLiteral("hom"));
+        view.world.advance(2s);
+        QVERIFY(visible<GuideCard>(&view.window) == nullptr);
+        QVERIFY(visible<MonitorList>(&view.window) != nullptr);
+        QVERIFY(!isButtonFocused(view));
+    }
+
+    void returnEndsTheTypingAtOnce() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        fail(view);
+        visible<TextField>(&view.window)->setFocus();
+        press(view, Qt::Key_H);
+        press(view, Qt::Key_Return);
+        QVERIFY(visible<GuideCard>(&view.window) == nullptr);
+        QVERIFY(!isButtonFocused(view));
+        QCOMPARE(view.world.desktop.opened.size(), 0);
+    }
+
+    void anotherFocusEndsTheTypingAtOnce() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        visible<TextField>(&view.window)->setFocus();
+        press(view, Qt::Key_H);
+        QVERIFY(visible<GuideCard>(&view.window) != nullptr);
+        button(&view.window, QStringLiteral("Stop"))->setFocus();
+        view.world.settle();
+        QVERIFY(visible<GuideCard>(&view.window) == nullptr);
+        QVERIFY(button(&view.window, QStringLiteral("Stop"))->hasFocus());
+    }
+};
+
+QTEST_MAIN(TestKeyboard)
+#include "TestKeyboard.moc"
