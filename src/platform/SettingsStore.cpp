@@ -2,14 +2,13 @@
 
 #include "platform/AppIdentity.h"
 #include "platform/Folders.h"
+#include "platform/IniText.h"
 #include "platform/SmallFile.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QSettings>
-#include <QStringDecoder>
-
-#include <algorithm>
+#include <QTemporaryFile>
 
 namespace orvanel {
 namespace {
@@ -29,37 +28,6 @@ bool isText(const QByteArray& content) {
     return !content.contains('\0');
 }
 
-bool closesItsQuotes(const QByteArray& line) {
-    bool isOpen = false;
-    for (qsizetype i = 0; i < line.size(); ++i) {
-        if (line[i] == '\\') {
-            ++i;
-        } else if (line[i] == '"') {
-            isOpen = !isOpen;
-        }
-    }
-    return !isOpen;
-}
-
-bool isIniLine(const QByteArray& rawLine) {
-    const QByteArray line = rawLine.trimmed();
-    if (line.isEmpty() || line.startsWith(';') || line.startsWith('#')) {
-        return true;
-    }
-    if (line.startsWith('[')) {
-        return line.endsWith(']');
-    }
-    return line.contains('=') && closesItsQuotes(line);
-}
-
-bool isIni(const QByteArray& content) {
-    // Without a state, a character that is cut at the end is an error too.
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString decoded = decoder(content);
-    const auto lines = content.split('\n');
-    return !decoder.hasError() && std::all_of(lines.begin(), lines.end(), isIniLine);
-}
-
 FileState inspect(const QString& path) {
     const QFileInfo info(path);
     if (!info.exists()) {
@@ -75,22 +43,33 @@ FileState inspect(const QString& path) {
     if (!content) {
         return FileState::Unusable;
     }
-    return isText(*content) && isIni(*content) ? FileState::Good : FileState::Broken;
+    return isText(*content) && isHarmlessIni(*content) ? FileState::Good : FileState::Broken;
 }
 
-// A text with some bad lines still gives the good ones.
-QVariantHash readValues(const QString& path) {
+QVariantHash valuesIn(const QString& path) {
     QVariantHash values;
-    const auto content = readSmallFile(path);
-    if (!content || !isText(*content)) {
-        return values;
-    }
     const QSettings settings(path, QSettings::IniFormat);
     const QStringList keys = settings.allKeys();
     for (const QString& key : keys) {
         values.insert(key, settings.value(key));
     }
     return values;
+}
+
+// A text with some bad lines still gives the good ones.
+QVariantHash readValues(const QString& path) {
+    const auto content = readSmallFile(path);
+    if (!content || !isText(*content)) {
+        return {};
+    }
+    if (isHarmlessIni(*content)) {
+        return valuesIn(path);
+    }
+    QTemporaryFile goodLines;
+    if (!goodLines.open() || goodLines.write(harmlessIniLines(*content)) < 0 || !goodLines.flush()) {
+        return {};
+    }
+    return valuesIn(goodLines.fileName());
 }
 
 // The file is UTF-8, which has no place for half a surrogate pair: what holds now is what the next start reads.

@@ -154,6 +154,10 @@ private Q_SLOTS:
         QTest::newRow("emoji") << QStringLiteral("\U0001F43B bear \u2026");
         QTest::newRow("like an object") << QStringLiteral("@Variant(x) @Invalid() @");
         QTest::newRow("at") << QStringLiteral("@Invalid()");
+        QTest::newRow("object") << QStringLiteral("@Variant(x)");
+        QTest::newRow("object in a list") << QStringLiteral("a, @DateTime(x)");
+        QTest::newRow("at in octal") << QStringLiteral("\4"
+                                                       "00 \x4");
         QTest::newRow("comment") << QStringLiteral("; # a=b [c]");
         QTest::newRow("percent") << QStringLiteral("%20 \\x41 \\0");
         QTest::newRow("null") << QStringLiteral("a\0b");
@@ -242,6 +246,38 @@ private Q_SLOTS:
         QTest::newRow("object within objects")
             << QByteArray("[General]\nx=@Variant(") + QByteArray("\\0\\0\\0)").repeated(100'000) + ")\n";
         QTest::newRow("huge file") << QByteArray("[General]\n") + QByteArray(2 << 20, 'x');
+    }
+
+    /// Qt would take the sizes in them for true.
+    void objectsAreNeverReadBack_data() {
+        QTest::addColumn<QByteArray>("line");
+        const QByteArray object = "Variant(\\0\\0\\0\\x9)";
+        QTest::newRow("plain") << "x=@" + object;
+        QTest::newRow("quoted") << "x=  \"@" + object + '"';
+        QTest::newRow("second of a list") << "x=a, @" + object;
+        QTest::newRow("escaped") << "x=\\x40" + object;
+        QTest::newRow("escaped with more digits") << "x=\\x10040" + object;
+        QTest::newRow("octal") << "x=\\0100" + object;
+        QTest::newRow("name within quotes") << "x=@\"" + object + '"';
+        QTest::newRow("escaped name") << QByteArray("x=@\\x56") + object.mid(1);
+        QTest::newRow("on two lines") << QByteArray("x=@\\\n") + object;
+        QTest::newRow("quote on two lines") << QByteArray("x=\"a\n\", @") + object;
+        QTest::newRow("date") << QByteArray("x=@DateTime(\\0\\0\\0\\x9)");
+    }
+
+    void objectsAreNeverReadBack() {
+        QFETCH(const QByteArray, line);
+        const TestHome home;
+        const QByteArray content = "[General]\nport=4001\n" + line + "\nslug=mine\n";
+        home.write(fileName, content);
+        SettingsStore store;
+        QCOMPARE(store.integer(port, 0), 4001);
+        QCOMPARE(store.text(slug, {}), QStringLiteral("mine"));
+        QVERIFY(!store.text(QStringLiteral("x"), {}).contains(QStringLiteral("\\x9")));
+        QVERIFY(store.setInteger(port, 4002));
+        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken")), content);
+        QCOMPARE(SettingsStore().text(slug, {}), QStringLiteral("mine"));
+        QCOMPARE(SettingsStore().integer(port, 0), 4002);
     }
 
     void brokenFileIsKeptBesideTheNewOne() {
