@@ -208,9 +208,7 @@ private:
         // Its permissions and dates come last: what is put into it would change or forbid them.
         m_folders.push_back({pair->toPath, status});
         for (const std::string& entry : entriesOf(pair->from.get(), pair->fromPath)) {
-            if (depth > 0 || !m_options.leaveOut.contains(entry)) {
-                copyEntry(pair, entry, relative.empty() ? entry : relative + "/" + entry, depth);
-            }
+            copyEntry(pair, entry, relative.empty() ? entry : relative + "/" + entry, depth);
         }
     }
 
@@ -231,7 +229,8 @@ private:
             copyFolder(inner, folder->to.get(), name, relative, depth + 1);
         } else if (S_ISLNK(status.st_mode)) {
             copyLink(*folder, name, status);
-        } else if (S_ISREG(status.st_mode) && isFirstName(status, *folder, name)) {
+        } else if (S_ISREG(status.st_mode) && !(depth == 0 && m_options.leaveOut.contains(name)) &&
+                   isFirstName(status, *folder, name)) {
             if (!m_workers.add({folder, name})) {
                 m_workers.finish();
             }

@@ -11,7 +11,7 @@
 namespace orvanel {
 
 struct CopyOptions {
-    /// Names directly in the source that are left out.
+    /// Names of files directly in the source that are left out. A link or a folder of such a name is copied.
     std::set<std::string> leaveOut = {};
     /// Called when all else is copied and the folders may still be written to: it copies what was left out.
     std::function<void()> copyRest = {};

@@ -3,16 +3,95 @@
 #include "backup/CopyTree.h"
 #include "backup/DatabaseCheck.h"
 #include "backup/DatabaseCopy.h"
+#include "backup/RemoveTree.h"
+#include "backup/SafePaths.h"
 #include "backup/Swap.h"
 #include "backup/WorkFolder.h"
 
+#include <QFile>
+
+#include <sys/stat.h>
+
 namespace orvanel {
+namespace {
+
+const QString database = QStringLiteral("/kuma.db");
+
+mode_t kindOf(const QString& path) {
+    const auto status = statusOf(path);
+    return status ? status->st_mode & S_IFMT : 0;
+}
+
+/// The database at the end of the link in `folder`; empty when there is none.
+QString linkedDatabase(const QString& folder) {
+    const QString path = resolved(folder + database);
+    return !path.isEmpty() && kindOf(path) == S_IFREG ? path : QString();
+}
+
+/// Where the database is a link that leads out of the copy, takes the file that it leads to in its place: the link
+/// alone would keep nothing, and a zip that holds it could not be restored. Its logs lie beside that file; what lies
+/// beside the link under their names belongs to another database and must not be taken for them.
+void copyLinkedDatabase(const QString& dataDir, const QString& copy, const WorkFolder& work) {
+    if (kindOf(copy + database) != S_IFLNK) {
+        return;
+    }
+    const QString inCopy = linkedDatabase(copy);
+    const QString original = linkedDatabase(dataDir);
+    if (original.isEmpty() || (!inCopy.isEmpty() && isInside(inCopy, copy))) {
+        return;
+    }
+    const QString folder = work.path(QStringLiteral("linked"));
+    makeFolder(folder);
+    copyDatabase(parentOf(original), folder, nameOf(original));
+    const auto froms = databaseFiles(nameOf(original));
+    const auto tos = databaseFiles();
+    for (std::size_t i = 0; i < tos.size(); ++i) {
+        const QString from = folder + u'/' + QFile::decodeName(froms[i].c_str());
+        const QString to = copy + u'/' + QFile::decodeName(tos[i].c_str());
+        removeTree(to);
+        if (statusOf(from)) {
+            moveTo(from, to);
+        }
+    }
+}
+
+std::optional<QString> checkCopy(const QString& dataDir, const QString& copy, const QString& scratch) {
+    for (const QString& log : {QStringLiteral("kuma.db-wal"), QStringLiteral("kuma.db-journal")}) {
+        const mode_t kind = kindOf(copy + u'/' + log);
+        if (kind != 0 && kind != S_IFREG) {
+            return QStringLiteral("%1 is no file, so the database was not checked.").arg(log);
+        }
+    }
+    switch (kindOf(copy + database)) {
+    case S_IFREG:
+        return checkDatabase(copy, scratch);
+    case S_IFLNK: {
+        const QString target = linkedDatabase(copy);
+        if (target.isEmpty() || !isInside(target, copy)) {
+            return QStringLiteral("kuma.db is a link that leads to no file, so the backup does not hold the database.");
+        }
+        return checkDatabase(parentOf(target), scratch, nameOf(target));
+    }
+    case S_IFDIR:
+        return QStringLiteral("kuma.db is a folder, so it was not checked.");
+    default:
+        return statusOf(dataDir + database)
+                   ? std::optional(QStringLiteral("kuma.db is no file, so the backup does not hold it."))
+                   : std::nullopt;
+    }
+}
+
+} // namespace
 
 std::optional<QString> copyData(const QString& dataDir, const WorkFolder& work, const QString& name) {
     const QString copy = work.path(name);
     // The files of the database come last and together, so that little time passes between them.
     CopyOptions options{
-        .copyRest = [&] { copyDatabase(dataDir, copy); },
+        .copyRest =
+            [&] {
+                copyDatabase(dataDir, copy);
+                copyLinkedDatabase(dataDir, copy, work);
+            },
         .mayVanish = true,
         .never = work.id(),
     };
@@ -20,7 +99,7 @@ std::optional<QString> copyData(const QString& dataDir, const WorkFolder& work, 
         options.leaveOut.insert(file);
     }
     copyTree(dataDir, copy, options);
-    auto problem = checkDatabase(copy, work.path(QStringLiteral("scratch")));
+    auto problem = checkCopy(dataDir, copy, work.path(QStringLiteral("scratch")));
     syncFileSystem(work.path());
     return problem;
 }

@@ -62,15 +62,15 @@ std::optional<QString> checkOpenedFile(const QString& path) {
 
 } // namespace
 
-std::optional<QString> checkDatabase(const QString& folder, const QString& scratch) {
-    if (!hasDatabaseHeader(folder + QStringLiteral("/kuma.db"))) {
+std::optional<QString> checkDatabase(const QString& folder, const QString& scratch, const QString& name) {
+    if (!hasDatabaseHeader(folder + u'/' + name)) {
         return std::nullopt;
     }
     std::optional<QString> problem;
     try {
         QDir().mkdir(scratch);
-        copyFiles(folder, scratch, databaseFiles());
-        problem = checkOpenedFile(scratch + QStringLiteral("/kuma.db"));
+        copyFiles(folder, scratch, databaseFiles(name));
+        problem = checkOpenedFile(scratch + u'/' + name);
     } catch (const AppError& error) {
         problem = QStringLiteral("The check could not be made. %1").arg(error.message());
     }

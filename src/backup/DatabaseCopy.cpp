@@ -6,7 +6,7 @@
 
 #include <QFile>
 
-#include <array>
+#include <sys/stat.h>
 
 namespace orvanel {
 namespace {
@@ -22,30 +22,65 @@ struct FileState {
     }
 };
 
-std::vector<FileState> stateOf(const QString& folder) {
+FileState stateOf(const QString& path) {
+    const auto status = statusOf(path);
+    return status ? FileState{FileId(*status), status->st_size, status->st_mtim} : FileState{};
+}
+
+bool isFile(const QString& path) {
+    const auto status = statusOf(path);
+    return status && S_ISREG(status->st_mode);
+}
+
+/// One of the database's files on its way.
+struct FilePair {
+    std::string name;
+    QString source;
+    QString target;
+};
+
+std::vector<FileState> statesOf(const std::vector<FilePair>& files) {
     std::vector<FileState> states;
-    for (const std::string& name : databaseFiles()) {
-        const auto status = statusOf(folder + u'/' + QString::fromStdString(name));
-        states.push_back(status ? FileState{FileId(*status), status->st_size, status->st_mtim} : FileState{});
+    states.reserve(files.size());
+    for (const FilePair& file : files) {
+        states.push_back(stateOf(file.source));
     }
     return states;
 }
 
-} // namespace
-
-std::vector<std::string> databaseFiles() {
-    return {"kuma.db", "kuma.db-wal", "kuma.db-journal"};
+/// Removes what an earlier attempt copied, and what has become a file meanwhile. The names of those that are files now.
+std::vector<std::string> clear(const std::vector<FilePair>& files) {
+    std::vector<std::string> names;
+    for (const FilePair& file : files) {
+        const bool isThere = isFile(file.source);
+        if (isThere || (!statusOf(file.source) && isFile(file.target))) {
+            removeTree(file.target);
+        }
+        if (isThere) {
+            names.push_back(file.name);
+        }
+    }
+    return names;
 }
 
-void copyDatabase(const QString& source, const QString& target) {
+} // namespace
+
+std::vector<std::string> databaseFiles(const QString& name) {
+    const std::string text = QFile::encodeName(name).toStdString();
+    return {text, text + "-wal", text + "-journal"};
+}
+
+void copyDatabase(const QString& source, const QString& target, const QString& name) {
+    std::vector<FilePair> files;
+    for (const std::string& file : databaseFiles(name)) {
+        const QString relative = u'/' + QFile::decodeName(file.c_str());
+        files.push_back({file, source + relative, target + relative});
+    }
     constexpr int attempts = 4;
     for (int attempt = 0; attempt < attempts; ++attempt) {
-        const auto before = stateOf(source);
-        for (const std::string& name : databaseFiles()) {
-            removeTree(target + u'/' + QString::fromStdString(name));
-        }
-        copyFiles(source, target, databaseFiles());
-        if (stateOf(source) == before) {
+        const auto before = statesOf(files);
+        copyFiles(source, target, clear(files));
+        if (statesOf(files) == before) {
             return;
         }
     }

@@ -78,12 +78,21 @@ private Q_SLOTS:
         QCOMPARE(describe(folder.data()).keys(), expected);
     }
 
-    void pipeInTheDatabasesPlaceHoldsNobodyUp() {
+    void pipeInTheDatabasesPlaceHoldsNobodyUpAndIsTold() {
         const DataFolder folder;
         folder.write(u"Orvanel/data/db-config.json"_s, "{}");
         QCOMPARE(::mkfifo(name(folder.data(u"kuma.db"_s)).constData(), 0600), 0);
-        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
         QCOMPARE(folder.names(u"copy"_s), QStringList{u"db-config.json"_s});
+        QCOMPARE(result.databaseProblem, u"kuma.db is no file, so the backup does not hold it."_s);
+    }
+
+    void folderInTheDatabasesPlaceComesAlong() {
+        const DataFolder folder;
+        folder.write(u"Orvanel/data/kuma.db/inner"_s, "in it");
+        const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
+        QCOMPARE(result.databaseProblem, u"kuma.db is a folder, so it was not checked."_s);
     }
 
     void holesStayHoles() {

@@ -154,6 +154,74 @@ private Q_SLOTS:
         QVERIFY(QFileInfo::exists(result.path));
     }
 
+    void linkedDatabaseIsInTheBackup_data() {
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<bool>("staysALink");
+        QTest::newRow("in the data") << u"databases/real.db"_s << true;
+        QTest::newRow("in the data, by its whole path") << u"/databases/real.db"_s << false;
+        QTest::newRow("outside") << u"../../elsewhere/real.db"_s << false;
+    }
+
+    /// With its log, without which it would lack rows, and in both kinds of backup.
+    void linkedDatabaseIsInTheBackup() {
+        QFETCH(const QString, target);
+        QFETCH(const bool, staysALink);
+        const DataFolder folder;
+        {
+            Writer writer(folder, 1);
+            QVERIFY(writer.isAtWork());
+            writer.kill();
+        }
+        const QString link = target.startsWith(u'/') ? folder.data() + target : target;
+        const QString real = QDir::cleanPath(QDir::isAbsolutePath(link) ? link : folder.data(link));
+        QVERIFY(QDir().mkpath(QFileInfo(real).path()));
+        QVERIFY(QFile::rename(folder.data(u"kuma.db"_s), real));
+        QVERIFY(QFile::rename(folder.data(u"kuma.db-wal"_s), real + u"-wal"_s));
+        QFile::remove(folder.data(u"kuma.db-shm"_s));
+        QVERIFY(QFile::link(link, folder.data(u"kuma.db"_s)));
+        // Of another database: as its log it would spoil this one.
+        folder.write(u"Orvanel/data/kuma.db-journal"_s, "not of this one");
+
+        const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QCOMPARE(result.databaseProblem, std::nullopt);
+        QCOMPARE(QFileInfo(folder.path(u"copy/kuma.db"_s)).isSymLink(), staysALink);
+        QCOMPARE(QFileInfo::exists(folder.path(u"copy/kuma.db-journal"_s)), staysALink);
+        const auto zip = await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
+        QCOMPARE(zip.databaseProblem, std::nullopt);
+        await(BackupManager::restore(folder.path(u"copy.zip"_s), folder.data(), folder.backups()));
+        // Only now: opening them puts the logs into them.
+        const QString inCopy = staysALink ? u"copy/databases/real.db"_s : u"copy/kuma.db"_s;
+        QVERIFY(QFileInfo(folder.path(inCopy + u"-wal"_s)).size() > 0);
+        QCOMPARE(integrityOf(folder.path(u"copy/kuma.db"_s)), u"okrows"_s);
+        QCOMPARE(integrityOf(folder.data(u"kuma.db"_s)), u"okrows"_s);
+    }
+
+    void damageBehindALinkIsReported() {
+        const DataFolder folder;
+        folder.write(u"Orvanel/data/inner/real.db"_s, QByteArray("SQLite format 3\0", 16) + QByteArray(100'000, 'x'));
+        QVERIFY(QFile::link(u"inner/real.db"_s, folder.data(u"kuma.db"_s)));
+        QVERIFY(await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s))).databaseProblem);
+    }
+
+    void databaseThatIsNotInTheBackupIsReported() {
+        const DataFolder folder;
+        folder.write(u"Orvanel/data/db-config.json"_s, "{}");
+        QVERIFY(QFile::link(u"/app/data/real.db"_s, folder.data(u"kuma.db"_s)));
+        const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QCOMPARE(result.databaseProblem,
+                 u"kuma.db is a link that leads to no file, so the backup does not hold the database."_s);
+        QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
+    }
+
+    void linkedLogIsReported() {
+        const DataFolder folder;
+        folder.write(u"Orvanel/data/kuma.db"_s, "database");
+        QVERIFY(QFile::link(u"elsewhere"_s, folder.data(u"kuma.db-wal"_s)));
+        const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QCOMPARE(result.databaseProblem, u"kuma.db-wal is no file, so the database was not checked."_s);
+        QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
+    }
+
     void onlyDatabasesAreChecked() {
         const DataFolder folder;
         for (const QByteArray& content : {QByteArray(), QByteArray("SQLite format 3"), QByteArray(100'000, 'x')}) {
