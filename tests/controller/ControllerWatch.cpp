@@ -1,11 +1,9 @@
 #include "ControllerWatch.h"
 
+#include "CommandOrder.h"
 #include "controller/ComposeFile.h"
 
 #include <QFile>
-#include <QRegularExpression>
-
-using namespace std::chrono_literals;
 
 namespace orvanel::test {
 namespace {
@@ -17,51 +15,9 @@ QString normalised(const QString& slug) {
     return slug.trimmed().toLower();
 }
 
-bool isPull(const QString& command) {
-    return command == u"pull" || command == u"compose pull";
-}
-
-bool bringsUp(const QString& command) {
-    return command == u"compose up" || command == u"run";
-}
-
 bool isPortError(const std::optional<OpError>& error) {
     return error && error->message.contains(QStringLiteral("ort")) &&
            error->message.endsWith(QStringLiteral("already in use by another program."));
-}
-
-/// The commands of an operation in the orders that are allowed, each followed by a semicolon; any of them may be the
-/// last.
-QString allowedOrder(const QString& label) {
-    auto stop = QStringLiteral("(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?");
-    auto start = QStringLiteral("(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?"
-                                "(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?)?");
-    if (label.startsWith(QStringLiteral("Starting"))) {
-        return start;
-    }
-    if (label.startsWith(QStringLiteral("Stopping"))) {
-        return stop;
-    }
-    if (label.startsWith(QStringLiteral("Restarting"))) {
-        return stop + start;
-    }
-    if (label.startsWith(QStringLiteral("Restoring"))) {
-        // Whatever the stop found, one more look before the data is touched.
-        return stop + QStringLiteral("(inspect;)?") + start;
-    }
-    if (label.startsWith(QStringLiteral("Updating"))) {
-        return QStringLiteral("(compose version;)?((compose pull;|pull;)"
-                              "(inspect;(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?");
-    }
-    return QStringLiteral("(inspect;(compose version;)?(compose down;(inspect;(rm;)?)?|rm;)?)?");
-}
-
-bool isAllowedOrder(const QString& label, const QStringList& commands) {
-    static QMap<QString, QRegularExpression> expressions;
-    if (!expressions.contains(label)) {
-        expressions.insert(label, QRegularExpression(QRegularExpression::anchoredPattern(allowedOrder(label))));
-    }
-    return expressions.value(label).match(commands.join(u';') + u';').hasMatch();
 }
 
 } // namespace
@@ -95,6 +51,23 @@ void ControllerWatch::willRecheck() {
     m_rechecks += 1;
 }
 
+/// The program may end right now: what it stores must not name a version that it has not got.
+void ControllerWatch::didShutDown() {
+    m_isLoopWanted = false;
+    m_isLeaving = true;
+    const KumaController& kuma = m_world->controller();
+    if (kuma.pulling() && m_label.startsWith(QStringLiteral("Updating")) && !m_tags.isEmpty()) {
+        checkUpdated();
+        if (kuma.imageTag() != m_tags.first()) {
+            violate(QStringLiteral("the program ends with a version pinned that it has not got"));
+        }
+    }
+    const SettingsStore stored(m_world->settingsFile);
+    if (stored.text(QStringLiteral("imageTag"), kuma.imageTag()) != kuma.imageTag()) {
+        violate(QStringLiteral("the program ends with another tag stored than it shows"));
+    }
+}
+
 void ControllerWatch::didRecheck() {
     const KumaController& kuma = m_world->controller();
     if (kuma.dockerState() != DockerState::unknown || kuma.dockerPath()) {
@@ -119,10 +92,7 @@ void ControllerWatch::didChangeComposeSettings() {
 }
 
 void ControllerWatch::didChangeSlug() {
-    m_lastRead.reset();
-    m_baseline.clear();
-    m_hasBaseline = false;
-    m_lastRows.clear();
+    m_readings.forget();
     if (!m_world->controller().monitors().isEmpty() || m_world->controller().statusError()) {
         violate(QStringLiteral("a new slug shows what the old one brought"));
     }
@@ -133,6 +103,10 @@ QCoro::Task<CommandResult> ControllerWatch::run(QString path, QStringList argume
                                                 std::shared_ptr<ProcessHandle> handle,
                                                 DockerCLI::OutputCallback onOutput) {
     const QString name = Command{.path = path, .arguments = arguments}.name();
+    if (m_setup.owns(name)) {
+        const CommandResult result = co_await runSetup(path, arguments, limit, handle, onOutput);
+        co_return result;
+    }
     const bool isOperation = m_isOperating && name != u"logs";
     const int operations = m_operations;
     m_seen.insert(name);
@@ -149,6 +123,27 @@ QCoro::Task<CommandResult> ControllerWatch::run(QString path, QStringList argume
         m_cause = {Cause::Kind::look, operations};
     } else {
         m_cause = {};
+    }
+    co_return result;
+}
+
+/// After a runtime has answered it, a setup says so itself, and looks at the container.
+QCoro::Task<CommandResult> ControllerWatch::runSetup(QString path, QStringList arguments,
+                                                     std::chrono::duration<double> limit,
+                                                     std::shared_ptr<ProcessHandle> handle,
+                                                     DockerCLI::OutputCallback onOutput) {
+    const QString name = Command{.path = path, .arguments = arguments}.name();
+    m_seen.insert(name);
+    const QString broken = m_setup.commandBegins(name, handle && handle->isCancelled());
+    if (!broken.isEmpty()) {
+        violate(broken);
+    }
+    const CommandResult result = co_await m_run(path, arguments, limit, handle, onOutput);
+    m_setup.commandEnds(result);
+    m_cause = {};
+    if (result.isSuccess() && (name == u"info" || name == u"ps")) {
+        m_cause = {Cause::Kind::setup, m_operations, path};
+        m_mayLook = true;
     }
     co_return result;
 }
@@ -173,11 +168,14 @@ void ControllerWatch::operationCommandBegins(const QString& name, bool isCancell
     }
     m_underWay = name;
     m_operationCommands.append(name);
-    if (!isAllowedOrder(m_label, m_operationCommands)) {
+    if (!mayOperationRun(m_label, m_operationCommands)) {
         violate(QStringLiteral("%1 runs %2").arg(m_label, m_operationCommands.join(QStringLiteral(", "))));
     }
     if (m_mustEnd) {
         violate(QStringLiteral("%1 begins though the operation was cancelled at its start").arg(name));
+    }
+    if (m_isLeaving && (bringsUp(name) || (isPull(name) && !isCancelled))) {
+        violate(QStringLiteral("%1 begins though the program ends").arg(name));
     }
     if (m_isCancelled && (bringsUp(name) || (isPull(name) && !isCancelled))) {
         violate(QStringLiteral("%1 begins after the operation was cancelled").arg(name));
@@ -200,10 +198,10 @@ void ControllerWatch::operationCommandEnds(const QString& name, const CommandRes
     }
 }
 
-/// A look at the container belongs to the loop, to a recheck, or to the end of an operation.
+/// A look at the container belongs to the loop, to a recheck, or to the end of an operation or a setup.
 void ControllerWatch::lookBegins(const QString& name) {
     if (name == u"inspect") {
-        if (std::exchange(m_hasOperationEnded, false) || m_isLoopWanted) {
+        if (std::exchange(m_mayLook, false) || m_isLoopWanted) {
             return;
         }
         if (m_rechecks > 0) {
@@ -228,18 +226,19 @@ QCoro::Task<StatusPageResult> ControllerWatch::fetch(int port, QString slug) {
     const StatusPageResult result = co_await m_world->page.fetch(port, slug);
     m_cause = {};
     if (normalised(m_world->controller().slug()) == slug) {
-        readEnds(result);
+        m_readings.ends(result);
+        if (!m_readings.expectedNews().isEmpty()) {
+            m_seen.insert(QStringLiteral("news"));
+        }
     }
     co_return result;
 }
 
 void ControllerWatch::readBegins(const QString& slug) {
     const KumaController& kuma = m_world->controller();
-    const Clock::TimePoint now = m_world->clock.now();
-    if (m_lastRead && now - *m_lastRead < 30s) {
+    if (!m_readings.mayBegin(m_world->clock.now())) {
         violate(QStringLiteral("the status page is read twice within 30 s"));
     }
-    m_lastRead = now;
     if (kuma.kuma() != KumaState::running || kuma.busy() || !m_isLoopWanted) {
         violate(QStringLiteral("the status page is read at the wrong time"));
     }
@@ -248,38 +247,9 @@ void ControllerWatch::readBegins(const QString& slug) {
     }
 }
 
-void ControllerWatch::readEnds(const StatusPageResult& result) {
-    const auto* page = std::get_if<StatusPageData>(&result);
-    if (page == nullptr) {
-        m_lastRows.clear();
-        return;
-    }
-    MonitorStatuses next;
-    for (const MonitorRow& row : page->monitors) {
-        if (!row.status) {
-            continue;
-        }
-        next[row.id] = *row.status;
-        const std::int64_t before = m_baseline.value(row.id, -1);
-        if (m_hasBaseline && before == 1 && row.status == 0) {
-            m_expectedNews.append(
-                {row.name + QStringLiteral(" is down"), QStringLiteral("Uptime Kuma reports this monitor as down.")});
-        } else if (m_hasBaseline && before == 0 && row.status == 1) {
-            m_expectedNews.append(
-                {row.name + QStringLiteral(" is back up"), QStringLiteral("This monitor is up again.")});
-        }
-    }
-    if (!m_expectedNews.isEmpty()) {
-        m_seen.insert(QStringLiteral("news"));
-    }
-    m_baseline = next;
-    m_hasBaseline = true;
-    m_lastRows = page->monitors;
-}
-
 ControllerWatch::Snapshot ControllerWatch::snapshot() const {
     const KumaController& kuma = m_world->controller();
-    return {kuma.dockerState(), kuma.kuma(), kuma.busy(), kuma.pulling()};
+    return {kuma.dockerState(), kuma.kuma(), kuma.busy(), kuma.pulling(), kuma.setupBusy().has_value()};
 }
 
 void ControllerWatch::changed() {
@@ -289,6 +259,9 @@ void ControllerWatch::changed() {
         operationBegins(*now.busy);
     } else if (!now.busy && m_isOperating) {
         operationEnds();
+    }
+    if (m_before.isSettingUp && !now.isSettingUp) {
+        m_setup.stepsEnded();
     }
     if (now.busy) {
         checkChangeDuringOperation(now);
@@ -316,7 +289,7 @@ void ControllerWatch::operationBegins(const QString& label) {
 
 void ControllerWatch::operationEnds() {
     m_isOperating = false;
-    m_hasOperationEnded = true;
+    m_mayLook = true;
     m_cause = {};
     if (m_label.startsWith(QStringLiteral("Updating")) && !m_operationCommands.isEmpty()) {
         checkUpdated();
@@ -334,7 +307,7 @@ void ControllerWatch::checkChangeDuringOperation(const Snapshot& now) {
     const bool isFromInfo = m_cause.kind == Cause::Kind::operation && !m_operationCommands.isEmpty() &&
                             m_operationCommands.last() == u"info";
     if (now.dockerState != m_before.dockerState && now.dockerState != DockerState::missing && !isFromInfo &&
-        now.dockerState != DockerState::unknown) {
+        !isFromSetup(now) && now.dockerState != DockerState::unknown) {
         violate(QStringLiteral("somebody else changes the state of Docker during an operation"));
     }
     if (now.pulling && !m_before.pulling && now.busy != downloading) {
@@ -352,14 +325,19 @@ void ControllerWatch::checkChangeWhileIdle(const Snapshot& now) {
     const bool isAboutTheTool = now.dockerState == DockerState::unknown || now.dockerState == DockerState::missing ||
                                 m_before.dockerState == DockerState::unknown ||
                                 m_before.dockerState == DockerState::missing;
-    if (now.dockerState != m_before.dockerState && !isFresh && !isAboutTheTool) {
+    if (now.dockerState != m_before.dockerState && !isFresh && !isAboutTheTool && !isFromSetup(now)) {
         violate(QStringLiteral("a late look changes the state of Docker"));
     }
 }
 
+bool ControllerWatch::isFromSetup(const Snapshot& now) const {
+    return m_cause.kind == Cause::Kind::setup && now.dockerState == DockerState::ready &&
+           m_cause.docker == m_world->controller().dockerPath();
+}
+
 void ControllerWatch::checkState() {
     m_cause = {};
-    m_hasOperationEnded = false;
+    m_mayLook = false;
     const KumaController& kuma = m_world->controller();
     if (!kuma.busy()) {
         m_rechecks = 0;
@@ -370,12 +348,12 @@ void ControllerWatch::checkState() {
     if (kuma.suggestedPort() && !m_hasPortError) {
         violate(QStringLiteral("a port is suggested without its error"));
     }
-    if (m_world->notifier.posted != m_expectedNews) {
+    if (m_world->notifier.posted != m_readings.expectedNews()) {
         violate(QStringLiteral("%1 notifications instead of %2")
                     .arg(m_world->notifier.posted.size())
-                    .arg(m_expectedNews.size()));
+                    .arg(m_readings.expectedNews().size()));
     }
-    if (!kuma.monitors().isEmpty() && kuma.monitors() != m_lastRows) {
+    if (!kuma.monitors().isEmpty() && kuma.monitors() != m_readings.lastRows()) {
         violate(QStringLiteral("other monitors are shown than were read"));
     }
 }

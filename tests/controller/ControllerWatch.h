@@ -1,6 +1,8 @@
 #pragma once
 
 #include "ControllerFixture.h"
+#include "ReadingsWatch.h"
+#include "SetupWatch.h"
 
 #include <QSet>
 
@@ -28,14 +30,18 @@ public:
     const QSet<QString>& seen() const { return m_seen; }
 
     bool isOperating() const { return m_isOperating; }
+    SetupWatch& setup() { return m_setup; }
     /// Whether the operation under way is busy with something that is neither a command nor a backup or restore.
     bool isDeleting() const { return m_isOperating && m_underWay.isEmpty() && m_world->backups.underWay == 0; }
 
     /// What the test is about to do, or has just done.
     void willRecheck();
     void didRecheck();
-    void didBegin() { m_isLoopWanted = true; }
-    void didShutDown() { m_isLoopWanted = false; }
+    void didBegin() {
+        m_isLoopWanted = true;
+        m_isLeaving = false;
+    }
+    void didShutDown();
     void willCancel();
     void didChangeComposeSettings();
     void didChangeSlug();
@@ -47,16 +53,21 @@ private:
         KumaState kuma = KumaState::stopped;
         std::optional<QString> busy;
         bool pulling = false;
+        bool isSettingUp = false;
     };
     /// Whose turn it is: what the controller does now follows from the end of this.
     struct Cause {
-        enum class Kind { none, operation, look } kind = Kind::none;
+        enum class Kind { none, operation, setup, look } kind = Kind::none;
         /// The operations begun when it was asked.
         int operations = 0;
+        /// The tool that a setup has asked.
+        QString docker = {};
     };
 
     QCoro::Task<CommandResult> run(QString path, QStringList arguments, std::chrono::duration<double> limit,
                                    std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput);
+    QCoro::Task<CommandResult> runSetup(QString path, QStringList arguments, std::chrono::duration<double> limit,
+                                        std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput);
     QCoro::Task<bool> pageAnswers(int port);
     QCoro::Task<StatusPageResult> fetch(int port, QString slug);
 
@@ -65,13 +76,13 @@ private:
     void operationCommandEnds(const QString& name, const CommandResult& result);
     void lookBegins(const QString& name);
     void readBegins(const QString& slug);
-    void readEnds(const StatusPageResult& result);
 
     void changed();
     void operationBegins(const QString& label);
     void operationEnds();
     void checkChangeDuringOperation(const Snapshot& now);
     void checkChangeWhileIdle(const Snapshot& now);
+    bool isFromSetup(const Snapshot& now) const;
     void checkComposeFile();
     void checkUpdated();
     void remember(const Snapshot& now);
@@ -96,15 +107,15 @@ private:
     bool m_mustEnd = false;
     bool m_hasPortError = false;
 
+    SetupWatch m_setup;
+
     bool m_isLoopWanted = false;
-    bool m_hasOperationEnded = false;
+    bool m_isLeaving = false;
+    /// Somebody who looks once has just ended.
+    bool m_mayLook = false;
     int m_rechecks = 0;
 
-    std::optional<Clock::TimePoint> m_lastRead;
-    MonitorStatuses m_baseline;
-    bool m_hasBaseline = false;
-    QList<MonitorNews> m_expectedNews;
-    QList<MonitorRow> m_lastRows;
+    ReadingsWatch m_readings;
     QSet<QByteArray> m_composeTexts;
     QSet<QString> m_seen;
 };

@@ -51,6 +51,10 @@ private:
     void updateNow();
     void backUpNow();
     void restoreBackup();
+    void installRuntime();
+    void startRuntime();
+    void requestSetup(void (KumaController::*request)());
+    void cancelSetup();
     void recheck();
     void fetchLogs();
     void begin();

@@ -21,6 +21,11 @@ const QStringList& expected() {
             "Docker could not reach the internet to download the image. Check your connection.|"
             "Uptime Kuma keeps restarting. Open the logs to see why.|The backup failed.|"
             "The restore failed. The disk is full.|The backup before the update failed, so nothing was changed.|"
+            "brew install|colima start|ps|Colima is not installed.|Colima could not start.|"
+            "Colima started but the Docker daemon is not answering.|"
+            "Homebrew could not install Colima and Docker.|"
+            "Homebrew is not installed, so the app cannot install Colima for you.|"
+            "The docker command line tool was not found after the install.|"
             "The new version's name cannot be an image tag, so nothing was changed.|"
             "The backup was made, but its database did not pass a check.|"
             "The backup before the update did not pass a check, so nothing was changed.")

@@ -1,0 +1,61 @@
+#include "CommandOrder.h"
+
+#include <QMap>
+#include <QRegularExpression>
+
+namespace orvanel::test {
+namespace {
+
+/// The commands of an operation in the orders that are allowed, each followed by a semicolon; any of them may be the
+/// last.
+QString allowedOrder(const QString& label) {
+    auto stop = QStringLiteral("(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?");
+    auto start = QStringLiteral("(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?"
+                                "(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?)?");
+    if (label.startsWith(QStringLiteral("Starting"))) {
+        return start;
+    }
+    if (label.startsWith(QStringLiteral("Stopping"))) {
+        return stop;
+    }
+    if (label.startsWith(QStringLiteral("Restarting"))) {
+        return stop + start;
+    }
+    if (label.startsWith(QStringLiteral("Restoring"))) {
+        // Whatever the stop found, one more look before the data is touched.
+        return stop + QStringLiteral("(inspect;)?") + start;
+    }
+    if (label.startsWith(QStringLiteral("Updating"))) {
+        return QStringLiteral("(compose version;)?((compose pull;|pull;)"
+                              "(inspect;(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?");
+    }
+    return QStringLiteral("(inspect;(compose version;)?(compose down;(inspect;(rm;)?)?|rm;)?)?");
+}
+
+bool fits(const QString& allowed, const QStringList& commands) {
+    static QMap<QString, QRegularExpression> expressions;
+    if (!expressions.contains(allowed)) {
+        expressions.insert(allowed, QRegularExpression(QRegularExpression::anchoredPattern(allowed)));
+    }
+    return expressions.value(allowed).match(commands.join(u';') + u';').hasMatch();
+}
+
+} // namespace
+
+bool isPull(const QString& command) {
+    return command == u"pull" || command == u"compose pull";
+}
+
+bool bringsUp(const QString& command) {
+    return command == u"compose up" || command == u"run";
+}
+
+bool mayOperationRun(const QString& label, const QStringList& commands) {
+    return fits(allowedOrder(label), commands);
+}
+
+bool maySetupRun(const QStringList& commands) {
+    return fits(QStringLiteral("(brew install;)?(info;(colima start;(ps;){0,10})?)?"), commands);
+}
+
+} // namespace orvanel::test

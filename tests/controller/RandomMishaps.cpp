@@ -1,0 +1,158 @@
+#include "RandomSequence.h"
+
+using std::chrono::milliseconds;
+
+namespace orvanel::test {
+
+// What happens to the controller from outside: Docker, the disk, the network and the server as they please.
+
+void RandomSequence::changeDaemon() {
+    using standin::Daemon;
+    m_world.docker().daemon = oneOf({Daemon::up, Daemon::up, Daemon::up, Daemon::down, Daemon::denied, Daemon::hangs});
+    note(QString::number(int(m_world.docker().daemon)));
+}
+
+void RandomSequence::changeTools() {
+    m_world.installedDocker =
+        chance(25) ? std::nullopt
+                   : std::optional(oneOf({QStringLiteral("/opt/bin/docker"), QStringLiteral("/b/docker")}));
+    m_world.installedTools.clear();
+    for (const QString& tool : {QStringLiteral("brew"), QStringLiteral("colima")}) {
+        if (chance(60)) {
+            m_world.installedTools.insert(tool, QStringLiteral("/opt/bin/") + tool);
+        }
+    }
+    m_world.docker().colimaDelay = oneOf({0, 0, 2, -1});
+    m_world.docker().compose = chance(70);
+    m_world.docker().warning = chance(20) ? "WARNING: not found\n" : "";
+}
+
+void RandomSequence::changeRegistry() {
+    using standin::Registry;
+    m_world.docker().registry = oneOf({Registry::up, Registry::up, Registry::unreachable, Registry::silent});
+    m_world.docker().diskFull = chance(20);
+    m_world.docker().pace = oneOf({0.0, 0.0, 0.05, 0.3});
+    if (chance(40)) {
+        m_world.docker().images.clear();
+    }
+}
+
+void RandomSequence::changePorts() {
+    m_world.listeningPorts.clear();
+    m_world.closingPorts.clear();
+    for (const int port : {3001, 3002, 3003, 4000}) {
+        if (chance(20)) {
+            m_world.listeningPorts.insert(port);
+        }
+        if (chance(20)) {
+            m_world.closingPorts.insert(port);
+        }
+    }
+    using standin::PortHolder;
+    m_world.docker().portHolder = oneOf({PortHolder::nobody, PortHolder::nobody, PortHolder::process});
+}
+
+void RandomSequence::changeContainer() {
+    if (chance(25)) {
+        m_world.removeContainer();
+    } else if (m_world.docker().container) {
+        m_world.docker().container->state =
+            oneOf<const char*>({"running", "running", "restarting", "exited", "paused"});
+    }
+}
+
+void RandomSequence::delayCommand() {
+    const char* command =
+        oneOf({"inspect", "inspect", "inspect", "info", "image inspect", "compose version", "compose up",
+               "compose pull", "compose stop", "run", "stop", "logs", "brew install", "colima start"});
+    const milliseconds time(below(12000));
+    note(QStringLiteral("%1 %2").arg(QString::fromLatin1(command)).arg(time.count()));
+    m_world.delay(command, time, 1);
+}
+
+void RandomSequence::hangCommand() {
+    const char* command =
+        oneOf({"inspect", "info", "image inspect", "compose version", "compose up", "compose pull", "pull",
+               "compose stop", "stop", "compose down", "rm", "run", "logs", "brew install", "colima start"});
+    note(QString::fromLatin1(command));
+    m_world.hang(command, 1);
+}
+
+void RandomSequence::failCommand() {
+    const char* command =
+        oneOf({"inspect", "info", "image inspect", "compose version", "compose up", "compose pull", "pull",
+               "compose stop", "stop", "compose down", "rm", "run", "brew install", "colima start", "ps"});
+    note(QString::fromLatin1(command));
+    m_world.answer(command, 1,
+                   oneOf({QString(), QStringLiteral("Cannot connect to the Docker daemon"),
+                          QStringLiteral("port is already allocated"), QStringLiteral("No such container")}),
+                   1, milliseconds(below(3000)));
+}
+
+void RandomSequence::changePage() {
+    m_world.page.answers = chance(75);
+    m_world.page.holdsQuestions = chance(35);
+}
+
+void RandomSequence::answerPage() {
+    for (const ScriptedPage::Question& question : m_world.page.questions) {
+        question.answer.complete(chance(70));
+    }
+    m_world.page.questions.clear();
+}
+
+StatusPageResult RandomSequence::randomStatus() {
+    if (chance(15)) {
+        return StatusPageError{QStringLiteral("Could not.")};
+    }
+    QList<MonitorRow> rows;
+    for (int id = 1; id <= 3; ++id) {
+        for (int row = below(10) == 0 ? 2 : chance(85) ? 1 : 0; row > 0; --row) {
+            const int status = oneOf({0, 0, 1, 1, 1, 2, 3, -1});
+            rows.append(monitor(id, status < 0 ? std::nullopt : std::optional<std::int64_t>(status),
+                                QStringLiteral("Monitor %1").arg(id)));
+        }
+    }
+    return statusPage(rows);
+}
+
+void RandomSequence::changeStatusPage() {
+    m_world.page.status = randomStatus();
+    m_world.page.holdsReads = chance(35);
+}
+
+void RandomSequence::answerStatusPage() {
+    for (const ScriptedPage::Read& read : m_world.page.reads) {
+        read.answer.complete(randomStatus());
+    }
+    m_world.page.reads.clear();
+}
+
+void RandomSequence::changeReleases() {
+    m_world.releases.letGo();
+    m_world.releases.questions.clear();
+    m_world.releases.holds = chance(25);
+    if (chance(20)) {
+        m_world.releases.answer = ReleaseError{QStringLiteral("Could not check for updates (HTTP 403).")};
+        return;
+    }
+    m_world.releases.answer =
+        LatestRelease{.version = oneOf({QStringLiteral("2.1.0"), QStringLiteral("3.0.0-beta.1"), QStringLiteral("2"),
+                                        QStringLiteral("2\n    privileged: true")})};
+}
+
+void RandomSequence::changeBackups() {
+    ScriptedBackups& backups = m_world.backups;
+    backups.holds = chance(60);
+    backups.failure = chance(20) ? std::optional(QStringLiteral("The disk is full.")) : std::nullopt;
+    backups.databaseProblem = chance(15) ? std::optional(QStringLiteral("row 7")) : std::nullopt;
+    backups.hasData = chance(80);
+}
+
+void RandomSequence::endBackups() {
+    for (const ScriptedBackups::Job& job : m_world.backups.jobs) {
+        job.go.complete(true);
+    }
+}
+
+} // namespace orvanel::test

@@ -1,0 +1,44 @@
+#include "SetupWatch.h"
+
+#include "CommandOrder.h"
+
+namespace orvanel::test {
+
+bool SetupWatch::owns(const QString& command) const {
+    return command == u"brew install" || command == u"colima start" || command == u"ps" ||
+           (command == u"info" && m_isInfoNext);
+}
+
+QString SetupWatch::commandBegins(const QString& command, bool isCancelled) {
+    if (isUnderWay()) {
+        return QStringLiteral("%1 begins while %2 of a setup is under way").arg(command, m_underWay);
+    }
+    const bool isAfterInstall = command == u"info" && m_commands == QStringList(QStringLiteral("brew install"));
+    const bool isFirst = command == u"brew install" || (command == u"info" && !isAfterInstall);
+    if (isFirst) {
+        m_commands.clear();
+        m_isCancelled = false;
+    }
+    m_isInfoNext = false;
+    m_commands.append(command);
+    m_underWay = command;
+    if (!maySetupRun(m_commands)) {
+        return QStringLiteral("a setup runs %1").arg(m_commands.join(QStringLiteral(", ")));
+    }
+    if (m_isCancelled && command == u"colima start" && !isCancelled) {
+        return QStringLiteral("Colima is started though the setup was cancelled");
+    }
+    return {};
+}
+
+void SetupWatch::commandEnds(const CommandResult& result) {
+    m_isInfoNext = m_underWay == u"brew install" && result.isSuccess();
+    m_underWay.clear();
+}
+
+void SetupWatch::stepsEnded() {
+    m_isInfoNext = false;
+    m_commands.clear();
+}
+
+} // namespace orvanel::test
