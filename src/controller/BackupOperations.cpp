@@ -45,12 +45,6 @@ Alert restoreQuestion(const QString& dataDir) {
     };
 }
 
-OpError unknownStateError(const CommandResult& probe) {
-    const bool hasWords = !probe.timedOut && !probe.output.isEmpty();
-    return {QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."),
-            hasWords ? probe.output : DockerCLI::friendlyMessage(probe.output, probe.timedOut)};
-}
-
 } // namespace
 
 void KumaController::backUpNow() {
@@ -145,7 +139,7 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
             // A stop that could not look at the container ends without an error, and the server may be running.
             const CommandResult probe = co_await probeContainer(*docker);
             if (!leavesDataAlone(probe)) {
-                m_error = unknownStateError(probe);
+                m_error = unknownContainerError(probe, QStringLiteral("Nothing was restored."));
                 co_return;
             }
         }

@@ -1,6 +1,7 @@
 #include "controller/ContainerAnswer.h"
 
 #include "controller/PermissionDenied.h"
+#include "process/DockerCLI.h"
 
 #include <QStringList>
 
@@ -44,6 +45,12 @@ bool leavesDataAlone(const CommandResult& answer) {
                             QStringLiteral("cannot connect to the docker daemon"),
                             QStringLiteral("failed to connect to the docker api")};
     return std::any_of(plain.begin(), plain.end(), [&text](const QString& words) { return text.contains(words); });
+}
+
+OpError unknownContainerError(const CommandResult& answer, const QString& consequence) {
+    const bool hasWords = !answer.timedOut && !answer.output.isEmpty();
+    return {QStringLiteral("Could not make sure that Uptime Kuma is stopped. ") + consequence,
+            hasWords ? answer.output : DockerCLI::friendlyMessage(answer.output, answer.timedOut)};
 }
 
 } // namespace orvanel

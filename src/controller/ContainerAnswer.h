@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controller/OpError.h"
 #include "process/CommandResult.h"
 
 namespace orvanel {
@@ -22,5 +23,8 @@ bool isStopped(const CommandResult& answer);
 /// container is stopped, the daemon says in so many words that there is no such container, or there is no daemon that
 /// could run it. False when the answer tells nothing: the tool was refused, did not answer in time or has a fault.
 bool leavesDataAlone(const CommandResult& answer);
+
+/// What the user is told when leavesDataAlone() is false. `consequence` is the sentence that says what was not done.
+OpError unknownContainerError(const CommandResult& answer, const QString& consequence);
 
 } // namespace orvanel

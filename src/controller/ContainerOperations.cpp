@@ -262,12 +262,19 @@ QCoro::Task<void> KumaController::confirmRemoveEverything() {
 /// False when the container may still be there, with the reason published.
 QCoro::Task<bool> KumaController::removeContainer() {
     if (!m_dockerPath.value()) {
+        m_dockerPath = m_env.findDocker(m_dockerOverride);
+    }
+    if (!m_dockerPath.value()) {
         co_return true;
     }
     const QString docker = *m_dockerPath.value();
-    const std::optional<QString> existing = co_await containerState(docker);
-    if (!existing) {
-        co_return true;
+    const CommandResult look = co_await probeContainer(docker);
+    if (look.status != 0) {
+        const bool isGone = leavesDataAlone(look);
+        if (!isGone) {
+            m_error = unknownContainerError(look, QStringLiteral("Nothing was deleted."));
+        }
+        co_return isGone;
     }
     const bool hasCompose = co_await ensureCompose(docker);
     if (hasCompose) {

@@ -170,6 +170,55 @@ private Q_SLOTS:
         }
     }
 
+    void removalThatCannotLookKeepsTheData_data() {
+        QTest::addColumn<bool>("answers");
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QString>("details");
+        const auto refusal = QStringLiteral("permission denied while trying to connect to the Docker daemon socket");
+        QTest::newRow("refused") << true << refusal << refusal;
+        QTest::newRow("no answer") << false << QString() << QStringLiteral("Docker did not answer in time.");
+    }
+
+    void removalThatCannotLookKeepsTheData() {
+        QFETCH(const bool, answers);
+        QFETCH(const QString, output);
+        QFETCH(const QString, details);
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        if (answers) {
+            world.answer("inspect", 1, output);
+        } else {
+            world.hang("inspect");
+        }
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error(),
+                 (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was deleted."),
+                          details}));
+        QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+        QVERIFY(world.docker().container.has_value());
+    }
+
+    /// Nobody has looked for the tool yet, and a server of the last session may be running.
+    void removalLooksForTheTool() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "running");
+        KumaController& kuma = world.controller();
+        QVERIFY(!kuma.prepareFiles());
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.docker().container);
+        QVERIFY(!QFile::exists(kuma.dataDir()));
+    }
+
     void removalConfirmedDuringAnotherOperationIsDropped() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
