@@ -76,9 +76,61 @@ QString windowMissing(Stage& stage, const QString& title) {
                                                 : QStringLiteral("there should be a window \"%1\"").arg(title);
 }
 
+std::function<void(Stage&)> press(const QString& button) {
+    return [=](Stage& stage) { stage.pressButton(button); };
+}
+
+std::function<QString(Stage&)> windowSays(const QString& title, const QString& words) {
+    return [=](Stage& stage) { return firstOf(windowMissing(stage, title), wordsMissing(stage, words)); };
+}
+
+std::function<void(Stage&)> closeWindow(const QString& title) {
+    return [=](Stage& stage) {
+        auto& windows = stage.screen().windows();
+        if (const WindowFrame* window = windows.find(title)) {
+            windows.close(*window);
+        }
+    };
+}
+
+std::function<QString(Stage&)> windowIsClosed(const QString& title) {
+    return [=](Stage& stage) {
+        return stage.screen().windows().find(title) ? QStringLiteral("the window \"%1\" should be closed").arg(title)
+                                                    : QString();
+    };
+}
+
+std::vector<Step> firstOpening() {
+    const auto guide = QStringLiteral("Welcome to Orvanel");
+    const auto next = QStringLiteral("Next");
+    const auto mainWindow = QStringLiteral("Orvanel");
+    const auto startButton = QStringLiteral("Start Uptime Kuma");
+    return {
+        {.what = QStringLiteral("\"Open window\" opens the main window, the first time with the guide"),
+         .act = choose(QStringLiteral("Open window")),
+         .missing = windowSays(guide, QStringLiteral("A control panel for Uptime Kuma")),
+         .picture = QStringLiteral("guide")},
+        {.what = QStringLiteral("\"Next\" tells of Docker"),
+         .act = press(next),
+         .missing = windowSays(guide, QStringLiteral("It needs a Docker runtime")),
+         .picture = QStringLiteral("guide-docker")},
+        {.what = QStringLiteral("\"Next\" tells of the data"),
+         .act = press(next),
+         .missing = windowSays(guide, QStringLiteral("Everything stays on this Mac")),
+         .picture = QStringLiteral("guide-data")},
+        {.what = QStringLiteral("\"Get started\" leaves the main window, which offers to start"),
+         .act = press(QStringLiteral("Get started")),
+         .missing =
+             [=](Stage& stage) {
+                 return firstOf(windowIsClosed(guide)(stage),
+                                firstOf(windowMissing(stage, mainWindow), buttonMissing(stage, startButton)));
+             },
+         .picture = QStringLiteral("window")},
+    };
+}
+
 std::vector<Step> startingUp() {
     const auto start = QStringLiteral("Start");
-    const auto startButton = QStringLiteral("Start Uptime Kuma");
     return {
         {.what = QStringLiteral("The program starts; its icon is gray: Uptime Kuma is stopped"),
          .act = [](Stage& stage) { stage.startProgram(); },
@@ -88,15 +140,13 @@ std::vector<Step> startingUp() {
          .act = openMenuAt(start),
          .missing = menuOffers(start),
          .picture = QStringLiteral("menu")},
-        {.what = QStringLiteral("\"Open window\" opens the main window"),
-         .act = choose(QStringLiteral("Open window")),
-         .missing =
-             [=](Stage& stage) {
-                 return firstOf(windowMissing(stage, QStringLiteral("Orvanel")), buttonMissing(stage, startButton));
-             },
-         .picture = QStringLiteral("window")},
+    };
+}
+
+std::vector<Step> firstStart() {
+    return {
         {.what = QStringLiteral("\"Start Uptime Kuma\" downloads the image, and its log grows"),
-         .act = [=](Stage& stage) { stage.pressButton(startButton); },
+         .act = press(QStringLiteral("Start Uptime Kuma")),
          .missing =
              [](Stage& stage) {
                  return firstOf(
@@ -119,6 +169,33 @@ std::vector<Step> startingUp() {
                                 wordsMissing(stage, QStringLiteral("Photo library")));
              },
          .picture = QStringLiteral("all-up")},
+    };
+}
+
+std::vector<Step> otherWindows() {
+    const auto logs = QStringLiteral("Uptime Kuma Logs");
+    const auto settings = QStringLiteral("Settings");
+    return {
+        {.what = QStringLiteral("\"Logs\" shows what Uptime Kuma says"),
+         .act = press(QStringLiteral("Logs")),
+         .missing = windowSays(logs, QStringLiteral("Listening on")),
+         .picture = QStringLiteral("logs")},
+        {.what = QStringLiteral("Its window closes"), .act = closeWindow(logs), .missing = windowIsClosed(logs)},
+        {.what = QStringLiteral("\"Settings\" opens the settings"),
+         .act = press(settings),
+         .missing = windowSays(settings, QStringLiteral("Newest release: not checked yet")),
+         .picture = QStringLiteral("settings")},
+        {.what = QStringLiteral("\"Check for updates\" finds a newer version, and it can be installed"),
+         .act = press(QStringLiteral("Check for updates")),
+         .missing =
+             [](Stage& stage) {
+                 return firstOf(wordsMissing(stage, QStringLiteral("Newest release: 2.1.0")),
+                                buttonMissing(stage, QStringLiteral("Update")));
+             },
+         .picture = QStringLiteral("update")},
+        {.what = QStringLiteral("Its window closes"),
+         .act = closeWindow(settings),
+         .missing = windowIsClosed(settings)},
     };
 }
 
@@ -171,13 +248,7 @@ std::vector<Step> endingIt() {
          .picture = QStringLiteral("stopped-again"),
          .limit = 60s},
         {.what = QStringLiteral("Closing the window leaves the icon"),
-         .act =
-             [](Stage& stage) {
-                 auto& windows = stage.screen().windows();
-                 if (const WindowFrame* window = windows.find(QStringLiteral("Orvanel"))) {
-                     windows.close(*window);
-                 }
-             },
+         .act = closeWindow(QStringLiteral("Orvanel")),
          .missing =
              [](Stage& stage) {
                  return firstOf(stage.screen().windows().frames().empty()
@@ -203,7 +274,7 @@ std::vector<Step> endingIt() {
 
 std::vector<Step> demoSteps() {
     std::vector<Step> steps = startingUp();
-    for (const auto& part : {monitorsChange(), endingIt()}) {
+    for (const auto& part : {firstOpening(), firstStart(), otherWindows(), monitorsChange(), endingIt()}) {
         steps.insert(steps.end(), part.begin(), part.end());
     }
     return steps;
