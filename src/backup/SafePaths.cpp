@@ -5,7 +5,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -75,19 +77,24 @@ QString placeOf(const QString& path) {
     return real == u"/" ? real + name : real + u'/' + name;
 }
 
-QString dataPlaceOf(const QString& dataDir) {
+QStringList dataPlacesOf(const QString& dataDir) {
     constexpr int mostLinks = 40;
-    QString place = placeOf(dataDir);
-    for (int links = 0; links < mostLinks; ++links) {
+    QStringList places{placeOf(dataDir)};
+    while (places.size() <= mostLinks) {
+        const QString& place = places.last();
         std::array<char, PATH_MAX> text{};
         const ssize_t length = ::readlink(QFile::encodeName(place).constData(), text.data(), text.size() - 1);
         if (length < 0) {
-            return place;
+            return places;
         }
         const QString target = QFile::decodeName(text.data());
-        place = placeOf(QDir::isAbsolutePath(target) ? target : parentOf(place) + u'/' + target);
+        places << placeOf(QDir::isAbsolutePath(target) ? target : parentOf(place) + u'/' + target);
     }
     throw fileError(dataDir, ELOOP);
+}
+
+QString dataPlaceOf(const QString& dataDir) {
+    return dataPlacesOf(dataDir).last();
 }
 
 bool isSame(const QString& path, const QString& other) {
@@ -121,17 +128,23 @@ void requireBackupPlace(const QString& destination, const QString& dataDir) {
     // What a link points to is never touched: only the link itself would be replaced.
     const auto status = statusOf(destination);
     const bool isLink = status && S_ISLNK(status->st_mode);
-    if (isInside(parentOf(destination), dataDir) || (!isLink && isInside(destination, dataDir))) {
+    const QStringList places = dataPlacesOf(dataDir);
+    if (isInside(parentOf(destination), dataDir) || (!isLink && isInside(destination, dataDir)) ||
+        places.contains(destination)) {
         throw AppError(QStringLiteral("A backup cannot lie inside the data folder. Choose another place."));
     }
-    if (!isLink && isInside(dataDir, destination)) {
+    const bool holdsData = std::any_of(places.begin(), places.end(),
+                                       [&](const QString& place) { return isInside(parentOf(place), destination); });
+    if (!isLink && holdsData) {
         throw AppError(
             QStringLiteral("A backup cannot replace a folder that holds the data folder. Choose another place."));
     }
     const QStringList names = isLink ? QStringList() : namesIn(destination);
     for (const QString& name : names) {
-        if (name.startsWith(u"before-restore-")) {
-            throw AppError(QStringLiteral("That folder holds data kept from before a restore. Choose another place."));
+        static const QRegularExpression kept(QStringLiteral("^before-(restore|update|interrupted-restore)-"));
+        if (kept.match(name).hasMatch()) {
+            throw AppError(QStringLiteral("That folder holds data kept from before a restore or an update. Choose "
+                                          "another place."));
         }
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 namespace orvanel {
 
@@ -10,6 +11,10 @@ QString resolved(const QString& path);
 /// `path` with every link on the way to it resolved, but not itself: absolute, without "." and "..". What is at its end
 /// need not exist; throws what the platform says when the folder that would hold it cannot be reached.
 QString placeOf(const QString& path);
+
+/// The places of the links that lead to the data folder, each as of placeOf(), and last its own. Throws what the
+/// platform says.
+QStringList dataPlacesOf(const QString& dataDir);
 
 /// Where the data folder is or would be: placeOf() the end of all links, of which the last may lead to nothing. Throws
 /// what the platform says when the folder that would hold it cannot be reached.
@@ -33,8 +38,8 @@ bool isSame(const QString& path, const QString& other);
 /// the folders above it is the very same.
 bool isInside(const QString& path, const QString& folder);
 
-/// Throws a sentence when a backup at `destination` would be, hold or lie inside `dataDir`, or would take the place of
-/// a folder in which previous data is kept.
+/// Throws a sentence when a backup at `destination`, as of placeOf(), would be, hold or lie inside `dataDir` or a link
+/// on the way to it, or would take the place of a folder in which previous data is kept.
 void requireBackupPlace(const QString& destination, const QString& dataDir);
 
 /// Throws a sentence when data cannot be restored from `source` without the copies getting in each other's way.

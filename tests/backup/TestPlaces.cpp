@@ -64,6 +64,40 @@ private Q_SLOTS:
         QCOMPARE(difference(before, describe(folder.path())), QString());
     }
 
+    void whatHoldsALinkToTheDataIsRefused_data() {
+        QTest::addColumn<QString>("place");
+        QTest::newRow("the link") << u"Orvanel/data"_s;
+        QTest::newRow("what holds the link") << u"Orvanel"_s;
+        QTest::newRow("a link on the way") << u"disks/large"_s;
+        QTest::newRow("what holds a link on the way") << u"disks"_s;
+        QTest::newRow("what holds the data") << u"disk 1"_s;
+    }
+
+    void whatHoldsALinkToTheDataIsRefused() {
+        QFETCH(const QString, place);
+        const DataFolder folder;
+        folder.write(u"disk 1/data/kuma.db"_s, "database");
+        QDir().mkpath(folder.path(u"disks"_s));
+        QVERIFY(QFile::link(u"../disk 1/data"_s, folder.path(u"disks/large"_s)));
+        QVERIFY(QFile::link(folder.path(u"disks/large"_s), folder.data()));
+        const auto before = describe(folder.path());
+        const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(place)));
+        QVERIFY2(message.contains(u"Choose another place."), qPrintable(message));
+        QCOMPARE(difference(before, describe(folder.path())), QString());
+    }
+
+    void keptDataIsNotReplaced() {
+        for (const QString& name : {u"before-update-2020-01-01-000000"_s, u"before-restore-2020-01-01-000000"_s,
+                                    u"before-interrupted-restore-2020-01-01-000000"_s}) {
+            const DataFolder folder;
+            folder.fill();
+            folder.write(u"Orvanel/Backups/"_s + name + u"/kuma.db"_s, "kept");
+            QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.backups())),
+                     u"That folder holds data kept from before a restore or an update. Choose another place."_s);
+            QVERIFY(QFileInfo::exists(folder.backups(name)));
+        }
+    }
+
     void relativeDestinationIsRefusedJustSo() {
         const DataFolder folder;
         folder.fill();
