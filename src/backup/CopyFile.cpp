@@ -81,6 +81,10 @@ private:
             copyRange(data, end);
             data = ::lseek(m_source, end, SEEK_DATA);
         }
+        // Only this says that nothing but a hole is left.
+        if (data < 0 && errno != ENXIO) {
+            failReading();
+        }
         if (::ftruncate(m_target, size) != 0) {
             failWriting();
         }

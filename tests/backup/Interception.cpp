@@ -81,6 +81,16 @@ ssize_t __wrap_pwrite(int file, const void* bytes, size_t size, off_t offset) {
     return __real_pwrite(file, bytes, size, offset);
 }
 
+off_t __real_lseek(int file, off_t offset, int whence);
+off_t __wrap_lseek(int file, off_t offset, int whence) {
+    const auto& seekFailure = orvanel::test::interception().seekFailure;
+    if (const int code = whence == SEEK_DATA && seekFailure ? seekFailure(offset) : 0; code != 0) {
+        errno = code;
+        return -1;
+    }
+    return __real_lseek(file, offset, whence);
+}
+
 int __real_renameat2(int from, const char* source, int to, const char* target, unsigned flags);
 int __wrap_renameat2(int from, const char* source, int to, const char* target, unsigned flags) {
     step();

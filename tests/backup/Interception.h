@@ -3,6 +3,7 @@
 #include <atomic>
 #include <functional>
 #include <string>
+#include <sys/types.h>
 
 namespace orvanel::test {
 
@@ -16,6 +17,8 @@ struct Interception {
     std::atomic<bool> withoutExchange{false};
     /// What a rename between these two names fails with; 0 lets it happen.
     std::function<int(const std::string& from, const std::string& to)> renameFailure = {};
+    /// What looking for data from there on in a file fails with; 0 lets it happen.
+    std::function<int(off_t from)> seekFailure = {};
     /// Called before a file of that name is made. Only for tests in which one thread makes files.
     std::function<void(const std::string& name)> beforeFile = {};
 };

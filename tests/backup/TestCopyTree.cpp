@@ -3,6 +3,7 @@
 #include "backup/RemoveTree.h"
 
 #include "DataFolder.h"
+#include "Interception.h"
 #include "Message.h"
 #include "support/FilePermissions.h"
 
@@ -11,6 +12,7 @@
 #include <QFileInfo>
 
 #include <atomic>
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -115,6 +117,27 @@ private Q_SLOTS:
         QCOMPARE(copy.read(16), QByteArray("at the beginning"));
         QVERIFY(copy.seek(size / 2));
         QCOMPARE(copy.read(13), QByteArray("in the middle"));
+    }
+
+    void diskThatFailsBetweenTheHolesIsNoHole() {
+        const DataFolder folder;
+        folder.write(u"from/sparse"_s, "at the beginning");
+        constexpr off_t size = off_t{8} << 20;
+        const int file = ::open(name(folder.path(u"from/sparse"_s)).constData(), O_WRONLY | O_CLOEXEC);
+        QCOMPARE(::ftruncate(file, size), 0);
+        QCOMPARE(::pwrite(file, "in the middle", 13, size / 2), ssize_t{13});
+        ::close(file);
+        bool isAsked = false;
+        interception().seekFailure = [&isAsked](off_t from) {
+            isAsked = isAsked || from > 0;
+            return from > 0 ? EIO : 0;
+        };
+        const QString message = copyMessage(folder.path(u"from"_s), folder.path(u"to"_s));
+        interception().seekFailure = {};
+        if (!isAsked) {
+            QSKIP("This file system clones files or knows no holes.");
+        }
+        QCOMPARE(message, folder.path(u"from/sparse"_s) + u": Input/output error"_s);
     }
 
     void hardLinksAttributesAndDatesComeAlong() {
