@@ -86,10 +86,15 @@ void RunningProgram::signal(const QProcess& process, int number) {
 }
 
 std::optional<std::chrono::milliseconds> RunningProgram::timeToEnd(QProcess& process, int number) {
+    return timeToEnd(process, [&] { signal(process, number); });
+}
+
+std::optional<std::chrono::milliseconds> RunningProgram::timeToEnd(QProcess& process,
+                                                                   const std::function<void()>& cause) {
     const qint64 pid = process.processId();
     const auto waitedBefore = waitedForProcessor(pid) + waitedForProcessor(QCoreApplication::applicationPid());
     const auto start = std::chrono::steady_clock::now();
-    signal(process, number);
+    cause();
     auto itsWait = waitedForProcessor(pid);
     const bool hasEnded = waitUntil([&] {
         itsWait = std::max(itsWait, waitedForProcessor(pid));

@@ -7,6 +7,7 @@
 #include <QProcess>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -52,6 +53,8 @@ public:
     /// How long a copy takes to end after a signal, without the time in which the machine had no processor for it or
     /// for us; none when it did not end.
     static std::optional<std::chrono::milliseconds> timeToEnd(QProcess& process, int number);
+    /// The same, after anything else that ends it.
+    static std::optional<std::chrono::milliseconds> timeToEnd(QProcess& process, const std::function<void()>& cause);
     /// Waits for the end of a copy. The exit code; none when it did not end, or crashed.
     static std::optional<int> exitCode(QProcess& process);
 

@@ -1,0 +1,116 @@
+#include "RunningProgram.h"
+#include "SessionManager.h"
+#include "standin/desktop/VirtualDisplay.h"
+#include "standin/desktop/WaylandDisplay.h"
+#include "support/Await.h"
+
+#include <QTest>
+
+#include <csignal>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// SmRestartNever, by the protocol.
+constexpr int never = 3;
+
+bool isStopped(const RunningProgram& world) {
+    return world.tools.state().container->state == "exited";
+}
+
+void showOn(RunningProgram& world, const standin::VirtualDisplay& display) {
+    world.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    world.environment.insert(QStringLiteral("DISPLAY"), display.name());
+}
+
+QString inMilliseconds(std::optional<std::chrono::milliseconds> time) {
+    return time ? QStringLiteral("%1 ms").arg(time->count()) : QStringLiteral("it did not end");
+}
+
+} // namespace
+
+class TestSessionEnd : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void leavesWithTheSession_data() {
+        QTest::addColumn<bool>("stopsOnQuit");
+        QTest::newRow("at once") << false;
+        QTest::newRow("after the container") << true;
+    }
+    void leavesWithTheSession() {
+        QFETCH(const bool, stopsOnQuit);
+        const standin::VirtualDisplay display;
+        SessionManager session;
+        RunningProgram world;
+        showOn(world, display);
+        world.environment.insert(QStringLiteral("SESSION_MANAGER"), session.address());
+        if (stopsOnQuit) {
+            world.setting("stopOnQuit=true");
+        }
+        world.addContainer("running");
+        QProcess& program = world.start();
+        QVERIFY(world.knowsItsContainer());
+        QVERIFY(waitUntil([&] { return session.hasProgram(); }));
+
+        session.endSession();
+        QVERIFY(waitUntil([&] { return session.saved().has_value(); }));
+        QCOMPARE(session.saved(), std::optional(true));
+        // The login item alone says whether it starts with the next session.
+        QCOMPARE(session.restartStyle(), std::optional(never));
+        // Another program may still keep the session from ending.
+        QCOMPARE(program.state(), QProcess::Running);
+        QVERIFY(!isStopped(world));
+
+        const auto ending = RunningProgram::timeToEnd(program, [&] { session.die(); });
+        QCOMPARE(RunningProgram::exitCode(program), 0);
+        QCOMPARE(isStopped(world), stopsOnQuit);
+        QVERIFY2(stopsOnQuit || (ending && *ending < 2s), qPrintable(inMilliseconds(ending)));
+    }
+
+    void leavesWithItsDisplay_data() {
+        QTest::addColumn<bool>("isWayland");
+        QTest::newRow("x11") << false;
+        QTest::newRow("wayland") << true;
+    }
+    /// What the libraries of a display that is gone do with a program: they end it. The next one finds all in order.
+    void leavesWithItsDisplay() {
+        QFETCH(const bool, isWayland);
+        if (isWayland && !standin::WaylandDisplay::isInstalled()) {
+            QSKIP("weston is not installed");
+        }
+        std::unique_ptr<standin::VirtualDisplay> x11;
+        std::unique_ptr<standin::WaylandDisplay> wayland;
+        RunningProgram world;
+        if (isWayland) {
+            wayland = std::make_unique<standin::WaylandDisplay>();
+            wayland->addTo(world.environment);
+        } else {
+            x11 = std::make_unique<standin::VirtualDisplay>();
+            showOn(world, *x11);
+        }
+        world.addContainer("running");
+        QProcess& program = world.start();
+        QVERIFY(world.knowsItsContainer());
+        const auto ending = RunningProgram::timeToEnd(program, [&] {
+            x11.reset();
+            wayland.reset();
+        });
+        QVERIFY2(ending && *ending < 2s, qPrintable(inMilliseconds(ending)));
+        QCOMPARE(RunningProgram::exitCode(program), 1);
+        QCOMPARE(world.tools.state().container->state, "running");
+
+        world.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        QProcess& next = world.start();
+        const auto composeVersion = QStringLiteral("compose version");
+        QVERIFY(waitUntil([&] { return world.tools.commands().count(composeVersion) == 2; }));
+        RunningProgram::signal(next, SIGTERM);
+        QCOMPARE(RunningProgram::exitCode(next), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSessionEnd)
+#include "TestSessionEnd.moc"
