@@ -12,8 +12,7 @@ QString majorPart(const QString& version) {
 
 } // namespace
 
-// What a registry accepts as a tag: https://github.com/opencontainers/distribution-spec/blob/main/spec.md, under
-// "Pulling manifests".
+// What a registry accepts as a tag: https://docs.docker.com/reference/cli/docker/image/tag/
 bool isValidImageTag(const QString& tag) {
     static const QRegularExpression form(QStringLiteral("\\A[A-Za-z0-9_][A-Za-z0-9_.-]{0,127}\\z"));
     return form.match(tag).hasMatch();

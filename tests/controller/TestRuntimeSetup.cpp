@@ -209,8 +209,8 @@ private Q_SLOTS:
         QFETCH(const QString, command);
         RuntimeWorld world(tools);
         const RunCommand usual = world.runner;
-        world.runner = [&](QString path, QStringList arguments, std::chrono::duration<double> limit,
-                           std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
+        world.runner = [usual, command](QString path, QStringList arguments, std::chrono::duration<double> limit,
+                                        std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
             if (arguments.first() == command) {
                 throw std::runtime_error("out of luck");
             }

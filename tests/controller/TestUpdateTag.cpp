@@ -99,8 +99,8 @@ private Q_SLOTS:
         ControllerFixture world;
         prepareUpdate(world);
         const RunCommand usual = world.runner;
-        world.runner = [&usual](QString path, QStringList arguments, std::chrono::duration<double> limit,
-                                std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
+        world.runner = [usual](QString path, QStringList arguments, std::chrono::duration<double> limit,
+                               std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
             if (arguments.last() == u"pull") {
                 throw std::runtime_error("out of luck");
             }
