@@ -43,7 +43,9 @@ BackupResult backUpToFolder(const QString& dataDir, const QString& destination) 
 
 /// The way of a zip backup through its steps.
 struct ZipBackup {
+    /// Beside the destination, for the archive, and where the copy of the data is made from which it is packed.
     std::shared_ptr<WorkFolder> work;
+    std::shared_ptr<WorkFolder> staging;
     QString place;
     QString folder;
     QString archive;
@@ -57,11 +59,13 @@ ZipBackup stageZip(const QString& dataDir, const QString& destination) {
     zip.work = std::make_shared<WorkFolder>(parentOf(zip.place));
     // The one folder in the archive is named like the data folder: a name that is none of ours.
     const QString inner = QStringLiteral("to pack");
-    makeFolder(zip.work->path(inner));
+    // The disk that holds the data can hold a copy of whatever is in it.
+    zip.staging = zip.work->holdsLinks() ? zip.work : std::make_shared<WorkFolder>(parentOf(dataPlaceOf(dataDir)));
+    makeFolder(zip.staging->path(inner));
     const QString name = inner + u'/' + nameOf(placeOf(dataDir));
-    zip.folder = zip.work->path(name);
+    zip.folder = zip.staging->path(name);
     zip.archive = zip.work->path(QStringLiteral("archive.zip"));
-    zip.problem = copyData(dataDir, *zip.work, name);
+    zip.problem = copyData(dataDir, *zip.staging, name);
     return zip;
 }
 
@@ -94,6 +98,7 @@ QCoro::Task<BackupResult> backUpToZip(QString dataDir, QString destination) {
     } catch (...) {
         failure = std::current_exception();
     }
+    co_await removeWork(zip.staging);
     co_await removeWork(zip.work);
     if (failure) {
         std::rethrow_exception(failure);

@@ -245,6 +245,10 @@ private:
             return;
         }
         if (::symlinkat(text.data(), folder.to.get(), name.c_str()) != 0) {
+            if (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS) {
+                throw AppError(QStringLiteral("The disk cannot hold links, such as %1. A zip file can.")
+                                   .arg(shownPath(folder.fromPath + "/" + name)));
+            }
             throw fileError(folder.toPath + "/" + name, errno);
         }
         copyProperties(folder.to.get(), name, status);

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace orvanel {
 namespace {
@@ -56,6 +57,15 @@ WorkFolder::WorkFolder(const QString& parent, const QString& prefix) {
 
 WorkFolder::~WorkFolder() {
     remove();
+}
+
+bool WorkFolder::holdsLinks() const {
+    const char* const name = "link";
+    if (::symlinkat("nowhere", m_lock.get(), name) != 0) {
+        return false;
+    }
+    ::unlinkat(m_lock.get(), name, 0);
+    return true;
 }
 
 void WorkFolder::remove() {

@@ -27,6 +27,9 @@ public:
     /// Leaves the folder as what a crash leaves: the next run at this place gives back what it holds, then removes it.
     void keep() { m_lock.reset(); }
 
+    /// Whether its disk can hold links; a stick or card made for every system cannot, nor permissions.
+    bool holdsLinks() const;
+
     QString path() const { return m_path; }
     QString path(const QString& name) const { return m_path + u'/' + name; }
     FileId id() const { return m_id; }

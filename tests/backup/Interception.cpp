@@ -5,8 +5,10 @@
 #include <cstdarg>
 #include <cstdio>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace {
@@ -42,7 +44,6 @@ INTERCEPT(mkdirat, (int folder, const char* path, mode_t mode), (folder, path, m
 INTERCEPT(unlink, (const char* path), (path))
 INTERCEPT(unlinkat, (int folder, const char* path, int flags), (folder, path, flags))
 INTERCEPT(rmdir, (const char* path), (path))
-INTERCEPT(symlinkat, (const char* target, int folder, const char* path), (target, folder, path))
 INTERCEPT(ftruncate, (int file, off_t size), (file, size))
 INTERCEPT(fchmod, (int file, mode_t mode), (file, mode))
 INTERCEPT(fchmodat, (int folder, const char* path, mode_t mode, int flags), (folder, path, mode, flags))
@@ -79,6 +80,21 @@ ssize_t __real_pwrite(int file, const void* bytes, size_t size, off_t offset);
 ssize_t __wrap_pwrite(int file, const void* bytes, size_t size, off_t offset) {
     step();
     return __real_pwrite(file, bytes, size, offset);
+}
+
+int __real_symlinkat(const char* target, int folder, const char* path);
+int __wrap_symlinkat(const char* target, int folder, const char* path) {
+    step();
+    const auto& isWithoutLinks = orvanel::test::interception().isWithoutLinks;
+    if (isWithoutLinks) {
+        std::error_code error;
+        const auto at = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(folder), error);
+        if (isWithoutLinks(at.string())) {
+            errno = EPERM;
+            return -1;
+        }
+    }
+    return __real_symlinkat(target, folder, path);
 }
 
 off_t __real_lseek(int file, off_t offset, int whence);

@@ -19,6 +19,8 @@ struct Interception {
     std::function<int(const std::string& from, const std::string& to)> renameFailure = {};
     /// What looking for data from there on in a file fails with; 0 lets it happen.
     std::function<int(off_t from)> seekFailure = {};
+    /// Whether the folder of that path can hold no links.
+    std::function<bool(const std::string& folder)> isWithoutLinks = {};
     /// Called before a file of that name is made. Only for tests in which one thread makes files.
     std::function<void(const std::string& name)> beforeFile = {};
 };

@@ -30,6 +30,7 @@ private Q_SLOTS:
     void cleanup() {
         interception().withoutExchange = false;
         interception().renameFailure = {};
+        interception().isWithoutLinks = {};
     }
 
     void backupsThatWouldOverlapAreRefused_data() {
@@ -275,6 +276,26 @@ private Q_SLOTS:
         folder.write(leftover + u"/replaced/copy/kuma.db"_s, "the old backup");
         await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
         QCOMPARE(folder.read(leftover + u"/replaced/copy/kuma.db"_s), QByteArray("the old backup"));
+    }
+
+    /// As on a stick that every system can read.
+    void diskWithoutLinksTakesAZip() {
+        const DataFolder folder;
+        folder.fill();
+        QDir().mkpath(folder.path(u"stick"_s));
+        interception().isWithoutLinks = [stick = folder.path(u"stick"_s).toStdString()](const std::string& at) {
+            return at.starts_with(stick);
+        };
+        const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"stick/copy"_s)));
+        const QString start = u"The disk cannot hold links, such as "_s + folder.data();
+        QVERIFY2(message.startsWith(start) && message.endsWith(u". A zip file can."), qPrintable(message));
+        await(BackupManager::backUp(folder.data(), folder.path(u"stick/copy.zip"_s)));
+        QCOMPARE(folder.names(u"stick"_s), QStringList{u"copy.zip"_s});
+        QCOMPARE(folder.names(u"Orvanel"_s), QStringList{u"data"_s});
+        const QString back = folder.path(u"back"_s);
+        await(BackupManager::restore(folder.path(u"stick/copy.zip"_s), back, folder.backups()));
+        QCOMPARE(describe(back).keys(), describe(folder.data()).keys());
+        QCOMPARE(describe(back).value(u"icon.png"_s), u"link to upload/logo1.png"_s);
     }
 
     void withoutExchangeItGoesInTwoSteps() {
