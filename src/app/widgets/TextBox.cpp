@@ -159,8 +159,12 @@ void TextBox::scrollToEnd() {
 }
 
 void TextBox::fitHeight(int maximum) {
-    const int lines = std::max(1, static_cast<int>(std::ceil(document()->size().height())));
-    setFixedHeight(std::min(maximum, lines * fontMetrics().lineSpacing() + 2 * margin));
+    // Lines with letters of other fonts are higher. A box only just as high as its lines would scroll, says Qt.
+    double height = 2 * margin + document()->documentMargin() + 1;
+    for (QTextBlock block = document()->firstBlock(); block.isValid() && height < maximum; block = block.next()) {
+        height += blockBoundingRect(block).height();
+    }
+    setFixedHeight(std::min(maximum, static_cast<int>(std::ceil(height))));
 }
 
 void TextBox::setShade(double opacity) {
