@@ -66,6 +66,13 @@ std::unique_ptr<QWidget> starting(GalleryWorld& world) {
     return std::make_unique<MainWindow>(world.context());
 }
 
+std::unique_ptr<QWidget> withError(GalleryWorld& world) {
+    auto window = running(world, QStringLiteral("home"), statusPage(everyStatus(), QStringLiteral("My services")));
+    world.loginItem.failure = QStringLiteral("~/.config/autostart: Permission denied");
+    world.controller().setLaunchAtLogin(true);
+    return window;
+}
+
 std::unique_ptr<QWidget> withoutSlug(GalleryWorld& world) {
     return running(world, {}, statusPage({}));
 }
@@ -73,6 +80,10 @@ std::unique_ptr<QWidget> withoutSlug(GalleryWorld& world) {
 std::unique_ptr<QWidget> wrongSlug(GalleryWorld& world) {
     return running(world, QStringLiteral("hoem"),
                    StatusPageError{QStringLiteral("There is no status page with this slug.")});
+}
+
+std::unique_ptr<QWidget> longSlug(GalleryWorld& world) {
+    return running(world, QString(5000, u'W'), StatusPageError{QStringLiteral("There is no such page.")});
 }
 
 } // namespace
@@ -85,8 +96,11 @@ std::vector<Scene> dashboardScenes() {
         {"wrong-slug", wrongSlug, {}},
         {"monitors-none", withMonitors({}, {}), {}},
         {"monitors", withMonitors(everyStatus(), title), {}},
+        {"monitors-error", withError, {}},
         {"monitors-many", withMonitors(many(5000), title), {}},
         {"monitors-strange-texts", withMonitors(strangeTexts(), QStringLiteral("<u>Title</u> & more")), {}},
+        {"monitors-long-title", withMonitors(everyStatus(), QStringLiteral("A very long title\n").repeated(9)), {}},
+        {"wrong-long-slug", longSlug, {}},
     };
 }
 

@@ -21,8 +21,6 @@ Card::Card(const QString& name, QWidget* parent)
     setAccessibleName(name);
     m_column->setContentsMargins(spacing::padding, spacing::padding, spacing::padding, spacing::padding);
     m_column->setSpacing(spacing::parts);
-    // Cards stand above one another and take no more height than they need.
-    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
 }
 
 TextLabel* Card::addText(TextStyle style, const QString& text) {

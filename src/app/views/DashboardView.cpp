@@ -42,7 +42,6 @@ DashboardView::DashboardView(ViewContext context, QWidget* parent)
     column->addWidget(m_guide);
     column->addWidget(m_statusError);
     column->addWidget(m_monitors);
-    column->addStretch();
     connect(m_guide, &GuideCard::typingEnded, this, &DashboardView::render);
 }
 

@@ -52,7 +52,6 @@ MonitorList::MonitorList(ViewContext context, QWidget* parent)
     column->addWidget(m_emptyText);
     column->addWidget(m_rows);
     column->addWidget(note);
-    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
 }
 
 void MonitorList::render() {

@@ -30,6 +30,8 @@ MonitorRows::MonitorRows(QWidget* parent)
     setFrameShape(QFrame::NoFrame);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // As high as its rows; else what it stands in would take all the height that is left.
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setUniformItemSizes(true);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);

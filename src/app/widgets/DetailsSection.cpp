@@ -47,6 +47,7 @@ void DetailsSection::setOpen(bool open) {
     m_button->setAccessibleDescription(open ? QStringLiteral("Expanded") : QStringLiteral("Collapsed"));
     if (open && m_box == nullptr) {
         m_box = new TextBox(QStringLiteral("Details"));
+        m_box->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
         layout()->addWidget(m_box);
         // Also where the window has got other things since.
         setTabOrder(m_button, m_box);

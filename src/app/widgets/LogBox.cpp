@@ -10,6 +10,8 @@ constexpr int boxHeight = 180;
 LogBox::LogBox(const QString& name, const QString& placeholder, QWidget* parent)
     : TextBox(name, parent) {
     setFixedHeight(boxHeight);
+    // Else what it stands in would take all the height that is left.
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setFollowing(true);
     setPlaceholderText(placeholder);
 }
