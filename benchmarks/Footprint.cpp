@@ -14,11 +14,11 @@ int entriesOf(const QString& folder) {
     return static_cast<int>(QDir(folder).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
 }
 
-/// A line such as "Rss:   1024 kB", in MiB.
-double mebibytes(const QByteArray& lines, const QByteArray& field) {
+/// Of a line such as "Rss:   1024 kB".
+double number(const QByteArray& lines, const QByteArray& field) {
     for (const QByteArray& line : lines.split('\n')) {
         if (line.startsWith(field + ':')) {
-            return line.mid(field.size() + 1).simplified().split(' ').value(0).toDouble() / 1024;
+            return line.mid(field.size() + 1).simplified().split(' ').value(0).toDouble();
         }
     }
     return 0;
@@ -26,12 +26,24 @@ double mebibytes(const QByteArray& lines, const QByteArray& field) {
 
 } // namespace
 
+qint64 Footprint::wakeUps(qint64 processId) {
+    const QString threads = QStringLiteral("/proc/%1/task/").arg(processId);
+    qint64 sum = 0;
+    for (const QString& thread : QDir(threads).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile status(threads + thread + QStringLiteral("/status"));
+        const QByteArray lines = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
+        sum += static_cast<qint64>(number(lines, "voluntary_ctxt_switches"));
+    }
+    return sum;
+}
+
 Footprint Footprint::of(qint64 processId) {
     const QString process = QStringLiteral("/proc/%1/").arg(processId);
     QFile memory(process + QStringLiteral("smaps_rollup"));
     const QByteArray lines = memory.open(QIODevice::ReadOnly) ? memory.readAll() : QByteArray();
-    return {mebibytes(lines, "Rss"), mebibytes(lines, "Anonymous"), entriesOf(process + QStringLiteral("fd")),
-            entriesOf(process + QStringLiteral("task"))};
+    constexpr double kibibytes = 1024;
+    return {number(lines, "Rss") / kibibytes, number(lines, "Anonymous") / kibibytes,
+            entriesOf(process + QStringLiteral("fd")), entriesOf(process + QStringLiteral("task"))};
 }
 
 Footprint Footprint::ofQuiet(qint64 processId) {

@@ -12,6 +12,8 @@ struct Footprint {
     int descriptors = 0;
     int threads = 0;
 
+    /// How often its threads have gone to sleep by themselves, so far. A timer that nobody stops shows here.
+    static qint64 wakeUps(qint64 processId);
     static Footprint of(qint64 processId);
     /// Without what comes and goes with each child: the least of many readings over some seconds.
     static Footprint ofQuiet(qint64 processId);

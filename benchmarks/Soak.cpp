@@ -1,19 +1,22 @@
 // Lets Orvanel live through days in minutes and looks whether it stays what it was:
 //
-//     bench-soak --program P --minutes N --calls LOG --site FOLDER --server FOLDER [--sanitized]
+//     bench-soak --program P --minutes N --tools FOLDER --site FOLDER --server FOLDER [--sanitized]
 //
-// It plays the desktop around the program: the status area through which it presses the entries of the menu, the server
-// of notifications, and the frames of its windows. The session bus and the display must be nobody else's. LOG is the
-// stand-in docker's record; the answers of the stand-in Uptime Kuma come from `site` and go to `server`. A program with
-// a sanitizer in it is not measured for its memory. Exit code 1 when something is not as it should be.
+// It plays the desktop around the program: the status area through which it chooses from the menu, the screen reader
+// through which it presses buttons, the server of notifications, and the frames of its windows. The session bus, the
+// display and the home must be nobody else's. TOOLS is the folder of the stand-in docker's state; the answers of the
+// stand-in Uptime Kuma come from `site` and go to `server`. A program with a sanitizer in it is neither measured for
+// its memory nor for its haste. Exit code 1 when something is not as it should be.
 
 #include "Footprint.h"
 #include "SoakDesktop.h"
+#include "SoakLife.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDeadlineTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 
@@ -22,94 +25,140 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int quietPolls = 600;
 constexpr double mebibyte = 1;
 
 bool allIsWell = true;
 
-void row(const char* what, double before, double after, const char* unit, double limit) {
-    const double growth = after - before;
-    const bool isWell = growth <= limit;
+void judge(bool isWell) {
     allIsWell = allIsWell && isWell;
-    std::printf("%-44s %10.1f %-6s %10.1f %-6s %+6.1f   at most %+.1f%s\n", what, before, unit, after, unit, growth,
-                limit, isWell ? "" : "   MISSED");
+    std::puts(isWell ? "" : "   MISSED");
 }
 
-void rowAtLeast(const char* what, double value, double goal) {
-    const bool isWell = value >= goal;
-    allIsWell = allIsWell && isWell;
-    std::printf("%-44s %10.0f   at least %.0f%s\n", what, value, goal, isWell ? "" : "   MISSED");
+void row(const char* what, double early, double late, const char* unit, double limit) {
+    const double growth = late - early;
+    std::printf("%-44s %10.1f %-6s %10.1f %-6s %+6.1f   at most %+.1f", what, early, unit, late, unit, growth, limit);
+    judge(growth <= limit);
 }
 
-void rowExactly(const char* what, double value, double goal) {
-    const bool isWell = value == goal;
-    allIsWell = allIsWell && isWell;
-    std::printf("%-44s %10.0f   exactly %.0f%s\n", what, value, goal, isWell ? "" : "   MISSED");
+void rowAtLeast(const QString& what, double value, double goal) {
+    std::printf("%-44s %10.0f   at least %.0f", qPrintable(what), value, goal);
+    judge(value >= goal);
 }
 
-/// What a user and the world do in a while; false when the program did not follow.
-bool liveForAWhile(SoakDesktop& desktop) {
-    for (int i = 0; i < 3; ++i) {
-        const bool followed = desktop.openWindow() && desktop.stopContainer() && desktop.startContainer() &&
-                              desktop.breakMonitor() && desktop.repairMonitor() && desktop.closeWindow() &&
-                              desktop.stopContainer() && desktop.startContainer();
-        if (!followed) {
-            return false;
-        }
-    }
-    return true;
-}
-
-/// Polls in which nothing happens, and what the program tells the panel all the same.
+/// Polls in which nothing happens, and what the program does all the same.
 struct Quiet {
     int polls = 0;
     int news = 0;
+    qint64 wakeUps = 0;
+
+    double wakeUpsOfPoll() const { return static_cast<double>(wakeUps) / std::max(polls, 1); }
 };
 
-bool rest(SoakDesktop& desktop, Quiet& quiet) {
-    if (!desktop.passPolls(20)) {
-        return false;
-    }
-    const int newsBefore = desktop.news();
-    if (!desktop.passPolls(quietPolls)) {
-        return false;
-    }
-    quiet.polls += quietPolls;
-    quiet.news += desktop.news() - newsBefore;
-    return true;
-}
-
-int soak(SoakDesktop& desktop, std::chrono::minutes duration, bool isSanitized) {
-    const QDeadlineTimer warmUp(duration / 10);
-    const QDeadlineTimer end(duration);
-    std::optional<Footprint> before;
+/// How the program was at some time.
+struct Shot {
+    Footprint footprint;
     Quiet quiet;
-    int rounds = 0;
-    while (!end.hasExpired() || rounds < 2) {
-        if (!liveForAWhile(desktop) || !rest(desktop, quiet)) {
-            std::fprintf(stderr, "bench-soak: the program did not follow: %s\n", qPrintable(desktop.trouble()));
-            return 1;
+    /// To the panel, while a user was at work before.
+    int livelyNews = 0;
+};
+
+class Soak {
+public:
+    Soak(SoakDesktop& desktop, SoakLife& life, bool isSanitized)
+        : m_desktop(desktop)
+        , m_life(life)
+        , m_isSanitized(isSanitized) {}
+
+    /// False when the program did not follow.
+    bool run(std::chrono::minutes duration) {
+        const QDeadlineTimer warmUp(duration / 10);
+        const QDeadlineTimer end(duration);
+        while (!end.hasExpired() || !m_late) {
+            auto shot = round();
+            if (!shot) {
+                return false;
+            }
+            m_rounds += 1;
+            m_quiet.polls += shot->quiet.polls;
+            m_quiet.news += shot->quiet.news;
+            m_leastNews = m_rounds == 1 ? shot->livelyNews : std::min(m_leastNews, shot->livelyNews);
+            if (!m_early && warmUp.hasExpired()) {
+                shot->footprint = Footprint::ofQuiet(m_desktop.processId());
+                m_early = shot;
+            } else if (m_early) {
+                m_late = shot;
+            }
         }
-        rounds += 1;
-        if (!before && warmUp.hasExpired()) {
-            before = Footprint::ofQuiet(desktop.processId());
+        m_late->footprint = Footprint::ofQuiet(m_desktop.processId());
+        return true;
+    }
+
+    void report(std::chrono::minutes duration) {
+        const Footprint& early = m_early->footprint;
+        const Footprint& late = m_late->footprint;
+        if (!m_isSanitized) {
+            row("Resident memory", early.resident, late.resident, "MiB", mebibyte);
+            row("Anonymous memory", early.anonymous, late.anonymous, "MiB", mebibyte);
+            row("Wake-ups a poll while nothing changes", m_early->quiet.wakeUpsOfPoll(), m_late->quiet.wakeUpsOfPoll(),
+                "", 1);
         }
+        row("Descriptors", early.descriptors, late.descriptors, "", 0);
+        row("Threads", early.threads, late.threads, "", 0);
+        // The windows were where they are now, and so were those who listen.
+        row("Signals to the panel in a lively while", m_early->livelyNews, m_late->livelyNews, "",
+            m_early->livelyNews * 0.5);
+        row("The same while nothing changes", m_early->quiet.news, m_late->quiet.news, "", 0);
+
+        const double minutes = static_cast<double>(duration.count());
+        rowAtLeast(QStringLiteral("Least signals of any lively while"), m_leastNews, 1);
+        rowAtLeast(QStringLiteral("Polls"), m_life.polls(), m_isSanitized ? 1 : 3000 * minutes);
+        double operations = 0;
+        for (auto kind = m_life.operations().begin(); kind != m_life.operations().end(); ++kind) {
+            operations += kind.value();
+            rowAtLeast(QStringLiteral("  ") + kind.key(), kind.value(), m_rounds);
+        }
+        rowAtLeast(QStringLiteral("Operations in all"), operations, m_isSanitized ? 1 : 100 * minutes);
+        std::printf("%-44s %10d   exactly 0", "Signals to the panel while nothing changed", m_quiet.news);
+        judge(m_quiet.news == 0);
+        std::printf("%-44s %10d\n", "Polls in which nothing changed", m_quiet.polls);
+        const int code = m_desktop.quit();
+        std::printf("%-44s %10d   exactly 0", "Exit code", code);
+        judge(code == 0);
     }
-    const Footprint after = Footprint::ofQuiet(desktop.processId());
-    const double minutes = static_cast<double>(duration.count());
-    rowAtLeast("Polls", desktop.polls(), isSanitized ? 1 : 3000 * minutes);
-    rowAtLeast("Operations", desktop.operations(), isSanitized ? 1 : 100 * minutes);
-    if (!isSanitized) {
-        row("Resident memory", before->resident, after.resident, "MiB", mebibyte);
-        row("Anonymous memory", before->anonymous, after.anonymous, "MiB", mebibyte);
+
+private:
+    std::optional<Shot> round() {
+        Shot shot;
+        const int before = m_desktop.news();
+        if (!m_life.liveForAWhile()) {
+            return std::nullopt;
+        }
+        shot.livelyNews = m_desktop.news() - before;
+        constexpr int untilAllIsQuiet = 20;
+        if (!m_life.passPolls(untilAllIsQuiet)) {
+            return std::nullopt;
+        }
+        const int newsBefore = m_desktop.news();
+        const int pollsBefore = m_life.polls();
+        const qint64 wakeUpsBefore = Footprint::wakeUps(m_desktop.processId());
+        if (!m_life.passPolls(m_isSanitized ? 100 : 300)) {
+            return std::nullopt;
+        }
+        shot.quiet.wakeUps = Footprint::wakeUps(m_desktop.processId()) - wakeUpsBefore;
+        shot.quiet.polls = m_life.polls() - pollsBefore;
+        shot.quiet.news = m_desktop.news() - newsBefore;
+        return shot;
     }
-    row("Descriptors", before->descriptors, after.descriptors, "", 0);
-    row("Threads", before->threads, after.threads, "", 0);
-    rowExactly("News to the panel while nothing changed", quiet.news, 0);
-    std::printf("%-44s %10d\n", "Polls in which nothing changed", quiet.polls);
-    rowExactly("Exit code", desktop.quit(), 0);
-    return allIsWell ? 0 : 1;
-}
+
+    SoakDesktop& m_desktop;
+    SoakLife& m_life;
+    const bool m_isSanitized;
+    Quiet m_quiet;
+    int m_rounds = 0;
+    int m_leastNews = 0;
+    std::optional<Shot> m_early;
+    std::optional<Shot> m_late;
+};
 
 } // namespace
 
@@ -118,7 +167,7 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     QCommandLineParser parser;
     const QString value = QStringLiteral("value");
-    for (const char* name : {"program", "minutes", "calls", "site", "server"}) {
+    for (const char* name : {"program", "minutes", "tools", "site", "server"}) {
         parser.addOption({QString::fromLatin1(name), QString(), value});
     }
     const QCommandLineOption sanitized(QStringLiteral("sanitized"));
@@ -126,15 +175,17 @@ int main(int argc, char** argv) {
     parser.process(application);
 
     const std::chrono::minutes duration(parser.value(QStringLiteral("minutes")).toInt());
-    SoakDesktop desktop({
-        parser.value(QStringLiteral("program")),
-        parser.value(QStringLiteral("calls")),
-        parser.value(QStringLiteral("site")),
-        parser.value(QStringLiteral("server")),
-    });
-    if (duration < 1min || !desktop.startProgram()) {
-        std::fprintf(stderr, "bench-soak: the program did not start: %s\n", qPrintable(desktop.trouble()));
+    SoakDesktop desktop;
+    SoakLife life(desktop, {
+                               parser.value(QStringLiteral("tools")),
+                               parser.value(QStringLiteral("site")),
+                               parser.value(QStringLiteral("server")),
+                           });
+    Soak soak(desktop, life, parser.isSet(sanitized));
+    if (duration < 1min || !life.begin(parser.value(QStringLiteral("program"))) || !soak.run(duration)) {
+        std::fprintf(stderr, "bench-soak: the program did not follow: %s\n", qPrintable(desktop.trouble()));
         return 1;
     }
-    return soak(desktop, duration, parser.isSet(sanitized));
+    soak.report(duration);
+    return allIsWell ? 0 : 1;
 }

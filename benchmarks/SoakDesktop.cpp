@@ -2,30 +2,52 @@
 
 #include "support/Await.h"
 
-#include <QSaveFile>
+#include <QGuiApplication>
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
+#include <xcb/xcb.h>
 
 namespace orvanel {
 namespace {
 
-using test::waitUntil;
-
-const QString title = QStringLiteral("Orvanel");
-constexpr int red = 0;
-constexpr int green = 120;
-
 /// The time between two polls becomes 10 ms, and that between two readings of the status page 100 ms.
 constexpr auto haste = "300";
 
+template <class Reply>
+std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
+    return {reply, &std::free};
+}
+
+xcb_connection_t* display() {
+    return qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+}
+
+xcb_window_t rootWindow() {
+    return xcb_setup_roots_iterator(xcb_get_setup(display())).data->root;
+}
+
+xcb_keycode_t keycode(xcb_keysym_t keysym) {
+    const xcb_setup_t* setup = xcb_get_setup(display());
+    const auto amount = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+    const auto question = xcb_get_keyboard_mapping(display(), setup->min_keycode, amount);
+    const auto reply = owned(xcb_get_keyboard_mapping_reply(display(), question, nullptr));
+    if (!reply) {
+        return 0;
+    }
+    const xcb_keysym_t* begin = xcb_get_keyboard_mapping_keysyms(reply.get());
+    const xcb_keysym_t* end = begin + xcb_get_keyboard_mapping_keysyms_length(reply.get());
+    const auto place = std::find(begin, end, keysym) - begin;
+    return static_cast<xcb_keycode_t>(setup->min_keycode + place / reply->keysyms_per_keycode);
+}
+
 } // namespace
 
-SoakDesktop::SoakDesktop(const Places& places)
-    : m_places(places)
-    , m_area(QDBusConnection::sessionBus())
+SoakDesktop::SoakDesktop()
+    : m_area(QDBusConnection::sessionBus())
     , m_notifications(QDBusConnection::sessionBus())
-    , m_calls(places.calls) {
+    , m_reader(QDBusConnection::sessionBus()) {
     m_program.setProcessChannelMode(QProcess::ForwardedChannels);
     m_program.setStandardInputFile(QProcess::nullDevice());
 }
@@ -35,29 +57,32 @@ SoakDesktop::~SoakDesktop() {
     m_program.waitForFinished();
 }
 
-bool SoakDesktop::startProgram() {
+bool SoakDesktop::start(const QString& program) {
     auto bus = QDBusConnection::sessionBus();
-    const auto listen = [&](const char* interface, const char* name) {
-        return bus.connect({}, {}, QString::fromLatin1(interface), QString::fromLatin1(name), this, SLOT(onNews()));
+    // Every signal of these interfaces.
+    const auto listen = [&](const char* interface) {
+        return bus.connect({}, {}, QString::fromLatin1(interface), {}, this, SLOT(onNews()));
     };
-    m_last = QStringLiteral("take the places of a desktop on the session bus");
-    if (!m_area.open() || !m_notifications.open() || !listen("org.kde.StatusNotifierItem", "NewIcon") ||
-        !listen("org.kde.StatusNotifierItem", "NewToolTip") || !listen("com.canonical.dbusmenu", "LayoutUpdated") ||
-        !listen("com.canonical.dbusmenu", "ItemsPropertiesUpdated") || !monitors("all-up")) {
+    expect(QStringLiteral("find the places of a desktop free on the session bus"));
+    if (!m_area.open() || !m_notifications.open() || !m_reader.open(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS")) ||
+        !listen("org.kde.StatusNotifierItem") || !listen("com.canonical.dbusmenu")) {
         return false;
     }
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("ORVANEL_HASTE"), QString::fromLatin1(haste));
     m_program.setProcessEnvironment(environment);
-    m_program.start(m_places.program, {});
-    m_last = QStringLiteral("show its icon");
-    // In such haste it may miss the panel at first and open its window.
-    return waitUntil([this] { return offers("Start"); }) && openWindow() && closeWindow() && startContainer();
+    m_program.start(program, {});
+    expect(QStringLiteral("show its icon"));
+    return waitFor([this] { return m_area.item() != nullptr; });
 }
 
-QString SoakDesktop::trouble() const {
+QString SoakDesktop::trouble() {
     if (m_program.state() != QProcess::Running) {
-        return QStringLiteral("it ended when it should %1").arg(m_last);
+        return QStringLiteral("it ended when it should %1").arg(m_expected);
+    }
+    // Its window tells more than its menu.
+    if (choose(QStringLiteral("Open window"))) {
+        reads(QStringLiteral("Settings"));
     }
     QStringList menu;
     if (m_area.item() != nullptr) {
@@ -65,100 +90,143 @@ QString SoakDesktop::trouble() const {
             menu << (entry.enabled ? entry.text : QStringLiteral("[%1]").arg(entry.text));
         }
     }
-    return QStringLiteral("it did not %1; its menu says: %2").arg(m_last, menu.join(QStringLiteral(", ")));
-}
-
-bool SoakDesktop::openWindow() {
-    return press("Open window") && waitUntil([this] { return m_frames.find(title) != nullptr; });
-}
-
-bool SoakDesktop::closeWindow() {
-    m_operations += 1;
-    m_last = QStringLiteral("close its window");
-    const standin::WindowFrame* frame = m_frames.find(title);
-    if (frame == nullptr) {
-        return false;
+    QStringList windows;
+    for (const standin::WindowFrame* window : m_frames.frames()) {
+        windows << window->title();
     }
-    m_frames.close(*frame);
-    return waitUntil([this] { return m_frames.find(title) == nullptr; });
-}
-
-bool SoakDesktop::startContainer() {
-    return press("Start") && waitUntil([this] { return offers("Stop") && offers("Open dashboard"); });
-}
-
-bool SoakDesktop::stopContainer() {
-    return press("Stop") && waitUntil([this] { return offers("Start"); });
-}
-
-bool SoakDesktop::breakMonitor() {
-    return monitors("one-down") && waitUntil([this] { return showsColor(red); });
-}
-
-bool SoakDesktop::repairMonitor() {
-    return monitors("all-up") && waitUntil([this] { return showsColor(green); });
-}
-
-bool SoakDesktop::passPolls(int count) {
-    m_last = QStringLiteral("go on polling");
-    const int goal = polls() + count;
-    while (polls() < goal) {
-        const int before = m_polls;
-        if (!waitUntil([&] { return polls() > before; })) {
-            return false;
+    QStringList words;
+    for (const standin::ScreenElement& element : m_reader.elements()) {
+        if (element.showing) {
+            words << QStringLiteral("%1 %2").arg(element.role, element.name);
         }
     }
-    return true;
+    const auto comma = QStringLiteral(", ");
+    return QStringLiteral("it did not %1; its menu says: %2; windows: %3; in them: %4")
+        .arg(m_expected, menu.join(comma), windows.join(comma), words.join(comma));
 }
 
-int SoakDesktop::quit() {
-    if (!press("Quit") || !waitUntil([this] { return m_program.state() == QProcess::NotRunning; })) {
-        return -1;
-    }
-    return m_program.exitStatus() == QProcess::NormalExit ? m_program.exitCode() : -1;
+bool SoakDesktop::waitFor(const std::function<bool()>& condition) const {
+    const auto hasEnded = [this] { return m_program.state() == QProcess::NotRunning; };
+    return test::waitUntil([&] { return hasEnded() || condition(); }) && !hasEnded();
 }
 
-int SoakDesktop::polls() {
-    if (m_calls.isOpen() || m_calls.open(QIODevice::ReadOnly)) {
-        m_polls += static_cast<int>(m_calls.readAll().count("\tdocker\tinspect\t"));
-    }
-    return m_polls;
-}
-
-bool SoakDesktop::press(const char* text) {
-    m_operations += 1;
-    m_last = QStringLiteral("follow \"%1\"").arg(QLatin1String(text));
-    if (!waitUntil([&] { return offers(text); })) {
+bool SoakDesktop::choose(const QString& entry) {
+    if (!waitFor([&] { return offers(entry); })) {
         return false;
     }
     auto& menu = m_area.item()->menu();
-    return menu.press(menu.find(QString::fromLatin1(text))->id);
+    return menu.press(menu.find(entry)->id);
 }
 
-bool SoakDesktop::offers(const char* text) {
-    auto* const item = m_area.item();
-    const auto entry = item != nullptr ? item->menu().find(QString::fromLatin1(text)) : std::nullopt;
-    return entry && entry->enabled;
+bool SoakDesktop::offers(const QString& entry) const {
+    const auto* const item = m_area.item();
+    const auto found = item != nullptr ? item->menu().find(entry) : std::nullopt;
+    return found && found->enabled;
 }
 
-bool SoakDesktop::showsColor(int hue) {
+bool SoakDesktop::says(const QString& status) const {
+    return m_area.item() != nullptr && m_area.item()->menu().find(status).has_value();
+}
+
+bool SoakDesktop::shows(Color color) const {
     const QImage icon = m_area.item() != nullptr ? m_area.item()->icon(22) : QImage();
     if (icon.isNull()) {
         return false;
     }
-    const QColor color = icon.pixelColor(icon.width() / 2, icon.height() / 2);
-    const int distance = std::abs(color.hsvHue() - hue);
-    return color.hsvSaturation() > 50 && std::min(distance, 360 - distance) < 40;
+    const QColor middle = icon.pixelColor(icon.rect().center());
+    const int distance = std::abs(middle.hsvHue() - (color == Color::red ? 0 : 120));
+    return middle.hsvSaturation() > 50 && std::min(distance, 360 - distance) < 40;
 }
 
-/// What the status page says from now on.
-bool SoakDesktop::monitors(const char* answers) {
-    m_operations += 1;
-    m_last = QStringLiteral("show what the status page says");
-    QFile from(QStringLiteral("%1/%2.json").arg(m_places.site, QLatin1String(answers)));
-    QSaveFile to(m_places.server + QStringLiteral("/heartbeats/home.json"));
-    return from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly) && to.write(from.readAll()) > 0 &&
-           to.commit();
+const standin::WindowFrame* SoakDesktop::frame(const QString& titleStart) const {
+    for (const standin::WindowFrame* window : m_frames.frames()) {
+        if (window->title().startsWith(titleStart)) {
+            return window;
+        }
+    }
+    return nullptr;
+}
+
+bool SoakDesktop::closeWindow(const QString& title) {
+    const standin::WindowFrame* window = m_frames.find(title);
+    if (window == nullptr) {
+        return false;
+    }
+    m_frames.close(*window);
+    return waitFor([&] { return m_frames.find(title) == nullptr; });
+}
+
+bool SoakDesktop::pressButton(const QString& name) {
+    std::optional<standin::ScreenElement> button;
+    const auto isThere = [&] {
+        m_reader.refresh();
+        const auto elements = m_reader.elements();
+        const auto found = std::find_if(elements.begin(), elements.end(), [&](const standin::ScreenElement& element) {
+            return element.showing && element.enabled && element.name == name &&
+                   element.role.contains(QLatin1String("button"));
+        });
+        if (found != elements.end()) {
+            button = *found;
+        }
+        return button.has_value();
+    };
+    m_reader.forget();
+    if (!waitFor(isThere)) {
+        return false;
+    }
+    m_reader.press(*button);
+    return true;
+}
+
+bool SoakDesktop::reads(const QString& words) {
+    m_reader.forget();
+    return waitFor([&] {
+        m_reader.refresh();
+        return m_reader.reads(words);
+    });
+}
+
+bool SoakDesktop::hasMenu(const QString& titleStart) const {
+    const standin::WindowFrame* window = frame(titleStart);
+    const auto tree = owned(xcb_query_tree_reply(display(), xcb_query_tree(display(), rootWindow()), nullptr));
+    if (window == nullptr || !tree) {
+        return false;
+    }
+    // All windows of a program have these bits of their number in common.
+    const quint32 programsBits = ~xcb_get_setup(display())->resource_id_mask;
+    const xcb_window_t* begin = xcb_query_tree_children(tree.get());
+    return std::any_of(begin, begin + xcb_query_tree_children_length(tree.get()), [&](xcb_window_t other) {
+        const auto question = xcb_get_window_attributes(display(), other);
+        const auto state = owned(xcb_get_window_attributes_reply(display(), question, nullptr));
+        return ((other ^ window->window()) & programsBits) == 0 && state && state->override_redirect != 0 &&
+               state->map_state == XCB_MAP_STATE_VIEWABLE;
+    });
+}
+
+void SoakDesktop::pressKey(const QString& titleStart, quint32 keysym) const {
+    const standin::WindowFrame* window = frame(titleStart);
+    if (window == nullptr) {
+        return;
+    }
+    xcb_key_press_event_t event{};
+    event.response_type = XCB_KEY_PRESS;
+    event.detail = keycode(keysym);
+    event.root = rootWindow();
+    event.event = window->window();
+    event.same_screen = 1;
+    xcb_send_event(display(), 0, window->window(), XCB_EVENT_MASK_KEY_PRESS, reinterpret_cast<const char*>(&event));
+    event.response_type = XCB_KEY_RELEASE;
+    xcb_send_event(display(), 0, window->window(), XCB_EVENT_MASK_KEY_RELEASE, reinterpret_cast<const char*>(&event));
+    xcb_flush(display());
+}
+
+int SoakDesktop::quit() {
+    expect(QStringLiteral("quit"));
+    if (!choose(QStringLiteral("Quit")) ||
+        !test::waitUntil([this] { return m_program.state() == QProcess::NotRunning; })) {
+        return -1;
+    }
+    return m_program.exitStatus() == QProcess::NormalExit ? m_program.exitCode() : -1;
 }
 
 } // namespace orvanel

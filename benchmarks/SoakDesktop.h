@@ -1,71 +1,71 @@
 #pragma once
 
 #include "standin/desktop/NotificationServer.h"
+#include "standin/desktop/ScreenReader.h"
 #include "standin/desktop/StatusArea.h"
 #include "standin/desktop/WindowFrames.h"
 
-#include <QFile>
 #include <QProcess>
 
 namespace orvanel {
 
-/// The desktop around the program, on the session bus and the display of this process, and the hand of its user.
-/// Whatever returns bool says whether the program followed in time.
+/// The desktop around the program, on the session bus and the display of this process. Whatever returns bool waits, and
+/// says whether the program followed in time.
 class SoakDesktop final : public QObject {
     Q_OBJECT
 
 public:
-    struct Places {
-        QString program;
-        QString calls;
-        QString site;
-        QString server;
-    };
+    enum class Color { red, green };
 
-    explicit SoakDesktop(const Places& places);
+    SoakDesktop();
+    /// Ends the program.
     ~SoakDesktop() override;
 
-    /// Starts it without a container, brings that up, and leaves no window open.
-    bool startProgram();
+    /// Starts the program in haste; it has an icon then.
+    bool start(const QString& program);
     qint64 processId() const { return m_program.processId(); }
     /// Why the program did not follow.
-    QString trouble() const;
+    QString trouble();
+    /// What to tell as the trouble from now on: "it did not …".
+    void expect(const QString& what) { m_expected = what; }
+    bool waitFor(const std::function<bool()>& condition) const;
 
-    bool openWindow();
-    bool closeWindow();
-    bool startContainer();
-    bool stopContainer();
-    bool breakMonitor();
-    bool repairMonitor();
-    /// Waits until the container was looked at so many times.
-    bool passPolls(int count);
+    /// Chooses an entry of the icon's menu once it can be chosen.
+    bool choose(const QString& entry);
+    bool offers(const QString& entry) const;
+    /// What the first line of the menu says.
+    bool says(const QString& status) const;
+    bool shows(Color color) const;
+
+    bool hasWindow(const QString& titleStart) const { return frame(titleStart) != nullptr; }
+    bool closeWindow(const QString& title);
+    /// Presses the button of that name in a window once it can be pressed.
+    bool pressButton(const QString& name);
+    /// Whether a window comes to say that.
+    bool reads(const QString& words);
+    /// Whether the program with that window has a menu open.
+    bool hasMenu(const QString& titleStart) const;
+    /// Presses a key in the window whose title begins so.
+    void pressKey(const QString& titleStart, quint32 keysym) const;
+
     /// Quits through the menu: the exit code, or -1.
     int quit();
 
-    int operations() const { return m_operations; }
-    int polls();
     /// Signals about the icon, its tooltip and its menu.
     int news() const { return m_news; }
 
 private:
     Q_SLOT void onNews() { m_news += 1; }
-    bool press(const char* text);
-    bool offers(const char* text);
-    bool showsColor(int hue);
-    bool monitors(const char* answers);
-    bool isClosed() const;
+    const standin::WindowFrame* frame(const QString& titleStart) const;
 
-    const Places m_places;
     standin::StatusArea m_area;
     standin::NotificationServer m_notifications;
+    standin::ScreenReader m_reader;
     const standin::DesktopLook m_look = standin::DesktopLook::light();
     standin::WindowFrames m_frames{m_look};
     QProcess m_program;
-    QFile m_calls;
-    int m_polls = 0;
     int m_news = 0;
-    int m_operations = 0;
-    QString m_last;
+    QString m_expected;
 };
 
 } // namespace orvanel

@@ -2,8 +2,10 @@
 
 #include "standin/desktop/DBusCall.h"
 
+#include <QCoreApplication>
 #include <QDBusAbstractAdaptor>
 #include <QDBusArgument>
+#include <QDBusConnectionInterface>
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusMetaType>
@@ -155,6 +157,10 @@ bool ScreenReader::open(const QString& busAddress) {
 }
 
 void ScreenReader::takeProgram(const QString& service) {
+    // The process that plays the desktop has windows of its own.
+    if (m_bus.interface()->servicePid(service).value() == QCoreApplication::applicationPid()) {
+        return;
+    }
     m_program = service;
     forget();
 }

@@ -25,7 +25,8 @@ struct ScreenElement {
 };
 
 /// Reads the windows of one program and presses its buttons as a screen reader does (AT-SPI 2): it plays the
-/// accessibility bus and its registry on the given bus. The program that registers last is the one it reads.
+/// accessibility bus and its registry on the given bus. The program that registers last, other than this
+/// process itself, is the one it reads.
 class ScreenReader final : public QObject {
     Q_OBJECT
 

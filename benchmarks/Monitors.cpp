@@ -1,0 +1,163 @@
+// Measures what a refresh of 5,000 monitors and a turn of the wheel cost the main thread, painting included, against a
+// bare QListView with a QStandardItemModel that shows as many names, and prints a line a figure. To be run offscreen.
+
+#include "app/views/MonitorRows.h"
+#include "statuspage/MonitorRow.h"
+
+#include <QApplication>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QStandardItemModel>
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <functional>
+#include <vector>
+
+using namespace orvanel;
+
+namespace {
+
+constexpr int count = 5000;
+constexpr int rounds = 31;
+constexpr QSize windowSize(560, 640);
+/// A frame of a display that shows sixty a second.
+constexpr double goal = 16;
+
+/// Every round has other figures.
+QList<MonitorRow> monitors(int round) {
+    QList<MonitorRow> list;
+    list.reserve(count);
+    for (int i = 0; i < count; ++i) {
+        MonitorRow row;
+        row.id = i;
+        row.name = QStringLiteral("Service %1").arg(i);
+        row.group = QStringLiteral("Group %1").arg(i / 50);
+        row.status = (i + round) % 7 == 0 ? 0 : 1;
+        row.ping = 20 + (i * 7 + round * 13) % 400;
+        list << row;
+    }
+    return list;
+}
+
+/// What is not painted must not pass for quick.
+class Painted final : public QObject {
+public:
+    explicit Painted(const QAbstractItemView& list) { list.viewport()->installEventFilter(this); }
+
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+};
+
+/// Of this thread: what other programs do meanwhile does not count.
+double milliseconds(const std::function<void()>& work) {
+    const auto now = [] {
+        timespec time{};
+        ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
+    };
+    const double start = now();
+    work();
+    return now() - start;
+}
+
+struct Costs {
+    double middle;
+    double most;
+};
+
+/// `work` gets the number of the round; all that it causes, painting too, is done within it.
+Costs measure(const std::function<void(int)>& work) {
+    std::vector<double> costs;
+    for (int round = -1; round < rounds; ++round) {
+        const double cost = milliseconds([&] {
+            work(round);
+            QCoreApplication::sendPostedEvents();
+            QCoreApplication::processEvents();
+        });
+        if (round >= 0) {
+            costs.push_back(cost);
+        }
+    }
+    std::sort(costs.begin(), costs.end());
+    return {costs[costs.size() / 2], costs.back()};
+}
+
+bool row(const char* what, Costs ours, Costs reference) {
+    const bool isWell = ours.middle < goal;
+    std::printf("%-44s %10.2f %-6s %10.2f %-6s %6.2f   under %.0f ms (worst %.2f, reference %.2f)%s\n", what,
+                ours.middle, "ms", reference.middle, "ms", ours.middle / reference.middle, goal, ours.most,
+                reference.most, isWell ? "" : "   MISSED");
+    return isWell;
+}
+
+void scroll(QScrollBar* bar, int round) {
+    bar->setValue(bar->minimum() + (bar->maximum() - bar->minimum()) / rounds * (round + 1));
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QApplication application(argc, argv);
+
+    // As in the window: the list is as high as all its rows, and what scrolls is the column around it.
+    QScrollArea column;
+    auto* const list = new MonitorRows;
+    column.setWidget(list);
+    column.setWidgetResizable(true);
+    column.resize(windowSize);
+    list->setMonitors(monitors(0));
+    column.show();
+
+    QListView bare;
+    QStandardItemModel names;
+    for (int i = 0; i < count; ++i) {
+        names.appendRow(new QStandardItem(QStringLiteral("Service %1").arg(i)));
+    }
+    bare.setModel(&names);
+    bare.setUniformItemSizes(true);
+    bare.setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    bare.resize(windowSize);
+    bare.show();
+    QCoreApplication::processEvents();
+
+    // Each with words of its own, as each answer of the page brings them.
+    std::vector<QList<MonitorRow>> different;
+    std::vector<QList<MonitorRow>> equal;
+    for (int round = 0; round <= rounds; ++round) {
+        different.push_back(monitors(round));
+        equal.push_back(monitors(rounds));
+    }
+    const auto index = [](int round) { return static_cast<std::size_t>(round + 1); };
+
+    const Painted ours(*list);
+    const Painted reference(bare);
+    const Costs changed = measure([&](int round) { list->setMonitors(different[index(round)]); });
+    const Costs bareChanged = measure([&](int round) {
+        for (int i = 0; i < count; ++i) {
+            names.item(i)->setText(QStringLiteral("Service %1, %2 ms").arg(i).arg(round));
+        }
+    });
+    if (std::min(ours.count, reference.count) < rounds) {
+        std::fputs("bench-monitors: not all changes were painted\n", stderr);
+        return 1;
+    }
+    const Costs same = measure([&](int round) { list->setMonitors(equal[index(round)]); });
+    const Costs scrolled = measure([&](int round) { scroll(column.verticalScrollBar(), round); });
+    const Costs bareScrolled = measure([&](int round) { scroll(bare.verticalScrollBar(), round); });
+
+    if (std::min(ours.count, reference.count) < 2 * rounds) {
+        std::fputs("bench-monitors: not all scrolling was painted\n", stderr);
+        return 1;
+    }
+    bool isWell = row("Refresh of 5,000 monitors, all changed", changed, bareChanged);
+    isWell = row("The same, nothing changed", same, bareChanged) && isWell;
+    isWell = row("Scrolling among them by a thirtieth", scrolled, bareScrolled) && isWell;
+    return isWell ? 0 : 1;
+}
