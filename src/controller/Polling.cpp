@@ -1,3 +1,4 @@
+#include "backup/BackupManager.h"
 #include "controller/ContainerAnswer.h"
 #include "controller/KumaController.h"
 #include "task/Event.h"
@@ -36,6 +37,8 @@ void KumaController::begin() {
         return;
     }
     m_isLeaving = false;
+    // What a restore left that ended with the last run: no look at the data is to find it missing.
+    BackupManager::recover(dataDir(), backupsDir());
     m_pollTask.emplace();
     m_tasks.start(poll(m_pollTask->get_token()), QStringLiteral("poll loop"));
 }

@@ -234,13 +234,14 @@ private Q_SLOTS:
     }
 
     void killedRestoreIsTakenBackBeforeTheDataFolderIsMade_data() {
-        QTest::addColumn<bool>("starts");
-        QTest::newRow("by a start") << true;
-        QTest::newRow("by showing the folder") << false;
+        QTest::addColumn<QString>("what");
+        for (const char* what : {"program", "server", "folder"}) {
+            QTest::newRow(what) << QString::fromLatin1(what);
+        }
     }
 
     void killedRestoreIsTakenBackBeforeTheDataFolderIsMade() {
-        QFETCH(const bool, starts);
+        QFETCH(const QString, what);
         ControllerFixture world;
         KumaController& kuma = world.controller();
         const auto program = QStringLiteral(".local/share/Orvanel/");
@@ -249,7 +250,10 @@ private Q_SLOTS:
         world.home.write(program + work + QStringLiteral("restoring"), "data/" + kept.toUtf8());
         world.home.write(program + work + QStringLiteral("data/kuma.db"), "half");
         world.home.write(program + QStringLiteral("Backups/") + kept + QStringLiteral("/kuma.db"), "the data");
-        if (starts) {
+        if (what == u"program") {
+            kuma.begin();
+            world.settle();
+        } else if (what == u"server") {
             startServer(world);
         } else {
             kuma.revealDataFolder();
