@@ -199,6 +199,36 @@ private Q_SLOTS:
         QVERIFY(logs->findChild<QFileDialog*>() == nullptr);
     }
 
+    void theLogsWindowGoesWhileATakenNameIsInQuestion() {
+        Running world;
+        world.open();
+        world.docker().log = "new\n";
+        const QPointer<QWidget> logs = world.openLogs();
+        const QString taken = world.home.write(QStringLiteral("uptime-kuma-logs.txt"), "old");
+        button(logs, QStringLiteral("Save…"))->click();
+        world.settle();
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        QVERIFY(dialog != nullptr);
+        dialog->setDirectory(QFileInfo(taken).path());
+        dialog->selectFile(taken);
+        QTest::keyClick(dialog, Qt::Key_Return);
+        world.settle();
+        const auto* question = qobject_cast<const QMessageBox*>(QApplication::activeModalWidget());
+        QVERIFY(question != nullptr);
+        QCOMPARE(question->parentWidget(), logs);
+        logs->close();
+        world.settle();
+        QVERIFY(logs.isNull());
+        // It does not ask on, over this window or another.
+        QVERIFY(QApplication::activeModalWidget() == nullptr);
+        QCOMPARE(count<QDialog>(), 0);
+        QVERIFY(world.mainWindow()->isVisible());
+        QFile file(taken);
+        QVERIFY(file.open(QFile::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray("old"));
+        QVERIFY(world.openLogs() != nullptr);
+    }
+
     void dockerIsChosenOverTheSettings() {
         Running world;
         world.open();
