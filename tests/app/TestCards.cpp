@@ -3,16 +3,10 @@
 #include "app/views/DashboardView.h"
 #include "app/views/DockerMissingCard.h"
 #include "app/views/DockerNotRunningCard.h"
-#include "app/views/GuideCard.h"
-#include "app/views/GuideView.h"
-#include "app/views/MonitorList.h"
 #include "app/views/SetupCard.h"
 #include "app/views/StartCard.h"
-#include "app/views/StatusErrorCard.h"
 #include "app/widgets/TextBox.h"
-#include "support/Await.h"
 
-#include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
 #include <QTest>
@@ -53,10 +47,6 @@ void openGuideCard(Shown& view) {
     view.open();
 }
 
-QLineEdit* slugField(Shown& view) {
-    return visible<QLineEdit>(&view.window);
-}
-
 QStringList buttonsInOrder(const QWidget& window) {
     std::map<std::pair<int, int>, QString> places;
     for (const QAbstractButton* button : window.findChildren<QAbstractButton*>()) {
@@ -70,11 +60,6 @@ QStringList buttonsInOrder(const QWidget& window) {
         texts << text;
     }
     return texts;
-}
-
-/// The guide over the window, or nullptr.
-GuideView* guideOf(const QWidget& window) {
-    return window.findChild<GuideView*>();
 }
 
 } // namespace
@@ -269,71 +254,6 @@ private Q_SLOTS:
         QVERIFY(view.world.dialogs.pathQuestions.size() + view.world.dialogs.questions.size() > 1);
     }
 
-    void theGuideCardLeadsToAStatusPage() {
-        Shown view;
-        openGuideCard(view);
-        QVERIFY(visible<GuideCard>(&view.window) != nullptr);
-        QVERIFY(visible<MonitorList>(&view.window) == nullptr);
-        for (const char* line : {"1. Open the dashboard and create the admin account.", "2. Add your monitors.",
-                                 "3. Create a status page, choose a slug, and add the monitors to it."}) {
-            QVERIFY(shows(&view.window, QString::fromLatin1(line)));
-        }
-        QCOMPARE(slugField(view)->placeholderText(), QStringLiteral("my-slug"));
-        QCOMPARE(slugField(view)->width(), 180);
-        QAbstractButton* const open = button(visible<GuideCard>(&view.window), openDashboard);
-        QTest::mouseClick(open, Qt::LeftButton);
-        QCOMPARE(view.world.desktop.opened.size(), 1);
-    }
-
-    void whileThePageDoesNotAnswerTheSlugCanStillBeTyped() {
-        Shown view;
-        view.world.page.answers = false;
-        QVERIFY(!view.world.isPolledAsRunning());
-        view.open();
-        QVERIFY(!button(visible<GuideCard>(&view.window), openDashboard)->isEnabled());
-        QTest::keyClicks(slugField(view), QStringLiteral("home"));
-        QCOMPARE(view.world.controller().slug(), QStringLiteral("home"));
-    }
-
-    void theFirstLetterBringsTheMonitorsAndTheOthersAreNotLost() {
-        Shown view;
-        openGuideCard(view);
-        QLineEdit* const field = slugField(view);
-        field->setFocus();
-        QTest::keyClicks(field, QStringLiteral(" "));
-        view.world.settle();
-        QVERIFY(visible<MonitorList>(&view.window) == nullptr);
-        QTest::keyClick(field, Qt::Key_Backspace);
-        QTest::keyClicks(field, QStringLiteral("h"));
-        view.world.settle();
-        QVERIFY(visible<MonitorList>(&view.window) != nullptr);
-        QVERIFY(!shows(&view.window, QStringLiteral("Show my monitors here")));
-        // A poll in the middle of a word.
-        view.world.advance(1500ms);
-        QTest::keyClicks(field, QStringLiteral("m"));
-        view.world.advance(1500ms);
-        QCOMPARE(view.window.focusWidget(), field);
-        QTest::keyClicks(field, QStringLiteral("e"));
-        QTest::keyClick(field, Qt::Key_Left);
-        QTest::keyClick(field, Qt::Key_Left);
-        view.world.advance(1500ms);
-        QTest::keyClicks(field, QStringLiteral("o"));
-        QCOMPARE(view.world.controller().slug(), QStringLiteral("home"));
-        QTest::keyClick(field, Qt::Key_Return);
-        view.world.settle();
-        QVERIFY(visible<GuideCard>(&view.window) == nullptr);
-        QCOMPARE(view.world.desktop.opened.size(), 0);
-    }
-
-    void aWrongSlugBringsTheWarning() {
-        Shown view;
-        openGuideCard(view);
-        view.world.page.status = StatusPageError{QStringLiteral("Nothing there.")};
-        QTest::keyClicks(slugField(view), QStringLiteral("hoem"));
-        view.world.advance(3s);
-        QVERIFY(visible<StatusErrorCard>(&view.window) != nullptr);
-    }
-
     void pressingStartDoesNotLeadTheKeysToCancel() {
         Shown view;
         view.world.delay("info", 5s);
@@ -346,50 +266,6 @@ private Q_SLOTS:
         view.world.settle();
         QVERIFY(visible<BusyCard>(&view.window) != nullptr);
         QVERIFY(qobject_cast<QAbstractButton*>(view.window.focusWidget()) == nullptr);
-    }
-
-    void theGuideIsReadOnce() {
-        Shown view;
-        view.world.controller().setHasSeenGuide(false);
-        view.open();
-        QVERIFY(waitUntil([&] { return guideOf(view.window) != nullptr && guideOf(view.window)->isVisible(); }));
-        GuideView* const guide = guideOf(view.window);
-        QCOMPARE(guide->size(), QSize(440, 320));
-        QCOMPARE(guide->windowModality(), Qt::WindowModal);
-        QVERIFY(shows(guide, QStringLiteral("A control panel for Uptime Kuma")));
-        QVERIFY(shows(guide, QStringLiteral("1 of 3")));
-        QVERIFY(button(guide, QStringLiteral("Next")) != nullptr);
-        QTest::keyClick(guide, Qt::Key_Return);
-        QVERIFY(shows(guide, QStringLiteral("It needs a Docker runtime")));
-        QVERIFY(shows(guide, QStringLiteral("2 of 3")));
-        QTest::keyClick(guide, Qt::Key_Return);
-        QVERIFY(shows(guide, QStringLiteral("Everything stays on this Mac")));
-        QVERIFY(shows(guide, QStringLiteral("3 of 3")));
-        QVERIFY(button(guide, QStringLiteral("Next")) == nullptr);
-        QVERIFY(!view.world.controller().hasSeenGuide());
-        QTest::mouseClick(button(guide, QStringLiteral("Get started")), Qt::LeftButton);
-        QVERIFY(view.world.controller().hasSeenGuide());
-        drainEvents();
-        QVERIFY(guideOf(view.window) == nullptr);
-
-        view.window.hide();
-        view.window.show();
-        drainEvents();
-        QVERIFY(guideOf(view.window) == nullptr);
-    }
-
-    void theGuideComesWithNoLaterWindowEither() {
-        Shown view;
-        view.world.controller().setHasSeenGuide(false);
-        view.open();
-        QVERIFY(waitUntil([&] { return guideOf(view.window) != nullptr; }));
-        guideOf(view.window)->accept();
-        view.window.close();
-        MainWindow later(ViewContext{view.world.controller(), view.world.desktop, view.world.clock, {}});
-        later.show();
-        QVERIFY(QTest::qWaitForWindowActive(&later));
-        drainEvents();
-        QVERIFY(guideOf(later) == nullptr);
     }
 
     /// As they stand from left to right, and from row to row.
@@ -430,27 +306,6 @@ private Q_SLOTS:
             view.poll();
         }
         QCOMPARE(buttonsInOrder(view.window), expected);
-    }
-
-    void theGuideDismissedIsSeenToo() {
-        Shown view;
-        view.world.controller().setHasSeenGuide(false);
-        view.open();
-        QVERIFY(waitUntil([&] { return guideOf(view.window) != nullptr; }));
-        QTest::keyClick(guideOf(view.window), Qt::Key_Escape);
-        QVERIFY(view.world.controller().hasSeenGuide());
-    }
-
-    void theGuideThatGoesWithItsWindowComesAgain() {
-        Shown view;
-        view.world.controller().setHasSeenGuide(false);
-        {
-            MainWindow window(
-                ViewContext{view.world.controller(), view.world.desktop, view.world.clock, [](const QString&) {}});
-            window.show();
-            QVERIFY(waitUntil([&] { return guideOf(window) != nullptr; }));
-        }
-        QVERIFY(!view.world.controller().hasSeenGuide());
     }
 };
 
