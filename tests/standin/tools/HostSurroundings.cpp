@@ -22,6 +22,7 @@ namespace {
 
 struct ProcessStatus {
     char state = 'X';
+    int threads = 0;
     unsigned long long started = 0;
 };
 
@@ -38,10 +39,10 @@ ProcessStatus statusOf(int pid) {
     ProcessStatus status;
     fields >> status.state;
     std::string skipped;
-    for (int field = 4; field < 22; ++field) {
+    for (int field = 4; field < 20; ++field) {
         fields >> skipped;
     }
-    fields >> status.started;
+    fields >> status.threads >> skipped >> status.started;
     return status;
 }
 
@@ -146,7 +147,9 @@ ServerProcess HostSurroundings::startServer(const std::string& program, int port
 
 bool HostSurroundings::isAlive(const ServerProcess& server) {
     const ProcessStatus status = statusOf(server.pid);
-    return server.pid > 0 && status.started == server.started && status.state != 'X' && status.state != 'Z';
+    // The first thread may be over before the others, which still hold the port.
+    const bool isOver = status.state == 'X' || (status.state == 'Z' && status.threads <= 1);
+    return server.pid > 0 && status.started == server.started && !isOver;
 }
 
 void HostSurroundings::endServer(const ServerProcess& server, bool atOnce) {
