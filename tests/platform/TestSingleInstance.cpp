@@ -177,7 +177,7 @@ private Q_SLOTS:
 
     void killedCopyBlocksNoStart() {
         PrivateBus bus;
-        for (int round = 0; round < 20; ++round) {
+        for (int round = 0; round < 100; ++round) {
             Other other(bus.address(), lockFile());
             QCOMPARE(other.line(), QStringLiteral("First"));
             other.send(SIGKILL);
