@@ -2,12 +2,12 @@
 
 #include "app/FileOrFolderDialog.h"
 #include "app/widgets/Buttons.h"
+#include "app/widgets/PushButton.h"
 #include "task/Event.h"
 
 #include <QDir>
 #include <QLabel>
 #include <QMessageBox>
-#include <QPushButton>
 
 namespace orvanel {
 namespace {
@@ -71,8 +71,11 @@ QMessageBox* makeAlert(const Alert& alert, QWidget* parent, const Event<bool>& d
     for (QLabel* label : box->findChildren<QLabel*>()) {
         label->setTextFormat(Qt::PlainText);
     }
-    QPushButton* confirm = box->addButton(plainButtonText(alert.confirmButton), QMessageBox::AcceptRole);
-    QPushButton* cancel = box->addButton(plainButtonText(alert.cancelButton), QMessageBox::RejectRole);
+    // Of our own, because the key that asked may still be held down.
+    auto* confirm = new PushButton(plainButtonText(alert.confirmButton), PushButton::Kind::plain);
+    auto* cancel = new PushButton(plainButtonText(alert.cancelButton), PushButton::Kind::plain);
+    box->addButton(confirm, QMessageBox::AcceptRole);
+    box->addButton(cancel, QMessageBox::RejectRole);
     box->setDefaultButton(alert.confirmsByReturn ? confirm : cancel);
     box->setEscapeButton(cancel);
     QObject::connect(confirm, &QPushButton::clicked, box, [done] { done.complete(true); });

@@ -115,6 +115,29 @@ private Q_SLOTS:
         QVERIFY(m_window->findChild<QMessageBox*>() == nullptr);
     }
 
+    /// The key that asked may still be down.
+    void aKeyThatIsHeldDownConfirmsNothing_data() {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::newRow("Return") << Qt::Key_Return;
+        QTest::newRow("Enter") << Qt::Key_Enter;
+        QTest::newRow("space") << Qt::Key_Space;
+    }
+    void aKeyThatIsHeldDownConfirmsNothing() {
+        QFETCH(const Qt::Key, key);
+        WidgetDialogs asked = dialogs();
+        const auto answer = answerOf(asked.confirm(question()));
+        QVERIFY(waitUntil([] { return shown<QMessageBox>() != nullptr && shown<QMessageBox>()->isActiveWindow(); }));
+        for (int i = 0; i < 3; ++i) {
+            QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, QStringLiteral("\r"), true);
+            QCoreApplication::sendEvent(shown<QMessageBox>()->focusWidget(), &repeat);
+            drainEvents();
+            QVERIFY(shown<QMessageBox>() != nullptr && !answer->isGiven);
+        }
+        QTest::keyClick(shown<QMessageBox>()->focusWidget(), key);
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
+        QVERIFY(answer->value);
+    }
+
     void escapeCancels() {
         WidgetDialogs asked = dialogs();
         const auto answer = answerOf(asked.confirm(question()));
