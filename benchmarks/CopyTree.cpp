@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <random>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -25,8 +26,8 @@ using namespace orvanel;
 namespace {
 
 constexpr int rounds = 5;
-constexpr int folders = 100;
-constexpr int filesInEach = 100;
+constexpr qsizetype folders = 100;
+constexpr qsizetype filesInEach = 100;
 constexpr qint64 bytesInAll = qint64{1} << 30;
 
 [[noreturn]] void giveUp(const char* what) {
@@ -40,10 +41,10 @@ void makeTree(const QString& tree) {
     for (char& byte : content) {
         byte = static_cast<char>(random());
     }
-    for (int folder = 0; folder < folders; ++folder) {
+    for (qsizetype folder = 0; folder < folders; ++folder) {
         const QString path = tree + QStringLiteral("/folder%1").arg(folder);
         QDir().mkpath(path);
-        for (int number = 0; number < filesInEach; ++number) {
+        for (qsizetype number = 0; number < filesInEach; ++number) {
             QFile file(path + QStringLiteral("/file%1").arg(number));
             if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
                 giveUp("the tree could not be made");
@@ -55,6 +56,7 @@ void makeTree(const QString& tree) {
 double runCp(const QString& from, const QString& to) {
     std::vector<QByteArray> words{"cp", "-a", QFile::encodeName(from), QFile::encodeName(to)};
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (QByteArray& word : words) {
         argv.push_back(word.data());
     }
@@ -112,14 +114,7 @@ double median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    const QCoreApplication application(argc, argv);
-    if (argc != 2) {
-        giveUp("usage: bench-copy FOLDER");
-    }
-    const QString folder = QFile::decodeName(argv[1]);
+void compareIn(const QString& folder) {
     const QString tree = folder + QStringLiteral("/tree");
     const QString copy = folder + QStringLiteral("/copy");
     makeTree(tree);
@@ -143,5 +138,19 @@ int main(int argc, char** argv) {
                 median(ours), "s", median(reference), "s", median(ours) / median(reference));
     std::printf("%-44s %10.1f %-6s %10.1f %-6s %6.3f   at most 1\n", "Longest stall of a 5 ms timer meanwhile", stall,
                 "ms", 50.0, "ms", stall / 50);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QCoreApplication application(argc, argv);
+    if (argc != 2) {
+        giveUp("usage: bench-copy FOLDER");
+    }
+    try {
+        compareIn(QFile::decodeName(argv[1]));
+    } catch (const std::exception& failure) {
+        giveUp(failure.what());
+    }
     return 0;
 }

@@ -134,7 +134,10 @@ int main(int argc, char** argv) {
         different.push_back(monitors(round));
         equal.push_back(monitors(rounds));
     }
-    const auto index = [](int round) { return static_cast<std::size_t>(round + 1); };
+    const auto index = [](int round) {
+        const int place = round + 1;
+        return static_cast<std::size_t>(place);
+    };
 
     const Painted ours(*list);
     const Painted reference(bare);

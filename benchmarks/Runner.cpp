@@ -60,6 +60,7 @@ void runBare(const QString& path, const QStringList& arguments) {
         words.push_back(argument.toUtf8());
     }
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (QByteArray& word : words) {
         argv.push_back(word.data());
     }
@@ -144,7 +145,8 @@ int main(int argc, char** argv) {
 
     const Rates small = compareStarts();
     print("Runs of /bin/true", small, "runs/s", 0.7);
-    const std::vector<char> heap(100 * 1024 * 1024, 'x');
+    constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
+    const std::vector<char> heap(100 * mebibyte, 'x');
     const Rates large = compareStarts();
     print("The same, with 100 MiB of heap in use", large, "runs/s", 0.7);
     print("The same, against without that heap", {large.ours, small.ours}, "runs/s", 1.0);
