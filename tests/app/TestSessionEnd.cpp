@@ -73,12 +73,17 @@ private Q_SLOTS:
 
     void leavesWithItsDisplay_data() {
         QTest::addColumn<bool>("isWayland");
-        QTest::newRow("x11") << false;
-        QTest::newRow("wayland") << true;
+        QTest::addColumn<bool>("stopsOnQuit");
+        QTest::newRow("x11") << false << false;
+        QTest::newRow("x11, that should stop the container") << false << true;
+        QTest::newRow("wayland") << true << false;
+        QTest::newRow("wayland, that should stop the container") << true << true;
     }
-    /// What the libraries of a display that is gone do with a program: they end it. The next one finds all in order.
+    /// The libraries of a display that is gone end the program where it stands: there is no time to stop a container,
+    /// which runs on. The next start finds all in order.
     void leavesWithItsDisplay() {
         QFETCH(const bool, isWayland);
+        QFETCH(const bool, stopsOnQuit);
         if (isWayland && !standin::WaylandDisplay::isInstalled()) {
             QSKIP("weston is not installed");
         }
@@ -91,6 +96,9 @@ private Q_SLOTS:
         } else {
             x11 = std::make_unique<standin::VirtualDisplay>();
             showOn(world, *x11);
+        }
+        if (stopsOnQuit) {
+            world.setting("stopOnQuit=true");
         }
         world.addContainer("running");
         QProcess& program = world.start();
@@ -109,6 +117,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return world.tools.commands().count(composeVersion) == 2; }));
         RunningProgram::signal(next, SIGTERM);
         QCOMPARE(RunningProgram::exitCode(next), 0);
+        QCOMPARE(isStopped(world), stopsOnQuit);
     }
 };
 
