@@ -65,8 +65,8 @@ int main(int argc, char* argv[]) {
     QCoreApplication::setApplicationVersion(QStringLiteral(ORVANEL_VERSION));
     QGuiApplication::setDesktopFileName(identity::desktopId());
     const QApplication application(argc, argv);
-    // What closed windows have drawn is not worth ten times as much.
-    QPixmapCache::setCacheLimit(1024);
+    // In KiB. Each new window's buttons are drawn, and would be kept, as new pictures until ten MiB of them are there.
+    QPixmapCache::setCacheLimit(128);
     // Wherever it was started, it must not keep that folder from being removed or unmounted.
     QDir::setCurrent(QDir::homePath());
 

@@ -86,7 +86,7 @@ public:
         , m_own(list.itemDelegate()) {
         list.setItemDelegate(this);
     }
-    ~PaintedRows() { m_list.setItemDelegate(m_own); }
+    ~PaintedRows() override { m_list.setItemDelegate(m_own); }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override {
         count += 1;

@@ -256,7 +256,7 @@ bool isKept(const Scene& scene) {
 QString problemOfNextRun(const Scene& scene, Operation operation) {
     bool mustBeKept = false;
     if (isRestore(operation)) {
-        const QString problem = problemOfNextStart(scene);
+        QString problem = problemOfNextStart(scene);
         if (!problem.isEmpty()) {
             return problem;
         }
