@@ -16,8 +16,10 @@ namespace {
 const std::string noteName = "swapping";
 const std::string replacedName = "replaced";
 
+/// What the system would read as another name, because it ends at the first NUL, is none.
 bool isPlainName(const std::string& name) {
-    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+           name.find('\0') == std::string::npos;
 }
 
 /// The two names are told apart by what no name can hold.
@@ -44,8 +46,9 @@ bool isEmpty(int folder) {
 }
 
 bool moveBack(int replaced, const std::string& name, int parent) {
+    constexpr int lastNumber = 1000;
     int code = renameToNothing({replaced, name}, {parent, name});
-    for (int number = 2; code == EEXIST || code == ENOTEMPTY; ++number) {
+    for (int number = 2; number <= lastNumber && (code == EEXIST || code == ENOTEMPTY); ++number) {
         code = renameToNothing({replaced, name}, {parent, name + "-" + std::to_string(number)});
     }
     ::fsync(parent);
