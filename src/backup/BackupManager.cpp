@@ -56,6 +56,7 @@ ZipBackup stageZip(const QString& dataDir, const QString& destination) {
     ZipBackup zip;
     zip.place = placeOf(destination);
     requireBackupPlace(zip.place, dataDir);
+    requireNoKeptData(zip.place, dataDir);
     zip.work = std::make_shared<WorkFolder>(parentOf(zip.place));
     // The one folder in the archive is named like the data folder: a name that is none of ours.
     const QString inner = QStringLiteral("to pack");
@@ -161,7 +162,10 @@ QCoro::Task<BackupResult> BackupManager::backUp(QString dataDir, QString destina
         auto result = co_await backUpToZip(dataDir, destination);
         co_return result;
     }
-    const std::function<BackupResult()> job = [dataDir, destination] { return backUpToFolder(dataDir, destination); };
+    const std::function<BackupResult()> job = [dataDir, destination] {
+        requireNoKeptData(placeOf(destination), dataDir);
+        return backUpToFolder(dataDir, destination);
+    };
     auto result = co_await onWorker<BackupResult>(job);
     co_return result;
 }

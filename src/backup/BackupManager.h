@@ -26,7 +26,7 @@ namespace BackupManager {
 
 /// Copies the data folder to `destination`: into a zip archive when its extension is "zip" in any case, else into a
 /// folder. What was there is replaced when the copy is complete. Refused when `destination` is, holds or lies inside
-/// the data folder, also through links.
+/// the data folder, also through links, and when it is or would be taken for data kept by a restore or an update.
 QCoro::Task<BackupResult> backUp(QString dataDir, QString destination);
 
 /// Copies the data folder into `backupsDir`, as `label` and the time; none, and nothing is made, when there is no data

@@ -25,6 +25,16 @@ QString withoutTrailingSlashes(QString path) {
     return path;
 }
 
+bool isKeptName(const QString& name) {
+    static const QRegularExpression kept(QStringLiteral("^before-(restore|update|interrupted-restore)-"));
+    return kept.match(name).hasMatch();
+}
+
+AppError keptDataError() {
+    return AppError(QStringLiteral("That folder holds data kept from before a restore or an update. Choose "
+                                   "another place."));
+}
+
 } // namespace
 
 QString resolved(const QString& path) {
@@ -141,10 +151,20 @@ void requireBackupPlace(const QString& destination, const QString& dataDir) {
     }
     const QStringList names = isLink ? QStringList() : namesIn(destination);
     for (const QString& name : names) {
-        static const QRegularExpression kept(QStringLiteral("^before-(restore|update|interrupted-restore)-"));
-        if (kept.match(name).hasMatch()) {
-            throw AppError(QStringLiteral("That folder holds data kept from before a restore or an update. Choose "
-                                          "another place."));
+        if (isKeptName(name)) {
+            throw keptDataError();
+        }
+    }
+}
+
+void requireNoKeptData(const QString& destination, const QString& dataDir) {
+    if (isKeptName(nameOf(destination)) && isFolder(destination)) {
+        throw keptDataError();
+    }
+    const QString backupsDir = parentOf(placeOf(dataDir)) + QStringLiteral("/Backups");
+    for (QString at = destination; at != u"/"; at = parentOf(at)) {
+        if (isKeptName(nameOf(at)) && isSame(parentOf(at), backupsDir)) {
+            throw keptDataError();
         }
     }
 }

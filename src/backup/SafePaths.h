@@ -42,6 +42,11 @@ bool isInside(const QString& path, const QString& folder);
 /// on the way to it, or would take the place of a folder in which previous data is kept.
 void requireBackupPlace(const QString& destination, const QString& dataDir);
 
+/// Throws a sentence when `destination`, as of placeOf(), is a folder with the name of one in which previous data is
+/// kept, or when it would have such a name, or lie under one, in the Backups folder beside `dataDir`: what restores and
+/// updates keep there is theirs, and the next restore deletes what has the name of an older one.
+void requireNoKeptData(const QString& destination, const QString& dataDir);
+
 /// Throws a sentence when data cannot be restored from `source` without the copies getting in each other's way.
 void requireRestorePlaces(const QString& source, const QString& dataDir, const QString& backupsDir);
 

@@ -1,5 +1,4 @@
 #include "backup/BackupManager.h"
-#include "backup/WorkFolder.h"
 
 #include "DataFolder.h"
 #include "Interception.h"
@@ -7,22 +6,12 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QRegularExpression>
-
-#include <sys/file.h>
-#include <unistd.h>
 
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QString leftover = u".orvanel-01234567-89AB-CDEF-0123-456789ABCDEF"_s;
-
-} // namespace
-
-/// Where backups may lie, and what lies there already.
+/// Where backups may lie, and how what lies there is replaced.
 class TestPlaces : public QObject {
     Q_OBJECT
 
@@ -96,6 +85,41 @@ private Q_SLOTS:
             QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.backups())),
                      u"That folder holds data kept from before a restore or an update. Choose another place."_s);
             QVERIFY(QFileInfo::exists(folder.backups(name)));
+        }
+    }
+
+    void keptDataItselfIsNotReplaced_data() {
+        QTest::addColumn<QString>("place");
+        QTest::newRow("of a restore") << u"Orvanel/Backups/before-restore-2020-01-01-000000"_s;
+        QTest::newRow("of an update") << u"Orvanel/Backups/before-update-2020-01-01-000000"_s;
+        QTest::newRow("of a killed restore") << u"elsewhere/before-interrupted-restore-2020-01-01-000000"_s;
+        QTest::newRow("inside it") << u"Orvanel/Backups/before-restore-2020-01-01-000000/upload"_s;
+        QTest::newRow("a zip inside it") << u"linked/before-restore-2020-01-01-000000/copy.zip"_s;
+        QTest::newRow("a new one that the next restore would delete") << u"Orvanel/Backups/before-restore-me"_s;
+        QTest::newRow("a new zip that it would delete") << u"Orvanel/Backups/before-restore-me.zip"_s;
+    }
+
+    void keptDataItselfIsNotReplaced() {
+        QFETCH(const QString, place);
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"Orvanel/Backups/before-restore-2020-01-01-000000/upload/file"_s, "kept");
+        folder.write(u"Orvanel/Backups/before-update-2020-01-01-000000/kuma.db"_s, "kept");
+        folder.write(u"elsewhere/before-interrupted-restore-2020-01-01-000000/kuma.db"_s, "kept");
+        QVERIFY(QFile::link(folder.backups(), folder.path(u"linked"_s)));
+        const auto before = describe(folder.path());
+        QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.path(place))),
+                 u"That folder holds data kept from before a restore or an update. Choose another place."_s);
+        QCOMPARE(difference(before, describe(folder.path())), QString());
+    }
+
+    void namesLikeThoseOfKeptDataAreFreeElsewhere() {
+        const DataFolder folder;
+        folder.fill();
+        for (const QString& name : {u"before-update-to-3"_s, u"before-restore-me.zip"_s, u"Orvanel/Backups/mine"_s}) {
+            QDir().mkpath(folder.backups());
+            await(BackupManager::backUp(folder.data(), folder.path(name)));
+            QVERIFY(QFileInfo::exists(folder.path(name)));
         }
     }
 
@@ -180,102 +204,6 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(folder.data()).isSymLink());
         QCOMPARE(folder.read(u"large disk/data/new"_s), QByteArray("new"));
         QCOMPARE(difference(before, describe(folder.backups(folder.kept().value(0)))), QString());
-    }
-
-    void leftoversOfACrashGoAndNothingElse() {
-        const DataFolder folder;
-        folder.fill();
-        QDir().mkpath(folder.path(u"outside"_s));
-        folder.write(leftover + u"/copy/kuma.db"_s, "half");
-        const QStringList others{u".orvanel-notes/file"_s, u".orvanel-01234567-89ab-cdef-0123-456789abcdef/file"_s,
-                                 u".orvanel-01234567-89AB-CDEF-0123-456789ABCDEF.txt/file"_s,
-                                 u"orvanel-01234567-89AB-CDEF-0123-456789ABCDE0/file"_s};
-        for (const QString& name : others) {
-            folder.write(name, "another's");
-        }
-        folder.write(u".orvanel-11111111-89AB-CDEF-0123-456789ABCDEF"_s, "a file");
-        QVERIFY(
-            QFile::link(folder.path(u"outside"_s), folder.path(u".orvanel-22222222-89AB-CDEF-0123-456789ABCDEF"_s)));
-        const auto before = folder.names();
-        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
-        QStringList after = folder.names();
-        QVERIFY(!after.contains(leftover));
-        QVERIFY(after.removeOne(u"copy"_s));
-        after << leftover;
-        QCOMPARE(QSet<QString>(after.begin(), after.end()), QSet<QString>(before.begin(), before.end()));
-    }
-
-    void theFolderOfARunAtWorkIsLeftAlone() {
-        const DataFolder folder;
-        folder.fill();
-        const WorkFolder other(folder.path());
-        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
-        QVERIFY(QFileInfo(other.path()).isDir());
-    }
-
-    void whatACrashTookAwayComesBack_data() {
-        QTest::addColumn<QStringList>("files");
-        QTest::addColumn<QStringList>("expected");
-        const QString old = leftover + u"/replaced/copy/kuma.db"_s;
-        const QString fresh = leftover + u"/fresh/kuma.db"_s;
-        const QString note = leftover + u"/swapping"_s;
-        QTest::newRow("between the steps") << QStringList{note, old, fresh} << QStringList{u"copy/kuma.db"_s};
-        QTest::newRow("another one is there by now")
-            << QStringList{note, old, fresh, u"copy/another"_s} << QStringList{u"copy/another"_s, u"copy-2/kuma.db"_s};
-        QTest::newRow("and more of them") << QStringList{note, old, fresh, u"copy/another"_s, u"copy-2/another"_s}
-                                          << QStringList{u"copy/another"_s, u"copy-2/another"_s, u"copy-3/kuma.db"_s};
-        QTest::newRow("after both") << QStringList{note, old, u"copy/new"_s} << QStringList{u"copy/new"_s};
-        QTest::newRow("after both, and the disk forgot the second")
-            << QStringList{note, old} << QStringList{u"copy/kuma.db"_s};
-        QTest::newRow("before the first") << QStringList{note, fresh, u"copy/old"_s} << QStringList{u"copy/old"_s};
-        QTest::newRow("not noted") << QStringList{old, fresh} << QStringList();
-    }
-
-    void whatACrashTookAwayComesBack() {
-        QFETCH(const QStringList, files);
-        QFETCH(QStringList, expected);
-        const DataFolder folder;
-        folder.fill();
-        for (const QString& file : files) {
-            folder.write(file, file.endsWith(u"/swapping") ? "fresh/copy" : "a file");
-        }
-        await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
-        const QStringList found = describe(folder.path()).keys().filter(QRegularExpression(u"^copy[^.]*/"_s));
-        expected.sort();
-        QCOMPARE(found, expected);
-        QVERIFY(!QFileInfo::exists(folder.path(leftover)));
-    }
-
-    /// Whoever unpacks an archive at a place has whatever folders it holds there.
-    void whatOnlyLooksLikeALeftoverMovesNothing_data() {
-        QTest::addColumn<QString>("note");
-        QTest::newRow("no note") << QString();
-        QTest::newRow("the name of a file there") << u"fresh/precious"_s;
-        QTest::newRow("a path") << u"fresh/../outside/precious"_s;
-        QTest::newRow("the folder above") << u"fresh/.."_s;
-        QTest::newRow("no sense") << u"precious"_s;
-    }
-
-    void whatOnlyLooksLikeALeftoverMovesNothing() {
-        QFETCH(const QString, note);
-        const DataFolder folder;
-        folder.fill();
-        folder.write(u"outside/precious"_s, "precious");
-        folder.write(u"place/"_s + leftover + u"/fresh"_s, "");
-        folder.write(u"place/"_s + leftover + u"/swapping"_s, note.toUtf8());
-        QVERIFY(QFile::link(folder.path(u"outside"_s), folder.path(u"place/"_s + leftover + u"/replaced"_s)));
-        await(BackupManager::backUp(folder.data(), folder.path(u"place/copy"_s)));
-        QCOMPARE(folder.names(u"place"_s), QStringList{u"copy"_s});
-        QCOMPARE(folder.names(u"outside"_s), QStringList{u"precious"_s});
-    }
-
-    void whatCannotBeUnderstoodStays() {
-        const DataFolder folder;
-        folder.fill();
-        folder.write(leftover + u"/swapping"_s, "");
-        folder.write(leftover + u"/replaced/copy/kuma.db"_s, "the old backup");
-        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
-        QCOMPARE(folder.read(leftover + u"/replaced/copy/kuma.db"_s), QByteArray("the old backup"));
     }
 
     /// As on a stick that every system can read.
