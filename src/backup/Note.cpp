@@ -1,5 +1,6 @@
 #include "backup/Note.h"
 
+#include "backup/FileError.h"
 #include "process/FileDescriptor.h"
 
 #include <array>
@@ -31,8 +32,14 @@ int writeNote(int folder, const std::string& name, const std::string& text) {
 
 std::optional<std::string> readNote(int folder, const std::string& name) {
     const FileDescriptor file(::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file.isOpen() && errno == ENOENT) {
+        return std::nullopt;
+    }
+    if (!file.isOpen() && errno == ELOOP) {
+        return "";
+    }
     if (!file.isOpen()) {
-        return errno == ENOENT ? std::nullopt : std::optional<std::string>("");
+        throw fileError(name, errno);
     }
     struct stat status {};
     if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
@@ -40,7 +47,10 @@ std::optional<std::string> readNote(int folder, const std::string& name) {
     }
     std::array<char, 1024> words{};
     const ssize_t length = ::pread(file.get(), words.data(), words.size(), 0);
-    return std::string(words.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+    if (length < 0) {
+        throw fileError(name, errno);
+    }
+    return std::string(words.data(), static_cast<std::size_t>(length));
 }
 
 } // namespace orvanel

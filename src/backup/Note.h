@@ -9,8 +9,8 @@ namespace orvanel {
 /// errno. Blocks; any thread.
 int writeNote(int folder, const std::string& name, const std::string& text);
 
-/// The words of the file of that name; none when nothing of that name is there. Empty when it cannot be read, or is
-/// none that this user's writeNote() made.
+/// The words of the file of that name; none when nothing of that name is there. Empty when it is none that this user's
+/// writeNote() made. Throws what the platform says when it cannot be read: another time it may.
 std::optional<std::string> readNote(int folder, const std::string& name);
 
 } // namespace orvanel

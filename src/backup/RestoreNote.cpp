@@ -27,6 +27,18 @@ bool isThere(int folder, const std::string& name) {
     return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 || errno != ENOENT;
 }
 
+/// Throws what the platform says when that cannot be told.
+bool isKept(const QString& kept) {
+    struct stat status {};
+    if (::lstat(QFile::encodeName(kept).constData(), &status) == 0) {
+        return S_ISDIR(status.st_mode);
+    }
+    if (errno != ENOENT && errno != ENOTDIR) {
+        throw fileError(kept, errno);
+    }
+    return false;
+}
+
 void giveBack(const QString& kept, const QString& place, const QString& backupsDir) {
     // An empty folder may have been made by whoever missed it. Any other is left alone.
     ::rmdir(QFile::encodeName(place).constData());
@@ -48,7 +60,11 @@ void noteRestore(const WorkFolder& work, const QString& fresh, const QString& ke
 }
 
 bool hasRestoreNote(int work) {
-    return readNote(work, noteName).has_value();
+    try {
+        return readNote(work, noteName).has_value();
+    } catch (const AppError&) {
+        return true;
+    }
 }
 
 void finishRestore(int work, const QString& place, const QString& backupsDir) {
@@ -60,10 +76,10 @@ void finishRestore(int work, const QString& place, const QString& backupsDir) {
     if (slash != std::string::npos) {
         const QString name = QFile::decodeName(text->substr(slash + 1).c_str());
         const QString kept = backupsDir + u'/' + name;
-        const bool isKept = name.startsWith(keptPrefix) && !name.contains(u'/') && isFolder(kept);
+        const bool isOurName = name.startsWith(keptPrefix) && !name.contains(u'/');
         // What is no longer in the work folder has become the data folder.
         const bool isDone = !isThere(work, text->substr(0, slash)) && statusOf(place);
-        if (isKept && !isDone) {
+        if (isOurName && isKept(kept) && !isDone) {
             giveBack(kept, place, backupsDir);
         }
     }

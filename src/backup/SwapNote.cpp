@@ -63,7 +63,12 @@ int writeSwapNote(int work, const SwapNote& note) {
 }
 
 bool undoSwap(int work, int parent) {
-    const auto text = readNote(work, noteName);
+    std::optional<std::string> text;
+    try {
+        text = readNote(work, noteName);
+    } catch (const AppError&) {
+        return false;
+    }
     if (!text) {
         return true;
     }

@@ -72,6 +72,11 @@ int __wrap_openat(int folder, const char* path, int flags, ...) {
         if (const auto& beforeFile = orvanel::test::interception().beforeFile) {
             beforeFile(path);
         }
+    } else if (const auto& openFailure = orvanel::test::interception().openFailure) {
+        if (const int code = openFailure(path); code != 0) {
+            errno = code;
+            return -1;
+        }
     }
     return __real_openat(folder, path, flags, mode);
 }

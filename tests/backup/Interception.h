@@ -17,6 +17,8 @@ struct Interception {
     std::atomic<bool> withoutExchange{false};
     /// What a rename between these two names fails with; 0 lets it happen.
     std::function<int(const std::string& from, const std::string& to)> renameFailure = {};
+    /// What opening a name for reading fails with; 0 lets it happen.
+    std::function<int(const std::string& name)> openFailure = {};
     /// What looking for data from there on in a file fails with; 0 lets it happen.
     std::function<int(off_t from)> seekFailure = {};
     /// Whether the folder of that path can hold no links.

@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <cerrno>
+
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace Qt::StringLiterals;
@@ -16,6 +18,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString leftover = u".orvanel-01234567-89AB-CDEF-0123-456789ABCDEF"_s;
+const QString restoring = u"Orvanel/"_s + leftover + u"/restoring"_s;
+const QString kept = u"before-restore-2026-01-02-030405"_s;
+const QByteArray restoreNote = "data/before-restore-2026-01-02-030405";
 
 } // namespace
 
@@ -24,7 +29,10 @@ class TestRecovery : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { interception().renameFailure = {}; }
+    void cleanup() {
+        interception().renameFailure = {};
+        interception().openFailure = {};
+    }
 
     void leftoversOfACrashGoAndNothingElse() {
         const DataFolder folder;
@@ -155,6 +163,50 @@ private Q_SLOTS:
         QCOMPARE(tries, 1000);
         QCOMPARE(folder.read(leftover + u"/replaced/x"_s), QByteArray("old"));
         QVERIFY(QFileInfo::exists(folder.path(u"copy/kuma.db"_s)));
+    }
+
+    /// What cannot be looked at now may well be there.
+    void keptDataThatCannotBeReachedNowComesBackLater() {
+        const DataFolder folder;
+        folder.write(restoring, restoreNote);
+        folder.write(u"elsewhere/"_s + kept + u"/kuma.db"_s, "kept");
+        QVERIFY(QFile::link(folder.backups(), folder.backups()));
+        BackupManager::recover(folder.data(), folder.backups());
+        QVERIFY(QFileInfo::exists(folder.path(restoring)));
+        QVERIFY(QFile::remove(folder.backups()));
+        QVERIFY(QDir().rename(folder.path(u"elsewhere"_s), folder.backups()));
+        BackupManager::recover(folder.data(), folder.backups());
+        QCOMPARE(folder.read(u"Orvanel/data/kuma.db"_s), QByteArray("kept"));
+    }
+
+    void keptDataThatIsGoneIsWaitedForNoLonger() {
+        const DataFolder folder;
+        folder.write(restoring, restoreNote);
+        BackupManager::recover(folder.data(), folder.backups());
+        QVERIFY(!QFileInfo::exists(folder.path(restoring)));
+    }
+
+    void noteThatCannotBeReadNowCountsLater_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("of a restore") << u"restoring"_s;
+        QTest::newRow("of a swap") << u"swapping"_s;
+    }
+
+    void noteThatCannotBeReadNowCountsLater() {
+        QFETCH(const QString, name);
+        const DataFolder folder;
+        folder.write(u"elsewhere/kuma.db"_s, "");
+        folder.write(u"Orvanel/"_s + leftover + u"/"_s + name, name == u"restoring" ? restoreNote : "fresh/data");
+        folder.write(name == u"restoring" ? u"Orvanel/Backups/"_s + kept + u"/kuma.db"_s
+                                          : u"Orvanel/"_s + leftover + u"/replaced/data/kuma.db"_s,
+                     "kept");
+        interception().openFailure = [&](const std::string& path) { return path == name.toStdString() ? EIO : 0; };
+        BackupManager::recover(folder.data(), folder.backups());
+        await(BackupManager::backUp(folder.path(u"elsewhere"_s), folder.path(u"Orvanel/copy"_s)));
+        QVERIFY(!QFileInfo::exists(folder.data()));
+        interception().openFailure = {};
+        BackupManager::recover(folder.data(), folder.backups());
+        QCOMPARE(folder.read(u"Orvanel/data/kuma.db"_s), QByteArray("kept"));
     }
 };
 
