@@ -137,16 +137,16 @@ void recoverData(const QString& dataDir, const QString& backupsDir) {
         // Where the data folder cannot even be made yet, nothing was left.
         return;
     }
-    try {
-        const QString parent = parentOf(place);
-        const FileDescriptor above(::open(QFile::encodeName(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        for (const Leftover& leftover : leftoversIn(parent, WorkFolder::hidden)) {
+    const QString parent = parentOf(place);
+    const FileDescriptor above(::open(QFile::encodeName(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    for (const Leftover& leftover : leftoversIn(parent, WorkFolder::hidden)) {
+        try {
             undoSwap(leftover.folder.get(), above.get());
             finishRestore(leftover.folder.get(), place, backupsDir);
+        } catch (const AppError& error) {
+            // The note is still there: the next start tries again. The data may be in another one.
+            qWarning() << "What a crashed restore left cannot be put back yet:" << error.message();
         }
-    } catch (const AppError& error) {
-        // The note is still there: the next start tries again.
-        qWarning() << "What a crashed restore left cannot be put back yet:" << error.message();
     }
 }
 

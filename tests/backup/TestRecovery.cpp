@@ -179,6 +179,28 @@ private Q_SLOTS:
         QCOMPARE(folder.read(u"Orvanel/data/kuma.db"_s), QByteArray("kept"));
     }
 
+    /// Whichever of them is looked at first.
+    void oneThatCannotBeReadDoesNotHideTheOthers_data() {
+        QTest::addColumn<int>("unreadable");
+        QTest::newRow("the first") << 1;
+        QTest::newRow("the second") << 2;
+    }
+
+    void oneThatCannotBeReadDoesNotHideTheOthers() {
+        QFETCH(const int, unreadable);
+        const DataFolder folder;
+        folder.write(restoring, restoreNote);
+        folder.write(u"Orvanel/.orvanel-11111111-89AB-CDEF-0123-456789ABCDEF/restoring"_s, restoreNote);
+        folder.write(u"Orvanel/Backups/"_s + kept + u"/kuma.db"_s, "kept");
+        int looks = 0;
+        interception().openFailure = [&](const std::string& name) {
+            return name == "restoring" && ++looks == unreadable ? EIO : 0;
+        };
+        BackupManager::recover(folder.data(), folder.backups());
+        QCOMPARE(looks, 2);
+        QCOMPARE(folder.read(u"Orvanel/data/kuma.db"_s), QByteArray("kept"));
+    }
+
     void keptDataThatIsGoneIsWaitedForNoLonger() {
         const DataFolder folder;
         folder.write(restoring, restoreNote);
