@@ -32,9 +32,10 @@ std::optional<SwapNote> parse(const std::string& text) {
     return isPlainName(note.fresh) && isPlainName(note.name) ? std::optional(std::move(note)) : std::nullopt;
 }
 
-bool isThere(int folder, const std::string& name) {
+/// 0 when it is there, ENOENT when it is not; anything else tells neither.
+int lookFor(int folder, const std::string& name) {
     struct stat status {};
-    return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 || errno != ENOENT;
+    return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
 bool isEmpty(int folder) {
@@ -80,9 +81,13 @@ bool undoSwap(int work, int parent) {
     if (!note) {
         return isEmpty(replaced.get());
     }
+    if (lookFor(replaced.get(), note->name) == ENOENT) {
+        return true;
+    }
+    // An empty folder may have been made by whoever missed it. Any other is left alone.
     // What is no longer in the work folder got the place: what it replaced is not wanted any more.
-    const bool isDone = !isThere(work, note->fresh) && isThere(parent, note->name);
-    return isDone || !isThere(replaced.get(), note->name) || moveBack(replaced.get(), note->name, parent);
+    const bool isDone = lookFor(work, note->fresh) == ENOENT && lookFor(parent, note->name) == 0;
+    return isDone || moveBack(replaced.get(), note->name, parent);
 }
 
 } // namespace orvanel

@@ -17,7 +17,8 @@ int writeSwapNote(int work, const SwapNote& note);
 
 /// Undoes the swap that a crashed run left unfinished in the open folder `work`: what it had taken out of `parent`, an
 /// open folder, goes back under its name or, when that was taken meanwhile, the first of "NAME-2", "NAME-3", … that is
-/// free up to a thousand. No link is followed, and nothing but what the note tells is moved.
+/// free up to a thousand; an empty folder in its place is removed first. No link is followed, and nothing but what the
+/// note tells is moved.
 ///
 /// False when what was taken away is still in the work folder, which then must stay. Blocks; any thread.
 bool undoSwap(int work, int parent);

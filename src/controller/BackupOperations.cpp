@@ -123,22 +123,22 @@ QCoro::Task<void> KumaController::askForRestore() {
 }
 
 QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token stop) {
-    if (!m_dockerPath.value()) {
-        m_dockerPath = m_env.findDocker(m_dockerOverride);
-    }
-    const std::optional<QString> docker = m_dockerPath.value();
     std::optional<QString> failure;
     {
         // Before the stop: a backup that is under way need not have the server stand still.
         const DataTurns::Turn turn = co_await m_dataTurns.take();
-        co_await performStop();
-        if (m_error.value()) {
+        if (!m_dockerPath.value()) {
+            m_dockerPath = m_env.findDocker(m_dockerOverride);
+        }
+        const std::optional<QString> docker = m_dockerPath.value();
+        const bool isStopped = co_await tryStop();
+        if (!isStopped) {
             co_return;
         }
         if (docker) {
             // A stop that could not look at the container ends without an error, and the server may be running.
             const CommandResult probe = co_await probeContainer(*docker);
-            if (!leavesDataAlone(probe)) {
+            if (mayServerRun(probe)) {
                 m_error = unknownContainerError(probe, QStringLiteral("Nothing was restored."));
                 co_return;
             }
@@ -153,7 +153,21 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
         m_error = OpError{QStringLiteral("The restore failed. ") + *failure, *failure};
         co_return;
     }
+    co_await stopWhatCameBack();
     co_await performStart(stop);
+}
+
+/// A daemon that came back meanwhile has started its containers again, and that one works on the data that was
+/// replaced.
+QCoro::Task<void> KumaController::stopWhatCameBack() {
+    if (!m_dockerPath.value()) {
+        co_return;
+    }
+    const QString docker = *m_dockerPath.value();
+    const std::optional<QString> state = co_await containerState(docker);
+    if (state == QStringLiteral("running")) {
+        co_await performStop();
+    }
 }
 
 void KumaController::revealDataFolder() {

@@ -136,26 +136,31 @@ QCoro::Task<void> KumaController::performStart(std::stop_token stop) {
 }
 
 QCoro::Task<void> KumaController::performStop() {
+    co_await tryStop();
+}
+
+QCoro::Task<bool> KumaController::tryStop() {
     if (!m_dockerPath.value()) {
-        co_return;
+        co_return true;
     }
     const QString docker = *m_dockerPath.value();
     const std::optional<QString> existing = co_await containerState(docker);
     if (!existing) {
-        co_return;
+        co_return true;
     }
     const CommandResult result = co_await runStop(docker);
     if (!result.isSuccess()) {
         fail(result);
     }
+    co_return result.isSuccess();
 }
 
+/// What a backup meanwhile has to say of itself is no reason not to start again.
 QCoro::Task<void> KumaController::performRestart(std::stop_token stop) {
-    co_await performStop();
-    if (m_error.value()) {
-        co_return;
+    const bool isStopped = co_await tryStop();
+    if (isStopped) {
+        co_await performStart(stop);
     }
-    co_await performStart(stop);
 }
 
 QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_token stop) {
@@ -270,11 +275,11 @@ QCoro::Task<bool> KumaController::removeContainer() {
     const QString docker = *m_dockerPath.value();
     const CommandResult look = co_await probeContainer(docker);
     if (look.status != 0) {
-        const bool isGone = leavesDataAlone(look);
-        if (!isGone) {
+        const bool isInDoubt = mayServerRun(look);
+        if (isInDoubt) {
             m_error = unknownContainerError(look, QStringLiteral("Nothing was deleted."));
         }
-        co_return isGone;
+        co_return !isInDoubt;
     }
     const bool hasCompose = co_await ensureCompose(docker);
     if (hasCompose) {
@@ -296,6 +301,12 @@ QCoro::Task<bool> KumaController::removeContainer() {
         fail(result);
     }
     co_return result.isSuccess();
+}
+
+/// Containers may live on when the daemon has gone, but then they hold their port.
+bool KumaController::mayServerRun(const CommandResult& probe) const {
+    const bool hasNoDaemon = !probe.isSuccess() && !isAbsent(probe);
+    return !leavesDataAlone(probe) || (hasNoDaemon && isPortTaken(m_port));
 }
 
 QCoro::Task<void> KumaController::performRemoveEverything() {

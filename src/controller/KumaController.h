@@ -205,9 +205,13 @@ private:
     QCoro::Task<void> performOp(OperationBody body);
     QCoro::Task<void> performStart(std::stop_token stop);
     QCoro::Task<void> performStop();
+    /// The same; false when it failed, with the reason published.
+    QCoro::Task<bool> tryStop();
     QCoro::Task<void> performRestart(std::stop_token stop);
     QCoro::Task<void> performRemoveEverything();
     QCoro::Task<bool> removeContainer();
+    bool mayServerRun(const CommandResult& probe) const;
+    QCoro::Task<void> stopWhatCameBack();
     QCoro::Task<void> confirmRemoveEverything();
     QCoro::Task<CommandResult> pullImage(QString docker, std::stop_token stop);
     QCoro::Task<CommandResult> bringUp(QString docker, std::optional<QString> existing, bool recreate);

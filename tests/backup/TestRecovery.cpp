@@ -76,6 +76,12 @@ private Q_SLOTS:
             << QStringList{note, old, fresh, u"copy/another"_s} << QStringList{u"copy/another"_s, u"copy-2/kuma.db"_s};
         QTest::newRow("and more of them") << QStringList{note, old, fresh, u"copy/another"_s, u"copy-2/another"_s}
                                           << QStringList{u"copy/another"_s, u"copy-2/another"_s, u"copy-3/kuma.db"_s};
+        QTest::newRow("an empty folder is there by now")
+            << QStringList{note, old, fresh, u"copy/"_s} << QStringList{u"copy/kuma.db"_s};
+        QTest::newRow("a file is there by now")
+            << QStringList{note, old, fresh, u"copy"_s} << QStringList{u"copy-2/kuma.db"_s};
+        QTest::newRow("after both, and the disk forgot the second, and an empty folder is there by now")
+            << QStringList{note, old, u"copy/"_s} << QStringList{u"copy/kuma.db"_s};
         QTest::newRow("after both") << QStringList{note, old, u"copy/new"_s} << QStringList{u"copy/new"_s};
         QTest::newRow("after both, and the disk forgot the second")
             << QStringList{note, old} << QStringList{u"copy/kuma.db"_s};
@@ -89,7 +95,11 @@ private Q_SLOTS:
         const DataFolder folder;
         folder.fill();
         for (const QString& file : files) {
-            folder.write(file, file.endsWith(u"/swapping") ? "fresh/copy" : "a file");
+            if (file.endsWith(u'/')) {
+                QDir().mkpath(folder.path(file));
+            } else {
+                folder.write(file, file.endsWith(u"/swapping") ? "fresh/copy" : "a file");
+            }
         }
         await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
         const QStringList found = describe(folder.path()).keys().filter(QRegularExpression(u"^copy[^.]*/"_s));

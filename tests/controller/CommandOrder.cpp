@@ -22,8 +22,8 @@ QString allowedOrder(const QString& label) {
         return stop + start;
     }
     if (label.startsWith(QStringLiteral("Restoring"))) {
-        // Whatever the stop found, one more look before the data is touched.
-        return stop + QStringLiteral("(inspect;)?") + start;
+        // Whatever the stop found, one more look before the data is touched, and another for what came back meanwhile.
+        return stop + QStringLiteral("(inspect;)?(inspect;)?") + stop + start;
     }
     if (label.startsWith(QStringLiteral("Updating"))) {
         return QStringLiteral("(compose version;)?((compose pull;|pull;)"

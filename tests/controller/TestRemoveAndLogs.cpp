@@ -66,6 +66,8 @@ private Q_SLOTS:
         world.home.write(QStringLiteral(".local/share/Orvanel/data/upload/logo.png"), "x");
         world.takeCommands();
         const qsizetype before = world.commands().size();
+        // Without it all could have been done by now: the data goes on another thread.
+        world.delay("inspect", 1s, 1);
         kuma.removeEverything();
         world.dialogs.answerAll(true);
         world.settle();

@@ -70,8 +70,8 @@ private Q_SLOTS:
         QCOMPARE(world.backups.jobs.size(), 1);
         QCOMPARE(world.backups.jobs.first().arguments,
                  (QStringList{zip, kuma.dataDir(), world.applicationSupport + QStringLiteral("/Orvanel/Backups")}));
-        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "inspect", "info",
-                                              "inspect", "image inspect", "compose up", "inspect"}));
+        QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "inspect", "inspect",
+                                              "info", "inspect", "image inspect", "compose up", "inspect"}));
         QVERIFY(kuma.kuma() == KumaState::running);
         QVERIFY(world.desktop.revealed.isEmpty());
     }
@@ -152,6 +152,52 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(world.backups.jobs.size(), 1);
         QVERIFY(!world.controller().error());
+    }
+
+    /// Containers may live on without their daemon.
+    void restoreReplacesNothingWhileSomebodyHoldsThePort() {
+        ControllerFixture world;
+        const auto words = QStringLiteral("Cannot connect to the Docker daemon at unix:///x. Is the daemon running?");
+        world.answer("inspect", 1, words);
+        world.listeningPorts.insert(world.controller().port());
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QCOMPARE(
+            world.controller().error(),
+            (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."), words}));
+    }
+
+    /// A daemon that is only restarted brings its containers up again while the backup is unpacked.
+    void serverThatCameBackIsStartedAnewOnTheRestoredData() {
+        ControllerFixture world;
+        startServer(world);
+        world.backups.onWork = [&](const ScriptedBackups::Job&) { world.docker().container->state = "running"; };
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.controller().error());
+        const QStringList commands = world.takeCommands();
+        QCOMPARE(commands.count(QStringLiteral("compose stop")), 2);
+        QVERIFY(commands.lastIndexOf(QStringLiteral("compose stop")) < commands.indexOf(QStringLiteral("compose up")));
+    }
+
+    void restoreGoesOnWhenTheBackupBeforeItFailed() {
+        ControllerFixture world;
+        startServer(world);
+        world.backups.holds = true;
+        backUpTo(world, zip);
+        restoreFrom(world, zip);
+        world.backups.onWork = [&](const ScriptedBackups::Job& job) {
+            world.backups.failure.reset();
+            if (job.kind == QStringLiteral("back up")) {
+                world.backups.failure = QStringLiteral("The disk is full.");
+            }
+        };
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.backups.jobs.size(), 2);
+        QCOMPARE(world.docker().container->state, std::string("running"));
+        QCOMPARE(world.controller().error()->message, QStringLiteral("The backup failed."));
     }
 
     void restoreWithoutAToolGoesOn() {
