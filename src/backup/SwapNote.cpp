@@ -85,6 +85,7 @@ bool undoSwap(int work, int parent) {
         return true;
     }
     // An empty folder may have been made by whoever missed it. Any other is left alone.
+    ::unlinkat(parent, note->name.c_str(), AT_REMOVEDIR);
     // What is no longer in the work folder got the place: what it replaced is not wanted any more.
     const bool isDone = lookFor(work, note->fresh) == ENOENT && lookFor(parent, note->name) == 0;
     return isDone || moveBack(replaced.get(), note->name, parent);

@@ -48,7 +48,10 @@ FirstCharacter firstCharacter(QByteArrayView item) {
 /// Whether the item of a value that begins here is an object. "@@" is a text with one "@". A few texts that only begin
 /// like an object count too: nobody but people write those.
 bool beginsObject(QByteArrayView item) {
-    while (item.startsWith(' ') || item.startsWith('\t') || item.startsWith('"')) {
+    while (item.startsWith(' ') || item.startsWith('\t')) {
+        item = item.sliced(1);
+    }
+    while (item.startsWith('"')) {
         item = item.sliced(1);
     }
     const FirstCharacter first = firstCharacter(item);
@@ -57,16 +60,25 @@ bool beginsObject(QByteArrayView item) {
     return first.character == u'@' && isTyped;
 }
 
+/// Qt drops a backslash with what follows it where it knows no such escape: what comes then would not be looked at
+/// here.
+bool isKnownEscape(QByteArrayView text) {
+    if (text.startsWith('x')) {
+        return text.size() > 1 && std::isxdigit(static_cast<uchar>(text[1])) != 0;
+    }
+    return !text.isEmpty() && QByteArrayView("abfnrtv\"?'\\01234567").contains(text.front());
+}
+
 /// A value ends with its line, which a quote or a backslash at its end would prevent, and holds no object.
 bool isHarmlessValue(QByteArrayView value) {
     bool isQuoted = false;
     bool holdsObject = beginsObject(value);
     for (qsizetype i = 0; i < value.size(); ++i) {
         if (value[i] == '\\') {
-            ++i;
-            if (i == value.size()) {
+            if (!isKnownEscape(value.sliced(i + 1))) {
                 return false;
             }
+            ++i;
         } else if (value[i] == '"') {
             isQuoted = !isQuoted;
         } else if (value[i] == ',' && !isQuoted) {
@@ -78,7 +90,8 @@ bool isHarmlessValue(QByteArrayView value) {
 
 bool isHarmlessLine(const QByteArray& rawLine) {
     const QByteArray line = rawLine.trimmed();
-    if (!isUtf8(line)) {
+    // A carriage return ends a line too.
+    if (line.contains('\r') || !isUtf8(line)) {
         return false;
     }
     if (line.isEmpty() || line.startsWith(';') || line.startsWith('#')) {

@@ -155,6 +155,7 @@ private Q_SLOTS:
         QTest::newRow("like an object") << QStringLiteral("@Variant(x) @Invalid() @");
         QTest::newRow("at") << QStringLiteral("@Invalid()");
         QTest::newRow("object") << QStringLiteral("@Variant(x)");
+        QTest::newRow("blank and object") << QStringLiteral(" @Dev");
         QTest::newRow("object in a list") << QStringLiteral("a, @DateTime(x)");
         QTest::newRow("at in octal") << QStringLiteral("\4"
                                                        "00 \x4");
@@ -262,6 +263,12 @@ private Q_SLOTS:
         QTest::newRow("escaped name") << QByteArray("x=@\\x56") + object.mid(1);
         QTest::newRow("on two lines") << QByteArray("x=@\\\n") + object;
         QTest::newRow("quote on two lines") << QByteArray("x=\"a\n\", @") + object;
+        QTest::newRow("carriage return") << "x=b\rx=@" + object;
+        QTest::newRow("carriage return in a comment") << ";x\rx=@" + object;
+        QTest::newRow("carriage return in a section") << "[x]\rx=@" + object + ']';
+        QTest::newRow("unknown escape") << "x=\\)@" + object;
+        QTest::newRow("escaped letter") << "x=\\D@" + object;
+        QTest::newRow("escape without digits") << "x=\\x@" + object;
         QTest::newRow("date") << QByteArray("x=@DateTime(\\0\\0\\0\\x9)");
     }
 
