@@ -55,6 +55,20 @@ void copyLinkedDatabase(const QString& dataDir, const QString& copy, const WorkF
     }
 }
 
+/// What is said of a copy in which there is nothing in the database's place.
+std::optional<QString> problemWithoutDatabase(const QString& dataDir) {
+    switch (kindOf(dataDir + database)) {
+    case 0:
+        return std::nullopt;
+    case S_IFREG:
+    case S_IFLNK:
+    case S_IFDIR:
+        return QStringLiteral("kuma.db was made while the backup was being made, so the backup does not hold it.");
+    default:
+        return QStringLiteral("kuma.db is no file, so the backup does not hold it.");
+    }
+}
+
 std::optional<QString> checkCopy(const QString& dataDir, const QString& copy, const QString& scratch) {
     for (const QString& log : {QStringLiteral("kuma.db-wal"), QStringLiteral("kuma.db-journal")}) {
         const mode_t kind = kindOf(copy + u'/' + log);
@@ -75,9 +89,7 @@ std::optional<QString> checkCopy(const QString& dataDir, const QString& copy, co
     case S_IFDIR:
         return QStringLiteral("kuma.db is a folder, so it was not checked.");
     default:
-        return statusOf(dataDir + database)
-                   ? std::optional(QStringLiteral("kuma.db is no file, so the backup does not hold it."))
-                   : std::nullopt;
+        return problemWithoutDatabase(dataDir);
     }
 }
 

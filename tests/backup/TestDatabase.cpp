@@ -213,6 +213,27 @@ private Q_SLOTS:
         QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
     }
 
+    /// Born while the log that does not come to rest is copied for the last time.
+    void databaseThatComesTooLateIsReported() {
+        const DataFolder folder;
+        folder.write(u"Orvanel/data/kuma.db-wal"_s, "log");
+        int copied = 0;
+        interception().beforeFile = [&](const std::string& name) {
+            if (name != "kuma.db-wal") {
+                return;
+            }
+            ++copied;
+            folder.write(u"Orvanel/data/kuma.db-wal"_s, QByteArray(copied * 100, 'x'));
+            if (copied == 4) {
+                folder.write(u"Orvanel/data/kuma.db"_s, "database");
+            }
+        };
+        const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        QCOMPARE(result.databaseProblem,
+                 u"kuma.db was made while the backup was being made, so the backup does not hold it."_s);
+        QVERIFY(!QFileInfo::exists(folder.path(u"copy/kuma.db"_s)));
+    }
+
     void linkedLogIsReported() {
         const DataFolder folder;
         folder.write(u"Orvanel/data/kuma.db"_s, "database");
