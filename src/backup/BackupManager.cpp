@@ -1,7 +1,9 @@
 #include "backup/BackupManager.h"
 
 #include "backup/DataCopy.h"
+#include "backup/DiskRoom.h"
 #include "backup/FileError.h"
+#include "backup/RemoveTree.h"
 #include "backup/Restore.h"
 #include "backup/SafePaths.h"
 #include "backup/Swap.h"
@@ -21,6 +23,9 @@ namespace {
 /// Archives are unpacked into a folder of their own, so that nothing in them can pass for what a work folder holds.
 const QString unpackedName = QStringLiteral("unpacked");
 
+/// The folder in a work folder that holds the one that is packed.
+const QString toPackName = QStringLiteral("to pack");
+
 bool isZip(const QString& path) {
     const QString name = nameOf(QDir::cleanPath(path));
     return name.size() > 4 && name.endsWith(u".zip", Qt::CaseInsensitive);
@@ -31,9 +36,15 @@ bool exists(const QString& dataDir) {
     return isSame(dataDir, dataDir);
 }
 
+/// A backup to a disk without links may have been killed while it had its copy there.
+void removeLeftoversBeside(const QString& dataDir) {
+    WorkFolder::removeLeftovers(parentOf(dataPlaceOf(dataDir)));
+}
+
 BackupResult backUpToFolder(const QString& dataDir, const QString& destination) {
     const QString place = placeOf(destination);
     requireBackupPlace(place, dataDir);
+    removeLeftoversBeside(dataDir);
     WorkFolder work(parentOf(place));
     const QString name = QStringLiteral("copy");
     auto problem = copyData(dataDir, work, name);
@@ -52,21 +63,37 @@ struct ZipBackup {
     std::optional<QString> problem;
 };
 
+/// Copies the data to where it is packed from, in `staging`.
+void copyToPack(ZipBackup& zip, const QString& dataDir, std::shared_ptr<WorkFolder> staging) {
+    zip.staging = std::move(staging);
+    makeFolder(zip.staging->path(toPackName));
+    // The one folder in the archive is named like the data folder: a name that is none of ours.
+    const QString name = toPackName + u'/' + nameOf(placeOf(dataDir));
+    zip.folder = zip.staging->path(name);
+    zip.problem = copyData(dataDir, *zip.staging, name);
+}
+
 ZipBackup stageZip(const QString& dataDir, const QString& destination) {
     ZipBackup zip;
     zip.place = placeOf(destination);
     requireBackupPlace(zip.place, dataDir);
     requireNoKeptData(zip.place, dataDir);
+    removeLeftoversBeside(dataDir);
     zip.work = std::make_shared<WorkFolder>(parentOf(zip.place));
-    // The one folder in the archive is named like the data folder: a name that is none of ours.
-    const QString inner = QStringLiteral("to pack");
-    // The disk that holds the data can hold a copy of whatever is in it.
-    zip.staging = zip.work->holdsLinks() ? zip.work : std::make_shared<WorkFolder>(parentOf(dataPlaceOf(dataDir)));
-    makeFolder(zip.staging->path(inner));
-    const QString name = inner + u'/' + nameOf(placeOf(dataDir));
-    zip.folder = zip.staging->path(name);
     zip.archive = zip.work->path(QStringLiteral("archive.zip"));
-    zip.problem = copyData(dataDir, *zip.staging, name);
+    try {
+        copyToPack(zip, dataDir, zip.work);
+        return zip;
+    } catch (const AppError&) {
+        if (zip.work->holdsLinks()) {
+            throw;
+        }
+    }
+    removeTree(zip.work->path(toPackName));
+    // The disk that holds the data can hold a copy of whatever is in it, but a server is at work there.
+    const QString beside = parentOf(dataPlaceOf(dataDir));
+    requireRoom(beside, bytesUsedBy(dataDir));
+    copyToPack(zip, dataDir, std::make_shared<WorkFolder>(beside));
     return zip;
 }
 

@@ -39,10 +39,14 @@ void removeLeftover(const Leftover& leftover, const QString& parent, bool mayHav
 
 } // namespace
 
-WorkFolder::WorkFolder(const QString& parent, const QString& prefix) {
+void WorkFolder::removeLeftovers(const QString& parent, const QString& prefix) {
     for (const Leftover& leftover : leftoversIn(parent, prefix)) {
         removeLeftover(leftover, parent, prefix == hidden);
     }
+}
+
+WorkFolder::WorkFolder(const QString& parent, const QString& prefix) {
+    removeLeftovers(parent, prefix);
     m_path = (parent == u"/" ? parent : parent + u'/') + prefix + uuidText();
     if (::mkdir(QFile::encodeName(m_path).constData(), S_IRWXU) != 0) {
         throw fileError(parent, errno);
@@ -62,7 +66,8 @@ WorkFolder::~WorkFolder() {
 bool WorkFolder::holdsLinks() const {
     const char* const name = "link";
     if (::symlinkat("nowhere", m_lock.get(), name) != 0) {
-        return false;
+        // What fails for another reason, as on a full disk, says nothing of that.
+        return errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS;
     }
     ::unlinkat(m_lock.get(), name, 0);
     return true;

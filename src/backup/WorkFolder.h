@@ -15,9 +15,12 @@ class WorkFolder {
 public:
     static inline const QString hidden = QStringLiteral(".orvanel-");
 
-    /// Makes the folder in `parent`, after removing what crashed runs left there under the same prefix. What such a run
-    /// had put into `replaced()` of a hidden one and not yet replaced goes back to its place; one that was restoring
-    /// stays until recoverData() has seen it. Throws what the platform says.
+    /// Removes what crashed runs left in `parent` under that prefix. What such a run had put into `replaced()` of a
+    /// hidden one and not yet replaced goes back to its place; one that was restoring stays until recoverData() has
+    /// seen it.
+    static void removeLeftovers(const QString& parent, const QString& prefix = hidden);
+
+    /// Makes the folder in `parent`, after removeLeftovers(). Throws what the platform says.
     explicit WorkFolder(const QString& parent, const QString& prefix = hidden);
     ~WorkFolder();
     WorkFolder(const WorkFolder&) = delete;

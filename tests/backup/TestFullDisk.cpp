@@ -91,6 +91,7 @@ private Q_SLOTS:
         qunsetenv("TMPDIR");
         interception().withoutExchange = false;
         interception().renameFailure = {};
+        interception().isWithoutLinks = {};
     }
 
     void fullDiskLeavesTheOldBackup_data() {
@@ -116,6 +117,31 @@ private Q_SLOTS:
         QVERIFY2(message.contains(sentence), qPrintable(message));
         QCOMPARE(folder.read(name), QByteArray("the old backup"));
         QCOMPARE(folder.names(u"disk"_s).size(), 1);
+    }
+
+    void diskOfTheDataIsSparedTheCopyForAZip_data() {
+        QTest::addColumn<bool>("hasLink");
+        QTest::newRow("the other disk can hold the data") << false;
+        QTest::newRow("the other disk cannot hold a link in it") << true;
+    }
+
+    void diskOfTheDataIsSparedTheCopyForAZip() {
+        QFETCH(const bool, hasLink);
+        const DataFolder folder;
+        const SmallDisk disk(folder, "size=4m", u"Orvanel"_s);
+        folder.write(u"Orvanel/data/kuma.db"_s, noise(3'000'000));
+        if (hasLink) {
+            QVERIFY(QFile::link(u"kuma.db"_s, folder.data(u"link"_s)));
+        }
+        QDir().mkpath(folder.path(u"stick"_s));
+        interception().isWithoutLinks = [stick = folder.path(u"stick"_s).toStdString()](const std::string& at) {
+            return at.starts_with(stick);
+        };
+        const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"stick/copy.zip"_s)));
+        const QString sentence = hasLink ? u"The disk has too little room: "_s : u"none"_s;
+        QVERIFY2(message.startsWith(sentence), qPrintable(message));
+        QCOMPARE(folder.names(u"stick"_s), hasLink ? QStringList() : QStringList{u"copy.zip"_s});
+        QCOMPARE(folder.names(u"Orvanel"_s), QStringList{u"data"_s});
     }
 
     void databaseThatCannotBeCheckedIsReported() {

@@ -57,6 +57,27 @@ private Q_SLOTS:
         QCOMPARE(QSet<QString>(after.begin(), after.end()), QSet<QString>(before.begin(), before.end()));
     }
 
+    /// Where a zip for a disk without links is made ready.
+    void leftoversBesideTheDataGoAsWell_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("folder") << u"copy"_s;
+        QTest::newRow("zip") << u"copy.zip"_s;
+        QTest::newRow("automatic") << QString();
+    }
+
+    void leftoversBesideTheDataGoAsWell() {
+        QFETCH(const QString, name);
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"Orvanel/"_s + leftover + u"/to pack/data/kuma.db"_s, "half");
+        if (name.isEmpty()) {
+            await(BackupManager::autoBackup(folder.data(), folder.backups(), u"before-update"_s));
+        } else {
+            await(BackupManager::backUp(folder.data(), folder.path(name)));
+        }
+        QVERIFY(!QFileInfo::exists(folder.path(u"Orvanel/"_s + leftover)));
+    }
+
     void theFolderOfARunAtWorkIsLeftAlone() {
         const DataFolder folder;
         folder.fill();
