@@ -39,7 +39,8 @@ using ChosenPath = std::shared_ptr<std::optional<QString>>;
 ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& message, const Event<bool>& done) {
     auto chosen = std::make_shared<std::optional<QString>>();
     // No file dialog of this desktop has room for a message but its title.
-    dialog->setWindowTitle(message.isEmpty() ? title : QStringLiteral("%1 – %2").arg(title, message));
+    const bool saysMore = !message.isEmpty() && message != title;
+    dialog->setWindowTitle(saysMore ? QStringLiteral("%1 – %2").arg(title, message) : title);
     QObject::connect(dialog, &QFileDialog::accepted, dialog, [dialog, chosen, done] {
         *chosen = dialog->selectedFiles().value(0);
         done.complete(true);

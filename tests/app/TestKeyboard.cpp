@@ -257,6 +257,34 @@ private Q_SLOTS:
         QCOMPARE(view.world.desktop.opened.size(), 0);
     }
 
+    /// To look the rest up in the browser, or to paste it from the field's menu.
+    void typingWaitsWhileTheFieldIsLeftForAWhile_data() {
+        QTest::addColumn<Qt::FocusReason>("reason");
+        QTest::newRow("another window") << Qt::ActiveWindowFocusReason;
+        QTest::newRow("a menu") << Qt::PopupFocusReason;
+    }
+
+    void typingWaitsWhileTheFieldIsLeftForAWhile() {
+        QFETCH(const Qt::FocusReason, reason);
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        auto* const field = visible<TextField>(&view.window);
+        field->setFocus();
+        press(view, Qt::Key_H);
+        QFocusEvent leaves(QEvent::FocusOut, reason);
+        QCoreApplication::sendEvent(field, &leaves);
+        view.world.advance(60s);
+        QVERIFY(visible<GuideCard>(&view.window) != nullptr);
+        QFocusEvent returns(QEvent::FocusIn, reason);
+        QCoreApplication::sendEvent(field, &returns);
+        view.world.advance(1900ms);
+        press(view, Qt::Key_O);
+        QCOMPARE(view.world.controller().slug(), QStringLiteral("ho"));
+        view.world.advance(2s);
+        QVERIFY(visible<GuideCard>(&view.window) == nullptr);
+    }
+
     void anotherFocusEndsTheTypingAtOnce() {
         Shown view;
         QVERIFY(view.world.isPolledAsRunning());

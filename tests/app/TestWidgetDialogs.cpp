@@ -241,8 +241,11 @@ private Q_SLOTS:
         WidgetDialogs asked = dialogs();
         OpenPanel panel;
         panel.filesAllowed = true;
+        panel.title = QStringLiteral("Choose it");
+        panel.message = panel.title;
         const auto file = answerOf(asked.chooseOpenPath(panel));
         QCOMPARE(shown<QFileDialog>()->fileMode(), QFileDialog::ExistingFile);
+        QCOMPARE(shown<QFileDialog>()->windowTitle(), QStringLiteral("Choose it"));
         shown<QFileDialog>()->reject();
         QVERIFY(waitUntil([&] { return file->isGiven; }));
 

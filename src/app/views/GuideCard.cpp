@@ -90,12 +90,14 @@ void GuideCard::setExplained(bool explained) {
 }
 
 void GuideCard::onTyped() {
+    m_isBeingTypedIn = true;
     m_pause = m_context.clock.callAfter(typingPause, [this] { endTyping(); });
 }
 
 /// Not from within what the field does with a key or with the focus, as it may go now; nor from within the timer.
 void GuideCard::endTyping() {
     const auto end = [this] {
+        m_isBeingTypedIn = false;
         m_pause.reset();
         Q_EMIT typingEnded();
     };
@@ -121,9 +123,14 @@ bool GuideCard::eventFilter(QObject* watched, QEvent* event) {
     if (watched == m_slug && event->type() == QEvent::FocusOut) {
         const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
         // Another window, or the field's own menu, takes the keys only for a while.
-        if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason) {
+        if (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason) {
+            m_pause.reset();
+        } else {
             endTyping();
         }
+    }
+    if (watched == m_slug && event->type() == QEvent::FocusIn && m_isBeingTypedIn) {
+        onTyped();
     }
     return Card::eventFilter(watched, event);
 }

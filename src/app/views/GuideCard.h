@@ -22,8 +22,8 @@ public:
     /// letter already brings the monitors.
     void setExplained(bool explained);
     /// Whether keys go into the field that belong together: until Return, until something else has the focus, or until
-    /// a moment after the last.
-    bool isBeingTypedIn() const { return m_pause != nullptr; }
+    /// a moment after the last. What is looked up in another window meanwhile takes the time that it takes.
+    bool isBeingTypedIn() const { return m_isBeingTypedIn; }
 
 Q_SIGNALS:
     void typingEnded();
@@ -42,7 +42,8 @@ private:
     QPushButton* m_openDashboard = nullptr;
     QWidget* m_explanation;
     TextField* m_slug;
-    /// Set while a slug is being typed.
+    bool m_isBeingTypedIn = false;
+    /// Set while the field could take more keys.
     std::unique_ptr<Clock::Timer> m_pause;
 };
 

@@ -1,6 +1,7 @@
 #include "app/views/MonitorModel.h"
 
 #include "app/views/MonitorStatus.h"
+#include "app/widgets/ShortText.h"
 #include "app/widgets/ToolTip.h"
 
 #include <algorithm>
@@ -16,8 +17,7 @@ QString namesOf(const MonitorRow& monitor) {
     if (monitor.group.isEmpty()) {
         return monitor.name;
     }
-    const bool isLong = monitor.name.size() > longestName;
-    return (isLong ? monitor.name.left(longestName) + QStringLiteral("…") : monitor.name) + u'\n' + monitor.group;
+    return shortened(monitor.name, longestName) + u'\n' + monitor.group;
 }
 
 bool haveSameIds(const QList<MonitorRow>& one, const QList<MonitorRow>& other) {

@@ -2,6 +2,7 @@
 
 #include "app/views/MonitorDelegate.h"
 #include "app/views/MonitorModel.h"
+#include "app/widgets/Focus.h"
 
 #include <QEvent>
 #include <QScrollArea>
@@ -10,18 +11,6 @@
 #include <algorithm>
 
 namespace orvanel {
-namespace {
-
-QScrollArea* surroundingArea(QWidget* widget) {
-    for (QWidget* parent = widget->parentWidget(); parent != nullptr; parent = parent->parentWidget()) {
-        if (auto* area = qobject_cast<QScrollArea*>(parent)) {
-            return area;
-        }
-    }
-    return nullptr;
-}
-
-} // namespace
 
 MonitorRows::MonitorRows(QWidget* parent)
     : QListView(parent)

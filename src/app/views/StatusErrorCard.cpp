@@ -1,17 +1,13 @@
 #include "app/views/StatusErrorCard.h"
 
+#include "app/widgets/ShortText.h"
 #include "controller/KumaController.h"
 
 namespace orvanel {
 namespace {
 
-constexpr qsizetype longestSlug = 200;
-
 /// What stands behind it must be seen as well.
-QString shortened(const QString& slug) {
-    const QString line = slug.simplified();
-    return line.size() > longestSlug ? line.left(longestSlug) + QStringLiteral("…") : line;
-}
+constexpr qsizetype longestSlug = 200;
 
 } // namespace
 
@@ -28,7 +24,7 @@ void StatusErrorCard::render() {
     m_message->setOutsideText(controller.statusError().value_or(QString()));
     m_advice->setOutsideText(
         QStringLiteral("Check that a status page with the slug “%1” exists, is saved, and contains your monitors.")
-            .arg(shortened(controller.slug())));
+            .arg(shortened(controller.slug().simplified(), longestSlug)));
 }
 
 } // namespace orvanel

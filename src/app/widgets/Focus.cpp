@@ -3,7 +3,6 @@
 #include <QScrollArea>
 
 namespace orvanel {
-namespace {
 
 QScrollArea* surroundingArea(const QWidget* widget) {
     for (QWidget* parent = widget->parentWidget(); parent != nullptr; parent = parent->parentWidget()) {
@@ -13,8 +12,6 @@ QScrollArea* surroundingArea(const QWidget* widget) {
     }
     return nullptr;
 }
-
-} // namespace
 
 void giveUpFocus(const QWidget* leaving) {
     QWidget* const focused = leaving->window()->focusWidget();

@@ -1,8 +1,12 @@
 #pragma once
 
+class QScrollArea;
 class QWidget;
 
 namespace orvanel {
+
+/// The area that the widget scrolls in, or nullptr.
+QScrollArea* surroundingArea(const QWidget* widget);
 
 /// To be called before a widget goes, goes grey or goes out of sight: if it or something in it has the focus, the area
 /// that it scrolls in gets it. Qt would hand it to whatever comes next, and the key that is pressed next would press a

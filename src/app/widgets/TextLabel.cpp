@@ -1,5 +1,6 @@
 #include "app/widgets/TextLabel.h"
 
+#include "app/widgets/ShortText.h"
 #include "app/widgets/ToolTip.h"
 
 #include <QApplication>
@@ -30,14 +31,6 @@ QString breakable(const QString& text) {
         result += c;
     }
     return result;
-}
-
-QString shortened(const QString& text) {
-    if (text.size() <= longest) {
-        return text;
-    }
-    const bool splitsLetter = text[longest].isLowSurrogate();
-    return text.left(splitsLetter ? longest - 1 : longest) + QStringLiteral("…");
 }
 
 } // namespace
@@ -76,12 +69,12 @@ void TextLabel::setOutsideText(const QString& text) {
         setAccessibleName(text);
     }
     if (m_isElided) {
-        m_line = shortened(text.simplified());
+        m_line = shortened(text.simplified(), longest);
         updateGeometry();
         elide();
         return;
     }
-    setContent(breakable(shortened(text)));
+    setContent(breakable(shortened(text, longest)));
     setToolTip(text.size() > longest ? plainToolTip(text) : QString());
 }
 

@@ -1,5 +1,7 @@
 #include "app/widgets/ToolTip.h"
 
+#include "app/widgets/ShortText.h"
+
 namespace orvanel {
 namespace {
 
@@ -8,7 +10,7 @@ constexpr qsizetype longest = 1000;
 } // namespace
 
 QString plainToolTip(const QString& text) {
-    const QString shown = text.size() > longest ? text.left(longest) + QStringLiteral("…") : text;
+    const QString shown = shortened(text, longest);
     return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(shown.toHtmlEscaped());
 }
 

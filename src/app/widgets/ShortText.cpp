@@ -1,0 +1,13 @@
+#include "app/widgets/ShortText.h"
+
+namespace orvanel {
+
+QString shortened(const QString& text, qsizetype longest) {
+    if (text.size() <= longest) {
+        return text;
+    }
+    const bool cutsCharacter = text[longest].isLowSurrogate();
+    return text.left(cutsCharacter ? longest - 1 : longest) + QStringLiteral("…");
+}
+
+} // namespace orvanel
