@@ -159,10 +159,12 @@ private Q_SLOTS:
         QVERIFY(world.knowsItsContainer());
         RunningProgram::signal(first, SIGTERM);
         QVERIFY(waitUntil([&] { return wasStopped(world); }));
+        // The first may have asked twice: for the poll, and for the stop that began meanwhile.
+        const auto composeVersion = QStringLiteral("compose version");
+        const auto askedByFirst = world.tools.commands().count(composeVersion);
         QProcess& second = world.start();
         QCOMPARE(RunningProgram::exitCode(first), 0);
-        const auto composeVersion = QStringLiteral("compose version");
-        QVERIFY(waitUntil([&] { return world.tools.commands().count(composeVersion) == 2; }));
+        QVERIFY(waitUntil([&] { return world.tools.commands().count(composeVersion) > askedByFirst; }));
         QCOMPARE(second.state(), QProcess::Running);
         // It can be reached by its name now.
         QProcess& third = world.start();
