@@ -5,7 +5,7 @@
 
 #include <QAbstractButton>
 #include <QAction>
-#include <QCoreApplication>
+#include <QApplication>
 #include <QEvent>
 #include <QKeyEvent>
 
@@ -13,7 +13,10 @@ namespace orvanel {
 
 AppWindow::AppWindow(const QString& title) {
     setWindowTitle(title);
-    setWindowIcon(applicationIcon());
+    // One for all windows: Qt remembers what it drew of every icon that is made.
+    if (QApplication::windowIcon().isNull()) {
+        QApplication::setWindowIcon(applicationIcon());
+    }
 
     auto* quit = new QAction(this);
     quit->setShortcut(Qt::CTRL | Qt::Key_Q);
