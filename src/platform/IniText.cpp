@@ -88,6 +88,22 @@ bool isHarmlessValue(QByteArrayView value) {
     return !isQuoted && !holdsObject;
 }
 
+/// A key ends with its equals sign, which a backslash before it would prevent. Elsewhere backslashes part its groups.
+bool isHarmlessKey(QByteArrayView key) {
+    bool isQuoted = false;
+    for (qsizetype i = 0; i < key.size(); ++i) {
+        if (key[i] == '\\') {
+            ++i;
+            if (i == key.size()) {
+                return false;
+            }
+        } else if (key[i] == '"') {
+            isQuoted = !isQuoted;
+        }
+    }
+    return !isQuoted;
+}
+
 bool isHarmlessLine(const QByteArray& rawLine) {
     const QByteArray line = rawLine.trimmed();
     // A carriage return ends a line too.
@@ -101,7 +117,7 @@ bool isHarmlessLine(const QByteArray& rawLine) {
         return line.endsWith(']');
     }
     const qsizetype equals = line.indexOf('=');
-    return equals >= 0 && isHarmlessValue(line.first(equals)) && isHarmlessValue(line.sliced(equals + 1));
+    return equals >= 0 && isHarmlessKey(line.first(equals)) && isHarmlessValue(line.sliced(equals + 1));
 }
 
 } // namespace

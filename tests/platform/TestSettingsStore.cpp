@@ -215,12 +215,15 @@ private Q_SLOTS:
 
     void foreignKeysStay() {
         const TestHome home;
-        home.write(fileName, "[General]\nother=a, b\nport=1\n[Window]\ngeometry=@ByteArray(\\x1\\x2)\n");
+        // A backslash parts the groups of a key.
+        home.write(fileName, "[General]\nother=a, b\nport=1\n[Window]\ngeometry=@ByteArray(\\x1\\x2)\nlogs\\deep=x\n");
         QVERIFY(SettingsStore().setInteger(port, 2));
         const QByteArray content = contentOf(home.path(fileName));
         QVERIFY2(content.contains("other=a, b\n"), content.constData());
         QVERIFY2(content.contains("geometry=@ByteArray(\\x1\\x2)\n"), content.constData());
+        QVERIFY2(content.contains("logs\\deep=x\n"), content.constData());
         QVERIFY2(content.contains("port=2\n"), content.constData());
+        QVERIFY(!QFileInfo::exists(home.path(fileName) + QStringLiteral(".broken")));
     }
 
     void othersChangesMeanwhileStay() {
@@ -269,6 +272,8 @@ private Q_SLOTS:
         QTest::newRow("unknown escape") << "x=\\)@" + object;
         QTest::newRow("escaped letter") << "x=\\D@" + object;
         QTest::newRow("escape without digits") << "x=\\x@" + object;
+        QTest::newRow("escaped equals sign") << "y\\=x=@" + object;
+        QTest::newRow("quote in a key") << "y\"=a\n\"=b, @" + object;
         QTest::newRow("date") << QByteArray("x=@DateTime(\\0\\0\\0\\x9)");
     }
 
