@@ -45,17 +45,22 @@ configure() {
     fi
 }
 
-# Lets a line through every tenth of the way, and whatever the compiler has to say.
+# Lets a line through every tenth of the way, and whatever the compiler has to say. By the shell itself: Debian 13's awk
+# reads a pipe in blocks that take minutes to fill.
 build_progress() {
-    awk '
-        match($0, /^\[[0-9]+\/[0-9]+\]/) {
-            split(substr($0, 2, RLENGTH - 2), step, "/")
-            tenth = int(10 * step[1] / step[2])
-            if (tenth > shown) { shown = tenth; print "    " step[1] " of " step[2] " steps"; fflush() }
-            next
-        }
-        /^ninja: no work to do/ { print "    is up to date"; next }
-        { print; fflush() }'
+    local line tenth shown=0
+    while IFS= read -r line; do
+        if [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]]; then
+            tenth=$((10 * BASH_REMATCH[1] / BASH_REMATCH[2]))
+            ((tenth > shown)) || continue
+            shown=$tenth
+            note "${BASH_REMATCH[1]} of ${BASH_REMATCH[2]} steps"
+        elif [[ $line == "ninja: no work to do"* ]]; then
+            note "is up to date"
+        else
+            printf '%s\n' "$line"
+        fi
+    done
 }
 
 # build PRESET [TARGET…]

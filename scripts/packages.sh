@@ -97,7 +97,7 @@ as_root() {
 apt_get() {
     as_root env DEBIAN_FRONTEND=noninteractive NEEDRESTART_MODE=l LC_ALL=C.UTF-8 \
         apt-get -q -y -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" </dev/null 2>&1 |
-        tee -a "$apt_log" | awk '/newly installed|^Need to get|^Fetched/ { print "    " $0; fflush() }'
+        tee -a "$apt_log" | sed -unE '/newly installed|^Need to get|^Fetched/s/^/    /p'
 }
 
 update_lists() {

@@ -46,7 +46,8 @@ void SessionManager::Session::accept(IceListenObj listener) {
     }
     notifiers.push_back(std::make_unique<QSocketNotifier>(IceConnectionNumber(connection), QSocketNotifier::Read));
     QSocketNotifier* const notifier = notifiers.back().get();
-    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [=] { read(connection, notifier); });
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier,
+                     [this, connection, notifier] { read(connection, notifier); });
 }
 
 void SessionManager::Session::read(IceConn connection, QSocketNotifier* notifier) {

@@ -12,6 +12,7 @@
 #include <atomic>
 #include <csignal>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::standin;
 using namespace orvanel::test;
@@ -223,7 +224,7 @@ void TestStandInTools::wordsAreDockersOwn() {
     QVERIFY(result.output.endsWith(u" uptime-kuma Pulled \n Network orvanel_default  Creating\n"
                                    " Network orvanel_default  Created\n Container orvanel  Creating\n"
                                    " Container orvanel  Created\n Container orvanel  Starting\n"
-                                   " Container orvanel  Started\n"_qs));
+                                   " Container orvanel  Started\n"_s));
     const QRegularExpression bar(
         QStringLiteral("\\n [0-9a-f]{12} Downloading \\[=*>? *\\] {1,5}[0-9.]+[kM]B/[0-9.]+[kM]B\\n"));
     QVERIFY(bar.match(result.output).hasMatch());
