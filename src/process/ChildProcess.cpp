@@ -55,9 +55,9 @@ public:
         ::posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1);
 
         ::posix_spawnattr_init(&m_attributes);
-        ::posix_spawnattr_setflags(&m_attributes,
-                                   POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-        ::posix_spawnattr_setpgroup(&m_attributes, 0);
+        // A session of its own makes a group of its own, and has no terminal on which a child could ask, and be stopped
+        // for asking in the background.
+        ::posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
         sigset_t signals{};
         sigemptyset(&signals);
         ::posix_spawnattr_setsigmask(&m_attributes, &signals);
@@ -85,6 +85,12 @@ private:
 
 FileDescriptor openProcessDescriptor(pid_t pid) {
     return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+}
+
+/// A child that somebody has stopped takes the signal only when it goes on.
+void terminateFamily(pid_t pid) {
+    ::kill(-pid, SIGTERM);
+    ::kill(-pid, SIGCONT);
 }
 
 FileDescriptor openTicker() {
@@ -139,7 +145,7 @@ int ChildProcess::start(const QString& path, const QStringList& arguments, const
     const std::lock_guard lock(m_mutex);
     m_pid = pid;
     if (m_terminateWanted) {
-        ::kill(-m_pid, SIGTERM);
+        terminateFamily(m_pid);
     }
     return 0;
 }
@@ -164,7 +170,7 @@ void ChildProcess::terminate() {
             m_terminateWanted = true;
             return;
         }
-        ::kill(-m_pid, SIGTERM);
+        terminateFamily(m_pid);
     }
     m_onTerminate();
 }

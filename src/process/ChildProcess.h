@@ -14,9 +14,9 @@
 
 namespace orvanel {
 
-/// One child in a process group of its own, whose output comes through a single pipe. terminate() may be called from
-/// any thread, everything else belongs to the I/O thread. Once ended it stays a zombie until reap(): that keeps its id
-/// from being given to a stranger, whom a late signal would hit.
+/// One child in a session, and so in a process group, of its own, whose output comes through a single pipe. terminate()
+/// may be called from any thread, everything else belongs to the I/O thread. Once ended it stays a zombie until reap():
+/// that keeps its id from being given to a stranger, whom a late signal would hit.
 class ChildProcess final : public RunningProcess {
 public:
     /// `onTerminate` is called after each SIGTERM sent, on the thread that asked for it.

@@ -104,8 +104,15 @@ int signals(const Arguments&) {
     return 0;
 }
 
-int group(const Arguments&) {
-    say(getpgrp() == getpid() ? "own" : "shared");
+int session(const Arguments&) {
+    say(getsid(0) == getpid() && getpgrp() == getpid() ? "own" : "shared");
+    return 0;
+}
+
+/// Says its id first.
+int stopItself(const Arguments&) {
+    say(std::to_string(getpid()) + " ");
+    raise(SIGSTOP);
     return 0;
 }
 
@@ -247,7 +254,8 @@ const std::map<std::string, int (*)(const Arguments&)> faces = {
     {"environment", environment},
     {"descriptors", descriptors},
     {"signals", signals},
-    {"group", group},
+    {"session", session},
+    {"stop-itself", stopItself},
     {"flood", flood},
     {"lines", lines},
     {"drip", drip},

@@ -3,6 +3,7 @@
 #include "support/TestHome.h"
 
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QThread>
 
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 using namespace orvanel;
 using namespace orvanel::test;
@@ -90,7 +92,21 @@ private Q_SLOTS:
         QCOMPARE(result.output, QStringLiteral("no such container"));
     }
 
-    void standardInputIsAtItsEnd() { QCOMPARE(run({QStringLiteral("count-input")}).output, QStringLiteral("0")); }
+    void standardInputIsAtItsEnd() {
+        // Our own has something to read, which must not reach the child.
+        int ends[2] = {-1, -1};
+        QCOMPARE(::pipe2(ends, O_CLOEXEC), 0);
+        QCOMPARE(::write(ends[1], "x", 1), 1);
+        const int ours = ::dup(STDIN_FILENO);
+        const auto restore = qScopeGuard([&] {
+            ::dup2(ours, STDIN_FILENO);
+            for (const int descriptor : {ours, ends[0], ends[1]}) {
+                ::close(descriptor);
+            }
+        });
+        QVERIFY(::dup2(ends[0], STDIN_FILENO) == STDIN_FILENO);
+        QCOMPARE(run({QStringLiteral("count-input")}).output, QStringLiteral("0"));
+    }
 
     void argumentsArriveAsTheyAre() {
         const QStringList arguments{QStringLiteral("a b"), QString(), QStringLiteral("$HOME;*'\""),
@@ -139,7 +155,8 @@ private Q_SLOTS:
         QVERIFY(isNumber);
     }
 
-    void childLeadsAGroup() { QCOMPARE(run({QStringLiteral("group")}).output, QStringLiteral("own")); }
+    /// Without a terminal, on which it could ask.
+    void childLeadsASession() { QCOMPARE(run({QStringLiteral("session")}).output, QStringLiteral("own")); }
 
     void statusIsKnownThoughOurParentIgnoredChildren() {
         const auto before = ::signal(SIGCHLD, SIG_IGN);

@@ -200,6 +200,16 @@ private Q_SLOTS:
         QCOMPARE(result.output, QStringLiteral("ready term 1 term 2 done"));
     }
 
+    void childThatWasStoppedEndsToo() {
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        auto task = runChild(&runner, {QStringLiteral("stop-itself")}, handle, live.callback());
+        QVERIFY(waitUntil([&] { return saidId(live) > 0 && processState(saidId(live)) == 'T'; }));
+        handle->cancel();
+        QCOMPARE(await(std::move(task)).status, terminated);
+    }
+
     void signalGoesToTheWholeGroup() {
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
