@@ -119,6 +119,8 @@ HttpReader::Result HttpReader::endHead() {
     // A notice before the answer, after which another head follows. 101 would change the protocol: that is an answer.
     if (m_status < 200 && m_status != 101) {
         m_part = Part::StatusLine;
+        m_isChunked = false;
+        m_length.reset();
         return std::nullopt;
     }
     if (m_status != 200 || !m_readsBody) {

@@ -95,6 +95,10 @@ private Q_SLOTS:
         row("unknown code", "HTTP/1.1 799 Odd\r\n\r\n", is("799"));
         row("notices first", "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Hints\r\nLink: a\r\n\r\n" + ok + "\r\n{}",
             is("200 {}"));
+        row("notice with a length",
+            "HTTP/1.1 100 Continue\r\nContent-Length: 0\r\n\r\n" + ok + "Content-Length: 2\r\n\r\n{}", is("200 {}"));
+        row("notice in chunks", "HTTP/1.1 103 Hints\r\nTransfer-Encoding: chunked\r\n\r\n" + ok + "\r\n{}",
+            is("200 {}"));
         row("notice only", "HTTP/1.1 100 Continue\r\n\r\n", closed);
         row("another protocol offered", "HTTP/1.1 101 Switching\r\n\r\n", is("101"));
 
