@@ -18,9 +18,6 @@ Clock& controllersClock() {
     return clock;
 }
 
-} // namespace
-namespace {
-
 /// The demo and the tests set the variable ORVANEL_RELEASE_ENDPOINT to the address of a stand-in.
 QUrl releaseEndpoint() {
     const QUrl standIn(qEnvironmentVariable("ORVANEL_RELEASE_ENDPOINT"), QUrl::StrictMode);

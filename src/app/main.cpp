@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <optional>
 #include <unistd.h>
 
 using namespace orvanel;
@@ -30,7 +31,8 @@ void openStandardStreams() {
     ::close(descriptor);
 }
 
-int run(SingleInstance& instance) {
+/// `window`: the token with which the main window opens at once, if it does.
+int run(SingleInstance& instance, const std::optional<QString>& window) {
     // Never released: tasks that still run when the program ends use them to the very end.
     static auto* const environment = new UserEnvironment;
     const std::unique_ptr<LegacyTray> legacyTray = LegacyTray::ofDisplay();
@@ -46,6 +48,9 @@ int run(SingleInstance& instance) {
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp, neverRestart, Qt::DirectConnection);
     QObject::connect(qApp, &QGuiApplication::saveStateRequest, qApp, neverRestart, Qt::DirectConnection);
     app->start();
+    if (window) {
+        app->openMainWindow(*window);
+    }
     const int code = QCoreApplication::exec();
     // A job on the data may still be under way. The end does not wait for it without bound, and the lock on the data is
     // not given up before it is over.
@@ -71,15 +76,19 @@ int main(int argc, char* argv[]) {
     QDir::setCurrent(QDir::homePath());
 
     SingleInstance instance;
+    std::optional<QString> window;
     switch (instance.start(tokens)) {
     case SingleInstance::Outcome::AlreadyRunning:
         return 0;
     case SingleInstance::Outcome::DataInUse:
         std::fputs("Orvanel: a copy that cannot be reached from here runs on the same data.\n", stderr);
         return 1;
+    case SingleInstance::Outcome::Successor:
+        window = tokens.activationToken;
+        break;
     case SingleInstance::Outcome::First:
     case SingleInstance::Outcome::NoBus:
         break;
     }
-    return run(instance);
+    return run(instance, window);
 }

@@ -43,10 +43,11 @@ DataLock::Result DataLock::take(std::chrono::milliseconds patience, std::chrono:
     }
     const QDeadlineTimer deadline(patience);
     const QDeadlineTimer deadlineWithLeaving(patienceWithLeaving);
+    bool isLeaving = false;
     while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         const bool isHeld = errno == EWOULDBLOCK;
-        const bool isOverdue =
-            deadline.hasExpired() && (deadlineWithLeaving.hasExpired() || !isHolderLeaving(descriptor));
+        isLeaving = isHolderLeaving(descriptor);
+        const bool isOverdue = deadline.hasExpired() && (deadlineWithLeaving.hasExpired() || !isLeaving);
         if (!isHeld || isOverdue) {
             ::close(descriptor);
             return isHeld ? Result::HeldElsewhere : Result::Impossible;
@@ -56,7 +57,7 @@ DataLock::Result DataLock::take(std::chrono::milliseconds patience, std::chrono:
     // The last holder may have died while it was leaving. Where this fails, somebody may wait longer than needed.
     [[maybe_unused]] const int emptied = ::ftruncate(descriptor, 0);
     m_descriptor = descriptor;
-    return Result::Taken;
+    return isLeaving ? Result::TakenOver : Result::Taken;
 }
 
 void DataLock::announceEnd() {

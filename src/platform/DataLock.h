@@ -12,6 +12,8 @@ class DataLock {
 public:
     enum class Result {
         Taken,
+        /// From a process that was on its way out.
+        TakenOver,
         HeldElsewhere,
         /// The file cannot be made or locked here.
         Impossible,

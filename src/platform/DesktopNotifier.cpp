@@ -1,6 +1,7 @@
 #include "platform/DesktopNotifier.h"
 
 #include "platform/AppIdentity.h"
+#include "platform/ShortText.h"
 
 #include <QDBusError>
 #include <QDBusMessage>
@@ -12,6 +13,9 @@
 
 namespace orvanel {
 namespace {
+
+/// More than any server shows of a title.
+constexpr qsizetype longestTitle = 200;
 
 const QString serverName = QStringLiteral("org.freedesktop.Notifications");
 const QString serverPath = QStringLiteral("/org/freedesktop/Notifications");
@@ -132,7 +136,7 @@ void DesktopNotifier::send(const News& news) {
     call.setArguments({
         identity::applicationName(),
         uint(0), // replaces no other notification
-        identity::iconName(), news.title, hasMarkup ? news.body.toHtmlEscaped() : news.body,
+        identity::iconName(), shortened(news.title, longestTitle), hasMarkup ? news.body.toHtmlEscaped() : news.body,
         hasActions ? QStringList{defaultAction, QStringLiteral("Open")} : QStringList(), hints(),
         -1, // shown as long as the server likes
     });

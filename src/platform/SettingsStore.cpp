@@ -153,7 +153,7 @@ bool SettingsStore::set(const QString& key, const QString& value) {
     }
     // A new object each time: the status of a QSettings never returns from an error.
     QSettings settings(m_file, QSettings::IniFormat);
-    if (state == FileState::Broken) {
+    if (state != FileState::Good) {
         for (auto kept = m_values.cbegin(); kept != m_values.cend(); ++kept) {
             if (kept.value().toString().size() <= longestText) {
                 settings.setValue(kept.key(), kept.value());

@@ -23,7 +23,7 @@ public:
     /// Written to disk before the call returns. False when that failed, as it does with more than 6,000 characters; the
     /// value then holds for this run only.
     /// What others wrote into the file stays; a file that cannot be understood is moved aside, to the same name with
-    /// ".broken" and, if need be, a number.
+    /// ".broken" and, if need be, a number. Then, and when the file was deleted, all known values are written.
     bool setInteger(const QString& key, int value);
     bool setText(const QString& key, const QString& value);
     bool setBoolean(const QString& key, bool value);

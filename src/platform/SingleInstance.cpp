@@ -142,12 +142,18 @@ void SingleInstance::leaveBus() {
 }
 
 SingleInstance::Outcome SingleInstance::runUnderLock(Outcome outcome) {
+    switch (m_lock.take(patienceWithLock, patienceWithLeaving)) {
+    case DataLock::Result::HeldElsewhere:
+        leaveBus();
+        return Outcome::DataInUse;
+    case DataLock::Result::TakenOver:
+        return Outcome::Successor;
+    case DataLock::Result::Taken:
     // A place without locks must not keep the program from running.
-    if (m_lock.take(patienceWithLock, patienceWithLeaving) != DataLock::Result::HeldElsewhere) {
-        return outcome;
+    case DataLock::Result::Impossible:
+        break;
     }
-    leaveBus();
-    return Outcome::DataInUse;
+    return outcome;
 }
 
 } // namespace orvanel

@@ -22,6 +22,8 @@ public:
     enum class Outcome {
         /// Run: this is the only copy.
         First,
+        /// Run: this is the only copy, but somebody who saw the last one leave may expect its window.
+        Successor,
         /// Leave: another copy runs and was told to come to the front, even if it did not answer in time.
         AlreadyRunning,
         /// Run: this is the only copy, but later ones cannot reach it.

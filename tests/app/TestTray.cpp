@@ -1,6 +1,7 @@
 #include "DisplayWindows.h"
 #include "RunningProgram.h"
 #include "app/widgets/StateColors.h"
+#include "standin/desktop/NotificationServer.h"
 #include "standin/desktop/StatusArea.h"
 #include "standin/desktop/VirtualDisplay.h"
 #include "standin/kuma/KumaServer.h"
@@ -186,6 +187,28 @@ private Q_SLOTS:
         QVERIFY(desktop.showsDot(Meaning::bad));
     }
 
+    void aClickOnANotificationOpensTheWindow() {
+        const KumaServer server;
+        const auto slug = QStringLiteral("home");
+        server.page(slug, R"({"publicGroupList":[{"id":1,"name":"All","monitorList":[{"id":1,"name":"Shop"}]}]})");
+        server.heartbeat(slug, R"({"heartbeatList":{"1":[{"status":1}]},"uptimeList":{}})");
+        Desktop desktop;
+        desktop.hurry();
+        standin::NotificationServer notifications(desktop.program.bus.connect());
+        QVERIFY(notifications.open());
+        QVERIFY(desktop.area.open());
+        desktop.program.setting("port=" + QByteArray::number(server.port()));
+        desktop.program.setting("slug=home");
+        desktop.program.addContainer("running");
+        desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(QStringLiteral("All 1 monitors up")));
+        server.heartbeat(slug, R"({"heartbeatList":{"1":[{"status":0}]},"uptimeList":{}})");
+        QVERIFY(waitUntil([&] { return notifications.shown().size() == 1; }));
+        QVERIFY(!desktop.windows.titles().contains(title));
+        notifications.invoke(notifications.shown().first().id, QStringLiteral("default"));
+        QVERIFY(desktop.showsWindow());
+    }
+
     void comesWhenThePanelComes() {
         Desktop desktop;
         desktop.program.start();
@@ -304,6 +327,22 @@ private Q_SLOTS:
         desktop.press("Quit");
         QVERIFY(waitUntil([&] { return desktop.item() == nullptr; }));
         QCOMPARE(process.state(), QProcess::Running);
+    }
+
+    void aStartDuringTheEndOpensTheWindow() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.setting("stopOnQuit=true");
+        desktop.program.addContainer("running");
+        desktop.program.delayStop(1000);
+        QProcess& first = desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStarting));
+        desktop.press("Quit");
+        QVERIFY(waitUntil([&] { return desktop.item() == nullptr; }));
+        desktop.program.start();
+        QCOMPARE(RunningProgram::exitCode(first), 0);
+        QVERIFY(desktop.showsWindow());
+        QVERIFY(desktop.saysInTheTray(isStopped));
     }
 
     void aSecondStartOpensTheWindow() {

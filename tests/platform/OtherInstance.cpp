@@ -21,6 +21,8 @@ QString nameOf(SingleInstance::Outcome outcome) {
     switch (outcome) {
     case SingleInstance::Outcome::First:
         return QStringLiteral("First");
+    case SingleInstance::Outcome::Successor:
+        return QStringLiteral("Successor");
     case SingleInstance::Outcome::AlreadyRunning:
         return QStringLiteral("AlreadyRunning");
     case SingleInstance::Outcome::NoBus:
@@ -44,6 +46,7 @@ int main(int argc, char** argv) {
                      [](const QString& token) { say(QStringLiteral("activated ") + token); });
     const auto outcome = instance.start(tokens);
     say(nameOf(outcome));
-    const bool runs = outcome == SingleInstance::Outcome::First || outcome == SingleInstance::Outcome::NoBus;
-    return runs ? QCoreApplication::exec() : 0;
+    const bool leaves =
+        outcome == SingleInstance::Outcome::AlreadyRunning || outcome == SingleInstance::Outcome::DataInUse;
+    return leaves ? 0 : QCoreApplication::exec();
 }

@@ -150,7 +150,16 @@ private Q_SLOTS:
         const QVariant urgency = posted.hints.value(QStringLiteral("urgency"));
         QCOMPARE(urgency.typeId(), int(QMetaType::UChar));
         QCOMPARE(urgency.toUInt(), 1U);
-        QVERIFY(!posted.hints.value(QStringLiteral("sound-name")).toString().isEmpty());
+        QCOMPARE(posted.hints.value(QStringLiteral("sound-name")).toString(), QStringLiteral("message-new-instant"));
+    }
+
+    void longTitleIsCut() {
+        PrivateBus bus;
+        const FakeNotificationServer server(&bus, {QStringLiteral("body")});
+        DesktopNotifier notifier(bus.connect());
+        notifier.post(QString(1'000'000, u'x'), QStringLiteral("body"));
+        QVERIFY(waitUntil([&] { return server.posted.size() == 1; }));
+        QCOMPARE(server.posted[0].summary, QString(200, u'x') + u'…');
     }
 
     void bodyIsEscapedWhereItIsMarkup() {

@@ -226,6 +226,16 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(home.path(fileName) + QStringLiteral(".broken")));
     }
 
+    void deletedFileIsWrittenAnewWithAllThatIsKnown() {
+        const TestHome home;
+        home.write(fileName, "[General]\nport=4001\nslug=mine\n");
+        SettingsStore store;
+        QVERIFY(QFile::remove(home.path(fileName)));
+        QVERIFY(store.setInteger(port, 4002));
+        QCOMPARE(SettingsStore().text(slug, {}), QStringLiteral("mine"));
+        QCOMPARE(SettingsStore().integer(port, 0), 4002);
+    }
+
     void othersChangesMeanwhileStay() {
         const TestHome home;
         home.write(fileName, "[General]\nport=1\nslug=old\n");

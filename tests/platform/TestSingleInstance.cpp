@@ -220,7 +220,7 @@ private Q_SLOTS:
         const auto desktop = bus.connect();
         QVERIFY(waitUntil([&] { return desktop.interface()->isServiceRegistered(name).value(); }));
         instance.reset();
-        QCOMPARE(other.line(), QStringLiteral("First"));
+        QCOMPARE(other.line(), QStringLiteral("Successor"));
         QCOMPARE(activated.size(), 0);
     }
 
@@ -234,7 +234,7 @@ private Q_SLOTS:
             std::this_thread::sleep_for(50ms);
             first.release();
         });
-        QCOMPARE(second.take(0ms, 1h), DataLock::Result::Taken);
+        QCOMPARE(second.take(0ms, 1h), DataLock::Result::TakenOver);
         end.join();
         // The announcement was not the new holder's.
         DataLock third(lockFile());

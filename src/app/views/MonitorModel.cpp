@@ -1,8 +1,8 @@
 #include "app/views/MonitorModel.h"
 
 #include "app/views/MonitorStatus.h"
-#include "app/widgets/ShortText.h"
 #include "app/widgets/ToolTip.h"
+#include "platform/ShortText.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 #include "app/views/StatusErrorCard.h"
 
-#include "app/widgets/ShortText.h"
 #include "controller/KumaController.h"
+#include "platform/ShortText.h"
 
 namespace orvanel {
 namespace {

@@ -1,7 +1,7 @@
 #include "app/widgets/TextLabel.h"
 
-#include "app/widgets/ShortText.h"
 #include "app/widgets/ToolTip.h"
+#include "platform/ShortText.h"
 
 #include <QApplication>
 #include <QEvent>

@@ -1,6 +1,6 @@
 #include "app/widgets/ToolTip.h"
 
-#include "app/widgets/ShortText.h"
+#include "platform/ShortText.h"
 
 namespace orvanel {
 namespace {

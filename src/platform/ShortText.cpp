@@ -1,4 +1,4 @@
-#include "app/widgets/ShortText.h"
+#include "platform/ShortText.h"
 
 namespace orvanel {
 
