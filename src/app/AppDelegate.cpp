@@ -19,7 +19,8 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
     m_controller.shutdownPolling();
-    if (!stopsContainerFirst(m_controller.stopOnQuit(), m_controller.kuma(), m_controller.dockerState())) {
+    const KumaState kuma = m_controller.isBringingUp() ? KumaState::starting : m_controller.kuma();
+    if (!stopsContainerFirst(m_controller.stopOnQuit(), kuma, m_controller.dockerState())) {
         return TerminateReply::TerminateNow;
     }
     m_tasks.start(stopThenReply(), QStringLiteral("stop before the end"));
@@ -31,6 +32,8 @@ QCoro::Task<void> AppDelegate::stopThenReply() {
     std::exception_ptr failure;
     if (docker) {
         try {
+            // A stop beside it would find nothing to stop yet.
+            co_await m_controller.bringUpEnd();
             co_await m_controller.runStop(*docker);
         } catch (...) {
             failure = std::current_exception();

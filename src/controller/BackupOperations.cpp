@@ -100,7 +100,7 @@ void KumaController::backupEnded(const std::optional<OpError>& error) {
     m_backupsUnderWay -= 1;
     showBackups();
     if (error) {
-        m_error = error;
+        replaceError(*error);
     }
 }
 
@@ -130,18 +130,15 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
         if (!m_dockerPath.value()) {
             m_dockerPath = m_env.findDocker(m_dockerOverride);
         }
-        const std::optional<QString> docker = m_dockerPath.value();
         const bool isStopped = co_await tryStop();
         if (!isStopped) {
             co_return;
         }
-        if (docker) {
-            // A stop that could not look at the container ends without an error, and the server may be running.
-            const CommandResult probe = co_await probeContainer(*docker);
-            if (mayServerRun(probe)) {
-                m_error = unknownContainerError(probe, QStringLiteral("Nothing was restored."));
-                co_return;
-            }
+        // A stop that could not look at the container ends without an error, and the server may be running.
+        const CommandResult probe = co_await lookAtContainer();
+        if (mayServerRun(probe)) {
+            m_error = unknownContainerError(probe, QStringLiteral("Nothing was restored."));
+            co_return;
         }
         try {
             co_await m_env.restore(source, dataDir(), backupsDir());

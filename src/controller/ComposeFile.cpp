@@ -37,7 +37,9 @@ namespace {
 /// A file that cannot be read, or is longer than any text of ours, is simply another text.
 bool holds(const QString& path, const QByteArray& content) {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) && file.size() == content.size() && file.readAll() == content;
+    // To open a pipe would wait for its writer.
+    return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) && file.size() == content.size() &&
+           file.readAll() == content;
 }
 
 /// QSaveFile refuses to take the place of a file that may not be written, and would inherit that it may not be read.
@@ -83,10 +85,14 @@ QCoro::Task<bool> KumaController::ensureCompose(QString docker) {
     const QStringList arguments{QStringLiteral("compose"), QStringLiteral("version")};
     const CommandResult result = co_await command(docker, arguments, std::chrono::seconds(10));
     // The user may have chosen another tool meanwhile, about which this answer says nothing.
-    if (m_dockerPath.value() == docker) {
+    if (m_dockerPath.value() != docker) {
+        co_return result.isSuccess();
+    }
+    // Somebody else may have asked at the same time; all go by the first answer.
+    if (!m_composeAvailable.value()) {
         m_composeAvailable = result.isSuccess();
     }
-    co_return result.isSuccess();
+    co_return *m_composeAvailable.value();
 }
 
 std::optional<int> KumaController::freePort() const {

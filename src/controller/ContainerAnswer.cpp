@@ -47,6 +47,11 @@ bool leavesDataAlone(const CommandResult& answer) {
     return std::any_of(plain.begin(), plain.end(), [&text](const QString& words) { return text.contains(words); });
 }
 
+bool saysNameIsTaken(const CommandResult& answer) {
+    const bool hasFailed = answer.status != 0 && !answer.timedOut && !answer.cancelled;
+    return hasFailed && answer.output.contains(QStringLiteral("The container name \"/orvanel\" is already in use"));
+}
+
 OpError unknownContainerError(const CommandResult& answer, const QString& consequence) {
     const bool hasWords = !answer.timedOut && !answer.output.isEmpty();
     return {QStringLiteral("Could not make sure that Uptime Kuma is stopped. ") + consequence,

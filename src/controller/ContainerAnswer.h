@@ -24,6 +24,9 @@ bool isStopped(const CommandResult& answer);
 /// could run it. False when the answer tells nothing: the tool was refused, did not answer in time or has a fault.
 bool leavesDataAlone(const CommandResult& answer);
 
+/// Whether compose found the name of the container borne by one that is not its own.
+bool saysNameIsTaken(const CommandResult& answer);
+
 /// What the user is told when leavesDataAlone() is false. `consequence` is the sentence that says what was not done.
 OpError unknownContainerError(const CommandResult& answer, const QString& consequence);
 

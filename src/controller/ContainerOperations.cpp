@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QPointer>
+#include <QScopeGuard>
 
 #include <exception>
 
@@ -24,6 +25,14 @@ constexpr auto logsLimit = 15s;
 
 QString startingText() {
     return QStringLiteral("Starting Uptime Kuma…");
+}
+
+QString noDockerText() {
+    return QStringLiteral("Docker was not found.");
+}
+
+QStringList removeContainerArguments() {
+    return {QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")};
 }
 
 } // namespace
@@ -186,22 +195,55 @@ QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_t
     co_return result;
 }
 
+/// One that starts the container, and so has to end before anybody can stop it for good.
+QCoro::Task<CommandResult> KumaController::startingCommand(QString docker, QStringList arguments) {
+    const Event<bool> end;
+    m_startEnd = end;
+    const auto ended = qScopeGuard([this, end] {
+        m_startEnd.reset();
+        end.complete(true);
+    });
+    const CommandResult result = co_await command(docker, arguments, upLimit);
+    co_return result;
+}
+
+QCoro::Task<void> KumaController::bringUpEnd() {
+    if (m_startEnd) {
+        const Event<bool> end = *m_startEnd;
+        co_await end;
+    }
+}
+
+/// A container from a time without compose bears the name that compose wants to give, and makes room: all that counts
+/// lies in the data folder.
+QCoro::Task<CommandResult> KumaController::composeUp(QString docker) {
+    const QStringList up = composeArgs(QStringList{QStringLiteral("up"), QStringLiteral("-d")});
+    const CommandResult first = co_await startingCommand(docker, up);
+    if (!saysNameIsTaken(first)) {
+        co_return first;
+    }
+    co_await command(docker, removeContainerArguments(), removeOldLimit);
+    if (m_isLeaving) {
+        co_return CommandResult{.cancelled = true};
+    }
+    const CommandResult second = co_await startingCommand(docker, up);
+    co_return second;
+}
+
 QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional<QString> existing, bool recreate) {
     const bool hasCompose = co_await ensureCompose(docker);
     if (m_isLeaving) {
         co_return CommandResult{.cancelled = true};
     }
     if (hasCompose) {
-        const QStringList up = composeArgs(QStringList{QStringLiteral("up"), QStringLiteral("-d")});
-        const CommandResult result = co_await command(docker, up, upLimit);
+        const CommandResult result = co_await composeUp(docker);
         co_return result;
     }
     if (existing == QStringLiteral("running") && !recreate) {
         co_return CommandResult{.status = 0};
     }
     if (existing) {
-        const QStringList remove{QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")};
-        co_await command(docker, remove, removeOldLimit);
+        co_await command(docker, removeContainerArguments(), removeOldLimit);
     }
     if (m_isLeaving) {
         co_return CommandResult{.cancelled = true};
@@ -217,7 +259,7 @@ QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional
                           QStringLiteral("-v"),
                           dataDir() + QStringLiteral(":/app/data"),
                           imageReference()};
-    const CommandResult result = co_await command(docker, run, upLimit);
+    const CommandResult result = co_await startingCommand(docker, run);
     co_return result;
 }
 
@@ -230,6 +272,12 @@ bool KumaController::isPortTaken(int port) const {
 void KumaController::showOperation(const QString& text) {
     m_operationText = text;
     m_busy = text;
+}
+
+/// An error from elsewhere takes the place of the last operation's, and with it of the way out that was offered.
+void KumaController::replaceError(const OpError& error) {
+    m_suggestedPort = std::nullopt;
+    m_error = error;
 }
 
 void KumaController::fail(const CommandResult& result) {
@@ -266,14 +314,7 @@ QCoro::Task<void> KumaController::confirmRemoveEverything() {
 
 /// False when the container may still be there, with the reason published.
 QCoro::Task<bool> KumaController::removeContainer() {
-    if (!m_dockerPath.value()) {
-        m_dockerPath = m_env.findDocker(m_dockerOverride);
-    }
-    if (!m_dockerPath.value()) {
-        co_return true;
-    }
-    const QString docker = *m_dockerPath.value();
-    const CommandResult look = co_await probeContainer(docker);
+    const CommandResult look = co_await lookAtContainer();
     if (look.status != 0) {
         const bool isInDoubt = mayServerRun(look);
         if (isInDoubt) {
@@ -281,8 +322,12 @@ QCoro::Task<bool> KumaController::removeContainer() {
         }
         co_return !isInDoubt;
     }
+    const QString docker = *m_dockerPath.value();
     const bool hasCompose = co_await ensureCompose(docker);
     if (hasCompose) {
+        // Compose needs its file, which somebody may have deleted or spoilt; where it cannot be written, compose
+        // complains.
+        prepareFiles();
         const QStringList down = composeArgs(QStringList(QStringLiteral("down")));
         const CommandResult result = co_await command(docker, down, removeAllLimit);
         if (!result.isSuccess()) {
@@ -295,16 +340,31 @@ QCoro::Task<bool> KumaController::removeContainer() {
             co_return true;
         }
     }
-    const QStringList remove{QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")};
-    const CommandResult result = co_await command(docker, remove, removeAllLimit);
+    const CommandResult result = co_await command(docker, removeContainerArguments(), removeAllLimit);
     if (!result.isSuccess()) {
         fail(result);
     }
     co_return result.isSuccess();
 }
 
-/// Containers may live on when the daemon has gone, but then they hold their port.
+/// The state of the container, before its data is touched.
+QCoro::Task<CommandResult> KumaController::lookAtContainer() {
+    if (!m_dockerPath.value()) {
+        m_dockerPath = m_env.findDocker(m_dockerOverride);
+    }
+    if (!m_dockerPath.value()) {
+        co_return CommandResult{.status = -1, .output = noDockerText()};
+    }
+    const QString docker = *m_dockerPath.value();
+    const CommandResult answer = co_await probeContainer(docker);
+    co_return answer;
+}
+
+/// Containers may live on when the daemon has gone, or the tool cannot be found, but then they hold their port.
 bool KumaController::mayServerRun(const CommandResult& probe) const {
+    if (!m_dockerPath.value()) {
+        return isPortTaken(m_port);
+    }
     const bool hasNoDaemon = !probe.isSuccess() && !isAbsent(probe);
     return !leavesDataAlone(probe) || (hasNoDaemon && isPortTaken(m_port));
 }
@@ -322,7 +382,7 @@ QCoro::Task<void> KumaController::performRemoveEverything() {
 
 QCoro::Task<QString> KumaController::fetchLogs() {
     if (!m_dockerPath.value()) {
-        co_return QStringLiteral("Docker was not found.");
+        co_return noDockerText();
     }
     const QString docker = *m_dockerPath.value();
     const QStringList arguments{QStringLiteral("logs"), QStringLiteral("--tail"), QStringLiteral("300"),

@@ -97,8 +97,8 @@ void KumaController::setHasSeenGuide(bool seen) {
 /// A setting that could not be stored holds until the program ends; the user should know before that.
 bool KumaController::saved(bool success) {
     if (!success) {
-        m_error = OpError{QStringLiteral("The settings could not be saved."),
-                          QStringLiteral("%1 could not be written.").arg(m_env.defaults->file())};
+        replaceError({QStringLiteral("The settings could not be saved."),
+                      QStringLiteral("%1 could not be written.").arg(m_env.defaults->file())});
     }
     return success;
 }
@@ -115,7 +115,7 @@ bool KumaController::launchAtLogin() const {
 void KumaController::setLaunchAtLogin(bool launch) {
     const std::optional<QString> failure = m_env.loginItem->setEnabled(launch);
     if (failure) {
-        m_error = OpError{QStringLiteral("Could not change launch at login."), *failure};
+        replaceError({QStringLiteral("Could not change launch at login."), *failure});
     }
     // Told in any case, so that a switch shows the true status again.
     Q_EMIT changed();

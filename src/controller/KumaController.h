@@ -7,6 +7,7 @@
 #include "controller/KumaState.h"
 #include "controller/MonitorTransitions.h"
 #include "controller/OpError.h"
+#include "task/Event.h"
 #include "task/TaskScope.h"
 
 #include <QObject>
@@ -115,7 +116,12 @@ public:
     /// version again while the new one is not downloaded. An operation under way is not cancelled, but from now on,
     /// until begin(), none downloads anything or brings the container up.
     void shutdownPolling();
-    /// Stops the container, through compose where that works; the result of the last command run.
+    /// Whether a command is under way that brings the container up, whatever the last poll saw.
+    bool isBringingUp() const { return m_startEnd.has_value(); }
+    /// The end of that command. Only one may wait for it.
+    QCoro::Task<void> bringUpEnd();
+    /// Stops the container, through compose where that works; the result of the last command run. What is being brought
+    /// up meanwhile comes up all the same.
     QCoro::Task<CommandResult> runStop(QString docker);
 
     // --- Container operations (ContainerOperations.cpp). One at a time: a request during another is dropped.
@@ -210,13 +216,17 @@ private:
     QCoro::Task<void> performRestart(std::stop_token stop);
     QCoro::Task<void> performRemoveEverything();
     QCoro::Task<bool> removeContainer();
+    QCoro::Task<CommandResult> lookAtContainer();
     bool mayServerRun(const CommandResult& probe) const;
     QCoro::Task<void> stopWhatCameBack();
     QCoro::Task<void> confirmRemoveEverything();
     QCoro::Task<CommandResult> pullImage(QString docker, std::stop_token stop);
+    QCoro::Task<CommandResult> startingCommand(QString docker, QStringList arguments);
+    QCoro::Task<CommandResult> composeUp(QString docker);
     QCoro::Task<CommandResult> bringUp(QString docker, std::optional<QString> existing, bool recreate);
     bool isPortTaken(int port) const;
     void showOperation(const QString& text);
+    void replaceError(const OpError& error);
     void fail(const CommandResult& result);
     void fail(const std::exception& failure);
 
@@ -288,6 +298,9 @@ private:
     /// Cancel the operation's and the installation's child, while there is one that may be cancelled.
     std::shared_ptr<ProcessHandle> m_processHandle;
     std::shared_ptr<ProcessHandle> m_setupHandle;
+
+    /// Happens when the command that brings the container up has ended, while there is one.
+    std::optional<Event<bool>> m_startEnd;
 
     /// What the operation under way shows in m_busy, when no backup does.
     QString m_operationText;

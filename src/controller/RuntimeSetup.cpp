@@ -54,6 +54,7 @@ void KumaController::runSetup(const QString& name, OperationBody body) {
     m_setupTask.emplace();
     m_setupHandle = std::make_shared<ProcessHandle>();
     m_error = std::nullopt;
+    m_suggestedPort = std::nullopt;
     m_setupLog = QString();
     m_tasks.start(performSetup(std::move(body)), name);
 }

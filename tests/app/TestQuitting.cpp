@@ -208,6 +208,48 @@ private Q_SLOTS:
         QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
     }
 
+    void whatIsBroughtUpIsStoppedAfterwards_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::addColumn<bool>("isRestart");
+        QTest::newRow("restart, compose") << true << true;
+        QTest::newRow("restart, plain") << false << true;
+        // The last poll has seen no container at all.
+        QTest::newRow("first start, compose") << true << false;
+        QTest::newRow("first start, plain") << false << false;
+    }
+
+    /// The docker tool works on when the program is gone: the container would come up after its stop.
+    void whatIsBroughtUpIsStoppedAfterwards() {
+        QFETCH(const bool, compose);
+        QFETCH(const bool, isRestart);
+        AppFixture world;
+        world.docker().compose = compose;
+        world.kuma().setStopOnQuit(true);
+        const char* up = compose ? "compose up" : "run";
+        if (isRestart) {
+            QVERIFY(world.startsWithRunningContainer());
+            world.delay(up, 10s, 1);
+            world.kuma().restart();
+        } else {
+            standin::addImage(world.docker());
+            world.app().start();
+            world.settle();
+            world.delay(up, 10s, 1);
+            world.kuma().start();
+        }
+        world.settle();
+        QCOMPARE(world.underWay(), QStringList(QString::fromLatin1(up)));
+        world.takeCommands();
+        const auto code = world.runLoop([&] {
+            QCoreApplication::quit();
+            world.advance(10s);
+        });
+        QCOMPARE(code, 0);
+        QCOMPARE(stops(world).last(), compose ? QStringLiteral("compose stop") : QStringLiteral("stop"));
+        QCOMPARE(world.docker().container->state, "exited");
+        QVERIFY(!world.underWay().contains(QString::fromLatin1(up)));
+    }
+
     void windowsCloseAtOnceAndOpenNoMore() {
         AppFixture world;
         world.kuma().setStopOnQuit(true);

@@ -10,8 +10,10 @@ namespace {
 /// last.
 QString allowedOrder(const QString& label) {
     auto stop = QStringLiteral("(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?");
-    auto start = QStringLiteral("(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?"
-                                "(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?)?");
+    // A container that is not compose's own has to go first.
+    auto bringUp = QStringLiteral("(compose version;)?(compose up;(rm;(compose up;)?)?|(rm;)?(run;)?)?");
+    auto start = QStringLiteral("(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?") + bringUp +
+                 QStringLiteral("?)?)?)?");
     if (label.startsWith(QStringLiteral("Starting"))) {
         return start;
     }

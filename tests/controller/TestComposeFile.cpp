@@ -52,6 +52,16 @@ private Q_SLOTS:
         QCOMPARE(programFolder(kuma), (QStringList{QStringLiteral("data"), QStringLiteral("docker-compose.yml")}));
     }
 
+    void pipeInTheFilesPlaceIsReplaced() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        QVERIFY(!kuma.prepareFiles());
+        QVERIFY(QFile::remove(kuma.composeURL()));
+        QCOMPARE(::mkfifo(QFile::encodeName(kuma.composeURL()).constData(), 0600), 0);
+        QVERIFY(!kuma.prepareFiles());
+        QCOMPARE(contentOf(kuma.composeURL()), expectedText(kuma));
+    }
+
     void sameTextIsNotWrittenAgain() {
         ControllerFixture world;
         KumaController& kuma = world.controller();

@@ -83,8 +83,8 @@ private Q_SLOTS:
         read(world, {monitor(5, 0), monitor(5, 1)});
         QCOMPARE(world.notifier.posted, QList<MonitorNews>{isDown});
         world.notifier.posted.clear();
-        read(world, {monitor(5, 0)});
-        QCOMPARE(world.notifier.posted, QList<MonitorNews>{isDown});
+        read(world, {monitor(5, 0), monitor(5, 0)});
+        QCOMPARE(world.notifier.posted, (QList<MonitorNews>{isDown, isDown}));
     }
 
     void failedReadsAreNotCompared() {
@@ -119,6 +119,19 @@ private Q_SLOTS:
         read(world, {monitor(5, 0)});
         QCOMPARE(shown, QList<MonitorRow>{monitor(5, 1)});
         QCOMPARE(world.controller().monitors(), QList<MonitorRow>{monitor(5, 0)});
+    }
+
+    void leaveIsAskedForAfterTheRows() {
+        ControllerFixture world;
+        QList<MonitorRow> shown;
+        QObject::connect(&world.controller(), &KumaController::changed, this, [&] {
+            if (world.notifier.authorizationRequests == 0) {
+                shown = world.controller().monitors();
+            }
+        });
+        read(world, {monitor(5, 1)});
+        QCOMPARE(world.notifier.authorizationRequests, 1);
+        QCOMPARE(shown, QList<MonitorRow>{monitor(5, 1)});
     }
 
     void leaveIsAskedForOnceAtTheFirstSuccess() {

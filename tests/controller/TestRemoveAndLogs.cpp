@@ -211,7 +211,6 @@ private Q_SLOTS:
         ControllerFixture world;
         standin::addContainer(world.docker(), "running");
         KumaController& kuma = world.controller();
-        QVERIFY(!kuma.prepareFiles());
         world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
         kuma.removeEverything();
         world.dialogs.answerAll(true);
@@ -219,6 +218,48 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QVERIFY(!world.docker().container);
         QVERIFY(!QFile::exists(kuma.dataDir()));
+    }
+
+    void removalWritesTheComposeFileAnew_data() {
+        QTest::addColumn<bool>("isThere");
+        QTest::newRow("deleted") << false;
+        QTest::newRow("spoilt") << true;
+    }
+
+    void removalWritesTheComposeFileAnew() {
+        QFETCH(const bool, isThere);
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(QFile::remove(kuma.composeURL()));
+        if (isThere) {
+            world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml"), "services: [");
+        }
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QVERIFY(!world.docker().container);
+        QVERIFY(!QFile::exists(kuma.dataDir()));
+    }
+
+    /// The tool may lie where only the setting told, and the server goes on without it.
+    void removalWithoutAToolKeepsTheDataWhileSomebodyHoldsThePort() {
+        ControllerFixture world;
+        world.installedDocker = std::nullopt;
+        KumaController& kuma = world.controller();
+        world.listeningPorts = {kuma.port()};
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error(),
+                 (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was deleted."),
+                          QStringLiteral("Docker was not found.")}));
+        QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
     }
 
     void removalConfirmedDuringAnotherOperationIsDropped() {

@@ -168,6 +168,19 @@ private Q_SLOTS:
             (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."), words}));
     }
 
+    /// The tool may lie where only the setting told, and the server goes on without it.
+    void restoreWithoutAToolReplacesNothingWhileSomebodyHoldsThePort() {
+        ControllerFixture world;
+        world.installedDocker = std::nullopt;
+        world.listeningPorts = {world.controller().port()};
+        restoreFrom(world, zip);
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QCOMPARE(world.controller().error(),
+                 (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."),
+                          QStringLiteral("Docker was not found.")}));
+    }
+
     /// A daemon that is only restarted brings its containers up again while the backup is unpacked.
     void serverThatCameBackIsStartedAnewOnTheRestoredData() {
         ControllerFixture world;

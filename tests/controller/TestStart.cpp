@@ -252,6 +252,12 @@ private Q_SLOTS:
         QCOMPARE(kuma.error(), (OpError{QStringLiteral("Port 3001 is already in use by another program."),
                                         QStringLiteral("Port 3001 on 127.0.0.1 could not be bound.")}));
         QCOMPARE(kuma.suggestedPort(), std::optional(3002));
+
+        // The next error has nothing to do with a port.
+        world.loginItem.failure = QStringLiteral("No room.");
+        kuma.setLaunchAtLogin(true);
+        QCOMPARE(kuma.error()->details, QStringLiteral("No room."));
+        QVERIFY(!kuma.suggestedPort());
     }
 
     void takenPortIsLookedAtWhateverElseTheContainerDoes_data() {

@@ -146,14 +146,37 @@ private Q_SLOTS:
         QVERIFY(!kuma.error());
         QCOMPARE(world.docker().container->state, std::string("exited"));
 
-        kuma.start();
-        QVERIFY(world.operationEnds());
-        standin::addContainer(world.docker(), "running");
-        world.docker().container->owner = standin::Owner::plain;
+        world.docker().container->state = "running";
         world.answer("stop", 1, QStringLiteral("no"));
         kuma.stop();
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no")}));
+    }
+
+    /// The plug-in was installed after the container had been made without it.
+    void containerOfPlainDockerMakesRoomForThatOfCompose() {
+        ControllerFixture world;
+        world.docker().compose = false;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.docker().compose = true;
+        kuma.setDockerOverride(QString());
+        kuma.recheck();
+        QVERIFY(world.everythingEnds());
+        world.takeCommands();
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        const QStringList commands = world.takeCommands();
+        const QStringList end = names({"compose up", "rm", "compose up", "inspect"});
+        QCOMPARE(commands.last(end.size()), end);
+        QCOMPARE(world.docker().container->state, std::string("running"));
+        QVERIFY(world.docker().container->owner != standin::Owner::plain);
+
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!world.takeCommands().contains(QStringLiteral("rm")));
     }
 
     void stopOfWhichNothingIsKnownIsMadeSure() {

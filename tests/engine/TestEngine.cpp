@@ -382,6 +382,23 @@ private Q_SLOTS:
         QCOMPARE(containerState(), QStringLiteral("exited"));
     }
 
+    /// Made before there was a compose, or by hand.
+    void containerOfPlainDockerMakesRoom() {
+        const auto name = QStringLiteral("orvanel");
+        docker({QStringLiteral("rm"), QStringLiteral("-f"), name});
+        const CommandResult made =
+            docker({QStringLiteral("create"), QStringLiteral("--name"), name, m_controller->imageReference()});
+        QVERIFY2(made.isSuccess(), qPrintable(made.output));
+        const QString before = containerId();
+        m_controller->start();
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+        QVERIFY(containerId() != before);
+        QVERIFY(isDataInUse());
+        QCOMPARE(content(database), QByteArray("precious"));
+    }
+
     void removeEverything() {
         QVERIFY(QFileInfo::exists(m_controller->dataDir()));
         m_controller->removeEverything();
