@@ -80,26 +80,35 @@ quint64 sizeInExtra(QByteArrayView extra) {
     return inZip64;
 }
 
-/// None when the bytes are no such list.
-std::optional<ZipListing> addUp(QByteArrayView directory) {
+/// The next bytes of the file; none when it ends before.
+std::optional<QByteArray> readNext(QFile& file, qint64 size) {
+    QByteArray bytes = file.read(size);
+    return bytes.size() == size ? std::optional(std::move(bytes)) : std::nullopt;
+}
+
+/// None when the `size` bytes from where the file stands are no such list, or cannot be read. They are not mapped: an
+/// archive that shrinks meanwhile, or a disk that fails, would then end the program.
+std::optional<ZipListing> addUp(QFile& file, qint64 size) {
     constexpr quint64 most = std::numeric_limits<qint64>::max();
     ZipListing listing;
     quint64 sum = 0;
-    while (!directory.isEmpty()) {
-        if (directory.size() < entrySize || !directory.startsWith(QByteArrayView("PK\x01\x02", 4))) {
+    while (size > 0) {
+        const auto entry = readNext(file, entrySize);
+        if (!entry || !entry->startsWith("PK\x01\x02")) {
             return std::nullopt;
         }
-        const qsizetype name = numberAt<quint16>(directory, 28);
-        const qsizetype extra = numberAt<quint16>(directory, 30);
-        const qsizetype whole = entrySize + name + extra + numberAt<quint16>(directory, 32);
-        if (directory.size() < whole) {
+        const qint64 name = numberAt<quint16>(*entry, 28);
+        const qint64 extra = numberAt<quint16>(*entry, 30);
+        const qint64 rest = name + extra + numberAt<quint16>(*entry, 32);
+        size -= entrySize + rest;
+        const auto words = readNext(file, rest);
+        if (size < 0 || !words) {
             return std::nullopt;
         }
-        const auto size = numberAt<quint32>(directory, 24);
-        const quint64 bytes = size == inZip64 ? sizeInExtra(directory.sliced(entrySize + name, extra)) : size;
+        const auto told = numberAt<quint32>(*entry, 24);
+        const quint64 bytes = told == inZip64 ? sizeInExtra(QByteArrayView(*words).sliced(name, extra)) : told;
         sum = bytes > most - sum ? most : sum + bytes;
         ++listing.entries;
-        directory = directory.sliced(whole);
     }
     listing.bytes = static_cast<qint64>(sum);
     return listing;
@@ -117,12 +126,10 @@ std::optional<ZipListing> readZipListing(const QString& archive) {
     if (!directory || directory->offset > size || directory->size > size - directory->offset) {
         return std::nullopt;
     }
-    if (directory->size == 0) {
-        return ZipListing();
+    if (!file.seek(static_cast<qint64>(directory->offset))) {
+        return std::nullopt;
     }
-    const auto length = static_cast<qint64>(directory->size);
-    const uchar* const bytes = file.map(static_cast<qint64>(directory->offset), length);
-    return bytes == nullptr ? std::nullopt : addUp(QByteArrayView(bytes, length));
+    return addUp(file, static_cast<qint64>(directory->size));
 }
 
 bool beginsLikeZip(const QString& archive) {

@@ -1,5 +1,6 @@
 #include "backup/BackupManager.h"
 #include "backup/RoomWatch.h"
+#include "backup/ZipListing.h"
 
 #include "DataFolder.h"
 #include "Interception.h"
@@ -8,6 +9,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QtEndian>
 
 #include <cerrno>
 #include <cstring>
@@ -193,6 +195,24 @@ private Q_SLOTS:
         QCOMPARE(message.contains(u"too little room: "), isListed);
         QCOMPARE(folder.names(u"tmp"_s), QStringList());
         QCOMPARE(difference(before, describe(folder.data())), QString());
+    }
+
+    /// A full disk in memory has no page for a hole: whoever reads it through a mapping is ended by a signal, as with
+    /// an archive that shrinks or a disk that fails.
+    void listThatCannotBeMappedIsReadAllTheSame() {
+        const DataFolder folder;
+        const SmallDisk disk(folder, "size=1m");
+        constexpr int length = 600'000;
+        QByteArray end("PK\x05\x06\0\0\0\0\1\0\1\0\0\0\0\0\0\0\0\0\0\0", 22);
+        qToLittleEndian<quint32>(length, end.data() + 12);
+        QFile archive(folder.path(u"disk/a.zip"_s));
+        QVERIFY(archive.open(QIODevice::WriteOnly) && archive.seek(length) && archive.write(end) == end.size());
+        archive.close();
+        QFile rest(folder.path(u"disk/rest"_s));
+        QVERIFY(rest.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        while (rest.write(QByteArray(4096, 'x')) == 4096) {
+        }
+        QCOMPARE(readZipListing(archive.fileName()), std::nullopt);
     }
 
     void watchStopsWhatTakesTooMuch() {
