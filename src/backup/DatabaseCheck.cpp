@@ -30,12 +30,16 @@ struct EndStatement {
 };
 
 /// Looks at the indexes as well as at the pages: a torn copy may be whole page by page and yet not fit together.
+///
+/// The copy is nobody else's, so it is opened without locks and without memory to share: some network and FUSE file
+/// systems have neither, and a good backup must not be called bad for that.
 std::optional<QString> checkOpenedFile(const QString& path) {
     sqlite3* opened = nullptr;
-    const int result = ::sqlite3_open_v2(path.toUtf8().constData(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    const int result = ::sqlite3_open_v2(path.toUtf8().constData(), &opened, SQLITE_OPEN_READWRITE, "unix-none");
     const std::unique_ptr<sqlite3, CloseDatabase> database(opened);
     const auto complaint = [&] { return QString::fromUtf8(::sqlite3_errmsg(database.get())); };
-    if (result != SQLITE_OK) {
+    const char* const alone = "PRAGMA locking_mode=EXCLUSIVE";
+    if (result != SQLITE_OK || ::sqlite3_exec(opened, alone, nullptr, nullptr, nullptr) != SQLITE_OK) {
         return complaint();
     }
     sqlite3_stmt* prepared = nullptr;

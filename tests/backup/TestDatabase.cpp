@@ -4,13 +4,17 @@
 
 #include "DataFolder.h"
 #include "Interception.h"
+#include "process/FileDescriptor.h"
 #include "support/Await.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 using namespace orvanel;
 using namespace orvanel::test;
@@ -252,6 +256,37 @@ private Q_SLOTS:
         folder.write(u"data/kuma.db"_s, QByteArray("SQLite format 3\0", 16) + QByteArray(100'000, 'x'));
         QVERIFY(checkDatabase(folder.path(u"data"_s), folder.path(u"scratch"_s)));
         QVERIFY(!QFileInfo::exists(folder.path(u"scratch"_s)));
+    }
+
+    /// As on a network disk that has no locks and lets nobody share memory.
+    void checkNeedsNeitherLocksNorSharedMemory() {
+        const DataFolder folder;
+        {
+            Writer writer(folder, 1);
+            QVERIFY(writer.isAtWork());
+            writer.kill();
+        }
+        const QString scratch = folder.path(u"scratch"_s);
+        QVERIFY(QDir().mkdir(scratch));
+        const FileDescriptor watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+        QVERIFY(::inotify_add_watch(watch.get(), QFile::encodeName(scratch).constData(), IN_CREATE) >= 0);
+        FileDescriptor locked;
+        interception().beforeFile = [&](const std::string& name) {
+            if (name == "kuma.db-wal") {
+                locked =
+                    FileDescriptor(::open(QFile::encodeName(scratch + u"/kuma.db"_s).constData(), O_RDWR | O_CLOEXEC));
+                struct flock whole {};
+                whole.l_type = F_WRLCK;
+                whole.l_whence = SEEK_SET;
+                QCOMPARE(::fcntl(locked.get(), F_OFD_SETLK, &whole), 0);
+            }
+        };
+        QCOMPARE(checkDatabase(folder.data(), scratch), std::nullopt);
+        QVERIFY(locked.isOpen());
+        QByteArray made(65536, '\0');
+        made.truncate(::read(watch.get(), made.data(), static_cast<std::size_t>(made.size())));
+        QVERIFY(made.contains("kuma.db-wal"));
+        QVERIFY(!made.contains("kuma.db-shm"));
     }
 
     void changedFilesAreCopiedAgain_data() {
