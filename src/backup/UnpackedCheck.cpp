@@ -19,11 +19,14 @@ namespace {
 
 /// Each level costs an open descriptor. No data folder is that deep, but an archive may be.
 constexpr int deepest = 200;
+/// An archive is unpacked into a folder above the one that was packed.
+constexpr int deepestUnpacked = deepest + 1;
 
 /// Calls `visit(folder, name, path, status, depth)` for everything below an open folder; `depth` is 0 directly in it.
+/// Throws what the platform would say of more than `levels` levels of folders.
 template <class Visit>
-void visitAll(int folder, const std::string& path, int depth, const Visit& visit) {
-    if (depth > deepest) {
+void visitAll(int folder, const std::string& path, int depth, int levels, const Visit& visit) {
+    if (depth > levels) {
         throw fileError(path, ENAMETOOLONG);
     }
     for (const std::string& name : entriesOf(folder, path)) {
@@ -38,19 +41,19 @@ void visitAll(int folder, const std::string& path, int depth, const Visit& visit
             if (!inner.isOpen()) {
                 throw fileError(whole, errno);
             }
-            visitAll(inner.get(), whole, depth + 1, visit);
+            visitAll(inner.get(), whole, depth + 1, levels, visit);
         }
     }
 }
 
 template <class Visit>
-void visitAll(const QString& folder, const Visit& visit) {
+void visitAll(const QString& folder, int levels, const Visit& visit) {
     const std::string path = QFile::encodeName(folder).toStdString();
     const FileDescriptor top = openFolder(AT_FDCWD, path);
     if (!top.isOpen()) {
         throw fileError(path, errno);
     }
-    visitAll(top.get(), path, 0, visit);
+    visitAll(top.get(), path, 0, levels, visit);
 }
 
 /// Whether a link in a folder `depth` below the top stays below it. Climbing is allowed only at the beginning, where it
@@ -81,14 +84,25 @@ bool staysInside(std::string_view target, int depth) {
     throw AppError(QStringLiteral("Could not open the zip file. It holds %1: %2").arg(what, shownPath(path)));
 }
 
-void requireLinkInside(int folder, const std::string& name, const std::string& path, int depth) {
+/// Whether the link `name` in the open folder `folder`, `depth` below the top, stays below it.
+bool isLinkInside(int folder, const std::string& name, const std::string& path, int depth) {
     std::array<char, PATH_MAX> target{};
     const ssize_t length = ::readlinkat(folder, name.c_str(), target.data(), target.size());
     if (length < 0) {
         throw fileError(path, errno);
     }
-    if (!staysInside(std::string_view(target.data(), static_cast<std::size_t>(length)), depth)) {
-        refuse(path, QStringLiteral("a link that leads out of it"));
+    return staysInside(std::string_view(target.data(), static_cast<std::size_t>(length)), depth);
+}
+
+AppError packError(const QString& reason, const std::string& path) {
+    return AppError(QStringLiteral("Could not create the zip file. %1: %2").arg(reason, shownPath(path)));
+}
+
+void requireText(const std::string& name, const std::string& path) {
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString text = decoder.decode(QByteArrayView(name.data(), static_cast<qsizetype>(name.size())));
+    if (decoder.hasError()) {
+        throw packError(QStringLiteral("A name in it is no UTF-8 text"), path);
     }
 }
 
@@ -100,10 +114,12 @@ void requireHarmless(const QString& folder) {
         std::string path;
     };
     std::map<FileId, Names> files;
-    visitAll(folder,
+    visitAll(folder, deepestUnpacked,
              [&](int parent, const std::string& name, const std::string& path, const struct stat& status, int depth) {
                  if (S_ISLNK(status.st_mode)) {
-                     requireLinkInside(parent, name, path, depth);
+                     if (!isLinkInside(parent, name, path, depth)) {
+                         refuse(path, QStringLiteral("a link that leads out of it"));
+                     }
                  } else if (S_ISREG(status.st_mode) && status.st_nlink > 1) {
                      --files.try_emplace(FileId(status), Names{status.st_nlink, path}).first->second.missing;
                  } else if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
@@ -119,15 +135,16 @@ void requireHarmless(const QString& folder) {
 
 qint64 requirePackable(const QString& folder) {
     qint64 entries = 1;
-    visitAll(folder, [&](int, const std::string& name, const std::string& path, const struct stat&, int) {
-        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-        const QString text = decoder.decode(QByteArrayView(name.data(), static_cast<qsizetype>(name.size())));
-        if (decoder.hasError()) {
-            throw AppError(QStringLiteral("Could not create the zip file. A name in it is no UTF-8 text: %1")
-                               .arg(shownPath(path)));
-        }
-        ++entries;
-    });
+    visitAll(folder, deepest,
+             [&](int parent, const std::string& name, const std::string& path, const struct stat& status, int depth) {
+                 requireText(name, path);
+                 if (S_ISLNK(status.st_mode) && !isLinkInside(parent, name, path, depth)) {
+                     throw packError(
+                         QStringLiteral("A link in it leads out of it, which only a backup to a folder can hold"),
+                         path);
+                 }
+                 ++entries;
+             });
     return entries;
 }
 

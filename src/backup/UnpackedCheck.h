@@ -9,8 +9,9 @@ namespace orvanel {
 /// Blocks; any thread.
 void requireHarmless(const QString& folder);
 
-/// Throws a sentence when a folder cannot be packed so that it comes back as it is: a name in it is no UTF-8. Its
-/// result is how many entries an archive of the folder has. Blocks; any thread.
+/// Throws a sentence when a folder cannot be packed so that it comes back as it is: a name in it is no UTF-8, or a link
+/// in it may lead out, so that requireHarmless() would refuse it. Its result is how many entries an archive of the
+/// folder has. Blocks; any thread.
 qint64 requirePackable(const QString& folder);
 
 } // namespace orvanel

@@ -55,6 +55,45 @@ private Q_SLOTS:
         QVERIFY(!runTool(u"7z"_s, {u"t"_s, zip}).startsWith(u"failed"));
     }
 
+    void linkThatLeadsOutCannotGoIntoAZip_data() {
+        QTest::addColumn<QString>("link");
+        QTest::addColumn<QString>("target");
+        QTest::newRow("absolute") << u"link"_s << u"/etc/passwd"_s;
+        QTest::newRow("up") << u"link"_s << u"../outside"_s;
+        QTest::newRow("from further in") << u"upload/link"_s << u"../../outside"_s;
+    }
+
+    /// No restore would take it.
+    void linkThatLeadsOutCannotGoIntoAZip() {
+        QFETCH(const QString, link);
+        QFETCH(const QString, target);
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"copy.zip"_s, "the old backup");
+        QVERIFY(QFile::link(target, folder.data(link)));
+        const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
+        QVERIFY2(message.startsWith(u"Could not create the zip file. A link in it leads out of it, "),
+                 qPrintable(message));
+        QVERIFY2(message.endsWith(u"/data/"_s + link), qPrintable(message));
+        QCOMPARE(folder.read(u"copy.zip"_s), QByteArray("the old backup"));
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
+        await(BackupManager::restore(folder.path(u"copy"_s), folder.path(u"back"_s), folder.backups()));
+        QCOMPARE(difference(folder.data(), folder.path(u"back"_s)), QString());
+    }
+
+    void whatIsAsDeepAsItMayBeComesBack() {
+        const DataFolder folder;
+        folder.write(u"Orvanel/data/kuma.db"_s, "");
+        const QString levels = u"/x"_s.repeated(200);
+        QVERIFY(QDir().mkpath(folder.data() + levels));
+        await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
+        await(BackupManager::restore(folder.path(u"copy.zip"_s), folder.path(u"back"_s), folder.backups()));
+        QVERIFY(QFileInfo(folder.path(u"back"_s) + levels).isDir());
+        QVERIFY(QDir().mkpath(folder.data() + levels + u"/x"_s));
+        const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
+        QVERIFY2(message.endsWith(u"File name too long"), qPrintable(message));
+    }
+
     void withoutDataThereIsNothingToBackUp() {
         const DataFolder folder;
         const QString sentence = u"There is no data folder yet. Start Uptime Kuma once first."_s;
