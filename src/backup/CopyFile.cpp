@@ -151,8 +151,12 @@ private:
     int m_target;
 };
 
-bool isRefusalOfTheFileSystem(int code) {
-    return code == EPERM || code == EOPNOTSUPP || code == ENOSYS || code == EINVAL;
+/// Throws what the platform said of a call that failed, unless the file system does not keep what it was to keep.
+void requireKept(int result, const std::string& path) {
+    const bool isRefusal = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL;
+    if (result != 0 && !isRefusal) {
+        throw fileError(path, errno);
+    }
 }
 
 } // namespace
@@ -183,23 +187,19 @@ bool copyFile(const FileCopy& copy, CopyMeans& means) {
     if (means.attributes) {
         copier.attributes(means);
     }
+    const std::string path = copy.toPath + "/" + copy.name;
     const timespec times[] = {status.st_atim, status.st_mtim};
-    if ((::fchmod(target.get(), status.st_mode & permissions) != 0 || ::futimens(target.get(), times) != 0) &&
-        !isRefusalOfTheFileSystem(errno)) {
-        throw fileError(copy.toPath + "/" + copy.name, errno);
-    }
+    requireKept(::fchmod(target.get(), status.st_mode & permissions), path);
+    requireKept(::futimens(target.get(), times), path);
     return true;
 }
 
 void copyProperties(int folder, const std::string& name, const struct stat& status) {
     const timespec times[] = {status.st_atim, status.st_mtim};
-    const bool isLink = S_ISLNK(status.st_mode);
-    if ((!isLink && ::fchmodat(folder, name.c_str(), status.st_mode & permissions, 0) != 0) ||
-        ::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) {
-        if (!isRefusalOfTheFileSystem(errno)) {
-            throw fileError(name, errno);
-        }
+    if (!S_ISLNK(status.st_mode)) {
+        requireKept(::fchmodat(folder, name.c_str(), status.st_mode & permissions, 0), name);
     }
+    requireKept(::utimensat(folder, name.c_str(), times, AT_SYMLINK_NOFOLLOW), name);
 }
 
 } // namespace orvanel

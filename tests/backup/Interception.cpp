@@ -45,10 +45,24 @@ INTERCEPT(unlink, (const char* path), (path))
 INTERCEPT(unlinkat, (int folder, const char* path, int flags), (folder, path, flags))
 INTERCEPT(rmdir, (const char* path), (path))
 INTERCEPT(ftruncate, (int file, off_t size), (file, size))
-INTERCEPT(fchmod, (int file, mode_t mode), (file, mode))
-INTERCEPT(fchmodat, (int folder, const char* path, mode_t mode, int flags), (folder, path, mode, flags))
 INTERCEPT(utimensat, (int folder, const char* path, const timespec* times, int flags), (folder, path, times, flags))
 INTERCEPT(futimens, (int file, const timespec* times), (file, times))
+
+int __real_fchmod(int file, mode_t mode);
+int __wrap_fchmod(int file, mode_t mode) {
+    step();
+    const int code = orvanel::test::interception().modeFailure;
+    errno = code;
+    return code != 0 ? -1 : __real_fchmod(file, mode);
+}
+
+int __real_fchmodat(int folder, const char* path, mode_t mode, int flags);
+int __wrap_fchmodat(int folder, const char* path, mode_t mode, int flags) {
+    step();
+    const int code = orvanel::test::interception().modeFailure;
+    errno = code;
+    return code != 0 ? -1 : __real_fchmodat(folder, path, mode, flags);
+}
 
 // A kill loses nothing that the kernel has, so these only count: the disk may be busy with other things.
 int __wrap_fsync(int) {

@@ -161,6 +161,25 @@ private Q_SLOTS:
         }
     }
 
+    void datesComeAlongWherePermissionsDoNot() {
+        const DataFolder folder;
+        folder.fill();
+        QCOMPARE(::chmod(name(folder.data(u"upload/logo1.png"_s)).constData(), 0640), 0);
+        interception().modeFailure = EPERM;
+        copyTree(folder.data(), folder.path(u"copy"_s));
+        interception().modeFailure = EIO;
+        const QString message = copyMessage(folder.data(), folder.path(u"other"_s));
+        interception().modeFailure = 0;
+        QVERIFY2(message.endsWith(u": Input/output error"), qPrintable(message));
+        for (const QString& entry : {u"/upload/logo1.png"_s, u"/docker-tls"_s}) {
+            const auto source = statusAt(folder.data() + entry);
+            const auto copy = statusAt(folder.path(u"copy"_s) + entry);
+            QVERIFY(copy.st_mode != source.st_mode);
+            QCOMPARE(copy.st_mtim.tv_sec, source.st_mtim.tv_sec);
+            QCOMPARE(copy.st_mtim.tv_nsec, source.st_mtim.tv_nsec);
+        }
+    }
+
     void setUidBitsStayBehind() {
         const DataFolder folder;
         folder.write(u"from/program"_s, "x");
