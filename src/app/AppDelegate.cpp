@@ -19,7 +19,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
     m_controller.shutdownPolling();
-    const KumaState kuma = m_controller.isBringingUp() ? KumaState::starting : m_controller.kuma();
+    const KumaState kuma = m_controller.mayBeComingUp() ? KumaState::starting : m_controller.kuma();
     if (!stopsContainerFirst(m_controller.stopOnQuit(), kuma, m_controller.dockerState())) {
         return TerminateReply::TerminateNow;
     }

@@ -135,9 +135,9 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
             co_return;
         }
         // A stop that could not look at the container ends without an error, and the server may be running.
-        const CommandResult probe = co_await lookAtContainer();
-        if (mayServerRun(probe)) {
-            m_error = unknownContainerError(probe, QStringLiteral("Nothing was restored."));
+        const ContainerLook look = co_await lookAtContainer();
+        if (mayServerRun(look)) {
+            m_error = unknownContainerError(look.answer, QStringLiteral("Nothing was restored."));
             co_return;
         }
         try {

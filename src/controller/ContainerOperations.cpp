@@ -19,16 +19,14 @@ constexpr auto infoLimit = 15s;
 constexpr auto inspectLimit = 15s;
 constexpr auto pullLimit = 3600s;
 constexpr auto upLimit = 180s;
+/// How long the end of the program waits for what is being brought up, before it is stopped in any case.
+constexpr auto bringUpPatience = 30s;
 constexpr auto removeOldLimit = 60s;
 constexpr auto removeAllLimit = 90s;
 constexpr auto logsLimit = 15s;
 
 QString startingText() {
     return QStringLiteral("Starting Uptime Kuma…");
-}
-
-QString noDockerText() {
-    return QStringLiteral("Docker was not found.");
 }
 
 QStringList removeContainerArguments() {
@@ -198,36 +196,53 @@ QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_t
 /// One that starts the container, and so has to end before anybody can stop it for good.
 QCoro::Task<CommandResult> KumaController::startingCommand(QString docker, QStringList arguments) {
     const Event<bool> end;
-    m_startEnd = end;
-    const auto ended = qScopeGuard([this, end] {
-        m_startEnd.reset();
-        end.complete(true);
-    });
+    m_comingUp = end;
+    const auto ended = qScopeGuard([end] { end.complete(true); });
     const CommandResult result = co_await command(docker, arguments, upLimit);
     co_return result;
 }
 
 QCoro::Task<void> KumaController::bringUpEnd() {
-    if (m_startEnd) {
-        const Event<bool> end = *m_startEnd;
-        co_await end;
+    if (!m_comingUp) {
+        co_return;
     }
+    const Event<bool> end = *m_comingUp;
+    const auto limit = m_env.clock->callAfter(bringUpPatience, [end] { end.complete(false); });
+    co_await end;
 }
 
-/// A container from a time without compose bears the name that compose wants to give, and makes room: all that counts
-/// lies in the data folder.
+/// Whether the container works on our data, so that nothing but the container is lost with it.
+QCoro::Task<bool> KumaController::hasOurData(QString docker) {
+    const QStringList mounts{QStringLiteral("inspect"), QStringLiteral("-f"),
+                             QStringLiteral("{{range .Mounts}}{{.Source}}:{{.Destination}}{{println}}{{end}}"),
+                             QStringLiteral("orvanel")};
+    const CommandResult result = co_await command(docker, mounts, inspectLimit);
+    co_return result.isSuccess() && result.output.split(u'\n').contains(dataMount());
+}
+
+/// A container from a time without compose bears the name that compose wants to give, and makes room.
 QCoro::Task<CommandResult> KumaController::composeUp(QString docker) {
     const QStringList up = composeArgs(QStringList{QStringLiteral("up"), QStringLiteral("-d")});
     const CommandResult first = co_await startingCommand(docker, up);
     if (!saysNameIsTaken(first)) {
         co_return first;
     }
-    co_await command(docker, removeContainerArguments(), removeOldLimit);
+    const bool isOurs = co_await hasOurData(docker);
+    if (!isOurs) {
+        co_return first;
+    }
+    if (!m_isLeaving) {
+        co_await command(docker, removeContainerArguments(), removeOldLimit);
+    }
     if (m_isLeaving) {
         co_return CommandResult{.cancelled = true};
     }
     const CommandResult second = co_await startingCommand(docker, up);
     co_return second;
+}
+
+QString KumaController::dataMount() const {
+    return dataDir() + QStringLiteral(":/app/data");
 }
 
 QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional<QString> existing, bool recreate) {
@@ -257,7 +272,7 @@ QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional
                           QStringLiteral("-p"),
                           QStringLiteral("127.0.0.1:%1:3001").arg(m_port.value()),
                           QStringLiteral("-v"),
-                          dataDir() + QStringLiteral(":/app/data"),
+                          dataMount(),
                           imageReference()};
     const CommandResult result = co_await startingCommand(docker, run);
     co_return result;
@@ -314,15 +329,16 @@ QCoro::Task<void> KumaController::confirmRemoveEverything() {
 
 /// False when the container may still be there, with the reason published.
 QCoro::Task<bool> KumaController::removeContainer() {
-    const CommandResult look = co_await lookAtContainer();
-    if (look.status != 0) {
+    const ContainerLook look = co_await lookAtContainer();
+    if (!look.docker || look.answer.status != 0) {
         const bool isInDoubt = mayServerRun(look);
         if (isInDoubt) {
-            m_error = unknownContainerError(look, QStringLiteral("Nothing was deleted."));
+            m_error = unknownContainerError(look.answer, QStringLiteral("Nothing was deleted."));
         }
         co_return !isInDoubt;
     }
-    const QString docker = *m_dockerPath.value();
+    // The user may have named another tool since.
+    const QString docker = *look.docker;
     const bool hasCompose = co_await ensureCompose(docker);
     if (hasCompose) {
         // Compose needs its file, which somebody may have deleted or spoilt; where it cannot be written, compose
@@ -348,25 +364,27 @@ QCoro::Task<bool> KumaController::removeContainer() {
 }
 
 /// The state of the container, before its data is touched.
-QCoro::Task<CommandResult> KumaController::lookAtContainer() {
+QCoro::Task<KumaController::ContainerLook> KumaController::lookAtContainer() {
     if (!m_dockerPath.value()) {
         m_dockerPath = m_env.findDocker(m_dockerOverride);
     }
-    if (!m_dockerPath.value()) {
-        co_return CommandResult{.status = -1, .output = noDockerText()};
+    ContainerLook look{.docker = m_dockerPath.value()};
+    if (look.docker) {
+        look.answer = co_await probeContainer(*look.docker);
+    } else {
+        // Told where the port is in use; see mayServerRun().
+        look.answer.output = QStringLiteral("Docker was not found, and port %1 is in use.").arg(m_port.value());
     }
-    const QString docker = *m_dockerPath.value();
-    const CommandResult answer = co_await probeContainer(docker);
-    co_return answer;
+    co_return look;
 }
 
 /// Containers may live on when the daemon has gone, or the tool cannot be found, but then they hold their port.
-bool KumaController::mayServerRun(const CommandResult& probe) const {
-    if (!m_dockerPath.value()) {
+bool KumaController::mayServerRun(const ContainerLook& look) const {
+    if (!look.docker) {
         return isPortTaken(m_port);
     }
-    const bool hasNoDaemon = !probe.isSuccess() && !isAbsent(probe);
-    return !leavesDataAlone(probe) || (hasNoDaemon && isPortTaken(m_port));
+    const bool hasNoDaemon = !look.answer.isSuccess() && !isAbsent(look.answer);
+    return !leavesDataAlone(look.answer) || (hasNoDaemon && isPortTaken(m_port));
 }
 
 QCoro::Task<void> KumaController::performRemoveEverything() {
@@ -382,7 +400,7 @@ QCoro::Task<void> KumaController::performRemoveEverything() {
 
 QCoro::Task<QString> KumaController::fetchLogs() {
     if (!m_dockerPath.value()) {
-        co_return noDockerText();
+        co_return QStringLiteral("Docker was not found.");
     }
     const QString docker = *m_dockerPath.value();
     const QStringList arguments{QStringLiteral("logs"), QStringLiteral("--tail"), QStringLiteral("300"),

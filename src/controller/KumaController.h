@@ -116,9 +116,9 @@ public:
     /// version again while the new one is not downloaded. An operation under way is not cancelled, but from now on,
     /// until begin(), none downloads anything or brings the container up.
     void shutdownPolling();
-    /// Whether a command is under way that brings the container up, whatever the last poll saw.
-    bool isBringingUp() const { return m_startEnd.has_value(); }
-    /// The end of that command. Only one may wait for it.
+    /// Whether the container has been brought up, or is just being, since it was last looked at.
+    bool mayBeComingUp() const { return m_comingUp.has_value(); }
+    /// The end of the command that does so, or of half a minute. Only one may wait for it.
     QCoro::Task<void> bringUpEnd();
     /// Stops the container, through compose where that works; the result of the last command run. What is being brought
     /// up meanwhile comes up all the same.
@@ -216,14 +216,21 @@ private:
     QCoro::Task<void> performRestart(std::stop_token stop);
     QCoro::Task<void> performRemoveEverything();
     QCoro::Task<bool> removeContainer();
-    QCoro::Task<CommandResult> lookAtContainer();
-    bool mayServerRun(const CommandResult& probe) const;
+    struct ContainerLook {
+        /// The tool that was asked, if there is one.
+        std::optional<QString> docker;
+        CommandResult answer;
+    };
+    QCoro::Task<ContainerLook> lookAtContainer();
+    bool mayServerRun(const ContainerLook& look) const;
     QCoro::Task<void> stopWhatCameBack();
     QCoro::Task<void> confirmRemoveEverything();
     QCoro::Task<CommandResult> pullImage(QString docker, std::stop_token stop);
     QCoro::Task<CommandResult> startingCommand(QString docker, QStringList arguments);
+    QCoro::Task<bool> hasOurData(QString docker);
     QCoro::Task<CommandResult> composeUp(QString docker);
     QCoro::Task<CommandResult> bringUp(QString docker, std::optional<QString> existing, bool recreate);
+    QString dataMount() const;
     bool isPortTaken(int port) const;
     void showOperation(const QString& text);
     void replaceError(const OpError& error);
@@ -299,8 +306,8 @@ private:
     std::shared_ptr<ProcessHandle> m_processHandle;
     std::shared_ptr<ProcessHandle> m_setupHandle;
 
-    /// Happens when the command that brings the container up has ended, while there is one.
-    std::optional<Event<bool>> m_startEnd;
+    /// The end of the last command that brought the container up; none once its container was looked at.
+    std::optional<Event<bool>> m_comingUp;
 
     /// What the operation under way shows in m_busy, when no backup does.
     QString m_operationText;

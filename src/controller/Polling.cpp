@@ -117,6 +117,7 @@ QCoro::Task<void> KumaController::refresh(std::stop_token stop) {
     } else {
         publishNotRunning(probe);
     }
+    m_comingUp.reset();
     if (m_dockerState == DockerState::ready && !m_composeAvailable.value()) {
         co_await ensureCompose(docker);
     }

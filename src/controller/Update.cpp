@@ -1,5 +1,6 @@
 #include "controller/ImageTag.h"
 #include "controller/KumaController.h"
+#include "platform/ShortText.h"
 
 #include <QScopeGuard>
 
@@ -9,10 +10,13 @@
 namespace orvanel {
 namespace {
 
+/// A longer one is no tag, and ends the update with a sentence.
+constexpr qsizetype longestTag = 128;
+
 Alert updateQuestion(const QString& version) {
     return {
         .style = Alert::Style::Information,
-        .message = QStringLiteral("Update Uptime Kuma to %1?").arg(version),
+        .message = QStringLiteral("Update Uptime Kuma to %1?").arg(shortened(version, longestTag)),
         .informativeText = QStringLiteral("Your data is backed up first and never deleted. A major version change may "
                                           "need Uptime Kuma's own migration, so read the release notes."),
         .confirmButton = QStringLiteral("Update"),

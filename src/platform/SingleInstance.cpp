@@ -14,8 +14,8 @@ namespace {
 
 // A copy that was killed this moment gives up its name and its lock one after the other.
 constexpr std::chrono::milliseconds patienceWithLock{1000};
-// Above all that a copy may wait for before it ends: the container's stop, with its own limits.
-constexpr std::chrono::minutes patienceWithLeaving{3};
+// Above all that a copy may wait for before it ends: a container that comes up and its stop, with their own limits.
+constexpr std::chrono::minutes patienceWithLeaving{4};
 
 const QString tokenKey = QStringLiteral("activation-token");
 const QString startupIdKey = QStringLiteral("desktop-startup-id");

@@ -250,6 +250,47 @@ private Q_SLOTS:
         QVERIFY(!world.underWay().contains(QString::fromLatin1(up)));
     }
 
+    void whatHasJustComeUpIsStoppedToo() {
+        AppFixture world;
+        standin::addImage(world.docker());
+        world.kuma().setStopOnQuit(true);
+        world.app().start();
+        world.settle();
+        world.delay("compose up", 2s);
+        world.kuma().start();
+        world.settle();
+        // The look that would tell of the container is under way.
+        world.delay("inspect", 5s, 1);
+        world.advance(2s);
+        QCOMPARE(world.underWay(), QStringList(QStringLiteral("inspect")));
+        QCOMPARE(world.docker().container->state, "running");
+        QCOMPARE(world.kuma().kuma(), KumaState::stopped);
+        const auto code = world.runLoop([&] {
+            QCoreApplication::quit();
+            world.advance(10s);
+        });
+        QCOMPARE(code, 0);
+        QCOMPARE(world.docker().container->state, "exited");
+    }
+
+    void whatNeverComesUpIsNotWaitedForLong() {
+        AppFixture world;
+        world.kuma().setStopOnQuit(true);
+        QVERIFY(world.startsWithRunningContainer());
+        world.hang("compose up", 1);
+        world.kuma().restart();
+        world.settle();
+        QCOMPARE(world.underWay(), QStringList(QStringLiteral("compose up")));
+        world.docker().container->state = "running";
+        world.takeCommands();
+        const auto code = world.runLoop([&] {
+            QCoreApplication::quit();
+            world.advance(30s);
+        });
+        QCOMPARE(code, 0);
+        QCOMPARE(world.docker().container->state, "exited");
+    }
+
     void windowsCloseAtOnceAndOpenNoMore() {
         AppFixture world;
         world.kuma().setStopOnQuit(true);

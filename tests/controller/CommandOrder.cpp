@@ -11,9 +11,10 @@ namespace {
 QString allowedOrder(const QString& label) {
     auto stop = QStringLiteral("(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?");
     // A container that is not compose's own has to go first.
-    auto bringUp = QStringLiteral("(compose version;)?(compose up;(rm;(compose up;)?)?|(rm;)?(run;)?)?");
+    auto bringUp =
+        QStringLiteral("(compose version;)?(compose up;(inspect mounts;(rm;(compose up;)?)?)?|(rm;)?(run;)?)?");
     auto start = QStringLiteral("(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?") + bringUp +
-                 QStringLiteral("?)?)?)?");
+                 QStringLiteral(")?)?)?");
     if (label.startsWith(QStringLiteral("Starting"))) {
         return start;
     }
@@ -28,8 +29,7 @@ QString allowedOrder(const QString& label) {
         return stop + QStringLiteral("(inspect;)?(inspect;)?") + stop + start;
     }
     if (label.startsWith(QStringLiteral("Updating"))) {
-        return QStringLiteral("(compose version;)?((compose pull;|pull;)"
-                              "(inspect;(compose version;)?(compose up;|(rm;)?(run;)?)?)?)?");
+        return QStringLiteral("(compose version;)?((compose pull;|pull;)(inspect;") + bringUp + QStringLiteral(")?)?");
     }
     return QStringLiteral("(inspect;(compose version;)?(compose down;(inspect;(rm;)?)?|rm;)?)?");
 }

@@ -12,6 +12,7 @@ namespace {
 QCoro::Task<void> quit(KumaController* kuma) {
     kuma->shutdownPolling();
     const QString docker = kuma->dockerPath().value();
+    co_await kuma->bringUpEnd();
     const CommandResult result = co_await kuma->runStop(docker);
     Q_UNUSED(result)
 }

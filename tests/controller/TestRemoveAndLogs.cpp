@@ -245,6 +245,36 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(kuma.dataDir()));
     }
 
+    /// As while somebody types into the settings: what was found out holds for the tool that was asked.
+    void anotherToolChosenDuringTheLookChangesNothing() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        world.answer("inspect", 1, QStringLiteral("permission denied while trying to connect"), 1, 5s);
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        kuma.setDockerOverride(QStringLiteral("/elsewhere/docker"));
+        QVERIFY(!kuma.dockerPath());
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.error()->message.endsWith(QStringLiteral("Nothing was deleted.")));
+        QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+
+        kuma.recheck();
+        QVERIFY(world.everythingEnds());
+        world.answerAsUsual();
+        world.delay("inspect", 5s, 1);
+        kuma.removeEverything();
+        world.dialogs.answerAll(true);
+        world.settle();
+        kuma.setDockerOverride(QStringLiteral("/elsewhere/too/docker"));
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.error());
+        QVERIFY(!world.docker().container);
+    }
+
     /// The tool may lie where only the setting told, and the server goes on without it.
     void removalWithoutAToolKeepsTheDataWhileSomebodyHoldsThePort() {
         ControllerFixture world;
@@ -258,7 +288,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.error(),
                  (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was deleted."),
-                          QStringLiteral("Docker was not found.")}));
+                          QStringLiteral("Docker was not found, and port 3001 is in use.")}));
         QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
     }
 

@@ -168,6 +168,19 @@ private Q_SLOTS:
             (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."), words}));
     }
 
+    void anotherToolChosenDuringTheLookChangesNothing() {
+        ControllerFixture world;
+        startServer(world);
+        // The stop learns nothing, and the look before the restore is refused as well.
+        world.answer("inspect", 1, QStringLiteral("permission denied while trying to connect"), -1, 5s);
+        restoreFrom(world, zip);
+        world.advance(6s);
+        world.controller().setDockerOverride(QStringLiteral("/elsewhere/docker"));
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QVERIFY(world.controller().error()->message.endsWith(QStringLiteral("Nothing was restored.")));
+    }
+
     /// The tool may lie where only the setting told, and the server goes on without it.
     void restoreWithoutAToolReplacesNothingWhileSomebodyHoldsThePort() {
         ControllerFixture world;
@@ -178,7 +191,7 @@ private Q_SLOTS:
         QVERIFY(world.backups.jobs.isEmpty());
         QCOMPARE(world.controller().error(),
                  (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."),
-                          QStringLiteral("Docker was not found.")}));
+                          QStringLiteral("Docker was not found, and port 3001 is in use.")}));
     }
 
     /// A daemon that is only restarted brings its containers up again while the backup is unpacked.

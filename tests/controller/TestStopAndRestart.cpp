@@ -169,7 +169,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
         const QStringList commands = world.takeCommands();
-        const QStringList end = names({"compose up", "rm", "compose up", "inspect"});
+        const QStringList end = names({"compose up", "inspect mounts", "rm", "compose up", "inspect"});
         QCOMPARE(commands.last(end.size()), end);
         QCOMPARE(world.docker().container->state, std::string("running"));
         QVERIFY(world.docker().container->owner != standin::Owner::plain);
@@ -177,6 +177,20 @@ private Q_SLOTS:
         kuma.restart();
         QVERIFY(world.operationEnds());
         QVERIFY(!world.takeCommands().contains(QStringLiteral("rm")));
+    }
+
+    void containerOfSomebodyElseKeepsItsName() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "exited");
+        world.docker().container->owner = standin::Owner::foreign;
+        world.docker().container->data = "/home/somebody/else";
+        const standin::Container before = *world.docker().container;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.error()->message, QStringLiteral("Docker reported an error."));
+        QVERIFY(kuma.error()->details.contains(QStringLiteral("is already in use")));
+        QVERIFY(world.docker().container == before);
     }
 
     void stopOfWhichNothingIsKnownIsMadeSure() {

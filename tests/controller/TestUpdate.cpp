@@ -269,6 +269,7 @@ private Q_SLOTS:
         QTest::newRow("nothing") << QString();
         QTest::newRow("a comment") << QStringLiteral("2 #");
         QTest::newRow("another image") << QStringLiteral("2@sha256:0");
+        QTest::newRow("no end") << QString(1'000'000, u'2');
     }
 
     void nameThatIsNoTagIsRefused() {
@@ -280,7 +281,10 @@ private Q_SLOTS:
         kuma.checkForUpdates();
         QVERIFY(world.everythingEnds());
         QCOMPARE(kuma.latestVersion(), version);
-        confirmUpdate(world);
+        kuma.updateNow();
+        QVERIFY(world.dialogs.questions.last().alert.message.size() < 200);
+        world.dialogs.answerAll(true);
+        world.settle();
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.error()->message,
                  QStringLiteral("The new version's name cannot be an image tag, so nothing was changed."));

@@ -387,7 +387,8 @@ private Q_SLOTS:
         const auto name = QStringLiteral("orvanel");
         docker({QStringLiteral("rm"), QStringLiteral("-f"), name});
         const CommandResult made =
-            docker({QStringLiteral("create"), QStringLiteral("--name"), name, m_controller->imageReference()});
+            docker({QStringLiteral("create"), QStringLiteral("--name"), name, QStringLiteral("-v"),
+                    m_controller->dataDir() + QStringLiteral(":/app/data"), m_controller->imageReference()});
         QVERIFY2(made.isSuccess(), qPrintable(made.output));
         const QString before = containerId();
         m_controller->start();

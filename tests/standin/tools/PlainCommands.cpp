@@ -49,7 +49,8 @@ Answer info(const DockerState& state) {
     return answer.say(Stream::err, "errors pretty printing info\n");
 }
 
-Answer inspect(DockerState& state, const Arguments& arguments) {
+/// What is asked for, `part`, of the container that there is.
+Answer inspect(DockerState& state, const Arguments& arguments, const std::function<std::string()>& part) {
     Answer answer;
     const auto refused = refusal(state);
     if (refused || !state.container || arguments.back() != "orvanel") {
@@ -57,7 +58,11 @@ Answer inspect(DockerState& state, const Arguments& arguments) {
         answer.say(Stream::out, "\n", paced(state, 40));
         return answer.say(Stream::err, refused.value_or("Error: No such object: " + arguments.back() + "\n"));
     }
-    return answer.say(Stream::out, engine::look(state) + "\n", paced(state, 60));
+    return answer.say(Stream::out, part() + "\n", paced(state, 60));
+}
+
+std::string mounts(const Container& container) {
+    return container.data.empty() ? std::string() : container.data + ":/app/data\n";
 }
 
 Answer imageInspect(const DockerState& state, const std::string& reference) {
@@ -269,7 +274,10 @@ Answer answerPlain(const std::string& name, DockerState& state, const Arguments&
         return info(state);
     }
     if (name == "inspect") {
-        return inspect(state, arguments);
+        return inspect(state, arguments, [&state] { return engine::look(state); });
+    }
+    if (name == "inspect mounts") {
+        return inspect(state, arguments, [&state] { return mounts(*state.container); });
     }
     if (name == "image inspect") {
         return imageInspect(state, arguments.back());

@@ -27,12 +27,15 @@ QString nameOf(const QColor& color) {
 
 Stage::Stage(const Places& places)
     : m_places(places)
-    , m_statusArea(QDBusConnection::sessionBus())
-    , m_notifications(QDBusConnection::sessionBus())
+    , m_bus(QDBusConnection::connectToBus(places.bus, QStringLiteral("desktop")))
+    , m_statusArea(m_bus)
+    , m_notifications(m_bus)
     , m_screen(places.dark ? DesktopLook::darkened() : DesktopLook::light(), m_statusArea, m_notifications)
-    , m_reader(QDBusConnection::sessionBus())
-    , m_ready(m_statusArea.open() && m_notifications.open() &&
-              m_reader.open(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"))) {
+    , m_reader(m_bus)
+    , m_ready(m_statusArea.open() && m_notifications.open() && m_reader.open(places.bus)) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QString::fromLatin1(sessionBusVariable), places.bus);
+    m_program.setProcessEnvironment(environment);
     m_program.setProcessChannelMode(QProcess::MergedChannels);
     m_program.setStandardOutputFile(places.log);
     m_program.setStandardInputFile(QProcess::nullDevice());

@@ -9,6 +9,8 @@
 
 namespace orvanel::standin {
 
+constexpr const char* sessionBusVariable = "DBUS_SESSION_BUS_ADDRESS";
+
 /// Everything that a step of the tour can look at or touch: the desktop, the program on it, and the monitored world.
 class Stage final : public QObject {
     Q_OBJECT
@@ -16,6 +18,8 @@ class Stage final : public QObject {
 public:
     struct Places {
         QString program;
+        /// The address of the session bus that the program is to be on.
+        QString bus;
         /// Where the program's output goes.
         QString log;
         /// The folder with the answers of the stand-in server (see site/), and the folder from which it answers.
@@ -24,7 +28,7 @@ public:
         bool dark = false;
     };
 
-    /// Takes the names of a desktop on the session bus; isReady() is false when somebody else has them.
+    /// Takes the names of a desktop on that bus; isReady() is false when somebody else has them.
     explicit Stage(const Places& places);
     ~Stage() override;
 
@@ -65,6 +69,7 @@ public:
 
 private:
     const Places m_places;
+    const QDBusConnection m_bus;
     StatusArea m_statusArea;
     NotificationServer m_notifications;
     DesktopScreen m_screen;
