@@ -3,7 +3,6 @@
 #include "backup/DataCopy.h"
 #include "backup/DiskRoom.h"
 #include "backup/FileError.h"
-#include "backup/RemoveTree.h"
 #include "backup/Restore.h"
 #include "backup/SafePaths.h"
 #include "backup/Swap.h"
@@ -73,7 +72,39 @@ void copyToPack(ZipBackup& zip, const QString& dataDir, std::shared_ptr<WorkFold
     zip.problem = copyData(dataDir, *zip.staging, name);
 }
 
-ZipBackup stageZip(const QString& dataDir, const QString& destination) {
+/// Goes the second way when the first fails. When both do, the first tells why.
+template <class First, class Second>
+void tryInTurn(const First& first, const Second& second) {
+    try {
+        first();
+    } catch (const AppError&) {
+        const std::exception_ptr reason = std::current_exception();
+        try {
+            second();
+        } catch (const AppError&) {
+            std::rethrow_exception(reason);
+        }
+    }
+}
+
+/// The disk that holds the data can hold a copy of whatever is in it, with permissions and dates, but a server is at
+/// work there: it is spared where the other one is as good and has room for the copy and the archive.
+void stageZip(ZipBackup& zip, const QString& dataDir) {
+    const qint64 bytes = bytesUsedBy(dataDir);
+    const auto besideDestination = [&] { copyToPack(zip, dataDir, zip.work); };
+    const auto besideData = [&] {
+        const QString parent = parentOf(dataPlaceOf(dataDir));
+        requireRoom(parent, bytes);
+        copyToPack(zip, dataDir, std::make_shared<WorkFolder>(parent));
+    };
+    if (zip.work->holdsLinks() && bytesFreeAt(zip.work->path()) / 2 >= bytes) {
+        besideDestination();
+    } else {
+        tryInTurn(besideData, besideDestination);
+    }
+}
+
+ZipBackup prepareZip(const QString& dataDir, const QString& destination) {
     ZipBackup zip;
     zip.place = placeOf(destination);
     requireBackupPlace(zip.place, dataDir);
@@ -81,19 +112,7 @@ ZipBackup stageZip(const QString& dataDir, const QString& destination) {
     removeLeftoversBeside(dataDir);
     zip.work = std::make_shared<WorkFolder>(parentOf(zip.place));
     zip.archive = zip.work->path(QStringLiteral("archive.zip"));
-    try {
-        copyToPack(zip, dataDir, zip.work);
-        return zip;
-    } catch (const AppError&) {
-        if (zip.work->holdsLinks()) {
-            throw;
-        }
-    }
-    removeTree(zip.work->path(toPackName));
-    // The disk that holds the data can hold a copy of whatever is in it, but a server is at work there.
-    const QString beside = parentOf(dataPlaceOf(dataDir));
-    requireRoom(beside, bytesUsedBy(dataDir));
-    copyToPack(zip, dataDir, std::make_shared<WorkFolder>(beside));
+    stageZip(zip, dataDir);
     return zip;
 }
 
@@ -118,7 +137,7 @@ QCoro::Task<void> packAndPlace(ZipBackup zip) {
 }
 
 QCoro::Task<BackupResult> backUpToZip(QString dataDir, QString destination) {
-    const std::function<ZipBackup()> staging = [dataDir, destination] { return stageZip(dataDir, destination); };
+    const std::function<ZipBackup()> staging = [dataDir, destination] { return prepareZip(dataDir, destination); };
     const ZipBackup zip = co_await onWorker<ZipBackup>(staging);
     std::exception_ptr failure;
     try {

@@ -21,6 +21,11 @@ void step() {
     }
 }
 
+std::string pathOf(int file) {
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file), error).string();
+}
+
 } // namespace
 
 orvanel::test::Interception& orvanel::test::interception() {
@@ -51,17 +56,23 @@ INTERCEPT(futimens, (int file, const timespec* times), (file, times))
 int __real_fchmod(int file, mode_t mode);
 int __wrap_fchmod(int file, mode_t mode) {
     step();
-    const int code = orvanel::test::interception().modeFailure;
-    errno = code;
-    return code != 0 ? -1 : __real_fchmod(file, mode);
+    const auto& modeFailure = orvanel::test::interception().modeFailure;
+    if (const int code = modeFailure ? modeFailure(pathOf(file)) : 0; code != 0) {
+        errno = code;
+        return -1;
+    }
+    return __real_fchmod(file, mode);
 }
 
 int __real_fchmodat(int folder, const char* path, mode_t mode, int flags);
 int __wrap_fchmodat(int folder, const char* path, mode_t mode, int flags) {
     step();
-    const int code = orvanel::test::interception().modeFailure;
-    errno = code;
-    return code != 0 ? -1 : __real_fchmodat(folder, path, mode, flags);
+    const auto& modeFailure = orvanel::test::interception().modeFailure;
+    if (const int code = modeFailure ? modeFailure(pathOf(folder) + "/" + path) : 0; code != 0) {
+        errno = code;
+        return -1;
+    }
+    return __real_fchmodat(folder, path, mode, flags);
 }
 
 // A kill loses nothing that the kernel has, so these only count: the disk may be busy with other things.
@@ -105,13 +116,9 @@ int __real_symlinkat(const char* target, int folder, const char* path);
 int __wrap_symlinkat(const char* target, int folder, const char* path) {
     step();
     const auto& isWithoutLinks = orvanel::test::interception().isWithoutLinks;
-    if (isWithoutLinks) {
-        std::error_code error;
-        const auto at = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(folder), error);
-        if (isWithoutLinks(at.string())) {
-            errno = EPERM;
-            return -1;
-        }
+    if (isWithoutLinks && isWithoutLinks(pathOf(folder))) {
+        errno = EPERM;
+        return -1;
     }
     return __real_symlinkat(target, folder, path);
 }

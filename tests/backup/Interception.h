@@ -21,8 +21,8 @@ struct Interception {
     std::function<int(const std::string& name)> openFailure = {};
     /// What looking for data from there on in a file fails with; 0 lets it happen.
     std::function<int(off_t from)> seekFailure = {};
-    /// What setting the permissions of a file or folder fails with; 0 lets it happen.
-    std::atomic<int> modeFailure{0};
+    /// What setting the permissions of the file or folder of that path fails with; 0 lets it happen.
+    std::function<int(const std::string& path)> modeFailure = {};
     /// Whether the folder of that path can hold no links.
     std::function<bool(const std::string& folder)> isWithoutLinks = {};
     /// Called before a file of that name is made. Only for tests in which one thread makes files.

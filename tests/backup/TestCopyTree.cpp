@@ -165,11 +165,11 @@ private Q_SLOTS:
         const DataFolder folder;
         folder.fill();
         QCOMPARE(::chmod(name(folder.data(u"upload/logo1.png"_s)).constData(), 0640), 0);
-        interception().modeFailure = EPERM;
+        interception().modeFailure = [](const std::string&) { return EPERM; };
         copyTree(folder.data(), folder.path(u"copy"_s));
-        interception().modeFailure = EIO;
+        interception().modeFailure = [](const std::string&) { return EIO; };
         const QString message = copyMessage(folder.data(), folder.path(u"other"_s));
-        interception().modeFailure = 0;
+        interception().modeFailure = {};
         QVERIFY2(message.endsWith(u": Input/output error"), qPrintable(message));
         for (const QString& entry : {u"/upload/logo1.png"_s, u"/docker-tls"_s}) {
             const auto source = statusAt(folder.data() + entry);

@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <cerrno>
+
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace Qt::StringLiterals;
@@ -20,6 +22,7 @@ private Q_SLOTS:
         interception().withoutExchange = false;
         interception().renameFailure = {};
         interception().isWithoutLinks = {};
+        interception().modeFailure = {};
     }
 
     void backupsThatWouldOverlapAreRefused_data() {
@@ -224,6 +227,25 @@ private Q_SLOTS:
         await(BackupManager::restore(folder.path(u"stick/copy.zip"_s), back, folder.backups()));
         QCOMPARE(describe(back).keys(), describe(folder.data()).keys());
         QCOMPARE(describe(back).value(u"icon.png"_s), u"link to upload/logo1.png"_s);
+    }
+
+    /// It keeps no permissions either, but the archive must.
+    void zipForADiskWithoutLinksIsMadeReadyBesideTheData() {
+        const DataFolder folder;
+        folder.write(u"Orvanel/data/kuma.db"_s, "");
+        QVERIFY(QFile::setPermissions(folder.data(u"kuma.db"_s), QFile::ReadOwner | QFile::ReadGroup));
+        QDir().mkpath(folder.path(u"stick"_s));
+        const auto isOnStick = [stick = folder.path(u"stick"_s).toStdString()](const std::string& at) {
+            return at.starts_with(stick);
+        };
+        interception().isWithoutLinks = isOnStick;
+        interception().modeFailure = [&](const std::string& path) { return isOnStick(path) ? EPERM : 0; };
+        await(BackupManager::backUp(folder.data(), folder.path(u"stick/copy.zip"_s)));
+        interception().modeFailure = {};
+        const QString back = folder.path(u"back"_s);
+        await(BackupManager::restore(folder.path(u"stick/copy.zip"_s), back, folder.backups()));
+        const QString file = describe(back).value(u"kuma.db"_s);
+        QVERIFY2(file.startsWith(u"file 440 "), qPrintable(file));
     }
 
     void withoutExchangeItGoesInTwoSteps() {
