@@ -82,8 +82,9 @@ private:
 
     bool lift(int folder, const std::string& name) {
         const std::string lifted = ".lifted-" + std::to_string(m_count++);
-        m_lifted = ::renameat(folder, name.c_str(), m_top, lifted.c_str()) == 0 || m_lifted;
-        return m_lifted;
+        const bool isLifted = ::renameat(folder, name.c_str(), m_top, lifted.c_str()) == 0;
+        m_lifted = m_lifted || isLifted;
+        return isLifted;
     }
 
     int m_top = -1;

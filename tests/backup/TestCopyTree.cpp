@@ -320,6 +320,19 @@ private Q_SLOTS:
         QCOMPARE(folder.names(), QStringList{u"Orvanel"_s});
     }
 
+    /// What may not be written to cannot be lifted out of the depth as the others beside it are.
+    void deepReadOnlyFoldersAreRemoved() {
+        const DataFolder folder;
+        const QString deep = folder.path(u"tree"_s) + u"/x"_s.repeated(40);
+        for (int i = 0; i < 20; ++i) {
+            const QString inner = deep + u"/%1"_s.arg(i);
+            QVERIFY(QDir().mkpath(inner + u"/y"_s));
+            QCOMPARE(::chmod(name(inner).constData(), i % 2 == 0 ? 0555 : 0755), 0);
+        }
+        removeTree(folder.path(u"tree"_s));
+        QCOMPARE(folder.names(), QStringList{u"Orvanel"_s});
+    }
+
     void linksAreRemovedAndNotFollowed() {
         const DataFolder folder;
         folder.write(u"outside/file"_s, "stays");
