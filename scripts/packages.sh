@@ -53,11 +53,21 @@ rows() {
         NF == 3 && $1 !~ /^#/ && index(wanted, " " $1 " ") && !seen[$2]++ { print $2, $3 }' scripts/packages.txt
 }
 
+# chosen PACKAGE|PACKAGE…: the first of them that there is here, else the last.
+chosen() {
+    local package
+    for package in ${1//|/ }; do
+        if is_installed "$package" || is_offered "$package"; then break; fi
+    done
+    echo "$package"
+}
+
 missing_from_apt() {
     local package clang
     clang=$(clang_version)
     rows "$@" | while read -r package _; do
         package=${package//@/$clang}
+        [[ $package != *"|"* ]] || package=$(chosen "$package")
         is_installed "$package" || echo "$package"
     done
 }
@@ -79,15 +89,16 @@ is_found() {
 missing_elsewhere() {
     local package probe
     rows "$@" | while read -r package probe; do
-        is_found "$probe" || echo "${package//-@/} ($probe)"
+        package=${package//-@/}
+        is_found "$probe" || echo "${package//|/ or } ($probe)"
     done
 }
 
 as_root() {
     if ((EUID == 0)); then
         "$@"
-    elif [[ -t 0 ]]; then
-        sudo "$@"
+    elif { : </dev/tty; } 2>/dev/null; then
+        sudo "$@" # asks for the password on the terminal, whatever its input is
     else
         sudo -n "$@"
     fi
@@ -100,9 +111,18 @@ apt_get() {
         tee -a "$apt_log" | sed -unE '/newly installed|^Need to get|^Fetched/s/^/    /p'
 }
 
+# False where not all lists could be had; whether the others do is seen by what is offered then.
 update_lists() {
+    local before deadline=$((SECONDS + 300)) waits=
     say "Asking apt for its lists of packages"
-    apt_get update || fail "apt-get update failed; its reason stands in $apt_log."
+    while before=$(wc -c <"$apt_log") && ! apt_get update -o APT::Update::Error-Mode=any; do
+        # apt waits for another one when it installs, but not when it updates its lists.
+        tail -c +$((before + 1)) "$apt_log" | grep -q "Could not get lock" || return 1
+        ((SECONDS < deadline)) || return 1
+        [[ $waits ]] || note "Another apt is at work here; waiting for it to end"
+        waits=yes
+        sleep 2
+    done
 }
 
 all_offered() {
@@ -112,17 +132,28 @@ all_offered() {
 
 # Installing the package of a server would start it. What the tests need of a server they start themselves, as a copy of
 # their own, so apt is told to start nothing: by Debian's means for that, a file that is there only while apt works.
-install_servers() (
+install_starting_nothing() (
     policy=/usr/sbin/policy-rc.d mark="Written by Orvanel's scripts/packages.sh"
     if [[ ! -e $policy ]] || grep -q "$mark" "$policy"; then
         trap 'as_root rm -f "$policy"' EXIT
-        printf '#!/bin/sh\n# %s\nexit 101\n' "$mark" | as_root tee "$policy" >/dev/null
-        as_root chmod 755 "$policy"
+        { printf '#!/bin/sh\n# %s\nexit 101\n' "$mark" | as_root tee "$policy" >/dev/null && as_root chmod 755 "$policy"; } ||
+            fail "$policy, which keeps servers from being started, could not be written; the reason stands above."
     fi
-    apt_get install --no-install-recommends "$@"
+    install_removing_nothing "$@" && exit
+    update_lists || true # the lists may be older than the packages that they name
+    install_removing_nothing "$@" || fail "apt-get could not install the packages; its reason stands in $apt_log."
 )
 
+# Told not to ask, apt would remove whatever is in the way, such as Docker's own packages for those of the distribution.
+install_removing_nothing() {
+    local in_the_way
+    in_the_way=$(LC_ALL=C apt-get -s install --no-install-recommends "$@" 2>/dev/null | awk '/^Remv/ { print "    " $2 }') || true
+    [[ -z $in_the_way ]] || fail "Installing $* would remove these packages, which is for you to decide:"$'\n'"$in_the_way"
+    apt_get install --no-remove --no-install-recommends "$@"
+}
+
 install_with_apt() {
+    local not_updated=
     local -a missing
     mapfile -t missing < <(missing_from_apt "$@")
     ((${#missing[@]})) || return 0
@@ -133,16 +164,15 @@ install_with_apt() {
     apt_log=build/apt.log
     : >"$apt_log"
     if ! all_offered "${missing[@]}"; then
-        update_lists
+        update_lists || not_updated=yes
         mapfile -t missing < <(missing_from_apt "$@") # fresh lists may offer another clang
+        all_offered "${missing[@]}" || [[ -z $not_updated ]] ||
+            fail "apt-get could not update its lists of packages; its reason stands in $apt_log. Needed, and not all in the lists: ${missing[*]}."
         all_offered "${missing[@]}" ||
             fail "$(os_field PRETTY_NAME) does not have all of the packages that are needed: ${missing[*]}. Debian 12 and Ubuntu 24.04 do."
     fi
     say "Installing ${missing[*]} and what they need (all of apt's words: $apt_log)"
-    install_servers "${missing[@]}" && return
-    update_lists # the lists may be older than the packages that they name
-    install_servers "${missing[@]}" ||
-        fail "apt-get could not install the packages; its reason stands in $apt_log."
+    install_starting_nothing "${missing[@]}" || exit
 }
 
 check_elsewhere() {
