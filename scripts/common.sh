@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # What the commands of this folder share: telling, building, testing. Sourced after `set -euo pipefail`.
 
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 cd "$root" || exit
 
 # A fresh clone in another folder finds what an earlier one compiled.
@@ -19,14 +19,18 @@ source "$root/scripts/packages.sh"
 
 # Every run writes below build/, which a run by another user (root, mostly) may have made its own.
 check_build_folder() {
-    mkdir -p build 2>/dev/null || true
-    [[ -w build ]] || fail "The folder build/ belongs to another user: remove it, or run this as that user."
+    local foreign
+    mkdir -p build 2>/dev/null || fail "The folder build/ cannot be made in $root."
+    foreign=$(find build -maxdepth 3 ! -writable ! -user "$EUID" ! -type l -print -quit 2>/dev/null) || true
+    [[ -z $foreign ]] ||
+        fail "$foreign belongs to another user ($(stat -c %U "$foreign")): remove the folder build/, or run this as that user."
 }
 
 # Whether configuring PRESET again would change nothing. Ninja itself follows changes of the CMakeLists.
 is_configured() {
     local folder=build/$1 compiler=$2
     [[ -f $folder/build.ninja && ! CMakePresets.json -nt $folder/CMakeCache.txt ]] || return 1
+    grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$folder/CMakeCache.txt" || return 1 # that of a clone that was moved
     grep -qE "^CMAKE_CXX_COMPILER:[A-Z]+=(.*/)?${compiler//+/\\+}\$" "$folder/CMakeCache.txt"
 }
 
@@ -38,7 +42,7 @@ configure() {
     check_build_folder
     say "Configuring build/$preset with $compiler"
     log=build/configure-$preset.log
-    rm -f "build/$preset/CMakeCache.txt"
+    rm -f "build/$preset"/{CMakeCache.txt,build.ninja}
     if ! cmake --preset "$preset" -DCMAKE_CXX_COMPILER="$compiler" >"$log" 2>&1; then
         cat "$log" >&2
         fail "CMake could not configure build/$preset; its reason stands above and in $log."
