@@ -5,11 +5,11 @@
 home=
 children=()
 
-# end_child PID: asks a process that we started to end, and makes sure.
+# end_child PID [SECONDS]: asks a process that we started to end, and makes sure after that time (10).
 end_child() {
     local tries
     kill -TERM "$1" 2>/dev/null || return 0
-    for ((tries = 0; tries < 100; tries++)); do
+    for ((tries = 0; tries < 10 * ${2:-10}; tries++)); do
         kill -0 "$1" 2>/dev/null || return 0
         sleep 0.1
     done
@@ -48,13 +48,14 @@ start_display() {
 # start_bus [FOLDER NAME=VALUE…]: a session bus that starts no service of the user's. It knows of none, or only of those in
 # FOLDER, which then start with these variables. Sets $bus.
 start_bus() {
-    local services=${1:+<servicedir>$1</servicedir>}
+    local services=${1:+<servicedir>$1</servicedir>} folder
+    folder=$(printf '%s' "$home/run" | od -An -v -tx1 | tr -d '\n' | tr ' ' '%') # blanks and more must not stand in an address
     cat >"$home/bus.conf" <<BUS
 <!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <type>session</type>
-  <listen>unix:dir=$home/run</listen>
+  <listen>unix:dir=$folder</listen>
   <auth>EXTERNAL</auth>
   $services
   <policy context="default">
