@@ -178,7 +178,7 @@ bool copyFile(const FileCopy& copy, CopyMeans& means) {
         return false;
     }
     constexpr mode_t own = S_IRUSR | S_IWUSR;
-    const FileDescriptor target(::openat(copy.to, name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, own));
+    FileDescriptor target(::openat(copy.to, name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, own));
     if (!target.isOpen()) {
         throw fileError(copy.toPath + "/" + copy.name, errno);
     }
@@ -191,6 +191,10 @@ bool copyFile(const FileCopy& copy, CopyMeans& means) {
     const timespec times[] = {status.st_atim, status.st_mtim};
     requireKept(::fchmod(target.get(), status.st_mode & permissions), path);
     requireKept(::futimens(target.get(), times), path);
+    // Some file systems say only here that an upload failed or that a quota is used up.
+    if (::close(target.release()) != 0) {
+        throw fileError(path, errno);
+    }
     return true;
 }
 

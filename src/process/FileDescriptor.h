@@ -26,6 +26,9 @@ public:
     int get() const { return m_fd; }
     bool isOpen() const { return m_fd >= 0; }
 
+    /// Whoever calls it closes the descriptor from then on.
+    int release() { return std::exchange(m_fd, -1); }
+
     void reset() {
         if (m_fd >= 0) {
             ::close(std::exchange(m_fd, -1));

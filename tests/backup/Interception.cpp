@@ -123,6 +123,18 @@ int __wrap_symlinkat(const char* target, int folder, const char* path) {
     return __real_symlinkat(target, folder, path);
 }
 
+int __real_close(int file);
+int __wrap_close(int file) {
+    const auto& closeFailure = orvanel::test::interception().closeFailure;
+    const int code = closeFailure ? closeFailure(pathOf(file)) : 0;
+    const int result = __real_close(file);
+    if (code != 0) {
+        errno = code;
+        return -1;
+    }
+    return result;
+}
+
 off_t __real_lseek(int file, off_t offset, int whence);
 off_t __wrap_lseek(int file, off_t offset, int whence) {
     const auto& seekFailure = orvanel::test::interception().seekFailure;

@@ -23,6 +23,8 @@ struct Interception {
     std::function<int(off_t from)> seekFailure = {};
     /// What setting the permissions of the file or folder of that path fails with; 0 lets it happen.
     std::function<int(const std::string& path)> modeFailure = {};
+    /// What closing the file of that path fails with; 0 lets it succeed. It is closed in any case.
+    std::function<int(const std::string& path)> closeFailure = {};
     /// Whether the folder of that path can hold no links.
     std::function<bool(const std::string& folder)> isWithoutLinks = {};
     /// Called before a file of that name is made. Only for tests in which one thread makes files.

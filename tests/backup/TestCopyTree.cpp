@@ -321,6 +321,17 @@ private Q_SLOTS:
     }
 
     /// What may not be written to cannot be lifted out of the depth as the others beside it are.
+    /// As on a disk behind a network that only then sends what was written.
+    void copyThatCannotBeClosedIsNoCopy() {
+        const DataFolder folder;
+        folder.fill();
+        const std::string copy = folder.path(u"copy/kuma.db"_s).toStdString();
+        interception().closeFailure = [&](const std::string& path) { return path == copy ? EDQUOT : 0; };
+        const QString message = copyMessage(folder.data(), folder.path(u"copy"_s));
+        interception().closeFailure = {};
+        QCOMPARE(message, folder.path(u"copy/kuma.db"_s) + u": Disk quota exceeded"_s);
+    }
+
     void deepReadOnlyFoldersAreRemoved() {
         const DataFolder folder;
         const QString deep = folder.path(u"tree"_s) + u"/x"_s.repeated(40);

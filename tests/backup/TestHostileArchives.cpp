@@ -169,8 +169,10 @@ private Q_SLOTS:
     void encryptedArchiveIsRefusedAndNobodyAsked() {
         const DataFolder source;
         source.fill();
-        QVERIFY(!runTool(u"7z"_s, {u"a"_s, u"-psecret"_s, source.path(u"archive.zip"_s), source.data()})
-                     .startsWith(u"failed"));
+        // A link to nowhere counts as a failure of some 7z.
+        QVERIFY(QFile::remove(source.data(u"dangling"_s)));
+        const QString output = runTool(u"7z"_s, {u"a"_s, u"-psecret"_s, source.path(u"archive.zip"_s), source.data()});
+        QVERIFY2(!output.startsWith(u"failed"), qPrintable(output));
         const DataFolder folder;
         const QString message = restoring(folder, source.read(u"archive.zip"_s));
         QVERIFY2(message.startsWith(QLatin1String(cannotOpen)), qPrintable(message));
