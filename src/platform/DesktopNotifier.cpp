@@ -9,6 +9,7 @@
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 
+#include <limits>
 #include <utility>
 
 namespace orvanel {
@@ -20,6 +21,9 @@ constexpr qsizetype longestTitle = 200;
 const QString serverName = QStringLiteral("org.freedesktop.Notifications");
 const QString serverPath = QStringLiteral("/org/freedesktop/Notifications");
 const QString defaultAction = QStringLiteral("default");
+
+/// Nobody waits for the bus to tell who the server is.
+constexpr int noLimit = std::numeric_limits<int>::max();
 
 QDBusMessage callTo(const QString& method) {
     return QDBusMessage::createMethodCall(serverName, serverPath, serverName, method);
@@ -84,27 +88,56 @@ void DesktopNotifier::listen() {
                   SLOT(onActionInvoked(uint, QString, QDBusMessage)));
     m_bus.connect({}, serverPath, serverName, QStringLiteral("NotificationClosed"), this,
                   SLOT(onNotificationClosed(uint, uint, QDBusMessage)));
+    askServer();
 }
 
-void DesktopNotifier::onServerChanged(const QString&, const QString&, const QString& newOwner) {
+// Answers cannot be relied on to tell who gave them (Qt 6.4 says it, 6.8 does not), so the bus is asked. It tells
+// before the server can have answered anything, and changes after that come after what it tells here.
+void DesktopNotifier::askServer() {
+    const QString bus = QStringLiteral("org.freedesktop.DBus");
+    auto call = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
+                                               QStringLiteral("GetNameOwner"));
+    call.setArguments({serverName});
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, noLimit), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, &DesktopNotifier::onServer);
+}
+
+void DesktopNotifier::onServer(QDBusPendingCallWatcher* watcher) {
+    watcher->deleteLater();
+    const QDBusPendingReply<QString> reply = *watcher;
+    if (!reply.isError()) {
+        m_server = reply.value();
+    }
+}
+
+void DesktopNotifier::onServerChanged(const QString&, const QString& oldOwner, const QString& newOwner) {
     m_server = newOwner;
     m_capabilities.reset();
     m_ours.clear();
     m_tokens.clear();
+    // A server that was there before may have got the open question, and the next one may be able to do more or less.
+    // Where there was none, the question itself started this one, which will answer it.
+    if (m_asking != nullptr && !oldOwner.isEmpty()) {
+        m_asking = nullptr;
+        askCapabilities();
+    }
 }
 
 void DesktopNotifier::askCapabilities() {
-    if (m_capabilities || std::exchange(m_asking, true)) {
+    if (m_capabilities || m_asking != nullptr) {
         return;
     }
     const auto call = m_bus.asyncCall(callTo(QStringLiteral("GetCapabilities")), m_limit);
-    auto* watcher = new QDBusPendingCallWatcher(call, this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, &DesktopNotifier::onCapabilities);
+    m_asking = new QDBusPendingCallWatcher(call, this);
+    connect(m_asking, &QDBusPendingCallWatcher::finished, this, &DesktopNotifier::onCapabilities);
 }
 
 void DesktopNotifier::onCapabilities(QDBusPendingCallWatcher* watcher) {
     watcher->deleteLater();
-    m_asking = false;
+    if (watcher != m_asking) {
+        return;
+    }
+    m_asking = nullptr;
     const QDBusPendingReply<QStringList> reply = *watcher;
     if (reply.isError() && meansNoServer(reply.error())) {
         m_waiting.clear();
@@ -112,13 +145,6 @@ void DesktopNotifier::onCapabilities(QDBusPendingCallWatcher* watcher) {
         return;
     }
     if (!reply.isError()) {
-        const QString sender = reply.reply().service();
-        if (!m_server.isEmpty() && sender != m_server) {
-            // Another server took over meanwhile, which may be able to do more or less.
-            askCapabilities();
-            return;
-        }
-        m_server = sender;
         m_capabilities = reply.value();
     }
     // A server that does not say what it can do gets the plainest form.
@@ -161,7 +187,7 @@ void DesktopNotifier::reportOnce(const QString& reason) {
 }
 
 bool DesktopNotifier::isOurs(uint id, const QDBusMessage& message) const {
-    return m_ours.contains(id) && (m_server.isEmpty() || message.service() == m_server);
+    return m_ours.contains(id) && message.service() == m_server;
 }
 
 void DesktopNotifier::onActivationToken(uint id, const QString& token, const QDBusMessage& message) {

@@ -49,6 +49,8 @@ private:
     };
 
     void listen();
+    void askServer();
+    void onServer(QDBusPendingCallWatcher* watcher);
     void askCapabilities();
     void onCapabilities(QDBusPendingCallWatcher* watcher);
     void send(const News& news);
@@ -59,8 +61,9 @@ private:
     QDBusConnection m_bus;
     const int m_limit;
     bool m_listening = false;
-    bool m_asking = false;
     bool m_reported = false;
+    /// The question that is open; none if there is no such.
+    QDBusPendingCallWatcher* m_asking = nullptr;
     /// Unique bus name of the server; empty while unknown.
     QString m_server;
     /// Of `m_server`; none until it answered.

@@ -75,6 +75,8 @@ public:
         }
     }
     void vanish() { connection.unregisterService(serverName); }
+    /// Answers the question that it left open.
+    void answerLate() { connection.send(m_question.createReply(capabilities)); }
 
     QStringList capabilities;
     bool answers = true;
@@ -85,6 +87,7 @@ public:
 
     Q_SCRIPTABLE Q_SLOT QStringList GetCapabilities() {
         ++asked;
+        m_question = message();
         setDelayedReply(!answers);
         return capabilities;
     }
@@ -104,6 +107,7 @@ Q_SIGNALS:
 
 private:
     PrivateBus* const m_bus;
+    QDBusMessage m_question;
 };
 
 namespace {
@@ -213,6 +217,40 @@ private Q_SLOTS:
         QCOMPARE(other.asked, 1);
         QCOMPARE(other.posted.last().body, QStringLiteral("a&amp;b"));
         QCOMPARE(server.posted.size(), 4);
+    }
+
+    void laterServerIsAskedItself() {
+        PrivateBus bus;
+        FakeNotificationServer server(&bus, {});
+        server.answers = false;
+        DesktopNotifier notifier(bus.connect());
+        notifier.post(QStringLiteral("first"), QStringLiteral("a&b"));
+        QVERIFY(waitUntil([&] { return server.asked == 1; }));
+
+        server.vanish();
+        const FakeNotificationServer other(&bus, {QStringLiteral("body-markup")});
+        server.answerLate();
+        QVERIFY(waitUntil([&] { return !other.posted.isEmpty(); }));
+        QCOMPARE(other.asked, 1);
+        QCOMPARE(other.posted[0].body, QStringLiteral("a&amp;b"));
+        QCOMPARE(server.posted.size(), 0);
+    }
+
+    void serverThatMustBeStartedIsAskedOnce() {
+        PrivateBus bus;
+        bus.letStart(serverName);
+        const auto connection = bus.connect();
+        DesktopNotifier notifier(connection);
+        const QSignalSpy activated(&notifier, &DesktopNotifier::activated);
+        notifier.post(QStringLiteral("first"), QStringLiteral("body"));
+        QVERIFY(waitUntil([&] { return bus.hasStarted(serverName); }));
+
+        FakeNotificationServer server(&bus, {QStringLiteral("actions")});
+        QVERIFY(waitUntil([&] { return server.posted.size() == 1; }));
+        QCOMPARE(server.asked, 1);
+        settle(server, connection);
+        Q_EMIT server.ActionInvoked(41, QStringLiteral("default"));
+        QVERIFY(waitUntil([&] { return !activated.isEmpty(); }));
     }
 
     void clickActivatesWithTheToken() {

@@ -3,6 +3,7 @@
 #include "support/Await.h"
 
 #include <QDBusError>
+#include <QDir>
 #include <QFile>
 
 #include <csignal>
@@ -16,6 +17,7 @@ constexpr auto configuration = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DT
 <busconfig>
   <type>session</type>
   <listen>unix:dir=%1</listen>
+  <servicedir>%1/services</servicedir>
   <auth>EXTERNAL</auth>
   <policy context="default">
     <allow send_destination="*"/>
@@ -31,19 +33,25 @@ QString newConnectionName() {
     return QStringLiteral("test-%1").arg(++count);
 }
 
+void write(const QString& path, const QString& text) {
+    QFile file(path);
+    const QByteArray bytes = text.toUtf8();
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
+        qFatal("could not write %s", qPrintable(path));
+    }
+}
+
 } // namespace
 
 PrivateBus::PrivateBus() {
-    QFile file(m_folder.filePath(QStringLiteral("bus.conf")));
-    const QByteArray text = QString::fromLatin1(configuration).arg(m_folder.path()).toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size()) {
-        qFatal("could not write %s", qPrintable(file.fileName()));
-    }
-    file.close();
+    const QString folder = m_folder.path();
+    const QString configurationFile = m_folder.filePath(QStringLiteral("bus.conf"));
+    QDir(folder).mkdir(QStringLiteral("services"));
+    write(configurationFile, QString::fromLatin1(configuration).arg(folder));
     // A test that crashes takes its bus along. (The starting thread is the main one, so this fires with the process.)
     m_daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     m_daemon.start(QStringLiteral("dbus-daemon"),
-                   {QStringLiteral("--config-file=") + file.fileName(), QStringLiteral("--nofork"),
+                   {QStringLiteral("--config-file=") + configurationFile, QStringLiteral("--nofork"),
                     QStringLiteral("--nopidfile"), QStringLiteral("--print-address")});
     if (!waitUntil([this] { return m_daemon.canReadLine() || m_daemon.state() == QProcess::NotRunning; }) ||
         !m_daemon.canReadLine()) {
@@ -77,6 +85,23 @@ QDBusConnection PrivateBus::connect() {
 void PrivateBus::disconnect(const QDBusConnection& connection) {
     m_connections.removeAll(connection.name());
     QDBusConnection::disconnectFromBus(connection.name());
+}
+
+void PrivateBus::letStart(const QString& service) {
+    // What is started stays until the bus ends: one that ended before its service appeared would have failed.
+    const QString command = QStringLiteral("/bin/sh -c '/usr/bin/touch %1; exec /usr/bin/tail --pid=%2 -f /dev/null'")
+                                .arg(startedFile(service))
+                                .arg(m_daemon.processId());
+    write(m_folder.filePath(QStringLiteral("services/%1.service").arg(service)),
+          QStringLiteral("[D-BUS Service]\nName=%1\nExec=%2\n").arg(service, command));
+}
+
+bool PrivateBus::hasStarted(const QString& service) const {
+    return QFile::exists(startedFile(service));
+}
+
+QString PrivateBus::startedFile(const QString& service) const {
+    return m_folder.filePath(service + QStringLiteral(".started"));
 }
 
 void PrivateBus::stop() {

@@ -22,6 +22,11 @@ public:
     /// Closes a connection, as the end of its process would.
     void disconnect(const QDBusConnection& connection);
 
+    /// Lets the bus start a service that is called while nobody has its name. Only the call for it comes: the service
+    /// itself is then to appear from the test.
+    void letStart(const QString& service);
+    bool hasStarted(const QString& service) const;
+
     /// Ends the bus under its users.
     void stop();
 
@@ -29,6 +34,8 @@ public:
     static QDBusConnection none();
 
 private:
+    QString startedFile(const QString& service) const;
+
     QTemporaryDir m_folder;
     QProcess m_daemon;
     QString m_address;
