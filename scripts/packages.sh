@@ -82,6 +82,7 @@ is_found() {
         done
         return 1
         ;;
+    *.h) [[ -e /usr/include/$1 || -e /usr/local/include/$1 ]] ;;
     *) command -v "$1" >/dev/null ;;
     esac
 }
