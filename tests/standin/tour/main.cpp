@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QLoggingCategory>
 
 using namespace orvanel::standin;
 
@@ -27,6 +28,7 @@ int main(int argc, char** argv) {
     // Qt would ask the bus for a screen reader and wait for the answer, which only this process could give.
     const QString bus = qEnvironmentVariable(sessionBusVariable);
     qputenv(sessionBusVariable, "disabled:");
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.qpa.theme.dbus.warning=false")); // it misses the bus
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     if (QGuiApplication::platformName() != u"xcb") {
