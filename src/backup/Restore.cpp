@@ -52,29 +52,35 @@ bool isOneMount(const QString& path, const QString& other) {
     return idOf(path).device == idOf(other).device && mountOf(path) == mountOf(other);
 }
 
-/// The data folder's way to its place among the backups: a rename, or a copy where they lie on another file system.
+/// In the work folder among the backups.
+const QString copyName = QStringLiteral("data");
+
+/// The data folder's way to its place among the backups: a rename, or a copy where none can lead there.
 class KeptData {
 public:
-    KeptData(QString dataDir, const QString& backupsDir)
+    KeptData(QString dataDir, QString backupsDir)
         : m_dataDir(std::move(dataDir))
         , m_id(idOf(m_dataDir))
-        , m_place(backupsDir + u'/' + keptPrefix) {
-        if (!isOneMount(m_dataDir, backupsDir)) {
-            m_copy.emplace(backupsDir);
-            requireRoom(backupsDir, bytesUsedBy(m_dataDir));
-            copyTree(m_dataDir, m_copy->path(QStringLiteral("data")), {.never = m_copy->id()});
-            syncFileSystem(backupsDir);
+        , m_backupsDir(std::move(backupsDir)) {
+        if (!isOneMount(m_dataDir, m_backupsDir)) {
+            makeCopy();
         }
     }
 
     /// Its result is where the data is kept. When it throws, the data folder is as it was, or the sentence tells where
     /// it is.
     QString replaceBy(const QString& fresh, WorkFolder& work) {
-        QString kept = freeName(m_place + BackupManager::timestamp());
+        QString kept = freeName(m_backupsDir + u'/' + keptPrefix + BackupManager::timestamp());
         if (!m_copy) {
             noteRestore(work, fresh, kept);
+            if (!moveIfPossible(m_dataDir, kept)) {
+                forgetRestore(work);
+                makeCopy();
+            }
         }
-        moveTo(m_copy ? m_copy->path(QStringLiteral("data")) : m_dataDir, kept);
+        if (m_copy) {
+            moveTo(m_copy->path(copyName), kept);
+        }
         try {
             if (m_copy) {
                 putInPlace(fresh, m_dataDir, work);
@@ -89,6 +95,13 @@ public:
     }
 
 private:
+    void makeCopy() {
+        m_copy.emplace(m_backupsDir);
+        requireRoom(m_backupsDir, bytesUsedBy(m_dataDir));
+        copyTree(m_dataDir, m_copy->path(copyName), {.never = m_copy->id()});
+        syncFileSystem(m_backupsDir);
+    }
+
     void takeBack(const QString& kept, const AppError& error, WorkFolder& work) const {
         if (m_copy) {
             // Only a copy that is not needed: the data itself is where it was.
@@ -107,7 +120,7 @@ private:
 
     QString m_dataDir;
     FileId m_id;
-    QString m_place;
+    QString m_backupsDir;
     std::optional<WorkFolder> m_copy;
 };
 

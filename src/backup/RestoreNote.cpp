@@ -59,6 +59,10 @@ void noteRestore(const WorkFolder& work, const QString& fresh, const QString& ke
     }
 }
 
+void forgetRestore(const WorkFolder& work) {
+    ::unlinkat(work.descriptor(), noteName.c_str(), 0);
+}
+
 bool hasRestoreNote(int work) {
     try {
         return readNote(work, noteName).has_value();

@@ -13,6 +13,9 @@ inline const QString keptPrefix = QStringLiteral("before-restore-");
 /// the disk. `fresh`, which is in `work`, then gets its place. Throws what the platform says. Blocks; any thread.
 void noteRestore(const WorkFolder& work, const QString& fresh, const QString& kept);
 
+/// Removes the note: nothing was moved, and nothing will be.
+void forgetRestore(const WorkFolder& work);
+
 /// Whether a work folder, open, has such a note, be it unreadable, which finishRestore() has not dealt with yet.
 bool hasRestoreNote(int work);
 

@@ -88,12 +88,22 @@ void syncFileSystem(const QString& path) {
 }
 
 void moveTo(const QString& from, const QString& to) {
+    if (!moveIfPossible(from, to)) {
+        throw fileError(from, EXDEV);
+    }
+}
+
+bool moveIfPossible(const QString& from, const QString& to) {
     const int code = renameToNothing(from, to);
+    if (code == EXDEV) {
+        return false;
+    }
     if (code != 0) {
         throw fileError(code == EEXIST || code == ENOTEMPTY ? to : from, code);
     }
     syncFolder(parentOf(to));
     syncFolder(parentOf(from));
+    return true;
 }
 
 void putInPlace(const QString& fresh, const QString& destination, WorkFolder& work) {

@@ -316,6 +316,25 @@ private Q_SLOTS:
         QCOMPARE(difference(before, describe(folder.data())), QString());
     }
 
+    /// Quotas and layers of file systems forbid some renames within one mount.
+    void dataThatCannotBeMovedIsCopied() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"earlier/kuma.db"_s, "of an earlier time");
+        const auto before = describe(folder.data());
+        interception().renameFailure = [&](const std::string& from, const std::string& to) {
+            const std::string backups = folder.backups().toStdString() + '/';
+            return to.starts_with(backups) && !from.starts_with(backups) ? EXDEV : 0;
+        };
+        const QString message =
+            messageOf(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
+        QCOMPARE(message, u"none"_s);
+        QCOMPARE(difference(folder.path(u"earlier"_s), folder.data()), QString());
+        QCOMPARE(folder.kept().size(), 1);
+        QCOMPARE(difference(before, describe(folder.backups(folder.kept().value(0)))), QString());
+        QCOMPARE(folder.names(u"Orvanel"_s), (QStringList{u"Backups"_s, u"data"_s}));
+    }
+
     void restoreWhoseSecondStepFailsIsTakenBack() {
         const DataFolder folder;
         folder.fill();
