@@ -124,6 +124,15 @@ private:
     std::optional<WorkFolder> m_copy;
 };
 
+/// Whether a restore that was killed has still to be dealt with: what it kept is then not to be deleted, whatever its
+/// name. `own` is the work folder of this one.
+bool isRestorePending(const QString& parent, const QString& own) {
+    const auto leftovers = leftoversIn(parent, WorkFolder::hidden);
+    return std::any_of(leftovers.begin(), leftovers.end(), [&](const Leftover& leftover) {
+        return leftover.path != own && hasRestoreNote(leftover.folder.get());
+    });
+}
+
 /// What a restore kept before this one, unless the user restores from it.
 void removeOlder(const QStringList& names, const QString& backupsDir, const QString& origin) {
     for (const QString& name : names) {
@@ -201,7 +210,7 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
     const QStringList before = namesIn(backups);
     const QString kept = KeptData(data, backups).replaceBy(fresh, work);
     // An empty folder, made by whoever missed the data, is not worth what was kept before it.
-    if (BackupManager::looksLikeData(kept)) {
+    if (BackupManager::looksLikeData(kept) && !isRestorePending(parentOf(data), work.path())) {
         removeOlder(before, backups, origin);
     }
 }

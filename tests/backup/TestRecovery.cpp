@@ -232,6 +232,26 @@ private Q_SLOTS:
         QCOMPARE(folder.read(u"Orvanel/data/kuma.db"_s), QByteArray("kept"));
     }
 
+    void keptDataThatCannotComeBackNowIsNotPruned() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(restoring, restoreNote);
+        folder.write(u"Orvanel/"_s + leftover + u"/data/kuma.db"_s, "not put in place");
+        folder.write(u"Orvanel/Backups/"_s + kept + u"/kuma.db"_s, "kept");
+        folder.write(u"earlier/kuma.db"_s, "of an earlier time");
+        interception().renameFailure = [](const std::string&, const std::string& to) {
+            return to.find("/before-interrupted-restore-") != std::string::npos ? EIO : 0;
+        };
+        await(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
+        interception().renameFailure = {};
+        QCOMPARE(folder.read(u"Orvanel/Backups/"_s + kept + u"/kuma.db"_s), QByteArray("kept"));
+        // Once it has got its own name, all goes its way again.
+        await(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
+        QCOMPARE(folder.read(u"Orvanel/Backups/before-interrupted-restore-2026-01-02-030405/kuma.db"_s),
+                 QByteArray("kept"));
+        QCOMPARE(folder.kept().size(), 2);
+    }
+
     void keptDataThatIsGoneIsWaitedForNoLonger() {
         const DataFolder folder;
         folder.write(restoring, restoreNote);
