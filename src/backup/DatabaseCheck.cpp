@@ -2,7 +2,9 @@
 
 #include "backup/CopyTree.h"
 #include "backup/DatabaseCopy.h"
+#include "backup/DiskRoom.h"
 #include "backup/RemoveTree.h"
+#include "backup/WorkFolder.h"
 #include "process/AppError.h"
 
 #include <QDir>
@@ -64,6 +66,34 @@ std::optional<QString> checkOpenedFile(const QString& path) {
     return lines.join(u'\n');
 }
 
+/// Throws what the platform says when the scratch copy cannot be made.
+std::optional<QString> checkIn(const QString& scratch, const QString& folder, const QString& name) {
+    QDir().mkdir(scratch);
+    copyFiles(folder, scratch, databaseFiles(name));
+    return checkOpenedFile(scratch + u'/' + name);
+}
+
+qint64 bytesOf(const QString& folder, const QString& name) {
+    qint64 sum = 0;
+    for (const std::string& file : databaseFiles(name)) {
+        const auto status = statusOf(folder + u'/' + QFile::decodeName(file.c_str()));
+        sum += status ? status->st_size : 0;
+    }
+    return sum;
+}
+
+/// Where the scratch copy could not be made beside the backup, with which the disk may be full. `reason` tells why.
+std::optional<QString> checkInTemporaryFolder(const QString& folder, const QString& name, const AppError& reason) {
+    try {
+        const QString parent = QDir::tempPath();
+        requireRoom(parent, bytesOf(folder, name));
+        const WorkFolder work(parent, QStringLiteral("orv-check-"));
+        return checkIn(work.path(QStringLiteral("scratch")), folder, name);
+    } catch (const AppError&) {
+        return QStringLiteral("The check could not be made. %1").arg(reason.message());
+    }
+}
+
 } // namespace
 
 std::optional<QString> checkDatabase(const QString& folder, const QString& scratch, const QString& name) {
@@ -72,11 +102,9 @@ std::optional<QString> checkDatabase(const QString& folder, const QString& scrat
     }
     std::optional<QString> problem;
     try {
-        QDir().mkdir(scratch);
-        copyFiles(folder, scratch, databaseFiles(name));
-        problem = checkOpenedFile(scratch + u'/' + name);
+        problem = checkIn(scratch, folder, name);
     } catch (const AppError& error) {
-        problem = QStringLiteral("The check could not be made. %1").arg(error.message());
+        problem = checkInTemporaryFolder(folder, name, error);
     }
     removeTree(scratch);
     return problem;

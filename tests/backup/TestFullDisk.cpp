@@ -160,15 +160,25 @@ private Q_SLOTS:
         QCOMPARE(folder.names(u"Orvanel"_s), QStringList{u"data"_s});
     }
 
-    void databaseThatCannotBeCheckedIsReported() {
+    void databaseThatFillsTheDiskIsCheckedElsewhere_data() {
+        QTest::addColumn<bool>("isElsewhereFull");
+        QTest::newRow("elsewhere there is room") << false;
+        QTest::newRow("nor is there any elsewhere") << true;
+    }
+
+    void databaseThatFillsTheDiskIsCheckedElsewhere() {
+        QFETCH(const bool, isElsewhereFull);
         const DataFolder folder;
         const SmallDisk disk(folder, "size=4m");
+        const SmallDisk elsewhere(folder, isElsewhereFull ? "size=2m" : "size=8m", u"elsewhere"_s);
         folder.write(u"Orvanel/data/kuma.db"_s, QByteArray("SQLite format 3\0", 16) + noise(3'000'000));
+        qputenv("TMPDIR", QFile::encodeName(folder.path(u"elsewhere"_s)));
         const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"disk/copy"_s)));
         QVERIFY(result.databaseProblem);
-        QVERIFY2(result.databaseProblem->startsWith(u"The check could not be made. "),
-                 qPrintable(*result.databaseProblem));
+        const QString start = u"The check could not be made. "_s + folder.path(u"disk/"_s);
+        QVERIFY2(result.databaseProblem->startsWith(start) == isElsewhereFull, qPrintable(*result.databaseProblem));
         QCOMPARE(difference(folder.data(), folder.path(u"disk/copy"_s)), QString());
+        QCOMPARE(folder.names(u"elsewhere"_s), QStringList());
     }
 
     void restoreLooksForRoomFirst() {
