@@ -9,6 +9,7 @@ id=io.github.orvanel.Orvanel
 # shellcheck disable=SC2317 # called by the trap
 end_check() {
     trap - EXIT
+    trap '' INT TERM HUP # a second Ctrl+C would leave the package on this machine
     end_children
     if [[ -n ${installed_here:-} ]]; then
         apt_get purge orvanel || true
@@ -51,7 +52,8 @@ wait_for() {
 
 is_running() { [[ $(ask NameHasOwner "$id") == *true* ]]; }
 shows_window() { in_home xwininfo -root -tree | grep -q '"Orvanel": ("orvanel" "Orvanel")'; }
-has_ended() { ! kill -0 "$pid" 2>/dev/null; }
+# Also while nobody has asked how it ended: it is not our child, and the first process of a container may never ask.
+has_ended() { [[ $(sed 's/.*) //' "/proc/$pid/stat" 2>/dev/null) =~ ^(Z|$) ]]; }
 
 # Sets $pid.
 find_program() {
@@ -97,13 +99,15 @@ validate() {
     dpkg-deb -x "$package" "$content"
     desktop-file-validate "$content/usr/share/applications/$id.desktop" || fail "The desktop file is not well."
     appstreamcli validate --no-net "$content/usr/share/metainfo/$id.metainfo.xml" || fail "The metainfo is not well."
-    man --warnings --local-file "$content/usr/share/man/man1/orvanel.1.gz" 2>"$root/build/package/man.log" >/dev/null
+    man --warnings --local-file "$content/usr/share/man/man1/orvanel.1.gz" 2>"$root/build/package/man.log" >/dev/null ||
+        fail "man could not show the page: $(cat "$root/build/package/man.log")"
     [[ ! -s $root/build/package/man.log ]] || fail "The man page is not well: $(cat "$root/build/package/man.log")"
     lintian --allow-root --fail-on error "$package" || fail "lintian found an error."
     file=$content/usr/share/icons/hicolor/48x48/apps/$id.png
     [[ $(file --brief --mime-type "$file") == image/png ]] || fail "The package has no rendered icon."
     grep -qi "mit license\|permission is hereby granted" "$content/usr/share/licenses/orvanel/LICENSE" || fail "The package has no licence."
     carries Depends libarchive-tools || fail "The package does not depend on the archiver."
+    carries Depends qt6-svg-plugins || fail "The package does not depend on what draws its icons."
     carries Recommends docker.io || fail "The package does not recommend Docker."
     check_launchers "$content" /usr/bin/orvanel
 }
@@ -140,6 +144,12 @@ install_package() {
     [[ $(dpkg-query -W -f '${Version}' orvanel) == "$(dpkg-deb -f "$1" Version)" ]] || fail "Another version is installed."
 }
 
+# What there is by our name where packages lie, sorted; clones of the sources too. Temporary files may come and go.
+traces() {
+    find /usr /etc /opt /var -xdev -iname '*orvanel*' -not -path '/var/tmp/*' -not -path "${TMPDIR:-/tmp}/*" \
+        -print -prune 2>/dev/null | LC_ALL=C sort
+}
+
 remove_package() {
     local -a files
     local left file
@@ -151,7 +161,7 @@ remove_package() {
     for file in "${files[@]}"; do
         [[ -d $file || ! -e $file ]] || fail "$file was left behind."
     done
-    left=$(find /usr /etc /opt /var -xdev -iname '*orvanel*' -not -path "$root/*")
+    left=$(LC_ALL=C comm -13 <(echo "$traces_before") <(traces))
     [[ -z $left ]] || fail "This was left behind: $left"
     [[ -f $home/config/Orvanel/Orvanel.conf ]] || fail "The user's settings are gone."
 }
@@ -177,6 +187,7 @@ check_package() {
     start_session
     install_by_cmake
 
+    traces_before=$(traces) || true
     make_older 0.0.1 "$home/older.deb"
     install_package "$home/older.deb"
     [[ -e /usr/share/doc/orvanel/gone ]] || fail "The older package is not what was installed."
@@ -184,7 +195,7 @@ check_package() {
     install_package "$package"
     [[ ! -e /usr/share/doc/orvanel/gone ]] || fail "The upgrade left a file behind that the package has not any more."
     [[ -z $(dpkg --verify orvanel) ]] || fail "The upgrade did not bring all files: $(dpkg --verify orvanel)"
-    kill -0 "$pid" || fail "The upgrade ended the running program."
+    ! has_ended || fail "The upgrade ended the running program."
     end_program
     start_by_bus
     end_program
