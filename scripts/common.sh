@@ -21,7 +21,9 @@ source "$root/scripts/packages.sh"
 check_build_folder() {
     local foreign
     mkdir -p build 2>/dev/null || fail "The folder build/ cannot be made in $root."
-    foreign=$(find build -maxdepth 3 ! -writable ! -user "$EUID" ! -type l -print -quit 2>/dev/null) || true
+    # Whoever installs by CMake, as root, leaves a list and launchers there that the next to do so replaces.
+    foreign=$(find build -maxdepth 3 ! -writable ! -user "$EUID" ! -type l ! -name install_manifest.txt \
+        ! -path 'build/*/packaging/*' -print -quit 2>/dev/null) || true
     [[ -z $foreign ]] ||
         fail "$foreign belongs to another user ($(stat -c %U "$foreign")): remove the folder build/, or run this as that user."
 }
