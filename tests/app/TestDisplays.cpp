@@ -54,9 +54,11 @@ public:
     std::optional<QSize> leastSizeOfWindow() const override {
         QFile file(m_folder.filePath(QStringLiteral("words")));
         const QString words = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-        static const QRegularExpression least(QStringLiteral("xdg_toplevel@\\d+\\.set_min_size\\((\\d+), (\\d+)\\)"));
+        // An object and its number: "xdg_toplevel@12", since libwayland 1.23 "xdg_toplevel#12".
+        static const QRegularExpression least(
+            QStringLiteral("xdg_toplevel[@#]\\d+\\.set_min_size\\((\\d+), (\\d+)\\)"));
         // Shown: it has a title, a name and a picture.
-        static const QRegularExpression picture(QStringLiteral("wl_surface@\\d+\\.attach\\(wl_buffer@"));
+        static const QRegularExpression picture(QStringLiteral("wl_surface[@#]\\d+\\.attach\\(wl_buffer[@#]"));
         const auto size = least.match(words);
         if (!size.hasMatch() || !words.contains(QStringLiteral("set_title(\"Orvanel\")")) ||
             !words.contains(QStringLiteral("set_app_id(\"io.github.orvanel.Orvanel\")")) ||
