@@ -12,9 +12,12 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QLocale>
 
+#include <cerrno>
 #include <memory>
+#include <sys/stat.h>
 
 namespace orvanel {
 namespace {
@@ -30,9 +33,17 @@ bool isZip(const QString& path) {
     return name.size() > 4 && name.endsWith(u".zip", Qt::CaseInsensitive);
 }
 
-/// Whether there is a data folder, perhaps at the end of a link.
+/// Whether there is a data folder, perhaps at the end of a link. One that cannot be looked at may well be there: throws
+/// what the platform says of it.
 bool exists(const QString& dataDir) {
-    return isSame(dataDir, dataDir);
+    struct stat status {};
+    if (::stat(QFile::encodeName(dataDir).constData(), &status) == 0) {
+        return true;
+    }
+    if (errno != ENOENT && errno != ENOTDIR) {
+        throw fileError(dataDir, errno);
+    }
+    return false;
 }
 
 /// A backup to a disk without links may have been killed while it had its copy there.

@@ -102,6 +102,19 @@ private Q_SLOTS:
         QCOMPARE(folder.names(), QStringList{u"Orvanel"_s});
     }
 
+    /// A link that leads to itself stands for a disk that does not answer or a folder that nobody may look into.
+    void dataThatCannotBeLookedAtIsNotTakenForNone() {
+        const DataFolder folder;
+        QVERIFY(QFile::link(folder.data(), folder.data()));
+        const QString sentence = folder.data() + u": Too many levels of symbolic links"_s;
+        QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy"_s))), sentence);
+        QCOMPARE(messageOf(BackupManager::autoBackup(folder.data(), folder.backups(), u"before-update"_s)), sentence);
+        QCOMPARE(folder.names(), QStringList{u"Orvanel"_s});
+        // Where a file is in the way of the folder, there is none.
+        folder.write(u"file"_s, "");
+        QCOMPARE(await(BackupManager::autoBackup(folder.path(u"file/data"_s), folder.backups(), u"x"_s)), std::nullopt);
+    }
+
     void whatWasAtTheDestinationIsReplaced_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("old");
