@@ -8,12 +8,14 @@
 
 #include <fcntl.h>
 #include <limits>
+#include <set>
 #include <sys/statvfs.h>
 
 namespace orvanel {
 namespace {
 
-qint64 bytesUsedIn(const FileDescriptor& folder) {
+/// `seen` are the files with more than one name that have been counted.
+qint64 bytesUsedIn(const FileDescriptor& folder, std::set<FileId>& seen) {
     if (!folder.isOpen()) {
         return 0;
     }
@@ -23,10 +25,14 @@ qint64 bytesUsedIn(const FileDescriptor& folder) {
         if (::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
             continue;
         }
+        const bool hasNames = S_ISREG(status.st_mode) && status.st_nlink > 1;
+        if (hasNames && !seen.insert(FileId(status)).second) {
+            continue;
+        }
         constexpr qint64 unit = 512;
         sum += status.st_blocks * unit;
         if (S_ISDIR(status.st_mode)) {
-            sum += bytesUsedIn(openFolder(folder.get(), name));
+            sum += bytesUsedIn(openFolder(folder.get(), name), seen);
         }
     }
     return sum;
@@ -36,8 +42,9 @@ qint64 bytesUsedIn(const FileDescriptor& folder) {
 
 qint64 bytesUsedBy(const QString& folder) {
     try {
+        std::set<FileId> seen;
         return bytesUsedIn(
-            FileDescriptor(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+            FileDescriptor(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), seen);
     } catch (const AppError&) {
         return 0;
     }

@@ -4,7 +4,8 @@
 
 namespace orvanel {
 
-/// Bytes on disk of everything in a folder. What cannot be looked at counts as nothing. Blocks; any thread.
+/// Bytes on disk of everything in a folder, each file once however many names it has. What cannot be looked at counts
+/// as nothing. Blocks; any thread.
 qint64 bytesUsedBy(const QString& folder);
 
 /// Bytes that the user may still write to the file system that holds `path`; none known is the largest number.

@@ -194,6 +194,16 @@ private Q_SLOTS:
         QCOMPARE(folder.kept(), QStringList());
     }
 
+    void fileOfManyNamesNeedsItsRoomOnce() {
+        const DataFolder folder;
+        const SmallDisk disk(folder, "size=4m", u"Orvanel"_s);
+        folder.write(u"copy/kuma.db"_s, noise(3'000'000));
+        const QByteArray first = QFile::encodeName(folder.path(u"copy/kuma.db"_s));
+        QCOMPARE(::link(first.constData(), (first + ".second").constData()), 0);
+        QCOMPARE(messageOf(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups())), u"none"_s);
+        QCOMPARE(difference(folder.path(u"copy"_s), folder.data()), QString());
+    }
+
     void archiveLargerThanTheDiskIsRefused_data() {
         QTest::addColumn<bool>("isListed");
         QTest::newRow("and says so") << true;
