@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStandardPaths>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -85,6 +86,16 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.read(16), QByteArray("at the beginning"));
         QCOMPARE(folder.read(u"back/after"_s), QByteArray("after it"));
+        // Others must be able to open it too. To unpack it once more takes unzip far longer than 7z.
+        for (const QString& tool : {u"unzip"_s, u"7z"_s}) {
+            if (QStandardPaths::findExecutable(tool).isEmpty()) {
+                QSKIP(qPrintable(tool + u" is not there, so it was not asked what it makes of the archive."_s));
+            }
+        }
+        const QString list = runTool(u"unzip"_s, {u"-lqq"_s, zip});
+        QVERIFY2(list.contains(QString::number(size)) && list.contains(u"data/after"), qPrintable(list));
+        const QString test = runTool(u"7z"_s, {u"t"_s, zip});
+        QVERIFY2(test.contains(u"Everything is Ok"), qPrintable(test));
     }
 };
 
