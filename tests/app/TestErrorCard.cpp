@@ -24,6 +24,32 @@ void fail(Shown& view, const QString& why) {
     view.world.settle();
 }
 
+/// Many more monitors than the window has room for.
+void openWithLongList(Shown& view) {
+    view.world.controller().setSlug(QStringLiteral("home"));
+    QList<MonitorRow> monitors;
+    for (int id = 1; id <= 300; ++id) {
+        monitors << monitor(id, 1);
+    }
+    view.world.page.status = statusPage(monitors);
+    QVERIFY(view.world.isPolledAsRunning());
+    view.open();
+    drainEvents();
+}
+
+/// From its first line to its last, at once and when all is laid out.
+bool isErrorInView(const Shown& view) {
+    const auto* const area = view.window.findChild<QScrollArea*>();
+    const auto isInView = [&] {
+        const auto* const card = visible<ErrorCard>(&view.window);
+        return card != nullptr &&
+               area->viewport()->rect().contains(QRect(card->mapTo(area->viewport(), QPoint(0, 0)), card->size()));
+    };
+    const bool isAtOnce = isInView();
+    drainEvents();
+    return isAtOnce && isInView();
+}
+
 /// Where each widget of the window was, each time that it was painted.
 class PaintedPlaces final : public QObject {
 public:
@@ -113,6 +139,31 @@ private Q_SLOTS:
         visible<TextBox>(&view.window)->setFocus();
         fail(view, QStringLiteral("other"));
         QCOMPARE(view.window.focusWidget(), view.window.findChild<QScrollArea*>());
+    }
+
+    void anErrorBelowALongListIsScrolledTo() {
+        Shown view;
+        openWithLongList(view);
+        fail(view, QStringLiteral("why"));
+        QVERIFY(isErrorInView(view));
+    }
+
+    void anErrorThatComesWithTheLongListIsScrolledTo() {
+        Shown view;
+        openWithLongList(view);
+        view.world.answer("compose stop", 1, QStringLiteral("why"));
+        view.world.answer("stop", 1, QStringLiteral("why"));
+        view.click(QStringLiteral("Stop"));
+        QVERIFY(view.world.operationEnds());
+        QVERIFY(visible<DashboardView>(&view.window) != nullptr);
+        QVERIFY(isErrorInView(view));
+    }
+
+    void anErrorFromBeforeTheWindowIsScrolledTo() {
+        Shown view;
+        fail(view, QStringLiteral("why"));
+        openWithLongList(view);
+        QVERIFY(isErrorInView(view));
     }
 
     /// No frame shows the new card at a place where it does not stay, nor the old one again.

@@ -16,6 +16,7 @@
 #include "controller/KumaController.h"
 
 #include <QAccessible>
+#include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -189,10 +190,17 @@ void MainView::renderError() {
     }
     setShown(m_errorCard, hasError);
     if (isNew) {
-        m_column->activate();
-        m_area->ensureWidgetVisible(m_errorCard, 0, spacing::padding);
+        scrollToError();
         alertOf(m_errorCard);
     }
+}
+
+/// The area grows what scrolls in it only with its next event, and could not scroll to what is below that before.
+void MainView::scrollToError() {
+    m_column->activate();
+    QEvent grow(QEvent::LayoutRequest);
+    QCoreApplication::sendEvent(m_area, &grow);
+    m_area->ensureWidgetVisible(m_errorCard, 0, spacing::padding);
 }
 
 View* MainView::makeCard(StateCard kind) const {

@@ -37,6 +37,7 @@ private:
     void renderHeader();
     void renderCard();
     void renderError();
+    void scrollToError();
     void replaceCard(StateCard kind);
     void putErrorLast();
     void showGuide();
