@@ -1,13 +1,16 @@
 #include "app/WidgetDialogs.h"
 
-#include "app/FileOrFolderDialog.h"
+#include "app/OpenPathDialog.h"
 #include "app/widgets/Buttons.h"
 #include "app/widgets/PushButton.h"
 #include "task/Event.h"
 
+#include <QAbstractItemView>
+#include <QAction>
 #include <QDir>
 #include <QLabel>
 #include <QMessageBox>
+#include <QShortcut>
 
 namespace orvanel {
 namespace {
@@ -47,6 +50,22 @@ ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& m
     });
     open(dialog, done);
     return chosen;
+}
+
+/// Qt's own dialog lets files be deleted and renamed, and asks or complains in a way that holds up everything until it
+/// is answered. New folders can be made still.
+void forbidDeleting(QFileDialog* dialog) {
+    for (QShortcut* shortcut : dialog->findChildren<QShortcut*>()) {
+        shortcut->setEnabled(shortcut->key() != QKeySequence(QKeySequence::Delete));
+    }
+    for (const char* name : {"qt_delete_action", "qt_rename_action"}) {
+        if (auto* action = dialog->findChild<QAction*>(QString::fromLatin1(name))) {
+            action->setVisible(false);
+        }
+    }
+    for (QAbstractItemView* view : dialog->findChildren<QAbstractItemView*>()) {
+        view->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    }
 }
 
 Alert replaceQuestion(const QString& name) {
@@ -128,6 +147,7 @@ QCoro::Task<std::optional<QString>> WidgetDialogs::askForSavePath(SavePanel pane
     dialog->selectFile(QFileInfo(proposed).fileName());
     const Event<bool> done;
     const ChosenPath chosen = openPanel(dialog, panel.title, panel.message, done);
+    forbidDeleting(dialog);
     co_await done;
     co_return *chosen;
 }
@@ -137,13 +157,7 @@ QCoro::Task<std::optional<QString>> WidgetDialogs::chooseOpenPath(OpenPanel pane
     if (parent == nullptr) {
         co_return std::nullopt;
     }
-    QFileDialog* dialog = nullptr;
-    if (panel.filesAllowed && panel.foldersAllowed) {
-        dialog = new FileOrFolderDialog(parent);
-    } else {
-        dialog = new QFileDialog(parent);
-        dialog->setFileMode(panel.foldersAllowed ? QFileDialog::Directory : QFileDialog::ExistingFile);
-    }
+    auto* dialog = new OpenPathDialog(panel, parent);
     dialog->setDirectory(QDir::home());
     const Event<bool> done;
     const ChosenPath chosen = openPanel(dialog, panel.title, panel.message, done);

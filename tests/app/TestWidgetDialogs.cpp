@@ -1,14 +1,16 @@
-#include "app/FileOrFolderDialog.h"
+#include "app/OpenPathDialog.h"
 #include "app/WidgetDialogs.h"
 #include "support/Await.h"
 #include "support/TestHome.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
+#include <QTimer>
 
 using namespace orvanel;
 using namespace orvanel::test;
@@ -272,7 +274,7 @@ private Q_SLOTS:
         OpenPanel panel;
         panel.foldersAllowed = true;
         const auto answer = answerOf(asked.chooseOpenPath(panel));
-        auto* dialog = shown<FileOrFolderDialog>();
+        auto* dialog = shown<OpenPathDialog>();
         QVERIFY(dialog != nullptr);
         dialog->setDirectory(home.path());
         dialog->selectFile(home.path(name));
@@ -281,13 +283,23 @@ private Q_SLOTS:
         QCOMPARE(answer->value, home.path(name));
     }
 
+    void nameThatDoesNotExistIsNotTaken_data() {
+        QTest::addColumn<bool>("files");
+        QTest::addColumn<bool>("folders");
+        QTest::newRow("files") << true << false;
+        QTest::newRow("folders") << false << true;
+        QTest::newRow("either") << true << true;
+    }
     void nameThatDoesNotExistIsNotTaken() {
+        QFETCH(const bool, files);
+        QFETCH(const bool, folders);
         const TestHome home;
         WidgetDialogs asked = dialogs();
         OpenPanel panel;
-        panel.foldersAllowed = true;
+        panel.filesAllowed = files;
+        panel.foldersAllowed = folders;
         const auto answer = answerOf(asked.chooseOpenPath(panel));
-        auto* dialog = shown<FileOrFolderDialog>();
+        auto* dialog = shown<OpenPathDialog>();
         dialog->setDirectory(home.path());
         auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
         QVERIFY(name != nullptr);
@@ -300,6 +312,49 @@ private Q_SLOTS:
         dialog->reject();
         QVERIFY(waitUntil([&] { return answer->isGiven; }));
         QVERIFY(!answer->value);
+    }
+
+    void keysDeleteNoFile_data() {
+        QTest::addColumn<bool>("saves");
+        QTest::newRow("open") << false;
+        QTest::newRow("save") << true;
+    }
+
+    /// The dialog itself would ask, and nothing would go on until it is answered.
+    void keysDeleteNoFile() {
+        QFETCH(const bool, saves);
+        const TestHome home;
+        const QString file = home.write(QStringLiteral("backup.zip"), "zip");
+        WidgetDialogs asked = dialogs();
+        OpenPanel panel;
+        panel.foldersAllowed = true;
+        const auto answer = answerOf(saves ? asked.chooseSavePath({}) : asked.chooseOpenPath(panel));
+        auto* dialog = shown<QFileDialog>();
+        dialog->setDirectory(home.path());
+        dialog->selectFile(file);
+        auto* list = dialog->findChild<QAbstractItemView*>(QStringLiteral("treeView"));
+        QVERIFY(list != nullptr);
+        QVERIFY(waitUntil([&] { return list->model()->rowCount(list->rootIndex()) == 1; }));
+        dialog->activateWindow();
+        QVERIFY(waitUntil([&] { return QApplication::activeWindow() == dialog; }));
+        list->setFocus();
+        list->setCurrentIndex(list->model()->index(0, 0, list->rootIndex()));
+        QTest::keyClick(list, Qt::Key_F2);
+        QCOMPARE(list->findChildren<QLineEdit*>().size(), 0);
+        bool isAsking = false;
+        QTimer watch;
+        watch.callOnTimeout(dialog, [&isAsking] {
+            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+                isAsking = true;
+                box->reject();
+            }
+        });
+        watch.start(10);
+        QTest::keyClick(list, Qt::Key_Delete);
+        QVERIFY(!isAsking);
+        QVERIFY(QFile::exists(file));
+        dialog->reject();
+        QVERIFY(waitUntil([&] { return answer->isGiven; }));
     }
 };
 

@@ -1,0 +1,53 @@
+#include "app/OpenPathDialog.h"
+
+#include <QDialogButtonBox>
+#include <QLineEdit>
+#include <QPushButton>
+
+namespace orvanel {
+
+OpenPathDialog::OpenPathDialog(const OpenPanel& panel, QWidget* parent)
+    : QFileDialog(parent)
+    , m_takesEither(panel.filesAllowed && panel.foldersAllowed) {
+    setOption(QFileDialog::ReadOnly);
+    setFileMode(panel.foldersAllowed ? QFileDialog::Directory : QFileDialog::ExistingFile);
+    if (m_takesEither) {
+        takeFilesToo();
+    }
+}
+
+/// A dialog for folders shows files, but neither lets them be chosen nor takes one for an answer.
+void OpenPathDialog::takeFilesToo() {
+    setOption(QFileDialog::DontUseNativeDialog);
+    setOption(QFileDialog::ShowDirsOnly, false);
+    auto* name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    auto* buttons = findChild<QDialogButtonBox*>();
+    if (name == nullptr || buttons == nullptr) {
+        return;
+    }
+    // This comes after the dialog's own look at the name.
+    connect(name, &QLineEdit::textChanged, this, [this, buttons] {
+        if (isFileChosen()) {
+            buttons->button(QDialogButtonBox::Open)->setEnabled(true);
+        }
+    });
+}
+
+bool OpenPathDialog::isFileChosen() const {
+    const QStringList chosen = selectedFiles();
+    return chosen.size() == 1 && QFileInfo(chosen.first()).isFile();
+}
+
+void OpenPathDialog::accept() {
+    if (m_takesEither && isFileChosen()) {
+        // Not by the dialog's own accept(), which refuses files.
+        done(QDialog::Accepted);
+        return;
+    }
+    // That one complains about a name that does not exist.
+    if (QFileInfo::exists(selectedFiles().value(0))) {
+        QFileDialog::accept();
+    }
+}
+
+} // namespace orvanel
