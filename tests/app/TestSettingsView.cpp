@@ -218,6 +218,22 @@ private Q_SLOTS:
         QVERIFY(settings.view.isVisible());
     }
 
+    /// From the icon in the status area, whose menu leaves the keys in the field.
+    void thereIsNoWayBackBehindThePortOfAStart() {
+        Shown settings;
+        settings.open();
+        QVERIFY(settings.world.isPolledAsRunning());
+        settings.type(settings.port(), QStringLiteral("3005"));
+        settings.kuma().restart();
+        QVERIFY(settings.world.operationEnds());
+        QVERIFY(!settings.kuma().error());
+        settings.type(settings.port(), QStringLiteral("x"));
+        QCOMPARE(settings.kuma().port(), 3005);
+        QTest::keyClick(settings.port(), Qt::Key_Escape);
+        QCOMPARE(settings.kuma().port(), 3005);
+        QCOMPARE(settings.port()->text(), QStringLiteral("3005"));
+    }
+
     void typingIsNotDisturbed() {
         Shown settings;
         settings.open();

@@ -41,6 +41,10 @@ void ServerSection::render() {
         m_agreedPort = port;
         showPort(port);
     }
+    // An operation may be starting the server on it: what was there before is past.
+    if (m_context.controller.busy()) {
+        m_agreedPort = port;
+    }
     showInField(m_slug, m_context.controller.slug());
 }
 
