@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QScreen>
 #include <QTest>
@@ -57,7 +58,27 @@ struct Running : AppFixture {
     }
     QWidget* openLogs() { return press(QStringLiteral("Logs"), windowId::logs()); }
     QWidget* openSettings() { return press(QStringLiteral("Settings"), windowId::settings()); }
+    bool bringForward(QWidget* window) {
+        window->activateWindow();
+        return waitUntil([window] { return window->isActiveWindow(); });
+    }
 };
+
+QLineEdit* portField(const QWidget* settings) {
+    for (QLineEdit* field : settings->findChildren<QLineEdit*>()) {
+        if (field->accessibleName() == QStringLiteral("Port")) {
+            return field;
+        }
+    }
+    return nullptr;
+}
+
+void typePort(QLineEdit* field, const QString& text) {
+    field->setFocus();
+    field->selectAll();
+    QTest::keyClick(field, Qt::Key_Delete);
+    QTest::keyClicks(field, text);
+}
 
 } // namespace
 
@@ -244,6 +265,61 @@ private Q_SLOTS:
         world.settle();
         QVERIFY(settings->isVisible());
         QCOMPARE(world.kuma().dockerOverride(), QString());
+    }
+
+    /// The server may have been started on it meanwhile.
+    void aPortIsAgreedWhenAnotherWindowComesForward() {
+        Running world;
+        world.open();
+        QWidget* const settings = world.openSettings();
+        QLineEdit* const port = portField(settings);
+        typePort(port, QStringLiteral("3005"));
+        QVERIFY(world.bringForward(world.mainWindow()));
+        QVERIFY(world.bringForward(settings));
+        QVERIFY(port->hasFocus());
+        typePort(port, QStringLiteral("x"));
+        QCOMPARE(world.kuma().port(), 3005);
+        QTest::keyClick(port, Qt::Key_Escape);
+        QCOMPARE(world.kuma().port(), 3005);
+        QCOMPARE(port->text(), QStringLiteral("3005"));
+    }
+
+    void anUnfinishedPortIsNoneWhenAnotherWindowComesForward() {
+        Running world;
+        world.open();
+        QWidget* const settings = world.openSettings();
+        QLineEdit* const port = portField(settings);
+        typePort(port, QStringLiteral("30"));
+        QVERIFY(world.bringForward(world.mainWindow()));
+        QCOMPARE(world.kuma().port(), 3001);
+        QVERIFY(world.bringForward(settings));
+        // Typing goes on where it was.
+        QCOMPARE(port->text(), QStringLiteral("30"));
+        QVERIFY(port->hasFocus());
+        QTest::keyClicks(port, QStringLiteral("07"));
+        QCOMPARE(world.kuma().port(), 3007);
+    }
+
+    void anUnfinishedPortIsForgottenWithItsWindow() {
+        Running world;
+        world.open();
+        QWidget* const settings = world.openSettings();
+        typePort(portField(settings), QStringLiteral("30"));
+        settings->close();
+        world.settle();
+        QCOMPARE(world.kuma().port(), 3001);
+        QCOMPARE(portField(world.openSettings())->text(), QStringLiteral("3001"));
+    }
+
+    void theLoginItemIsLookedAtWhenTheSettingsComeBack() {
+        Running world;
+        world.open();
+        QWidget* const settings = world.openSettings();
+        QVERIFY(world.bringForward(world.mainWindow()));
+        world.loginItem.enabled = true;
+        QVERIFY(world.bringForward(settings));
+        auto* launch = visibleWith<Switch>(settings, QStringLiteral("Launch at login"));
+        QVERIFY(waitUntil([launch] { return launch->isChecked(); }));
     }
 
     void closingTheSettingsAnswersTheirQuestion() {

@@ -59,11 +59,11 @@ void SettingsView::hideEvent(QHideEvent* event) {
 }
 
 /// The login item may have been changed in the desktop's own settings meanwhile.
-void SettingsView::changeEvent(QEvent* event) {
-    View::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange && isActiveWindow()) {
+bool SettingsView::event(QEvent* event) {
+    if (event->type() == QEvent::WindowActivate) {
         render();
     }
+    return View::event(event);
 }
 
 void SettingsView::render() {

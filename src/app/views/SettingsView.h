@@ -21,9 +21,9 @@ public:
     void render() override;
 
 protected:
+    bool event(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
-    void changeEvent(QEvent* event) override;
 
 private:
     void addSection(QVBoxLayout* column, SettingsSection* section);
