@@ -346,7 +346,8 @@ private Q_SLOTS:
         }
         // Six buttons, the scrolling area, the list, "Show details" and its box, the dot.
         QVERIFY(named >= 11);
-        QCOMPARE(accessibleRole(visible<ErrorCard>(&view.window)), QAccessible::Grouping);
+        QCOMPARE(accessibleRole(visible<ErrorCard>(&view.window)), QAccessible::Notification);
+        QCOMPARE(accessibleRole(visible<DashboardView>(&view.window)->findChild<Card*>()), QAccessible::Grouping);
         QCOMPARE(accessibleText(visible<ErrorCard>(&view.window)), QStringLiteral("Error"));
         QCOMPARE(accessibleRole(visible<MonitorRows>(&view.window)), QAccessible::List);
         QCOMPARE(accessibleRole(view.healthDot()), QAccessible::Graphic);

@@ -1,5 +1,6 @@
 #include "app/views/ErrorCard.h"
 
+#include "app/widgets/AccessibleRole.h"
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "app/widgets/DetailsSection.h"
@@ -14,6 +15,9 @@ ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
     : Card(QStringLiteral("Error"), parent)
     , m_context(context)
     , m_details(new DetailsSection) {
+    // The only kind of thing that screen readers read out by themselves, with the labels in it, when it comes into
+    // view; Qt passes no alert on to them.
+    setAccessibleRole(this, QAccessible::Notification);
     m_message = addHeading(Symbol::Kind::crossOctagon, TextStyle::headline, {}, Meaning::bad);
     m_usePort = addButton(addButtonRow(), {}, [this] { useSuggestedPort(); });
     column()->addWidget(m_details);

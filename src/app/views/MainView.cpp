@@ -15,7 +15,6 @@
 #include "app/widgets/TextLabel.h"
 #include "controller/KumaController.h"
 
-#include <QAccessible>
 #include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QScrollArea>
@@ -40,11 +39,6 @@ QWidget* lastToFocus(const QWidget* card) {
         }
     }
     return last;
-}
-
-void alertOf(QWidget* card) {
-    QAccessibleEvent event(card, QAccessible::Alert);
-    QAccessible::updateAccessibility(&event);
 }
 
 } // namespace
@@ -191,7 +185,6 @@ void MainView::renderError() {
     setShown(m_errorCard, hasError);
     if (isNew) {
         scrollToError();
-        alertOf(m_errorCard);
     }
 }
 
