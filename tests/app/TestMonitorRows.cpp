@@ -6,6 +6,7 @@
 #include "app/widgets/TextStyle.h"
 #include "support/Await.h"
 
+#include <QApplication>
 #include <QFontMetrics>
 #include <QHelpEvent>
 #include <QPainter>
@@ -43,16 +44,23 @@ QImage pictureOf(const MonitorRow& monitor, const QPalette& palette) {
 
 /// Only that text, where it should be.
 QImage textAlone(const QRect& place, int height, const QString& text, TextStyle style, const QColor& color,
-                 const QPalette& palette) {
+                 const QPalette& palette, Qt::Alignment end = Qt::AlignRight) {
     QImage picture(rowWidth, height, QImage::Format_RGB32);
     picture.fill(palette.color(QPalette::Window));
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setFont(fontOf(style));
     painter.setPen(color);
-    painter.drawText(place, Qt::AlignRight | Qt::AlignVCenter, text);
+    painter.drawText(place, static_cast<int>(end | Qt::AlignVCenter), text);
     painter.end();
     return picture.copy(place);
+}
+
+/// Whether it has only one colour.
+bool isEmpty(const QImage& picture) {
+    QImage empty(picture.size(), picture.format());
+    empty.fill(picture.pixelColor(0, 0));
+    return picture == empty;
 }
 
 /// The names of the first row, as a tooltip shows them, or nothing.
@@ -113,6 +121,43 @@ private Q_SLOTS:
             QCOMPARE(picture.copy(wordPlace), textAlone(wordPlace, picture.height(), word, TextStyle::body,
                                                         secondaryTextColor(palette), palette));
         }
+    }
+
+    void rowsAreMirroredForThoseWhoReadFromTheRight() {
+        const QPalette palette = QApplication::palette();
+        MonitorRows list;
+        list.resize(rowWidth, 200);
+        list.setLayoutDirection(Qt::RightToLeft);
+        list.setFocusPolicy(Qt::NoFocus);
+        const QColor dot = dotColor(Meaning::good, palette);
+        const QColor text = palette.color(QPalette::WindowText);
+        for (const QString& name : {QStringLiteral("Web"), QStringLiteral("אתר")}) {
+            list.setMonitors({row(1, 12, name)});
+            list.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&list));
+            const QImage picture = list.grab().toImage().convertToFormat(QImage::Format_RGB32);
+            const int height = picture.height() - 1;
+            QCOMPARE(picture.pixelColor(rowWidth - spacing::lines - 5, height / 2), dot);
+
+            const QRect timePlace(spacing::lines, 0, pingWidth, height);
+            QVERIFY(picture.copy(timePlace) == textAlone(timePlace, picture.height(), QStringLiteral("12 ms"),
+                                                         TextStyle::smallMonospaced, text, palette, Qt::AlignLeft));
+            // The name begins beside the dot, and ends soon.
+            const int nameEnd = rowWidth - spacing::lines - 10 - spacing::related;
+            const int nameWidth = QFontMetrics(fontOf(TextStyle::body)).horizontalAdvance(name);
+            QVERIFY(
+                isEmpty(picture.copy(timePlace.right() + 60, 0, nameEnd - nameWidth - timePlace.right() - 65, height)));
+            QVERIFY(!isEmpty(picture.copy(nameEnd - nameWidth, 0, nameWidth, height)));
+        }
+    }
+
+    void namesOfAllLanguagesBeginAtTheSameEnd() {
+        const auto name = QStringLiteral("אתר");
+        const QImage picture = pictureOf(row(1, {}, name), lightPalette());
+        const int nameWidth = QFontMetrics(fontOf(TextStyle::body)).horizontalAdvance(name);
+        const int left = spacing::lines + 10 + spacing::related;
+        QVERIFY(!isEmpty(picture.copy(left, 0, nameWidth, picture.height() - 1)));
+        QVERIFY(isEmpty(picture.copy(left + nameWidth + 5, 0, 100, picture.height() - 1)));
     }
 
     void aGroupStandsUnderTheName() {

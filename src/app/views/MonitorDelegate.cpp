@@ -8,6 +8,7 @@
 #include <QFontMetrics>
 #include <QHelpEvent>
 #include <QPainter>
+#include <QStyle>
 #include <QToolTip>
 
 #include <algorithm>
@@ -46,11 +47,10 @@ void paintSelection(QPainter* painter, const QStyleOptionViewItem& option) {
     painter->drawRoundedRect(QRectF(option.rect).adjusted(0.5, 0.5, -0.5, -1.5), selectionRadius, selectionRadius);
 }
 
-void paintDot(QPainter* painter, const QRect& row, const QColor& color) {
-    painter->setPen(Qt::NoPen);
-    painter->setBrush(color);
-    const int top = row.top() + (row.height() - dotDiameter) / 2;
-    painter->drawEllipse(QRectF(row.left(), top, dotDiameter, dotDiameter));
+/// At that end of the line, whatever language the text is in.
+int alignedTo(Qt::Alignment end, Qt::LayoutDirection direction) {
+    const Qt::Alignment visual = QStyle::visualAlignment(direction, end) | Qt::AlignAbsolute | Qt::AlignVCenter;
+    return static_cast<int>(visual) | static_cast<int>(Qt::TextSingleLine);
 }
 
 } // namespace
@@ -76,15 +76,19 @@ QSize MonitorDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&)
     return {0, rowHeight()};
 }
 
-MonitorDelegate::Places MonitorDelegate::placesIn(const QRect& area, const MonitorRow& monitor) const {
-    const QRect row = area.adjusted(spacing::lines, 0, -spacing::lines, -1);
+MonitorDelegate::Places MonitorDelegate::placesIn(const QStyleOptionViewItem& option, const MonitorRow& monitor) const {
+    const QRect row = option.rect.adjusted(spacing::lines, 0, -spacing::lines, -1);
+    const QRect dot(row.left(), row.top() + (row.height() - dotDiameter) / 2, dotDiameter, dotDiameter);
     const int pingColumn = std::max(pingWidth, QFontMetrics(m_pingFont).horizontalAdvance(pingText(monitor)));
     const QRect ping(row.right() + 1 - pingColumn, row.top(), pingColumn, row.height());
     const int wordWidth = QFontMetrics(m_nameFont).horizontalAdvance(monitorStatus(monitor.status).word);
     const QRect word(ping.left() - spacing::related - wordWidth, row.top(), wordWidth, row.height());
     const int left = row.left() + dotDiameter + spacing::related;
     const QRect names(left, row.top(), word.left() - spacing::related - left, row.height());
-    return {row, names, word, ping};
+    const auto visual = [&option](const QRect& place) {
+        return QStyle::visualRect(option.direction, option.rect, place);
+    };
+    return {visual(dot), visual(names), visual(word), visual(ping)};
 }
 
 bool MonitorDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
@@ -93,7 +97,7 @@ bool MonitorDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, cons
         return QStyledItemDelegate::helpEvent(event, view, option, index);
     }
     const MonitorRow& monitor = static_cast<const MonitorModel*>(index.model())->monitor(index);
-    const int room = placesIn(option.rect, monitor).names.width();
+    const int room = placesIn(option, monitor).names.width();
     if (fits(monitor.name, m_nameFont, room) && fits(monitor.group, m_groupFont, room)) {
         QToolTip::hideText();
         return true;
@@ -102,21 +106,31 @@ bool MonitorDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, cons
 }
 
 void MonitorDelegate::paintNames(QPainter* painter, const QRect& area, const MonitorRow& monitor,
-                                 const QPalette& palette) const {
+                                 const QStyleOptionViewItem& option) const {
     const int nameHeight = QFontMetrics(m_nameFont).lineSpacing();
     const int groupHeight = monitor.group.isEmpty() ? 0 : QFontMetrics(m_groupFont).lineSpacing();
     const int top = area.top() + (area.height() - nameHeight - groupHeight) / 2;
-    const int flags = static_cast<int>(Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine);
+    const int flags = alignedTo(Qt::AlignLeft, option.direction);
+    painter->setLayoutDirection(Qt::LayoutDirectionAuto);
     painter->setFont(m_nameFont);
-    painter->setPen(palette.color(QPalette::WindowText));
+    painter->setPen(option.palette.color(QPalette::WindowText));
     painter->drawText(QRect(area.left(), top, area.width(), nameHeight), flags,
                       fitted(monitor.name, m_nameFont, area.width()));
     if (groupHeight > 0) {
         painter->setFont(m_groupFont);
-        painter->setPen(secondaryTextColor(palette));
+        painter->setPen(secondaryTextColor(option.palette));
         painter->drawText(QRect(area.left(), top + nameHeight, area.width(), groupHeight), flags,
                           fitted(monitor.group, m_groupFont, area.width()));
     }
+}
+
+/// A number stands before its unit everywhere.
+void MonitorDelegate::paintPing(QPainter* painter, const QRect& area, const MonitorRow& monitor,
+                                const QStyleOptionViewItem& option) const {
+    painter->setLayoutDirection(Qt::LeftToRight);
+    painter->setFont(m_pingFont);
+    painter->setPen(option.palette.color(QPalette::WindowText));
+    painter->drawText(area, alignedTo(Qt::AlignRight, option.direction), pingText(monitor));
 }
 
 void MonitorDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
@@ -127,19 +141,15 @@ void MonitorDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     painter->setRenderHint(QPainter::Antialiasing);
     paintSelection(painter, option);
 
-    const Places places = placesIn(option.rect, monitor);
-    paintDot(painter, places.row, dotColor(status.meaning, palette));
-
-    const int flags = static_cast<int>(Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine);
-    painter->setFont(m_pingFont);
-    painter->setPen(palette.color(QPalette::WindowText));
-    painter->drawText(places.ping, flags, pingText(monitor));
-
+    const Places places = placesIn(option, monitor);
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(dotColor(status.meaning, palette));
+    painter->drawEllipse(QRectF(places.dot));
+    paintPing(painter, places.ping, monitor, option);
     painter->setFont(m_nameFont);
     painter->setPen(secondaryTextColor(palette));
-    painter->drawText(places.word, flags, status.word);
-
-    paintNames(painter, places.names, monitor, palette);
+    painter->drawText(places.word, alignedTo(Qt::AlignRight, option.direction), status.word);
+    paintNames(painter, places.names, monitor, option);
 
     QColor line = palette.color(QPalette::WindowText);
     line.setAlphaF(dividerOpacity);

@@ -28,13 +28,16 @@ public:
 
 private:
     struct Places {
-        QRect row;
+        QRect dot;
         QRect names;
         QRect word;
         QRect ping;
     };
-    Places placesIn(const QRect& area, const MonitorRow& monitor) const;
-    void paintNames(QPainter* painter, const QRect& area, const MonitorRow& monitor, const QPalette& palette) const;
+    Places placesIn(const QStyleOptionViewItem& option, const MonitorRow& monitor) const;
+    void paintNames(QPainter* painter, const QRect& area, const MonitorRow& monitor,
+                    const QStyleOptionViewItem& option) const;
+    void paintPing(QPainter* painter, const QRect& area, const MonitorRow& monitor,
+                   const QStyleOptionViewItem& option) const;
 
     bool m_hasGroups = false;
     QFont m_nameFont;
