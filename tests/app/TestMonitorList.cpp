@@ -171,6 +171,32 @@ private Q_SLOTS:
         QVERIFY2(time.match(updated).hasMatch(), qPrintable(updated));
     }
 
+    void theTimeIsWrittenAsTheUserWritesIt_data() {
+        QTest::addColumn<QString>("pattern");
+        const auto add = [](const char* locale, const QString& pattern) { QTest::newRow(locale) << pattern; };
+        add("en_US", QStringLiteral("\\d{1,2}:\\d\\d:\\d\\d\\s[AP]M"));
+        add("de_DE", QStringLiteral("\\d\\d:\\d\\d:\\d\\d"));
+        add("fr_CA", QStringLiteral("\\d\\d\\sh\\s\\d\\d\\smin\\s\\d\\d\\ss"));
+        add("ca_ES", QStringLiteral("\\d{1,2}:\\d\\d:\\d\\d"));
+        add("be_BY", QStringLiteral("\\d\\d:\\d\\d:\\d\\d"));
+        add("sq_AL", QStringLiteral("\\d{1,2}:\\d\\d:\\d\\d\\sE\\s(PAS|PARA)DITES"));
+        add("zh_CN", QStringLiteral("\\d\\d:\\d\\d:\\d\\d"));
+        add("zh_HK", QStringLiteral("[上下]午\\d{1,2}:\\d\\d:\\d\\d"));
+        add("zh_TW", QStringLiteral("[上下]午\\s\\d{1,2}:\\d\\d:\\d\\d"));
+    }
+    void theTimeIsWrittenAsTheUserWritesIt() {
+        QFETCH(const QString, pattern);
+        const QLocale before;
+        QLocale::setDefault(QLocale(QString::fromLatin1(QTest::currentDataTag())));
+        Listed view(rows(1));
+        view.open();
+        const QString updated = labelText(view.window, QStringLiteral("Updated"));
+        QLocale::setDefault(before);
+        const QRegularExpression expected(QStringLiteral("^Updated %1$").arg(pattern),
+                                          QRegularExpression::UseUnicodePropertiesOption);
+        QVERIFY2(expected.match(updated).hasMatch(), qPrintable(updated));
+    }
+
     void withoutAReadingThereIsNoTime() {
         Shown view;
         view.world.controller().setSlug(QStringLiteral("home"));

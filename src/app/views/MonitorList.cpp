@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QHBoxLayout>
 #include <QLocale>
+#include <QRegularExpression>
 
 namespace orvanel {
 namespace {
@@ -16,8 +17,11 @@ namespace {
 QString timeOfDay(Clock::WallTime time) {
     const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch());
     const QTime local = QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).time();
+    static const QRegularExpression zone(QStringLiteral("[\\s,]*[\\(\\[]?\\bt+\\b[\\)\\]]?"));
     QString format = QLocale().timeFormat(QLocale::LongFormat);
-    format.remove(u't').remove(QStringLiteral("()"));
+    format.remove(zone);
+    // Some locales name the time of day more closely than QLocale can write it.
+    format.replace(u'B', QStringLiteral("AP "));
     return QLocale().toString(local, format.trimmed());
 }
 
