@@ -13,6 +13,7 @@
 #include <QSignalSpy>
 #include <QStyledItemDelegate>
 #include <QTest>
+#include <QWindow>
 
 using namespace orvanel;
 using namespace orvanel::test;
@@ -265,6 +266,33 @@ private Q_SLOTS:
         QCOMPARE(view.list()->currentIndex().row(), 199);
         const QRect last = view.list()->visualRect(view.list()->currentIndex());
         QVERIFY(view.list()->viewport()->visibleRegion().boundingRect().contains(last));
+    }
+
+    /// Rows that moved under the held button would be selected one after another.
+    void nothingMovesUnderAHeldButton() {
+        Listed view(rows(200));
+        view.open();
+        drainEvents();
+        const auto* const area = view.window.findChild<QScrollArea*>();
+        QScrollBar* const bar = area->verticalScrollBar();
+        const int rowHeight = view.list()->sizeHintForRow(0);
+        const auto listTop = [&] { return view.list()->mapTo(area->viewport(), QPoint()).y(); };
+        // Only the upper half of the lowest row is seen.
+        bar->setValue(bar->value() + listTop() + 100 * rowHeight + rowHeight / 2 - area->viewport()->height());
+        const int place = bar->value();
+        QCOMPARE(area->viewport()->height() - listTop(), 100 * rowHeight + rowHeight / 2);
+
+        QWindow* const window = view.window.windowHandle();
+        const QPoint start = area->viewport()->mapTo(&view.window, QPoint(100, area->viewport()->height() - 3));
+        QTest::mousePress(window, Qt::LeftButton, {}, start);
+        for (int i = 1; i <= 3; ++i) {
+            QTest::mouseMove(window, start + QPoint(i, 0));
+            QCOMPARE(view.list()->currentIndex().row(), 100);
+            QCOMPARE(bar->value(), place);
+        }
+        QTest::mouseRelease(window, Qt::LeftButton, {}, start);
+        QCOMPARE(view.list()->currentIndex().row(), 100);
+        QVERIFY(view.list()->selectionModel()->isSelected(view.list()->currentIndex()));
     }
 
     void ofThousandsOnlyThoseInViewArePainted() {

@@ -5,6 +5,7 @@
 #include "app/widgets/Focus.h"
 
 #include <QEvent>
+#include <QGuiApplication>
 #include <QScrollArea>
 #include <QWheelEvent>
 
@@ -90,10 +91,12 @@ void MonitorRows::wheelEvent(QWheelEvent* event) {
     event->ignore();
 }
 
+/// What the keys go to comes into view. What the mouse goes to is in view, and must not move under it.
 void MonitorRows::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
     QListView::currentChanged(current, previous);
     QScrollArea* const area = surroundingArea(this);
-    if (area == nullptr || !current.isValid() || m_isRefreshing) {
+    const bool isPressed = QGuiApplication::mouseButtons() != Qt::NoButton;
+    if (area == nullptr || !current.isValid() || m_isRefreshing || isPressed) {
         return;
     }
     const int rowHeight = m_delegate->rowHeight();
