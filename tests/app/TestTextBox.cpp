@@ -7,6 +7,8 @@
 #include "support/Await.h"
 
 #include <QApplication>
+#include <QClipboard>
+#include <QMimeData>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -133,6 +135,18 @@ private Q_SLOTS:
         QCOMPARE(box.document()->blockCount(), 10000);
         QCOMPARE(box.document()->lastBlock().text(), QStringLiteral("line 11999"));
         QCOMPARE(box.content(), lines(12000));
+    }
+
+    void whatIsCopiedIsPlainText() {
+        TextBox box(QStringLiteral("Output"));
+        const auto text = QStringLiteral("<b>1</b>\u00a0000 &amp;\tms\nsecond");
+        box.setContent(text);
+        box.selectAll();
+        QGuiApplication::clipboard()->clear();
+        QTest::keyClick(&box, Qt::Key_C, Qt::ControlModifier);
+        const QMimeData* const copied = QGuiApplication::clipboard()->mimeData();
+        QCOMPARE(copied->formats(), QStringList{QStringLiteral("text/plain")});
+        QCOMPARE(copied->text(), text);
     }
 
     void placeholdersCanBeRead_data() {

@@ -6,6 +6,7 @@
 #include "app/widgets/TextStyle.h"
 
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QPainter>
 #include <QScrollBar>
 #include <QTextBlock>
@@ -199,6 +200,13 @@ bool TextBox::event(QEvent* event) {
         return true;
     }
     return QPlainTextEdit::event(event);
+}
+
+/// Qt would offer it formatted as well, and what is pasted into a letter would bring our font and colours with it.
+QMimeData* TextBox::createMimeDataFromSelection() const {
+    auto* copied = new QMimeData;
+    copied->setText(textCursor().selectedText().replace(QChar::ParagraphSeparator, u'\n'));
+    return copied;
 }
 
 void TextBox::paintBox() {
