@@ -473,6 +473,40 @@ private Q_SLOTS:
         QVERIFY(check->hasFocus());
     }
 
+    /// A screen reader says what has the focus, with its description.
+    void screenReadersAreToldHowACheckEnded() {
+        Shown settings;
+        settings.open();
+        QAbstractButton* const check = button(&settings.view, checkText);
+        const auto description = [check] { return accessible(check)->text(QAccessible::Description); };
+        QCOMPARE(description(), QString());
+        settings.world.releases.holds = true;
+        QString saidWithFocus;
+        const QObject listener;
+        connect(qApp, &QApplication::focusChanged, &listener, [&](QWidget*, QWidget* now) {
+            if (now == check) {
+                saidWithFocus = description();
+            }
+        });
+        settings.click(checkText);
+        QVERIFY(!check->hasFocus());
+        settings.world.releases.letGo();
+        settings.world.settle();
+        QVERIFY(check->hasFocus());
+        QCOMPARE(saidWithFocus, QStringLiteral("Newest release: 2.1.0"));
+
+        settings.kuma().setImageTag(QStringLiteral("1"));
+        settings.world.settle();
+        QCOMPARE(description(), QStringLiteral("Newest release: 2.1.0\nThis is a major version change and may need "
+                                               "Uptime Kuma's own migration. Read the release notes first."));
+        settings.world.releases.answer = ReleaseError{QStringLiteral("Could not check for updates (HTTP 403).")};
+        settings.world.releases.holds = true;
+        settings.click(checkText);
+        settings.world.releases.letGo();
+        settings.world.settle();
+        QVERIFY(saidWithFocus.startsWith(QStringLiteral("Could not check for updates (HTTP 403).")));
+    }
+
     void aFailedCheckIsTold() {
         Shown settings;
         const QString message = QStringLiteral("Could not check for updates (HTTP 403).");

@@ -59,6 +59,25 @@ void UpdatesSection::renderTexts() {
     m_message->setOutsideText(message.value_or(QString()));
     m_message->setVisible(message.has_value());
     m_majorChange->setVisible(controller.majorChange());
+    describeCheck();
+}
+
+/// How the last check ended, for those who hear where the focus is.
+void UpdatesSection::describeCheck() {
+    const KumaController& controller = m_context.controller;
+    QStringList outcome;
+    if (const std::optional<QString> message = controller.updateMessage()) {
+        outcome << *message;
+    } else if (controller.latestVersion()) {
+        outcome << m_newest->accessibleName();
+    }
+    if (controller.majorChange()) {
+        outcome << m_majorChange->text();
+    }
+    const QString description = outcome.join(u'\n');
+    if (m_check->accessibleDescription() != description) {
+        m_check->setAccessibleDescription(description);
+    }
 }
 
 /// A button that is switched off loses the focus; it gets it back unless the user has gone on since.

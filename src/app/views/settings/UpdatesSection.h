@@ -22,6 +22,7 @@ public:
 
 private:
     void renderTexts();
+    void describeCheck();
     void setCheckEnabled(bool isEnabled);
 
     ViewContext m_context;
