@@ -1,6 +1,7 @@
 #include "Contrast.h"
 #include "Palettes.h"
 #include "app/AppWindow.h"
+#include "app/widgets/PushButton.h"
 #include "app/widgets/StateColors.h"
 #include "app/widgets/TextLabel.h"
 #include "support/Await.h"
@@ -50,6 +51,23 @@ private Q_SLOTS:
         QVERIFY(contrast(secondaryTextColor(palette), cardColor(palette)) >= 4.5);
         QVERIFY(contrast(switchOffColor(palette), cardColor(palette)) >= 3);
         QVERIFY(contrast(switchOffColor(palette), Qt::white) >= 3);
+    }
+
+    /// Of palettes that differ only in that, too.
+    void defaultButtonsFollowTheTextColorOfTheHighlight() {
+        const QPalette before = QApplication::palette();
+        QPalette palette = lightPalette();
+        palette.setColor(QPalette::Highlight, QColor(0xffd54f));
+        palette.setColor(QPalette::HighlightedText, Qt::black);
+        QApplication::setPalette(palette);
+        const PushButton button(QStringLiteral("Start"), PushButton::Kind::byDefault);
+        const auto text = [&button] { return button.palette().color(QPalette::Active, QPalette::ButtonText); };
+        QCOMPARE(text(), QColor(Qt::black));
+        palette.setColor(QPalette::HighlightedText, QColor(0x202020));
+        QApplication::setPalette(palette);
+        drainEvents();
+        QCOMPARE(text(), QColor(0x202020));
+        QApplication::setPalette(before);
     }
 
     void everyHealthHasItsColorAndItsWord() {

@@ -75,7 +75,8 @@ void PushButton::applyColors() {
     // Styles draw a default button much lighter than it is told.
     const QColor background = text.lightness() > highlight.lightness() ? highlight.darker(darkening) : highlight;
     // Setting the palette brings us here again.
-    if (palette().color(QPalette::Active, QPalette::Button) == background) {
+    if (palette().color(QPalette::Active, QPalette::Button) == background &&
+        palette().color(QPalette::Active, QPalette::ButtonText) == text) {
         return;
     }
     QPalette own;
