@@ -7,6 +7,7 @@
 #include "support/Await.h"
 
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 
 using namespace orvanel;
@@ -163,6 +164,19 @@ private Q_SLOTS:
         Shown view;
         fail(view, QStringLiteral("why"));
         openWithLongList(view);
+        QVERIFY(isErrorInView(view));
+    }
+
+    void anotherErrorIsScrolledToAgain() {
+        Shown view;
+        openWithLongList(view);
+        fail(view, QStringLiteral("one"));
+        QScrollBar* const bar = view.window.findChild<QScrollArea*>()->verticalScrollBar();
+        bar->setValue(0);
+        // The same one leaves the place as it is.
+        view.world.advance(6s);
+        QCOMPARE(bar->value(), 0);
+        fail(view, QStringLiteral("other"));
         QVERIFY(isErrorInView(view));
     }
 

@@ -15,11 +15,14 @@
 #include "app/widgets/TextLabel.h"
 #include "controller/KumaController.h"
 
+#include <QAccessible>
 #include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QShowEvent>
+
+#include <utility>
 
 namespace orvanel {
 namespace {
@@ -39,6 +42,14 @@ QWidget* lastToFocus(const QWidget* card) {
         }
     }
     return last;
+}
+
+/// Screen readers tell of what comes into view, not of what changes there.
+void tellAgain(QWidget* notification) {
+    for (const QAccessible::Event type : {QAccessible::ObjectHide, QAccessible::ObjectShow}) {
+        QAccessibleEvent event(notification, type);
+        QAccessible::updateAccessibility(&event);
+    }
 }
 
 } // namespace
@@ -168,23 +179,26 @@ void MainView::putErrorLast() {
 }
 
 void MainView::renderError() {
-    const bool hasError = m_context.controller.error().has_value();
-    if (hasError && m_errorCard == nullptr) {
+    const std::optional<OpError> error = m_context.controller.error();
+    if (error && m_errorCard == nullptr) {
         m_errorCard = new ErrorCard(m_context);
         m_column->insertWidget(1, m_errorCard);
     }
     if (m_errorCard == nullptr) {
         return;
     }
-    const bool isNew = hasError && !m_errorCard->isVisibleTo(this);
-    if (hasError) {
+    const std::optional<OpError> before = std::exchange(m_error, error);
+    if (error) {
         m_errorCard->render();
     } else {
         m_errorCard->forget();
     }
-    setShown(m_errorCard, hasError);
-    if (isNew) {
+    setShown(m_errorCard, error.has_value());
+    if (error && error != before) {
         scrollToError();
+    }
+    if (error && before && error != before) {
+        tellAgain(m_errorCard);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "app/RenderTrigger.h"
 #include "app/views/StateCard.h"
 #include "app/views/View.h"
+#include "controller/OpError.h"
 
 #include <QPointer>
 
@@ -52,6 +53,8 @@ private:
     View* m_card = nullptr;
     /// Made with the first error.
     ErrorCard* m_errorCard = nullptr;
+    /// The one that is shown.
+    std::optional<OpError> m_error;
     /// Only until it is done.
     QPointer<GuideView> m_guide;
     RenderTrigger m_trigger;

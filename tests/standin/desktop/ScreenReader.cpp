@@ -38,14 +38,36 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, Reference& refere
     return argument;
 }
 
+/// "(ss)": what is to be told, and to whom.
+struct Subscription {
+    QString listener;
+    QString event;
+};
+
+QDBusArgument& operator<<(QDBusArgument& argument, const Subscription& subscription) {
+    argument.beginStructure();
+    argument << subscription.listener << subscription.event;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, Subscription& subscription) {
+    argument.beginStructure();
+    argument >> subscription.listener >> subscription.event;
+    argument.endStructure();
+    return argument;
+}
+
 } // namespace orvanel::standin
 
 Q_DECLARE_METATYPE(orvanel::standin::Reference)
+Q_DECLARE_METATYPE(orvanel::standin::Subscription)
 
 namespace orvanel::standin {
 namespace {
 
 const QString rootPath = QStringLiteral("/org/a11y/atspi/accessible/root");
+const QString eventsPath = QStringLiteral("/org/a11y/atspi/registry");
 const QString busName = QStringLiteral("org.a11y.Bus");
 const QString registryName = QStringLiteral("org.a11y.atspi.Registry");
 const QString accessible = QStringLiteral("org.a11y.atspi.Accessible");
@@ -105,6 +127,19 @@ private:
     ScreenReader* const m_reader;
 };
 
+/// Where programs ask what they are to tell of.
+class EventRegistry final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.a11y.atspi.Registry")
+
+public:
+    using QObject::QObject;
+
+    Q_SLOT QList<orvanel::standin::Subscription> GetRegisteredEvents() const {
+        return {{registryName, QStringLiteral("Object:StateChanged:Showing")}};
+    }
+};
+
 // NOLINTEND(readability-identifier-naming)
 
 bool hasState(const QList<uint>& states, unsigned number) {
@@ -136,9 +171,12 @@ ScreenReader::ScreenReader(QDBusConnection bus, QObject* parent)
     : QObject(parent)
     , m_bus(std::move(bus))
     , m_accessibilityBus(new QObject(this))
-    , m_registry(new Registry(this)) {
+    , m_registry(new Registry(this))
+    , m_events(new EventRegistry(this)) {
     qDBusRegisterMetaType<Reference>();
     qDBusRegisterMetaType<QList<Reference>>();
+    qDBusRegisterMetaType<Subscription>();
+    qDBusRegisterMetaType<QList<Subscription>>();
 }
 
 ScreenReader::~ScreenReader() {
@@ -146,6 +184,7 @@ ScreenReader::~ScreenReader() {
     m_bus.unregisterService(registryName);
     m_bus.unregisterObject(QStringLiteral("/org/a11y/bus"));
     m_bus.unregisterObject(rootPath);
+    m_bus.unregisterObject(eventsPath);
 }
 
 bool ScreenReader::open(const QString& busAddress) {
@@ -153,6 +192,9 @@ bool ScreenReader::open(const QString& busAddress) {
     new StatusFace(m_accessibilityBus);
     return m_bus.registerObject(QStringLiteral("/org/a11y/bus"), m_accessibilityBus) &&
            m_bus.registerObject(rootPath, m_registry, QDBusConnection::ExportAllSlots) &&
+           m_bus.registerObject(eventsPath, m_events, QDBusConnection::ExportAllSlots) &&
+           m_bus.connect({}, {}, QStringLiteral("org.a11y.atspi.Event.Object"), QStringLiteral("StateChanged"), this,
+                         SLOT(onStateChanged(QDBusMessage))) &&
            m_bus.registerService(registryName) && m_bus.registerService(busName);
 }
 
@@ -163,6 +205,14 @@ void ScreenReader::takeProgram(const QString& service) {
     }
     m_program = service;
     forget();
+}
+
+void ScreenReader::onStateChanged(const QDBusMessage& news) {
+    const QVariantList arguments = news.arguments();
+    const bool isShown = arguments.value(0).toString() == QStringLiteral("showing") && arguments.value(1).toInt() == 1;
+    if (isShown && news.service() == m_program) {
+        m_timesShown[news.path()] += 1;
+    }
 }
 
 void ScreenReader::refresh() {

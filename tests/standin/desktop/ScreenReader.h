@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
+#include <QHash>
 #include <QList>
 #include <QObject>
 
@@ -48,6 +50,9 @@ public:
     /// Whether a name or a text that shows contains `words`.
     bool reads(const QString& words) const;
 
+    /// How often a program has told that this came into view.
+    int timesShown(const ScreenElement& element) const { return m_timesShown.value(element.path); }
+
     /// The element's first action, such as pressing a button.
     void press(const ScreenElement& element);
 
@@ -56,6 +61,9 @@ public:
 
 Q_SIGNALS:
     void refreshed();
+
+private Q_SLOTS:
+    void onStateChanged(const QDBusMessage& news);
 
 private:
     struct Walk;
@@ -68,7 +76,9 @@ private:
     QDBusConnection m_bus;
     QObject* const m_accessibilityBus;
     QObject* const m_registry;
+    QObject* const m_events;
     QString m_program;
+    QHash<QString, int> m_timesShown;
     QList<ScreenElement> m_elements;
     std::shared_ptr<Walk> m_walk;
 };

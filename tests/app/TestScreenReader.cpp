@@ -1,0 +1,79 @@
+#include "RunningProgram.h"
+#include "standin/desktop/ScreenReader.h"
+#include "standin/desktop/VirtualDisplay.h"
+#include "support/Await.h"
+
+#include <QTest>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using standin::ScreenReader;
+
+namespace {
+
+const auto button = QStringLiteral("push button");
+
+const auto keepsRestarting = QStringLiteral("Uptime Kuma keeps restarting. Open the logs to see why.");
+
+/// The program on a display, and somebody who does not see it. Without a tray its window opens by itself.
+struct Desktop {
+    Desktop()
+        : reader(program.bus.connect()) {
+        program.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        program.environment.insert(QStringLiteral("DISPLAY"), display.name());
+        // Its pauses are a tenth.
+        program.environment.insert(QStringLiteral("ORVANEL_HASTE"), QStringLiteral("10"));
+    }
+
+    standin::VirtualDisplay display;
+    RunningProgram program;
+    ScreenReader reader;
+
+    template <class Condition>
+    bool readUntil(const Condition& condition) {
+        return waitUntil([&] {
+            reader.refresh();
+            return condition();
+        });
+    }
+    void press(const QString& role, const QString& name) {
+        QVERIFY(readUntil([&] {
+            const auto found = reader.find(role, name);
+            return found && found->enabled;
+        }));
+        reader.press(*reader.find(role, name));
+    }
+    /// How often it is told, where its labels say that.
+    int timesTold(const QString& message) {
+        reader.refresh();
+        const auto card = reader.find(QStringLiteral("notification"), QStringLiteral("Error"));
+        return card && reader.find(QStringLiteral("label"), message) ? reader.timesShown(*card) : 0;
+    }
+};
+
+} // namespace
+
+/// What the program says by itself to people who cannot see it.
+class TestScreenReader : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void anErrorIsToldAndTheNextOneToo() {
+        Desktop desktop;
+        QVERIFY(desktop.reader.open(desktop.program.bus.address()));
+        desktop.program.tools.change([](standin::DockerState& docker) {
+            docker.overrides = {{.command = "image inspect", .exitCode = 1},
+                                {.command = "compose pull", .exitCode = 1},
+                                {.command = "pull", .exitCode = 1}};
+        });
+        desktop.program.start();
+        desktop.press(button, QStringLiteral("Start Uptime Kuma"));
+        QVERIFY(waitUntil([&] { return desktop.timesTold(QStringLiteral("Docker reported an error.")) == 1; }));
+        // While it stands, the next reading brings another.
+        desktop.program.tools.change([](standin::DockerState& docker) { addContainer(docker, "restarting", 1); });
+        QVERIFY(waitUntil([&] { return desktop.timesTold(keepsRestarting) == 2; }));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestScreenReader)
+#include "TestScreenReader.moc"
