@@ -53,6 +53,33 @@ private Q_SLOTS:
         QVERIFY(contrast(switchOffColor(palette), Qt::white) >= 3);
     }
 
+    void defaultButtonsCanBeReadInTheColorsOfDesktops_data() {
+        QTest::addColumn<QColor>("highlight");
+        QTest::newRow("blue") << QColor(0x3584e4);
+        QTest::newRow("light blue") << QColor(0x3daee9);
+        QTest::newRow("dull blue") << QColor(0x308cc6);
+        QTest::newRow("dark blue") << QColor(0x000080);
+        QTest::newRow("orange") << QColor(0xe95420);
+        QTest::newRow("green") << QColor(0x35a854);
+    }
+    void defaultButtonsCanBeReadInTheColorsOfDesktops() {
+        QFETCH(const QColor, highlight);
+        const QPalette before = QApplication::palette();
+        for (QPalette palette : {lightPalette(), darkPalette()}) {
+            palette.setColor(QPalette::Highlight, highlight);
+            QApplication::setPalette(palette);
+            PushButton button(QString(), PushButton::Kind::byDefault);
+            button.resize(100, 30);
+            const QImage picture = button.grab(button.rect().adjusted(5, 5, -5, -5)).toImage();
+            double least = 21;
+            for (int y = 0; y < picture.height(); ++y) {
+                least = std::min(least, contrast(Qt::white, picture.pixelColor(picture.width() / 2, y)));
+            }
+            QVERIFY2(least >= 4.5, qPrintable(QString::number(least)));
+        }
+        QApplication::setPalette(before);
+    }
+
     /// Of palettes that differ only in that, too.
     void defaultButtonsFollowTheTextColorOfTheHighlight() {
         const QPalette before = QApplication::palette();

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int narrowRoom = 24;
 constexpr int menuArrowRoom = 16;
-constexpr int darkening = 190;
+constexpr int darkening = 235;
 
 } // namespace
 
