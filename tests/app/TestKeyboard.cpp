@@ -285,6 +285,29 @@ private Q_SLOTS:
         QVERIFY(visible<GuideCard>(&view.window) == nullptr);
     }
 
+    void typingWaitsForATextInTheMaking() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        auto* const field = visible<TextField>(&view.window);
+        field->setFocus();
+        press(view, Qt::Key_H);
+        view.world.advance(1900ms);
+        // The keys go to the input method; of them only what they are to become comes here.
+        QInputMethodEvent inTheMaking(QStringLiteral("ö"), {});
+        QCoreApplication::sendEvent(field, &inTheMaking);
+        view.world.advance(10s);
+        QVERIFY(visible<GuideCard>(&view.window) != nullptr);
+        QInputMethodEvent made;
+        made.setCommitString(QStringLiteral("o"));
+        QCoreApplication::sendEvent(field, &made);
+        QCOMPARE(view.world.controller().slug(), QStringLiteral("ho"));
+        view.world.advance(1900ms);
+        QVERIFY(visible<GuideCard>(&view.window) != nullptr);
+        view.world.advance(100ms);
+        QVERIFY(visible<GuideCard>(&view.window) == nullptr);
+    }
+
     void anotherFocusEndsTheTypingAtOnce() {
         Shown view;
         QVERIFY(view.world.isPolledAsRunning());

@@ -94,6 +94,14 @@ void GuideCard::onTyped() {
     m_pause = m_context.clock.callAfter(typingPause, [this] { endTyping(); });
 }
 
+/// A text in the making is not cut off, however long its letters are looked for.
+void GuideCard::onComposed(const QInputMethodEvent& event) {
+    onTyped();
+    if (!event.preeditString().isEmpty()) {
+        m_pause.reset();
+    }
+}
+
 /// Not from within what the field does with a key or with the focus, as it may go now; nor from within the timer.
 void GuideCard::endTyping() {
     const auto end = [this] {
@@ -119,6 +127,9 @@ bool GuideCard::eventFilter(QObject* watched, QEvent* event) {
             return true;
         }
         onTyped();
+    }
+    if (watched == m_slug && event->type() == QEvent::InputMethod) {
+        onComposed(*static_cast<QInputMethodEvent*>(event));
     }
     if (watched == m_slug && event->type() == QEvent::FocusOut) {
         const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();

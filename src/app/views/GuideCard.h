@@ -3,6 +3,7 @@
 #include "app/views/Card.h"
 #include "task/Clock.h"
 
+class QInputMethodEvent;
 class QKeyEvent;
 
 namespace orvanel {
@@ -22,7 +23,8 @@ public:
     /// letter already brings the monitors.
     void setExplained(bool explained);
     /// Whether keys go into the field that belong together: until Return, until something else has the focus, or until
-    /// a moment after the last. What is looked up in another window meanwhile takes the time that it takes.
+    /// a moment after the last; an input method's text in the making is one of them as long as it takes. What is looked
+    /// up in another window meanwhile takes the time that it takes.
     bool isBeingTypedIn() const { return m_isBeingTypedIn; }
 
 Q_SIGNALS:
@@ -36,6 +38,7 @@ private:
     TextField* makeField();
     bool isHandledKey(const QKeyEvent& event);
     void onTyped();
+    void onComposed(const QInputMethodEvent& event);
     void endTyping();
 
     ViewContext m_context;
