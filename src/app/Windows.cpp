@@ -1,11 +1,24 @@
 #include "app/Windows.h"
 
+#include <QDialog>
+
 #include <utility>
 
 namespace orvanel {
 namespace {
 
 constexpr char tokenVariable[] = "XDG_ACTIVATION_TOKEN";
+
+/// What takes the keys: the question over the window, if there is one.
+QWidget* foremost(QWidget* window) {
+    for (QDialog* dialog : window->findChildren<QDialog*>()) {
+        // Of the desktop's own dialogs there is only a stand-in here that is never seen.
+        if (dialog->isVisible() && dialog->isModal() && !dialog->testAttribute(Qt::WA_DontShowOnScreen)) {
+            return foremost(dialog);
+        }
+    }
+    return window;
+}
 
 /// Qt takes the token from the environment, at the request to activate a window that is shown already.
 void bringToFront(QWidget* window, const QString& activationToken) {
@@ -15,7 +28,9 @@ void bringToFront(QWidget* window, const QString& activationToken) {
     window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
     window->show();
     window->raise();
-    window->activateWindow();
+    QWidget* const front = foremost(window);
+    front->raise();
+    front->activateWindow();
     // Children, and later windows, must not take it for theirs.
     qunsetenv(tokenVariable);
 }

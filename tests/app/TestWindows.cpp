@@ -1,6 +1,7 @@
 #include "app/Windows.h"
 #include "support/Await.h"
 
+#include <QDialog>
 #include <QTest>
 
 using namespace orvanel;
@@ -72,6 +73,30 @@ private Q_SLOTS:
         QWidget* const window = windows.open(one);
         QWidget* const other = windows.open(two);
         QVERIFY(waitUntil([&] { return other->isActiveWindow(); }));
+        windows.open(one);
+        QVERIFY(waitUntil([&] { return window->isActiveWindow(); }));
+    }
+
+    /// The window itself takes no keys then.
+    void openingBringsTheQuestionOverItToTheFront() {
+        Windows windows;
+        windows.add(one, [] { return new QWidget; });
+        windows.add(two, [] { return new QWidget; });
+        QWidget* const window = windows.open(one);
+        QDialog question(window);
+        question.setWindowModality(Qt::WindowModal);
+        question.open();
+        QDialog second(&question);
+        second.setWindowModality(Qt::WindowModal);
+        second.open();
+        for (QWidget* const front : {&second, &question}) {
+            QWidget* const other = windows.open(two);
+            QVERIFY(waitUntil([&] { return other->isActiveWindow(); }));
+            QCOMPARE(windows.open(one), window);
+            QVERIFY(waitUntil([&] { return front->isActiveWindow(); }));
+            second.close();
+        }
+        question.close();
         windows.open(one);
         QVERIFY(waitUntil([&] { return window->isActiveWindow(); }));
     }
