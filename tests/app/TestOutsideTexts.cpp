@@ -32,6 +32,14 @@ void openDashboard(Shown& view, const QString& slug, const StatusPageResult& pag
     drainEvents();
 }
 
+/// Whether there is more than one colour.
+bool isWritten(TextLabel& label, const QRect& area) {
+    const QImage picture = label.grab(area).toImage();
+    QImage empty(picture.size(), picture.format());
+    empty.fill(picture.pixelColor(0, 0));
+    return picture != empty;
+}
+
 /// Whether the cards stand within the window's width, and nothing needs a second look to be found.
 bool isInBounds(const Shown& view) {
     const auto* area = view.window.findChild<QScrollArea*>();
@@ -80,6 +88,27 @@ private Q_SLOTS:
         drainEvents();
         QCOMPARE(label->text(), title);
         QCOMPARE(label->toolTip(), QString());
+    }
+
+    void titlesBeginWhereTheWindowsLinesDo_data() {
+        QTest::addColumn<QString>("title");
+        QTest::newRow("left to right") << QStringLiteral("Services");
+        QTest::newRow("right to left") << QStringLiteral("שירותים");
+    }
+    void titlesBeginWhereTheWindowsLinesDo() {
+        QFETCH(const QString, title);
+        Shown view;
+        openDashboard(view, QStringLiteral("home"), statusPage({monitor(1, 1)}, title));
+        TextLabel* const label = labelCalled(view, title);
+        QVERIFY(label != nullptr);
+        const int width = label->fontMetrics().horizontalAdvance(title) + 2;
+        QVERIFY(label->width() > 3 * width);
+        const QRect left(0, 0, width, label->height());
+        const QRect right(label->width() - width, 0, width, label->height());
+        QVERIFY(isWritten(*label, left) && !isWritten(*label, right));
+        view.window.setLayoutDirection(Qt::RightToLeft);
+        drainEvents();
+        QVERIFY(!isWritten(*label, left) && isWritten(*label, right));
     }
 
     void slugsAreBrokenAndCut_data() {

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QEvent>
+#include <QStyle>
 
 namespace orvanel {
 namespace {
@@ -62,6 +63,13 @@ void TextLabel::setContent(const QString& text) {
 void TextLabel::setElided() {
     m_isElided = true;
     setWordWrap(false);
+    alignWithLayout();
+}
+
+/// The beginning of a line that stands beside others is where theirs is, whatever language its text is in.
+void TextLabel::alignWithLayout() {
+    const Qt::Alignment beginning = QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft);
+    setAlignment(beginning | Qt::AlignAbsolute | Qt::AlignVCenter);
 }
 
 void TextLabel::setOutsideText(const QString& text) {
@@ -108,6 +116,9 @@ void TextLabel::changeEvent(QEvent* event) {
     }
     if (event->type() == QEvent::FontChange && m_isElided) {
         elide();
+    }
+    if (event->type() == QEvent::LayoutDirectionChange && m_isElided) {
+        alignWithLayout();
     }
 }
 

@@ -39,6 +39,7 @@ protected:
 private:
     void applyColor();
     void elide();
+    void alignWithLayout();
 
     bool m_isElided = false;
     /// Of a label that is elided: what it would show with more room.
