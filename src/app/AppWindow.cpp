@@ -6,27 +6,39 @@
 #include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
+#include <QChildEvent>
+#include <QDialog>
 #include <QEvent>
 #include <QKeyEvent>
 
 namespace orvanel {
 
-AppWindow::AppWindow(const QString& title) {
+AppWindow::AppWindow(const QString& title)
+    : m_quit(new QAction(this)) {
     setWindowTitle(title);
     // One for all windows: Qt remembers what it drew of every icon that is made.
     if (QApplication::windowIcon().isNull()) {
         QApplication::setWindowIcon(applicationIcon());
     }
 
-    auto* quit = new QAction(this);
-    quit->setShortcut(Qt::CTRL | Qt::Key_Q);
-    connect(quit, &QAction::triggered, quit, &QCoreApplication::quit);
-    addAction(quit);
+    m_quit->setShortcut(Qt::CTRL | Qt::Key_Q);
+    connect(m_quit, &QAction::triggered, m_quit, &QCoreApplication::quit);
+    addAction(m_quit);
 
     auto* close = new QAction(this);
     close->setShortcut(Qt::CTRL | Qt::Key_W);
     connect(close, &QAction::triggered, this, &QWidget::close);
     addAction(close);
+}
+
+/// A question over the window takes the keys, so it gets the same action: with one of its own there could be two for
+/// one key.
+void AppWindow::childEvent(QChildEvent* event) {
+    QWidget::childEvent(event);
+    auto* question = qobject_cast<QDialog*>(event->child());
+    if (event->polished() && question != nullptr) {
+        question->addAction(m_quit);
+    }
 }
 
 void AppWindow::changeEvent(QEvent* event) {

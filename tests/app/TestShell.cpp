@@ -187,6 +187,32 @@ private Q_SLOTS:
         QCOMPARE(question->parentWidget(), world.mainWindow());
         QCOMPARE(question->windowModality(), Qt::WindowModal);
     }
+
+    void controlQInAQuestionQuits_data() {
+        QTest::addColumn<bool>("isGuide");
+        QTest::newRow("the guide") << true;
+        QTest::newRow("a question") << false;
+    }
+    void controlQInAQuestionQuits() {
+        QFETCH(const bool, isGuide);
+        AppFixture world;
+        QVERIFY(world.startsWithRunningContainer());
+        world.kuma().setHasSeenGuide(!isGuide);
+        const auto code = world.runLoop([&] {
+            world.app().openMainWindow();
+            if (!isGuide) {
+                world.kuma().removeEverything();
+            }
+            QVERIFY(waitUntil([&] { return QApplication::activeModalWidget() != nullptr; }));
+            QWidget* const question = QApplication::activeModalWidget();
+            QVERIFY(QTest::qWaitForWindowActive(question));
+            QTest::keyClick(question, Qt::Key_Q, Qt::ControlModifier);
+        });
+        QCOMPARE(code, 0);
+        // It was not answered.
+        QVERIFY(world.docker().container.has_value());
+        QCOMPARE(world.kuma().hasSeenGuide(), !isGuide);
+    }
 };
 
 QTEST_MAIN(TestShell)
