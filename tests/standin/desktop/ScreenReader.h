@@ -62,12 +62,10 @@ public:
 Q_SIGNALS:
     void refreshed();
 
-private Q_SLOTS:
-    void onStateChanged(const QDBusMessage& news);
-
 private:
     struct Walk;
 
+    Q_SLOT void onStateChanged(const QDBusMessage& news);
     void visit(const std::shared_ptr<Walk>& walk, const QString& path, std::size_t slot);
     void ask(const std::shared_ptr<Walk>& walk, const QString& path, const QString& interface, const QString& method,
              const QVariantList& arguments, std::function<void(const QVariantList&)> then);
