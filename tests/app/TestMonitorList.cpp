@@ -255,7 +255,53 @@ private Q_SLOTS:
         QCOMPARE(view.list()->currentIndex().row(), 149);
         QVERIFY(view.list()->selectionModel()->isSelected(view.list()->currentIndex()));
         QVERIFY(view.list()->hasFocus());
-        QCOMPARE(bar->value(), place);
+        QCOMPARE(bar->value(), place - view.list()->sizeHintForRow(0));
+    }
+
+    void whatIsReadStaysWhereItIs_data() {
+        QTest::addColumn<int>("place");
+        QTest::newRow("in the middle") << 1501;
+        QTest::newRow("at the end") << 100'000;
+    }
+    void whatIsReadStaysWhereItIs() {
+        QFETCH(const int, place);
+        QList<MonitorRow> list = rows(200);
+        Listed view(list);
+        view.open();
+        drainEvents();
+        const auto* const area = view.window.findChild<QScrollArea*>();
+        area->verticalScrollBar()->setValue(place);
+        // The upper row that is seen whole, and where.
+        const auto hidden = [&] { return -view.list()->mapTo(area->viewport(), QPoint()).y(); };
+        const int rowHeight = view.list()->sizeHintForRow(0);
+        const int row = hidden() / rowHeight + 1;
+        QVERIFY(row > 10);
+        const int top = row * rowHeight - hidden();
+
+        // Some come above it, and more go.
+        for (int i = 0; i < 7; ++i) {
+            list.prepend(monitor(1000 + i, 1));
+        }
+        view.nextReading(list);
+        drainEvents();
+        QCOMPARE((row + 7) * rowHeight - hidden(), top);
+        // The one before it goes too, which was cut.
+        list.remove(row + 6);
+        list.remove(0, 2);
+        view.nextReading(list);
+        drainEvents();
+        QCOMPARE((row + 4) * rowHeight - hidden(), top);
+    }
+
+    void aListSeenFromItsBeginningStaysThere() {
+        QList<MonitorRow> list = rows(200);
+        Listed view(list);
+        view.open();
+        drainEvents();
+        list.prepend(monitor(1000, 1));
+        view.nextReading(list);
+        drainEvents();
+        QCOMPARE(view.window.findChild<QScrollArea*>()->verticalScrollBar()->value(), 0);
     }
 
     void arrowsBringRowsIntoView() {

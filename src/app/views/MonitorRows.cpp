@@ -7,6 +7,7 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -40,7 +41,41 @@ std::optional<std::int64_t> MonitorRows::currentId() const {
     return currentIndex().isValid() ? std::optional(m_monitors->monitor(currentIndex()).id) : std::nullopt;
 }
 
+MonitorRows::SeenRows MonitorRows::seenRows() const {
+    const QScrollArea* const area = surroundingArea(this);
+    const int hidden = area == nullptr ? 0 : area->verticalScrollBar()->value() - mapTo(area->widget(), QPoint()).y();
+    if (hidden <= 0) {
+        return {};
+    }
+    const int rowHeight = m_delegate->rowHeight();
+    const int end = std::min(m_monitors->rowCount(), (hidden + area->viewport()->height()) / rowHeight + 1);
+    SeenRows seen;
+    seen.hiddenPart = hidden % rowHeight;
+    for (int row = hidden / rowHeight; row < end; ++row) {
+        seen.ids << m_monitors->monitor(m_monitors->index(row)).id;
+    }
+    return seen;
+}
+
+void MonitorRows::keepInPlace(const SeenRows& seen) {
+    for (int i = 0; i < seen.ids.size(); ++i) {
+        const int row = m_monitors->rowOf(seen.ids[i]);
+        if (row < 0) {
+            continue;
+        }
+        const QScrollArea* const area = surroundingArea(this);
+        const int hidden = (row - i) * m_delegate->rowHeight() + seen.hiddenPart;
+        const int wanted = mapTo(area->widget(), QPoint(0, hidden)).y();
+        QScrollBar* const bar = area->verticalScrollBar();
+        // The layout learns only later that there are more rows.
+        bar->setMaximum(std::max(bar->maximum(), wanted));
+        bar->setValue(wanted);
+        return;
+    }
+}
+
 void MonitorRows::setMonitors(const QList<MonitorRow>& monitors) {
+    const SeenRows seen = seenRows();
     const std::optional<std::int64_t> current = currentId();
     const bool wasSelected = !selectedIndexes().isEmpty();
     m_isRefreshing = true;
@@ -53,6 +88,7 @@ void MonitorRows::setMonitors(const QList<MonitorRow>& monitors) {
     }
     m_isRefreshing = false;
     fitHeight();
+    keepInPlace(seen);
 }
 
 void MonitorRows::fitHeight() {

@@ -18,7 +18,7 @@ class MonitorRows final : public QListView {
 public:
     explicit MonitorRows(QWidget* parent = nullptr);
 
-    /// Selection, focus and place stay with their monitors.
+    /// Selection and focus stay with their monitors, and so does what is read at the upper edge of the window.
     void setMonitors(const QList<MonitorRow>& monitors);
     bool isEmpty() const;
 
@@ -29,6 +29,13 @@ protected:
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
 
 private:
+    /// The rows in view while the first of all is not, and how much of the upper one is hidden.
+    struct SeenRows {
+        QList<std::int64_t> ids;
+        int hiddenPart = 0;
+    };
+    SeenRows seenRows() const;
+    void keepInPlace(const SeenRows& seen);
     std::optional<std::int64_t> currentId() const;
     void fitHeight();
 
