@@ -16,6 +16,7 @@
 #include <QTextBlock>
 #include <QTextDocumentFragment>
 #include <QThreadPool>
+#include <QWindow>
 
 using namespace orvanel;
 using namespace orvanel::test;
@@ -382,6 +383,35 @@ private Q_SLOTS:
         logs.box().selectAll();
         logs.nextReading(QStringLiteral("a\nb\nc\n"));
         QCOMPARE(logs.box().textCursor().selection().toPlainText(), QStringLiteral("a\nb"));
+    }
+
+    void whatTheMouseSelectsStaysMeanwhile_data() {
+        QTest::addColumn<int>("first");
+        QTest::addColumn<int>("count");
+        QTest::newRow("more") << 0 << 12;
+        QTest::newRow("moved on") << 2 << 12;
+    }
+    void whatTheMouseSelectsStaysMeanwhile() {
+        QFETCH(const int, first);
+        QFETCH(const int, count);
+        Shown logs;
+        logs.setLog(lines(0, 10));
+        logs.open();
+        QWindow* const window = logs.view->windowHandle();
+        // Where the line begins, in the window.
+        const auto place = [&logs](const QString& line) {
+            const QTextCursor found = logs.box().document()->find(line);
+            const QTextCursor start(found.block());
+            return logs.box().viewport()->mapTo(logs.view.get(), logs.box().cursorRect(start).center());
+        };
+        QTest::mousePress(window, Qt::LeftButton, {}, place(QStringLiteral("line 3")));
+        QTest::mouseMove(window, place(QStringLiteral("line 5")));
+        QCOMPARE(logs.box().textCursor().selection().toPlainText(), lines(3, 2));
+        logs.nextReading(lines(first, count));
+        QCOMPARE(logs.box().textCursor().selection().toPlainText(), lines(3, 2));
+        QTest::mouseMove(window, place(QStringLiteral("line 8")));
+        QTest::mouseRelease(window, Qt::LeftButton, {}, place(QStringLiteral("line 8")));
+        QCOMPARE(logs.box().textCursor().selection().toPlainText(), lines(3, 5));
     }
 
     void copyTakesEverything_data() {

@@ -14,6 +14,8 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QClipboard>
+#include <QInputMethodEvent>
 #include <QLineEdit>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -253,6 +255,84 @@ private Q_SLOTS:
         QCOMPARE(settings.slug()->text(), QStringLiteral("ho"));
         QCOMPARE(settings.slug()->cursorPosition(), 1);
         QVERIFY(settings.slug()->hasFocus());
+    }
+
+    void aHalfTypedDockerPathIsNotDisturbed() {
+        Shown settings;
+        settings.open();
+        QVERIFY(settings.world.isPolledAsRunning());
+        settings.type(settings.dockerOverride(), QStringLiteral("/my/do"));
+        QTest::keyClick(settings.dockerOverride(), Qt::Key_Left);
+        settings.world.advance(30s);
+        QCOMPARE(settings.dockerOverride()->text(), QStringLiteral("/my/do"));
+        QCOMPARE(settings.dockerOverride()->cursorPosition(), 5);
+        QVERIFY(settings.dockerOverride()->hasFocus());
+        QTest::keyClicks(settings.dockerOverride(), QStringLiteral("x"));
+        QCOMPARE(settings.kuma().dockerOverride(), QStringLiteral("/my/dxo"));
+    }
+
+    void textThatIsStillComposedIsNoPort() {
+        Shown settings;
+        settings.open();
+        QVERIFY(settings.world.isPolledAsRunning());
+        settings.type(settings.port(), {});
+        QInputMethodEvent composing(QStringLiteral("3005"), {});
+        QCoreApplication::sendEvent(settings.port(), &composing);
+        settings.world.advance(30s);
+        QCOMPARE(settings.kuma().port(), 3001);
+        QVERIFY(!settings.showsPortHint());
+        QCOMPARE(settings.port()->text(), QString());
+        QInputMethodEvent composed;
+        composed.setCommitString(QStringLiteral("3005"));
+        QCoreApplication::sendEvent(settings.port(), &composed);
+        QCOMPARE(settings.port()->text(), QStringLiteral("3005"));
+        QCOMPARE(settings.kuma().port(), 3005);
+    }
+
+    void whatIsUndoneIsNotStored() {
+        Shown settings;
+        settings.open();
+        settings.type(settings.port(), QStringLiteral("3005"));
+        QCOMPARE(settings.kuma().port(), 3005);
+        int steps = 0;
+        for (; settings.port()->isUndoAvailable() && steps < 10; ++steps) {
+            QTest::keyClick(settings.port(), Qt::Key_Z, Qt::ControlModifier);
+            QCOMPARE(settings.kuma().port(), portFrom(settings.port()->text()).value_or(3001));
+        }
+        QVERIFY(steps > 0 && steps < 10);
+        QCOMPARE(settings.port()->text(), QStringLiteral("3001"));
+        for (; settings.port()->isRedoAvailable() && steps < 20; ++steps) {
+            QTest::keyClick(settings.port(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+        }
+        QCOMPARE(settings.port()->text(), QStringLiteral("3005"));
+        QCOMPARE(settings.kuma().port(), 3005);
+    }
+
+    void portsCanBePasted_data() {
+        QTest::addColumn<QString>("copied");
+        QTest::addColumn<int>("port");
+        QTest::newRow("number") << QStringLiteral("3005") << 3005;
+        QTest::newRow("line") << QStringLiteral("3005\n") << 3005;
+        QTest::newRow("cell") << QStringLiteral("\t3005 ") << 3005;
+        QTest::newRow("address") << QStringLiteral("http://localhost:3005") << 3001;
+        QTest::newRow("two lines") << QStringLiteral("3005\n3006") << 3001;
+    }
+    void portsCanBePasted() {
+        QFETCH(const QString, copied);
+        QFETCH(const int, port);
+        Shown settings;
+        settings.open();
+        QGuiApplication::clipboard()->setText(copied);
+        settings.port()->setFocus();
+        settings.port()->selectAll();
+        QTest::keyClick(settings.port(), Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(settings.kuma().port(), port);
+        QCOMPARE(settings.showsPortHint(), port == 3001);
+        QTest::keyClick(settings.port(), Qt::Key_Return);
+        QCOMPARE(settings.kuma().port(), port);
+        if (port != 3001) {
+            QCOMPARE(settings.port()->text(), QString::number(port));
+        }
     }
 
     void keysPressedByChanceChangeNothing() {
