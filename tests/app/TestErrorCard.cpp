@@ -2,6 +2,7 @@
 #include "app/views/BusyCard.h"
 #include "app/views/DashboardView.h"
 #include "app/views/ErrorCard.h"
+#include "app/views/MonitorRows.h"
 #include "app/views/StartCard.h"
 #include "app/widgets/TextBox.h"
 #include "support/Await.h"
@@ -178,6 +179,38 @@ private Q_SLOTS:
         QCOMPARE(bar->value(), 0);
         fail(view, QStringLiteral("other"));
         QVERIFY(isErrorInView(view));
+    }
+
+    void oneReadingThatFailsLeavesTheListAsItWas_data() {
+        QTest::addColumn<bool>("goesElsewhere");
+        QTest::newRow("nothing else is done") << false;
+        QTest::newRow("a button is focused meanwhile") << true;
+    }
+    void oneReadingThatFailsLeavesTheListAsItWas() {
+        QFETCH(const bool, goesElsewhere);
+        Shown view;
+        openWithLongList(view);
+        const auto good = view.world.page.status;
+        auto* const list = visible<MonitorRows>(&view.window);
+        list->setFocus();
+        list->setCurrentIndex(list->model()->index(100, 0));
+        QScrollBar* const bar = view.window.findChild<QScrollArea*>()->verticalScrollBar();
+        const int place = bar->value();
+        QVERIFY(place > 1000);
+        view.world.page.status = StatusPageError{QStringLiteral("Nothing there.")};
+        view.world.advance(30s);
+        drainEvents();
+        QVERIFY(visible<MonitorRows>(&view.window) == nullptr);
+        QAbstractButton* const stop = button(&view.window, QStringLiteral("Stop"));
+        if (goesElsewhere) {
+            stop->setFocus();
+        }
+        view.world.page.status = good;
+        view.world.advance(30s);
+        drainEvents();
+        QCOMPARE(visible<MonitorRows>(&view.window), list);
+        QCOMPARE(bar->value(), place);
+        QCOMPARE(view.window.focusWidget(), goesElsewhere ? static_cast<QWidget*>(stop) : list);
     }
 
     /// No frame shows the new card at a place where it does not stay, nor the old one again.

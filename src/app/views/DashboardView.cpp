@@ -12,9 +12,12 @@
 #include "controller/KumaController.h"
 #include "platform/Desktop.h"
 
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace orvanel {
 namespace {
@@ -72,11 +75,54 @@ void DashboardView::render() {
     m_guide->setExplained(!hasPage);
     m_guide->render();
     m_statusError->setVisible(hasPage && hasStatusError);
-    setShown(m_monitors, hasPage && !hasStatusError);
     if (hasPage && hasStatusError) {
         m_statusError->render();
     } else if (hasPage) {
         m_monitors->render();
+    }
+    showList(hasPage && !hasStatusError);
+    if (!hasPage) {
+        m_left.reset();
+    }
+}
+
+/// One reading that fails takes the list away only for a while: it comes back as it was left.
+void DashboardView::showList(bool shown) {
+    QScrollArea* const area = surroundingArea(this);
+    if (area == nullptr || shown == m_monitors->isVisibleTo(this)) {
+        setShown(m_monitors, shown);
+        return;
+    }
+    if (shown) {
+        bringListBack(area);
+    } else {
+        hideList(area);
+    }
+}
+
+void DashboardView::hideList(QScrollArea* area) {
+    const int scrolledTo = area->verticalScrollBar()->value();
+    QWidget* const focused = window()->focusWidget();
+    setShown(m_monitors, false);
+    layOutNow(area);
+    m_left =
+        LeftList{scrolledTo, area->verticalScrollBar()->value(), m_monitors->isAncestorOf(focused) ? focused : nullptr};
+}
+
+/// Unless the user has gone elsewhere meanwhile.
+void DashboardView::bringListBack(QScrollArea* area) {
+    setShown(m_monitors, true);
+    const std::optional<LeftList> left = std::exchange(m_left, std::nullopt);
+    if (!left) {
+        return;
+    }
+    const bool isElsewhere = area->verticalScrollBar()->value() != left->scrolledToWithout;
+    if (left->focused != nullptr && window()->focusWidget() == area) {
+        left->focused->setFocus(Qt::OtherFocusReason);
+    }
+    if (!isElsewhere) {
+        layOutNow(area);
+        area->verticalScrollBar()->setValue(left->scrolledTo);
     }
 }
 

@@ -2,6 +2,12 @@
 
 #include "app/views/View.h"
 
+#include <QPointer>
+
+#include <optional>
+
+class QScrollArea;
+
 namespace orvanel {
 
 class ButtonRow;
@@ -21,6 +27,9 @@ public:
 
 private:
     ButtonRow* makeControls();
+    void showList(bool shown);
+    void hideList(QScrollArea* area);
+    void bringListBack(QScrollArea* area);
 
     ViewContext m_context;
     QPushButton* m_openDashboard = nullptr;
@@ -28,6 +37,14 @@ private:
     GuideCard* m_guide;
     StatusErrorCard* m_statusError;
     MonitorList* m_monitors;
+
+    /// How the list was left, and the window without it.
+    struct LeftList {
+        int scrolledTo;
+        int scrolledToWithout;
+        QPointer<QWidget> focused;
+    };
+    std::optional<LeftList> m_left;
 };
 
 } // namespace orvanel

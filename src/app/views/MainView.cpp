@@ -16,7 +16,6 @@
 #include "controller/KumaController.h"
 
 #include <QAccessible>
-#include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -195,19 +194,12 @@ void MainView::renderError() {
     }
     setShown(m_errorCard, error.has_value());
     if (error && error != before) {
-        scrollToError();
+        layOutNow(m_area);
+        m_area->ensureWidgetVisible(m_errorCard, 0, spacing::padding);
     }
     if (error && before && error != before) {
         tellAgain(m_errorCard);
     }
-}
-
-/// The area grows what scrolls in it only with its next event, and could not scroll to what is below that before.
-void MainView::scrollToError() {
-    m_column->activate();
-    QEvent grow(QEvent::LayoutRequest);
-    QCoreApplication::sendEvent(m_area, &grow);
-    m_area->ensureWidgetVisible(m_errorCard, 0, spacing::padding);
 }
 
 View* MainView::makeCard(StateCard kind) const {

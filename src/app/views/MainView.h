@@ -38,7 +38,6 @@ private:
     void renderHeader();
     void renderCard();
     void renderError();
-    void scrollToError();
     void replaceCard(StateCard kind);
     void putErrorLast();
     void showGuide();

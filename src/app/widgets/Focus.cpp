@@ -1,5 +1,8 @@
 #include "app/widgets/Focus.h"
 
+#include <QCoreApplication>
+#include <QEvent>
+#include <QLayout>
 #include <QScrollArea>
 
 namespace orvanel {
@@ -11,6 +14,12 @@ QScrollArea* surroundingArea(const QWidget* widget) {
         }
     }
     return nullptr;
+}
+
+void layOutNow(QScrollArea* area) {
+    area->widget()->layout()->activate();
+    QEvent request(QEvent::LayoutRequest);
+    QCoreApplication::sendEvent(area, &request);
 }
 
 void giveUpFocus(const QWidget* leaving) {
