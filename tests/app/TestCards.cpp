@@ -212,7 +212,9 @@ private Q_SLOTS:
         const bool isSaid = shows(&view.window, QStringLiteral("Docker refused: you are not in the group “docker” yet. "
                                                                "Join it, then log out and in again."));
         QCOMPARE(isSaid, refuses);
+        QCOMPARE(button(&view.window, showDetails)->accessibleDescription(), QStringLiteral("Collapsed"));
         view.click(showDetails);
+        QCOMPARE(button(&view.window, showDetails)->accessibleDescription(), QStringLiteral("Expanded"));
         const QString details = view.world.controller().runtimeDetails().trimmed();
         QVERIFY(!details.isEmpty());
         QCOMPARE(visible<TextBox>(&view.window)->toPlainText().trimmed(), details);

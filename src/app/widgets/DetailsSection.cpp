@@ -19,7 +19,6 @@ DetailsSection::DetailsSection(QWidget* parent)
     , m_button(new QToolButton) {
     m_button->setText(QStringLiteral("Show details"));
     m_button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    m_button->setArrowType(Qt::RightArrow);
     m_button->setAutoRaise(true);
     m_button->setFocusPolicy(Qt::StrongFocus);
     connect(m_button, &QToolButton::clicked, this, [this] { setOpen(!m_isOpen); });
@@ -28,6 +27,7 @@ DetailsSection::DetailsSection(QWidget* parent)
     column->setContentsMargins({});
     column->setSpacing(spacing::related);
     column->addWidget(m_button, 0, Qt::AlignLeading);
+    setOpen(false);
 }
 
 void DetailsSection::setDetails(const QString& text) {
