@@ -118,8 +118,12 @@ private Q_SLOTS:
 
         install(view, brew);
         view.click(checkAgain);
-        QVERIFY(button(&view.window, installBoth) != nullptr);
         QVERIFY(!shows(&view.window, needsHomebrew));
+        QVERIFY(button(&view.window, getHomebrew) == nullptr);
+        view.world.hang("brew install");
+        view.click(installBoth);
+        QVERIFY(visible<SetupCard>(&view.window) != nullptr);
+        QVERIFY(view.world.underWay().contains(QStringLiteral("brew install")));
     }
 
     void dockerFoundElsewhereCanBeUsed() {
@@ -198,6 +202,13 @@ private Q_SLOTS:
         QCOMPARE(view.world.desktop.opened.size(), 1);
         view.click(settings);
         QCOMPARE(view.opened, QStringList(QStringLiteral("settings")));
+
+        install(view, brew);
+        view.click(checkAgain);
+        QVERIFY(button(&view.window, getHomebrew) == nullptr);
+        view.world.hang("brew install");
+        view.click(installColima);
+        QVERIFY(view.world.underWay().contains(QStringLiteral("brew install")));
     }
 
     void aRuntimeThatRefusesSaysWhy_data() {
