@@ -735,6 +735,28 @@ private Q_SLOTS:
         QCOMPARE(reached, expected);
     }
 
+    void linesBeginAtTheRightForThoseWhoReadFromThere() {
+        Shown settings;
+        settings.open();
+        const auto isWritten = [](QWidget* widget, const QRect& area) {
+            const QImage picture = widget->grab(area).toImage();
+            QImage empty(picture.size(), picture.format());
+            empty.fill(picture.pixelColor(0, 0));
+            return picture != empty;
+        };
+        const auto beginsAt = [&](QWidget* widget, int x) {
+            return isWritten(widget, QRect(x, 0, 20, widget->height()));
+        };
+        QLabel* const title = visibleWith<QLabel>(&settings.view, QStringLiteral("General"));
+        Switch* const launch = settings.switchWith(QStringLiteral("Launch at login"));
+        QVERIFY(beginsAt(title, 0) && beginsAt(launch, 0));
+        QApplication::setLayoutDirection(Qt::RightToLeft);
+        drainEvents();
+        const bool areMirrored = beginsAt(title, title->width() - 20) && beginsAt(launch, launch->width() - 20);
+        QApplication::setLayoutDirection(Qt::LeftToRight);
+        QVERIFY(areMirrored);
+    }
+
     void screenReadersAreToldOfEverything() {
         Shown settings;
         settings.open();

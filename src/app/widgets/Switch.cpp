@@ -43,7 +43,7 @@ void Switch::paintEvent(QPaintEvent*) {
     const int taken = track.width() + ring + spacing::related;
     const QRect label = isRightToLeft() ? rect().adjusted(taken, 0, 0, 0) : rect().adjusted(0, 0, -taken, 0);
     const int alignment = isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
-    painter.drawText(label, alignment | Qt::AlignVCenter | Qt::TextShowMnemonic, text());
+    painter.drawText(label, alignment | Qt::AlignAbsolute | Qt::AlignVCenter | Qt::TextShowMnemonic, text());
     painter.setRenderHint(QPainter::Antialiasing);
     paintTrack(painter);
 }

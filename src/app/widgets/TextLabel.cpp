@@ -41,6 +41,7 @@ TextLabel::TextLabel(TextStyle style, const QString& text, QWidget* parent)
     setTextFormat(Qt::PlainText);
     setWordWrap(true);
     setTextStyle(this, style);
+    alignWithLayout();
     setText(text);
 }
 
@@ -63,10 +64,9 @@ void TextLabel::setContent(const QString& text) {
 void TextLabel::setElided() {
     m_isElided = true;
     setWordWrap(false);
-    alignWithLayout();
 }
 
-/// The beginning of a line that stands beside others is where theirs is, whatever language its text is in.
+/// All lines begin at the same end, whatever language a text is in.
 void TextLabel::alignWithLayout() {
     const Qt::Alignment beginning = QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft);
     setAlignment(beginning | Qt::AlignAbsolute | Qt::AlignVCenter);
@@ -117,7 +117,7 @@ void TextLabel::changeEvent(QEvent* event) {
     if (event->type() == QEvent::FontChange && m_isElided) {
         elide();
     }
-    if (event->type() == QEvent::LayoutDirectionChange && m_isElided) {
+    if (event->type() == QEvent::LayoutDirectionChange && (alignment() & Qt::AlignAbsolute) != 0) {
         alignWithLayout();
     }
 }
