@@ -252,7 +252,7 @@ private Q_SLOTS:
     void theBackupMenuBacksUpAndRestores() {
         Shown view;
         openGuideCard(view);
-        const QMenu* const menu = qobject_cast<QPushButton*>(button(&view.window, QStringLiteral("Backup")))->menu();
+        const QMenu* const menu = button(&view.window, QStringLiteral("Backup"))->findChild<QMenu*>();
         const QList<QAction*> entries = menu->actions();
         QCOMPARE(entries.size(), 2);
         QCOMPARE(entries[0]->text(), QStringLiteral("Back up now…"));

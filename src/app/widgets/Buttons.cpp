@@ -1,5 +1,6 @@
 #include "app/widgets/Buttons.h"
 
+#include "app/widgets/MenuButton.h"
 #include "app/widgets/PushButton.h"
 
 #include <QLayout>
@@ -42,11 +43,9 @@ QPushButton* addDefaultButton(QLayout* layout, const QString& text, std::functio
 }
 
 QMenu* addMenuButton(QLayout* layout, const QString& text) {
-    auto* button = new PushButton(plainButtonText(text), PushButton::Kind::plain);
-    auto* menu = new QMenu(button);
-    button->setMenu(menu);
+    auto* button = new MenuButton(plainButtonText(text));
     layout->addWidget(button);
-    return menu;
+    return button->popupMenu();
 }
 
 void addMenuEntry(QMenu* menu, const QString& text, std::function<void()> action) {

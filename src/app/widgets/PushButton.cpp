@@ -10,7 +10,6 @@ namespace orvanel {
 namespace {
 
 constexpr int narrowRoom = 24;
-constexpr int menuArrowRoom = 16;
 constexpr int darkening = 235;
 
 } // namespace
@@ -28,7 +27,7 @@ QSize PushButton::sizeHint() const {
 
 QSize PushButton::minimumSizeHint() const {
     const int textWidth = fontMetrics().size(Qt::TextShowMnemonic, text()).width();
-    return {textWidth + narrowRoom + (menu() != nullptr ? menuArrowRoom : 0), sizeHint().height()};
+    return {textWidth + narrowRoom, sizeHint().height()};
 }
 
 /// A key that is held down presses once: what it brought may have a button in the same place.

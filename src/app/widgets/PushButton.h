@@ -5,7 +5,7 @@
 namespace orvanel {
 
 /// A push button with room around its text; as the default one of its view it has the desktop's highlight colour.
-class PushButton final : public QPushButton {
+class PushButton : public QPushButton {
     Q_OBJECT
 
 public:
