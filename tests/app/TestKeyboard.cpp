@@ -9,12 +9,9 @@
 #include "support/Await.h"
 
 #include <QAccessible>
-#include <QApplication>
-#include <QMenu>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QTest>
-#include <QThread>
 
 using namespace orvanel;
 using namespace orvanel::test;
@@ -42,18 +39,6 @@ void hold(QWidget& window, Qt::Key key) {
         QCoreApplication::sendEvent(focused != nullptr ? focused : &window, &repeat);
     }
 }
-
-/// Ends a menu that keeps the program waiting until it is closed; the test would wait too.
-struct MenuCloser final : QObject {
-    MenuCloser() { startTimer(0); }
-
-protected:
-    void timerEvent(QTimerEvent*) override {
-        if (QThread::currentThread()->loopLevel() > 0 && QApplication::activePopupWidget() != nullptr) {
-            QApplication::activePopupWidget()->close();
-        }
-    }
-};
 
 bool isButtonFocused(const Shown& view) {
     return qobject_cast<QAbstractButton*>(view.window.focusWidget()) != nullptr;
@@ -162,84 +147,6 @@ private Q_SLOTS:
         QCOMPARE(view.world.desktop.opened.size(), 1);
         hold(view.window, key);
         QCOMPARE(view.world.desktop.opened.size(), 1);
-    }
-
-    void theBackupMenuOpensByKey_data() {
-        QTest::addColumn<Qt::Key>("key");
-        QTest::newRow("Return") << Qt::Key_Return;
-        QTest::newRow("space") << Qt::Key_Space;
-    }
-    void theBackupMenuOpensByKey() {
-        QFETCH(const Qt::Key, key);
-        Shown view;
-        QVERIFY(view.world.isPolledAsRunning());
-        view.open();
-        QAbstractButton* const backup = button(&view.window, QStringLiteral("Backup"));
-        backup->setFocus();
-        const MenuCloser closer;
-        QTest::keyClick(backup, key);
-        auto* const menu = backup->findChild<QMenu*>();
-        QVERIFY(menu->isVisible());
-        QVERIFY(backup->isDown());
-        hold(*menu, key);
-        QVERIFY(menu->isVisible() && menu->activeAction() == nullptr);
-        QTest::keyClick(menu, Qt::Key_Down);
-        QTest::keyClick(menu, Qt::Key_Return);
-        view.world.settle();
-        QVERIFY(!menu->isVisible());
-        QVERIFY(!backup->isDown());
-        QCOMPARE(view.world.dialogs.pathQuestions.size(), 1);
-        view.world.dialogs.answerAll(false);
-    }
-
-    void theBackupMenuClosesByTheButtonToo() {
-        Shown view;
-        QVERIFY(view.world.isPolledAsRunning());
-        view.open();
-        QAbstractButton* const backup = button(&view.window, QStringLiteral("Backup"));
-        const MenuCloser closer;
-        QTest::mouseClick(backup, Qt::LeftButton);
-        auto* const menu = backup->findChild<QMenu*>();
-        QVERIFY(menu->isVisible());
-        // An open menu gets all clicks, wherever they are.
-        QTest::mousePress(menu, Qt::LeftButton, {}, menu->mapFromGlobal(backup->mapToGlobal(QPoint(5, 5))));
-        QVERIFY(!menu->isVisible());
-        QVERIFY2(menu->testAttribute(Qt::WA_NoMouseReplay), "it would open again");
-    }
-
-    void aCardThatGoesTakesItsOpenMenuAlong() {
-        Shown view;
-        QVERIFY(view.world.isPolledAsRunning());
-        view.open();
-        QAbstractButton* const backup = button(&view.window, QStringLiteral("Backup"));
-        const MenuCloser closer;
-        QTest::mouseClick(backup, Qt::LeftButton);
-        const QPointer<QMenu> menu = backup->findChild<QMenu*>();
-        QVERIFY(menu->isVisible());
-        view.world.removeContainer();
-        view.world.advance(3s);
-        QVERIFY(visible<StartCard>(&view.window) != nullptr);
-        QVERIFY(QApplication::activePopupWidget() == nullptr);
-        drainEvents();
-        QVERIFY(menu.isNull());
-        view.world.takeCommands();
-        press(view, Qt::Key_Return);
-        QVERIFY(view.world.takeCommands().contains(QStringLiteral("compose up")));
-    }
-
-    void aScreenReaderOpensTheBackupMenu() {
-        Shown view;
-        QVERIFY(view.world.isPolledAsRunning());
-        view.open();
-        QAbstractButton* const backup = button(&view.window, QStringLiteral("Backup"));
-        QAccessibleInterface* const face = QAccessible::queryAccessibleInterface(backup);
-        QCOMPARE(face->role(), QAccessible::ButtonMenu);
-        QCOMPARE(face->text(QAccessible::Name), QStringLiteral("Backup"));
-        QVERIFY(face->state().hasPopup);
-        QAccessibleActionInterface* const actions = face->actionInterface();
-        const MenuCloser closer;
-        actions->doAction(actions->actionNames().value(0));
-        QVERIFY(backup->findChild<QMenu*>()->isVisible());
     }
 
     void theGuideIsNotLeafedThroughByAKeyThatIsHeldDown() {

@@ -1,0 +1,123 @@
+#include "ShownWindow.h"
+#include "app/views/StartCard.h"
+#include "support/Await.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QMenu>
+#include <QPointer>
+#include <QTest>
+#include <QThread>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Ends a menu that keeps the program waiting until it is closed; the test would wait too.
+struct MenuCloser final : QObject {
+    MenuCloser() { startTimer(0); }
+
+protected:
+    void timerEvent(QTimerEvent*) override {
+        if (QThread::currentThread()->loopLevel() > 0 && QApplication::activePopupWidget() != nullptr) {
+            QApplication::activePopupWidget()->close();
+        }
+    }
+};
+
+QAbstractButton* backupButton(const Shown& view) {
+    return button(&view.window, QStringLiteral("Backup"));
+}
+
+} // namespace
+
+/// The menu of the dashboard.
+class TestBackupMenu : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void itOpensByKey_data() {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::newRow("Return") << Qt::Key_Return;
+        QTest::newRow("space") << Qt::Key_Space;
+    }
+    void itOpensByKey() {
+        QFETCH(const Qt::Key, key);
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QAbstractButton* const backup = backupButton(view);
+        backup->setFocus();
+        const MenuCloser closer;
+        QTest::keyClick(backup, key);
+        auto* const menu = backup->findChild<QMenu*>();
+        QVERIFY(menu->isVisible());
+        QVERIFY(backup->isDown());
+        QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, QStringLiteral("\r"), true);
+        QCoreApplication::sendEvent(menu, &repeat);
+        QVERIFY(menu->isVisible() && menu->activeAction() == nullptr);
+        QTest::keyClick(menu, Qt::Key_Down);
+        QTest::keyClick(menu, Qt::Key_Return);
+        view.world.settle();
+        QVERIFY(!menu->isVisible());
+        QVERIFY(!backup->isDown());
+        QCOMPARE(view.world.dialogs.pathQuestions.size(), 1);
+        view.world.dialogs.answerAll(false);
+    }
+
+    void itClosesByTheButtonToo() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QAbstractButton* const backup = backupButton(view);
+        const MenuCloser closer;
+        QTest::mouseClick(backup, Qt::LeftButton);
+        auto* const menu = backup->findChild<QMenu*>();
+        QVERIFY(menu->isVisible());
+        // An open menu gets all clicks, wherever they are.
+        QTest::mousePress(menu, Qt::LeftButton, {}, menu->mapFromGlobal(backup->mapToGlobal(QPoint(5, 5))));
+        QVERIFY(!menu->isVisible());
+        QVERIFY2(menu->testAttribute(Qt::WA_NoMouseReplay), "it would open again");
+    }
+
+    void aCardThatGoesTakesItsOpenMenuAlong() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QAbstractButton* const backup = backupButton(view);
+        const MenuCloser closer;
+        QTest::mouseClick(backup, Qt::LeftButton);
+        const QPointer<QMenu> menu = backup->findChild<QMenu*>();
+        QVERIFY(menu->isVisible());
+        view.world.removeContainer();
+        view.world.advance(3s);
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+        QVERIFY(QApplication::activePopupWidget() == nullptr);
+        drainEvents();
+        QVERIFY(menu.isNull());
+        view.world.takeCommands();
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        view.world.settle();
+        QVERIFY(view.world.takeCommands().contains(QStringLiteral("compose up")));
+    }
+
+    void aScreenReaderOpensIt() {
+        Shown view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        QAbstractButton* const backup = backupButton(view);
+        QAccessibleInterface* const face = QAccessible::queryAccessibleInterface(backup);
+        QCOMPARE(face->role(), QAccessible::ButtonMenu);
+        QCOMPARE(face->text(QAccessible::Name), QStringLiteral("Backup"));
+        QVERIFY(face->state().hasPopup);
+        QAccessibleActionInterface* const actions = face->actionInterface();
+        const MenuCloser closer;
+        actions->doAction(actions->actionNames().value(0));
+        QVERIFY(backup->findChild<QMenu*>()->isVisible());
+    }
+};
+
+QTEST_MAIN(TestBackupMenu)
+#include "TestBackupMenu.moc"
