@@ -13,6 +13,7 @@
 #include <QSignalSpy>
 #include <QStyledItemDelegate>
 #include <QTest>
+#include <QVBoxLayout>
 #include <QWindow>
 
 using namespace orvanel;
@@ -302,6 +303,28 @@ private Q_SLOTS:
         view.nextReading(list);
         drainEvents();
         QCOMPARE(view.window.findChild<QScrollArea*>()->verticalScrollBar()->value(), 0);
+    }
+
+    void aListThatIsNotShownScrollsNothing() {
+        auto* content = new QWidget;
+        auto* list = new MonitorRows;
+        auto* below = new QWidget;
+        below->setFixedHeight(3000);
+        auto* column = new QVBoxLayout(content);
+        column->addWidget(list);
+        column->addWidget(below);
+        QScrollArea area;
+        area.setWidgetResizable(true);
+        area.setWidget(content);
+        area.resize(400, 300);
+        list->setMonitors(rows(100));
+        area.show();
+        drainEvents();
+        list->hide();
+        drainEvents();
+        area.verticalScrollBar()->setValue(1000);
+        list->setMonitors(QList<MonitorRow>{monitor(1000, 1)} + rows(100));
+        QCOMPARE(area.verticalScrollBar()->value(), 1000);
     }
 
     void arrowsBringRowsIntoView() {

@@ -43,7 +43,10 @@ std::optional<std::int64_t> MonitorRows::currentId() const {
 
 MonitorRows::SeenRows MonitorRows::seenRows() const {
     const QScrollArea* const area = surroundingArea(this);
-    const int hidden = area == nullptr ? 0 : area->verticalScrollBar()->value() - mapTo(area->widget(), QPoint()).y();
+    if (area == nullptr || !isVisible()) {
+        return {};
+    }
+    const int hidden = area->verticalScrollBar()->value() - mapTo(area->widget(), QPoint()).y();
     if (hidden <= 0) {
         return {};
     }
