@@ -14,9 +14,17 @@ GeneralSection::GeneralSection(ViewContext context, QWidget* parent)
     , m_context(context)
     , m_launchAtLogin(new Switch(QStringLiteral("Launch at login")))
     , m_stopOnQuit(new Switch(QStringLiteral("Stop the container when I quit"))) {
-    connect(m_launchAtLogin, &Switch::clicked, this,
-            [context](bool launch) { context.controller.setLaunchAtLogin(launch); });
-    connect(m_stopOnQuit, &Switch::clicked, this, [context](bool stop) { context.controller.setStopOnQuit(stop); });
+    // Not by clicked(): a screen reader toggles a switch without a click. What render() shows is known already.
+    connect(m_launchAtLogin, &Switch::toggled, this, [&controller = context.controller](bool launch) {
+        if (launch != controller.launchAtLogin()) {
+            controller.setLaunchAtLogin(launch);
+        }
+    });
+    connect(m_stopOnQuit, &Switch::toggled, this, [&controller = context.controller](bool stop) {
+        if (stop != controller.stopOnQuit()) {
+            controller.setStopOnQuit(stop);
+        }
+    });
     column()->addWidget(m_launchAtLogin);
     addDivider();
     column()->addWidget(m_stopOnQuit);

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "ControllerFixture.h"
+#include "Find.h"
+#include "app/views/SettingsView.h"
+#include "app/widgets/Switch.h"
+
+#include <QLineEdit>
+#include <QTest>
+
+namespace orvanel::test {
+
+inline const auto updateText = QStringLiteral("Update");
+inline const auto checkText = QStringLiteral("Check for updates");
+inline const auto notesText = QStringLiteral("Release notes");
+
+/// The settings in a world where a test plays Docker.
+struct ShownSettings {
+    ShownSettings()
+        : view({world.controller(), world.desktop, world.clock, {}}, world.dialogs) {}
+
+    ControllerFixture world;
+    SettingsView view;
+
+    void open() {
+        view.resize(560, 640);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowActive(&view));
+        world.settle();
+    }
+    KumaController& kuma() { return world.controller(); }
+    void click(const QString& text) {
+        QAbstractButton* const found = button(&view, text);
+        QVERIFY(found != nullptr);
+        QTest::mouseClick(found, Qt::LeftButton);
+        world.settle();
+    }
+    QLineEdit* field(const QString& name) const {
+        for (QLineEdit* candidate : view.findChildren<QLineEdit*>()) {
+            if (candidate->accessibleName() == name) {
+                return candidate;
+            }
+        }
+        return nullptr;
+    }
+    QLineEdit* port() const { return field(QStringLiteral("Port")); }
+    QLineEdit* slug() const { return field(QStringLiteral("Status page slug")); }
+    QLineEdit* dockerOverride() const { return field(QStringLiteral("Path of the docker command line tool")); }
+    /// Replaces what stands in the field by what is typed.
+    void type(QLineEdit* field, const QString& text) {
+        field->setFocus();
+        field->selectAll();
+        QTest::keyClick(field, Qt::Key_Delete);
+        QTest::keyClicks(field, text);
+        world.settle();
+    }
+    bool showsPortHint() const {
+        for (const QLabel* label : view.findChildren<QLabel*>()) {
+            if (label->isVisible() && label->text().startsWith(QStringLiteral("This is no port to use"))) {
+                return port()->accessibleDescription() == label->text();
+            }
+        }
+        return false;
+    }
+    Switch* switchWith(const QString& text) const { return visibleWith<Switch>(&view, text); }
+};
+
+} // namespace orvanel::test

@@ -1,0 +1,200 @@
+#include "ShownSettings.h"
+#include "app/views/settings/UpdatesSection.h"
+#include "app/widgets/LinkButton.h"
+#include "platform/FreedesktopDesktop.h"
+#include "support/Await.h"
+#include "support/PrivateBus.h"
+
+#include <QAccessible>
+
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+QAccessibleInterface* accessible(QWidget* widget) {
+    return QAccessible::queryAccessibleInterface(widget);
+}
+
+} // namespace
+
+/// The section of the settings in which newer versions are looked for.
+class TestSettingsUpdates : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void whenUpdateCanBePressed_data() {
+        QTest::addColumn<QString>("latest");
+        QTest::addColumn<bool>("isBusy");
+        QTest::addColumn<DockerState>("docker");
+        QTest::addColumn<bool>("can");
+        QTest::newRow("newer") << "2.1.0" << false << DockerState::ready << true;
+        QTest::newRow("any other text") << "2.0" << false << DockerState::ready << true;
+        QTest::newRow("not checked") << QString() << false << DockerState::ready << false;
+        QTest::newRow("the same") << "2" << false << DockerState::ready << false;
+        QTest::newRow("busy") << "2.1.0" << true << DockerState::ready << false;
+        QTest::newRow("missing") << "2.1.0" << false << DockerState::missing << false;
+        QTest::newRow("not running") << "2.1.0" << false << DockerState::notRunning << false;
+        QTest::newRow("unknown") << "2.1.0" << false << DockerState::unknown << false;
+    }
+    void whenUpdateCanBePressed() {
+        QFETCH(const QString, latest);
+        QFETCH(const bool, isBusy);
+        QFETCH(const DockerState, docker);
+        QFETCH(const bool, can);
+        const auto optional = [](bool isThere, const QString& text) {
+            return isThere ? std::optional(text) : std::nullopt;
+        };
+        QCOMPARE(canUpdate(optional(!latest.isNull(), latest), QStringLiteral("2"),
+                           optional(isBusy, QStringLiteral("Stopping…")), docker),
+                 can);
+    }
+
+    void anUpdateIsFoundAndOffered() {
+        ShownSettings settings;
+        settings.open();
+        QVERIFY(settings.world.isPolledAsRunning());
+        QVERIFY(!button(&settings.view, updateText)->isEnabled());
+        QVERIFY(button(&settings.view, notesText) == nullptr);
+        settings.click(checkText);
+        QVERIFY(shows(&settings.view, QStringLiteral("Newest release: 2.1.0")));
+        QVERIFY(button(&settings.view, updateText)->isEnabled());
+        settings.click(updateText);
+        QCOMPARE(settings.world.dialogs.questions.size(), 1);
+        QCOMPARE(settings.world.dialogs.questions[0].alert.message, QStringLiteral("Update Uptime Kuma to 2.1.0?"));
+    }
+
+    void updateWaitsForTheOperationUnderWay() {
+        ShownSettings settings;
+        settings.open();
+        QVERIFY(settings.world.isPolledAsRunning());
+        settings.click(checkText);
+        settings.world.delay("compose stop", 5s, 1);
+        settings.kuma().stop();
+        settings.world.settle();
+        QVERIFY(!button(&settings.view, updateText)->isEnabled());
+        QVERIFY(settings.world.operationEnds());
+        settings.world.settle();
+        QVERIFY(button(&settings.view, updateText)->isEnabled());
+    }
+
+    void onlyOneCheckAtATime() {
+        ShownSettings settings;
+        settings.world.releases.holds = true;
+        settings.open();
+        QAbstractButton* const check = button(&settings.view, checkText);
+        check->setFocus();
+        QTest::keyClick(check, Qt::Key_Space);
+        settings.world.settle();
+        QVERIFY(!check->isEnabled());
+        settings.world.releases.letGo();
+        settings.world.settle();
+        QVERIFY(check->isEnabled());
+        // The keys come back to where they were.
+        QVERIFY(check->hasFocus());
+    }
+
+    /// A screen reader says what has the focus, with its description.
+    void screenReadersAreToldHowACheckEnded() {
+        ShownSettings settings;
+        settings.open();
+        QAbstractButton* const check = button(&settings.view, checkText);
+        const auto description = [check] { return accessible(check)->text(QAccessible::Description); };
+        QCOMPARE(description(), QString());
+        settings.world.releases.holds = true;
+        QString saidWithFocus;
+        const QObject listener;
+        connect(qApp, &QApplication::focusChanged, &listener, [&](QWidget*, QWidget* now) {
+            if (now == check) {
+                saidWithFocus = description();
+            }
+        });
+        settings.click(checkText);
+        QVERIFY(!check->hasFocus());
+        settings.world.releases.letGo();
+        settings.world.settle();
+        QVERIFY(check->hasFocus());
+        QCOMPARE(saidWithFocus, QStringLiteral("Newest release: 2.1.0"));
+
+        settings.kuma().setImageTag(QStringLiteral("1"));
+        settings.world.settle();
+        QCOMPARE(description(), QStringLiteral("Newest release: 2.1.0\nThis is a major version change and may need "
+                                               "Uptime Kuma's own migration. Read the release notes first."));
+        settings.world.releases.answer = ReleaseError{QStringLiteral("Could not check for updates (HTTP 403).")};
+        settings.world.releases.holds = true;
+        settings.click(checkText);
+        settings.world.releases.letGo();
+        settings.world.settle();
+        QVERIFY(saidWithFocus.startsWith(QStringLiteral("Could not check for updates (HTTP 403).")));
+    }
+
+    void aFailedCheckIsTold() {
+        ShownSettings settings;
+        const QString message = QStringLiteral("Could not check for updates (HTTP 403).");
+        settings.world.releases.answer = ReleaseError{message};
+        settings.open();
+        QVERIFY(!shows(&settings.view, message));
+        settings.click(checkText);
+        QVERIFY(shows(&settings.view, message));
+        QVERIFY(button(&settings.view, notesText) == nullptr);
+        settings.world.releases.answer = LatestRelease{.version = QStringLiteral("2.1.0")};
+        settings.click(checkText);
+        QVERIFY(!shows(&settings.view, message));
+    }
+
+    void aMajorChangeIsWarnedOf() {
+        const auto warning = QStringLiteral("This is a major version change and may need Uptime Kuma's own migration. "
+                                            "Read the release notes first.");
+        ShownSettings settings;
+        settings.open();
+        settings.click(checkText);
+        QVERIFY(!shows(&settings.view, warning));
+        settings.kuma().setImageTag(QStringLiteral("1"));
+        settings.world.settle();
+        QVERIFY(shows(&settings.view, QStringLiteral("Pinned image: louislam/uptime-kuma:1")));
+        QVERIFY(shows(&settings.view, warning));
+    }
+
+    void releaseNotesAreALink() {
+        ShownSettings settings;
+        settings.open();
+        settings.click(checkText);
+        settings.click(notesText);
+        const QUrl page(QStringLiteral("https://example.org/2.1.0"));
+        QCOMPARE(settings.world.desktop.opened, QList<QUrl>{page});
+        QAccessibleInterface* const link = accessible(button(&settings.view, notesText));
+        QCOMPARE(link->role(), QAccessible::Link);
+        QCOMPARE(link->text(QAccessible::Name), notesText);
+        link->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QCOMPARE(settings.world.desktop.opened.size(), 2);
+    }
+
+    void onlyWebPagesAreOpened_data() {
+        QTest::addColumn<QString>("page");
+        QTest::addColumn<bool>("isOpened");
+        QTest::newRow("web") << QStringLiteral("https://example.org/x") << true;
+        QTest::newRow("file") << QStringLiteral("file:///etc/passwd") << false;
+        QTest::newRow("script") << QStringLiteral("javascript:alert(1)") << false;
+        QTest::newRow("mail") << QStringLiteral("mailto:a@example.org") << false;
+    }
+    void onlyWebPagesAreOpened() {
+        QFETCH(const QString, page);
+        QFETCH(const bool, isOpened);
+        ControllerFixture world;
+        QList<QUrl> opened;
+        FreedesktopDesktop desktop(PrivateBus::none(), [&opened](const QUrl& address) { opened.append(address); });
+        SettingsView view({world.controller(), desktop, world.clock, {}}, world.dialogs);
+        world.releases.answer = LatestRelease{.version = QStringLiteral("3"), .page = page};
+        world.controller().checkForUpdates();
+        world.settle();
+        view.show();
+        QAbstractButton* const link = button(&view, notesText);
+        QVERIFY(link != nullptr);
+        link->click();
+        QCOMPARE(opened, isOpened ? QList<QUrl>{QUrl(page)} : QList<QUrl>());
+    }
+};
+
+QTEST_MAIN(TestSettingsUpdates)
+#include "TestSettingsUpdates.moc"
