@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QLabel>
 
 namespace orvanel::test {
@@ -34,6 +35,11 @@ Widget* visible(const QWidget* root) {
         }
     }
     return nullptr;
+}
+
+/// What a screen reader is told of a widget.
+inline QAccessibleInterface* accessible(QWidget* widget) {
+    return QAccessible::queryAccessibleInterface(widget);
 }
 
 } // namespace orvanel::test

@@ -11,14 +11,6 @@ using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
-namespace {
-
-QAccessibleInterface* accessible(QWidget* widget) {
-    return QAccessible::queryAccessibleInterface(widget);
-}
-
-} // namespace
-
 /// The section of the settings in which newer versions are looked for.
 class TestSettingsUpdates : public QObject {
     Q_OBJECT

@@ -15,14 +15,6 @@ using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
-namespace {
-
-QAccessibleInterface* accessible(QWidget* widget) {
-    return QAccessible::queryAccessibleInterface(widget);
-}
-
-} // namespace
-
 class TestSettingsView : public QObject {
     Q_OBJECT
 

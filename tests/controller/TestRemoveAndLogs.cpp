@@ -11,6 +11,12 @@ namespace {
 
 const auto starting = QStringLiteral("Starting Uptime Kuma…");
 
+void confirmRemoval(ControllerFixture& world) {
+    world.controller().removeEverything();
+    world.dialogs.answerAll(true);
+    world.settle();
+}
+
 } // namespace
 
 class TestRemoveAndLogs : public QObject {
@@ -68,9 +74,7 @@ private Q_SLOTS:
         const qsizetype before = world.commands().size();
         // Without it all could have been done by now: the data goes on another thread.
         world.delay("inspect", 1s, 1);
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.settle();
+        confirmRemoval(world);
         QCOMPARE(kuma.busy(), QStringLiteral("Removing…"));
         QVERIFY(world.operationEnds());
         QTEST(world.takeCommands().mid(0, 3), "commands");
@@ -102,9 +106,7 @@ private Q_SLOTS:
             world.answer("rm", 1, QStringLiteral("no"));
         }
         world.takeCommands();
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.settle();
+        confirmRemoval(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "compose down", "inspect", "rm", "inspect"}));
         QCOMPARE(world.docker().container.has_value(), rmFails);
@@ -127,9 +129,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
         world.answer(compose ? "compose down" : "rm", 1, QStringLiteral("no"));
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.settle();
+        confirmRemoval(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no")}));
         QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
@@ -142,9 +142,7 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         world.hang("compose down");
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.settle();
+        confirmRemoval(world);
         world.advance(89999ms);
         QVERIFY(kuma.busy().has_value());
         world.advance(1ms);
@@ -162,9 +160,7 @@ private Q_SLOTS:
             QVERIFY(world.everythingEnds());
             world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "x");
             world.takeCommands();
-            kuma.removeEverything();
-            world.dialogs.answerAll(true);
-            world.settle();
+            confirmRemoval(world);
             QVERIFY(world.operationEnds());
             QVERIFY(!kuma.error());
             QVERIFY(!QFile::exists(kuma.dataDir()));
@@ -195,9 +191,7 @@ private Q_SLOTS:
         } else {
             world.hang("inspect");
         }
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.settle();
+        confirmRemoval(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.error(),
                  (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was deleted."),
@@ -212,9 +206,7 @@ private Q_SLOTS:
         standin::addContainer(world.docker(), "running");
         KumaController& kuma = world.controller();
         world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.settle();
+        confirmRemoval(world);
         QVERIFY(world.operationEnds());
         QVERIFY(!world.docker().container);
         QVERIFY(!QFile::exists(kuma.dataDir()));
@@ -236,9 +228,7 @@ private Q_SLOTS:
         if (isThere) {
             world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml"), "services: [");
         }
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.settle();
+        confirmRemoval(world);
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
         QVERIFY(!world.docker().container);
@@ -253,9 +243,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
         world.answer("inspect", 1, QStringLiteral("permission denied while trying to connect"), 1, 5s);
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.settle();
+        confirmRemoval(world);
         kuma.setDockerOverride(QStringLiteral("/elsewhere/docker"));
         QVERIFY(!kuma.dockerPath());
         QVERIFY(world.operationEnds());
@@ -266,9 +254,7 @@ private Q_SLOTS:
         QVERIFY(world.everythingEnds());
         world.answerAsUsual();
         world.delay("inspect", 5s, 1);
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.settle();
+        confirmRemoval(world);
         kuma.setDockerOverride(QStringLiteral("/elsewhere/too/docker"));
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
@@ -282,9 +268,7 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         world.listeningPorts = {kuma.port()};
         world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.settle();
+        confirmRemoval(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.error(),
                  (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was deleted."),

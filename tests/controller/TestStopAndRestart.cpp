@@ -21,6 +21,19 @@ QStringList& recordBusy(KumaController& kuma, QStringList& texts) {
     return texts;
 }
 
+/// The container is made without compose, which is there afterwards.
+void startBeforeComposeIsInstalled(ControllerFixture& world) {
+    world.docker().compose = false;
+    KumaController& kuma = world.controller();
+    kuma.start();
+    QVERIFY(world.operationEnds());
+    world.docker().compose = true;
+    kuma.setDockerOverride(QString());
+    kuma.recheck();
+    QVERIFY(world.everythingEnds());
+    world.takeCommands();
+}
+
 } // namespace
 
 class TestStopAndRestart : public QObject {
@@ -128,18 +141,10 @@ private Q_SLOTS:
         QVERIFY(!kuma.error());
     }
 
-    /// Made without compose, which was installed since.
     void stopOfAContainerThatComposeLeavesAlone() {
         ControllerFixture world;
-        world.docker().compose = false;
+        startBeforeComposeIsInstalled(world);
         KumaController& kuma = world.controller();
-        kuma.start();
-        QVERIFY(world.operationEnds());
-        world.docker().compose = true;
-        kuma.setDockerOverride(QString());
-        kuma.recheck();
-        QVERIFY(world.everythingEnds());
-        world.takeCommands();
         kuma.stop();
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "stop", "inspect"}));
@@ -153,18 +158,10 @@ private Q_SLOTS:
         QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no")}));
     }
 
-    /// The plug-in was installed after the container had been made without it.
     void containerOfPlainDockerMakesRoomForThatOfCompose() {
         ControllerFixture world;
-        world.docker().compose = false;
+        startBeforeComposeIsInstalled(world);
         KumaController& kuma = world.controller();
-        kuma.start();
-        QVERIFY(world.operationEnds());
-        world.docker().compose = true;
-        kuma.setDockerOverride(QString());
-        kuma.recheck();
-        QVERIFY(world.everythingEnds());
-        world.takeCommands();
         kuma.restart();
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
