@@ -2,6 +2,7 @@
 
 #include "support/Await.h"
 
+#include <QDeadlineTimer>
 #include <QGuiApplication>
 
 #include <algorithm>
@@ -148,12 +149,19 @@ const standin::WindowFrame* SoakDesktop::frame(const QString& titleStart) const 
 }
 
 bool SoakDesktop::closeWindow(const QString& title) {
-    const standin::WindowFrame* window = m_frames.find(title);
-    if (window == nullptr) {
+    if (m_frames.find(title) == nullptr) {
         return false;
     }
-    m_frames.close(*window);
-    return waitFor([&] { return m_frames.find(title) == nullptr; });
+    // What was asked for before may open it again just after it was closed.
+    QDeadlineTimer pause(0);
+    return waitFor([&] {
+        const standin::WindowFrame* window = m_frames.find(title);
+        if (window != nullptr && pause.hasExpired()) {
+            m_frames.close(*window);
+            pause.setRemainingTime(std::chrono::seconds(1));
+        }
+        return window == nullptr;
+    });
 }
 
 bool SoakDesktop::pressButton(const QString& name) {
