@@ -181,10 +181,11 @@ private Q_SLOTS:
         add("fr_CA", QStringLiteral("\\d\\d\\sh\\s\\d\\d\\smin\\s\\d\\d\\ss"));
         add("ca_ES", QStringLiteral("\\d{1,2}:\\d\\d:\\d\\d"));
         add("be_BY", QStringLiteral("\\d\\d:\\d\\d:\\d\\d"));
-        add("sq_AL", QStringLiteral("\\d{1,2}:\\d\\d:\\d\\d\\sE\\s(PAS|PARA)DITES"));
+        // Newer Qt writes these two a little differently.
+        add("sq_AL", QStringLiteral("\\d{1,2}:\\d\\d:\\d\\d\\s(?i:e\\s(pas|para)dites)"));
+        add("zh_TW", QStringLiteral("[上下]午\\s?\\d{1,2}:\\d\\d:\\d\\d"));
         add("zh_CN", QStringLiteral("\\d\\d:\\d\\d:\\d\\d"));
         add("zh_HK", QStringLiteral("[上下]午\\d{1,2}:\\d\\d:\\d\\d"));
-        add("zh_TW", QStringLiteral("[上下]午\\s\\d{1,2}:\\d\\d:\\d\\d"));
     }
     void theTimeIsWrittenAsTheUserWritesIt() {
         QFETCH(const QString, pattern);
