@@ -204,7 +204,7 @@ private Q_SLOTS:
     void removalLooksForTheTool() {
         ControllerFixture world;
         standin::addContainer(world.docker(), "running");
-        KumaController& kuma = world.controller();
+        const KumaController& kuma = world.controller();
         world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
         confirmRemoval(world);
         QVERIFY(world.operationEnds());
@@ -265,7 +265,7 @@ private Q_SLOTS:
     void removalWithoutAToolKeepsTheDataWhileSomebodyHoldsThePort() {
         ControllerFixture world;
         world.installedDocker = std::nullopt;
-        KumaController& kuma = world.controller();
+        const KumaController& kuma = world.controller();
         world.listeningPorts = {kuma.port()};
         world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
         confirmRemoval(world);
