@@ -7,6 +7,8 @@
 #include <QSystemTrayIcon>
 #include <QTimer>
 
+using namespace Qt::StringLiterals;
+
 int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
@@ -19,13 +21,13 @@ int main(int argc, char** argv) {
     painter.end();
 
     QMenu menu;
-    menu.addAction(QStringLiteral("Idle"))->setEnabled(false);
+    menu.addAction(u"Idle"_s)->setEnabled(false);
     menu.addSeparator();
-    QObject::connect(menu.addAction(QStringLiteral("Quit")), &QAction::triggered, qApp, &QApplication::quit);
+    QObject::connect(menu.addAction(u"Quit"_s), &QAction::triggered, qApp, &QApplication::quit);
 
     QSystemTrayIcon icon{QIcon(dot)};
     icon.setContextMenu(&menu);
-    icon.setToolTip(QStringLiteral("Idle"));
+    icon.setToolTip(u"Idle"_s);
     icon.show();
 
     qint64 ticks = 0;

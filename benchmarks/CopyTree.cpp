@@ -21,6 +21,7 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
@@ -42,10 +43,10 @@ void makeTree(const QString& tree) {
         byte = static_cast<char>(random());
     }
     for (qsizetype folder = 0; folder < folders; ++folder) {
-        const QString path = tree + QStringLiteral("/folder%1").arg(folder);
+        const QString path = tree + u"/folder%1"_s.arg(folder);
         QDir().mkpath(path);
         for (qsizetype number = 0; number < filesInEach; ++number) {
-            QFile file(path + QStringLiteral("/file%1").arg(number));
+            QFile file(path + u"/file%1"_s.arg(number));
             if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
                 giveUp("the tree could not be made");
             }
@@ -115,8 +116,8 @@ double median(std::vector<double> values) {
 }
 
 void compareIn(const QString& folder) {
-    const QString tree = folder + QStringLiteral("/tree");
-    const QString copy = folder + QStringLiteral("/copy");
+    const QString tree = folder + u"/tree"_s;
+    const QString copy = folder + u"/copy"_s;
     makeTree(tree);
 
     std::vector<double> ours;

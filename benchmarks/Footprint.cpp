@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <chrono>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -27,10 +29,10 @@ double number(const QByteArray& lines, const QByteArray& field) {
 } // namespace
 
 qint64 Footprint::wakeUps(qint64 processId) {
-    const QString threads = QStringLiteral("/proc/%1/task/").arg(processId);
+    const QString threads = u"/proc/%1/task/"_s.arg(processId);
     qint64 sum = 0;
     for (const QString& thread : QDir(threads).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile status(threads + thread + QStringLiteral("/status"));
+        QFile status(threads + thread + u"/status"_s);
         const QByteArray lines = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
         sum += static_cast<qint64>(number(lines, "voluntary_ctxt_switches"));
     }
@@ -38,12 +40,12 @@ qint64 Footprint::wakeUps(qint64 processId) {
 }
 
 Footprint Footprint::of(qint64 processId) {
-    const QString process = QStringLiteral("/proc/%1/").arg(processId);
-    QFile memory(process + QStringLiteral("smaps_rollup"));
+    const QString process = u"/proc/%1/"_s.arg(processId);
+    QFile memory(process + u"smaps_rollup"_s);
     const QByteArray lines = memory.open(QIODevice::ReadOnly) ? memory.readAll() : QByteArray();
     constexpr double kibibytes = 1024;
-    return {number(lines, "Rss") / kibibytes, number(lines, "Anonymous") / kibibytes,
-            entriesOf(process + QStringLiteral("fd")), entriesOf(process + QStringLiteral("task"))};
+    return {number(lines, "Rss") / kibibytes, number(lines, "Anonymous") / kibibytes, entriesOf(process + u"fd"_s),
+            entriesOf(process + u"task"_s)};
 }
 
 Footprint Footprint::ofQuiet(qint64 processId) {

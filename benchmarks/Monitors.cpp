@@ -15,6 +15,7 @@
 #include <functional>
 #include <vector>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
@@ -32,8 +33,8 @@ QList<MonitorRow> monitors(int round) {
     for (int i = 0; i < count; ++i) {
         MonitorRow row;
         row.id = i;
-        row.name = QStringLiteral("Service %1").arg(i);
-        row.group = QStringLiteral("Group %1").arg(i / 50);
+        row.name = u"Service %1"_s.arg(i);
+        row.group = u"Group %1"_s.arg(i / 50);
         row.status = (i + round) % 7 == 0 ? 0 : 1;
         row.ping = 20 + (i * 7 + round * 13) % 400;
         list << row;
@@ -118,7 +119,7 @@ int main(int argc, char** argv) {
     QListView bare;
     QStandardItemModel names;
     for (int i = 0; i < count; ++i) {
-        names.appendRow(new QStandardItem(QStringLiteral("Service %1").arg(i)));
+        names.appendRow(new QStandardItem(u"Service %1"_s.arg(i)));
     }
     bare.setModel(&names);
     bare.setUniformItemSizes(true);
@@ -144,7 +145,7 @@ int main(int argc, char** argv) {
     const Costs changed = measure([&](int round) { list->setMonitors(different[index(round)]); });
     const Costs bareChanged = measure([&](int round) {
         for (int i = 0; i < count; ++i) {
-            names.item(i)->setText(QStringLiteral("Service %1, %2 ms").arg(i).arg(round));
+            names.item(i)->setText(u"Service %1, %2 ms"_s.arg(i).arg(round));
         }
     });
     if (std::min(ours.count, reference.count) < rounds) {

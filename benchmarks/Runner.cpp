@@ -18,6 +18,7 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
@@ -122,7 +123,7 @@ void compareOutput(const char* what, const QString& child, const QString& kind, 
 
 Rates compareStarts() {
     constexpr int runs = 300;
-    const QString path = QStringLiteral("/bin/true");
+    const QString path = u"/bin/true"_s;
     const auto repeat = [&](const auto& run) {
         for (int i = 0; i < runs; ++i) {
             run(path, QStringList());
@@ -140,8 +141,8 @@ int main(int argc, char** argv) {
         giveUp("usage: bench-runner CHILD");
     }
     const QString child = QString::fromLocal8Bit(argv[1]);
-    compareOutput("Output in blocks of 64 KiB", child, QStringLiteral("blocks"), 2000, 0.8);
-    compareOutput("Output in lines of 80 bytes", child, QStringLiteral("lines"), 100, 1.0);
+    compareOutput("Output in blocks of 64 KiB", child, u"blocks"_s, 2000, 0.8);
+    compareOutput("Output in lines of 80 bytes", child, u"lines"_s, 100, 1.0);
 
     const Rates small = compareStarts();
     print("Runs of /bin/true", small, "runs/s", 0.7);

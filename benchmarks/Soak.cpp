@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <optional>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace std::chrono_literals;
 
@@ -110,14 +111,14 @@ public:
         row("The same while nothing changes", m_early->quiet.news, m_late->quiet.news, "", 0);
 
         const double minutes = static_cast<double>(duration.count());
-        rowAtLeast(QStringLiteral("Least signals of any lively while"), m_leastNews, 1);
-        rowAtLeast(QStringLiteral("Polls"), m_life.polls(), m_isSanitized ? 1 : 3000 * minutes);
+        rowAtLeast(u"Least signals of any lively while"_s, m_leastNews, 1);
+        rowAtLeast(u"Polls"_s, m_life.polls(), m_isSanitized ? 1 : 3000 * minutes);
         double operations = 0;
         for (auto kind = m_life.operations().begin(); kind != m_life.operations().end(); ++kind) {
             operations += kind.value();
-            rowAtLeast(QStringLiteral("  ") + kind.key(), kind.value(), m_rounds);
+            rowAtLeast(u"  "_s + kind.key(), kind.value(), m_rounds);
         }
-        rowAtLeast(QStringLiteral("Operations in all"), operations, m_isSanitized ? 1 : 100 * minutes);
+        rowAtLeast(u"Operations in all"_s, operations, m_isSanitized ? 1 : 100 * minutes);
         std::printf("%-44s %10d   exactly 0", "Signals to the panel while nothing changed", m_quiet.news);
         judge(m_quiet.news == 0);
         std::printf("%-44s %10d\n", "Polls in which nothing changed", m_quiet.polls);
@@ -166,23 +167,23 @@ int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QCommandLineParser parser;
-    const QString value = QStringLiteral("value");
+    const QString value = u"value"_s;
     for (const char* name : {"program", "minutes", "tools", "site", "server"}) {
         parser.addOption({QString::fromLatin1(name), QString(), value});
     }
-    const QCommandLineOption sanitized(QStringLiteral("sanitized"));
+    const QCommandLineOption sanitized(u"sanitized"_s);
     parser.addOption(sanitized);
     parser.process(application);
 
-    const std::chrono::minutes duration(parser.value(QStringLiteral("minutes")).toInt());
+    const std::chrono::minutes duration(parser.value(u"minutes"_s).toInt());
     SoakDesktop desktop;
     SoakLife life(desktop, {
-                               parser.value(QStringLiteral("tools")),
-                               parser.value(QStringLiteral("site")),
-                               parser.value(QStringLiteral("server")),
+                               parser.value(u"tools"_s),
+                               parser.value(u"site"_s),
+                               parser.value(u"server"_s),
                            });
     Soak soak(desktop, life, parser.isSet(sanitized));
-    if (duration < 1min || !life.begin(parser.value(QStringLiteral("program"))) || !soak.run(duration)) {
+    if (duration < 1min || !life.begin(parser.value(u"program"_s)) || !soak.run(duration)) {
         std::fprintf(stderr, "bench-soak: the program did not follow: %s\n", qPrintable(desktop.trouble()));
         return 1;
     }

@@ -10,6 +10,8 @@
 #include <memory>
 #include <xcb/xcb.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -64,31 +66,31 @@ bool SoakDesktop::start(const QString& program) {
     const auto listen = [&](const char* interface) {
         return bus.connect({}, {}, QString::fromLatin1(interface), {}, this, SLOT(onNews()));
     };
-    expect(QStringLiteral("find the places of a desktop free on the session bus"));
+    expect(u"find the places of a desktop free on the session bus"_s);
     if (!m_area.open() || !m_notifications.open() || !m_reader.open(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS")) ||
         !listen("org.kde.StatusNotifierItem") || !listen("com.canonical.dbusmenu")) {
         return false;
     }
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("ORVANEL_HASTE"), QString::fromLatin1(haste));
+    environment.insert(u"ORVANEL_HASTE"_s, QString::fromLatin1(haste));
     m_program.setProcessEnvironment(environment);
     m_program.start(program, {});
-    expect(QStringLiteral("show its icon"));
+    expect(u"show its icon"_s);
     return waitFor([this] { return m_area.item() != nullptr; });
 }
 
 QString SoakDesktop::trouble() {
     if (m_program.state() != QProcess::Running) {
-        return QStringLiteral("it ended when it should %1").arg(m_expected);
+        return u"it ended when it should %1"_s.arg(m_expected);
     }
     // Its window tells more than its menu.
-    if (choose(QStringLiteral("Open window"))) {
-        reads(QStringLiteral("Settings"));
+    if (choose(u"Open window"_s)) {
+        reads(u"Settings"_s);
     }
     QStringList menu;
     if (m_area.item() != nullptr) {
         for (const standin::MenuEntry& entry : m_area.item()->menu().entries()) {
-            menu << (entry.enabled ? entry.text : QStringLiteral("[%1]").arg(entry.text));
+            menu << (entry.enabled ? entry.text : u"[%1]"_s.arg(entry.text));
         }
     }
     QStringList windows;
@@ -98,12 +100,12 @@ QString SoakDesktop::trouble() {
     QStringList words;
     for (const standin::ScreenElement& element : m_reader.elements()) {
         if (element.showing) {
-            words << QStringLiteral("%1 %2").arg(element.role, element.name);
+            words << u"%1 %2"_s.arg(element.role, element.name);
         }
     }
-    const auto comma = QStringLiteral(", ");
-    return QStringLiteral("it did not %1; its menu says: %2; windows: %3; in them: %4")
-        .arg(m_expected, menu.join(comma), windows.join(comma), words.join(comma));
+    const auto comma = u", "_s;
+    return u"it did not %1; its menu says: %2; windows: %3; in them: %4"_s.arg(m_expected, menu.join(comma),
+                                                                               windows.join(comma), words.join(comma));
 }
 
 bool SoakDesktop::waitFor(const std::function<bool()>& condition) const {
@@ -170,8 +172,7 @@ bool SoakDesktop::pressButton(const QString& name) {
         m_reader.refresh();
         const auto elements = m_reader.elements();
         const auto found = std::find_if(elements.begin(), elements.end(), [&](const standin::ScreenElement& element) {
-            return element.showing && element.enabled && element.name == name &&
-                   element.role.contains(QLatin1String("button"));
+            return element.showing && element.enabled && element.name == name && element.role.contains("button"_L1);
         });
         if (found != elements.end()) {
             button = *found;
@@ -229,9 +230,8 @@ void SoakDesktop::pressKey(const QString& titleStart, quint32 keysym) const {
 }
 
 int SoakDesktop::quit() {
-    expect(QStringLiteral("quit"));
-    if (!choose(QStringLiteral("Quit")) ||
-        !test::waitUntil([this] { return m_program.state() == QProcess::NotRunning; })) {
+    expect(u"quit"_s);
+    if (!choose(u"Quit"_s) || !test::waitUntil([this] { return m_program.state() == QProcess::NotRunning; })) {
         return -1;
     }
     return m_program.exitStatus() == QProcess::NormalExit ? m_program.exitCode() : -1;

@@ -3,13 +3,15 @@
 #include <QDir>
 #include <QSaveFile>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
-const QString mainTitle = QStringLiteral("Orvanel");
-const QString logsTitle = QStringLiteral("Uptime Kuma Logs");
-const QString settingsTitle = QStringLiteral("Settings");
-const QString backupTitle = QStringLiteral("Back up Uptime Kuma data");
+const QString mainTitle = u"Orvanel"_s;
+const QString logsTitle = u"Uptime Kuma Logs"_s;
+const QString settingsTitle = u"Settings"_s;
+const QString backupTitle = u"Back up Uptime Kuma data"_s;
 
 constexpr auto looks = "\tdocker\tinspect\t";
 constexpr auto logReadings = "\tdocker\tlogs\t";
@@ -20,7 +22,7 @@ constexpr quint32 keyDown = 0xff54;
 constexpr quint32 keyReturn = 0xff0d;
 
 QStringList backups() {
-    return QDir::home().entryList({QStringLiteral("*.zip")}, QDir::Files);
+    return QDir::home().entryList({u"*.zip"_s}, QDir::Files);
 }
 
 } // namespace
@@ -52,69 +54,66 @@ bool SoakLife::liveForAWhile() {
 }
 
 bool SoakLife::openWindow() {
-    m_desktop.expect(QStringLiteral("open its window"));
-    return m_desktop.choose(QStringLiteral("Open window")) &&
-           m_desktop.waitFor([this] { return m_desktop.hasWindow(mainTitle); });
+    m_desktop.expect(u"open its window"_s);
+    return m_desktop.choose(u"Open window"_s) && m_desktop.waitFor([this] { return m_desktop.hasWindow(mainTitle); });
 }
 
 bool SoakLife::closeWindow() {
-    m_desktop.expect(QStringLiteral("close its window"));
+    m_desktop.expect(u"close its window"_s);
     return m_desktop.closeWindow(mainTitle);
 }
 
 bool SoakLife::isRunning() const {
-    return m_desktop.offers(QStringLiteral("Stop")) && m_desktop.offers(QStringLiteral("Open dashboard"));
+    return m_desktop.offers(u"Stop"_s) && m_desktop.offers(u"Open dashboard"_s);
 }
 
 bool SoakLife::start() {
-    m_desktop.expect(QStringLiteral("start the container"));
-    return m_desktop.choose(QStringLiteral("Start")) && m_desktop.waitFor([this] { return isRunning(); }) &&
-           done("starts");
+    m_desktop.expect(u"start the container"_s);
+    return m_desktop.choose(u"Start"_s) && m_desktop.waitFor([this] { return isRunning(); }) && done("starts");
 }
 
 bool SoakLife::stop() {
-    m_desktop.expect(QStringLiteral("stop the container"));
-    return m_desktop.choose(QStringLiteral("Stop")) &&
-           m_desktop.waitFor([this] { return m_desktop.offers(QStringLiteral("Start")); }) && done("stops");
+    m_desktop.expect(u"stop the container"_s);
+    return m_desktop.choose(u"Stop"_s) && m_desktop.waitFor([this] { return m_desktop.offers(u"Start"_s); }) &&
+           done("stops");
 }
 
 bool SoakLife::restart() {
-    m_desktop.expect(QStringLiteral("restart the container"));
+    m_desktop.expect(u"restart the container"_s);
     const int before = calls(ups);
-    return m_desktop.pressButton(QStringLiteral("Restart")) &&
+    return m_desktop.pressButton(u"Restart"_s) &&
            m_desktop.waitFor([&] { return calls(ups) > before && isRunning(); }) && done("restarts");
 }
 
 /// The error goes with the next start.
 bool SoakLife::failToStart() {
-    m_desktop.expect(QStringLiteral("tell of a start that failed"));
+    m_desktop.expect(u"tell of a start that failed"_s);
     m_tools.change([](standin::DockerState& state) {
         state.overrides.push_back({.command = "compose up", .exitCode = 1, .times = 1});
     });
-    return m_desktop.choose(QStringLiteral("Start")) && m_desktop.reads(QStringLiteral("Docker reported an error.")) &&
-           m_desktop.waitFor([this] { return m_desktop.offers(QStringLiteral("Start")); }) && done("failed starts");
+    return m_desktop.choose(u"Start"_s) && m_desktop.reads(u"Docker reported an error."_s) &&
+           m_desktop.waitFor([this] { return m_desktop.offers(u"Start"_s); }) && done("failed starts");
 }
 
 bool SoakLife::readLogs() {
-    m_desktop.expect(QStringLiteral("read the logs again and again"));
+    m_desktop.expect(u"read the logs again and again"_s);
     const int before = calls(logReadings);
-    return m_desktop.pressButton(QStringLiteral("Logs")) &&
+    return m_desktop.pressButton(u"Logs"_s) &&
            m_desktop.waitFor([&] { return m_desktop.hasWindow(logsTitle) && calls(logReadings) > before + 3; }) &&
            m_desktop.closeWindow(logsTitle) && done("logs followed");
 }
 
 bool SoakLife::openSettings() {
-    m_desktop.expect(QStringLiteral("show its settings"));
+    m_desktop.expect(u"show its settings"_s);
     return m_desktop.pressButton(settingsTitle) &&
            m_desktop.waitFor([this] { return m_desktop.hasWindow(settingsTitle); }) &&
-           m_desktop.reads(QStringLiteral("Stop the container when I quit")) && m_desktop.closeWindow(settingsTitle) &&
+           m_desktop.reads(u"Stop the container when I quit"_s) && m_desktop.closeWindow(settingsTitle) &&
            done("settings opened");
 }
 
 bool SoakLife::backUp() {
-    m_desktop.expect(QStringLiteral("ask where the backup goes"));
-    if (!m_desktop.pressButton(QStringLiteral("Backup")) ||
-        !m_desktop.waitFor([this] { return m_desktop.hasMenu(mainTitle); })) {
+    m_desktop.expect(u"ask where the backup goes"_s);
+    if (!m_desktop.pressButton(u"Backup"_s) || !m_desktop.waitFor([this] { return m_desktop.hasMenu(mainTitle); })) {
         return false;
     }
     m_desktop.pressKey(mainTitle, keyDown);
@@ -122,7 +121,7 @@ bool SoakLife::backUp() {
     if (!m_desktop.waitFor([this] { return m_desktop.hasWindow(backupTitle); })) {
         return false;
     }
-    m_desktop.expect(QStringLiteral("make a backup"));
+    m_desktop.expect(u"make a backup"_s);
     m_desktop.pressKey(backupTitle, keyReturn);
     if (!m_desktop.waitFor([this] { return !backups().isEmpty() && isRunning(); })) {
         return false;
@@ -134,28 +133,28 @@ bool SoakLife::backUp() {
 }
 
 bool SoakLife::breakMonitor() {
-    m_desktop.expect(QStringLiteral("show that a monitor is down"));
+    m_desktop.expect(u"show that a monitor is down"_s);
     return showMonitors("one-down") && m_desktop.waitFor([this] { return m_desktop.shows(SoakDesktop::Color::red); });
 }
 
 bool SoakLife::repairMonitor() {
-    m_desktop.expect(QStringLiteral("show that all monitors are up"));
+    m_desktop.expect(u"show that all monitors are up"_s);
     return showMonitors("all-up") && m_desktop.waitFor([this] { return m_desktop.shows(SoakDesktop::Color::green); });
 }
 
 bool SoakLife::loseDocker() {
-    m_desktop.expect(QStringLiteral("notice that Docker is gone"));
+    m_desktop.expect(u"notice that Docker is gone"_s);
     m_tools.change([](standin::DockerState& state) { state.daemon = standin::Daemon::down; });
-    if (!m_desktop.waitFor([this] { return m_desktop.says(QStringLiteral("Docker is not running")); })) {
+    if (!m_desktop.waitFor([this] { return m_desktop.says(u"Docker is not running"_s); })) {
         return false;
     }
-    m_desktop.expect(QStringLiteral("notice that Docker is back"));
+    m_desktop.expect(u"notice that Docker is back"_s);
     m_tools.change([](standin::DockerState& state) { state.daemon = standin::Daemon::up; });
     return m_desktop.waitFor([this] { return isRunning() && m_desktop.shows(SoakDesktop::Color::green); });
 }
 
 bool SoakLife::passPolls(int count) {
-    m_desktop.expect(QStringLiteral("go on polling"));
+    m_desktop.expect(u"go on polling"_s);
     const int goal = polls() + count;
     while (polls() < goal) {
         const int before = polls();
@@ -168,8 +167,8 @@ bool SoakLife::passPolls(int count) {
 
 /// What the status page says from now on.
 bool SoakLife::showMonitors(const char* answers) {
-    QFile from(QStringLiteral("%1/%2.json").arg(m_places.site, QLatin1String(answers)));
-    QSaveFile to(m_places.server + QStringLiteral("/heartbeats/home.json"));
+    QFile from(u"%1/%2.json"_s.arg(m_places.site, QLatin1String(answers)));
+    QSaveFile to(m_places.server + u"/heartbeats/home.json"_s);
     return from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly) && to.write(from.readAll()) > 0 &&
            to.commit();
 }

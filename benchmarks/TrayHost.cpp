@@ -10,11 +10,13 @@
 #include <csignal>
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 using orvanel::standin::StatusArea;
 
 int main(int argc, char** argv) {
     const QGuiApplication application(argc, argv);
-    const bool endsPrograms = QGuiApplication::arguments().contains(QStringLiteral("--end-at-registration"));
+    const bool endsPrograms = QGuiApplication::arguments().contains(u"--end-at-registration"_s);
     const QDBusConnection bus = QDBusConnection::sessionBus();
 
     StatusArea area(bus);
@@ -27,7 +29,7 @@ int main(int argc, char** argv) {
         std::puts("registered");
         std::fflush(stdout);
         if (endsPrograms) {
-            const QString service = area.registeredItems().first().section(QLatin1Char('/'), 0, 0);
+            const QString service = area.registeredItems().first().section(u'/', 0, 0);
             const uint pid = bus.interface()->servicePid(service);
             ::kill(static_cast<pid_t>(pid), SIGUSR1);
         }

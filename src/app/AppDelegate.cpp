@@ -4,6 +4,8 @@
 
 #include <exception>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 bool stopsContainerFirst(bool stopOnQuit, KumaState kuma, DockerState dockerState) {
@@ -23,7 +25,7 @@ AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
     if (!stopsContainerFirst(m_controller.stopOnQuit(), kuma, m_controller.dockerState())) {
         return TerminateReply::TerminateNow;
     }
-    m_tasks.start(stopThenReply(), QStringLiteral("stop before the end"));
+    m_tasks.start(stopThenReply(), u"stop before the end"_s);
     return TerminateReply::TerminateLater;
 }
 

@@ -4,6 +4,8 @@
 
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -13,7 +15,7 @@ constexpr QSize atFirst{760, 520};
 } // namespace
 
 LogsWindow::LogsWindow(KumaController& controller, Dialogs& dialogs, Clock& clock)
-    : AppWindow(QStringLiteral("Uptime Kuma Logs")) {
+    : AppWindow(u"Uptime Kuma Logs"_s) {
     setMinimumSize(minimum);
     resize(atFirst);
     auto* layout = new QVBoxLayout(this);

@@ -5,6 +5,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -14,7 +16,7 @@ constexpr QSize usual{640, 600};
 } // namespace
 
 MainWindow::MainWindow(ViewContext context)
-    : AppWindow(QStringLiteral("Orvanel"))
+    : AppWindow(u"Orvanel"_s)
     , m_view(new MainView(context)) {
     setMinimumSize(minimum);
     resize(usual);

@@ -6,6 +6,8 @@
 
 #include <QCoreApplication>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -37,12 +39,12 @@ MenuContent::MenuContent(KumaController& controller, Desktop& desktop, Painter p
     // Section titles do not reach the panel, a disabled entry does.
     m_status->setEnabled(false);
     m_menu.addSeparator();
-    m_openDashboard = addEntry(QStringLiteral("Open dashboard"));
-    m_start = addEntry(QStringLiteral("Start"));
-    m_stop = addEntry(QStringLiteral("Stop"));
-    QAction* openWindow = addEntry(QStringLiteral("Open window"));
+    m_openDashboard = addEntry(u"Open dashboard"_s);
+    m_start = addEntry(u"Start"_s);
+    m_stop = addEntry(u"Stop"_s);
+    QAction* openWindow = addEntry(u"Open window"_s);
     m_menu.addSeparator();
-    QAction* quit = addEntry(QStringLiteral("Quit"));
+    QAction* quit = addEntry(u"Quit"_s);
     quit->setShortcut(Qt::CTRL | Qt::Key_Q);
 
     connect(m_openDashboard, &QAction::triggered, this,
@@ -76,10 +78,10 @@ QString MenuContent::entryText(const QString& text, Painter painter) {
         return plainButtonText(text);
     }
     QString plain = text;
-    plain.replace(QLatin1Char('_'), QStringLiteral("__"));
-    const qsizetype ampersand = plain.indexOf(QLatin1Char('&'));
+    plain.replace(u'_', u"__"_s);
+    const qsizetype ampersand = plain.indexOf(u'&');
     if (ampersand >= 0) {
-        plain.insert(ampersand, QLatin1Char('&'));
+        plain.insert(ampersand, u'&');
     }
     return plain;
 }

@@ -4,6 +4,8 @@
 #include <QLineEdit>
 #include <QPushButton>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 OpenPathDialog::OpenPathDialog(const OpenPanel& panel, QWidget* parent)
@@ -20,7 +22,7 @@ OpenPathDialog::OpenPathDialog(const OpenPanel& panel, QWidget* parent)
 void OpenPathDialog::takeFilesToo() {
     setOption(QFileDialog::DontUseNativeDialog);
     setOption(QFileDialog::ShowDirsOnly, false);
-    auto* name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    auto* name = findChild<QLineEdit*>(u"fileNameEdit"_s);
     auto* buttons = findChild<QDialogButtonBox*>();
     if (name == nullptr || buttons == nullptr) {
         return;

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -50,10 +52,9 @@ bool isPlain(const QString& text) {
 /// Where the log was cut at its front, a sequence may have been cut too: "[31mred", "0;31mred", "]0;title" and a bell.
 /// A single number before an 'm' is more often a duration; what follows tells.
 qsizetype cutSequenceLength(const QString& text) {
-    static const QRegularExpression cut(
-        QStringLiteral(R"re(^(?:\[[0-9;:]*m|[0-9]{0,3}(?:;[0-9]{0,3})+m)re"
-                       R"re(|[0-9]{1,3}m(?=[^\sa-z0-9]|[0-9]{4}))re"
-                       R"re(|\]?[0-9]{1,4};[^\n\r\x07\x1b\x9c]*(?:\x07|\x1b\\|\x9c)))re"));
+    static const QRegularExpression cut(uR"re(^(?:\[[0-9;:]*m|[0-9]{0,3}(?:;[0-9]{0,3})+m)re"
+                                        R"re(|[0-9]{1,3}m(?=[^\sa-z0-9]|[0-9]{4}))re"
+                                        R"re(|\]?[0-9]{1,4};[^\n\r\x07\x1b\x9c]*(?:\x07|\x1b\\|\x9c)))re"_s);
     return cut.match(text).capturedLength();
 }
 
@@ -96,7 +97,7 @@ private:
             skipSequence(static_cast<char16_t>(c - 0x40));
         } else if (isLineEnd(c)) {
             skipRestOfLineEnd(c);
-            return QStringLiteral("\n");
+            return u"\n"_s;
         } else if (isNoCharacter(c)) {
             return QString(QChar(replacement));
         }

@@ -5,6 +5,8 @@
 #include <QScreen>
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -13,7 +15,7 @@ constexpr QSize frame{560, 640};
 } // namespace
 
 SettingsWindow::SettingsWindow(ViewContext context, Dialogs& dialogs)
-    : AppWindow(QStringLiteral("Settings")) {
+    : AppWindow(u"Settings"_s) {
     // On a small screen the settings scroll.
     setFixedSize(frame.boundedTo(screen()->availableSize()));
     auto* layout = new QVBoxLayout(this);

@@ -12,6 +12,8 @@
 #include <QMessageBox>
 #include <QShortcut>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -43,7 +45,7 @@ ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& m
     auto chosen = std::make_shared<std::optional<QString>>();
     // No file dialog of this desktop has room for a message but its title.
     const bool saysMore = !message.isEmpty() && message != title;
-    dialog->setWindowTitle(saysMore ? QStringLiteral("%1 – %2").arg(title, message) : title);
+    dialog->setWindowTitle(saysMore ? u"%1 – %2"_s.arg(title, message) : title);
     QObject::connect(dialog, &QFileDialog::accepted, dialog, [dialog, chosen, done] {
         *chosen = dialog->selectedFiles().value(0);
         done.complete(true);
@@ -71,10 +73,10 @@ void forbidDeleting(QFileDialog* dialog) {
 Alert replaceQuestion(const QString& name) {
     return {
         .style = Alert::Style::Warning,
-        .message = QStringLiteral("\"%1\" already exists. Do you want to replace it?").arg(name),
-        .informativeText = QStringLiteral("What it holds now is lost then."),
-        .confirmButton = QStringLiteral("Replace"),
-        .cancelButton = QStringLiteral("Cancel"),
+        .message = u"\"%1\" already exists. Do you want to replace it?"_s.arg(name),
+        .informativeText = u"What it holds now is lost then."_s,
+        .confirmButton = u"Replace"_s,
+        .cancelButton = u"Cancel"_s,
         .confirmsByReturn = false,
     };
 }
@@ -85,8 +87,7 @@ bool isTaken(const QFileInfo& place) {
 }
 
 QMessageBox* makeAlert(const Alert& alert, QWidget* parent, const Event<bool>& done) {
-    auto* box =
-        new QMessageBox(iconOf(alert.style), QStringLiteral("Orvanel"), alert.message, QMessageBox::NoButton, parent);
+    auto* box = new QMessageBox(iconOf(alert.style), u"Orvanel"_s, alert.message, QMessageBox::NoButton, parent);
     box->setInformativeText(alert.informativeText);
     for (QLabel* label : box->findChildren<QLabel*>()) {
         label->setTextFormat(Qt::PlainText);

@@ -4,6 +4,8 @@
 
 #include <QEvent>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -43,7 +45,7 @@ private:
 } // namespace
 
 void rememberPlace(QWidget* window, const QString& id, SettingsStore& settings) {
-    new PlaceKeeper(window, id + QStringLiteral("Window"), settings);
+    new PlaceKeeper(window, id + u"Window"_s, settings);
 }
 
 } // namespace orvanel

@@ -8,15 +8,17 @@
 
 namespace orvanel {
 
+using namespace Qt::StringLiterals;
+
 namespace windowId {
 inline QString main() {
-    return QStringLiteral("main");
+    return u"main"_s;
 }
 inline QString logs() {
-    return QStringLiteral("logs");
+    return u"logs"_s;
 }
 inline QString settings() {
-    return QStringLiteral("settings");
+    return u"settings"_s;
 }
 } // namespace windowId
 

@@ -67,7 +67,7 @@ int main(int argc, char* argv[]) {
     const auto tokens = SingleInstance::LaunchTokens::fromEnvironment();
     QCoreApplication::setApplicationName(identity::applicationName());
     QCoreApplication::setOrganizationName(identity::applicationName());
-    QCoreApplication::setApplicationVersion(QStringLiteral(ORVANEL_VERSION));
+    QCoreApplication::setApplicationVersion(QString::fromUtf8(ORVANEL_VERSION));
     QGuiApplication::setDesktopFileName(identity::desktopId());
     const QApplication application(argc, argv);
     // In KiB. Each new window's buttons are drawn, and would be kept, as new pictures until ten MiB of them are there.

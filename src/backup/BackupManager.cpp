@@ -19,14 +19,16 @@
 #include <memory>
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 /// Archives are unpacked into a folder of their own, so that nothing in them can pass for what a work folder holds.
-const QString unpackedName = QStringLiteral("unpacked");
+const QString unpackedName = u"unpacked"_s;
 
 /// The folder in a work folder that holds the one that is packed.
-const QString toPackName = QStringLiteral("to pack");
+const QString toPackName = u"to pack"_s;
 
 bool isZip(const QString& path) {
     const QString name = nameOf(QDir::cleanPath(path));
@@ -56,7 +58,7 @@ BackupResult backUpToFolder(const QString& dataDir, const QString& destination) 
     requireBackupPlace(place, dataDir);
     removeLeftoversBeside(dataDir);
     WorkFolder work(parentOf(place));
-    const QString name = QStringLiteral("copy");
+    const QString name = u"copy"_s;
     auto problem = copyData(dataDir, work, name);
     putInPlace(work.path(name), place, work);
     return {destination, std::move(problem)};
@@ -122,7 +124,7 @@ ZipBackup prepareZip(const QString& dataDir, const QString& destination) {
     requireNoKeptData(zip.place, dataDir);
     removeLeftoversBeside(dataDir);
     zip.work = std::make_shared<WorkFolder>(parentOf(zip.place));
-    zip.archive = zip.work->path(QStringLiteral("archive.zip"));
+    zip.archive = zip.work->path(u"archive.zip"_s);
     stageZip(zip, dataDir);
     return zip;
 }
@@ -171,7 +173,7 @@ std::optional<BackupResult> backUpAutomatically(const QString& dataDir, const QS
         return std::nullopt;
     }
     if (isInside(backupsDir, dataDir)) {
-        throw AppError(QStringLiteral("The Backups folder must not lie inside the data folder."));
+        throw AppError(u"The Backups folder must not lie inside the data folder."_s);
     }
     makeFolder(backupsDir);
     const QString destination = freeName(backupsDir + u'/' + label + u'-' + BackupManager::timestamp());
@@ -192,7 +194,7 @@ QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir) {
     const std::function<std::shared_ptr<WorkFolder>()> making = [zip, dataDir, backupsDir] {
         recoverData(dataDir, backupsDir);
         requireRestorePlaces(zip, dataDir, backupsDir);
-        auto work = std::make_shared<WorkFolder>(QDir::tempPath(), QStringLiteral("orv-restore-"));
+        auto work = std::make_shared<WorkFolder>(QDir::tempPath(), u"orv-restore-"_s);
         makeFolder(work->path(unpackedName));
         return work;
     };
@@ -213,7 +215,7 @@ QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir) {
 
 QCoro::Task<BackupResult> BackupManager::backUp(QString dataDir, QString destination) {
     if (!exists(dataDir)) {
-        throw AppError(QStringLiteral("There is no data folder yet. Start Uptime Kuma once first."));
+        throw AppError(u"There is no data folder yet. Start Uptime Kuma once first."_s);
     }
     if (isZip(destination)) {
         auto result = co_await backUpToZip(dataDir, destination);
@@ -254,11 +256,11 @@ void BackupManager::recover(const QString& dataDir, const QString& backupsDir) {
 }
 
 bool BackupManager::looksLikeData(const QString& folder) {
-    return statusOf(folder + QStringLiteral("/kuma.db")) || statusOf(folder + QStringLiteral("/db-config.json"));
+    return statusOf(folder + u"/kuma.db"_s) || statusOf(folder + u"/db-config.json"_s);
 }
 
 QString BackupManager::timestamp() {
-    return QLocale().toString(QDateTime::currentDateTime(), QStringLiteral("yyyy-MM-dd-HHmmss"));
+    return QLocale().toString(QDateTime::currentDateTime(), u"yyyy-MM-dd-HHmmss"_s);
 }
 
 } // namespace orvanel

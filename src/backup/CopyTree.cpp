@@ -19,6 +19,8 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -192,7 +194,7 @@ private:
             throw fileError(pair->fromPath, errno);
         }
         if (FileId(status) == m_options.never) {
-            throw AppError(QStringLiteral("A backup cannot lie inside the data folder. Choose another place."));
+            throw AppError(u"A backup cannot lie inside the data folder. Choose another place."_s);
         }
         if (depth > deepest) {
             throw fileError(pair->fromPath, ENAMETOOLONG);
@@ -246,8 +248,8 @@ private:
         }
         if (::symlinkat(text.data(), folder.to.get(), name.c_str()) != 0) {
             if (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS) {
-                throw AppError(QStringLiteral("The disk cannot hold links, such as %1. A zip file can.")
-                                   .arg(shownPath(folder.fromPath + "/" + name)));
+                throw AppError(u"The disk cannot hold links, such as %1. A zip file can."_s.arg(
+                    shownPath(folder.fromPath + "/" + name)));
             }
             throw fileError(folder.toPath + "/" + name, errno);
         }

@@ -12,10 +12,12 @@
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
-const QString database = QStringLiteral("/kuma.db");
+const QString database = u"/kuma.db"_s;
 
 mode_t kindOf(const QString& path) {
     const auto status = statusOf(path);
@@ -40,7 +42,7 @@ void copyLinkedDatabase(const QString& dataDir, const QString& copy, const WorkF
     if (original.isEmpty() || (!inCopy.isEmpty() && isInside(inCopy, copy))) {
         return;
     }
-    const QString folder = work.path(QStringLiteral("linked"));
+    const QString folder = work.path(u"linked"_s);
     makeFolder(folder);
     copyDatabase(parentOf(original), folder, nameOf(original));
     const auto froms = databaseFiles(nameOf(original));
@@ -63,17 +65,17 @@ std::optional<QString> problemWithoutDatabase(const QString& dataDir) {
     case S_IFREG:
     case S_IFLNK:
     case S_IFDIR:
-        return QStringLiteral("kuma.db was made while the backup was being made, so the backup does not hold it.");
+        return u"kuma.db was made while the backup was being made, so the backup does not hold it."_s;
     default:
-        return QStringLiteral("kuma.db is no file, so the backup does not hold it.");
+        return u"kuma.db is no file, so the backup does not hold it."_s;
     }
 }
 
 std::optional<QString> checkCopy(const QString& dataDir, const QString& copy, const QString& scratch) {
-    for (const QString& log : {QStringLiteral("kuma.db-wal"), QStringLiteral("kuma.db-journal")}) {
+    for (const QString& log : {u"kuma.db-wal"_s, u"kuma.db-journal"_s}) {
         const mode_t kind = kindOf(copy + u'/' + log);
         if (kind != 0 && kind != S_IFREG) {
-            return QStringLiteral("%1 is no file, so the database was not checked.").arg(log);
+            return u"%1 is no file, so the database was not checked."_s.arg(log);
         }
     }
     switch (kindOf(copy + database)) {
@@ -82,12 +84,12 @@ std::optional<QString> checkCopy(const QString& dataDir, const QString& copy, co
     case S_IFLNK: {
         const QString target = linkedDatabase(copy);
         if (target.isEmpty() || !isInside(target, copy)) {
-            return QStringLiteral("kuma.db is a link that leads to no file, so the backup does not hold the database.");
+            return u"kuma.db is a link that leads to no file, so the backup does not hold the database."_s;
         }
         return checkDatabase(parentOf(target), scratch, nameOf(target));
     }
     case S_IFDIR:
-        return QStringLiteral("kuma.db is a folder, so it was not checked.");
+        return u"kuma.db is a folder, so it was not checked."_s;
     default:
         return problemWithoutDatabase(dataDir);
     }
@@ -111,7 +113,7 @@ std::optional<QString> copyData(const QString& dataDir, const WorkFolder& work, 
         options.leaveOut.insert(file);
     }
     copyTree(dataDir, copy, options);
-    auto problem = checkCopy(dataDir, copy, work.path(QStringLiteral("scratch")));
+    auto problem = checkCopy(dataDir, copy, work.path(u"scratch"_s));
     syncFileSystem(work.path());
     return problem;
 }

@@ -13,6 +13,8 @@
 #include <memory>
 #include <sqlite3.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -60,7 +62,7 @@ std::optional<QString> checkOpenedFile(const QString& path) {
     if (step != SQLITE_DONE) {
         lines << complaint();
     }
-    if (lines == QStringList{QStringLiteral("ok")}) {
+    if (lines == QStringList{u"ok"_s}) {
         return std::nullopt;
     }
     return lines.join(u'\n');
@@ -87,10 +89,10 @@ std::optional<QString> checkInTemporaryFolder(const QString& folder, const QStri
     try {
         const QString parent = QDir::tempPath();
         requireRoom(parent, bytesOf(folder, name));
-        const WorkFolder work(parent, QStringLiteral("orv-check-"));
-        return checkIn(work.path(QStringLiteral("scratch")), folder, name);
+        const WorkFolder work(parent, u"orv-check-"_s);
+        return checkIn(work.path(u"scratch"_s), folder, name);
     } catch (const AppError&) {
-        return QStringLiteral("The check could not be made. %1").arg(reason.message());
+        return u"The check could not be made. %1"_s.arg(reason.message());
     }
 }
 

@@ -7,13 +7,15 @@
 
 namespace orvanel {
 
+using namespace Qt::StringLiterals;
+
 /// The files that make up the database `name` and only fit together: the database first, then its logs.
-std::vector<std::string> databaseFiles(const QString& name = QStringLiteral("kuma.db"));
+std::vector<std::string> databaseFiles(const QString& name = u"kuma.db"_s);
 
 /// Copies the files of the database `name` from the folder `source` into `target`; what has such a name and is no file
 /// stays as it is. When one of them
 /// changed meanwhile, all are copied again, up to three times; after that the copy is as good as it gets, and only
 /// checkDatabase() can tell. Throws what the platform says. Blocks; any thread.
-void copyDatabase(const QString& source, const QString& target, const QString& name = QStringLiteral("kuma.db"));
+void copyDatabase(const QString& source, const QString& target, const QString& name = u"kuma.db"_s);
 
 } // namespace orvanel

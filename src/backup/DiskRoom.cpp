@@ -11,6 +11,8 @@
 #include <set>
 #include <sys/statvfs.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -60,8 +62,8 @@ qint64 bytesFreeAt(const QString& path) {
 
 QString roomSentence(qint64 needed, qint64 free) {
     const QLocale words(QLocale::English);
-    return QStringLiteral("The disk has too little room: %1 are needed and %2 are free.")
-        .arg(words.formattedDataSize(needed), words.formattedDataSize(free));
+    return u"The disk has too little room: %1 are needed and %2 are free."_s.arg(words.formattedDataSize(needed),
+                                                                                 words.formattedDataSize(free));
 }
 
 void requireRoom(const QString& path, qint64 bytes) {

@@ -4,11 +4,13 @@
 
 #include <system_error>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 AppError fileError(const QString& path, int code) {
     const std::string description = std::generic_category().message(code);
-    return AppError(QStringLiteral("%1: %2").arg(shownPath(path), QString::fromStdString(description)));
+    return AppError(u"%1: %2"_s.arg(shownPath(path), QString::fromStdString(description)));
 }
 
 AppError fileError(const std::string& path, int code) {

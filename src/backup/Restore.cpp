@@ -22,6 +22,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -30,8 +32,8 @@ void requireMovable(const QString& dataDir) {
     const auto status = statusOf(dataDir);
     const bool isOwn = status && status->st_uid == ::geteuid();
     if (status && !isOwn && !QFileInfo(dataDir).isWritable()) {
-        throw AppError(QStringLiteral("The current data cannot be moved to the Backups folder, because it belongs to "
-                                      "another user. Nothing was changed."));
+        throw AppError(u"The current data cannot be moved to the Backups folder, because it belongs to "
+                       "another user. Nothing was changed."_s);
     }
 }
 
@@ -53,7 +55,7 @@ bool isOneMount(const QString& path, const QString& other) {
 }
 
 /// In the work folder among the backups.
-const QString copyName = QStringLiteral("data");
+const QString copyName = u"data"_s;
 
 /// The data folder's way to its place among the backups: a rename, or a copy where none can lead there.
 class KeptData {
@@ -114,7 +116,7 @@ private:
             moveTo(kept, m_dataDir);
         } catch (const AppError&) {
             work.keep();
-            throw AppError(QStringLiteral("%1. The current data is now in %2").arg(error.message(), shownPath(kept)));
+            throw AppError(u"%1. The current data is now in %2"_s.arg(error.message(), shownPath(kept)));
         }
     }
 
@@ -185,12 +187,12 @@ QString findUnpackedData(const QString& folder) {
             return inner;
         }
     }
-    throw AppError(QStringLiteral("That zip does not look like an Uptime Kuma data folder (no kuma.db)."));
+    throw AppError(u"That zip does not look like an Uptime Kuma data folder (no kuma.db)."_s);
 }
 
 void restoreFolder(const QString& source, const QString& origin, const QString& dataDir, const QString& backupsDir) {
     if (!BackupManager::looksLikeData(source)) {
-        throw AppError(QStringLiteral("That folder does not look like an Uptime Kuma data folder (no kuma.db)."));
+        throw AppError(u"That folder does not look like an Uptime Kuma data folder (no kuma.db)."_s);
     }
     makeFolder(backupsDir);
     // Where the data folder is a link, what it leads to is replaced, and the link stays.
@@ -199,7 +201,7 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
 
     WorkFolder work(parentOf(data));
     requireRoom(work.path(), bytesUsedBy(source));
-    const QString fresh = work.path(QStringLiteral("data"));
+    const QString fresh = work.path(u"data"_s);
     copyTree(resolved(source), fresh, {.never = work.id()});
     syncFileSystem(work.path());
     if (!statusOf(data)) {

@@ -13,6 +13,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -47,7 +49,7 @@ void giveBack(const QString& kept, const QString& place, const QString& backupsD
         return;
     }
     const QString when = nameOf(kept).mid(keptPrefix.size());
-    moveTo(kept, freeName(backupsDir + QStringLiteral("/before-interrupted-restore-") + when));
+    moveTo(kept, freeName(backupsDir + u"/before-interrupted-restore-"_s + when));
 }
 
 } // namespace

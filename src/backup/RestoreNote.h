@@ -4,10 +4,12 @@
 
 namespace orvanel {
 
+using namespace Qt::StringLiterals;
+
 class WorkFolder;
 
 /// What the names of the folders that keep the previous data of a restore begin with.
-inline const QString keptPrefix = QStringLiteral("before-restore-");
+inline const QString keptPrefix = u"before-restore-"_s;
 
 /// Notes in `work` that the data folder is about to be moved to `kept` among the backups, and waits until that is on
 /// the disk. `fresh`, which is in `work`, then gets its place. Throws what the platform says. Blocks; any thread.

@@ -15,6 +15,8 @@
 #include <memory>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -26,13 +28,13 @@ QString withoutTrailingSlashes(QString path) {
 }
 
 bool isKeptName(const QString& name) {
-    static const QRegularExpression kept(QStringLiteral("^before-(restore|update|interrupted-restore)-"));
+    static const QRegularExpression kept(u"^before-(restore|update|interrupted-restore)-"_s);
     return kept.match(name).hasMatch();
 }
 
 AppError keptDataError() {
-    return AppError(QStringLiteral("That folder holds data kept from before a restore or an update. Choose "
-                                   "another place."));
+    return AppError(u"That folder holds data kept from before a restore or an update. Choose "
+                    "another place."_s);
 }
 
 } // namespace
@@ -65,7 +67,7 @@ void makeFolder(const QString& path) {
 
 QString parentOf(const QString& place) {
     const auto slash = place.lastIndexOf(u'/');
-    return slash > 0 ? place.left(slash) : QStringLiteral("/");
+    return slash > 0 ? place.left(slash) : u"/"_s;
 }
 
 QString nameOf(const QString& place) {
@@ -141,13 +143,12 @@ void requireBackupPlace(const QString& destination, const QString& dataDir) {
     const QStringList places = dataPlacesOf(dataDir);
     if (isInside(parentOf(destination), dataDir) || (!isLink && isInside(destination, dataDir)) ||
         places.contains(destination)) {
-        throw AppError(QStringLiteral("A backup cannot lie inside the data folder. Choose another place."));
+        throw AppError(u"A backup cannot lie inside the data folder. Choose another place."_s);
     }
     const bool holdsData = std::any_of(places.begin(), places.end(),
                                        [&](const QString& place) { return isInside(parentOf(place), destination); });
     if (!isLink && holdsData) {
-        throw AppError(
-            QStringLiteral("A backup cannot replace a folder that holds the data folder. Choose another place."));
+        throw AppError(u"A backup cannot replace a folder that holds the data folder. Choose another place."_s);
     }
     const QStringList names = isLink ? QStringList() : namesIn(destination);
     for (const QString& name : names) {
@@ -161,7 +162,7 @@ void requireNoKeptData(const QString& destination, const QString& dataDir) {
     if (isKeptName(nameOf(destination)) && isFolder(destination)) {
         throw keptDataError();
     }
-    const QString backupsDir = parentOf(placeOf(dataDir)) + QStringLiteral("/Backups");
+    const QString backupsDir = parentOf(placeOf(dataDir)) + u"/Backups"_s;
     for (QString at = destination; at != u"/"; at = parentOf(at)) {
         if (isKeptName(nameOf(at)) && isSame(parentOf(at), backupsDir)) {
             throw keptDataError();
@@ -171,14 +172,13 @@ void requireNoKeptData(const QString& destination, const QString& dataDir) {
 
 void requireRestorePlaces(const QString& source, const QString& dataDir, const QString& backupsDir) {
     if (isInside(source, dataDir)) {
-        throw AppError(QStringLiteral("A backup inside the data folder cannot be restored. Move it elsewhere first."));
+        throw AppError(u"A backup inside the data folder cannot be restored. Move it elsewhere first."_s);
     }
     if (isInside(dataDir, source)) {
-        throw AppError(
-            QStringLiteral("A folder that holds the data folder cannot be restored. Move the backup elsewhere first."));
+        throw AppError(u"A folder that holds the data folder cannot be restored. Move the backup elsewhere first."_s);
     }
     if (isInside(backupsDir, dataDir) || isInside(dataDir, backupsDir)) {
-        throw AppError(QStringLiteral("The Backups folder and the data folder must not lie inside each other."));
+        throw AppError(u"The Backups folder and the data folder must not lie inside each other."_s);
     }
 }
 

@@ -15,6 +15,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -53,14 +55,14 @@ int replaceInTwoSteps(const QString& fresh, const QString& destination, WorkFold
     if (code != 0) {
         if (renameToNothing(old, destination) != 0) {
             work.keep();
-            throw AppError(QStringLiteral("%1. What was there is now in %2")
-                               .arg(fileError(destination, code).message(), shownPath(work.replaced())));
+            throw AppError(u"%1. What was there is now in %2"_s.arg(fileError(destination, code).message(),
+                                                                    shownPath(work.replaced())));
         }
         return code;
     }
     // From here on it is not to be put back: it is about to be deleted, piece by piece.
     syncFolder(parentOf(destination));
-    renameToNothing(old, work.path(QStringLiteral("old")));
+    renameToNothing(old, work.path(u"old"_s));
     return 0;
 }
 

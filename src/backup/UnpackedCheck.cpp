@@ -14,6 +14,8 @@
 #include <string_view>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -81,7 +83,7 @@ bool staysInside(std::string_view target, int depth) {
 }
 
 [[noreturn]] void refuse(const std::string& path, const QString& what) {
-    throw AppError(QStringLiteral("Could not open the zip file. It holds %1: %2").arg(what, shownPath(path)));
+    throw AppError(u"Could not open the zip file. It holds %1: %2"_s.arg(what, shownPath(path)));
 }
 
 /// Whether the link `name` in the open folder `folder`, `depth` below the top, stays below it.
@@ -95,14 +97,14 @@ bool isLinkInside(int folder, const std::string& name, const std::string& path, 
 }
 
 AppError packError(const QString& reason, const std::string& path) {
-    return AppError(QStringLiteral("Could not create the zip file. %1: %2").arg(reason, shownPath(path)));
+    return AppError(u"Could not create the zip file. %1: %2"_s.arg(reason, shownPath(path)));
 }
 
 void requireText(const std::string& name, const std::string& path) {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = decoder.decode(QByteArrayView(name.data(), static_cast<qsizetype>(name.size())));
     if (decoder.hasError()) {
-        throw packError(QStringLiteral("A name in it is no UTF-8 text"), path);
+        throw packError(u"A name in it is no UTF-8 text"_s, path);
     }
 }
 
@@ -118,17 +120,17 @@ void requireHarmless(const QString& folder) {
              [&](int parent, const std::string& name, const std::string& path, const struct stat& status, int depth) {
                  if (S_ISLNK(status.st_mode)) {
                      if (!isLinkInside(parent, name, path, depth)) {
-                         refuse(path, QStringLiteral("a link that leads out of it"));
+                         refuse(path, u"a link that leads out of it"_s);
                      }
                  } else if (S_ISREG(status.st_mode) && status.st_nlink > 1) {
                      --files.try_emplace(FileId(status), Names{status.st_nlink, path}).first->second.missing;
                  } else if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
-                     refuse(path, QStringLiteral("something that is neither a file nor a folder"));
+                     refuse(path, u"something that is neither a file nor a folder"_s);
                  }
              });
     for (const auto& [id, names] : files) {
         if (names.missing > 0) {
-            refuse(names.path, QStringLiteral("another name of a file outside of it"));
+            refuse(names.path, u"another name of a file outside of it"_s);
         }
     }
 }
@@ -139,9 +141,7 @@ qint64 requirePackable(const QString& folder) {
              [&](int parent, const std::string& name, const std::string& path, const struct stat& status, int depth) {
                  requireText(name, path);
                  if (S_ISLNK(status.st_mode) && !isLinkInside(parent, name, path, depth)) {
-                     throw packError(
-                         QStringLiteral("A link in it leads out of it, which only a backup to a folder can hold"),
-                         path);
+                     throw packError(u"A link in it leads out of it, which only a backup to a folder can hold"_s, path);
                  }
                  ++entries;
              });

@@ -6,6 +6,8 @@
 
 namespace orvanel {
 
+using namespace Qt::StringLiterals;
+
 /// A folder of ours beside something that is to be replaced, in which what replaces it is made: on the same file
 /// system, and hidden. Named after its `prefix` and a random UUID; only its owner can look in. It is locked as long as
 /// its maker lives, so that another copy of the program can tell it from what a crash left.
@@ -13,7 +15,7 @@ namespace orvanel {
 /// Removed, with all that is in it, by remove() or at the latest the destructor. All of it blocks; any thread.
 class WorkFolder {
 public:
-    static inline const QString hidden = QStringLiteral(".orvanel-");
+    static inline const QString hidden = u".orvanel-"_s;
 
     /// Removes what crashed runs left in `parent` under that prefix. What such a run had put into `replaced()` of a
     /// hidden one and not yet replaced goes back to its place; one that was restoring stays until recoverData() has
@@ -40,7 +42,7 @@ public:
     int descriptor() const { return m_lock.get(); }
 
     /// Where something of the folder's parent waits, under its own name, until what replaces it is there.
-    QString replaced() const { return path(QStringLiteral("replaced")); }
+    QString replaced() const { return path(u"replaced"_s); }
 
 private:
     QString m_path;

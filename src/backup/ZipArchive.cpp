@@ -11,6 +11,8 @@
 
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -22,52 +24,49 @@ struct Command {
 };
 
 std::optional<QString> findDitto() {
-    const QFileInfo ditto(qEnvironmentVariable("ORVANEL_TOOL_ROOT") + QStringLiteral("/usr/bin/ditto"));
+    const QFileInfo ditto(qEnvironmentVariable("ORVANEL_TOOL_ROOT") + u"/usr/bin/ditto"_s);
     return ditto.isFile() && ditto.isExecutable() ? std::optional(ditto.filePath()) : std::nullopt;
 }
 
 /// In another locale than a UTF-8 one, bsdtar drops every name that is not ASCII.
 Command bsdtar(const QStringList& arguments) {
-    return {QStringLiteral("/usr/bin/env"),
-            QStringList{QStringLiteral("LC_ALL=C.UTF-8"), QStringLiteral("/usr/bin/bsdtar")} + arguments};
+    return {u"/usr/bin/env"_s, QStringList{u"LC_ALL=C.UTF-8"_s, u"/usr/bin/bsdtar"_s} + arguments};
 }
 
 /// The quickest compression: what grows large here is a database, and there is a time limit.
 Command packCommand(const QString& folder, const QString& archive) {
     if (const auto ditto = findDitto()) {
-        return {*ditto, {QStringLiteral("-c"), QStringLiteral("-k"), QStringLiteral("--keepParent"), folder, archive}};
+        return {*ditto, {u"-c"_s, u"-k"_s, u"--keepParent"_s, folder, archive}};
     }
     const QString name = nameOf(folder);
     // A name that begins with "@" would stand for an archive to be taken in.
-    const QString entry = name.startsWith(u'@') ? QStringLiteral("./") + name : name;
-    return bsdtar({QStringLiteral("-c"), QStringLiteral("--format"), QStringLiteral("zip"), QStringLiteral("--options"),
-                   QStringLiteral("zip:compression-level=1"), QStringLiteral("-f"), archive, QStringLiteral("-C"),
-                   parentOf(folder), QStringLiteral("--"), entry});
+    const QString entry = name.startsWith(u'@') ? u"./"_s + name : name;
+    return bsdtar({u"-c"_s, u"--format"_s, u"zip"_s, u"--options"_s, u"zip:compression-level=1"_s, u"-f"_s, archive,
+                   u"-C"_s, parentOf(folder), u"--"_s, entry});
 }
 
 /// Without -P, bsdtar writes neither through links nor to absolute names or "..". Owners are not taken over, blocks of
 /// zeros become holes, and nobody is asked for the password of an encrypted archive.
 Command unpackCommand(const QString& archive, const QString& folder) {
     if (const auto ditto = findDitto()) {
-        return {*ditto, {QStringLiteral("-x"), QStringLiteral("-k"), archive, folder}};
+        return {*ditto, {u"-x"_s, u"-k"_s, archive, folder}};
     }
-    return bsdtar({QStringLiteral("-x"), QStringLiteral("-p"), QStringLiteral("-S"), QStringLiteral("--no-same-owner"),
-                   QStringLiteral("--passphrase"), QStringLiteral("none"), QStringLiteral("-f"), archive,
-                   QStringLiteral("-C"), folder});
+    return bsdtar({u"-x"_s, u"-p"_s, u"-S"_s, u"--no-same-owner"_s, u"--passphrase"_s, u"none"_s, u"-f"_s, archive,
+                   u"-C"_s, folder});
 }
 
 AppError packError(const QString& reason) {
-    return AppError(QStringLiteral("Could not create the zip file. ") + reason);
+    return AppError(u"Could not create the zip file. "_s + reason);
 }
 
 AppError unpackError(const QString& reason) {
-    return AppError(QStringLiteral("Could not open the zip file. ") + reason);
+    return AppError(u"Could not open the zip file. "_s + reason);
 }
 
 bool requireEntries(const QString& archive, qint64 entries) {
     const auto listing = readZipListing(archive);
     if (!listing || listing->entries != entries) {
-        throw packError(QStringLiteral("Something is missing in it."));
+        throw packError(u"Something is missing in it."_s);
     }
     return true;
 }
@@ -76,7 +75,7 @@ bool requireEntries(const QString& archive, qint64 entries) {
 /// left.
 qint64 leastRoomFor(const QString& archive, const QString& folder) {
     if (!beginsLikeZip(archive)) {
-        throw unpackError(QStringLiteral("It is not a zip archive."));
+        throw unpackError(u"It is not a zip archive."_s);
     }
     constexpr qint64 perEntry = 4096;
     const auto listing = readZipListing(archive);
@@ -114,7 +113,7 @@ QCoro::Task<void> ZipArchive::unpack(QString archive, QString folder) {
     stop.request_stop();
     const bool ranOut = co_await watch;
     if (ranOut) {
-        throw unpackError(QStringLiteral("The disk has too little room for it."));
+        throw unpackError(u"The disk has too little room for it."_s);
     }
     if (!result.isSuccess()) {
         throw unpackError(result.output);

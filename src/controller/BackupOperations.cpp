@@ -7,26 +7,28 @@
 
 #include <exception>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 QString backingUpText() {
-    return QStringLiteral("Backing up…");
+    return u"Backing up…"_s;
 }
 
 SavePanel backupPanel(const QString& timestamp) {
     return {
-        .title = QStringLiteral("Back up Uptime Kuma data"),
-        .message = QStringLiteral("A name ending in .zip makes a zip file; otherwise a folder is created. Uptime Kuma "
-                                  "keeps running."),
-        .proposedName = QStringLiteral("Uptime Kuma backup %1.zip").arg(timestamp),
+        .title = u"Back up Uptime Kuma data"_s,
+        .message = u"A name ending in .zip makes a zip file; otherwise a folder is created. Uptime Kuma "
+                   "keeps running."_s,
+        .proposedName = u"Uptime Kuma backup %1.zip"_s.arg(timestamp),
     };
 }
 
 OpenPanel restorePanel() {
     return {
-        .title = QStringLiteral("Choose a backup to restore"),
-        .message = QStringLiteral("Choose a backup folder or a .zip file made by Back up now."),
+        .title = u"Choose a backup to restore"_s,
+        .message = u"Choose a backup folder or a .zip file made by Back up now."_s,
         .filesAllowed = true,
         .foldersAllowed = true,
     };
@@ -35,20 +37,19 @@ OpenPanel restorePanel() {
 Alert restoreQuestion(const QString& dataDir) {
     return {
         .style = Alert::Style::Warning,
-        .message = QStringLiteral("Restore this backup?"),
-        .informativeText = QStringLiteral("Uptime Kuma will be stopped and the data in\n%1\nwill be replaced by the "
-                                          "backup. The current data is kept once in the Backups folder, then Uptime "
-                                          "Kuma starts again.")
-                               .arg(dataDir),
-        .confirmButton = QStringLiteral("Restore"),
-        .cancelButton = QStringLiteral("Cancel"),
+        .message = u"Restore this backup?"_s,
+        .informativeText = u"Uptime Kuma will be stopped and the data in\n%1\nwill be replaced by the "
+                           "backup. The current data is kept once in the Backups folder, then Uptime "
+                           "Kuma starts again."_s.arg(dataDir),
+        .confirmButton = u"Restore"_s,
+        .cancelButton = u"Cancel"_s,
     };
 }
 
 } // namespace
 
 void KumaController::backUpNow() {
-    m_tasks.start(askForBackup(), QStringLiteral("question about a backup"));
+    m_tasks.start(askForBackup(), u"question about a backup"_s);
 }
 
 QCoro::Task<void> KumaController::askForBackup() {
@@ -76,7 +77,7 @@ QCoro::Task<void> KumaController::performBackup(QPointer<KumaController> control
             made = backup.path;
             error = databaseError(backup);
         } catch (const std::exception& failure) {
-            error = OpError{QStringLiteral("The backup failed."), QString::fromUtf8(failure.what())};
+            error = OpError{u"The backup failed."_s, QString::fromUtf8(failure.what())};
         }
     }
     if (controller) {
@@ -105,7 +106,7 @@ void KumaController::backupEnded(const std::optional<OpError>& error) {
 }
 
 void KumaController::restoreBackup() {
-    m_tasks.start(askForRestore(), QStringLiteral("question about a restore"));
+    m_tasks.start(askForRestore(), u"question about a restore"_s);
 }
 
 QCoro::Task<void> KumaController::askForRestore() {
@@ -117,7 +118,7 @@ QCoro::Task<void> KumaController::askForRestore() {
     const Alert question = restoreQuestion(dataDir());
     const bool confirmed = co_await m_env.dialogs->confirm(question);
     if (confirmed) {
-        runOp(QStringLiteral("Restoring backup…"),
+        runOp(u"Restoring backup…"_s,
               [this, source = *source](std::stop_token stop) { return performRestore(source, stop); });
     }
 }
@@ -137,7 +138,7 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
         // A stop that could not look at the container ends without an error, and the server may be running.
         const ContainerLook look = co_await lookAtContainer();
         if (mayServerRun(look)) {
-            m_error = unknownContainerError(look.answer, QStringLiteral("Nothing was restored."));
+            m_error = unknownContainerError(look.answer, u"Nothing was restored."_s);
             co_return;
         }
         try {
@@ -147,7 +148,7 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
         }
     }
     if (failure) {
-        m_error = OpError{QStringLiteral("The restore failed. ") + *failure, *failure};
+        m_error = OpError{u"The restore failed. "_s + *failure, *failure};
         co_return;
     }
     co_await stopWhatCameBack();
@@ -162,7 +163,7 @@ QCoro::Task<void> KumaController::stopWhatCameBack() {
     }
     const QString docker = *m_dockerPath.value();
     const std::optional<QString> state = co_await containerState(docker);
-    if (state == QStringLiteral("running")) {
+    if (state == u"running"_s) {
         co_await performStop();
     }
 }

@@ -10,26 +10,28 @@
 #include <filesystem>
 #include <system_error>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 QString imageRepository() {
-    return QStringLiteral("louislam/uptime-kuma");
+    return u"louislam/uptime-kuma"_s;
 }
 
 QString composeText(const QString& imageTag, int port) {
     const QStringList lines{
-        QStringLiteral("# Written by Orvanel. Image tag and port come from the app's settings."),
-        QStringLiteral("services:"),
-        QStringLiteral("  uptime-kuma:"),
-        QStringLiteral("    image: ") + imageRepository() + QLatin1Char(':') + imageTag,
-        QStringLiteral("    container_name: orvanel"),
-        QStringLiteral("    restart: unless-stopped"),
-        QStringLiteral("    ports:"),
-        QStringLiteral("      - \"127.0.0.1:") + QString::number(port) + QStringLiteral(":3001\""),
-        QStringLiteral("    volumes:"),
-        QStringLiteral("      - ./data:/app/data"),
+        u"# Written by Orvanel. Image tag and port come from the app's settings."_s,
+        u"services:"_s,
+        u"  uptime-kuma:"_s,
+        u"    image: "_s + imageRepository() + u':' + imageTag,
+        u"    container_name: orvanel"_s,
+        u"    restart: unless-stopped"_s,
+        u"    ports:"_s,
+        u"      - \"127.0.0.1:"_s + QString::number(port) + u":3001\""_s,
+        u"    volumes:"_s,
+        u"      - ./data:/app/data"_s,
     };
-    return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
+    return lines.join(u'\n') + u'\n';
 }
 
 namespace {
@@ -58,7 +60,7 @@ std::optional<QString> KumaController::prepareFiles() {
     std::error_code error;
     std::filesystem::create_directories(QFile::encodeName(dataDir()).toStdString(), error);
     if (error) {
-        return QStringLiteral("%1: %2").arg(dataDir(), QString::fromStdString(error.message()));
+        return u"%1: %2"_s.arg(dataDir(), QString::fromStdString(error.message()));
     }
     const QByteArray text = composeText(m_imageTag, m_port).toUtf8();
     if (holds(composeURL(), text)) {
@@ -67,22 +69,20 @@ std::optional<QString> KumaController::prepareFiles() {
     makeReplaceable(composeURL());
     QSaveFile file(composeURL());
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
-        return QStringLiteral("%1: %2").arg(composeURL(), file.errorString());
+        return u"%1: %2"_s.arg(composeURL(), file.errorString());
     }
     return std::nullopt;
 }
 
 QStringList KumaController::composeArgs(const QStringList& extra) const {
-    return QStringList{QStringLiteral("compose"), QStringLiteral("-p"), QStringLiteral("orvanel"), QStringLiteral("-f"),
-                       composeURL()} +
-           extra;
+    return QStringList{u"compose"_s, u"-p"_s, u"orvanel"_s, u"-f"_s, composeURL()} + extra;
 }
 
 QCoro::Task<bool> KumaController::ensureCompose(QString docker) {
     if (m_composeAvailable.value()) {
         co_return *m_composeAvailable.value();
     }
-    const QStringList arguments{QStringLiteral("compose"), QStringLiteral("version")};
+    const QStringList arguments{u"compose"_s, u"version"_s};
     const CommandResult result = co_await command(docker, arguments, std::chrono::seconds(10));
     // The user may have chosen another tool meanwhile, about which this answer says nothing.
     if (m_dockerPath.value() != docker) {

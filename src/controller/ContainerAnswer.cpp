@@ -7,17 +7,18 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 QString stateWord(const QString& output) {
-    const QStringList lines = output.trimmed().split(QLatin1Char('\n'));
+    const QStringList lines = output.trimmed().split(u'\n');
     return lines.last().trimmed();
 }
 
 bool saysNoContainer(const QString& output) {
     const QString text = output.toLower();
-    return text.contains(QStringLiteral("no such object")) || text.contains(QStringLiteral("no such container")) ||
-           text.contains(QStringLiteral("not found"));
+    return text.contains(u"no such object"_s) || text.contains(u"no such container"_s) || text.contains(u"not found"_s);
 }
 
 bool isAbsent(const CommandResult& answer) {
@@ -28,7 +29,7 @@ bool isStopped(const CommandResult& answer) {
     if (!answer.isSuccess()) {
         return isAbsent(answer);
     }
-    const QStringList ended{QStringLiteral("created"), QStringLiteral("exited"), QStringLiteral("dead")};
+    const QStringList ended{u"created"_s, u"exited"_s, u"dead"_s};
     return ended.contains(stateWord(answer.output));
 }
 
@@ -41,20 +42,19 @@ bool leavesDataAlone(const CommandResult& answer) {
     }
     const QString text = answer.output.toLower();
     // More than these may end in "not found": a context of the tool, a plug-in, the tool itself.
-    const QStringList plain{QStringLiteral("no such object"), QStringLiteral("no such container"),
-                            QStringLiteral("cannot connect to the docker daemon"),
-                            QStringLiteral("failed to connect to the docker api")};
+    const QStringList plain{u"no such object"_s, u"no such container"_s, u"cannot connect to the docker daemon"_s,
+                            u"failed to connect to the docker api"_s};
     return std::any_of(plain.begin(), plain.end(), [&text](const QString& words) { return text.contains(words); });
 }
 
 bool saysNameIsTaken(const CommandResult& answer) {
     const bool hasFailed = answer.status != 0 && !answer.timedOut && !answer.cancelled;
-    return hasFailed && answer.output.contains(QStringLiteral("The container name \"/orvanel\" is already in use"));
+    return hasFailed && answer.output.contains(u"The container name \"/orvanel\" is already in use"_s);
 }
 
 OpError unknownContainerError(const CommandResult& answer, const QString& consequence) {
     const bool hasWords = !answer.timedOut && !answer.output.isEmpty();
-    return {QStringLiteral("Could not make sure that Uptime Kuma is stopped. ") + consequence,
+    return {u"Could not make sure that Uptime Kuma is stopped. "_s + consequence,
             hasWords ? answer.output : DockerCLI::friendlyMessage(answer.output, answer.timedOut)};
 }
 

@@ -10,6 +10,7 @@
 
 #include <exception>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace orvanel {
@@ -26,11 +27,11 @@ constexpr auto removeAllLimit = 90s;
 constexpr auto logsLimit = 15s;
 
 QString startingText() {
-    return QStringLiteral("Starting Uptime Kuma…");
+    return u"Starting Uptime Kuma…"_s;
 }
 
 QStringList removeContainerArguments() {
-    return {QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")};
+    return {u"rm"_s, u"-f"_s, u"orvanel"_s};
 }
 
 } // namespace
@@ -40,15 +41,15 @@ void KumaController::start() {
 }
 
 void KumaController::stop() {
-    runOp(QStringLiteral("Stopping…"), [this](std::stop_token) { return performStop(); });
+    runOp(u"Stopping…"_s, [this](std::stop_token) { return performStop(); });
 }
 
 void KumaController::restart() {
-    runOp(QStringLiteral("Restarting…"), [this](std::stop_token stop) { return performRestart(stop); });
+    runOp(u"Restarting…"_s, [this](std::stop_token stop) { return performRestart(stop); });
 }
 
 void KumaController::removeEverything() {
-    m_tasks.start(confirmRemoveEverything(), QStringLiteral("question about removing everything"));
+    m_tasks.start(confirmRemoveEverything(), u"question about removing everything"_s);
 }
 
 void KumaController::cancelOperation() {
@@ -99,7 +100,7 @@ QCoro::Task<void> KumaController::performStart(std::stop_token stop) {
     }
     const QString docker = *m_dockerPath.value();
 
-    const QStringList info{QStringLiteral("info")};
+    const QStringList info{u"info"_s};
     const CommandResult runtime = co_await command(docker, info, infoLimit);
     if (stop.stop_requested()) {
         co_return;
@@ -110,20 +111,20 @@ QCoro::Task<void> KumaController::performStart(std::stop_token stop) {
     }
     setDockerState(DockerState::ready);
     if (const std::optional<QString> failure = prepareFiles()) {
-        m_error = OpError{QStringLiteral("Could not write the compose file."), *failure};
+        m_error = OpError{u"Could not write the compose file."_s, *failure};
         co_return;
     }
 
     const std::optional<QString> existing = co_await containerState(docker);
     // A running container of our own holds the port itself.
-    if (existing != QStringLiteral("running") && isPortTaken(m_port)) {
+    if (existing != u"running"_s && isPortTaken(m_port)) {
         m_suggestedPort = freePort();
-        m_error = OpError{QStringLiteral("Port %1 is already in use by another program.").arg(m_port.value()),
-                          QStringLiteral("Port %1 on 127.0.0.1 could not be bound.").arg(m_port.value())};
+        m_error = OpError{u"Port %1 is already in use by another program."_s.arg(m_port.value()),
+                          u"Port %1 on 127.0.0.1 could not be bound."_s.arg(m_port.value())};
         co_return;
     }
 
-    const QStringList inspect{QStringLiteral("image"), QStringLiteral("inspect"), imageReference()};
+    const QStringList inspect{u"image"_s, u"inspect"_s, imageReference()};
     const CommandResult image = co_await command(docker, inspect, inspectLimit);
     if (!image.isSuccess()) {
         const CommandResult pull = co_await pullImage(docker, stop);
@@ -171,7 +172,7 @@ QCoro::Task<void> KumaController::performRestart(std::stop_token stop) {
 }
 
 QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_token stop) {
-    showOperation(QStringLiteral("Downloading the Uptime Kuma image"));
+    showOperation(u"Downloading the Uptime Kuma image"_s);
     m_pulling = true;
     m_pullLog = QString();
     const auto handle = std::make_shared<ProcessHandle>();
@@ -181,8 +182,8 @@ QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_t
         handle->cancel();
     }
     const bool hasCompose = co_await ensureCompose(docker);
-    const QStringList arguments = hasCompose ? composeArgs(QStringList(QStringLiteral("pull")))
-                                             : QStringList{QStringLiteral("pull"), imageReference()};
+    const QStringList arguments =
+        hasCompose ? composeArgs(QStringList(u"pull"_s)) : QStringList{u"pull"_s, imageReference()};
     const DockerCLI::OutputCallback feed = logFeed([self = QPointer(this)](const QString& text) {
         if (self) {
             self->m_pullLog = appendCapped(self->m_pullLog, text);
@@ -213,16 +214,15 @@ QCoro::Task<void> KumaController::bringUpEnd() {
 
 /// Whether the container works on our data, so that nothing but the container is lost with it.
 QCoro::Task<bool> KumaController::hasOurData(QString docker) {
-    const QStringList mounts{QStringLiteral("inspect"), QStringLiteral("-f"),
-                             QStringLiteral("{{range .Mounts}}{{.Source}}:{{.Destination}}{{println}}{{end}}"),
-                             QStringLiteral("orvanel")};
+    const QStringList mounts{u"inspect"_s, u"-f"_s,
+                             u"{{range .Mounts}}{{.Source}}:{{.Destination}}{{println}}{{end}}"_s, u"orvanel"_s};
     const CommandResult result = co_await command(docker, mounts, inspectLimit);
     co_return result.isSuccess() && result.output.split(u'\n').contains(dataMount());
 }
 
 /// A container from a time without compose bears the name that compose wants to give, and makes room.
 QCoro::Task<CommandResult> KumaController::composeUp(QString docker) {
-    const QStringList up = composeArgs(QStringList{QStringLiteral("up"), QStringLiteral("-d")});
+    const QStringList up = composeArgs(QStringList{u"up"_s, u"-d"_s});
     const CommandResult first = co_await startingCommand(docker, up);
     if (!saysNameIsTaken(first)) {
         co_return first;
@@ -242,7 +242,7 @@ QCoro::Task<CommandResult> KumaController::composeUp(QString docker) {
 }
 
 QString KumaController::dataMount() const {
-    return dataDir() + QStringLiteral(":/app/data");
+    return dataDir() + u":/app/data"_s;
 }
 
 QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional<QString> existing, bool recreate) {
@@ -254,7 +254,7 @@ QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional
         const CommandResult result = co_await composeUp(docker);
         co_return result;
     }
-    if (existing == QStringLiteral("running") && !recreate) {
+    if (existing == u"running"_s && !recreate) {
         co_return CommandResult{.status = 0};
     }
     if (existing) {
@@ -263,16 +263,11 @@ QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional
     if (m_isLeaving) {
         co_return CommandResult{.cancelled = true};
     }
-    const QStringList run{QStringLiteral("run"),
-                          QStringLiteral("-d"),
-                          QStringLiteral("--name"),
-                          QStringLiteral("orvanel"),
-                          QStringLiteral("--restart"),
-                          QStringLiteral("unless-stopped"),
-                          QStringLiteral("-p"),
-                          QStringLiteral("127.0.0.1:%1:3001").arg(m_port.value()),
-                          QStringLiteral("-v"),
-                          dataMount(),
+    const QStringList run{u"run"_s,        u"-d"_s,
+                          u"--name"_s,     u"orvanel"_s,
+                          u"--restart"_s,  u"unless-stopped"_s,
+                          u"-p"_s,         u"127.0.0.1:%1:3001"_s.arg(m_port.value()),
+                          u"-v"_s,         dataMount(),
                           imageReference()};
     const CommandResult result = co_await startingCommand(docker, run);
     co_return result;
@@ -297,33 +292,32 @@ void KumaController::replaceError(const OpError& error) {
 
 void KumaController::fail(const CommandResult& result) {
     if (result.cancelled) {
-        m_error = OpError{QStringLiteral("Cancelled."), result.output};
+        m_error = OpError{u"Cancelled."_s, result.output};
         return;
     }
     const QString message = DockerCLI::friendlyMessage(result.output, result.timedOut);
-    m_error = OpError{message, result.output.isEmpty() ? QStringLiteral("(no output)") : result.output};
-    if (message.startsWith(QStringLiteral("The port is already in use"))) {
+    m_error = OpError{message, result.output.isEmpty() ? u"(no output)"_s : result.output};
+    if (message.startsWith(u"The port is already in use"_s)) {
         m_suggestedPort = freePort();
     }
 }
 
 void KumaController::fail(const std::exception& failure) {
-    m_error = OpError{QStringLiteral("Orvanel ran into an error of its own."), QString::fromUtf8(failure.what())};
+    m_error = OpError{u"Orvanel ran into an error of its own."_s, QString::fromUtf8(failure.what())};
 }
 
 QCoro::Task<void> KumaController::confirmRemoveEverything() {
     const Alert question{
         .style = Alert::Style::Critical,
-        .message = QStringLiteral("Remove everything?"),
-        .informativeText = QStringLiteral("This removes the Uptime Kuma container and permanently deletes all your "
-                                          "monitors and history in this folder:\n\n%1\n\nThis cannot be undone.")
-                               .arg(dataDir()),
-        .confirmButton = QStringLiteral("Delete Everything"),
-        .cancelButton = QStringLiteral("Cancel"),
+        .message = u"Remove everything?"_s,
+        .informativeText = u"This removes the Uptime Kuma container and permanently deletes all your "
+                           "monitors and history in this folder:\n\n%1\n\nThis cannot be undone."_s.arg(dataDir()),
+        .confirmButton = u"Delete Everything"_s,
+        .cancelButton = u"Cancel"_s,
     };
     const bool confirmed = co_await m_env.dialogs->confirm(question);
     if (confirmed) {
-        runOp(QStringLiteral("Removing…"), [this](std::stop_token) { return performRemoveEverything(); });
+        runOp(u"Removing…"_s, [this](std::stop_token) { return performRemoveEverything(); });
     }
 }
 
@@ -333,7 +327,7 @@ QCoro::Task<bool> KumaController::removeContainer() {
     if (!look.docker || look.answer.status != 0) {
         const bool isInDoubt = mayServerRun(look);
         if (isInDoubt) {
-            m_error = unknownContainerError(look.answer, QStringLiteral("Nothing was deleted."));
+            m_error = unknownContainerError(look.answer, u"Nothing was deleted."_s);
         }
         co_return !isInDoubt;
     }
@@ -344,7 +338,7 @@ QCoro::Task<bool> KumaController::removeContainer() {
         // Compose needs its file, which somebody may have deleted or spoilt; where it cannot be written, compose
         // complains.
         prepareFiles();
-        const QStringList down = composeArgs(QStringList(QStringLiteral("down")));
+        const QStringList down = composeArgs(QStringList(u"down"_s));
         const CommandResult result = co_await command(docker, down, removeAllLimit);
         if (!result.isSuccess()) {
             fail(result);
@@ -373,7 +367,7 @@ QCoro::Task<KumaController::ContainerLook> KumaController::lookAtContainer() {
         look.answer = co_await probeContainer(*look.docker);
     } else {
         // Told where the port is in use; see mayServerRun().
-        look.answer.output = QStringLiteral("Docker was not found, and port %1 is in use.").arg(m_port.value());
+        look.answer.output = u"Docker was not found, and port %1 is in use."_s.arg(m_port.value());
     }
     co_return look;
 }
@@ -400,14 +394,13 @@ QCoro::Task<void> KumaController::performRemoveEverything() {
 
 QCoro::Task<QString> KumaController::fetchLogs() {
     if (!m_dockerPath.value()) {
-        co_return QStringLiteral("Docker was not found.");
+        co_return u"Docker was not found."_s;
     }
     const QString docker = *m_dockerPath.value();
-    const QStringList arguments{QStringLiteral("logs"), QStringLiteral("--tail"), QStringLiteral("300"),
-                                QStringLiteral("orvanel")};
+    const QStringList arguments{u"logs"_s, u"--tail"_s, u"300"_s, u"orvanel"_s};
     const CommandResult result = co_await command(docker, arguments, logsLimit);
     if (result.status != 0 && result.output.isEmpty()) {
-        co_return QStringLiteral("No logs. The container may not exist yet.");
+        co_return u"No logs. The container may not exist yet."_s;
     }
     co_return result.output;
 }

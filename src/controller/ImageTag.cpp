@@ -3,18 +3,20 @@
 #include <QRegularExpression>
 #include <QStringList>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 QString majorPart(const QString& version) {
-    return version.split(QLatin1Char('.'), Qt::SkipEmptyParts).value(0);
+    return version.split(u'.', Qt::SkipEmptyParts).value(0);
 }
 
 } // namespace
 
 // What a registry accepts as a tag: https://docs.docker.com/reference/cli/docker/image/tag/
 bool isValidImageTag(const QString& tag) {
-    static const QRegularExpression form(QStringLiteral("\\A[A-Za-z0-9_][A-Za-z0-9_.-]{0,127}\\z"));
+    static const QRegularExpression form(u"\\A[A-Za-z0-9_][A-Za-z0-9_.-]{0,127}\\z"_s);
     return form.match(tag).hasMatch();
 }
 

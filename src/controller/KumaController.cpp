@@ -3,28 +3,30 @@
 #include "controller/ComposeFile.h"
 #include "controller/StatusLine.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 constexpr int defaultPort = 3001;
 
 QString portKey() {
-    return QStringLiteral("port");
+    return u"port"_s;
 }
 QString slugKey() {
-    return QStringLiteral("slug");
+    return u"slug"_s;
 }
 QString stopOnQuitKey() {
-    return QStringLiteral("stopOnQuit");
+    return u"stopOnQuit"_s;
 }
 QString dockerOverrideKey() {
-    return QStringLiteral("dockerOverride");
+    return u"dockerOverride"_s;
 }
 QString imageTagKey() {
-    return QStringLiteral("imageTag");
+    return u"imageTag"_s;
 }
 QString hasSeenGuideKey() {
-    return QStringLiteral("hasSeenGuide");
+    return u"hasSeenGuide"_s;
 }
 
 int validPort(int port) {
@@ -40,7 +42,7 @@ KumaController::KumaController(ControllerEnvironment environment)
     m_slug = defaults.text(slugKey(), {});
     m_stopOnQuit = defaults.boolean(stopOnQuitKey(), false);
     m_dockerOverride = defaults.text(dockerOverrideKey(), {});
-    m_imageTag = defaults.text(imageTagKey(), QStringLiteral("2"));
+    m_imageTag = defaults.text(imageTagKey(), u"2"_s);
     m_hasSeenGuide = defaults.boolean(hasSeenGuideKey(), false);
 }
 
@@ -97,8 +99,8 @@ void KumaController::setHasSeenGuide(bool seen) {
 /// A setting that could not be stored holds until the program ends; the user should know before that.
 bool KumaController::saved(bool success) {
     if (!success) {
-        replaceError({QStringLiteral("The settings could not be saved."),
-                      QStringLiteral("%1 could not be written.").arg(m_env.defaults->file())});
+        replaceError(
+            {u"The settings could not be saved."_s, u"%1 could not be written."_s.arg(m_env.defaults->file())});
     }
     return success;
 }
@@ -115,7 +117,7 @@ bool KumaController::launchAtLogin() const {
 void KumaController::setLaunchAtLogin(bool launch) {
     const std::optional<QString> failure = m_env.loginItem->setEnabled(launch);
     if (failure) {
-        replaceError({QStringLiteral("Could not change launch at login."), *failure});
+        replaceError({u"Could not change launch at login."_s, *failure});
     }
     // Told in any case, so that a switch shows the true status again.
     Q_EMIT changed();
@@ -130,23 +132,23 @@ QString KumaController::statusLine() const {
 }
 
 QString KumaController::dataDir() const {
-    return m_env.applicationSupport + QStringLiteral("/Orvanel/data");
+    return m_env.applicationSupport + u"/Orvanel/data"_s;
 }
 
 QString KumaController::backupsDir() const {
-    return m_env.applicationSupport + QStringLiteral("/Orvanel/Backups");
+    return m_env.applicationSupport + u"/Orvanel/Backups"_s;
 }
 
 QString KumaController::composeURL() const {
-    return m_env.applicationSupport + QStringLiteral("/Orvanel/docker-compose.yml");
+    return m_env.applicationSupport + u"/Orvanel/docker-compose.yml"_s;
 }
 
 QUrl KumaController::dashboardURL() const {
-    return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_port.value()));
+    return QUrl(u"http://127.0.0.1:%1/"_s.arg(m_port.value()));
 }
 
 QString KumaController::imageReference() const {
-    return QStringLiteral("%1:%2").arg(imageRepository(), m_imageTag.value());
+    return u"%1:%2"_s.arg(imageRepository(), m_imageTag.value());
 }
 
 } // namespace orvanel

@@ -1,5 +1,7 @@
 #include "controller/MonitorTransitions.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -26,10 +28,9 @@ QList<MonitorNews> monitorNews(const MonitorStatuses& previous, const QList<Moni
             continue;
         }
         if (*before == up && *row.status == down) {
-            news.append({QStringLiteral("%1 is down").arg(row.name),
-                         QStringLiteral("Uptime Kuma reports this monitor as down.")});
+            news.append({u"%1 is down"_s.arg(row.name), u"Uptime Kuma reports this monitor as down."_s});
         } else if (*before == down && *row.status == up) {
-            news.append({QStringLiteral("%1 is back up").arg(row.name), QStringLiteral("This monitor is up again.")});
+            news.append({u"%1 is back up"_s.arg(row.name), u"This monitor is up again."_s});
         }
     }
     return news;

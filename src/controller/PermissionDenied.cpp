@@ -4,21 +4,22 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 /// A warning about an unreadable configuration file says "permission denied" as well: only the socket counts.
 bool isAboutTheSocket(const QString& line) {
-    return line.contains(QStringLiteral("while trying to connect to the docker")) ||
-           line.contains(QStringLiteral("connect: permission denied"));
+    return line.contains(u"while trying to connect to the docker"_s) || line.contains(u"connect: permission denied"_s);
 }
 
 } // namespace
 
 bool isPermissionDenied(const QString& output) {
-    const QStringList lines = output.toLower().split(QLatin1Char('\n'));
+    const QStringList lines = output.toLower().split(u'\n');
     return std::any_of(lines.begin(), lines.end(), [](const QString& line) {
-        return line.contains(QStringLiteral("permission denied")) && isAboutTheSocket(line);
+        return line.contains(u"permission denied"_s) && isAboutTheSocket(line);
     });
 }
 

@@ -8,6 +8,7 @@
 
 #include <exception>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace orvanel {
@@ -19,11 +20,11 @@ constexpr auto probeLimit = 10s;
 constexpr auto stopLimit = 60s;
 
 QString restartLoopMessage() {
-    return QStringLiteral("Uptime Kuma keeps restarting. Open the logs to see why.");
+    return u"Uptime Kuma keeps restarting. Open the logs to see why."_s;
 }
 
 bool isRestartLoop(const std::optional<OpError>& error) {
-    return error && error->message.startsWith(QStringLiteral("Uptime Kuma keeps restarting"));
+    return error && error->message.startsWith(u"Uptime Kuma keeps restarting"_s);
 }
 
 QString normalised(const QString& slug) {
@@ -40,13 +41,13 @@ void KumaController::begin() {
     // What a restore left that ended with the last run: no look at the data is to find it missing.
     BackupManager::recover(dataDir(), backupsDir());
     m_pollTask.emplace();
-    m_tasks.start(poll(m_pollTask->get_token()), QStringLiteral("poll loop"));
+    m_tasks.start(poll(m_pollTask->get_token()), u"poll loop"_s);
 }
 
 void KumaController::recheck() {
     m_dockerPath = std::nullopt;
     setDockerState(DockerState::unknown);
-    m_tasks.start(refreshSoon(), QStringLiteral("recheck"));
+    m_tasks.start(refreshSoon(), u"recheck"_s);
 }
 
 void KumaController::shutdownPolling() {
@@ -107,7 +108,7 @@ QCoro::Task<void> KumaController::refresh(std::stop_token stop) {
     if (isOutdated(docker, operations) || stop.stop_requested() || probe.timedOut || probe.cancelled) {
         co_return;
     }
-    if (probe.status == 0 && stateWord(probe.output) == QStringLiteral("running")) {
+    if (probe.status == 0 && stateWord(probe.output) == u"running"_s) {
         setDockerState(DockerState::ready);
         const bool answers = co_await m_env.pageAnswers(m_port);
         if (isOutdated(docker, operations)) {
@@ -131,8 +132,8 @@ bool KumaController::isOutdated(const QString& docker, int operations) const {
 
 /// Looks up the tools; false when there is no docker to ask.
 bool KumaController::findTools() {
-    m_brewPath = m_env.findTool(QStringLiteral("brew"));
-    m_colimaPath = m_env.findTool(QStringLiteral("colima"));
+    m_brewPath = m_env.findTool(u"brew"_s);
+    m_colimaPath = m_env.findTool(u"colima"_s);
     if (!m_dockerPath.value()) {
         m_dockerPath = m_env.findDocker(m_dockerOverride);
     }
@@ -167,7 +168,7 @@ void KumaController::publishNotRunning(const CommandResult& probe) {
     }
     setDockerState(DockerState::ready);
     const QString word = stateWord(probe.output);
-    if (word != QStringLiteral("restarting")) {
+    if (word != u"restarting"_s) {
         m_kuma = KumaState::stopped;
         return;
     }
@@ -233,8 +234,7 @@ void KumaController::requestNotificationAuthIfNeeded() {
 }
 
 QCoro::Task<CommandResult> KumaController::probeContainer(QString docker) const {
-    const QStringList arguments{QStringLiteral("inspect"), QStringLiteral("-f"), QStringLiteral("{{.State.Status}}"),
-                                QStringLiteral("orvanel")};
+    const QStringList arguments{u"inspect"_s, u"-f"_s, u"{{.State.Status}}"_s, u"orvanel"_s};
     return command(docker, arguments, probeLimit);
 }
 
@@ -251,7 +251,7 @@ QCoro::Task<CommandResult> KumaController::runStop(QString docker) {
     if (hasCompose) {
         const std::optional<QString> state = co_await containerState(docker);
         if (state) {
-            const QStringList composeStop = composeArgs(QStringList(QStringLiteral("stop")));
+            const QStringList composeStop = composeArgs(QStringList(u"stop"_s));
             const CommandResult result = co_await command(docker, composeStop, stopLimit);
             // A container that compose has not made itself it leaves alone, and calls that a success.
             if (result.isSuccess()) {
@@ -262,7 +262,7 @@ QCoro::Task<CommandResult> KumaController::runStop(QString docker) {
             }
         }
     }
-    const QStringList plainStop{QStringLiteral("stop"), QStringLiteral("orvanel")};
+    const QStringList plainStop{u"stop"_s, u"orvanel"_s};
     const CommandResult result = co_await command(docker, plainStop, stopLimit);
     co_return result;
 }

@@ -8,6 +8,7 @@
 
 #include <exception>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace orvanel {
@@ -21,18 +22,18 @@ constexpr auto waitPause = 2s;
 constexpr int waitProbes = 10;
 
 QString cancelledOr(const CommandResult& result, const QString& message) {
-    return result.cancelled ? QStringLiteral("Cancelled.") : message;
+    return result.cancelled ? u"Cancelled."_s : message;
 }
 
 } // namespace
 
 void KumaController::installAndStartRuntime() {
-    runSetup(QStringLiteral("runtime installation"), [this](std::stop_token stop) { return performInstall(stop); });
+    runSetup(u"runtime installation"_s, [this](std::stop_token stop) { return performInstall(stop); });
 }
 
 void KumaController::startRuntime() {
     if (m_dockerPath.value()) {
-        runSetup(QStringLiteral("runtime start"), [this, docker = *m_dockerPath.value()](std::stop_token stop) {
+        runSetup(u"runtime start"_s, [this, docker = *m_dockerPath.value()](std::stop_token stop) {
             return startColimaIfNeeded(docker, stop);
         });
     }
@@ -83,7 +84,7 @@ QCoro::Task<void> KumaController::performInstall(std::stop_token stop) {
     m_composeAvailable = std::nullopt;
     const std::optional<QString> docker = m_env.findDocker(m_dockerOverride);
     if (!docker) {
-        m_error = OpError{QStringLiteral("The docker command line tool was not found after the install."), m_setupLog};
+        m_error = OpError{u"The docker command line tool was not found after the install."_s, m_setupLog};
         co_return;
     }
     m_dockerPath = docker;
@@ -92,50 +93,49 @@ QCoro::Task<void> KumaController::performInstall(std::stop_token stop) {
 
 /// Installs what is missing; false when that failed, with the reason published.
 QCoro::Task<bool> KumaController::installRuntime() {
-    if (m_env.findTool(QStringLiteral("colima")) && m_env.findDocker(m_dockerOverride)) {
+    if (m_env.findTool(u"colima"_s) && m_env.findDocker(m_dockerOverride)) {
         co_return true;
     }
-    const std::optional<QString> brew = m_env.findTool(QStringLiteral("brew"));
+    const std::optional<QString> brew = m_env.findTool(u"brew"_s);
     if (!brew) {
-        m_error = OpError{QStringLiteral("Homebrew is not installed, so the app cannot install Colima for you."), {}};
+        m_error = OpError{u"Homebrew is not installed, so the app cannot install Colima for you."_s, {}};
         co_return false;
     }
-    m_setupBusy = QStringLiteral("Installing Colima and Docker with Homebrew");
-    appendSetup(QStringLiteral("$ brew install colima docker\n"));
-    const QStringList arguments{QStringLiteral("install"), QStringLiteral("colima"), QStringLiteral("docker")};
+    m_setupBusy = u"Installing Colima and Docker with Homebrew"_s;
+    appendSetup(u"$ brew install colima docker\n"_s);
+    const QStringList arguments{u"install"_s, u"colima"_s, u"docker"_s};
     const CommandResult result = co_await setupCommand(*brew, arguments, installLimit);
     if (!result.isSuccess()) {
-        m_error = OpError{cancelledOr(result, QStringLiteral("Homebrew could not install Colima and Docker.")),
-                          result.output};
+        m_error = OpError{cancelledOr(result, u"Homebrew could not install Colima and Docker."_s), result.output};
         co_return false;
     }
     co_return true;
 }
 
 QCoro::Task<void> KumaController::startColimaIfNeeded(QString docker, std::stop_token stop) {
-    const QStringList info{QStringLiteral("info")};
+    const QStringList info{u"info"_s};
     const CommandResult probe = co_await command(docker, info, infoLimit);
     if (probe.isSuccess()) {
         publishReady(docker);
         co_await refresh(stop);
         co_return;
     }
-    const std::optional<QString> colima = m_env.findTool(QStringLiteral("colima"));
+    const std::optional<QString> colima = m_env.findTool(u"colima"_s);
     if (!colima) {
-        m_error = OpError{QStringLiteral("Colima is not installed."), probe.output};
+        m_error = OpError{u"Colima is not installed."_s, probe.output};
         co_return;
     }
-    m_setupBusy = QStringLiteral("Starting Colima (the first start downloads a small Linux VM)");
-    appendSetup(QStringLiteral("$ colima start\n"));
-    const QStringList arguments(QStringLiteral("start"));
+    m_setupBusy = u"Starting Colima (the first start downloads a small Linux VM)"_s;
+    appendSetup(u"$ colima start\n"_s);
+    const QStringList arguments(u"start"_s);
     const CommandResult start = co_await setupCommand(*colima, arguments, startLimit);
     if (!start.isSuccess()) {
-        m_error = OpError{cancelledOr(start, QStringLiteral("Colima could not start.")), start.output};
+        m_error = OpError{cancelledOr(start, u"Colima could not start."_s), start.output};
         co_return;
     }
     const bool answers = co_await waitForDaemon(docker, stop);
     if (!answers) {
-        m_error = OpError{QStringLiteral("Colima started but the Docker daemon is not answering."), start.output};
+        m_error = OpError{u"Colima started but the Docker daemon is not answering."_s, start.output};
         co_return;
     }
     publishReady(docker);
@@ -151,7 +151,7 @@ void KumaController::publishReady(const QString& docker) {
 
 /// A cancel only cuts the pauses short: the remaining probes run, because the runtime itself is started already.
 QCoro::Task<bool> KumaController::waitForDaemon(QString docker, std::stop_token stop) {
-    const QStringList ps(QStringLiteral("ps"));
+    const QStringList ps(u"ps"_s);
     for (int probes = 0; probes < waitProbes; ++probes) {
         const CommandResult probe = co_await command(docker, ps, waitProbeLimit);
         if (probe.isSuccess()) {

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 QString monitorSummary(const QList<MonitorRow>& monitors) {
     if (monitors.isEmpty()) {
-        return QStringLiteral("Uptime Kuma is running");
+        return u"Uptime Kuma is running"_s;
     }
     const auto count = [&](std::int64_t status) {
         return std::count_if(monitors.begin(), monitors.end(),
@@ -16,9 +18,9 @@ QString monitorSummary(const QList<MonitorRow>& monitors) {
     const auto down = count(0);
     const auto up = count(1);
     if (down == 0) {
-        return QStringLiteral("All %1 monitors up").arg(up);
+        return u"All %1 monitors up"_s.arg(up);
     }
-    return QStringLiteral("%1 down, %2 up").arg(down).arg(up);
+    return u"%1 down, %2 up"_s.arg(down).arg(up);
 }
 
 } // namespace
@@ -30,21 +32,21 @@ QString statusLineOf(const std::optional<QString>& busy, DockerState dockerState
     }
     switch (dockerState) {
     case DockerState::unknown:
-        return QStringLiteral("Checking Docker…");
+        return u"Checking Docker…"_s;
     case DockerState::missing:
-        return QStringLiteral("Docker is not installed");
+        return u"Docker is not installed"_s;
     case DockerState::notRunning:
-        return QStringLiteral("Docker is not running");
+        return u"Docker is not running"_s;
     case DockerState::ready:
         break;
     }
     switch (kuma) {
     case KumaState::stopped:
-        return QStringLiteral("Uptime Kuma is stopped");
+        return u"Uptime Kuma is stopped"_s;
     case KumaState::starting:
-        return QStringLiteral("Uptime Kuma is starting…");
+        return u"Uptime Kuma is starting…"_s;
     case KumaState::error:
-        return QStringLiteral("Uptime Kuma has a problem");
+        return u"Uptime Kuma has a problem"_s;
     case KumaState::running:
         break;
     }

@@ -7,6 +7,8 @@
 #include <exception>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -16,11 +18,11 @@ constexpr qsizetype longestTag = 128;
 Alert updateQuestion(const QString& version) {
     return {
         .style = Alert::Style::Information,
-        .message = QStringLiteral("Update Uptime Kuma to %1?").arg(shortened(version, longestTag)),
-        .informativeText = QStringLiteral("Your data is backed up first and never deleted. A major version change may "
-                                          "need Uptime Kuma's own migration, so read the release notes."),
-        .confirmButton = QStringLiteral("Update"),
-        .cancelButton = QStringLiteral("Cancel"),
+        .message = u"Update Uptime Kuma to %1?"_s.arg(shortened(version, longestTag)),
+        .informativeText = u"Your data is backed up first and never deleted. A major version change may "
+                           "need Uptime Kuma's own migration, so read the release notes."_s,
+        .confirmButton = u"Update"_s,
+        .cancelButton = u"Cancel"_s,
     };
 }
 
@@ -37,7 +39,7 @@ void KumaController::checkForUpdates() {
     }
     m_checkingUpdate = true;
     m_updateMessage = std::nullopt;
-    m_tasks.start(performCheck(), QStringLiteral("update check"));
+    m_tasks.start(performCheck(), u"update check"_s);
 }
 
 QCoro::Task<void> KumaController::performCheck() {
@@ -61,7 +63,7 @@ bool KumaController::majorChange() const {
 
 void KumaController::updateNow() {
     if (m_latestVersion.value()) {
-        m_tasks.start(askForUpdate(*m_latestVersion.value()), QStringLiteral("question about an update"));
+        m_tasks.start(askForUpdate(*m_latestVersion.value()), u"question about an update"_s);
     }
 }
 
@@ -69,8 +71,7 @@ QCoro::Task<void> KumaController::askForUpdate(QString version) {
     const Alert question = updateQuestion(version);
     const bool confirmed = co_await m_env.dialogs->confirm(question);
     if (confirmed) {
-        runOp(QStringLiteral("Updating…"),
-              [this, version](std::stop_token stop) { return performUpdate(version, stop); });
+        runOp(u"Updating…"_s, [this, version](std::stop_token stop) { return performUpdate(version, stop); });
     }
 }
 
@@ -80,8 +81,8 @@ QCoro::Task<void> KumaController::performUpdate(QString version, std::stop_token
     }
     const QString docker = *m_dockerPath.value();
     if (!isValidImageTag(version)) {
-        m_error = OpError{QStringLiteral("The new version's name cannot be an image tag, so nothing was changed."),
-                          QStringLiteral("The newest release is called \"%1\".").arg(version)};
+        m_error = OpError{u"The new version's name cannot be an image tag, so nothing was changed."_s,
+                          u"The newest release is called \"%1\"."_s.arg(version)};
         co_return;
     }
     const bool isBackedUp = co_await backUpBeforeUpdate();
@@ -108,7 +109,7 @@ QCoro::Task<void> KumaController::performUpdate(QString version, std::stop_token
         co_return;
     }
     m_tagChange.reset();
-    showOperation(QStringLiteral("Restarting with the new version…"));
+    showOperation(u"Restarting with the new version…"_s);
     const std::optional<QString> existing = co_await containerState(docker);
     const CommandResult up = co_await bringUp(docker, existing, true);
     if (!up.isSuccess()) {
@@ -121,17 +122,17 @@ QCoro::Task<bool> KumaController::backUpBeforeUpdate() {
     const DataTurns::Turn turn = co_await m_dataTurns.take();
     std::optional<BackupResult> backup;
     try {
-        const QString label = QStringLiteral("before-update");
+        const QString label = u"before-update"_s;
         backup = co_await m_env.autoBackup(dataDir(), backupsDir(), label);
     } catch (const std::exception& failure) {
-        m_error = OpError{QStringLiteral("The backup before the update failed, so nothing was changed."),
+        m_error = OpError{u"The backup before the update failed, so nothing was changed."_s,
                           QString::fromUtf8(failure.what())};
         co_return false;
     }
     // The new version may migrate the data at once: what it changes, only a good backup can bring back.
     if (backup && backup->databaseProblem) {
-        m_error = OpError{QStringLiteral("The backup before the update did not pass a check, so nothing was changed."),
-                          QStringLiteral("%1\n\nThe backup is\n%2").arg(*backup->databaseProblem, backup->path)};
+        m_error = OpError{u"The backup before the update did not pass a check, so nothing was changed."_s,
+                          u"%1\n\nThe backup is\n%2"_s.arg(*backup->databaseProblem, backup->path)};
         co_return false;
     }
     co_return true;
@@ -150,7 +151,7 @@ bool KumaController::pinTag(const QString& newTag) {
         return true;
     }
     const bool isStored = takeBackTag();
-    m_error = OpError{QStringLiteral("Could not write the compose file."), *failure};
+    m_error = OpError{u"Could not write the compose file."_s, *failure};
     if (!isStored) {
         tellOfUnstoredTag();
     }
@@ -173,10 +174,10 @@ bool KumaController::takeBackTag() {
 void KumaController::tellOfUnstoredTag() {
     OpError error = m_error.value().value_or(OpError());
     if (!error.details.isEmpty()) {
-        error.details += QStringLiteral("\n\n");
+        error.details += u"\n\n"_s;
     }
-    error.details += QStringLiteral("The old version's tag \"%1\" could not be stored: %2 could not be written.")
-                         .arg(m_imageTag, m_env.defaults->file());
+    error.details += u"The old version's tag \"%1\" could not be stored: %2 could not be written."_s.arg(
+        m_imageTag, m_env.defaults->file());
     m_error = error;
 }
 

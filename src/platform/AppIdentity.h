@@ -5,18 +5,20 @@
 /// The names by which the desktop knows this program; the installed desktop file, icon and metadata carry the same.
 namespace orvanel::identity {
 
+using namespace Qt::StringLiterals;
+
 inline QString applicationName() {
-    return QStringLiteral("Orvanel");
+    return u"Orvanel"_s;
 }
 
 /// Name of the desktop file without its suffix, and of the program on the session bus.
 inline QString desktopId() {
-    return QStringLiteral("io.github.orvanel.Orvanel");
+    return u"io.github.orvanel.Orvanel"_s;
 }
 
 /// Object path that belongs to the desktop id.
 inline QString busPath() {
-    return QStringLiteral("/io/github/orvanel/Orvanel");
+    return u"/io/github/orvanel/Orvanel"_s;
 }
 
 /// Name of the icon in the icon theme.

@@ -16,11 +16,13 @@
 #include <cerrno>
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 QString fileIn(const QString& folder) {
-    return QStringLiteral("%1/%2.desktop").arg(folder, identity::desktopId());
+    return u"%1/%2.desktop"_s.arg(folder, identity::desktopId());
 }
 
 // Also true for a link that leads nowhere: it hides the system's file as any other.
@@ -64,7 +66,7 @@ bool isMeantFor(const QStringList& desktops, const DesktopEntry& entry) {
 }
 
 void switchOn(DesktopEntry& entry, const QString& program, const QStringList& desktops) {
-    entry.setDefault("Type", QStringLiteral("Application"));
+    entry.setDefault("Type", u"Application"_s);
     entry.setDefault("Name", identity::applicationName());
     entry.setDefault("Icon", identity::iconName());
     if (!execNames(entry, program)) {
@@ -75,26 +77,26 @@ void switchOn(DesktopEntry& entry, const QString& program, const QStringList& de
         entry.remove("OnlyShowIn");
         entry.remove("NotShowIn");
     }
-    entry.setValue("Hidden", QStringLiteral("false"));
-    entry.setValue("X-GNOME-Autostart-enabled", QStringLiteral("true"));
+    entry.setValue("Hidden", u"false"_s);
+    entry.setValue("X-GNOME-Autostart-enabled", u"true"_s);
     // The status area should stand before its icon comes.
-    entry.setDefault("X-GNOME-Autostart-Delay", QStringLiteral("3"));
-    entry.setDefault("X-KDE-autostart-after", QStringLiteral("panel"));
-    entry.setDefault("X-LXQt-Need-Tray", QStringLiteral("true"));
+    entry.setDefault("X-GNOME-Autostart-Delay", u"3"_s);
+    entry.setDefault("X-KDE-autostart-after", u"panel"_s);
+    entry.setDefault("X-LXQt-Need-Tray", u"true"_s);
 }
 
 // Both keys, as some desktops read only the one and some only the other.
 void switchOff(DesktopEntry& entry) {
-    entry.setDefault("Type", QStringLiteral("Application"));
+    entry.setDefault("Type", u"Application"_s);
     entry.setDefault("Name", identity::applicationName());
-    entry.setValue("Hidden", QStringLiteral("true"));
-    entry.setValue("X-GNOME-Autostart-enabled", QStringLiteral("false"));
+    entry.setValue("Hidden", u"true"_s);
+    entry.setValue("X-GNOME-Autostart-enabled", u"false"_s);
 }
 
 } // namespace
 
 AutostartEntry::Places AutostartEntry::Places::ofThisUser() {
-    const QString below = QStringLiteral("/autostart");
+    const QString below = u"/autostart"_s;
     Places places{folders::configuration() + below, {}, qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':')};
     const QStringList all = QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation);
     for (const QString& folder : all.mid(1)) {
@@ -146,19 +148,19 @@ QString AutostartEntry::entryThatCounts() const {
 
 std::optional<QString> AutostartEntry::write(const QByteArray& content) const {
     if (!QDir().mkpath(m_places.userFolder)) {
-        return QStringLiteral("The folder %1 could not be made.").arg(m_places.userFolder);
+        return u"The folder %1 could not be made."_s.arg(m_places.userFolder);
     }
     // People link to the program's entry in the application menu: written through such a link, as QSaveFile would,
     // "Hidden" would hide the program there as well. A new file that takes the link's place leaves its target alone.
-    QTemporaryFile file(userFile() + QStringLiteral(".XXXXXX"));
+    QTemporaryFile file(userFile() + u".XXXXXX"_s);
     file.setAutoRemove(true);
     if (!file.open() || file.write(content) != content.size() || !file.flush() ||
         !file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther)) {
-        return QStringLiteral("The file %1 could not be written: %2.").arg(userFile(), file.errorString());
+        return u"The file %1 could not be written: %2."_s.arg(userFile(), file.errorString());
     }
     if (std::rename(QFile::encodeName(file.fileName()).constData(), QFile::encodeName(userFile()).constData()) != 0) {
         const QString reason = qt_error_string(errno);
-        return QStringLiteral("The file %1 could not be written: %2.").arg(userFile(), reason);
+        return u"The file %1 could not be written: %2."_s.arg(userFile(), reason);
     }
     file.setAutoRemove(false);
     return std::nullopt;

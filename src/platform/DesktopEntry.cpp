@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -35,28 +37,28 @@ QString unescaped(const QString& text) {
             continue;
         }
         const QChar code = text[++i];
-        const auto known = QStringLiteral("sntr\\").indexOf(code);
+        const auto known = u"sntr\\"_s.indexOf(code);
         if (known < 0) {
             result += u'\\';
             result += code;
         } else {
-            result += QStringLiteral(" \n\t\r\\")[known];
+            result += u" \n\t\r\\"_s[known];
         }
     }
     return result;
 }
 
 QString escaped(QString text) {
-    text.replace(u'\\', QStringLiteral("\\\\"));
-    text.replace(u'\n', QStringLiteral("\\n"));
-    text.replace(u'\t', QStringLiteral("\\t"));
-    text.replace(u'\r', QStringLiteral("\\r"));
+    text.replace(u'\\', u"\\\\"_s);
+    text.replace(u'\n', u"\\n"_s);
+    text.replace(u'\t', u"\\t"_s);
+    text.replace(u'\r', u"\\r"_s);
     if (text.startsWith(u' ')) {
-        text.replace(0, 1, QStringLiteral("\\s"));
+        text.replace(0, 1, u"\\s"_s);
     }
     // Blanks around a value do not belong to it.
     if (text.endsWith(u' ')) {
-        text.replace(text.size() - 1, 1, QStringLiteral("\\s"));
+        text.replace(text.size() - 1, 1, u"\\s"_s);
     }
     return text;
 }
@@ -102,11 +104,11 @@ QStringList DesktopEntry::list(const QByteArray& key) const {
 }
 
 bool DesktopEntry::isTrue(const QByteArray& key) const {
-    return value(key) == QStringLiteral("true");
+    return value(key) == u"true"_s;
 }
 
 bool DesktopEntry::isFalse(const QByteArray& key) const {
-    return value(key) == QStringLiteral("false");
+    return value(key) == u"false"_s;
 }
 
 void DesktopEntry::setValue(const QByteArray& key, const QString& value) {

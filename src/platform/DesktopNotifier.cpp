@@ -12,15 +12,17 @@
 #include <limits>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 /// More than any server shows of a title.
 constexpr qsizetype longestTitle = 200;
 
-const QString serverName = QStringLiteral("org.freedesktop.Notifications");
-const QString serverPath = QStringLiteral("/org/freedesktop/Notifications");
-const QString defaultAction = QStringLiteral("default");
+const QString serverName = u"org.freedesktop.Notifications"_s;
+const QString serverPath = u"/org/freedesktop/Notifications"_s;
+const QString defaultAction = u"default"_s;
 
 /// Nobody waits for the bus to tell who the server is.
 constexpr int noLimit = std::numeric_limits<int>::max();
@@ -31,16 +33,16 @@ QDBusMessage callTo(const QString& method) {
 
 bool meansNoServer(const QDBusError& error) {
     return error.type() == QDBusError::ServiceUnknown || error.type() == QDBusError::Disconnected ||
-           error.name().startsWith(QStringLiteral("org.freedesktop.DBus.Error.Spawn."));
+           error.name().startsWith(u"org.freedesktop.DBus.Error.Spawn."_s);
 }
 
 QVariantMap hints() {
     return {
-        {QStringLiteral("desktop-entry"), identity::desktopId()},
-        {QStringLiteral("urgency"), QVariant::fromValue<uchar>(1)},
-        {QStringLiteral("category"), QStringLiteral("network")},
+        {u"desktop-entry"_s, identity::desktopId()},
+        {u"urgency"_s, QVariant::fromValue<uchar>(1)},
+        {u"category"_s, u"network"_s},
         // What desktops play by default for a notification (Sound Naming standard).
-        {QStringLiteral("sound-name"), QStringLiteral("message-new-instant")},
+        {u"sound-name"_s, u"message-new-instant"_s},
     };
 }
 
@@ -82,11 +84,11 @@ void DesktopNotifier::listen() {
     }
     auto* watcher = new QDBusServiceWatcher(serverName, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &DesktopNotifier::onServerChanged);
-    m_bus.connect({}, serverPath, serverName, QStringLiteral("ActivationToken"), this,
+    m_bus.connect({}, serverPath, serverName, u"ActivationToken"_s, this,
                   SLOT(onActivationToken(uint, QString, QDBusMessage)));
-    m_bus.connect({}, serverPath, serverName, QStringLiteral("ActionInvoked"), this,
+    m_bus.connect({}, serverPath, serverName, u"ActionInvoked"_s, this,
                   SLOT(onActionInvoked(uint, QString, QDBusMessage)));
-    m_bus.connect({}, serverPath, serverName, QStringLiteral("NotificationClosed"), this,
+    m_bus.connect({}, serverPath, serverName, u"NotificationClosed"_s, this,
                   SLOT(onNotificationClosed(uint, uint, QDBusMessage)));
     askServer();
 }
@@ -94,9 +96,8 @@ void DesktopNotifier::listen() {
 // Answers cannot be relied on to tell who gave them (Qt 6.4 says it, 6.8 does not), so the bus is asked. It tells
 // before the server can have answered anything, and changes after that come after what it tells here.
 void DesktopNotifier::askServer() {
-    const QString bus = QStringLiteral("org.freedesktop.DBus");
-    auto call = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
-                                               QStringLiteral("GetNameOwner"));
+    const QString bus = u"org.freedesktop.DBus"_s;
+    auto call = QDBusMessage::createMethodCall(bus, u"/org/freedesktop/DBus"_s, bus, u"GetNameOwner"_s);
     call.setArguments({serverName});
     auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, noLimit), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, &DesktopNotifier::onServer);
@@ -127,7 +128,7 @@ void DesktopNotifier::askCapabilities() {
     if (m_capabilities || m_asking != nullptr) {
         return;
     }
-    const auto call = m_bus.asyncCall(callTo(QStringLiteral("GetCapabilities")), m_limit);
+    const auto call = m_bus.asyncCall(callTo(u"GetCapabilities"_s), m_limit);
     m_asking = new QDBusPendingCallWatcher(call, this);
     connect(m_asking, &QDBusPendingCallWatcher::finished, this, &DesktopNotifier::onCapabilities);
 }
@@ -156,14 +157,14 @@ void DesktopNotifier::onCapabilities(QDBusPendingCallWatcher* watcher) {
 
 void DesktopNotifier::send(const News& news) {
     const QStringList capabilities = m_capabilities.value_or(QStringList());
-    const bool hasMarkup = capabilities.contains(QStringLiteral("body-markup"));
-    const bool hasActions = capabilities.contains(QStringLiteral("actions"));
-    QDBusMessage call = callTo(QStringLiteral("Notify"));
+    const bool hasMarkup = capabilities.contains(u"body-markup"_s);
+    const bool hasActions = capabilities.contains(u"actions"_s);
+    QDBusMessage call = callTo(u"Notify"_s);
     call.setArguments({
         identity::applicationName(),
         uint(0), // replaces no other notification
         identity::iconName(), shortened(news.title, longestTitle), hasMarkup ? news.body.toHtmlEscaped() : news.body,
-        hasActions ? QStringList{defaultAction, QStringLiteral("Open")} : QStringList(), hints(),
+        hasActions ? QStringList{defaultAction, u"Open"_s} : QStringList(), hints(),
         -1, // shown as long as the server likes
     });
     auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, m_limit), this);

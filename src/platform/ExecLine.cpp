@@ -1,5 +1,7 @@
 #include "platform/ExecLine.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::execline {
 namespace {
 
@@ -27,9 +29,9 @@ struct Reader {
 } // namespace
 
 QString quoted(const QString& argument) {
-    QString result = QStringLiteral("\"");
+    QString result = u"\""_s;
     for (const QChar character : argument) {
-        if (QStringLiteral("\"`$\\").contains(character)) {
+        if (u"\"`$\\"_s.contains(character)) {
             result += u'\\';
         }
         if (character == u'%') {

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QStandardPaths>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::folders {
 namespace {
 
@@ -18,11 +20,11 @@ QString firstLocation(QStandardPaths::StandardLocation location) {
 } // namespace
 
 QString applicationSupport() {
-    return absoluteOr(firstLocation(QStandardPaths::GenericDataLocation), QStringLiteral("/.local/share"));
+    return absoluteOr(firstLocation(QStandardPaths::GenericDataLocation), u"/.local/share"_s);
 }
 
 QString configuration() {
-    return absoluteOr(firstLocation(QStandardPaths::GenericConfigLocation), QStringLiteral("/.config"));
+    return absoluteOr(firstLocation(QStandardPaths::GenericConfigLocation), u"/.config"_s);
 }
 
 } // namespace orvanel::folders

@@ -7,13 +7,15 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 QDBusMessage showItems(const QString& path) {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
-        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(u"org.freedesktop.FileManager1"_s, u"/org/freedesktop/FileManager1"_s,
+                                       u"org.freedesktop.FileManager1"_s, u"ShowItems"_s);
     const QString address = QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded);
     const QString startupId;
     call.setArguments({QStringList{address}, startupId});
@@ -33,7 +35,7 @@ FreedesktopDesktop::Opener FreedesktopDesktop::defaultOpener() {
 
 void FreedesktopDesktop::openAddress(const QUrl& address) {
     const QString scheme = address.scheme();
-    const bool isWeb = scheme == QStringLiteral("http") || scheme == QStringLiteral("https");
+    const bool isWeb = scheme == u"http"_s || scheme == u"https"_s;
     if (isWeb && address.isValid() && !address.host().isEmpty()) {
         m_open(address);
     }

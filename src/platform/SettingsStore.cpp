@@ -10,6 +10,8 @@
 #include <QSettings>
 #include <QTemporaryFile>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -21,7 +23,7 @@ enum class FileState { Missing, Good, Broken, Unusable };
 
 QString usersFile() {
     const QString name = identity::applicationName();
-    return QStringLiteral("%1/%2/%2.conf").arg(folders::configuration(), name);
+    return u"%1/%2/%2.conf"_s.arg(folders::configuration(), name);
 }
 
 bool isText(const QByteArray& content) {
@@ -85,7 +87,7 @@ QString withoutHalfPairs(QString text) {
 }
 
 bool moveAside(const QString& path) {
-    const QString broken = path + QStringLiteral(".broken");
+    const QString broken = path + u".broken"_s;
     QString target = broken;
     for (int number = 2; QFileInfo::exists(target) || QFileInfo(target).isSymLink(); ++number) {
         target = broken + QString::number(number);
@@ -117,10 +119,10 @@ QString SettingsStore::text(const QString& key, const QString& fallback) const {
 
 bool SettingsStore::boolean(const QString& key, bool fallback) const {
     const QString value = text(key, {}).toLower();
-    if (value == QStringLiteral("true") || value == QStringLiteral("1")) {
+    if (value == u"true"_s || value == u"1"_s) {
         return true;
     }
-    if (value == QStringLiteral("false") || value == QStringLiteral("0")) {
+    if (value == u"false"_s || value == u"0"_s) {
         return false;
     }
     return fallback;
@@ -135,7 +137,7 @@ bool SettingsStore::setText(const QString& key, const QString& value) {
 }
 
 bool SettingsStore::setBoolean(const QString& key, bool value) {
-    return set(key, value ? QStringLiteral("true") : QStringLiteral("false"));
+    return set(key, value ? u"true"_s : u"false"_s);
 }
 
 QString SettingsStore::file() const {

@@ -1,5 +1,7 @@
 #include "platform/ShortText.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 QString shortened(const QString& text, qsizetype longest) {
@@ -7,7 +9,7 @@ QString shortened(const QString& text, qsizetype longest) {
         return text;
     }
     const bool cutsCharacter = text[longest].isLowSurrogate();
-    return text.left(cutsCharacter ? longest - 1 : longest) + QStringLiteral("…");
+    return text.left(cutsCharacter ? longest - 1 : longest) + u"…"_s;
 }
 
 } // namespace orvanel

@@ -9,6 +9,8 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -17,8 +19,8 @@ constexpr std::chrono::milliseconds patienceWithLock{1000};
 // Above all that a copy may wait for before it ends: a container that comes up and its stop, with their own limits.
 constexpr std::chrono::minutes patienceWithLeaving{4};
 
-const QString tokenKey = QStringLiteral("activation-token");
-const QString startupIdKey = QStringLiteral("desktop-startup-id");
+const QString tokenKey = u"activation-token"_s;
+const QString startupIdKey = u"desktop-startup-id"_s;
 
 } // namespace
 
@@ -35,7 +37,7 @@ public:
     Q_SCRIPTABLE Q_SLOT void Activate(const QVariantMap& platformData) { // NOLINT(readability-identifier-naming)
         if (m_instance->m_isLeaving) {
             // The call was under way when the name was given up; whoever made it finds the name free now.
-            sendErrorReply(QDBusError::ServiceUnknown, QStringLiteral("Orvanel is leaving."));
+            sendErrorReply(QDBusError::ServiceUnknown, u"Orvanel is leaving."_s);
             return;
         }
         const QString token = platformData.value(tokenKey).toString();
@@ -68,7 +70,7 @@ SingleInstance::~SingleInstance() {
 }
 
 QString SingleInstance::usersLockFile() {
-    return QStringLiteral("%1/%2/.lock").arg(folders::applicationSupport(), identity::applicationName());
+    return u"%1/%2/.lock"_s.arg(folders::applicationSupport(), identity::applicationName());
 }
 
 SingleInstance::Outcome SingleInstance::start(const LaunchTokens& tokens) {
@@ -108,9 +110,8 @@ SingleInstance::Answer SingleInstance::activateRunning(const LaunchTokens& token
     if (!tokens.startupId.isEmpty()) {
         platformData.insert(startupIdKey, tokens.startupId);
     }
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(identity::desktopId(), identity::busPath(),
-                                       QStringLiteral("org.freedesktop.Application"), QStringLiteral("Activate"));
+    QDBusMessage call = QDBusMessage::createMethodCall(identity::desktopId(), identity::busPath(),
+                                                       u"org.freedesktop.Application"_s, u"Activate"_s);
     call.setArguments({platformData});
     // The bus may know how to start the program: that must not happen here, it would be a third copy.
     call.setAutoStartService(false);
@@ -126,9 +127,8 @@ void SingleInstance::leave() {
     m_lock.announceEnd();
     if (std::exchange(m_isRegistered, false)) {
         // Not by unregisterService(), which waits for the bus.
-        QDBusMessage call = QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReleaseName"));
+        QDBusMessage call = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                                           u"org.freedesktop.DBus"_s, u"ReleaseName"_s);
         call.setArguments({identity::desktopId()});
         m_bus.send(call);
     }

@@ -9,12 +9,14 @@
 #include <limits>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
-const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
-const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString watcherName = u"org.kde.StatusNotifierWatcher"_s;
+const QString watcherPath = u"/StatusNotifierWatcher"_s;
+const QString propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 
 // At login the panel may be busy for long; nobody waits for this answer, so there is no limit.
 constexpr int noLimit = std::numeric_limits<int>::max();
@@ -29,11 +31,11 @@ TrayHostWatcher::TrayHostWatcher(QDBusConnection bus)
     auto* service = new QDBusServiceWatcher(watcherName, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(service, &QDBusServiceWatcher::serviceOwnerChanged, this, &TrayHostWatcher::onServiceOwnerChanged);
     // Whoever sends these only makes us ask, so the sender is not named: that would wait for the bus.
-    m_bus.connect({}, watcherPath, watcherName, QStringLiteral("StatusNotifierHostRegistered"), this, SLOT(ask()));
-    m_bus.connect({}, watcherPath, watcherName, QStringLiteral("StatusNotifierHostUnregistered"), this, SLOT(ask()));
-    m_bus.connect({}, watcherPath, propertiesInterface, QStringLiteral("PropertiesChanged"), this, SLOT(ask()));
-    m_bus.connect({}, QStringLiteral("/org/freedesktop/DBus/Local"), QStringLiteral("org.freedesktop.DBus.Local"),
-                  QStringLiteral("Disconnected"), this, SLOT(onHostGone()));
+    m_bus.connect({}, watcherPath, watcherName, u"StatusNotifierHostRegistered"_s, this, SLOT(ask()));
+    m_bus.connect({}, watcherPath, watcherName, u"StatusNotifierHostUnregistered"_s, this, SLOT(ask()));
+    m_bus.connect({}, watcherPath, propertiesInterface, u"PropertiesChanged"_s, this, SLOT(ask()));
+    m_bus.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s, u"Disconnected"_s, this,
+                  SLOT(onHostGone()));
     ask();
 }
 
@@ -59,8 +61,8 @@ void TrayHostWatcher::onHostGone() {
 }
 
 void TrayHostWatcher::ask() {
-    auto call = QDBusMessage::createMethodCall(watcherName, watcherPath, propertiesInterface, QStringLiteral("Get"));
-    call.setArguments({watcherName, QStringLiteral("IsStatusNotifierHostRegistered")});
+    auto call = QDBusMessage::createMethodCall(watcherName, watcherPath, propertiesInterface, u"Get"_s);
+    call.setArguments({watcherName, u"IsStatusNotifierHostRegistered"_s});
     call.setAutoStartService(false);
     m_pending = new QDBusPendingCallWatcher(m_bus.asyncCall(call, noLimit), this);
     connect(m_pending, &QDBusPendingCallWatcher::finished, this, &TrayHostWatcher::onAnswer);

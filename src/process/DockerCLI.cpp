@@ -14,6 +14,8 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -32,7 +34,7 @@ QString homeFolder() {
     if (found != nullptr && found->pw_dir != nullptr && *found->pw_dir != '\0') {
         return QFile::decodeName(found->pw_dir);
     }
-    return qEnvironmentVariable("HOME", QStringLiteral("/"));
+    return qEnvironmentVariable("HOME", u"/"_s);
 }
 
 bool isExecutableFile(const QString& path) {
@@ -77,20 +79,20 @@ bool containsAny(const QString& text, const QStringList& phrases) {
 
 QStringList DockerCLI::searchFolders() {
     const QString root = toolRoot();
-    return {root + QStringLiteral("/usr/local/bin"), root + QStringLiteral("/opt/homebrew/bin"),
-            root + QStringLiteral("/Applications/Docker.app/Contents/Resources/bin")};
+    return {root + u"/usr/local/bin"_s, root + u"/opt/homebrew/bin"_s,
+            root + u"/Applications/Docker.app/Contents/Resources/bin"_s};
 }
 
 QMap<QString, QString> DockerCLI::environment() {
     QMap<QString, QString> environment;
-    environment[QStringLiteral("PATH")] = searchFolders().join(u':') + QStringLiteral(":/usr/bin:/bin:/usr/sbin:/sbin");
-    environment[QStringLiteral("HOME")] = homeFolder();
+    environment[u"PATH"_s] = searchFolders().join(u':') + u":/usr/bin:/bin:/usr/sbin:/sbin"_s;
+    environment[u"HOME"_s] = homeFolder();
     for (const char* name : {"USER", "TMPDIR", "LANG"}) {
         if (qEnvironmentVariableIsSet(name)) {
             environment[QString::fromLatin1(name)] = qEnvironmentVariable(name);
         }
     }
-    environment[QStringLiteral("DOCKER_CLI_HINTS")] = QStringLiteral("false");
+    environment[u"DOCKER_CLI_HINTS"_s] = u"false"_s;
     return environment;
 }
 
@@ -99,7 +101,7 @@ std::optional<QString> DockerCLI::find(const QString& override) {
     if (!chosen.isEmpty() && isExecutableFile(chosen)) {
         return chosen;
     }
-    return findTool(QStringLiteral("docker"));
+    return findTool(u"docker"_s);
 }
 
 std::optional<QString> DockerCLI::findTool(const QString& name) {
@@ -112,8 +114,8 @@ std::optional<QString> DockerCLI::findTool(const QString& name) {
 
 std::optional<QString> DockerCLI::findOutsideSearchFolders() {
     const QString root = toolRoot();
-    return firstExecutable({root + QStringLiteral("/usr/bin/docker"), root + QStringLiteral("/snap/bin/docker"),
-                            root + homeFolder() + QStringLiteral("/.docker/bin/docker")});
+    return firstExecutable(
+        {root + u"/usr/bin/docker"_s, root + u"/snap/bin/docker"_s, root + homeFolder() + u"/.docker/bin/docker"_s});
 }
 
 bool DockerCLI::isPortFree(int port) {
@@ -126,33 +128,33 @@ bool DockerCLI::isPortFreeForListening(int port) {
 
 QString DockerCLI::friendlyMessage(const QString& output, bool timedOut) {
     static const QStringList portPhrases{
-        QStringLiteral("port is already allocated"),
-        QStringLiteral("address already in use"),
-        QStringLiteral("ports are not available"),
+        u"port is already allocated"_s,
+        u"address already in use"_s,
+        u"ports are not available"_s,
     };
     static const QStringList networkPhrases{
-        QStringLiteral("no such host"),           QStringLiteral("dial tcp"),
-        QStringLiteral("tls handshake"),          QStringLiteral("i/o timeout"),
-        QStringLiteral("network is unreachable"), QStringLiteral("temporary failure in name resolution"),
-        QStringLiteral("failed to resolve"),      QStringLiteral("failed to do request"),
+        u"no such host"_s,           u"dial tcp"_s,
+        u"tls handshake"_s,          u"i/o timeout"_s,
+        u"network is unreachable"_s, u"temporary failure in name resolution"_s,
+        u"failed to resolve"_s,      u"failed to do request"_s,
     };
     if (timedOut) {
-        return QStringLiteral("Docker did not answer in time.");
+        return u"Docker did not answer in time."_s;
     }
     const QString text = output.toLower();
     if (containsAny(text, portPhrases)) {
-        return QStringLiteral("The port is already in use by another program.");
+        return u"The port is already in use by another program."_s;
     }
-    if (text.contains(QStringLiteral("no space left"))) {
-        return QStringLiteral("Your disk is full. Free some space and try again.");
+    if (text.contains(u"no space left"_s)) {
+        return u"Your disk is full. Free some space and try again."_s;
     }
     if (containsAny(text, networkPhrases)) {
-        return QStringLiteral("Docker could not reach the internet to download the image. Check your connection.");
+        return u"Docker could not reach the internet to download the image. Check your connection."_s;
     }
-    if (text.contains(QStringLiteral("cannot connect to the docker daemon"))) {
-        return QStringLiteral("Docker is not running.");
+    if (text.contains(u"cannot connect to the docker daemon"_s)) {
+        return u"Docker is not running."_s;
     }
-    return QStringLiteral("Docker reported an error.");
+    return u"Docker reported an error."_s;
 }
 
 QCoro::Task<CommandResult> DockerCLI::run(QString path, QStringList arguments, std::chrono::duration<double> timeout,

@@ -6,6 +6,8 @@
 #include <limits>
 #include <system_error>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -27,7 +29,7 @@ std::chrono::milliseconds toMilliseconds(std::chrono::duration<double> timeout) 
 
 CommandResult couldNotRun(const QString& path, int error) {
     const QString reason = QString::fromStdString(std::system_category().message(error));
-    return {.status = -1, .output = QStringLiteral("Could not run ") + path + QStringLiteral(": ") + reason};
+    return {.status = -1, .output = u"Could not run "_s + path + u": "_s + reason};
 }
 
 CommandResult cancelledBeforeStart() {

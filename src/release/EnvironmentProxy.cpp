@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -17,38 +19,38 @@ QString value(const QProcessEnvironment& environment, const QString& name) {
 
 /// A web server's scripts find a request's header "Proxy" in HTTP_PROXY: nobody trusts that one.
 QString proxyText(const QString& scheme, const QProcessEnvironment& environment) {
-    const QString own = scheme == QStringLiteral("http") ? environment.value(QStringLiteral("http_proxy")).trimmed()
-                                                         : value(environment, QStringLiteral("https_proxy"));
-    return own.isEmpty() ? value(environment, QStringLiteral("all_proxy")) : own;
+    const QString own =
+        scheme == u"http"_s ? environment.value(u"http_proxy"_s).trimmed() : value(environment, u"https_proxy"_s);
+    return own.isEmpty() ? value(environment, u"all_proxy"_s) : own;
 }
 
 bool isThisMachine(const QString& host) {
     QHostAddress address;
-    return host == QStringLiteral("localhost") || (address.setAddress(host) && address.isLoopback());
+    return host == u"localhost"_s || (address.setAddress(host) && address.isLoopback());
 }
 
 /// "example.org" and ".example.org" both stand for the domain and all below it; a port narrows it down.
 bool isExempt(const QUrl& address, const QString& exemption) {
-    if (exemption == QStringLiteral("*")) {
+    if (exemption == u"*"_s) {
         return true;
     }
-    const qsizetype dot = exemption.startsWith(QLatin1Char('.')) ? 1 : 0;
-    const QUrl parts(QStringLiteral("//") + exemption.mid(dot).toLower());
-    if (parts.port() > 0 && parts.port() != address.port(address.scheme() == QStringLiteral("https") ? 443 : 80)) {
+    const qsizetype dot = exemption.startsWith(u'.') ? 1 : 0;
+    const QUrl parts(u"//"_s + exemption.mid(dot).toLower());
+    if (parts.port() > 0 && parts.port() != address.port(address.scheme() == u"https"_s ? 443 : 80)) {
         return false;
     }
     const QString domain = parts.host();
-    return !domain.isEmpty() && (address.host() == domain || address.host().endsWith(QLatin1Char('.') + domain));
+    return !domain.isEmpty() && (address.host() == domain || address.host().endsWith(u'.' + domain));
 }
 
 QNetworkProxy proxyOf(const QString& text) {
-    const bool hasScheme = text.contains(QStringLiteral("://"));
-    const QUrl url(hasScheme ? text : QStringLiteral("http://") + text);
+    const bool hasScheme = text.contains(u"://"_s);
+    const QUrl url(hasScheme ? text : u"http://"_s + text);
     if (!url.isValid() || url.host().isEmpty()) {
         return QNetworkProxy::NoProxy;
     }
-    const bool isSocks = url.scheme() == QStringLiteral("socks5") || url.scheme() == QStringLiteral("socks5h");
-    if (!isSocks && url.scheme() != QStringLiteral("http")) {
+    const bool isSocks = url.scheme() == u"socks5"_s || url.scheme() == u"socks5h"_s;
+    if (!isSocks && url.scheme() != u"http"_s) {
         return QNetworkProxy::NoProxy;
     }
     const auto port = static_cast<quint16>(url.port(isSocks ? socksPort : httpPort));
@@ -63,9 +65,8 @@ QNetworkProxy environmentProxy(const QUrl& address, const QProcessEnvironment& e
     if (text.isEmpty() || isThisMachine(address.host())) {
         return QNetworkProxy::NoProxy;
     }
-    const QString exemptions =
-        value(environment, QStringLiteral("no_proxy")).replace(QLatin1Char(' '), QLatin1Char(','));
-    const QStringList list = exemptions.split(QLatin1Char(','), Qt::SkipEmptyParts);
+    const QString exemptions = value(environment, u"no_proxy"_s).replace(u' ', u',');
+    const QStringList list = exemptions.split(u',', Qt::SkipEmptyParts);
     const auto covers = [&](const QString& exemption) { return isExempt(address, exemption); };
     return std::any_of(list.begin(), list.end(), covers) ? QNetworkProxy(QNetworkProxy::NoProxy) : proxyOf(text);
 }

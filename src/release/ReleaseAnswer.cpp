@@ -3,21 +3,23 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 ReleaseError statusError(int status) {
-    return {QStringLiteral("Could not check for updates (HTTP %1).").arg(status)};
+    return {u"Could not check for updates (HTTP %1)."_s.arg(status)};
 }
 
 QString withoutV(const QString& tag) {
-    return tag.startsWith(QLatin1Char('v')) ? tag.mid(1) : tag;
+    return tag.startsWith(u'v') ? tag.mid(1) : tag;
 }
 
 } // namespace
 
 ReleaseError transferError(const QString& description) {
-    return {QStringLiteral("Could not check for updates: ") + description};
+    return {u"Could not check for updates: "_s + description};
 }
 
 ReleaseResult readRelease(int status, const QByteArray& body) {
@@ -27,7 +29,7 @@ ReleaseResult readRelease(int status, const QByteArray& body) {
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(body, &error);
     if (error.error != QJsonParseError::NoError) {
-        return transferError(QStringLiteral("the answer is not valid JSON (%1).").arg(error.errorString()));
+        return transferError(u"the answer is not valid JSON (%1)."_s.arg(error.errorString()));
     }
     const QJsonObject release = document.object();
     const QJsonValue tag = release[u"tag_name"];

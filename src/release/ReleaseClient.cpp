@@ -6,6 +6,8 @@
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -41,7 +43,7 @@ QCoro::Task<ReleaseResult> resultOf(Event<ReleaseResult> ended) {
 } // namespace
 
 QUrl ReleaseClient::projectEndpoint() {
-    return QUrl(QStringLiteral("https://api.github.com/repos/louislam/uptime-kuma/releases/latest"));
+    return QUrl(u"https://api.github.com/repos/louislam/uptime-kuma/releases/latest"_s);
 }
 
 ReleaseClient::ReleaseClient(Clock& clock, QUrl endpoint)

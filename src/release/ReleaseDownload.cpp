@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace orvanel {
@@ -22,7 +23,7 @@ bool isRedirectRefused(QNetworkReply::NetworkError error) {
 
 QString descriptionOf(const QNetworkReply& reply) {
     const QString text = reply.errorString();
-    return text.endsWith(QLatin1Char('.')) ? text : text + QLatin1Char('.');
+    return text.endsWith(u'.') ? text : text + u'.';
 }
 
 } // namespace
@@ -30,7 +31,7 @@ QString descriptionOf(const QNetworkReply& reply) {
 ReleaseDownload::ReleaseDownload(QNetworkReply* reply, Clock& clock, QObject* parent)
     : QObject(parent)
     , m_reply(reply)
-    , m_limit(clock.callAfter(limit, [this] { end(transferError(QStringLiteral("the request timed out."))); })) {
+    , m_limit(clock.callAfter(limit, [this] { end(transferError(u"the request timed out."_s)); })) {
     m_reply->setReadBufferSize(readAtOnce);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &ReleaseDownload::look);
     connect(m_reply, &QNetworkReply::readyRead, this, &ReleaseDownload::look);
@@ -41,14 +42,14 @@ ReleaseDownload::ReleaseDownload(QNetworkReply* reply, Clock& clock, QObject* pa
 }
 
 ReleaseDownload::~ReleaseDownload() {
-    m_ended.complete(transferError(QStringLiteral("the request was cancelled.")));
+    m_ended.complete(transferError(u"the request was cancelled."_s));
 }
 
 void ReleaseDownload::look() {
     m_body += m_reply->readAll();
     const qint64 announced = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
     if (std::max(announced, qint64(m_body.size())) > longestAnswer) {
-        end(transferError(QStringLiteral("the answer is too large.")));
+        end(transferError(u"the answer is too large."_s));
     }
 }
 

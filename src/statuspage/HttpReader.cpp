@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -12,11 +14,11 @@ HttpResult notHttp() {
 }
 
 HttpResult garbled() {
-    return HttpFailure{QStringLiteral("the answer is garbled.")};
+    return HttpFailure{u"the answer is garbled."_s};
 }
 
 HttpResult tooLarge() {
-    return HttpFailure{QStringLiteral("the answer is too large.")};
+    return HttpFailure{u"the answer is too large."_s};
 }
 
 bool isDigit(char c) {
@@ -60,7 +62,7 @@ HttpResult HttpReader::end() {
     if (m_part == Part::Body && !m_missing) {
         return HttpAnswer{m_status, m_body};
     }
-    return HttpFailure{QStringLiteral("the server closed the connection.")};
+    return HttpFailure{u"the server closed the connection."_s};
 }
 
 HttpReader::Result HttpReader::read(QByteArrayView line) {

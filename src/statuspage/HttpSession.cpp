@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 // Why not QNetworkAccessManager: a server that sends headers without end keeps its thread in a loop that nothing ends,
 // it sends a request again by itself when the connection breaks, takes "." and ".." out of paths, tells a server that
 // does not speak HTTP and one that closes at once with the same word, and lets go of a connection only by waiting for
@@ -27,12 +29,12 @@ QByteArray requestFor(quint16 port, const QByteArray& path) {
 }
 
 HttpFailure cancelled() {
-    return {QStringLiteral("the request was cancelled.")};
+    return {u"the request was cancelled."_s};
 }
 
 HttpFailure failureOf(const QTcpSocket& socket) {
     if (socket.error() == QAbstractSocket::ConnectionRefusedError) {
-        return {QStringLiteral("the connection was refused.")};
+        return {u"the connection was refused."_s};
     }
     const QString text = socket.errorString();
     return {text.endsWith(u'.') ? text : text + u'.'};
@@ -76,7 +78,7 @@ private:
         using std::chrono::milliseconds;
         const auto rest = std::chrono::ceil<milliseconds>(m_end - m_clock.now());
         const auto wait = std::clamp(rest, milliseconds(0), m_terms.silence);
-        m_timer = m_clock.callAfter(wait, [this] { end(HttpFailure{QStringLiteral("the request timed out.")}); });
+        m_timer = m_clock.callAfter(wait, [this] { end(HttpFailure{u"the request timed out."_s}); });
     }
 
     void onBytes() {

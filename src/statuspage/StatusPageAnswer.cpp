@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -63,7 +65,7 @@ public:
     }
 
     std::optional<double> uptime24(std::int64_t id) const {
-        const QJsonValue uptime = m_uptimes[QString::number(id) + QStringLiteral("_24")];
+        const QJsonValue uptime = m_uptimes[QString::number(id) + u"_24"_s];
         return uptime.isDouble() ? std::optional(uptime.toDouble()) : std::nullopt;
     }
 
@@ -82,7 +84,7 @@ std::optional<MonitorRow> rowOf(const QJsonObject& monitor, const QString& group
     const LatestBeat beat = heartbeats.latest(*id);
     return MonitorRow{
         .id = *id,
-        .name = name.isString() ? name.toString() : QStringLiteral("Monitor %1").arg(*id),
+        .name = name.isString() ? name.toString() : u"Monitor %1"_s.arg(*id),
         .group = group,
         .status = beat.status,
         .ping = beat.ping,
@@ -94,15 +96,15 @@ std::optional<MonitorRow> rowOf(const QJsonObject& monitor, const QString& group
 
 JsonResult readJson(const HttpResult& result) {
     if (const auto* failure = std::get_if<HttpFailure>(&result)) {
-        return StatusPageError{QStringLiteral("Could not read the status page: ") + failure->description};
+        return StatusPageError{u"Could not read the status page: "_s + failure->description};
     }
     const auto& answer = std::get<HttpAnswer>(result);
     if (answer.status != 200) {
-        return StatusPageError{QStringLiteral("Could not read the status page (HTTP %1).").arg(answer.status)};
+        return StatusPageError{u"Could not read the status page (HTTP %1)."_s.arg(answer.status)};
     }
     const QJsonDocument document = QJsonDocument::fromJson(answer.body);
     if (document.isNull()) {
-        return StatusPageError{QStringLiteral("Could not read the status page (HTTP 200, unexpected answer).")};
+        return StatusPageError{u"Could not read the status page (HTTP 200, unexpected answer)."_s};
     }
     return document;
 }
@@ -110,8 +112,7 @@ JsonResult readJson(const HttpResult& result) {
 StatusPageResult readStatusPage(const QJsonDocument& page, const QJsonDocument& heartbeats, const QString& slug) {
     const auto groups = arrayOfObjects(page[u"publicGroupList"]);
     if (!groups || !heartbeats.isObject()) {
-        return StatusPageError{
-            QStringLiteral("Could not read the status page (HTTP 200, the answer has an unexpected shape).")};
+        return StatusPageError{u"Could not read the status page (HTTP 200, the answer has an unexpected shape)."_s};
     }
     Heartbeats beats(heartbeats.object());
     StatusPageData data{.title = page[u"config"][u"title"].toString(slug), .monitors = {}};

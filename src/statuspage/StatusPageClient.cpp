@@ -8,6 +8,8 @@
 
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -63,7 +65,7 @@ QCoro::Task<StatusPageResult> readPage(std::shared_ptr<HttpSession> session, qui
 }
 
 QCoro::Task<StatusPageResult> slugIsNotValid() {
-    co_return StatusPageError{QStringLiteral("Could not read the status page: the slug is not valid.")};
+    co_return StatusPageError{u"Could not read the status page: the slug is not valid."_s};
 }
 
 QCoro::Task<bool> no() {

@@ -7,6 +7,8 @@
 #include <exception>
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 struct TaskScope::State {
@@ -58,7 +60,7 @@ QCoro::Task<void> TaskScope::own(std::shared_ptr<State> state, QCoro::Task<void>
     } catch (const std::exception& error) {
         state->report(name, QString::fromUtf8(error.what()));
     } catch (...) {
-        state->report(name, QStringLiteral("an error of unknown kind"));
+        state->report(name, u"an error of unknown kind"_s);
     }
     state->ended();
 }

@@ -6,17 +6,19 @@
 
 #include <QHBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 BusyCard::BusyCard(ViewContext context, QWidget* parent)
-    : Card(QStringLiteral("Operation in progress"), parent)
+    : Card(u"Operation in progress"_s, parent)
     , m_context(context)
     , m_text(new TextLabel(TextStyle::body)) {
     auto* row = new QHBoxLayout;
     row->setSpacing(spacing::related);
     row->addWidget(new Spinner);
     row->addWidget(m_text, 1);
-    addButton(row, QStringLiteral("Cancel"), [context] { context.controller.cancelOperation(); });
+    addButton(row, u"Cancel"_s, [context] { context.controller.cancelOperation(); });
     column()->addLayout(row);
 }
 

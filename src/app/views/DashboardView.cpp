@@ -19,13 +19,15 @@
 #include <algorithm>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 /// No status page is chosen. Line breaks do not count as blanks here.
 bool isBlank(const QString& slug) {
     return std::all_of(slug.begin(), slug.end(),
-                       [](QChar c) { return c == QLatin1Char('\t') || c.category() == QChar::Separator_Space; });
+                       [](QChar c) { return c == u'\t' || c.category() == QChar::Separator_Space; });
 }
 
 } // namespace
@@ -51,15 +53,15 @@ DashboardView::DashboardView(ViewContext context, QWidget* parent)
 ButtonRow* DashboardView::makeControls() {
     const ViewContext context = m_context;
     auto* row = new ButtonRow;
-    m_openDashboard = addDefaultButton(row, QStringLiteral("Open dashboard"),
+    m_openDashboard = addDefaultButton(row, u"Open dashboard"_s,
                                        [context] { context.desktop.openAddress(context.controller.dashboardURL()); });
-    addButton(row, QStringLiteral("Stop"), [context] { context.controller.stop(); });
-    addButton(row, QStringLiteral("Restart"), [context] { context.controller.restart(); });
-    addButton(row, QStringLiteral("Logs"), [context] { context.openWindow(windowId::logs()); });
-    QMenu* const backup = addMenuButton(row, QStringLiteral("Backup"));
-    addMenuEntry(backup, QStringLiteral("Back up now…"), [context] { context.controller.backUpNow(); });
-    addMenuEntry(backup, QStringLiteral("Restore…"), [context] { context.controller.restoreBackup(); });
-    addButton(row, QStringLiteral("Settings"), [context] { context.openWindow(windowId::settings()); });
+    addButton(row, u"Stop"_s, [context] { context.controller.stop(); });
+    addButton(row, u"Restart"_s, [context] { context.controller.restart(); });
+    addButton(row, u"Logs"_s, [context] { context.openWindow(windowId::logs()); });
+    QMenu* const backup = addMenuButton(row, u"Backup"_s);
+    addMenuEntry(backup, u"Back up now…"_s, [context] { context.controller.backUpNow(); });
+    addMenuEntry(backup, u"Restore…"_s, [context] { context.controller.restoreBackup(); });
+    addButton(row, u"Settings"_s, [context] { context.openWindow(windowId::settings()); });
     return row;
 }
 

@@ -9,28 +9,28 @@
 
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 DockerMissingCard::DockerMissingCard(ViewContext context, QWidget* parent)
-    : Card(QStringLiteral("Docker is not installed"), parent)
+    : Card(u"Docker is not installed"_s, parent)
     , m_context(context) {
-    addHeading(Symbol::Kind::box, TextStyle::title3, QStringLiteral("Docker is not installed"));
-    addText(TextStyle::body,
-            QStringLiteral("Orvanel runs Uptime Kuma inside Docker, using Colima, a free headless runtime with no "
-                           "desktop app. One click installs Colima and the Docker command line tool with Homebrew "
-                           "(brew install colima docker) and starts them."));
+    addHeading(Symbol::Kind::box, TextStyle::title3, u"Docker is not installed"_s);
+    addText(TextStyle::body, u"Orvanel runs Uptime Kuma inside Docker, using Colima, a free headless runtime with no "
+                             "desktop app. One click installs Colima and the Docker command line tool with Homebrew "
+                             "(brew install colima docker) and starts them."_s);
     m_foundRow = makeFoundRow();
     column()->addWidget(m_foundRow);
-    m_homebrewIsNeeded =
-        addText(TextStyle::body, QStringLiteral("Homebrew is needed for the one-click install and was not found."));
+    m_homebrewIsNeeded = addText(TextStyle::body, u"Homebrew is needed for the one-click install and was not found."_s);
     m_homebrewIsNeeded->setMeaning(Meaning::pending);
 
     ButtonRow* const row = addButtonRow();
-    m_install = addDefaultButton(row, QStringLiteral("Install Colima and Docker"),
+    m_install = addDefaultButton(row, u"Install Colima and Docker"_s,
                                  [context] { context.controller.installAndStartRuntime(); });
     m_getHomebrew = addGetHomebrewButton(row, context);
-    addButton(row, QStringLiteral("Check again"), [context] { context.controller.recheck(); });
-    addButton(row, QStringLiteral("Settings"), [context] { context.openWindow(windowId::settings()); });
+    addButton(row, u"Check again"_s, [context] { context.controller.recheck(); });
+    addButton(row, u"Settings"_s, [context] { context.openWindow(windowId::settings()); });
 }
 
 QWidget* DockerMissingCard::makeFoundRow() {
@@ -42,7 +42,7 @@ QWidget* DockerMissingCard::makeFoundRow() {
     lines->addWidget(m_foundText);
     auto* row = new ButtonRow;
     lines->addLayout(row);
-    addButton(row, QStringLiteral("Use it"), [this] { useFoundTool(); });
+    addButton(row, u"Use it"_s, [this] { useFoundTool(); });
     return found;
 }
 
@@ -62,7 +62,7 @@ void DockerMissingCard::render() {
     setShown(m_getHomebrew, !hasHomebrew);
 
     const std::optional<QString> found = m_context.controller.dockerElsewhere();
-    m_foundText->setOutsideText(QStringLiteral("A docker tool was found at %1.").arg(found.value_or(QString())));
+    m_foundText->setOutsideText(u"A docker tool was found at %1."_s.arg(found.value_or(QString())));
     setShown(m_foundRow, found.has_value());
 }
 

@@ -11,39 +11,39 @@
 
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
 QString explanation(bool hasColima) {
     if (hasColima) {
-        return QStringLiteral("The docker command line tool is installed, but the Colima runtime is not started.");
+        return u"The docker command line tool is installed, but the Colima runtime is not started."_s;
     }
-    return QStringLiteral("The docker command line tool is installed, but no Docker runtime answers. One click "
-                          "installs and starts Colima, a free headless runtime. If you run another runtime, start it "
-                          "and press Check again.");
+    return u"The docker command line tool is installed, but no Docker runtime answers. One click "
+           "installs and starts Colima, a free headless runtime. If you run another runtime, start it "
+           "and press Check again."_s;
 }
 
 } // namespace
 
 DockerNotRunningCard::DockerNotRunningCard(ViewContext context, QWidget* parent)
-    : Card(QStringLiteral("Docker is not running"), parent)
+    : Card(u"Docker is not running"_s, parent)
     , m_context(context)
     , m_details(new DetailsSection) {
-    addHeading(Symbol::Kind::warningTriangle, TextStyle::title3, QStringLiteral("Docker is not running"));
+    addHeading(Symbol::Kind::warningTriangle, TextStyle::title3, u"Docker is not running"_s);
     m_explanation = addText(TextStyle::body);
-    m_permission = addText(TextStyle::body,
-                           QStringLiteral("Docker refused: you are not in the group “docker” yet. Join it, then log "
-                                          "out and in again."));
+    m_permission = addText(TextStyle::body, u"Docker refused: you are not in the group “docker” yet. Join it, then log "
+                                            "out and in again."_s);
     m_permission->setMeaning(Meaning::pending);
 
     ButtonRow* const row = addButtonRow();
-    m_startColima =
-        addDefaultButton(row, QStringLiteral("Start Colima"), [context] { context.controller.startRuntime(); });
-    m_installColima = addDefaultButton(row, QStringLiteral("Install Colima"),
-                                       [context] { context.controller.installAndStartRuntime(); });
+    m_startColima = addDefaultButton(row, u"Start Colima"_s, [context] { context.controller.startRuntime(); });
+    m_installColima =
+        addDefaultButton(row, u"Install Colima"_s, [context] { context.controller.installAndStartRuntime(); });
     m_getHomebrew = addGetHomebrewButton(row, context);
-    addButton(row, QStringLiteral("Check again"), [context] { context.controller.recheck(); });
-    addButton(row, QStringLiteral("Settings"), [context] { context.openWindow(windowId::settings()); });
+    addButton(row, u"Check again"_s, [context] { context.controller.recheck(); });
+    addButton(row, u"Settings"_s, [context] { context.openWindow(windowId::settings()); });
     column()->addWidget(m_details);
 }
 

@@ -9,10 +9,12 @@
 
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
-    : Card(QStringLiteral("Error"), parent)
+    : Card(u"Error"_s, parent)
     , m_context(context)
     , m_details(new DetailsSection) {
     // The only kind of thing that screen readers read out by themselves, with the labels in it, when it comes into
@@ -35,7 +37,7 @@ void ErrorCard::render() {
 
     const std::optional<int> port = controller.suggestedPort();
     if (port) {
-        setButtonText(m_usePort, QStringLiteral("Use port %1 instead and start").arg(*port));
+        setButtonText(m_usePort, u"Use port %1 instead and start"_s.arg(*port));
     }
     setShown(m_usePort, port.has_value());
 

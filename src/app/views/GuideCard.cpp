@@ -10,6 +10,8 @@
 #include <QKeyEvent>
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -26,11 +28,11 @@ const char* const steps[] = {
 } // namespace
 
 GuideCard::GuideCard(ViewContext context, QWidget* parent)
-    : Card(QStringLiteral("Show my monitors here"), parent)
+    : Card(u"Show my monitors here"_s, parent)
     , m_context(context)
     , m_explanation(makeExplanation())
     , m_slug(makeField()) {
-    auto* label = new TextLabel(TextStyle::body, QStringLiteral("4. Enter the slug:"));
+    auto* label = new TextLabel(TextStyle::body, u"4. Enter the slug:"_s);
     label->setWordWrap(false);
     auto* row = new QHBoxLayout;
     row->setSpacing(spacing::related);
@@ -46,11 +48,11 @@ QWidget* GuideCard::makeExplanation() {
     auto* lines = new QVBoxLayout(explanation);
     lines->setContentsMargins({});
     lines->setSpacing(spacing::parts);
-    lines->addWidget(new TextLabel(TextStyle::title3, QStringLiteral("Show my monitors here")));
-    lines->addWidget(new TextLabel(
-        TextStyle::callout, QStringLiteral("Uptime Kuma keeps monitors behind a login, and this app never asks for "
-                                           "your password. It can only read monitors that are on a public status "
-                                           "page.")));
+    lines->addWidget(new TextLabel(TextStyle::title3, u"Show my monitors here"_s));
+    lines->addWidget(new TextLabel(TextStyle::callout,
+                                   u"Uptime Kuma keeps monitors behind a login, and this app never asks for "
+                                   "your password. It can only read monitors that are on a public status "
+                                   "page."_s));
     auto* list = new QVBoxLayout;
     list->setSpacing(spacing::lines);
     for (const char* step : steps) {
@@ -59,16 +61,16 @@ QWidget* GuideCard::makeExplanation() {
     lines->addLayout(list);
     auto* row = new ButtonRow;
     lines->addLayout(row);
-    m_openDashboard = addButton(row, QStringLiteral("Open dashboard"), [context = m_context] {
+    m_openDashboard = addButton(row, u"Open dashboard"_s, [context = m_context] {
         context.desktop.openAddress(context.controller.dashboardURL());
     });
     return explanation;
 }
 
 TextField* GuideCard::makeField() {
-    auto* field = new TextField(QStringLiteral("Status page slug"));
+    auto* field = new TextField(u"Status page slug"_s);
     field->setFixedWidth(fieldWidth);
-    field->setPlaceholderText(QStringLiteral("my-slug"));
+    field->setPlaceholderText(u"my-slug"_s);
     field->installEventFilter(this);
     connect(field, &QLineEdit::textEdited, this, [this](const QString& text) {
         onTyped();

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -25,15 +27,15 @@ struct Page {
 
 const std::array<Page, 3>& pages() {
     static const std::array<Page, 3> table{{
-        {Symbol::Kind::heartbeat, QStringLiteral("A control panel for Uptime Kuma"),
-         QStringLiteral("Start and stop Uptime Kuma with one click, see which of your sites are up or down, and open "
-                        "the full dashboard for anything advanced.")},
-        {Symbol::Kind::box, QStringLiteral("It needs a Docker runtime"),
-         QStringLiteral("Uptime Kuma runs in a Docker container. The app uses Colima, a free headless runtime with no "
-                        "desktop app. If it is missing, one click installs it with Homebrew.")},
-        {Symbol::Kind::shieldWithLock, QStringLiteral("Everything stays on this Mac"),
-         QStringLiteral("The container only listens on this Mac (127.0.0.1) and your data lives in Application "
-                        "Support. Nothing is sent to a cloud service by this app.")},
+        {Symbol::Kind::heartbeat, u"A control panel for Uptime Kuma"_s,
+         u"Start and stop Uptime Kuma with one click, see which of your sites are up or down, and open "
+         "the full dashboard for anything advanced."_s},
+        {Symbol::Kind::box, u"It needs a Docker runtime"_s,
+         u"Uptime Kuma runs in a Docker container. The app uses Colima, a free headless runtime with no "
+         "desktop app. If it is missing, one click installs it with Homebrew."_s},
+        {Symbol::Kind::shieldWithLock, u"Everything stays on this Mac"_s,
+         u"The container only listens on this Mac (127.0.0.1) and your data lives in Application "
+         "Support. Nothing is sent to a cloud service by this app."_s},
     }};
     return table;
 }
@@ -58,7 +60,7 @@ TextLabel* addCentred(QVBoxLayout* column, TextStyle style) {
 GuideView::GuideView(QWidget* parent)
     : QDialog(parent)
     , m_next(new PushButton({}, PushButton::Kind::byDefault)) {
-    setWindowTitle(QStringLiteral("Welcome to Orvanel"));
+    setWindowTitle(u"Welcome to Orvanel"_s);
     setWindowModality(Qt::WindowModal);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(padding, padding, padding, padding);
@@ -87,8 +89,8 @@ void GuideView::showPage(int page) {
     }
     m_title->setContent(content.title);
     m_text->setContent(content.text);
-    m_position->setContent(QStringLiteral("%1 of %2").arg(page + 1).arg(pages().size()));
-    setButtonText(m_next, page == lastPage() ? QStringLiteral("Get started") : QStringLiteral("Next"));
+    m_position->setContent(u"%1 of %2"_s.arg(page + 1).arg(pages().size()));
+    setButtonText(m_next, page == lastPage() ? u"Get started"_s : u"Next"_s);
     // Where a screen reader stays on the button, it still tells of the new page.
     setAccessibleName(content.title);
     setAccessibleDescription(content.text);

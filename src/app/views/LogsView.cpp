@@ -15,6 +15,8 @@
 #include <QSaveFile>
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -22,7 +24,7 @@ constexpr std::chrono::seconds followInterval{2};
 constexpr double shade = 0.06;
 
 QString noLogs() {
-    return QStringLiteral("No logs yet.");
+    return u"No logs yet."_s;
 }
 
 /// Whole or not at all; when it fails nobody is told.
@@ -39,8 +41,8 @@ void writeFile(const QString& path, const QString& text) {
 LogsView::LogsView(Surroundings surroundings, QWidget* parent)
     : QWidget(parent)
     , m_surroundings(surroundings)
-    , m_follow(new Switch(QStringLiteral("Follow")))
-    , m_logs(new TextBox(QStringLiteral("Logs"))) {
+    , m_follow(new Switch(u"Follow"_s))
+    , m_logs(new TextBox(u"Logs"_s)) {
     m_logs->setPlaceholderText(noLogs());
     m_logs->setAccessibleDescription(noLogs());
     m_logs->setShade(shade);
@@ -65,12 +67,12 @@ LogsView::~LogsView() {
 QHBoxLayout* LogsView::makeToolbar() {
     auto* row = new QHBoxLayout;
     row->setSpacing(spacing::related);
-    addButton(row, QStringLiteral("Refresh"), [this] { refresh(); })->setToolTip(QStringLiteral("F5"));
+    addButton(row, u"Refresh"_s, [this] { refresh(); })->setToolTip(u"F5"_s);
     row->addSpacing(spacing::related);
     row->addWidget(m_follow);
     row->addStretch();
-    addButton(row, QStringLiteral("Copy"), [this] { copy(); })->setToolTip(QStringLiteral("Ctrl+C"));
-    addButton(row, QStringLiteral("Save…"), [this] { save(); })->setToolTip(QStringLiteral("Ctrl+S"));
+    addButton(row, u"Copy"_s, [this] { copy(); })->setToolTip(u"Ctrl+C"_s);
+    addButton(row, u"Save…"_s, [this] { save(); })->setToolTip(u"Ctrl+S"_s);
     return row;
 }
 
@@ -88,12 +90,12 @@ void LogsView::showEvent(QShowEvent* event) {
     if (!m_hasBegun) {
         m_hasBegun = true;
         m_tasks.start(follow(this, &m_surroundings.controller, &m_surroundings.clock, m_followTask.get_token()),
-                      QStringLiteral("follow the logs"));
+                      u"follow the logs"_s);
     }
 }
 
 void LogsView::refresh() {
-    m_tasks.start(fetchOnce(this, &m_surroundings.controller), QStringLiteral("refresh the logs"));
+    m_tasks.start(fetchOnce(this, &m_surroundings.controller), u"refresh the logs"_s);
 }
 
 void LogsView::copy() {
@@ -101,7 +103,7 @@ void LogsView::copy() {
 }
 
 void LogsView::save() {
-    m_tasks.start(chooseAndSave(this, &m_surroundings.dialogs), QStringLiteral("save the logs"));
+    m_tasks.start(chooseAndSave(this, &m_surroundings.dialogs), u"save the logs"_s);
 }
 
 void LogsView::setLogs(const QString& text) {
@@ -132,9 +134,8 @@ QCoro::Task<void> LogsView::fetchOnce(Self self, KumaController* controller) {
 }
 
 QCoro::Task<void> LogsView::chooseAndSave(Self self, Dialogs* dialogs) {
-    const SavePanel panel{.title = QStringLiteral("Save the logs of Uptime Kuma"),
-                          .message = {},
-                          .proposedName = QStringLiteral("uptime-kuma-logs.txt")};
+    const SavePanel panel{
+        .title = u"Save the logs of Uptime Kuma"_s, .message = {}, .proposedName = u"uptime-kuma-logs.txt"_s};
     const std::optional<QString> path = co_await dialogs->chooseSavePath(panel);
     if (path && !self.isNull()) {
         startOnWorker([path = *path, text = self->m_logs->content()] { writeFile(path, text); });

@@ -23,6 +23,8 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -85,7 +87,7 @@ QScrollArea* MainView::makeScrollArea() {
     m_column->addStretch();
 
     m_area = new QScrollArea;
-    m_area->setAccessibleName(QStringLiteral("Uptime Kuma"));
+    m_area->setAccessibleName(u"Uptime Kuma"_s);
     m_area->setFrameShape(QFrame::NoFrame);
     m_area->setWidgetResizable(true);
     m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

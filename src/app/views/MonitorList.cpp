@@ -10,6 +10,8 @@
 #include <QLocale>
 #include <QRegularExpression>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -17,11 +19,11 @@ namespace {
 QString timeOfDay(Clock::WallTime time) {
     const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch());
     const QTime local = QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).time();
-    static const QRegularExpression zone(QStringLiteral("[\\s,]*[\\(\\[]?\\bt+\\b[\\)\\]]?"));
+    static const QRegularExpression zone(u"[\\s,]*[\\(\\[]?\\bt+\\b[\\)\\]]?"_s);
     QString format = QLocale().timeFormat(QLocale::LongFormat);
     format.remove(zone);
     // Some locales name the time of day more closely than QLocale can write it.
-    format.replace(u'B', QStringLiteral("AP "));
+    format.replace(u'B', u"AP "_s);
     return QLocale().toString(local, format.trimmed());
 }
 
@@ -32,17 +34,16 @@ MonitorList::MonitorList(ViewContext context, QWidget* parent)
     , m_context(context)
     , m_title(new TextLabel(TextStyle::title3))
     , m_updated(new TextLabel(TextStyle::caption))
-    , m_emptyText(new TextLabel(TextStyle::body,
-                                QStringLiteral("The status page has no monitors yet, or the first reading is still "
-                                               "loading. Add monitors to the status page in the dashboard.")))
+    , m_emptyText(new TextLabel(TextStyle::body, u"The status page has no monitors yet, or the first reading is still "
+                                                 "loading. Add monitors to the status page in the dashboard."_s))
     , m_rows(new MonitorRows) {
     m_title->setElided();
     m_updated->setSecondary();
     m_updated->setWordWrap(false);
     m_emptyText->setSecondary();
-    auto* note = new TextLabel(TextStyle::caption,
-                               QStringLiteral("Status pages are cached by Uptime Kuma for up to a minute, so changes "
-                                              "can show up with a delay."));
+    auto* note =
+        new TextLabel(TextStyle::caption, u"Status pages are cached by Uptime Kuma for up to a minute, so changes "
+                                          "can show up with a delay."_s);
     note->setSecondary();
 
     auto* heading = new QHBoxLayout;
@@ -61,7 +62,7 @@ MonitorList::MonitorList(ViewContext context, QWidget* parent)
 void MonitorList::render() {
     const KumaController& controller = m_context.controller;
     const QString given = controller.statusTitle().simplified();
-    const QString title = given.isEmpty() ? QStringLiteral("Monitors") : given;
+    const QString title = given.isEmpty() ? u"Monitors"_s : given;
     m_title->setOutsideText(title);
     if (m_rows->accessibleName() != title) {
         m_rows->setAccessibleName(title);
@@ -69,7 +70,7 @@ void MonitorList::render() {
 
     const std::optional<Clock::WallTime> updated = controller.lastStatusUpdate();
     if (updated) {
-        m_updated->setContent(QStringLiteral("Updated %1").arg(timeOfDay(*updated)));
+        m_updated->setContent(u"Updated %1"_s.arg(timeOfDay(*updated)));
     }
     m_updated->setVisible(updated.has_value());
 

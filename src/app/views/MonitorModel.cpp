@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -28,17 +30,17 @@ bool haveSameIds(const QList<MonitorRow>& one, const QList<MonitorRow>& other) {
 } // namespace
 
 QString pingText(const MonitorRow& monitor) {
-    return monitor.ping ? QStringLiteral("%1 ms").arg(*monitor.ping) : QStringLiteral("–");
+    return monitor.ping ? u"%1 ms"_s.arg(*monitor.ping) : u"–"_s;
 }
 
 QString spokenMonitor(const MonitorRow& monitor) {
     QString spoken = monitor.name;
     if (!monitor.group.isEmpty()) {
-        spoken += QStringLiteral(", ") + monitor.group;
+        spoken += u", "_s + monitor.group;
     }
-    spoken += QStringLiteral(", ") + monitorStatus(monitor.status).word;
+    spoken += u", "_s + monitorStatus(monitor.status).word;
     if (monitor.ping) {
-        spoken += QStringLiteral(", ") + pingText(monitor);
+        spoken += u", "_s + pingText(monitor);
     }
     return spoken;
 }

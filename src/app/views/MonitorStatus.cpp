@@ -1,19 +1,21 @@
 #include "app/views/MonitorStatus.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 MonitorStatus monitorStatus(std::optional<std::int64_t> code) {
     switch (code.value_or(-1)) {
     case 0:
-        return {QStringLiteral("Down"), Meaning::bad};
+        return {u"Down"_s, Meaning::bad};
     case 1:
-        return {QStringLiteral("Up"), Meaning::good};
+        return {u"Up"_s, Meaning::good};
     case 2:
-        return {QStringLiteral("Pending"), Meaning::pending};
+        return {u"Pending"_s, Meaning::pending};
     case 3:
-        return {QStringLiteral("Maintenance"), Meaning::maintenance};
+        return {u"Maintenance"_s, Meaning::maintenance};
     default:
-        return {QStringLiteral("No data"), Meaning::inactive};
+        return {u"No data"_s, Meaning::inactive};
     }
 }
 

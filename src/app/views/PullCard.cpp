@@ -8,16 +8,18 @@
 
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 PullCard::PullCard(ViewContext context, QWidget* parent)
-    : Card(QStringLiteral("Downloading the Uptime Kuma image"), parent)
+    : Card(u"Downloading the Uptime Kuma image"_s, parent)
     , m_context(context)
-    , m_log(new LogBox(QStringLiteral("Output of the download"), QStringLiteral("Waiting for Docker…"))) {
-    addText(TextStyle::title3, QStringLiteral("Downloading the Uptime Kuma image"));
-    addText(TextStyle::body, QStringLiteral("This is a few hundred MB and only happens the first time."));
-    column()->addWidget(new BusyBar(QStringLiteral("Download in progress")));
-    addButton(addButtonRow(), QStringLiteral("Cancel"), [context] { context.controller.cancelOperation(); });
+    , m_log(new LogBox(u"Output of the download"_s, u"Waiting for Docker…"_s)) {
+    addText(TextStyle::title3, u"Downloading the Uptime Kuma image"_s);
+    addText(TextStyle::body, u"This is a few hundred MB and only happens the first time."_s);
+    column()->addWidget(new BusyBar(u"Download in progress"_s));
+    addButton(addButtonRow(), u"Cancel"_s, [context] { context.controller.cancelOperation(); });
     column()->addWidget(m_log);
 }
 

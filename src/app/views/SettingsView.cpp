@@ -11,6 +11,8 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 SettingsView::SettingsView(ViewContext context, Dialogs& dialogs, QWidget* parent)
@@ -29,7 +31,7 @@ SettingsView::SettingsView(ViewContext context, Dialogs& dialogs, QWidget* paren
     column->addStretch();
 
     auto* area = new QScrollArea;
-    area->setAccessibleName(QStringLiteral("Settings"));
+    area->setAccessibleName(u"Settings"_s);
     area->setFrameShape(QFrame::NoFrame);
     area->setWidgetResizable(true);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

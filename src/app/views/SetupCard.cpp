@@ -8,15 +8,17 @@
 
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 SetupCard::SetupCard(ViewContext context, QWidget* parent)
-    : Card(QStringLiteral("Runtime setup in progress"), parent)
+    : Card(u"Runtime setup in progress"_s, parent)
     , m_context(context)
     , m_step(addText(TextStyle::title3))
-    , m_log(new LogBox(QStringLiteral("Output of the setup"), QStringLiteral("Waiting for output…"))) {
-    column()->addWidget(new BusyBar(QStringLiteral("Setup in progress")));
-    addButton(addButtonRow(), QStringLiteral("Cancel"), [context] { context.controller.cancelSetup(); });
+    , m_log(new LogBox(u"Output of the setup"_s, u"Waiting for output…"_s)) {
+    column()->addWidget(new BusyBar(u"Setup in progress"_s));
+    addButton(addButtonRow(), u"Cancel"_s, [context] { context.controller.cancelSetup(); });
     column()->addWidget(m_log);
 }
 

@@ -3,6 +3,8 @@
 #include "controller/KumaController.h"
 #include "platform/ShortText.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -12,7 +14,7 @@ constexpr qsizetype longestSlug = 200;
 } // namespace
 
 StatusErrorCard::StatusErrorCard(ViewContext context, QWidget* parent)
-    : Card(QStringLiteral("The status page could not be read"), parent)
+    : Card(u"The status page could not be read"_s, parent)
     , m_context(context) {
     m_message = addHeading(Symbol::Kind::warningTriangle, TextStyle::body, {}, Meaning::pending);
     m_advice = addText(TextStyle::callout);
@@ -23,8 +25,8 @@ void StatusErrorCard::render() {
     const KumaController& controller = m_context.controller;
     m_message->setOutsideText(controller.statusError().value_or(QString()));
     m_advice->setOutsideText(
-        QStringLiteral("Check that a status page with the slug “%1” exists, is saved, and contains your monitors.")
-            .arg(shortened(controller.slug().simplified(), longestSlug)));
+        u"Check that a status page with the slug “%1” exists, is saved, and contains your monitors."_s.arg(
+            shortened(controller.slug().simplified(), longestSlug)));
 }
 
 } // namespace orvanel

@@ -6,6 +6,8 @@
 #include <QLayout>
 #include <QMenu>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -20,7 +22,7 @@ QPushButton* add(QLayout* layout, const QString& text, PushButton::Kind kind, st
 
 QString plainButtonText(const QString& text) {
     QString plain = text;
-    return plain.replace(QLatin1Char('&'), QStringLiteral("&&"));
+    return plain.replace(u'&', u"&&"_s);
 }
 
 void setButtonText(QAbstractButton* button, const QString& text) {

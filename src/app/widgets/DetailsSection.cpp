@@ -7,6 +7,8 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -17,7 +19,7 @@ constexpr int highest = 160;
 DetailsSection::DetailsSection(QWidget* parent)
     : QWidget(parent)
     , m_button(new QToolButton) {
-    m_button->setText(QStringLiteral("Show details"));
+    m_button->setText(u"Show details"_s);
     m_button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_button->setAutoRaise(true);
     m_button->setFocusPolicy(Qt::StrongFocus);
@@ -44,9 +46,9 @@ void DetailsSection::setDetails(const QString& text) {
 void DetailsSection::setOpen(bool open) {
     m_isOpen = open;
     m_button->setArrowType(open ? Qt::DownArrow : Qt::RightArrow);
-    m_button->setAccessibleDescription(open ? QStringLiteral("Expanded") : QStringLiteral("Collapsed"));
+    m_button->setAccessibleDescription(open ? u"Expanded"_s : u"Collapsed"_s);
     if (open && m_box == nullptr) {
-        m_box = new TextBox(QStringLiteral("Details"));
+        m_box = new TextBox(u"Details"_s);
         m_box->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
         layout()->addWidget(m_box);
         // Also where the window has got other things since.

@@ -5,6 +5,8 @@
 #include <QPainter>
 #include <QTimerEvent>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -18,7 +20,7 @@ Spinner::Spinner(QWidget* parent)
     : QWidget(parent) {
     setFixedSize(side, side);
     setAccessibleRole(this, QAccessible::Animation);
-    setAccessibleName(QStringLiteral("In progress"));
+    setAccessibleName(u"In progress"_s);
 }
 
 void Spinner::paintEvent(QPaintEvent*) {

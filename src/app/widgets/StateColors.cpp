@@ -3,6 +3,8 @@
 #include <QPalette>
 #include <QWidget>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -48,11 +50,11 @@ Meaning meaningOf(Health health) {
 QString spokenHealth(Health health) {
     switch (health) {
     case Health::inactive:
-        return QStringLiteral("Not running");
+        return u"Not running"_s;
     case Health::allUp:
-        return QStringLiteral("Running, no monitor is down");
+        return u"Running, no monitor is down"_s;
     case Health::someDown:
-        return QStringLiteral("Running, a monitor is down");
+        return u"Running, a monitor is down"_s;
     }
     Q_UNREACHABLE();
 }

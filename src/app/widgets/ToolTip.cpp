@@ -2,6 +2,8 @@
 
 #include "platform/ShortText.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -11,7 +13,7 @@ constexpr qsizetype longest = 1000;
 
 QString plainToolTip(const QString& text) {
     const QString shown = shortened(text, longest);
-    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(shown.toHtmlEscaped());
+    return u"<p style='white-space:pre-wrap'>%1</p>"_s.arg(shown.toHtmlEscaped());
 }
 
 } // namespace orvanel

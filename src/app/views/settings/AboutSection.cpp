@@ -1,11 +1,13 @@
 #include "app/views/settings/AboutSection.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 AboutSection::AboutSection(QWidget* parent)
-    : SettingsSection(QStringLiteral("About"), parent) {
-    addCaption(QStringLiteral("Orvanel controls Uptime Kuma running in Docker on this Mac."));
-    addCaption(QStringLiteral("Uptime Kuma is the work of the Uptime Kuma project, published under the MIT License."));
+    : SettingsSection(u"About"_s, parent) {
+    addCaption(u"Orvanel controls Uptime Kuma running in Docker on this Mac."_s);
+    addCaption(u"Uptime Kuma is the work of the Uptime Kuma project, published under the MIT License."_s);
 }
 
 } // namespace orvanel

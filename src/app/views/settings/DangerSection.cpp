@@ -4,12 +4,13 @@
 #include "app/widgets/Buttons.h"
 #include "controller/KumaController.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 DangerSection::DangerSection(ViewContext context, QWidget* parent)
-    : SettingsSection(QStringLiteral("Danger zone"), parent) {
-    addDestructiveButton(addButtonRow(), QStringLiteral("Remove everything…"),
-                         [context] { context.controller.removeEverything(); });
+    : SettingsSection(u"Danger zone"_s, parent) {
+    addDestructiveButton(addButtonRow(), u"Remove everything…"_s, [context] { context.controller.removeEverything(); });
 }
 
 } // namespace orvanel

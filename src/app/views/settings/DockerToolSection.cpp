@@ -7,36 +7,38 @@
 
 #include <QHBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 DockerToolSection::DockerToolSection(ViewContext context, Dialogs& dialogs, QWidget* parent)
-    : SettingsSection(QStringLiteral("Docker command line tool"), parent)
+    : SettingsSection(u"Docker command line tool"_s, parent)
     , m_context(context)
-    , m_override(new TextField(QStringLiteral("Path of the docker command line tool"))) {
+    , m_override(new TextField(u"Path of the docker command line tool"_s)) {
     m_inUse = addCaption();
-    m_override->setPlaceholderText(QStringLiteral("Automatic"));
-    m_override->setAccessibleDescription(QStringLiteral("Empty: automatic"));
+    m_override->setPlaceholderText(u"Automatic"_s);
+    m_override->setAccessibleDescription(u"Empty: automatic"_s);
     connect(m_override, &QLineEdit::textEdited, this,
             [context](const QString& path) { context.controller.setDockerOverride(path); });
 
     auto* row = new QHBoxLayout;
     row->setSpacing(spacing::related);
     row->addWidget(m_override, 1);
-    addButton(row, QStringLiteral("Choose…"), [this, &dialogs] {
-        m_tasks.start(choose(&dialogs, &m_context.controller), QStringLiteral("choose the docker tool"));
+    addButton(row, u"Choose…"_s, [this, &dialogs] {
+        m_tasks.start(choose(&dialogs, &m_context.controller), u"choose the docker tool"_s);
     });
     column()->addLayout(row);
 }
 
 void DockerToolSection::render() {
     const std::optional<QString> path = m_context.controller.dockerPath();
-    m_inUse->setOutsideText(path ? QStringLiteral("In use: ") + *path : QStringLiteral("Docker was not found."));
+    m_inUse->setOutsideText(path ? u"In use: "_s + *path : u"Docker was not found."_s);
     showInField(m_override, m_context.controller.dockerOverride());
 }
 
 QCoro::Task<void> DockerToolSection::choose(Dialogs* dialogs, KumaController* controller) {
-    const OpenPanel panel{.title = QStringLiteral("Choose the docker command line tool"),
-                          .message = QStringLiteral("Choose the docker command line tool"),
+    const OpenPanel panel{.title = u"Choose the docker command line tool"_s,
+                          .message = u"Choose the docker command line tool"_s,
                           .filesAllowed = true,
                           .foldersAllowed = false};
     const std::optional<QString> path = co_await dialogs->chooseOpenPath(panel);

@@ -7,13 +7,15 @@
 
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 GeneralSection::GeneralSection(ViewContext context, QWidget* parent)
-    : SettingsSection(QStringLiteral("General"), parent)
+    : SettingsSection(u"General"_s, parent)
     , m_context(context)
-    , m_launchAtLogin(new Switch(QStringLiteral("Launch at login")))
-    , m_stopOnQuit(new Switch(QStringLiteral("Stop the container when I quit"))) {
+    , m_launchAtLogin(new Switch(u"Launch at login"_s))
+    , m_stopOnQuit(new Switch(u"Stop the container when I quit"_s)) {
     // Not by clicked(): a screen reader toggles a switch without a click. What render() shows is known already.
     connect(m_launchAtLogin, &Switch::toggled, this, [&controller = context.controller](bool launch) {
         if (launch != controller.launchAtLogin()) {
@@ -29,8 +31,7 @@ GeneralSection::GeneralSection(ViewContext context, QWidget* parent)
     addDivider();
     column()->addWidget(m_stopOnQuit);
     addDivider();
-    addButton(addButtonRow(), QStringLiteral("Reveal data folder in Finder"),
-              [context] { context.controller.revealDataFolder(); });
+    addButton(addButtonRow(), u"Reveal data folder in Finder"_s, [context] { context.controller.revealDataFolder(); });
 }
 
 void GeneralSection::render() {

@@ -6,12 +6,14 @@
 #include <QAction>
 #include <QLineEdit>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 ServerSection::ServerSection(ViewContext context, QWidget* parent)
-    : SettingsSection(QStringLiteral("Uptime Kuma"), parent)
+    : SettingsSection(u"Uptime Kuma"_s, parent)
     , m_context(context) {
-    m_port = addField(QStringLiteral("Port"));
+    m_port = addField(u"Port"_s);
     m_port->setInputMethodHints(Qt::ImhDigitsOnly);
     connect(m_port, &QLineEdit::textEdited, this, &ServerSection::onPortEdited);
     connect(m_port, &QLineEdit::editingFinished, this, &ServerSection::onPortEditingFinished);
@@ -23,14 +25,14 @@ ServerSection::ServerSection(ViewContext context, QWidget* parent)
     m_portHint = addText(TextStyle::caption);
     m_portHint->setMeaning(Meaning::pending);
     m_portHint->hide();
-    addCaption(QStringLiteral("Press Start or Restart after changing the port. The container is only reachable from "
-                              "this Mac."));
+    addCaption(u"Press Start or Restart after changing the port. The container is only reachable from "
+               "this Mac."_s);
 
     addDivider();
-    m_slug = addField(QStringLiteral("Status page slug"));
+    m_slug = addField(u"Status page slug"_s);
     connect(m_slug, &QLineEdit::textEdited, this, [context](const QString& text) { context.controller.setSlug(text); });
-    addCaption(QStringLiteral("The slug of a status page you created in the dashboard. Used to show your monitors "
-                              "here."));
+    addCaption(u"The slug of a status page you created in the dashboard. Used to show your monitors "
+               "here."_s);
 }
 
 void ServerSection::render() {
@@ -84,8 +86,8 @@ void ServerSection::showPort(int port) {
 
 void ServerSection::setPortHint(bool isShown) {
     const QString hint =
-        isShown ? QStringLiteral("This is no port to use: type a number from %1 to %2. Until then the port stays %3.")
-                      .arg(QString::number(lowestPort), QString::number(highestPort), QString::number(m_agreedPort))
+        isShown ? u"This is no port to use: type a number from %1 to %2. Until then the port stays %3."_s.arg(
+                      QString::number(lowestPort), QString::number(highestPort), QString::number(m_agreedPort))
                 : QString();
     m_portHint->setContent(hint);
     m_portHint->setVisible(isShown);

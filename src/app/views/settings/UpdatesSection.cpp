@@ -9,6 +9,8 @@
 
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 
 bool canUpdate(const std::optional<QString>& latestVersion, const QString& imageTag, const std::optional<QString>& busy,
@@ -17,24 +19,23 @@ bool canUpdate(const std::optional<QString>& latestVersion, const QString& image
 }
 
 UpdatesSection::UpdatesSection(ViewContext context, QWidget* parent)
-    : SettingsSection(QStringLiteral("Updates"), parent)
+    : SettingsSection(u"Updates"_s, parent)
     , m_context(context)
     , m_releaseNotes(nullptr) {
     m_pinned = addText(TextStyle::body);
     m_newest = addText(TextStyle::body);
     m_message = addText(TextStyle::body);
     m_message->setMeaning(Meaning::pending);
-    m_majorChange =
-        addText(TextStyle::caption, QStringLiteral("This is a major version change and may need Uptime Kuma's own "
-                                                   "migration. Read the release notes first."));
+    m_majorChange = addText(TextStyle::caption, u"This is a major version change and may need Uptime Kuma's own "
+                                                "migration. Read the release notes first."_s);
     m_majorChange->setMeaning(Meaning::pending);
-    addCaption(QStringLiteral("Update backs up your data first, changes the pinned tag, pulls the new image and "
-                              "restarts. Your data folder is never touched."));
+    addCaption(u"Update backs up your data first, changes the pinned tag, pulls the new image and "
+               "restarts. Your data folder is never touched."_s);
 
     ButtonRow* row = addButtonRow();
-    m_check = addButton(row, QStringLiteral("Check for updates"), [context] { context.controller.checkForUpdates(); });
-    m_update = addButton(row, QStringLiteral("Update"), [context] { context.controller.updateNow(); });
-    auto* link = new LinkButton(QStringLiteral("Release notes"));
+    m_check = addButton(row, u"Check for updates"_s, [context] { context.controller.checkForUpdates(); });
+    m_update = addButton(row, u"Update"_s, [context] { context.controller.updateNow(); });
+    auto* link = new LinkButton(u"Release notes"_s);
     connect(link, &LinkButton::clicked, this,
             [context] { context.desktop.openAddress(context.controller.releaseURL().value_or(QUrl())); });
     row->addWidget(link);
@@ -52,9 +53,8 @@ void UpdatesSection::render() {
 
 void UpdatesSection::renderTexts() {
     const KumaController& controller = m_context.controller;
-    m_pinned->setOutsideText(QStringLiteral("Pinned image: ") + controller.imageReference());
-    m_newest->setOutsideText(QStringLiteral("Newest release: ") +
-                             controller.latestVersion().value_or(QStringLiteral("not checked yet")));
+    m_pinned->setOutsideText(u"Pinned image: "_s + controller.imageReference());
+    m_newest->setOutsideText(u"Newest release: "_s + controller.latestVersion().value_or(u"not checked yet"_s));
     const std::optional<QString> message = controller.updateMessage();
     m_message->setOutsideText(message.value_or(QString()));
     m_message->setVisible(message.has_value());
