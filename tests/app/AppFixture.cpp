@@ -5,6 +5,8 @@
 #include <QCoreApplication>
 #include <QTimer>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -14,7 +16,7 @@ constexpr int didNotEnd = 99;
 
 AppFixture::AppFixture(QDBusConnection bus)
     : m_bus(std::move(bus)) {
-    home.write(QStringLiteral(".config/Orvanel/Orvanel.conf"), "[General]\nhasSeenGuide=true\n");
+    home.write(u".config/Orvanel/Orvanel.conf"_s, "[General]\nhasSeenGuide=true\n");
 }
 
 AppFixture::~AppFixture() {
@@ -60,7 +62,7 @@ void AppFixture::start(const QString& containerState) {
 }
 
 bool AppFixture::startsWithRunningContainer() {
-    start(QStringLiteral("running"));
+    start(u"running"_s);
     return kuma().kuma() == KumaState::running;
 }
 

@@ -9,12 +9,14 @@
 #include <algorithm>
 #include <csignal>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
 /// How long the main thread of a process was ready to run, but was not let: the second figure of proc(5)'s schedstat.
 std::chrono::nanoseconds waitedForProcessor(qint64 pid) {
-    QFile file(QStringLiteral("/proc/%1/schedstat").arg(pid));
+    QFile file(u"/proc/%1/schedstat"_s.arg(pid));
     if (!file.open(QIODevice::ReadOnly)) {
         return {};
     }
@@ -28,8 +30,8 @@ constexpr int port = 13977;
 
 RunningProgram::RunningProgram()
     : environment(QProcessEnvironment::systemEnvironment()) {
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), bus.address());
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address());
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
     setting("port=" + QByteArray::number(port));
     setting("hasSeenGuide=true");
 }
@@ -43,12 +45,11 @@ RunningProgram::~RunningProgram() {
 
 void RunningProgram::setting(const QByteArray& line) {
     m_settings += line + '\n';
-    home.write(QStringLiteral(".config/Orvanel/Orvanel.conf"), "[General]\n" + m_settings);
+    home.write(u".config/Orvanel/Orvanel.conf"_s, "[General]\n" + m_settings);
 }
 
 void RunningProgram::addContainer(const char* state) {
-    home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml"),
-               composeText(QStringLiteral("2"), port).toUtf8());
+    home.write(u".local/share/Orvanel/docker-compose.yml"_s, composeText(u"2"_s, port).toUtf8());
     tools.change([state](standin::DockerState& docker) { standin::addContainer(docker, state, port); });
 }
 
@@ -59,7 +60,7 @@ void RunningProgram::delayStop(int milliseconds) const {
 }
 
 QProcess& RunningProgram::start() {
-    return startThrough(QStringLiteral("/usr/bin/env"), {});
+    return startThrough(u"/usr/bin/env"_s, {});
 }
 
 QProcess& RunningProgram::startThrough(const QString& program, QStringList arguments) {
@@ -71,14 +72,14 @@ QProcess& RunningProgram::startThrough(const QString& program, QStringList argum
         process.setProcessChannelMode(QProcess::ForwardedOutputChannel);
         process.setStandardErrorFile(errorFile);
     }
-    arguments << QStringLiteral(ORVANEL_PROGRAM);
+    arguments << QString::fromUtf8(ORVANEL_PROGRAM);
     process.start(program, arguments);
     return process;
 }
 
 bool RunningProgram::knowsItsContainer() const {
     // Asked last in the first round.
-    return waitUntil([this] { return hasCalled(QStringLiteral("compose version")); });
+    return waitUntil([this] { return hasCalled(u"compose version"_s); });
 }
 
 void RunningProgram::signal(const QProcess& process, int number) {

@@ -8,11 +8,13 @@
 #include <QLineEdit>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
-inline const auto updateText = QStringLiteral("Update");
-inline const auto checkText = QStringLiteral("Check for updates");
-inline const auto notesText = QStringLiteral("Release notes");
+inline const auto updateText = u"Update"_s;
+inline const auto checkText = u"Check for updates"_s;
+inline const auto notesText = u"Release notes"_s;
 
 /// The settings in a world where a test plays Docker.
 struct ShownSettings {
@@ -43,9 +45,9 @@ struct ShownSettings {
         }
         return nullptr;
     }
-    QLineEdit* port() const { return field(QStringLiteral("Port")); }
-    QLineEdit* slug() const { return field(QStringLiteral("Status page slug")); }
-    QLineEdit* dockerOverride() const { return field(QStringLiteral("Path of the docker command line tool")); }
+    QLineEdit* port() const { return field(u"Port"_s); }
+    QLineEdit* slug() const { return field(u"Status page slug"_s); }
+    QLineEdit* dockerOverride() const { return field(u"Path of the docker command line tool"_s); }
     /// Replaces what stands in the field by what is typed.
     void type(QLineEdit* field, const QString& text) {
         field->setFocus();
@@ -56,7 +58,7 @@ struct ShownSettings {
     }
     bool showsPortHint() const {
         for (const QLabel* label : view.findChildren<QLabel*>()) {
-            if (label->isVisible() && label->text().startsWith(QStringLiteral("This is no port to use"))) {
+            if (label->isVisible() && label->text().startsWith(u"This is no port to use"_s)) {
                 return port()->accessibleDescription() == label->text();
             }
         }

@@ -7,6 +7,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
 /// The main window in a world where a test plays Docker.
@@ -16,7 +18,7 @@ struct Shown {
                              [this](const QString& id) { opened << id; }}) {
         world.controller().setHasSeenGuide(true);
         // What lies on the real machine does not count.
-        qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(world.home.path(QStringLiteral("tools"))));
+        qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(world.home.path(u"tools"_s)));
     }
     ~Shown() { qunsetenv("ORVANEL_TOOL_ROOT"); }
 

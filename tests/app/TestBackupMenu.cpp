@@ -1,6 +1,7 @@
 #include "ShownWindow.h"
 #include "app/views/StartCard.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -9,6 +10,7 @@
 #include <QTest>
 #include <QThread>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -28,7 +30,7 @@ protected:
 };
 
 QAbstractButton* backupButton(const Shown& view) {
-    return button(&view.window, QStringLiteral("Backup"));
+    return button(&view.window, u"Backup"_s);
 }
 
 } // namespace
@@ -55,7 +57,7 @@ private Q_SLOTS:
         auto* const menu = backup->findChild<QMenu*>();
         QVERIFY(menu->isVisible());
         QVERIFY(backup->isDown());
-        QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, QStringLiteral("\r"), true);
+        QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, u"\r"_s, true);
         QCoreApplication::sendEvent(menu, &repeat);
         QVERIFY(menu->isVisible() && menu->activeAction() == nullptr);
         QTest::keyClick(menu, Qt::Key_Down);
@@ -100,7 +102,7 @@ private Q_SLOTS:
         view.world.takeCommands();
         QTest::keyClick(&view.window, Qt::Key_Return);
         view.world.settle();
-        QVERIFY(view.world.takeCommands().contains(QStringLiteral("compose up")));
+        QVERIFY(view.world.takeCommands().contains(u"compose up"_s));
     }
 
     void aScreenReaderOpensIt() {
@@ -110,7 +112,7 @@ private Q_SLOTS:
         QAbstractButton* const backup = backupButton(view);
         QAccessibleInterface* const face = QAccessible::queryAccessibleInterface(backup);
         QCOMPARE(face->role(), QAccessible::ButtonMenu);
-        QCOMPARE(face->text(QAccessible::Name), QStringLiteral("Backup"));
+        QCOMPARE(face->text(QAccessible::Name), u"Backup"_s);
         QVERIFY(face->state().hasPopup);
         QAccessibleActionInterface* const actions = face->actionInterface();
         const MenuCloser closer;
@@ -119,5 +121,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestBackupMenu)
+ORVANEL_TEST(TestBackupMenu)
 #include "TestBackupMenu.moc"

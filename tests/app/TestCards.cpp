@@ -6,6 +6,7 @@
 #include "app/views/SetupCard.h"
 #include "app/views/StartCard.h"
 #include "app/widgets/TextBox.h"
+#include "support/TestClass.h"
 
 #include <QMenu>
 #include <QPushButton>
@@ -13,26 +14,27 @@
 
 #include <map>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto brew = QStringLiteral("brew");
-const auto colima = QStringLiteral("colima");
-const auto installBoth = QStringLiteral("Install Colima and Docker");
-const auto startColima = QStringLiteral("Start Colima");
-const auto installColima = QStringLiteral("Install Colima");
-const auto getHomebrew = QStringLiteral("Get Homebrew");
-const auto checkAgain = QStringLiteral("Check again");
-const auto settings = QStringLiteral("Settings");
-const auto showDetails = QStringLiteral("Show details");
-const auto openDashboard = QStringLiteral("Open dashboard");
-const auto needsHomebrew = QStringLiteral("Homebrew is needed for the one-click install and was not found.");
+const auto brew = u"brew"_s;
+const auto colima = u"colima"_s;
+const auto installBoth = u"Install Colima and Docker"_s;
+const auto startColima = u"Start Colima"_s;
+const auto installColima = u"Install Colima"_s;
+const auto getHomebrew = u"Get Homebrew"_s;
+const auto checkAgain = u"Check again"_s;
+const auto settings = u"Settings"_s;
+const auto showDetails = u"Show details"_s;
+const auto openDashboard = u"Open dashboard"_s;
+const auto needsHomebrew = u"Homebrew is needed for the one-click install and was not found."_s;
 
 void install(Shown& view, const QString& tool) {
-    view.world.installedTools.insert(tool, QStringLiteral("/opt/bin/") + tool);
+    view.world.installedTools.insert(tool, u"/opt/bin/"_s + tool);
 }
 
 void openWithoutRuntime(Shown& view, standin::Daemon daemon) {
@@ -78,13 +80,13 @@ private Q_SLOTS:
         QTest::keyClick(&view.window, Qt::Key_Return);
         view.world.settle();
         QVERIFY(visible<SetupCard>(&view.window) != nullptr);
-        QVERIFY(shows(&view.window, QStringLiteral("Installing Colima and Docker with Homebrew")));
+        QVERIFY(shows(&view.window, u"Installing Colima and Docker with Homebrew"_s));
         auto* box = visible<TextBox>(&view.window);
-        QCOMPARE(box->placeholderText(), QStringLiteral("Waiting for output…"));
-        QCOMPARE(box->toPlainText(), QStringLiteral("$ brew install colima docker"));
-        view.click(QStringLiteral("Cancel"));
+        QCOMPARE(box->placeholderText(), u"Waiting for output…"_s);
+        QCOMPARE(box->toPlainText(), u"$ brew install colima docker"_s);
+        view.click(u"Cancel"_s);
         QVERIFY(visible<DockerMissingCard>(&view.window) != nullptr);
-        QVERIFY(shows(&view.window, QStringLiteral("Cancelled.")));
+        QVERIFY(shows(&view.window, u"Cancelled."_s));
     }
 
     void missingDockerWithHomebrew() {
@@ -93,15 +95,15 @@ private Q_SLOTS:
         install(view, brew);
         view.open();
         view.poll();
-        QVERIFY(shows(&view.window, QStringLiteral("Orvanel runs Uptime Kuma inside Docker, using Colima, a free "
-                                                   "headless runtime with no desktop app. One click installs Colima "
-                                                   "and the Docker command line tool with Homebrew (brew install "
-                                                   "colima docker) and starts them.")));
+        QVERIFY(shows(&view.window, u"Orvanel runs Uptime Kuma inside Docker, using Colima, a free "
+                                    "headless runtime with no desktop app. One click installs Colima "
+                                    "and the Docker command line tool with Homebrew (brew install "
+                                    "colima docker) and starts them."_s));
         QVERIFY(button(&view.window, installBoth) != nullptr);
         QVERIFY(button(&view.window, getHomebrew) == nullptr);
         QVERIFY(!shows(&view.window, needsHomebrew));
         view.click(settings);
-        QCOMPARE(view.opened, QStringList(QStringLiteral("settings")));
+        QCOMPARE(view.opened, QStringList(u"settings"_s));
     }
 
     void missingDockerWithoutHomebrew() {
@@ -114,7 +116,7 @@ private Q_SLOTS:
         QTest::keyClick(&view.window, Qt::Key_Return);
         QVERIFY(!view.world.controller().setupBusy());
         view.click(getHomebrew);
-        QCOMPARE(view.world.desktop.opened, QList<QUrl>{QUrl(QStringLiteral("https://brew.sh/"))});
+        QCOMPARE(view.world.desktop.opened, QList<QUrl>{QUrl(u"https://brew.sh/"_s)});
 
         install(view, brew);
         view.click(checkAgain);
@@ -123,18 +125,18 @@ private Q_SLOTS:
         view.world.hang("brew install");
         view.click(installBoth);
         QVERIFY(visible<SetupCard>(&view.window) != nullptr);
-        QVERIFY(view.world.underWay().contains(QStringLiteral("brew install")));
+        QVERIFY(view.world.underWay().contains(u"brew install"_s));
     }
 
     void dockerFoundElsewhereCanBeUsed() {
         Shown view;
         view.world.installedDocker = std::nullopt;
-        const QString tool = view.world.home.write(QStringLiteral("tools/usr/bin/docker"), "#!/bin/sh\n", true);
+        const QString tool = view.world.home.write(u"tools/usr/bin/docker"_s, "#!/bin/sh\n", true);
         view.world.executables = {tool};
         view.open();
         view.poll();
-        QVERIFY(shows(&view.window, QStringLiteral("A docker tool was found at %1.").arg(tool)));
-        view.click(QStringLiteral("Use it"));
+        QVERIFY(shows(&view.window, u"A docker tool was found at %1."_s.arg(tool)));
+        view.click(u"Use it"_s);
         QCOMPARE(view.world.controller().dockerOverride(), tool);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
     }
@@ -144,12 +146,12 @@ private Q_SLOTS:
         view.world.installedDocker = std::nullopt;
         view.open();
         view.poll();
-        QVERIFY(button(&view.window, QStringLiteral("Use it")) == nullptr);
-        const QString tool = view.world.home.write(QStringLiteral("tools/usr/bin/docker"), "#!/bin/sh\n", true);
+        QVERIFY(button(&view.window, u"Use it"_s) == nullptr);
+        const QString tool = view.world.home.write(u"tools/usr/bin/docker"_s, "#!/bin/sh\n", true);
         view.world.executables = {tool};
         view.world.advance(3s);
-        QVERIFY(shows(&view.window, QStringLiteral("A docker tool was found at %1.").arg(tool)));
-        view.click(QStringLiteral("Use it"));
+        QVERIFY(shows(&view.window, u"A docker tool was found at %1."_s.arg(tool)));
+        view.click(u"Use it"_s);
         QCOMPARE(view.world.controller().dockerOverride(), tool);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
     }
@@ -159,7 +161,7 @@ private Q_SLOTS:
         view.world.installedDocker = std::nullopt;
         view.open();
         view.poll();
-        QVERIFY(button(&view.window, QStringLiteral("Use it")) == nullptr);
+        QVERIFY(button(&view.window, u"Use it"_s) == nullptr);
     }
 
     void colimaThatIsNotStarted() {
@@ -167,30 +169,30 @@ private Q_SLOTS:
         install(view, brew);
         install(view, colima);
         openWithoutRuntime(view, standin::Daemon::down);
-        QVERIFY(shows(&view.window, QStringLiteral("The docker command line tool is installed, but the Colima runtime "
-                                                   "is not started.")));
+        QVERIFY(shows(&view.window, u"The docker command line tool is installed, but the Colima runtime "
+                                    "is not started."_s));
         QVERIFY(button(&view.window, installColima) == nullptr);
         QVERIFY(button(&view.window, getHomebrew) == nullptr);
         QVERIFY(button(&view.window, startColima) != nullptr);
         view.world.hang("colima start");
         QTest::keyClick(&view.window, Qt::Key_Return);
         view.world.settle();
-        QVERIFY(view.world.underWay().contains(QStringLiteral("colima start")));
+        QVERIFY(view.world.underWay().contains(u"colima start"_s));
     }
 
     void noRuntimeWithHomebrew() {
         Shown view;
         install(view, brew);
         openWithoutRuntime(view, standin::Daemon::down);
-        QVERIFY(shows(&view.window, QStringLiteral("The docker command line tool is installed, but no Docker runtime "
-                                                   "answers. One click installs and starts Colima, a free headless "
-                                                   "runtime. If you run another runtime, start it and press Check "
-                                                   "again.")));
+        QVERIFY(shows(&view.window, u"The docker command line tool is installed, but no Docker runtime "
+                                    "answers. One click installs and starts Colima, a free headless "
+                                    "runtime. If you run another runtime, start it and press Check "
+                                    "again."_s));
         QVERIFY(button(&view.window, startColima) == nullptr);
         view.world.hang("brew install");
         QTest::keyClick(&view.window, Qt::Key_Return);
         view.world.settle();
-        QVERIFY(view.world.underWay().contains(QStringLiteral("brew install")));
+        QVERIFY(view.world.underWay().contains(u"brew install"_s));
     }
 
     void noRuntimeAndNoHomebrew() {
@@ -201,14 +203,14 @@ private Q_SLOTS:
         view.click(getHomebrew);
         QCOMPARE(view.world.desktop.opened.size(), 1);
         view.click(settings);
-        QCOMPARE(view.opened, QStringList(QStringLiteral("settings")));
+        QCOMPARE(view.opened, QStringList(u"settings"_s));
 
         install(view, brew);
         view.click(checkAgain);
         QVERIFY(button(&view.window, getHomebrew) == nullptr);
         view.world.hang("brew install");
         view.click(installColima);
-        QVERIFY(view.world.underWay().contains(QStringLiteral("brew install")));
+        QVERIFY(view.world.underWay().contains(u"brew install"_s));
     }
 
     void aRuntimeThatRefusesSaysWhy_data() {
@@ -220,12 +222,12 @@ private Q_SLOTS:
         QFETCH(const bool, refuses);
         Shown view;
         openWithoutRuntime(view, refuses ? standin::Daemon::denied : standin::Daemon::down);
-        const bool isSaid = shows(&view.window, QStringLiteral("Docker refused: you are not in the group “docker” yet. "
-                                                               "Join it, then log out and in again."));
+        const bool isSaid = shows(&view.window, u"Docker refused: you are not in the group “docker” yet. "
+                                                "Join it, then log out and in again."_s);
         QCOMPARE(isSaid, refuses);
-        QCOMPARE(button(&view.window, showDetails)->accessibleDescription(), QStringLiteral("Collapsed"));
+        QCOMPARE(button(&view.window, showDetails)->accessibleDescription(), u"Collapsed"_s);
         view.click(showDetails);
-        QCOMPARE(button(&view.window, showDetails)->accessibleDescription(), QStringLiteral("Expanded"));
+        QCOMPARE(button(&view.window, showDetails)->accessibleDescription(), u"Expanded"_s);
         const QString details = view.world.controller().runtimeDetails().trimmed();
         QVERIFY(!details.isEmpty());
         QCOMPARE(visible<TextBox>(&view.window)->toPlainText().trimmed(), details);
@@ -237,26 +239,26 @@ private Q_SLOTS:
     void theDashboardOpensTheOtherWindows() {
         Shown view;
         openGuideCard(view);
-        view.click(QStringLiteral("Logs"));
+        view.click(u"Logs"_s);
         view.click(settings);
-        QCOMPARE(view.opened, (QStringList{QStringLiteral("logs"), settings.toLower()}));
+        QCOMPARE(view.opened, (QStringList{u"logs"_s, settings.toLower()}));
     }
 
     void theStartCardOpensTheSettings() {
         Shown view;
         view.open();
         view.click(settings);
-        QCOMPARE(view.opened, QStringList(QStringLiteral("settings")));
+        QCOMPARE(view.opened, QStringList(u"settings"_s));
     }
 
     void theBackupMenuBacksUpAndRestores() {
         Shown view;
         openGuideCard(view);
-        const QMenu* const menu = button(&view.window, QStringLiteral("Backup"))->findChild<QMenu*>();
+        const QMenu* const menu = button(&view.window, u"Backup"_s)->findChild<QMenu*>();
         const QList<QAction*> entries = menu->actions();
         QCOMPARE(entries.size(), 2);
-        QCOMPARE(entries[0]->text(), QStringLiteral("Back up now…"));
-        QCOMPARE(entries[1]->text(), QStringLiteral("Restore…"));
+        QCOMPARE(entries[0]->text(), u"Back up now…"_s);
+        QCOMPARE(entries[1]->text(), u"Restore…"_s);
         entries[0]->trigger();
         view.world.settle();
         QCOMPARE(view.world.dialogs.pathQuestions.size(), 1);
@@ -273,7 +275,7 @@ private Q_SLOTS:
         view.open();
         view.poll();
         view.world.advance(5s);
-        QAbstractButton* const start = button(&view.window, QStringLiteral("Start Uptime Kuma"));
+        QAbstractButton* const start = button(&view.window, u"Start Uptime Kuma"_s);
         start->setFocus();
         QTest::keyClick(start, Qt::Key_Space);
         view.world.settle();
@@ -295,10 +297,9 @@ private Q_SLOTS:
         row("Colima not started", "down", {brew, colima}, {startColima, checkAgain, settings, showDetails});
         row("no Colima", "down", {brew}, {installColima, checkAgain, settings, showDetails});
         row("neither", "down", {}, {getHomebrew, checkAgain, settings, showDetails});
-        row("stopped", "up", {}, {QStringLiteral("Start Uptime Kuma"), settings});
+        row("stopped", "up", {}, {u"Start Uptime Kuma"_s, settings});
         row("running", "running", {},
-            {openDashboard, QStringLiteral("Stop"), QStringLiteral("Restart"), QStringLiteral("Logs"),
-             QStringLiteral("Backup"), settings, openDashboard});
+            {openDashboard, u"Stop"_s, u"Restart"_s, u"Logs"_s, u"Backup"_s, settings, openDashboard});
     }
     void buttonsStandInTheirOrder() {
         QFETCH(const QString, docker);
@@ -308,12 +309,12 @@ private Q_SLOTS:
         for (const QString& tool : tools) {
             install(view, tool);
         }
-        if (docker == QStringLiteral("missing")) {
+        if (docker == u"missing"_s) {
             view.world.installedDocker = std::nullopt;
         }
-        view.world.docker().daemon = docker == QStringLiteral("down") ? standin::Daemon::down : standin::Daemon::up;
+        view.world.docker().daemon = docker == u"down"_s ? standin::Daemon::down : standin::Daemon::up;
         view.open();
-        if (docker == QStringLiteral("running")) {
+        if (docker == u"running"_s) {
             QVERIFY(view.world.isPolledAsRunning());
         } else {
             view.poll();
@@ -322,5 +323,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestCards)
+ORVANEL_TEST(TestCards)
 #include "TestCards.moc"

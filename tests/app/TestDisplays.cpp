@@ -4,11 +4,13 @@
 #include "standin/desktop/VirtualDisplay.h"
 #include "standin/desktop/WaylandDisplay.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QFile>
 #include <QRegularExpression>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -27,10 +29,10 @@ public:
 class X11Display final : public Display {
 public:
     void addTo(RunningProgram& program) const override {
-        program.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-        program.environment.insert(QStringLiteral("DISPLAY"), m_display.name());
+        program.environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+        program.environment.insert(u"DISPLAY"_s, m_display.name());
     }
-    std::optional<QSize> leastSizeOfWindow() const override { return m_windows.leastSizeOf(QStringLiteral("Orvanel")); }
+    std::optional<QSize> leastSizeOfWindow() const override { return m_windows.leastSizeOf(u"Orvanel"_s); }
 
 private:
     standin::VirtualDisplay m_display;
@@ -45,23 +47,22 @@ public:
 
     void addTo(RunningProgram& program) const override {
         m_display.addTo(program.environment);
-        program.environment.insert(QStringLiteral("WAYLAND_DEBUG"), QStringLiteral("client"));
-        program.errorFile = m_folder.filePath(QStringLiteral("words"));
+        program.environment.insert(u"WAYLAND_DEBUG"_s, u"client"_s);
+        program.errorFile = m_folder.filePath(u"words"_s);
         // What Qt's plugin left, in libraries that it has unloaded by then, cannot be told from what we left.
-        const auto options = QStringLiteral("ASAN_OPTIONS");
-        program.environment.insert(options, program.environment.value(options) + QStringLiteral(":detect_leaks=0"));
+        const auto options = u"ASAN_OPTIONS"_s;
+        program.environment.insert(options, program.environment.value(options) + u":detect_leaks=0"_s);
     }
     std::optional<QSize> leastSizeOfWindow() const override {
-        QFile file(m_folder.filePath(QStringLiteral("words")));
+        QFile file(m_folder.filePath(u"words"_s));
         const QString words = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
         // An object and its number: "xdg_toplevel@12", since libwayland 1.23 "xdg_toplevel#12".
-        static const QRegularExpression least(
-            QStringLiteral("xdg_toplevel[@#]\\d+\\.set_min_size\\((\\d+), (\\d+)\\)"));
+        static const QRegularExpression least(u"xdg_toplevel[@#]\\d+\\.set_min_size\\((\\d+), (\\d+)\\)"_s);
         // Shown: it has a title, a name and a picture.
-        static const QRegularExpression picture(QStringLiteral("wl_surface[@#]\\d+\\.attach\\(wl_buffer[@#]"));
+        static const QRegularExpression picture(u"wl_surface[@#]\\d+\\.attach\\(wl_buffer[@#]"_s);
         const auto size = least.match(words);
-        if (!size.hasMatch() || !words.contains(QStringLiteral("set_title(\"Orvanel\")")) ||
-            !words.contains(QStringLiteral("set_app_id(\"io.github.orvanel.Orvanel\")")) ||
+        if (!size.hasMatch() || !words.contains(u"set_title(\"Orvanel\")"_s) ||
+            !words.contains(u"set_app_id(\"io.github.orvanel.Orvanel\")"_s) ||
             !picture.match(words, size.capturedEnd()).hasMatch()) {
             return std::nullopt;
         }
@@ -74,7 +75,7 @@ private:
 };
 
 std::unique_ptr<Display> makeDisplay(const QString& kind, int scale) {
-    if (kind == QStringLiteral("x11")) {
+    if (kind == u"x11"_s) {
         return std::make_unique<X11Display>();
     }
     return std::make_unique<Wayland>(scale);
@@ -90,31 +91,29 @@ private Q_SLOTS:
         QTest::addColumn<QString>("kind");
         QTest::addColumn<int>("scaleOfDisplay");
         QTest::addColumn<double>("scaleOfProgram");
-        QTest::newRow("x11, scale 1") << QStringLiteral("x11") << 1 << 1.0;
-        QTest::newRow("x11, scale 1.5") << QStringLiteral("x11") << 1 << 1.5;
-        QTest::newRow("x11, scale 2") << QStringLiteral("x11") << 1 << 2.0;
+        QTest::newRow("x11, scale 1") << u"x11"_s << 1 << 1.0;
+        QTest::newRow("x11, scale 1.5") << u"x11"_s << 1 << 1.5;
+        QTest::newRow("x11, scale 2") << u"x11"_s << 1 << 2.0;
         // The compositor knows whole scales only; the program's own factor makes the one between.
-        QTest::newRow("wayland, scale 1") << QStringLiteral("wayland") << 1 << 1.0;
-        QTest::newRow("wayland, scale 1 by 1.5") << QStringLiteral("wayland") << 1 << 1.5;
-        QTest::newRow("wayland, scale 2") << QStringLiteral("wayland") << 2 << 1.0;
+        QTest::newRow("wayland, scale 1") << u"wayland"_s << 1 << 1.0;
+        QTest::newRow("wayland, scale 1 by 1.5") << u"wayland"_s << 1 << 1.5;
+        QTest::newRow("wayland, scale 2") << u"wayland"_s << 2 << 1.0;
     }
     void livesOnEachKindOfDisplay() {
         QFETCH(const QString, kind);
         QFETCH(const int, scaleOfDisplay);
         QFETCH(const double, scaleOfProgram);
-        if (kind == QStringLiteral("wayland") && !standin::WaylandDisplay::isInstalled()) {
+        if (kind == u"wayland"_s && !standin::WaylandDisplay::isInstalled()) {
             QSKIP("weston is not installed");
         }
         const auto display = makeDisplay(kind, scaleOfDisplay);
         RunningProgram world;
         display->addTo(world);
-        world.environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QString::number(scaleOfProgram));
+        world.environment.insert(u"QT_SCALE_FACTOR"_s, QString::number(scaleOfProgram));
         standin::StatusArea area(world.bus.connect());
         QVERIFY(area.open());
         QProcess& program = world.start();
-        const auto quit = [&] {
-            return area.item() != nullptr ? area.item()->menu().find(QStringLiteral("Quit")) : std::nullopt;
-        };
+        const auto quit = [&] { return area.item() != nullptr ? area.item()->menu().find(u"Quit"_s) : std::nullopt; };
         QVERIFY(waitUntil([&] { return quit().has_value(); }));
         QVERIFY(!display->leastSizeOfWindow());
 
@@ -129,5 +128,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestDisplays)
+ORVANEL_TEST(TestDisplays)
 #include "TestDisplays.moc"

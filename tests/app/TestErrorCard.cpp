@@ -6,19 +6,21 @@
 #include "app/views/StartCard.h"
 #include "app/widgets/TextBox.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto start = QStringLiteral("Start Uptime Kuma");
-const auto showDetails = QStringLiteral("Show details");
+const auto start = u"Start Uptime Kuma"_s;
+const auto showDetails = u"Show details"_s;
 
 void fail(Shown& view, const QString& why) {
     view.world.loginItem.failure = why;
@@ -28,7 +30,7 @@ void fail(Shown& view, const QString& why) {
 
 /// Many more monitors than the window has room for.
 void openWithLongList(Shown& view) {
-    view.world.controller().setSlug(QStringLiteral("home"));
+    view.world.controller().setSlug(u"home"_s);
     QList<MonitorRow> monitors;
     for (int id = 1; id <= 300; ++id) {
         monitors << monitor(id, 1);
@@ -89,33 +91,33 @@ private Q_SLOTS:
         Shown view;
         view.open();
         view.poll();
-        fail(view, QStringLiteral("why"));
+        fail(view, u"why"_s);
         view.click(showDetails);
         QVERIFY(visible<TextBox>(&view.window) != nullptr);
         view.world.delay("info", 5s);
         view.click(start);
         QVERIFY(visible<ErrorCard>(&view.window) == nullptr);
-        fail(view, QStringLiteral("why"));
+        fail(view, u"why"_s);
         QVERIFY(visible<ErrorCard>(&view.window) != nullptr);
         QVERIFY(visible<TextBox>(&view.window) == nullptr);
         view.click(showDetails);
-        QCOMPARE(visible<TextBox>(&view.window)->toPlainText(), QStringLiteral("why"));
+        QCOMPARE(visible<TextBox>(&view.window)->toPlainText(), u"why"_s);
     }
 
     void anotherErrorBeginsCollapsed() {
         Shown view;
         view.open();
-        fail(view, QStringLiteral("one"));
+        fail(view, u"one"_s);
         view.click(showDetails);
-        fail(view, QStringLiteral("other"));
+        fail(view, u"other"_s);
         QVERIFY(visible<TextBox>(&view.window) == nullptr);
         view.click(showDetails);
-        QCOMPARE(visible<TextBox>(&view.window)->toPlainText(), QStringLiteral("other"));
+        QCOMPARE(visible<TextBox>(&view.window)->toPlainText(), u"other"_s);
     }
 
     void openDetailsGoOnWithTheNewText() {
-        const auto first = QStringLiteral("Cannot connect to the Docker daemon at tcp://one.");
-        const auto second = QStringLiteral("Cannot connect to the Docker daemon at tcp://two.");
+        const auto first = u"Cannot connect to the Docker daemon at tcp://one."_s;
+        const auto second = u"Cannot connect to the Docker daemon at tcp://two."_s;
         Shown view;
         view.world.answer("inspect", 1, first);
         view.open();
@@ -136,26 +138,26 @@ private Q_SLOTS:
         Shown view;
         view.open();
         view.poll();
-        fail(view, QStringLiteral("one"));
+        fail(view, u"one"_s);
         view.click(showDetails);
         visible<TextBox>(&view.window)->setFocus();
-        fail(view, QStringLiteral("other"));
+        fail(view, u"other"_s);
         QCOMPARE(view.window.focusWidget(), view.window.findChild<QScrollArea*>());
     }
 
     void anErrorBelowALongListIsScrolledTo() {
         Shown view;
         openWithLongList(view);
-        fail(view, QStringLiteral("why"));
+        fail(view, u"why"_s);
         QVERIFY(isErrorInView(view));
     }
 
     void anErrorThatComesWithTheLongListIsScrolledTo() {
         Shown view;
         openWithLongList(view);
-        view.world.answer("compose stop", 1, QStringLiteral("why"));
-        view.world.answer("stop", 1, QStringLiteral("why"));
-        view.click(QStringLiteral("Stop"));
+        view.world.answer("compose stop", 1, u"why"_s);
+        view.world.answer("stop", 1, u"why"_s);
+        view.click(u"Stop"_s);
         QVERIFY(view.world.operationEnds());
         QVERIFY(visible<DashboardView>(&view.window) != nullptr);
         QVERIFY(isErrorInView(view));
@@ -163,7 +165,7 @@ private Q_SLOTS:
 
     void anErrorFromBeforeTheWindowIsScrolledTo() {
         Shown view;
-        fail(view, QStringLiteral("why"));
+        fail(view, u"why"_s);
         openWithLongList(view);
         QVERIFY(isErrorInView(view));
     }
@@ -171,13 +173,13 @@ private Q_SLOTS:
     void anotherErrorIsScrolledToAgain() {
         Shown view;
         openWithLongList(view);
-        fail(view, QStringLiteral("one"));
+        fail(view, u"one"_s);
         QScrollBar* const bar = view.window.findChild<QScrollArea*>()->verticalScrollBar();
         bar->setValue(0);
         // The same one leaves the place as it is.
         view.world.advance(6s);
         QCOMPARE(bar->value(), 0);
-        fail(view, QStringLiteral("other"));
+        fail(view, u"other"_s);
         QVERIFY(isErrorInView(view));
     }
 
@@ -197,11 +199,11 @@ private Q_SLOTS:
         QScrollBar* const bar = view.window.findChild<QScrollArea*>()->verticalScrollBar();
         const int place = bar->value();
         QVERIFY(place > 1000);
-        view.world.page.status = StatusPageError{QStringLiteral("Nothing there.")};
+        view.world.page.status = StatusPageError{u"Nothing there."_s};
         view.world.advance(30s);
         drainEvents();
         QVERIFY(visible<MonitorRows>(&view.window) == nullptr);
-        QAbstractButton* const stop = button(&view.window, QStringLiteral("Stop"));
+        QAbstractButton* const stop = button(&view.window, u"Stop"_s);
         if (goesElsewhere) {
             stop->setFocus();
         }
@@ -216,11 +218,11 @@ private Q_SLOTS:
     /// No frame shows the new card at a place where it does not stay, nor the old one again.
     void cardsChangeInOneStep() {
         Shown view;
-        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.controller().setSlug(u"home"_s);
         view.world.page.status = statusPage({monitor(1, 1), monitor(2, 0)});
         view.open();
         view.poll();
-        fail(view, QStringLiteral("why"));
+        fail(view, u"why"_s);
         drainEvents();
         const PaintedPlaces painted(view.window);
         const QWidget* const before = visible<StartCard>(&view.window);
@@ -239,5 +241,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestErrorCard)
+ORVANEL_TEST(TestErrorCard)
 #include "TestErrorCard.moc"

@@ -4,17 +4,19 @@
 #include "app/views/MonitorList.h"
 #include "app/views/StatusErrorCard.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QLineEdit>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto openDashboard = QStringLiteral("Open dashboard");
+const auto openDashboard = u"Open dashboard"_s;
 
 /// A window without a slug, whose page answers.
 void openGuideCard(Shown& view) {
@@ -46,18 +48,18 @@ private Q_SLOTS:
         GuideView* const guide = guideOf(view.window);
         QCOMPARE(guide->size(), QSize(440, 320));
         QCOMPARE(guide->windowModality(), Qt::WindowModal);
-        QVERIFY(shows(guide, QStringLiteral("A control panel for Uptime Kuma")));
-        QVERIFY(shows(guide, QStringLiteral("1 of 3")));
-        QVERIFY(button(guide, QStringLiteral("Next")) != nullptr);
+        QVERIFY(shows(guide, u"A control panel for Uptime Kuma"_s));
+        QVERIFY(shows(guide, u"1 of 3"_s));
+        QVERIFY(button(guide, u"Next"_s) != nullptr);
         QTest::keyClick(guide, Qt::Key_Return);
-        QVERIFY(shows(guide, QStringLiteral("It needs a Docker runtime")));
-        QVERIFY(shows(guide, QStringLiteral("2 of 3")));
+        QVERIFY(shows(guide, u"It needs a Docker runtime"_s));
+        QVERIFY(shows(guide, u"2 of 3"_s));
         QTest::keyClick(guide, Qt::Key_Return);
-        QVERIFY(shows(guide, QStringLiteral("Everything stays on this Mac")));
-        QVERIFY(shows(guide, QStringLiteral("3 of 3")));
-        QVERIFY(button(guide, QStringLiteral("Next")) == nullptr);
+        QVERIFY(shows(guide, u"Everything stays on this Mac"_s));
+        QVERIFY(shows(guide, u"3 of 3"_s));
+        QVERIFY(button(guide, u"Next"_s) == nullptr);
         QVERIFY(!view.world.controller().hasSeenGuide());
-        QTest::mouseClick(button(guide, QStringLiteral("Get started")), Qt::LeftButton);
+        QTest::mouseClick(button(guide, u"Get started"_s), Qt::LeftButton);
         QVERIFY(view.world.controller().hasSeenGuide());
         drainEvents();
         QVERIFY(guideOf(view.window) == nullptr);
@@ -112,7 +114,7 @@ private Q_SLOTS:
                                  "3. Create a status page, choose a slug, and add the monitors to it."}) {
             QVERIFY(shows(&view.window, QString::fromLatin1(line)));
         }
-        QCOMPARE(slugField(view)->placeholderText(), QStringLiteral("my-slug"));
+        QCOMPARE(slugField(view)->placeholderText(), u"my-slug"_s);
         QCOMPARE(slugField(view)->width(), 180);
         QAbstractButton* const open = button(visible<GuideCard>(&view.window), openDashboard);
         QTest::mouseClick(open, Qt::LeftButton);
@@ -125,8 +127,8 @@ private Q_SLOTS:
         QVERIFY(!view.world.isPolledAsRunning());
         view.open();
         QVERIFY(!button(visible<GuideCard>(&view.window), openDashboard)->isEnabled());
-        QTest::keyClicks(slugField(view), QStringLiteral("home"));
-        QCOMPARE(view.world.controller().slug(), QStringLiteral("home"));
+        QTest::keyClicks(slugField(view), u"home"_s);
+        QCOMPARE(view.world.controller().slug(), u"home"_s);
     }
 
     void theFirstLetterBringsTheMonitorsAndTheOthersAreNotLost() {
@@ -134,25 +136,25 @@ private Q_SLOTS:
         openGuideCard(view);
         QLineEdit* const field = slugField(view);
         field->setFocus();
-        QTest::keyClicks(field, QStringLiteral(" "));
+        QTest::keyClicks(field, u" "_s);
         view.world.settle();
         QVERIFY(visible<MonitorList>(&view.window) == nullptr);
         QTest::keyClick(field, Qt::Key_Backspace);
-        QTest::keyClicks(field, QStringLiteral("h"));
+        QTest::keyClicks(field, u"h"_s);
         view.world.settle();
         QVERIFY(visible<MonitorList>(&view.window) != nullptr);
-        QVERIFY(!shows(&view.window, QStringLiteral("Show my monitors here")));
+        QVERIFY(!shows(&view.window, u"Show my monitors here"_s));
         // A poll in the middle of a word.
         view.world.advance(1500ms);
-        QTest::keyClicks(field, QStringLiteral("m"));
+        QTest::keyClicks(field, u"m"_s);
         view.world.advance(1500ms);
         QCOMPARE(view.window.focusWidget(), field);
-        QTest::keyClicks(field, QStringLiteral("e"));
+        QTest::keyClicks(field, u"e"_s);
         QTest::keyClick(field, Qt::Key_Left);
         QTest::keyClick(field, Qt::Key_Left);
         view.world.advance(1500ms);
-        QTest::keyClicks(field, QStringLiteral("o"));
-        QCOMPARE(view.world.controller().slug(), QStringLiteral("home"));
+        QTest::keyClicks(field, u"o"_s);
+        QCOMPARE(view.world.controller().slug(), u"home"_s);
         QTest::keyClick(field, Qt::Key_Return);
         view.world.settle();
         QVERIFY(visible<GuideCard>(&view.window) == nullptr);
@@ -162,12 +164,12 @@ private Q_SLOTS:
     void aWrongSlugBringsTheWarning() {
         Shown view;
         openGuideCard(view);
-        view.world.page.status = StatusPageError{QStringLiteral("Nothing there.")};
-        QTest::keyClicks(slugField(view), QStringLiteral("hoem"));
+        view.world.page.status = StatusPageError{u"Nothing there."_s};
+        QTest::keyClicks(slugField(view), u"hoem"_s);
         view.world.advance(3s);
         QVERIFY(visible<StatusErrorCard>(&view.window) != nullptr);
     }
 };
 
-QTEST_MAIN(TestGuide)
+ORVANEL_TEST(TestGuide)
 #include "TestGuide.moc"

@@ -7,22 +7,24 @@
 #include "app/views/StartCard.h"
 #include "app/widgets/TextField.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QAccessible>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto openDashboard = QStringLiteral("Open dashboard");
-const auto start = QStringLiteral("Start Uptime Kuma");
-const auto usePort = QStringLiteral("Use port 3002 instead and start");
-const auto showDetails = QStringLiteral("Show details");
+const auto openDashboard = u"Open dashboard"_s;
+const auto start = u"Start Uptime Kuma"_s;
+const auto usePort = u"Use port 3002 instead and start"_s;
+const auto showDetails = u"Show details"_s;
 
 /// What a keyboard does: its keys go to whatever has the focus.
 void press(Shown& view, Qt::Key key) {
@@ -34,7 +36,7 @@ void press(Shown& view, Qt::Key key) {
 /// The repeats of a key that is held down.
 void hold(QWidget& window, Qt::Key key) {
     for (int i = 0; i < 3; ++i) {
-        QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, QStringLiteral("\r"), true);
+        QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, u"\r"_s, true);
         QWidget* const focused = window.focusWidget();
         QCoreApplication::sendEvent(focused != nullptr ? focused : &window, &repeat);
     }
@@ -45,7 +47,7 @@ bool isButtonFocused(const Shown& view) {
 }
 
 void fail(Shown& view) {
-    view.world.loginItem.failure = QStringLiteral("why");
+    view.world.loginItem.failure = u"why"_s;
     view.world.controller().setLaunchAtLogin(true);
     view.world.settle();
 }
@@ -153,12 +155,12 @@ private Q_SLOTS:
         GuideView guide(nullptr);
         guide.show();
         QVERIFY(QTest::qWaitForWindowActive(&guide));
-        button(&guide, QStringLiteral("Next"))->setFocus();
+        button(&guide, u"Next"_s)->setFocus();
         hold(guide, Qt::Key_Return);
-        QVERIFY(shows(&guide, QStringLiteral("1 of 3")));
+        QVERIFY(shows(&guide, u"1 of 3"_s));
         QTest::keyClick(guide.focusWidget(), Qt::Key_Return);
         hold(guide, Qt::Key_Return);
-        QVERIFY(shows(&guide, QStringLiteral("2 of 3")));
+        QVERIFY(shows(&guide, u"2 of 3"_s));
     }
 
     /// Also when the card above it came later than the error.
@@ -168,22 +170,14 @@ private Q_SLOTS:
         fail(view);
         view.click(showDetails);
         QVERIFY(view.world.isPolledAsRunning());
-        const QStringList expected{openDashboard,
-                                   QStringLiteral("Stop"),
-                                   QStringLiteral("Restart"),
-                                   QStringLiteral("Logs"),
-                                   QStringLiteral("Backup"),
-                                   QStringLiteral("Settings"),
-                                   openDashboard,
-                                   QStringLiteral("Status page slug"),
-                                   showDetails,
-                                   QStringLiteral("Details")};
+        const QStringList expected{openDashboard, u"Stop"_s,     u"Restart"_s,          u"Logs"_s,   u"Backup"_s,
+                                   u"Settings"_s, openDashboard, u"Status page slug"_s, showDetails, u"Details"_s};
         QCOMPARE(tabOrder(view), expected);
 
-        view.click(QStringLiteral("Stop"));
+        view.click(u"Stop"_s);
         QVERIFY(view.world.operationEnds());
         fail(view);
-        QCOMPARE(tabOrder(view), (QStringList{start, QStringLiteral("Settings"), showDetails}));
+        QCOMPARE(tabOrder(view), (QStringList{start, u"Settings"_s, showDetails}));
     }
 
     void detailsOpenedLateStandWhereTheyAre() {
@@ -194,8 +188,7 @@ private Q_SLOTS:
         fail(view);
         view.click(showDetails);
         const QStringList order = tabOrder(view);
-        QCOMPARE(order.mid(order.indexOf(showDetails)),
-                 (QStringList{showDetails, QStringLiteral("Details"), showDetails}));
+        QCOMPARE(order.mid(order.indexOf(showDetails)), (QStringList{showDetails, u"Details"_s, showDetails}));
     }
 
     void aScreenReaderMeetsTheErrorLast() {
@@ -206,7 +199,7 @@ private Q_SLOTS:
         QAccessibleInterface* const content =
             QAccessible::queryAccessibleInterface(view.window.findChild<QScrollArea*>()->widget());
         QCOMPARE(content->childCount(), 2);
-        QCOMPARE(content->child(1)->text(QAccessible::Name), QStringLiteral("Error"));
+        QCOMPARE(content->child(1)->text(QAccessible::Name), u"Error"_s);
     }
 
     void withNothingToInstallWithReturnDoesNothing() {
@@ -214,7 +207,7 @@ private Q_SLOTS:
         view.world.docker().daemon = standin::Daemon::down;
         view.open();
         view.poll();
-        QVERIFY(button(&view.window, QStringLiteral("Get Homebrew")) != nullptr);
+        QVERIFY(button(&view.window, u"Get Homebrew"_s) != nullptr);
         press(view, Qt::Key_Return);
         QVERIFY(!view.world.controller().setupBusy());
         QCOMPARE(view.world.desktop.opened.size(), 0);
@@ -237,7 +230,7 @@ private Q_SLOTS:
         view.world.advance(1900ms);
         press(view, Qt::Key_O);
         QCOMPARE(view.window.focusWidget(), field);
-        QCOMPARE(view.world.controller().slug(), QStringLiteral("hom"));
+        QCOMPARE(view.world.controller().slug(), u"hom"_s);
         view.world.advance(2s);
         QVERIFY(visible<GuideCard>(&view.window) == nullptr);
         QVERIFY(visible<MonitorList>(&view.window) != nullptr);
@@ -280,7 +273,7 @@ private Q_SLOTS:
         QCoreApplication::sendEvent(field, &returns);
         view.world.advance(1900ms);
         press(view, Qt::Key_O);
-        QCOMPARE(view.world.controller().slug(), QStringLiteral("ho"));
+        QCOMPARE(view.world.controller().slug(), u"ho"_s);
         view.world.advance(2s);
         QVERIFY(visible<GuideCard>(&view.window) == nullptr);
     }
@@ -294,14 +287,14 @@ private Q_SLOTS:
         press(view, Qt::Key_H);
         view.world.advance(1900ms);
         // The keys go to the input method; of them only what they are to become comes here.
-        QInputMethodEvent inTheMaking(QStringLiteral("ö"), {});
+        QInputMethodEvent inTheMaking(u"ö"_s, {});
         QCoreApplication::sendEvent(field, &inTheMaking);
         view.world.advance(10s);
         QVERIFY(visible<GuideCard>(&view.window) != nullptr);
         QInputMethodEvent made;
-        made.setCommitString(QStringLiteral("o"));
+        made.setCommitString(u"o"_s);
         QCoreApplication::sendEvent(field, &made);
-        QCOMPARE(view.world.controller().slug(), QStringLiteral("ho"));
+        QCOMPARE(view.world.controller().slug(), u"ho"_s);
         view.world.advance(1900ms);
         QVERIFY(visible<GuideCard>(&view.window) != nullptr);
         view.world.advance(100ms);
@@ -315,12 +308,12 @@ private Q_SLOTS:
         visible<TextField>(&view.window)->setFocus();
         press(view, Qt::Key_H);
         QVERIFY(visible<GuideCard>(&view.window) != nullptr);
-        button(&view.window, QStringLiteral("Stop"))->setFocus();
+        button(&view.window, u"Stop"_s)->setFocus();
         view.world.settle();
         QVERIFY(visible<GuideCard>(&view.window) == nullptr);
-        QVERIFY(button(&view.window, QStringLiteral("Stop"))->hasFocus());
+        QVERIFY(button(&view.window, u"Stop"_s)->hasFocus());
     }
 };
 
-QTEST_MAIN(TestKeyboard)
+ORVANEL_TEST(TestKeyboard)
 #include "TestKeyboard.moc"

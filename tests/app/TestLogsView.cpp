@@ -5,6 +5,7 @@
 #include "app/widgets/Switch.h"
 #include "app/widgets/TextBox.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -18,13 +19,14 @@
 #include <QThreadPool>
 #include <QWindow>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto logsCommand = QStringLiteral("logs");
+const auto logsCommand = u"logs"_s;
 
 /// The logs of a container in a world where a test plays Docker.
 struct Shown {
@@ -79,7 +81,7 @@ struct Shown {
 QString lines(int first, int count) {
     QString text;
     for (int i = first; i < first + count; ++i) {
-        text += QStringLiteral("2026-11-21 line %1\n").arg(i);
+        text += u"2026-11-21 line %1\n"_s.arg(i);
     }
     return text;
 }
@@ -97,15 +99,15 @@ class TestLogsView : public QObject {
 private Q_SLOTS:
     void itBeginsEmptyAndReadsAtOnce() {
         Shown logs;
-        logs.setLog(QStringLiteral("hello\n"));
+        logs.setLog(u"hello\n"_s);
         logs.world.delay("logs", 1s, 1);
         logs.open();
         QCOMPARE(logs.text(), QString());
-        QCOMPARE(logs.box().placeholderText(), QStringLiteral("No logs yet."));
+        QCOMPARE(logs.box().placeholderText(), u"No logs yet."_s);
         QVERIFY(logs.follow().isChecked());
         QCOMPARE(logs.readings(), 1);
         logs.world.advance(1s);
-        QCOMPARE(logs.text(), QStringLiteral("hello"));
+        QCOMPARE(logs.text(), u"hello"_s);
     }
 
     void itReadsEveryTwoSeconds() {
@@ -135,24 +137,24 @@ private Q_SLOTS:
         Shown logs;
         logs.open();
         QCOMPARE(logs.text(), QString());
-        QCOMPARE(accessible(&logs.box())->text(QAccessible::Description), QStringLiteral("No logs yet."));
-        logs.nextReading(QStringLiteral("hello"));
+        QCOMPARE(accessible(&logs.box())->text(QAccessible::Description), u"No logs yet."_s);
+        logs.nextReading(u"hello"_s);
         QCOMPARE(accessible(&logs.box())->text(QAccessible::Description), QString());
-        QCOMPARE(accessible(&logs.box())->text(QAccessible::Value), QStringLiteral("hello"));
+        QCOMPARE(accessible(&logs.box())->text(QAccessible::Value), u"hello"_s);
         logs.nextReading({});
         QCOMPARE(logs.text(), QString());
-        QCOMPARE(accessible(&logs.box())->text(QAccessible::Description), QStringLiteral("No logs yet."));
+        QCOMPARE(accessible(&logs.box())->text(QAccessible::Description), u"No logs yet."_s);
     }
 
     void failuresAreTextAsWell() {
         Shown logs;
         logs.world.answer("logs", 1, {});
         logs.open();
-        QCOMPARE(logs.text(), QStringLiteral("No logs. The container may not exist yet."));
+        QCOMPARE(logs.text(), u"No logs. The container may not exist yet."_s);
         logs.world.installedDocker = std::nullopt;
         logs.world.controller().recheck();
         logs.world.advance(2s);
-        QCOMPARE(logs.text(), QStringLiteral("Docker was not found."));
+        QCOMPARE(logs.text(), u"Docker was not found."_s);
     }
 
     void withoutFollowItEndsAfterTheCurrentCycle() {
@@ -160,9 +162,9 @@ private Q_SLOTS:
         logs.open();
         logs.readings();
         logs.follow().click();
-        logs.nextReading(QStringLiteral("last"));
+        logs.nextReading(u"last"_s);
         QCOMPARE(logs.readings(), 1);
-        QCOMPARE(logs.text(), QStringLiteral("last"));
+        QCOMPARE(logs.text(), u"last"_s);
         logs.world.advance(1min);
         QCOMPARE(logs.readings(), 0);
         QCOMPARE(logs.world.clock.pendingTimers(), 0);
@@ -182,9 +184,9 @@ private Q_SLOTS:
         logs.view->show();
         logs.world.settle();
         QCOMPARE(logs.readings(), 0);
-        logs.setLog(QStringLiteral("asked for"));
-        logs.click(QStringLiteral("Refresh"));
-        QCOMPARE(logs.text(), QStringLiteral("asked for"));
+        logs.setLog(u"asked for"_s);
+        logs.click(u"Refresh"_s);
+        QCOMPARE(logs.text(), u"asked for"_s);
     }
 
     void offAndOnWithinACycleGoesOn() {
@@ -200,12 +202,12 @@ private Q_SLOTS:
 
     void offDuringAReadingEndsWithIt() {
         Shown logs;
-        logs.setLog(QStringLiteral("hello"));
+        logs.setLog(u"hello"_s);
         logs.world.delay("logs", 1s, 1);
         logs.open();
         logs.follow().click();
         logs.world.advance(1s);
-        QCOMPARE(logs.text(), QStringLiteral("hello"));
+        QCOMPARE(logs.text(), u"hello"_s);
         logs.readings();
         logs.world.advance(1min);
         QCOMPARE(logs.readings(), 0);
@@ -221,25 +223,25 @@ private Q_SLOTS:
         Shown logs;
         logs.open();
         logs.readings();
-        logs.setLog(QStringLiteral("new"));
+        logs.setLog(u"new"_s);
         if (isKey) {
             logs.press(Qt::Key_F5);
         } else {
-            logs.click(QStringLiteral("Refresh"));
+            logs.click(u"Refresh"_s);
         }
         QCOMPARE(logs.readings(), 1);
-        QCOMPARE(logs.text(), QStringLiteral("new"));
+        QCOMPARE(logs.text(), u"new"_s);
     }
 
     void theReadingThatEndsLastCounts() {
         Shown logs;
-        logs.world.answer("logs", 0, QStringLiteral("of the loop"), 1, 5s);
+        logs.world.answer("logs", 0, u"of the loop"_s, 1, 5s);
         logs.open();
-        logs.setLog(QStringLiteral("asked for"));
-        logs.click(QStringLiteral("Refresh"));
-        QCOMPARE(logs.text(), QStringLiteral("asked for"));
+        logs.setLog(u"asked for"_s);
+        logs.click(u"Refresh"_s);
+        QCOMPARE(logs.text(), u"asked for"_s);
         logs.world.advance(5s);
-        QCOMPARE(logs.text(), QStringLiteral("of the loop"));
+        QCOMPARE(logs.text(), u"of the loop"_s);
     }
 
     void closingEndsTheLoop() {
@@ -257,7 +259,7 @@ private Q_SLOTS:
         Shown logs;
         logs.world.delay("logs", 5s);
         logs.open();
-        logs.click(QStringLiteral("Refresh"));
+        logs.click(u"Refresh"_s);
         logs.view.reset();
         QCOMPARE(logs.world.underWay().count(logsCommand), 2);
         logs.readings();
@@ -268,15 +270,15 @@ private Q_SLOTS:
 
     void aDockerThatHangsHoldsNothingUp() {
         Shown logs;
-        logs.setLog(QStringLiteral("asked for"));
+        logs.setLog(u"asked for"_s);
         logs.world.hang("logs", 1);
         logs.open();
-        logs.click(QStringLiteral("Refresh"));
-        QCOMPARE(logs.text(), QStringLiteral("asked for"));
+        logs.click(u"Refresh"_s);
+        QCOMPARE(logs.text(), u"asked for"_s);
         logs.world.advance(15s);
-        QCOMPARE(logs.text(), QStringLiteral("No logs. The container may not exist yet."));
+        QCOMPARE(logs.text(), u"No logs. The container may not exist yet."_s);
         logs.world.advance(2s);
-        QCOMPARE(logs.text(), QStringLiteral("asked for"));
+        QCOMPARE(logs.text(), u"asked for"_s);
     }
 
     void theSameTextChangesNothing() {
@@ -309,7 +311,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("next");
         QTest::newRow("more lines") << lines(0, 300);
         QTest::newRow("as many lines") << lines(40, 250);
-        QTest::newRow("another last line") << lines(40, 200) + QStringLiteral("other\n");
+        QTest::newRow("another last line") << lines(40, 200) + u"other\n"_s;
     }
     void withoutFollowThePlaceStays() {
         QFETCH(const QString, next);
@@ -319,16 +321,14 @@ private Q_SLOTS:
         logs.follow().click();
         logs.bar().setValue(120);
         const QString top = logs.firstVisibleLine();
-        QCOMPARE(top, QStringLiteral("2026-11-21 line 120"));
+        QCOMPARE(top, u"2026-11-21 line 120"_s);
         logs.nextReading(next);
-        QCOMPARE(logs.text() + QLatin1Char('\n'), next);
+        QCOMPARE(logs.text() + u'\n', next);
         QCOMPARE(logs.firstVisibleLine(), top);
     }
 
     void withoutFollowThePlaceStaysAmongWrappedLines() {
-        const auto wide = [](int first) {
-            return lines(first, 300).replace(QStringLiteral(" line"), QString(500, u'x'));
-        };
+        const auto wide = [](int first) { return lines(first, 300).replace(u" line"_s, QString(500, u'x')); };
         Shown logs;
         logs.setLog(wide(0));
         logs.open();
@@ -364,21 +364,21 @@ private Q_SLOTS:
         logs.setLog(lines(0, 300));
         logs.open();
         logs.follow().setChecked(follows);
-        const QTextCursor cursor = logs.box().document()->find(QStringLiteral("line 250"));
+        const QTextCursor cursor = logs.box().document()->find(u"line 250"_s);
         QVERIFY(cursor.hasSelection());
         logs.box().setTextCursor(cursor);
         logs.nextReading(lines(40, 300));
-        QCOMPARE(logs.box().textCursor().selectedText(), QStringLiteral("line 250"));
+        QCOMPARE(logs.box().textCursor().selectedText(), u"line 250"_s);
         QCOMPARE(logs.isAtEnd(), follows);
     }
 
     void aSelectionOfEverythingDoesNotGrow() {
         Shown logs;
-        logs.setLog(QStringLiteral("a\nb\n"));
+        logs.setLog(u"a\nb\n"_s);
         logs.open();
         logs.box().selectAll();
-        logs.nextReading(QStringLiteral("a\nb\nc\n"));
-        QCOMPARE(logs.box().textCursor().selection().toPlainText(), QStringLiteral("a\nb"));
+        logs.nextReading(u"a\nb\nc\n"_s);
+        QCOMPARE(logs.box().textCursor().selection().toPlainText(), u"a\nb"_s);
     }
 
     void whatTheMouseSelectsStaysMeanwhile_data() {
@@ -400,13 +400,13 @@ private Q_SLOTS:
             const QTextCursor start(found.block());
             return logs.box().viewport()->mapTo(logs.view.get(), logs.box().cursorRect(start).center());
         };
-        QTest::mousePress(window, Qt::LeftButton, {}, place(QStringLiteral("line 3")));
-        QTest::mouseMove(window, place(QStringLiteral("line 5")));
+        QTest::mousePress(window, Qt::LeftButton, {}, place(u"line 3"_s));
+        QTest::mouseMove(window, place(u"line 5"_s));
         QCOMPARE(logs.box().textCursor().selection().toPlainText(), lines(3, 2));
         logs.nextReading(lines(first, count));
         QCOMPARE(logs.box().textCursor().selection().toPlainText(), lines(3, 2));
-        QTest::mouseMove(window, place(QStringLiteral("line 8")));
-        QTest::mouseRelease(window, Qt::LeftButton, {}, place(QStringLiteral("line 8")));
+        QTest::mouseMove(window, place(u"line 8"_s));
+        QTest::mouseRelease(window, Qt::LeftButton, {}, place(u"line 8"_s));
         QCOMPARE(logs.box().textCursor().selection().toPlainText(), lines(3, 5));
     }
 
@@ -420,30 +420,30 @@ private Q_SLOTS:
     void copyTakesEverything() {
         QFETCH(const bool, isKey);
         QFETCH(const QString, log);
-        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+        QGuiApplication::clipboard()->setText(u"before"_s);
         Shown logs;
         logs.setLog(log);
         logs.open();
         if (isKey) {
             logs.press(QKeySequence::Copy);
         } else {
-            logs.click(QStringLiteral("Copy"));
+            logs.click(u"Copy"_s);
         }
         QCOMPARE(QGuiApplication::clipboard()->text(), log);
     }
 
     void withASelectionTheKeyCopiesThat() {
         Shown logs;
-        logs.setLog(QStringLiteral("one two\nthree\n"));
+        logs.setLog(u"one two\nthree\n"_s);
         logs.open();
         logs.box().setFocus();
         logs.press(QKeySequence::Copy);
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("one two\nthree\n"));
-        logs.box().setTextCursor(logs.box().document()->find(QStringLiteral("two")));
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"one two\nthree\n"_s);
+        logs.box().setTextCursor(logs.box().document()->find(u"two"_s));
         QTest::keySequence(&logs.box(), QKeySequence::Copy);
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("two"));
-        logs.click(QStringLiteral("Copy"));
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("one two\nthree\n"));
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"two"_s);
+        logs.click(u"Copy"_s);
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"one two\nthree\n"_s);
     }
 
     void saveWritesEverything_data() {
@@ -454,37 +454,37 @@ private Q_SLOTS:
     void saveWritesEverything() {
         QFETCH(const bool, isKey);
         Shown logs;
-        logs.setLog(QStringLiteral("günstig 😀\n"));
+        logs.setLog(u"günstig 😀\n"_s);
         logs.open();
         if (isKey) {
             logs.press(QKeySequence::Save);
         } else {
-            logs.click(QStringLiteral("Save…"));
+            logs.click(u"Save…"_s);
         }
         QCOMPARE(logs.world.dialogs.savePanels.size(), 1);
-        QCOMPARE(logs.world.dialogs.savePanels[0].proposedName, QStringLiteral("uptime-kuma-logs.txt"));
-        const QString path = logs.world.home.write(QStringLiteral("logs.txt"), "a longer text that was there before");
+        QCOMPARE(logs.world.dialogs.savePanels[0].proposedName, u"uptime-kuma-logs.txt"_s);
+        const QString path = logs.world.home.write(u"logs.txt"_s, "a longer text that was there before");
         logs.world.dialogs.pathQuestions[0].answer.complete(path);
-        QVERIFY(waitUntil([&] { return contentOf(path) == QStringLiteral("günstig 😀\n").toUtf8(); }));
+        QVERIFY(waitUntil([&] { return contentOf(path) == u"günstig 😀\n"_s.toUtf8(); }));
         // The temporary file has taken the place of the other.
-        QCOMPARE(QDir(logs.world.home.path()).entryList({QStringLiteral("logs*")}, QDir::Files).size(), 1);
+        QCOMPARE(QDir(logs.world.home.path()).entryList({u"logs*"_s}, QDir::Files).size(), 1);
     }
 
     void whatIsThereWhenTheFileIsChosenIsSaved() {
         Shown logs;
         logs.open();
-        logs.click(QStringLiteral("Save…"));
-        logs.nextReading(QStringLiteral("later\n"));
-        const QString path = logs.world.home.path(QStringLiteral("logs.txt"));
+        logs.click(u"Save…"_s);
+        logs.nextReading(u"later\n"_s);
+        const QString path = logs.world.home.path(u"logs.txt"_s);
         logs.world.dialogs.pathQuestions[0].answer.complete(path);
         QVERIFY(waitUntil([&] { return contentOf(path) == "later\n"; }));
     }
 
     void cancellingWritesNothing() {
         Shown logs;
-        logs.setLog(QStringLiteral("hello"));
+        logs.setLog(u"hello"_s);
         logs.open();
-        logs.click(QStringLiteral("Save…"));
+        logs.click(u"Save…"_s);
         logs.world.dialogs.pathQuestions[0].answer.complete(std::nullopt);
         logs.world.settle();
         QThreadPool::globalInstance()->waitForDone();
@@ -493,23 +493,23 @@ private Q_SLOTS:
 
     void aFailedSaveIsNotTold() {
         Shown logs;
-        logs.setLog(QStringLiteral("hello"));
+        logs.setLog(u"hello"_s);
         logs.open();
-        logs.click(QStringLiteral("Save…"));
-        logs.world.dialogs.pathQuestions[0].answer.complete(logs.world.home.path(QStringLiteral("not/there.txt")));
+        logs.click(u"Save…"_s);
+        logs.world.dialogs.pathQuestions[0].answer.complete(logs.world.home.path(u"not/there.txt"_s));
         logs.world.settle();
         QThreadPool::globalInstance()->waitForDone();
-        QVERIFY(!QFile::exists(logs.world.home.path(QStringLiteral("not"))));
+        QVERIFY(!QFile::exists(logs.world.home.path(u"not"_s)));
         QVERIFY(!logs.world.controller().error());
     }
 
     void closingDuringTheQuestionWritesNothing() {
         Shown logs;
-        logs.setLog(QStringLiteral("hello"));
+        logs.setLog(u"hello"_s);
         logs.open();
-        logs.click(QStringLiteral("Save…"));
+        logs.click(u"Save…"_s);
         logs.view.reset();
-        const QString path = logs.world.home.path(QStringLiteral("logs.txt"));
+        const QString path = logs.world.home.path(u"logs.txt"_s);
         logs.world.dialogs.pathQuestions[0].answer.complete(path);
         logs.world.settle();
         QThreadPool::globalInstance()->waitForDone();
@@ -518,21 +518,21 @@ private Q_SLOTS:
 
     void escapeSequencesReachNothing() {
         Shown logs;
-        logs.setLog(QStringLiteral("[36m2026 \x1b[31mred\x1b[0m\x1b]0;title\x07 \u202eend\r\n"));
-        const QString plain = QStringLiteral("2026 red end\n");
+        logs.setLog(u"[36m2026 \x1b[31mred\x1b[0m\x1b]0;title\x07 \u202eend\r\n"_s);
+        const QString plain = u"2026 red end\n"_s;
         logs.open();
-        QCOMPARE(logs.text() + QLatin1Char('\n'), plain);
-        logs.click(QStringLiteral("Copy"));
+        QCOMPARE(logs.text() + u'\n', plain);
+        logs.click(u"Copy"_s);
         QCOMPARE(QGuiApplication::clipboard()->text(), plain);
-        logs.click(QStringLiteral("Save…"));
-        const QString path = logs.world.home.path(QStringLiteral("logs.txt"));
+        logs.click(u"Save…"_s);
+        const QString path = logs.world.home.path(u"logs.txt"_s);
         logs.world.dialogs.pathQuestions[0].answer.complete(path);
         QVERIFY(waitUntil([&] { return contentOf(path) == plain.toUtf8(); }));
     }
 
     void markupIsText() {
         Shown logs;
-        const QString text = QStringLiteral("<b>bold</b> &amp; <img src='file:///etc/passwd'>");
+        const QString text = u"<b>bold</b> &amp; <img src='file:///etc/passwd'>"_s;
         logs.setLog(text);
         logs.open();
         QCOMPARE(logs.text(), text);
@@ -541,12 +541,12 @@ private Q_SLOTS:
     void hugeLogsAreShownToTheirEnd() {
         QString text;
         for (int i = 0; i < 300; ++i) {
-            text += QStringLiteral("%1 ").arg(i) + QString(10000, u'x') + QLatin1Char('\n');
+            text += u"%1 "_s.arg(i) + QString(10000, u'x') + u'\n';
         }
         Shown logs;
         logs.setLog(text);
         logs.open();
-        QCOMPARE(logs.text() + QLatin1Char('\n'), text);
+        QCOMPARE(logs.text() + u'\n', text);
         QVERIFY(logs.isAtEnd());
         const QRect end = logs.box().cursorRect(QTextCursor(logs.box().document()->lastBlock()));
         QVERIFY(end.top() < logs.box().viewport()->height());
@@ -564,11 +564,11 @@ private Q_SLOTS:
             const QString text = QString::fromUtf8(name);
             check(button(logs.view.get(), text), text, QAccessible::PushButton);
         }
-        check(&logs.follow(), QStringLiteral("Follow"), QAccessible::CheckBox);
+        check(&logs.follow(), u"Follow"_s, QAccessible::CheckBox);
         QVERIFY(accessible(&logs.follow())->state().checked);
         logs.follow().click();
         QVERIFY(!accessible(&logs.follow())->state().checked);
-        check(&logs.box(), QStringLiteral("Logs"), QAccessible::EditableText);
+        check(&logs.box(), u"Logs"_s, QAccessible::EditableText);
         QVERIFY(accessible(&logs.box())->state().readOnly);
     }
 
@@ -576,13 +576,12 @@ private Q_SLOTS:
         Shown logs;
         logs.open();
         QStringList reached;
-        button(logs.view.get(), QStringLiteral("Refresh"))->setFocus();
+        button(logs.view.get(), u"Refresh"_s)->setFocus();
         for (int i = 0; i < 5; ++i) {
             reached << accessible(logs.view->focusWidget())->text(QAccessible::Name);
             QTest::keyClick(logs.view->focusWidget(), Qt::Key_Tab);
         }
-        QCOMPARE(reached, (QStringList{QStringLiteral("Refresh"), QStringLiteral("Follow"), QStringLiteral("Copy"),
-                                       QStringLiteral("Save…"), QStringLiteral("Logs")}));
+        QCOMPARE(reached, (QStringList{u"Refresh"_s, u"Follow"_s, u"Copy"_s, u"Save…"_s, u"Logs"_s}));
     }
 
     void theSwitchWorksFromTheKeyboard() {
@@ -596,11 +595,11 @@ private Q_SLOTS:
     void windowIsAsItShouldBe() {
         Shown logs;
         const LogsWindow window(logs.world.controller(), logs.world.dialogs, logs.world.clock);
-        QCOMPARE(window.windowTitle(), QStringLiteral("Uptime Kuma Logs"));
+        QCOMPARE(window.windowTitle(), u"Uptime Kuma Logs"_s);
         QCOMPARE(window.minimumSize(), QSize(600, 400));
         QCOMPARE(window.maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
     }
 };
 
-QTEST_MAIN(TestLogsView)
+ORVANEL_TEST(TestLogsView)
 #include "TestLogsView.moc"

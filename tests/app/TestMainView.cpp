@@ -14,19 +14,21 @@
 #include "app/widgets/Spinner.h"
 #include "app/widgets/TextBox.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QAccessible>
 #include <QApplication>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto startText = QStringLiteral("Start Uptime Kuma");
-const auto dashboardText = QStringLiteral("Open dashboard");
+const auto startText = u"Start Uptime Kuma"_s;
+const auto dashboardText = u"Open dashboard"_s;
 
 QString accessibleText(QWidget* widget) {
     return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name);
@@ -72,20 +74,19 @@ private Q_SLOTS:
         QFETCH(const bool, busy);
         QFETCH(const KumaState, kuma);
         QFETCH(const StateCard, card);
-        QCOMPARE(stateCardFor(std::nullopt, docker, pulling,
-                              busy ? std::optional(QStringLiteral("Busy")) : std::nullopt, kuma),
+        QCOMPARE(stateCardFor(std::nullopt, docker, pulling, busy ? std::optional(u"Busy"_s) : std::nullopt, kuma),
                  card);
     }
 
     void aSetupComesBeforeEverything() {
-        const auto setup = QStringLiteral("Installing");
+        const auto setup = u"Installing"_s;
         QCOMPARE(stateCardFor(setup, DockerState::missing, true, setup, KumaState::running), StateCard::setup);
         QCOMPARE(stateCardFor(setup, DockerState::ready, false, std::nullopt, KumaState::stopped), StateCard::setup);
     }
 
     void windowIsAsItShouldBe() {
         const Shown view;
-        QCOMPARE(view.window.windowTitle(), QStringLiteral("Orvanel"));
+        QCOMPARE(view.window.windowTitle(), u"Orvanel"_s);
         QCOMPARE(view.window.minimumSize(), QSize(560, 520));
         QCOMPARE(view.window.maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
     }
@@ -93,7 +94,7 @@ private Q_SLOTS:
     void atTheStartNothingCanBeStarted() {
         Shown view;
         view.open();
-        QCOMPARE(view.statusLine(), QStringLiteral("Checking Docker…"));
+        QCOMPARE(view.statusLine(), u"Checking Docker…"_s);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
         QVERIFY(!button(&view.window, startText)->isEnabled());
         QTest::keyClick(&view.window, Qt::Key_Return);
@@ -105,9 +106,9 @@ private Q_SLOTS:
         view.world.installedDocker = std::nullopt;
         view.open();
         view.poll();
-        QVERIFY(shows(&view.window, QStringLiteral("Docker is not installed")));
-        view.world.installedDocker = QStringLiteral("/opt/bin/docker");
-        view.click(QStringLiteral("Check again"));
+        QVERIFY(shows(&view.window, u"Docker is not installed"_s));
+        view.world.installedDocker = u"/opt/bin/docker"_s;
+        view.click(u"Check again"_s);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
     }
 
@@ -116,9 +117,9 @@ private Q_SLOTS:
         view.world.docker().daemon = standin::Daemon::down;
         view.open();
         view.poll();
-        QVERIFY(shows(&view.window, QStringLiteral("Docker is not running")));
+        QVERIFY(shows(&view.window, u"Docker is not running"_s));
         view.world.docker().daemon = standin::Daemon::up;
-        view.click(QStringLiteral("Check again"));
+        view.click(u"Check again"_s);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
     }
 
@@ -126,8 +127,8 @@ private Q_SLOTS:
         Shown view;
         view.world.controller().setPort(3005);
         view.open();
-        QVERIFY(shows(&view.window, QStringLiteral("One click starts Uptime Kuma in Docker. It is only reachable from "
-                                                   "this Mac (127.0.0.1:3005).")));
+        QVERIFY(shows(&view.window, u"One click starts Uptime Kuma in Docker. It is only reachable from "
+                                    "this Mac (127.0.0.1:3005)."_s));
     }
 
     void returnStarts() {
@@ -135,16 +136,16 @@ private Q_SLOTS:
         view.open();
         view.poll();
         QTest::keyClick(&view.window, Qt::Key_Return);
-        QCOMPARE(view.world.controller().busy(), QStringLiteral("Starting Uptime Kuma…"));
+        QCOMPARE(view.world.controller().busy(), u"Starting Uptime Kuma…"_s);
     }
 
     void returnPressesTheFocusedButtonFirst() {
         Shown view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
-        button(&view.window, QStringLiteral("Restart"))->setFocus();
+        button(&view.window, u"Restart"_s)->setFocus();
         QTest::keyClick(view.window.focusWidget(), Qt::Key_Return);
-        QCOMPARE(view.world.controller().busy(), QStringLiteral("Restarting…"));
+        QCOMPARE(view.world.controller().busy(), u"Restarting…"_s);
         QCOMPARE(view.world.desktop.opened.size(), 0);
     }
 
@@ -155,12 +156,12 @@ private Q_SLOTS:
         view.poll();
         view.click(startText);
         QVERIFY(visible<BusyCard>(&view.window) != nullptr);
-        QCOMPARE(view.statusLine(), QStringLiteral("Starting Uptime Kuma…"));
+        QCOMPARE(view.statusLine(), u"Starting Uptime Kuma…"_s);
         QVERIFY(visible<Spinner>(&view.window)->isTurning());
-        view.click(QStringLiteral("Cancel"));
+        view.click(u"Cancel"_s);
         view.world.advance(5s);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
-        QVERIFY(!view.world.takeCommands().contains(QStringLiteral("compose up")));
+        QVERIFY(!view.world.takeCommands().contains(u"compose up"_s));
     }
 
     void pullCardShowsTheDownload() {
@@ -174,18 +175,18 @@ private Q_SLOTS:
             view.world.advance(view.world.clock.untilNextTimer());
         }
         QVERIFY(visible<PullCard>(&view.window) != nullptr);
-        QVERIFY(shows(&view.window, QStringLiteral("Downloading the Uptime Kuma image")));
-        QVERIFY(shows(&view.window, QStringLiteral("This is a few hundred MB and only happens the first time.")));
+        QVERIFY(shows(&view.window, u"Downloading the Uptime Kuma image"_s));
+        QVERIFY(shows(&view.window, u"This is a few hundred MB and only happens the first time."_s));
         auto* box = visible<TextBox>(&view.window);
-        QCOMPARE(box->placeholderText(), QStringLiteral("Waiting for Docker…"));
+        QCOMPARE(box->placeholderText(), u"Waiting for Docker…"_s);
         QCOMPARE(box->height(), 180);
         QVERIFY(visible<BusyBar>(&view.window)->isMoving());
         view.world.advance(8s);
         QVERIFY(!box->toPlainText().isEmpty());
-        QCOMPARE(box->toPlainText() + QLatin1Char('\n'), view.world.controller().pullLog());
-        view.click(QStringLiteral("Cancel"));
+        QCOMPARE(box->toPlainText() + u'\n', view.world.controller().pullLog());
+        view.click(u"Cancel"_s);
         QVERIFY(visible<PullCard>(&view.window) == nullptr);
-        QVERIFY(shows(&view.window, QStringLiteral("Cancelled.")));
+        QVERIFY(shows(&view.window, u"Cancelled."_s));
     }
 
     void dashboardOperates() {
@@ -194,8 +195,8 @@ private Q_SLOTS:
         view.open();
         QVERIFY(visible<DashboardView>(&view.window) != nullptr);
         QTest::keyClick(&view.window, Qt::Key_Return);
-        QCOMPARE(view.world.desktop.opened, QList<QUrl>{QUrl(QStringLiteral("http://127.0.0.1:3001/"))});
-        view.click(QStringLiteral("Stop"));
+        QCOMPARE(view.world.desktop.opened, QList<QUrl>{QUrl(u"http://127.0.0.1:3001/"_s)});
+        view.click(u"Stop"_s);
         QVERIFY(view.world.operationEnds());
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
         QVERIFY(visible<DashboardView>(&view.window) == nullptr);
@@ -207,8 +208,8 @@ private Q_SLOTS:
         QVERIFY(!view.world.isPolledAsRunning());
         view.open();
         QVERIFY(!button(&view.window, dashboardText)->isEnabled());
-        QVERIFY(shows(&view.window, QStringLiteral("Uptime Kuma is starting. The dashboard button unlocks when the "
-                                                   "page answers.")));
+        QVERIFY(shows(&view.window, u"Uptime Kuma is starting. The dashboard button unlocks when the "
+                                    "page answers."_s));
         view.world.page.answers = true;
         view.world.advance(3s);
         QVERIFY(button(&view.window, dashboardText)->isEnabled());
@@ -222,8 +223,8 @@ private Q_SLOTS:
         view.world.loginItem.failure = QString();
         view.world.controller().setLaunchAtLogin(true);
         view.world.settle();
-        QVERIFY(shows(&view.window, QStringLiteral("Could not change launch at login.")));
-        QVERIFY(button(&view.window, QStringLiteral("Show details")) == nullptr);
+        QVERIFY(shows(&view.window, u"Could not change launch at login."_s));
+        QVERIFY(button(&view.window, u"Show details"_s) == nullptr);
         // Beside whatever card is shown.
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
     }
@@ -231,12 +232,12 @@ private Q_SLOTS:
     void errorCardShowsDetailsAsTheyStand() {
         Shown view;
         view.open();
-        view.world.loginItem.failure = QStringLiteral("<b>no & no</b>");
+        view.world.loginItem.failure = u"<b>no & no</b>"_s;
         view.world.controller().setLaunchAtLogin(true);
         view.world.settle();
         QVERIFY(visible<TextBox>(&view.window) == nullptr);
-        view.click(QStringLiteral("Show details"));
-        QCOMPARE(visible<TextBox>(&view.window)->toPlainText(), QStringLiteral("<b>no & no</b>"));
+        view.click(u"Show details"_s);
+        QCOMPARE(visible<TextBox>(&view.window)->toPlainText(), u"<b>no & no</b>"_s);
     }
 
     void takenPortCanBeReplaced() {
@@ -245,8 +246,8 @@ private Q_SLOTS:
         view.open();
         view.poll();
         view.click(startText);
-        QVERIFY(shows(&view.window, QStringLiteral("Port 3001 is already in use by another program.")));
-        view.click(QStringLiteral("Use port 3002 instead and start"));
+        QVERIFY(shows(&view.window, u"Port 3001 is already in use by another program."_s));
+        view.click(u"Use port 3002 instead and start"_s);
         QCOMPARE(view.world.controller().port(), 3002);
         QVERIFY(view.world.operationEnds());
         QVERIFY(visible<ErrorCard>(&view.window) == nullptr);
@@ -257,9 +258,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("slug");
         QTest::addColumn<bool>("isBlank");
         QTest::newRow("empty") << QString() << true;
-        QTest::newRow("spaces and tabs") << QStringLiteral(" \t ") << true;
-        QTest::newRow("a slug") << QStringLiteral("home") << false;
-        QTest::newRow("a line break") << QStringLiteral("\n") << false;
+        QTest::newRow("spaces and tabs") << u" \t "_s << true;
+        QTest::newRow("a slug") << u"home"_s << false;
+        QTest::newRow("a line break") << u"\n"_s << false;
     }
     void withoutASlugThereIsNoMonitorList() {
         QFETCH(const QString, slug);
@@ -273,15 +274,15 @@ private Q_SLOTS:
 
     void statusErrorReplacesTheList() {
         Shown view;
-        view.world.controller().setSlug(QStringLiteral("a<b>&c"));
-        view.world.page.status = StatusPageError{QStringLiteral("Nothing there.")};
+        view.world.controller().setSlug(u"a<b>&c"_s);
+        view.world.page.status = StatusPageError{u"Nothing there."_s};
         QVERIFY(view.world.isPolledAsRunning());
         view.world.settle();
         view.open();
         QVERIFY(visible<MonitorList>(&view.window) == nullptr);
-        QVERIFY(shows(&view.window, QStringLiteral("Nothing there.")));
-        QVERIFY(shows(&view.window, QStringLiteral("Check that a status page with the slug “a<b>&c” exists, is saved, "
-                                                   "and contains your monitors.")));
+        QVERIFY(shows(&view.window, u"Nothing there."_s));
+        QVERIFY(shows(&view.window, u"Check that a status page with the slug “a<b>&c” exists, is saved, "
+                                    "and contains your monitors."_s));
     }
 
     void nothingIsDrawnWhileHidden() {
@@ -289,16 +290,16 @@ private Q_SLOTS:
         view.open();
         view.window.hide();
         view.poll();
-        QCOMPARE(view.statusLine(), QStringLiteral("Checking Docker…"));
+        QCOMPARE(view.statusLine(), u"Checking Docker…"_s);
         view.window.show();
-        QCOMPARE(view.statusLine(), QStringLiteral("Uptime Kuma is stopped"));
+        QCOMPARE(view.statusLine(), u"Uptime Kuma is stopped"_s);
     }
 
     void focusStaysWhileNothingOfItChanges() {
         Shown view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
-        QAbstractButton* const restart = button(&view.window, QStringLiteral("Restart"));
+        QAbstractButton* const restart = button(&view.window, u"Restart"_s);
         restart->setFocus();
         view.world.page.answers = false;
         view.world.advance(3s);
@@ -317,7 +318,7 @@ private Q_SLOTS:
                 reached << focused->text();
             }
         }
-        QCOMPARE(reached.mid(0, 3), (QStringList{dashboardText, QStringLiteral("Stop"), QStringLiteral("Restart")}));
+        QCOMPARE(reached.mid(0, 3), (QStringList{dashboardText, u"Stop"_s, u"Restart"_s}));
     }
 
     void controlWCloses() {
@@ -329,13 +330,13 @@ private Q_SLOTS:
 
     void everythingThatMattersHasAName() {
         Shown view;
-        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.controller().setSlug(u"home"_s);
         view.world.page.status = statusPage({monitor(1, 1)});
         QVERIFY(view.world.isPolledAsRunning());
-        view.world.loginItem.failure = QStringLiteral("why");
+        view.world.loginItem.failure = u"why"_s;
         view.world.controller().setLaunchAtLogin(true);
         view.open();
-        view.click(QStringLiteral("Show details"));
+        view.click(u"Show details"_s);
         int named = 0;
         for (QWidget* widget : view.window.findChildren<QWidget*>()) {
             const bool canBeFocused = widget->isVisible() && widget->focusPolicy() != Qt::NoFocus;
@@ -348,7 +349,7 @@ private Q_SLOTS:
         QVERIFY(named >= 11);
         QCOMPARE(accessibleRole(visible<ErrorCard>(&view.window)), QAccessible::Notification);
         QCOMPARE(accessibleRole(visible<DashboardView>(&view.window)->findChild<Card*>()), QAccessible::Grouping);
-        QCOMPARE(accessibleText(visible<ErrorCard>(&view.window)), QStringLiteral("Error"));
+        QCOMPARE(accessibleText(visible<ErrorCard>(&view.window)), u"Error"_s);
         QCOMPARE(accessibleRole(visible<MonitorRows>(&view.window)), QAccessible::List);
         QCOMPARE(accessibleRole(view.healthDot()), QAccessible::Graphic);
     }
@@ -377,5 +378,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestMainView)
+ORVANEL_TEST(TestMainView)
 #include "TestMainView.moc"

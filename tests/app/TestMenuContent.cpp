@@ -1,10 +1,12 @@
 #include "ControllerFixture.h"
 #include "app/MenuContent.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -14,7 +16,7 @@ constexpr KumaState kumaStates[] = {KumaState::stopped, KumaState::starting, Kum
 constexpr DockerState dockerStates[] = {DockerState::unknown, DockerState::missing, DockerState::notRunning,
                                         DockerState::ready};
 
-const auto busyText = QStringLiteral("Stopping…");
+const auto busyText = u"Stopping…"_s;
 
 struct Menu {
     explicit Menu(ControllerFixture& world, MenuContent::Painter painter = MenuContent::Painter::panel)
@@ -36,9 +38,9 @@ struct Menu {
         QStringList lines;
         for (const QAction* action : content.menu().actions()) {
             if (action->isSeparator()) {
-                lines << QStringLiteral("-");
+                lines << u"-"_s;
             } else if (action->isVisible()) {
-                lines << (action->isEnabled() ? action->text() : QStringLiteral("[%1]").arg(action->text()));
+                lines << (action->isEnabled() ? action->text() : u"[%1]"_s.arg(action->text()));
             }
         }
         return lines;
@@ -46,21 +48,15 @@ struct Menu {
 };
 
 QStringList menuOf(const QString& status, const QString& dashboard, const QString& startOrStop) {
-    return {status,
-            QStringLiteral("-"),
-            dashboard,
-            startOrStop,
-            QStringLiteral("Open window"),
-            QStringLiteral("-"),
-            QStringLiteral("Quit")};
+    return {status, u"-"_s, dashboard, startOrStop, u"Open window"_s, u"-"_s, u"Quit"_s};
 }
 
-const auto dashboard = QStringLiteral("Open dashboard");
-const auto noDashboard = QStringLiteral("[Open dashboard]");
-const auto start = QStringLiteral("Start");
-const auto noStart = QStringLiteral("[Start]");
-const auto stop = QStringLiteral("Stop");
-const auto noStop = QStringLiteral("[Stop]");
+const auto dashboard = u"Open dashboard"_s;
+const auto noDashboard = u"[Open dashboard]"_s;
+const auto start = u"Start"_s;
+const auto noStart = u"[Start]"_s;
+const auto stop = u"Stop"_s;
+const auto noStop = u"[Stop]"_s;
 
 } // namespace
 
@@ -88,7 +84,7 @@ private Q_SLOTS:
     void beforeDockerIsKnown() {
         ControllerFixture world;
         Menu menu(world);
-        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Checking Docker…]"), noDashboard, noStart));
+        QCOMPARE(menu.seen(), menuOf(u"[Checking Docker…]"_s, noDashboard, noStart));
     }
 
     void withoutDocker() {
@@ -98,7 +94,7 @@ private Q_SLOTS:
         world.controller().begin();
         world.settle();
         menu.content.render();
-        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Docker is not installed]"), noDashboard, noStart));
+        QCOMPARE(menu.seen(), menuOf(u"[Docker is not installed]"_s, noDashboard, noStart));
     }
 
     void withDockerThatDoesNotRun() {
@@ -108,7 +104,7 @@ private Q_SLOTS:
         world.controller().begin();
         world.settle();
         menu.content.render();
-        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Docker is not running]"), noDashboard, noStart));
+        QCOMPARE(menu.seen(), menuOf(u"[Docker is not running]"_s, noDashboard, noStart));
     }
 
     void stopped() {
@@ -117,7 +113,7 @@ private Q_SLOTS:
         world.controller().begin();
         world.settle();
         menu.content.render();
-        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Uptime Kuma is stopped]"), noDashboard, start));
+        QCOMPARE(menu.seen(), menuOf(u"[Uptime Kuma is stopped]"_s, noDashboard, start));
     }
 
     void starting() {
@@ -126,7 +122,7 @@ private Q_SLOTS:
         Menu menu(world);
         QVERIFY(!world.isPolledAsRunning());
         menu.content.render();
-        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Uptime Kuma is starting…]"), noDashboard, stop));
+        QCOMPARE(menu.seen(), menuOf(u"[Uptime Kuma is starting…]"_s, noDashboard, stop));
     }
 
     void running() {
@@ -134,7 +130,7 @@ private Q_SLOTS:
         Menu menu(world);
         QVERIFY(world.isPolledAsRunning());
         menu.content.render();
-        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Uptime Kuma is running]"), dashboard, stop));
+        QCOMPARE(menu.seen(), menuOf(u"[Uptime Kuma is running]"_s, dashboard, stop));
     }
 
     void failing() {
@@ -144,7 +140,7 @@ private Q_SLOTS:
         world.controller().begin();
         world.settle();
         menu.content.render();
-        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Uptime Kuma has a problem]"), noDashboard, stop));
+        QCOMPARE(menu.seen(), menuOf(u"[Uptime Kuma has a problem]"_s, noDashboard, stop));
     }
 
     void whileAnOperationRuns() {
@@ -156,8 +152,8 @@ private Q_SLOTS:
         menu.entry(stop)->trigger();
         world.settle();
         menu.content.render();
-        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Stopping…]"), dashboard, noStop));
-        QCOMPARE(world.underWay(), QStringList{QStringLiteral("compose stop")});
+        QCOMPARE(menu.seen(), menuOf(u"[Stopping…]"_s, dashboard, noStop));
+        QCOMPARE(world.underWay(), QStringList{u"compose stop"_s});
     }
 
     void startStarts() {
@@ -167,9 +163,9 @@ private Q_SLOTS:
         world.settle();
         menu.content.render();
         menu.entry(start)->trigger();
-        QCOMPARE(world.controller().busy(), QStringLiteral("Starting Uptime Kuma…"));
+        QCOMPARE(world.controller().busy(), u"Starting Uptime Kuma…"_s);
         menu.content.render();
-        QCOMPARE(menu.seen(), menuOf(QStringLiteral("[Starting Uptime Kuma…]"), noDashboard, noStart));
+        QCOMPARE(menu.seen(), menuOf(u"[Starting Uptime Kuma…]"_s, noDashboard, noStart));
     }
 
     void dashboardOpensInTheBrowser() {
@@ -178,21 +174,21 @@ private Q_SLOTS:
         QVERIFY(world.isPolledAsRunning());
         menu.content.render();
         menu.entry(dashboard)->trigger();
-        QCOMPARE(world.desktop.opened, QList<QUrl>{QUrl(QStringLiteral("http://127.0.0.1:3001/"))});
+        QCOMPARE(world.desktop.opened, QList<QUrl>{QUrl(u"http://127.0.0.1:3001/"_s)});
     }
 
     void openWindowAsksForIt() {
         ControllerFixture world;
         Menu menu(world);
         const QSignalSpy asked(&menu.content, &MenuContent::openWindowRequested);
-        menu.entry(QStringLiteral("Open window"))->trigger();
+        menu.entry(u"Open window"_s)->trigger();
         QCOMPARE(asked.size(), 1);
     }
 
     void quitHasItsKey() {
         ControllerFixture world;
         Menu menu(world);
-        QCOMPARE(menu.entry(QStringLiteral("Quit"))->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+        QCOMPARE(menu.entry(u"Quit"_s)->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
     }
 
     void nothingIsToldTwice() {
@@ -236,5 +232,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestMenuContent)
+ORVANEL_TEST(TestMenuContent)
 #include "TestMenuContent.moc"

@@ -4,6 +4,7 @@
 #include "app/views/MonitorRows.h"
 #include "app/views/MonitorStatus.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -16,6 +17,7 @@
 #include <QVBoxLayout>
 #include <QWindow>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -25,15 +27,15 @@ namespace {
 QList<MonitorRow> rows(int count) {
     QList<MonitorRow> list;
     for (int i = 0; i < count; ++i) {
-        list << monitor(i, 1, QStringLiteral("Service %1").arg(i));
+        list << monitor(i, 1, u"Service %1"_s.arg(i));
     }
     return list;
 }
 
 /// The window with that status page, read once.
 struct Listed : Shown {
-    explicit Listed(const QList<MonitorRow>& monitors, const QString& title = QStringLiteral("My services")) {
-        world.controller().setSlug(QStringLiteral("home"));
+    explicit Listed(const QList<MonitorRow>& monitors, const QString& title = u"My services"_s) {
+        world.controller().setSlug(u"home"_s);
         world.page.status = statusPage(monitors, title);
         if (!world.isPolledAsRunning()) {
             qFatal("the container should run");
@@ -112,28 +114,27 @@ class TestMonitorList : public QObject {
 
 private Q_SLOTS:
     void monitorsAreListed() {
-        MonitorRow web = monitor(1, 1, QStringLiteral("<i>Web</i> & more"));
-        web.group = QStringLiteral("Public");
+        MonitorRow web = monitor(1, 1, u"<i>Web</i> & more"_s);
+        web.group = u"Public"_s;
         web.ping = 123;
-        Listed view({web, monitor(2, 0, QStringLiteral("Shop")), monitor(3, std::nullopt, QStringLiteral("New"))});
+        Listed view({web, monitor(2, 0, u"Shop"_s), monitor(3, std::nullopt, u"New"_s)});
         view.open();
-        QVERIFY(shows(&view.window, QStringLiteral("My services")));
-        QCOMPARE(view.list()->accessibleName(), QStringLiteral("My services"));
-        const QStringList expected{QStringLiteral("<i>Web</i> & more, Public, Up, 123 ms"),
-                                   QStringLiteral("Shop, Down"), QStringLiteral("New, No data")};
+        QVERIFY(shows(&view.window, u"My services"_s));
+        QCOMPARE(view.list()->accessibleName(), u"My services"_s);
+        const QStringList expected{u"<i>Web</i> & more, Public, Up, 123 ms"_s, u"Shop, Down"_s, u"New, No data"_s};
         QCOMPARE(view.spoken(), expected);
         QCOMPARE(QAccessible::queryAccessibleInterface(view.list())->child(0)->role(), QAccessible::ListItem);
-        QCOMPARE(view.statusLine(), QStringLiteral("1 down, 1 up"));
+        QCOMPARE(view.statusLine(), u"1 down, 1 up"_s);
         QCOMPARE(view.healthDot()->meaning(), Meaning::bad);
     }
 
     void responseTimes() {
         MonitorRow row = monitor(1, 1);
-        QCOMPARE(pingText(row), QStringLiteral("–"));
+        QCOMPARE(pingText(row), u"–"_s);
         row.ping = 0;
-        QCOMPARE(pingText(row), QStringLiteral("0 ms"));
+        QCOMPARE(pingText(row), u"0 ms"_s);
         row.ping = 12345;
-        QCOMPARE(pingText(row), QStringLiteral("12345 ms"));
+        QCOMPARE(pingText(row), u"12345 ms"_s);
     }
 
     void statusWordsAndColors() {
@@ -153,39 +154,39 @@ private Q_SLOTS:
 
     void anEmptyListSaysSo() {
         Shown view;
-        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.controller().setSlug(u"home"_s);
         view.world.page.status = statusPage({}, {});
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         QVERIFY(visible<MonitorRows>(&view.window) == nullptr);
-        QVERIFY(shows(&view.window, QStringLiteral("Monitors")));
-        QVERIFY(shows(&view.window, QStringLiteral("The status page has no monitors yet, or the first reading is still "
-                                                   "loading. Add monitors to the status page in the dashboard.")));
-        QVERIFY(shows(&view.window, QStringLiteral("Status pages are cached by Uptime Kuma for up to a minute, so "
-                                                   "changes can show up with a delay.")));
+        QVERIFY(shows(&view.window, u"Monitors"_s));
+        QVERIFY(shows(&view.window, u"The status page has no monitors yet, or the first reading is still "
+                                    "loading. Add monitors to the status page in the dashboard."_s));
+        QVERIFY(shows(&view.window, u"Status pages are cached by Uptime Kuma for up to a minute, so "
+                                    "changes can show up with a delay."_s));
     }
 
     void timeOfTheLastReading() {
         Listed view(rows(1));
         view.open();
-        static const QRegularExpression time(QStringLiteral("^Updated \\d\\d:\\d\\d:\\d\\d$"));
-        const QString updated = labelText(view.window, QStringLiteral("Updated"));
+        static const QRegularExpression time(u"^Updated \\d\\d:\\d\\d:\\d\\d$"_s);
+        const QString updated = labelText(view.window, u"Updated"_s);
         QVERIFY2(time.match(updated).hasMatch(), qPrintable(updated));
     }
 
     void theTimeIsWrittenAsTheUserWritesIt_data() {
         QTest::addColumn<QString>("pattern");
         const auto add = [](const char* locale, const QString& pattern) { QTest::newRow(locale) << pattern; };
-        add("en_US", QStringLiteral("\\d{1,2}:\\d\\d:\\d\\d\\s[AP]M"));
-        add("de_DE", QStringLiteral("\\d\\d:\\d\\d:\\d\\d"));
-        add("fr_CA", QStringLiteral("\\d\\d\\sh\\s\\d\\d\\smin\\s\\d\\d\\ss"));
-        add("ca_ES", QStringLiteral("\\d{1,2}:\\d\\d:\\d\\d"));
-        add("be_BY", QStringLiteral("\\d\\d:\\d\\d:\\d\\d"));
+        add("en_US", u"\\d{1,2}:\\d\\d:\\d\\d\\s[AP]M"_s);
+        add("de_DE", u"\\d\\d:\\d\\d:\\d\\d"_s);
+        add("fr_CA", u"\\d\\d\\sh\\s\\d\\d\\smin\\s\\d\\d\\ss"_s);
+        add("ca_ES", u"\\d{1,2}:\\d\\d:\\d\\d"_s);
+        add("be_BY", u"\\d\\d:\\d\\d:\\d\\d"_s);
         // Newer Qt writes these two a little differently.
-        add("sq_AL", QStringLiteral("\\d{1,2}:\\d\\d:\\d\\d\\s(?i:e\\s(pas|para)dites)"));
-        add("zh_TW", QStringLiteral("[上下]午\\s?\\d{1,2}:\\d\\d:\\d\\d"));
-        add("zh_CN", QStringLiteral("\\d\\d:\\d\\d:\\d\\d"));
-        add("zh_HK", QStringLiteral("[上下]午\\d{1,2}:\\d\\d:\\d\\d"));
+        add("sq_AL", u"\\d{1,2}:\\d\\d:\\d\\d\\s(?i:e\\s(pas|para)dites)"_s);
+        add("zh_TW", u"[上下]午\\s?\\d{1,2}:\\d\\d:\\d\\d"_s);
+        add("zh_CN", u"\\d\\d:\\d\\d:\\d\\d"_s);
+        add("zh_HK", u"[上下]午\\d{1,2}:\\d\\d:\\d\\d"_s);
     }
     void theTimeIsWrittenAsTheUserWritesIt() {
         QFETCH(const QString, pattern);
@@ -193,21 +194,21 @@ private Q_SLOTS:
         QLocale::setDefault(QLocale(QString::fromLatin1(QTest::currentDataTag())));
         Listed view(rows(1));
         view.open();
-        const QString updated = labelText(view.window, QStringLiteral("Updated"));
+        const QString updated = labelText(view.window, u"Updated"_s);
         QLocale::setDefault(before);
-        const QRegularExpression expected(QStringLiteral("^Updated %1$").arg(pattern),
+        const QRegularExpression expected(u"^Updated %1$"_s.arg(pattern),
                                           QRegularExpression::UseUnicodePropertiesOption);
         QVERIFY2(expected.match(updated).hasMatch(), qPrintable(updated));
     }
 
     void withoutAReadingThereIsNoTime() {
         Shown view;
-        view.world.controller().setSlug(QStringLiteral("home"));
+        view.world.controller().setSlug(u"home"_s);
         view.world.page.holdsReads = true;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         QVERIFY(visible<MonitorList>(&view.window) != nullptr);
-        QCOMPARE(labelText(view.window, QStringLiteral("Updated")), QString());
+        QCOMPARE(labelText(view.window, u"Updated"_s), QString());
     }
 
     void theSameReadingChangesNothing() {
@@ -413,22 +414,22 @@ private Q_SLOTS:
 
     void textFromOutsideIsInert() {
         const QString longName(10000, u'W');
-        const auto marked = QStringLiteral("<b>x</b>&amp;_y_");
-        Listed view({monitor(1, 1, marked), monitor(2, 1, QStringLiteral("a\nb")),
-                     monitor(3, 1, QString(QChar(0x202E)) + QStringLiteral("abc")), monitor(4, 1, longName)},
+        const auto marked = u"<b>x</b>&amp;_y_"_s;
+        Listed view({monitor(1, 1, marked), monitor(2, 1, u"a\nb"_s), monitor(3, 1, QString(QChar(0x202E)) + u"abc"_s),
+                     monitor(4, 1, longName)},
                     longName);
         view.open();
         drainEvents();
         const QStringList spoken = view.spoken();
-        QCOMPARE(spoken[0], marked + QStringLiteral(", Up"));
-        QCOMPARE(spoken[3], longName + QStringLiteral(", Up"));
+        QCOMPARE(spoken[0], marked + u", Up"_s);
+        QCOMPARE(spoken[3], longName + u", Up"_s);
         const QRect first = view.list()->visualRect(view.model().index(0));
         for (int i = 1; i < 4; ++i) {
             QCOMPARE(view.list()->visualRect(view.model().index(i)).size(), first.size());
         }
         QVERIFY(view.list()->width() < view.window.width());
         const QString tip = view.model().index(0).data(Qt::ToolTipRole).toString();
-        QVERIFY(tip.contains(QStringLiteral("&lt;b&gt;x&lt;/b&gt;&amp;amp;_y_")));
+        QVERIFY(tip.contains(u"&lt;b&gt;x&lt;/b&gt;&amp;amp;_y_"_s));
     }
 
     void rowsFollowTheFont() {
@@ -447,5 +448,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestMonitorList)
+ORVANEL_TEST(TestMonitorList)
 #include "TestMonitorList.moc"

@@ -5,6 +5,7 @@
 #include "app/widgets/StateColors.h"
 #include "app/widgets/TextStyle.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QApplication>
 #include <QFontMetrics>
@@ -13,6 +14,7 @@
 #include <QTest>
 #include <QToolTip>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -22,7 +24,7 @@ constexpr int rowWidth = 500;
 constexpr int pingWidth = 80;
 
 MonitorRow row(std::optional<std::int64_t> status, std::optional<std::int64_t> ping = {},
-               const QString& name = QStringLiteral("Web"), const QString& group = {}) {
+               const QString& name = u"Web"_s, const QString& group = {}) {
     return {.id = 1, .name = name, .group = group, .status = status, .ping = ping, .uptime24 = {}};
 }
 
@@ -89,11 +91,11 @@ private Q_SLOTS:
             QTest::addRow("%s, status %d", word, status)
                 << status << QString::fromLatin1(word) << meaning << ping << time;
         };
-        const auto none = QStringLiteral("–");
+        const auto none = u"–"_s;
         add(0, "Down", Meaning::bad, -1, none);
-        add(1, "Up", Meaning::good, 123, QStringLiteral("123 ms"));
-        add(2, "Pending", Meaning::pending, 0, QStringLiteral("0 ms"));
-        add(3, "Maintenance", Meaning::maintenance, 4567, QStringLiteral("4567 ms"));
+        add(1, "Up", Meaning::good, 123, u"123 ms"_s);
+        add(2, "Pending", Meaning::pending, 0, u"0 ms"_s);
+        add(3, "Maintenance", Meaning::maintenance, 4567, u"4567 ms"_s);
         add(7, "No data", Meaning::inactive, -1, none);
         add(-1, "No data", Meaning::inactive, -1, none);
     }
@@ -131,7 +133,7 @@ private Q_SLOTS:
         list.setFocusPolicy(Qt::NoFocus);
         const QColor dot = dotColor(Meaning::good, palette);
         const QColor text = palette.color(QPalette::WindowText);
-        for (const QString& name : {QStringLiteral("Web"), QStringLiteral("אתר")}) {
+        for (const QString& name : {u"Web"_s, u"אתר"_s}) {
             list.setMonitors({row(1, 12, name)});
             list.show();
             QVERIFY(QTest::qWaitForWindowExposed(&list));
@@ -140,7 +142,7 @@ private Q_SLOTS:
             QCOMPARE(picture.pixelColor(rowWidth - spacing::lines - 5, height / 2), dot);
 
             const QRect timePlace(spacing::lines, 0, pingWidth, height);
-            QVERIFY(picture.copy(timePlace) == textAlone(timePlace, picture.height(), QStringLiteral("12 ms"),
+            QVERIFY(picture.copy(timePlace) == textAlone(timePlace, picture.height(), u"12 ms"_s,
                                                          TextStyle::smallMonospaced, text, palette, Qt::AlignLeft));
             // The name begins beside the dot, and ends soon.
             const int nameEnd = rowWidth - spacing::lines - 10 - spacing::related;
@@ -152,7 +154,7 @@ private Q_SLOTS:
     }
 
     void namesOfAllLanguagesBeginAtTheSameEnd() {
-        const auto name = QStringLiteral("אתר");
+        const auto name = u"אתר"_s;
         const QImage picture = pictureOf(row(1, {}, name), lightPalette());
         const int nameWidth = QFontMetrics(fontOf(TextStyle::body)).horizontalAdvance(name);
         const int left = spacing::lines + 10 + spacing::related;
@@ -162,7 +164,7 @@ private Q_SLOTS:
 
     void aGroupStandsUnderTheName() {
         const QImage alone = pictureOf(row(1), lightPalette());
-        const QImage grouped = pictureOf(row(1, {}, QStringLiteral("Web"), QStringLiteral("Group")), lightPalette());
+        const QImage grouped = pictureOf(row(1, {}, u"Web"_s, u"Group"_s), lightPalette());
         QVERIFY(alone != grouped);
         // What is not of the names stays where it is.
         const QRect right(rowWidth / 2, 0, rowWidth / 2, alone.height());
@@ -172,22 +174,22 @@ private Q_SLOTS:
     void namesThatAreCutAreInTheToolTip() {
         MonitorRows list;
         list.resize(300, 200);
-        list.setMonitors({row(1, {}, QStringLiteral("Web"), QStringLiteral("Group"))});
+        list.setMonitors({row(1, {}, u"Web"_s, u"Group"_s)});
         list.show();
         QVERIFY(QTest::qWaitForWindowExposed(&list));
         QCOMPARE(toolTipOfFirst(list), QString());
 
-        const auto longName = QStringLiteral("<b>long</b> ") + QString(200, u'x');
-        list.setMonitors({row(1, {}, longName, QStringLiteral("The group"))});
+        const auto longName = u"<b>long</b> "_s + QString(200, u'x');
+        list.setMonitors({row(1, {}, longName, u"The group"_s)});
         const QString tip = toolTipOfFirst(list);
         QVERIFY(tip.contains(longName.toHtmlEscaped()));
-        QVERIFY(tip.contains(QStringLiteral("The group")));
+        QVERIFY(tip.contains(u"The group"_s));
 
-        list.setMonitors({row(1, {}, QStringLiteral("Web"), QString(200, u'g'))});
-        QVERIFY(toolTipOfFirst(list).contains(QStringLiteral("Web\n") + QString(200, u'g')));
+        list.setMonitors({row(1, {}, u"Web"_s, QString(200, u'g'))});
+        QVERIFY(toolTipOfFirst(list).contains(u"Web\n"_s + QString(200, u'g')));
         QToolTip::hideText();
     }
 };
 
-QTEST_MAIN(TestMonitorRows)
+ORVANEL_TEST(TestMonitorRows)
 #include "TestMonitorRows.moc"

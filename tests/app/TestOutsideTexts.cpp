@@ -4,10 +4,12 @@
 #include "app/views/StatusErrorCard.h"
 #include "app/widgets/TextLabel.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QScrollArea>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -57,33 +59,33 @@ private Q_SLOTS:
     void titlesStayInOneLine_data() {
         QTest::addColumn<QString>("title");
         QTest::addColumn<bool>("isCut");
-        QTest::newRow("short") << QStringLiteral("<b>My</b> &amp; services") << false;
-        QTest::newRow("lines") << QStringLiteral("one\ntwo\r\n\n\nthree\tfour") << false;
+        QTest::newRow("short") << u"<b>My</b> &amp; services"_s << false;
+        QTest::newRow("lines") << u"one\ntwo\r\n\n\nthree\tfour"_s << false;
         QTest::newRow("one word") << QString(10'000, u'W') << true;
-        QTest::newRow("words") << QStringLiteral("many words ").repeated(1000).simplified() << true;
-        QTest::newRow("many lines") << QStringLiteral("a\n").repeated(5000).simplified() << true;
+        QTest::newRow("words") << u"many words "_s.repeated(1000).simplified() << true;
+        QTest::newRow("many lines") << u"a\n"_s.repeated(5000).simplified() << true;
     }
     void titlesStayInOneLine() {
         QFETCH(const QString, title);
         QFETCH(const bool, isCut);
         Shown view;
-        openDashboard(view, QStringLiteral("home"), statusPage({monitor(1, 1)}, title));
+        openDashboard(view, u"home"_s, statusPage({monitor(1, 1)}, title));
         const TextLabel* const label = labelCalled(view, title.simplified());
         QVERIFY(label != nullptr);
         QVERIFY(label->height() < 2 * label->fontMetrics().height());
         QVERIFY(label->fontMetrics().horizontalAdvance(label->text()) <= label->width());
-        QCOMPARE(label->text().endsWith(QStringLiteral("…")), isCut);
+        QCOMPARE(label->text().endsWith(u"…"_s), isCut);
         QCOMPARE(!label->toolTip().isEmpty(), isCut);
-        QVERIFY(!label->toolTip().contains(QStringLiteral("<b>")));
+        QVERIFY(!label->toolTip().contains(u"<b>"_s));
         QVERIFY(isInBounds(view));
     }
 
     void aTitleTakesTheRoomThatTheWindowGives() {
-        const auto title = QStringLiteral("word ").repeated(24).simplified();
+        const auto title = u"word "_s.repeated(24).simplified();
         Shown view;
-        openDashboard(view, QStringLiteral("home"), statusPage({monitor(1, 1)}, title));
+        openDashboard(view, u"home"_s, statusPage({monitor(1, 1)}, title));
         const TextLabel* const label = labelCalled(view, title);
-        QVERIFY(label->text().endsWith(QStringLiteral("…")));
+        QVERIFY(label->text().endsWith(u"…"_s));
         view.window.resize(3000, 600);
         drainEvents();
         QCOMPARE(label->text(), title);
@@ -92,13 +94,13 @@ private Q_SLOTS:
 
     void titlesBeginWhereTheWindowsLinesDo_data() {
         QTest::addColumn<QString>("title");
-        QTest::newRow("left to right") << QStringLiteral("Services");
-        QTest::newRow("right to left") << QStringLiteral("שירותים");
+        QTest::newRow("left to right") << u"Services"_s;
+        QTest::newRow("right to left") << u"שירותים"_s;
     }
     void titlesBeginWhereTheWindowsLinesDo() {
         QFETCH(const QString, title);
         Shown view;
-        openDashboard(view, QStringLiteral("home"), statusPage({monitor(1, 1)}, title));
+        openDashboard(view, u"home"_s, statusPage({monitor(1, 1)}, title));
         TextLabel* const label = labelCalled(view, title);
         QVERIFY(label != nullptr);
         const int width = label->fontMetrics().horizontalAdvance(title) + 2;
@@ -114,7 +116,7 @@ private Q_SLOTS:
     void slugsAreBrokenAndCut_data() {
         QTest::addColumn<QString>("slug");
         QTest::newRow("one word") << QString(10'000, u'W');
-        QTest::newRow("lines") << QStringLiteral("a\n").repeated(2000);
+        QTest::newRow("lines") << u"a\n"_s.repeated(2000);
         QTest::newRow("marks") << QString(300, QChar(0x202e)) + QString(300, QChar(0x0301));
     }
     void slugsAreBrokenAndCut() {
@@ -135,17 +137,17 @@ private Q_SLOTS:
 
     void whatIsCutIsSaidAndTold() {
         TextLabel label(TextStyle::body);
-        const QString text = QString(1000, u'x') + QStringLiteral(" <end>");
+        const QString text = QString(1000, u'x') + u" <end>"_s;
         label.setOutsideText(text);
         QCOMPARE(label.accessibleName(), text);
         QVERIFY(label.text().size() < 2 * text.size());
-        QVERIFY(label.text().endsWith(QStringLiteral("…")));
+        QVERIFY(label.text().endsWith(u"…"_s));
         QVERIFY(!label.toolTip().isEmpty());
-        label.setOutsideText(QStringLiteral("an ordinary <sentence> & no more"));
-        QCOMPARE(label.text(), QStringLiteral("an ordinary <sentence> & no more"));
+        label.setOutsideText(u"an ordinary <sentence> & no more"_s);
+        QCOMPARE(label.text(), u"an ordinary <sentence> & no more"_s);
         QCOMPARE(label.toolTip(), QString());
     }
 };
 
-QTEST_MAIN(TestOutsideTexts)
+ORVANEL_TEST(TestOutsideTexts)
 #include "TestOutsideTexts.moc"

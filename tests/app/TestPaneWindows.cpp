@@ -7,6 +7,7 @@
 #include "app/widgets/TextBox.h"
 #include "platform/SettingsStore.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QApplication>
 #include <QFileDialog>
@@ -15,6 +16,7 @@
 #include <QScreen>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -56,8 +58,8 @@ struct Running : AppFixture {
         const bool isInFront = window != nullptr && waitUntil([window] { return window->isActiveWindow(); });
         return isInFront ? window : nullptr;
     }
-    QWidget* openLogs() { return press(QStringLiteral("Logs"), windowId::logs()); }
-    QWidget* openSettings() { return press(QStringLiteral("Settings"), windowId::settings()); }
+    QWidget* openLogs() { return press(u"Logs"_s, windowId::logs()); }
+    QWidget* openSettings() { return press(u"Settings"_s, windowId::settings()); }
     bool bringForward(QWidget* window) {
         window->activateWindow();
         return waitUntil([window] { return window->isActiveWindow(); });
@@ -66,7 +68,7 @@ struct Running : AppFixture {
 
 QLineEdit* portField(const QWidget* settings) {
     for (QLineEdit* field : settings->findChildren<QLineEdit*>()) {
-        if (field->accessibleName() == QStringLiteral("Port")) {
+        if (field->accessibleName() == u"Port"_s) {
             return field;
         }
     }
@@ -105,7 +107,7 @@ private Q_SLOTS:
         world.open();
         world.docker().log = "first\n";
         const QPointer<QWidget> logs = world.openLogs();
-        QCOMPARE(logs->findChild<TextBox*>()->content(), QStringLiteral("first\n"));
+        QCOMPARE(logs->findChild<TextBox*>()->content(), u"first\n"_s);
         logs->findChild<Switch*>()->click();
         QTest::keyClick(logs, Qt::Key_W, Qt::ControlModifier);
         world.settle();
@@ -118,7 +120,7 @@ private Q_SLOTS:
         QCOMPARE(again->findChild<TextBox*>()->content(), QString());
         QVERIFY(again->findChild<Switch*>()->isChecked());
         world.advance(1s);
-        QCOMPARE(again->findChild<TextBox*>()->content(), QStringLiteral("first\n"));
+        QCOMPARE(again->findChild<TextBox*>()->content(), u"first\n"_s);
     }
 
     void windowsComeBackWhereTheyWere() {
@@ -140,7 +142,7 @@ private Q_SLOTS:
     /// What somebody wrote into the settings by hand, or what was kept on a screen that is gone.
     void placesThatMakeNoSenseAreForgotten_data() {
         QTest::addColumn<QString>("kept");
-        QTest::newRow("no place") << QStringLiteral("here");
+        QTest::newRow("no place") << u"here"_s;
         QTest::newRow("cut") << placeOf(QRect(10, 10, 700, 500)).left(20);
         QTest::newRow("far away") << placeOf(QRect(90'000, 90'000, 760, 520));
         QTest::newRow("too small") << placeOf(QRect(10, 10, 1, 1));
@@ -148,7 +150,7 @@ private Q_SLOTS:
     void placesThatMakeNoSenseAreForgotten() {
         QFETCH(const QString, kept);
         Running world;
-        QVERIFY(SettingsStore(world.settingsFile).setText(QStringLiteral("logsWindow"), kept));
+        QVERIFY(SettingsStore(world.settingsFile).setText(u"logsWindow"_s, kept));
         world.open();
         const QWidget* const logs = world.openLogs();
         QVERIFY(logs->screen()->availableGeometry().intersects(logs->frameGeometry()));
@@ -162,7 +164,7 @@ private Q_SLOTS:
         world.settle();
         world.takeCommands();
         world.advance(1min);
-        QVERIFY(!world.takeCommands().contains(QStringLiteral("logs")));
+        QVERIFY(!world.takeCommands().contains(u"logs"_s));
     }
 
     void logsAreFollowedWhileAnotherWindowIsInFront() {
@@ -172,7 +174,7 @@ private Q_SLOTS:
         QVERIFY(world.openSettings() != nullptr);
         world.docker().log = "later\n";
         world.advance(2s);
-        QCOMPARE(logs->findChild<TextBox*>()->content(), QStringLiteral("later\n"));
+        QCOMPARE(logs->findChild<TextBox*>()->content(), u"later\n"_s);
     }
 
     void theProgramStaysWhenTheyClose() {
@@ -190,12 +192,12 @@ private Q_SLOTS:
         Running world;
         world.open();
         QWidget* const settings = world.openSettings();
-        button(settings, QStringLiteral("Remove everything…"))->click();
+        button(settings, u"Remove everything…"_s)->click();
         world.settle();
         auto* question = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
         QVERIFY(question != nullptr);
         QCOMPARE(question->parentWidget(), settings);
-        QCOMPARE(question->text(), QStringLiteral("Remove everything?"));
+        QCOMPARE(question->text(), u"Remove everything?"_s);
         QTest::keyClick(question, Qt::Key_Escape);
         world.settle();
         QVERIFY(!world.kuma().busy());
@@ -207,13 +209,13 @@ private Q_SLOTS:
         world.open();
         world.docker().log = "new\n";
         QWidget* const logs = world.openLogs();
-        button(logs, QStringLiteral("Save…"))->setFocus();
+        button(logs, u"Save…"_s)->setFocus();
         QTest::keyClick(logs->focusWidget(), Qt::Key_Return);
         world.settle();
         auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
         QVERIFY(dialog != nullptr);
         QCOMPARE(dialog->parentWidget(), logs);
-        QVERIFY(dialog->selectedFiles().value(0).endsWith(QStringLiteral("/uptime-kuma-logs.txt")));
+        QVERIFY(dialog->selectedFiles().value(0).endsWith(u"/uptime-kuma-logs.txt"_s));
         QTest::keyClick(dialog, Qt::Key_Escape);
         world.settle();
         QVERIFY(logs->isVisible());
@@ -225,8 +227,8 @@ private Q_SLOTS:
         world.open();
         world.docker().log = "new\n";
         const QPointer<QWidget> logs = world.openLogs();
-        const QString taken = world.home.write(QStringLiteral("uptime-kuma-logs.txt"), "old");
-        button(logs, QStringLiteral("Save…"))->click();
+        const QString taken = world.home.write(u"uptime-kuma-logs.txt"_s, "old");
+        button(logs, u"Save…"_s)->click();
         world.settle();
         auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
         QVERIFY(dialog != nullptr);
@@ -254,7 +256,7 @@ private Q_SLOTS:
         Running world;
         world.open();
         QWidget* const settings = world.openSettings();
-        button(settings, QStringLiteral("Choose…"))->setFocus();
+        button(settings, u"Choose…"_s)->setFocus();
         QTest::keyClick(settings->focusWidget(), Qt::Key_Return);
         world.settle();
         auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
@@ -273,15 +275,15 @@ private Q_SLOTS:
         world.open();
         QWidget* const settings = world.openSettings();
         QLineEdit* const port = portField(settings);
-        typePort(port, QStringLiteral("3005"));
+        typePort(port, u"3005"_s);
         QVERIFY(world.bringForward(world.mainWindow()));
         QVERIFY(world.bringForward(settings));
         QVERIFY(port->hasFocus());
-        typePort(port, QStringLiteral("x"));
+        typePort(port, u"x"_s);
         QCOMPARE(world.kuma().port(), 3005);
         QTest::keyClick(port, Qt::Key_Escape);
         QCOMPARE(world.kuma().port(), 3005);
-        QCOMPARE(port->text(), QStringLiteral("3005"));
+        QCOMPARE(port->text(), u"3005"_s);
     }
 
     void anUnfinishedPortIsNoneWhenAnotherWindowComesForward() {
@@ -289,14 +291,14 @@ private Q_SLOTS:
         world.open();
         QWidget* const settings = world.openSettings();
         QLineEdit* const port = portField(settings);
-        typePort(port, QStringLiteral("30"));
+        typePort(port, u"30"_s);
         QVERIFY(world.bringForward(world.mainWindow()));
         QCOMPARE(world.kuma().port(), 3001);
         QVERIFY(world.bringForward(settings));
         // Typing goes on where it was.
-        QCOMPARE(port->text(), QStringLiteral("30"));
+        QCOMPARE(port->text(), u"30"_s);
         QVERIFY(port->hasFocus());
-        QTest::keyClicks(port, QStringLiteral("07"));
+        QTest::keyClicks(port, u"07"_s);
         QCOMPARE(world.kuma().port(), 3007);
     }
 
@@ -304,11 +306,11 @@ private Q_SLOTS:
         Running world;
         world.open();
         QWidget* const settings = world.openSettings();
-        typePort(portField(settings), QStringLiteral("30"));
+        typePort(portField(settings), u"30"_s);
         settings->close();
         world.settle();
         QCOMPARE(world.kuma().port(), 3001);
-        QCOMPARE(portField(world.openSettings())->text(), QStringLiteral("3001"));
+        QCOMPARE(portField(world.openSettings())->text(), u"3001"_s);
     }
 
     void theLoginItemIsLookedAtWhenTheSettingsComeBack() {
@@ -318,7 +320,7 @@ private Q_SLOTS:
         QVERIFY(world.bringForward(world.mainWindow()));
         world.loginItem.enabled = true;
         QVERIFY(world.bringForward(settings));
-        auto* launch = visibleWith<Switch>(settings, QStringLiteral("Launch at login"));
+        auto* launch = visibleWith<Switch>(settings, u"Launch at login"_s);
         QVERIFY(waitUntil([launch] { return launch->isChecked(); }));
     }
 
@@ -326,7 +328,7 @@ private Q_SLOTS:
         Running world;
         world.open();
         QWidget* const settings = world.openSettings();
-        button(settings, QStringLiteral("Remove everything…"))->click();
+        button(settings, u"Remove everything…"_s)->click();
         world.settle();
         QVERIFY(QApplication::activeModalWidget() != nullptr);
         settings->close();
@@ -336,5 +338,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestPaneWindows)
+ORVANEL_TEST(TestPaneWindows)
 #include "TestPaneWindows.moc"

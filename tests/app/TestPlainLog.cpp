@@ -1,8 +1,10 @@
 #include "app/PlainLog.h"
+#include "support/TestClass.h"
 
 #include <QRandomGenerator>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
@@ -85,9 +87,9 @@ private Q_SLOTS:
         row("control characters", "a\x01\x07\x08\x7f\u0090\x1b\\\u0086b", "ab");
         row("bidirectional controls", "\u202egpj.exe\u202c\u2066x\u2069\u200e\u200f\u061cy", "gpj.exexy");
         row("joiners stay", "👩\u200d💻", "👩\u200d💻");
-        QTest::newRow("null") << QStringLiteral("a") + ofCharacter(0) + QStringLiteral("b") << QStringLiteral("ab");
+        QTest::newRow("null") << u"a"_s + ofCharacter(0) + u"b"_s << u"ab"_s;
         for (const char16_t c : {u'\xfdd0', u'\xfdd1', u'\xfffe', u'\xffff'}) {
-            QTest::addRow("no character %x", c) << ofCharacter(c) << QStringLiteral("\ufffd");
+            QTest::addRow("no character %x", c) << ofCharacter(c) << u"\ufffd"_s;
         }
     }
     void rules() {
@@ -97,16 +99,15 @@ private Q_SLOTS:
     }
 
     void sequencesWithinSequencesNeedNoStack() {
-        for (const QString& opening : {QStringLiteral("\x1b]0;"), QStringLiteral("\x1bP"), QStringLiteral("\x1b[")}) {
+        for (const QString& opening : {u"\x1b]0;"_s, u"\x1bP"_s, u"\x1b["_s}) {
             QCOMPARE(plainLog(opening.repeated(500000)), QString());
-            QCOMPARE(plainLog(opening.repeated(500000) + QStringLiteral("\nx")), QStringLiteral("\nx"));
+            QCOMPARE(plainLog(opening.repeated(500000) + u"\nx"_s), u"\nx"_s);
         }
     }
 
     void whateverComesNothingHarmfulIsLeft() {
         QRandomGenerator random(1);
-        const QString pieces =
-            QStringLiteral("\x1b\x1b\x1b[];?0123mJ\x07\\\r\n\x18\u009b\u009d\u009c\u2028\u202e\ufdd0 aé");
+        const QString pieces = u"\x1b\x1b\x1b[];?0123mJ\x07\\\r\n\x18\u009b\u009d\u009c\u2028\u202e\ufdd0 aé"_s;
         for (int round = 0; round < 5000; ++round) {
             QString text;
             for (int i = 0; i < 40; ++i) {
@@ -120,5 +121,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(TestPlainLog)
+ORVANEL_TEST(TestPlainLog)
 #include "TestPlainLog.moc"

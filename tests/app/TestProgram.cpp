@@ -1,5 +1,6 @@
 #include "RunningProgram.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QFile>
@@ -7,14 +8,15 @@
 
 #include <csignal>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto plainStop = QStringLiteral("stop");
-const auto composeStop = QStringLiteral("compose stop");
+const auto plainStop = u"stop"_s;
+const auto composeStop = u"compose stop"_s;
 
 bool wasStopped(const RunningProgram& world) {
     return world.hasCalled(composeStop) || world.hasCalled(plainStop);
@@ -86,12 +88,12 @@ private Q_SLOTS:
             });
         }
         QProcess& program = world.start();
-        QVERIFY(waitUntil([&] { return world.hasCalled(QStringLiteral("inspect")); }));
+        QVERIFY(waitUntil([&] { return world.hasCalled(u"inspect"_s); }));
         QVERIFY(hangs || world.knowsItsContainer());
         const auto ending = RunningProgram::timeToEnd(program, number);
         QVERIFY(ending.has_value());
         QCOMPARE(RunningProgram::exitCode(program), 0);
-        QVERIFY2(*ending < 2s, qPrintable(QStringLiteral("%1 ms").arg(ending->count())));
+        QVERIFY2(*ending < 2s, qPrintable(u"%1 ms"_s.arg(ending->count())));
     }
 
     void aStopThatFailsDoesNotKeepIt() {
@@ -119,7 +121,7 @@ private Q_SLOTS:
 
     void runsWithoutASessionBus() {
         RunningProgram world;
-        world.environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("disabled:"));
+        world.environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
         world.addContainer("running");
         QProcess& program = world.start();
         QVERIFY(world.knowsItsContainer());
@@ -160,7 +162,7 @@ private Q_SLOTS:
         RunningProgram::signal(first, SIGTERM);
         QVERIFY(waitUntil([&] { return wasStopped(world); }));
         // The first may have asked twice: for the poll, and for the stop that began meanwhile.
-        const auto composeVersion = QStringLiteral("compose version");
+        const auto composeVersion = u"compose version"_s;
         const auto askedByFirst = world.tools.commands().count(composeVersion);
         QProcess& second = world.start();
         QCOMPARE(RunningProgram::exitCode(first), 0);
@@ -175,7 +177,7 @@ private Q_SLOTS:
 
     void aSecondCopyThatCannotReachTheFirstFails() {
         RunningProgram world;
-        world.environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("disabled:"));
+        world.environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
         QProcess& first = world.start();
         QVERIFY(world.knowsItsContainer());
         QProcess& second = world.start();
@@ -187,13 +189,11 @@ private Q_SLOTS:
     void runsWithItsStandardStreamsClosed() {
         RunningProgram world;
         world.addContainer("running");
-        QProcess& program = world.startThrough(QStringLiteral("/bin/sh"),
-                                               {QStringLiteral("-c"), QStringLiteral("exec \"$0\" <&- >&- 2>&-")});
+        QProcess& program = world.startThrough(u"/bin/sh"_s, {u"-c"_s, u"exec \"$0\" <&- >&- 2>&-"_s});
         QVERIFY(world.knowsItsContainer());
         for (const char* const stream : {"0", "1", "2"}) {
-            QCOMPARE(QFile::symLinkTarget(
-                         QStringLiteral("/proc/%1/fd/%2").arg(program.processId()).arg(QLatin1String(stream))),
-                     QStringLiteral("/dev/null"));
+            QCOMPARE(QFile::symLinkTarget(u"/proc/%1/fd/%2"_s.arg(program.processId()).arg(QLatin1String(stream))),
+                     u"/dev/null"_s);
         }
         RunningProgram::signal(program, SIGTERM);
         QCOMPARE(RunningProgram::exitCode(program), 0);
@@ -203,11 +203,11 @@ private Q_SLOTS:
         RunningProgram world;
         QProcess& program = world.start();
         QVERIFY(world.knowsItsContainer());
-        QCOMPARE(QFile::symLinkTarget(QStringLiteral("/proc/%1/cwd").arg(program.processId())), world.home.path());
+        QCOMPARE(QFile::symLinkTarget(u"/proc/%1/cwd"_s.arg(program.processId())), world.home.path());
         RunningProgram::signal(program, SIGTERM);
         QCOMPARE(RunningProgram::exitCode(program), 0);
     }
 };
 
-QTEST_GUILESS_MAIN(TestProgram)
+ORVANEL_TEST(TestProgram)
 #include "TestProgram.moc"

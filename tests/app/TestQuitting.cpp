@@ -1,5 +1,6 @@
 #include "AppFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QApplication>
 #include <QEventLoopLocker>
@@ -7,6 +8,7 @@
 #include <QTest>
 #include <QTimer>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -21,14 +23,14 @@ constexpr DockerState dockerStates[] = {DockerState::unknown, DockerState::missi
 QStringList stops(const ControllerFixture& world) {
     QStringList names;
     for (const Command& command : world.commands()) {
-        if (command.name().endsWith(QStringLiteral("stop"))) {
+        if (command.name().endsWith(u"stop"_s)) {
             names << command.name();
         }
     }
     return names;
 }
 
-const QStringList oneStop{QStringLiteral("compose stop")};
+const QStringList oneStop{u"compose stop"_s};
 
 } // namespace
 
@@ -58,9 +60,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("word");
         QTest::addColumn<bool>("pageAnswers");
         QTest::addColumn<KumaState>("state");
-        QTest::newRow("running") << QStringLiteral("running") << true << KumaState::running;
-        QTest::newRow("starting") << QStringLiteral("running") << false << KumaState::starting;
-        QTest::newRow("error") << QStringLiteral("restarting") << true << KumaState::error;
+        QTest::newRow("running") << u"running"_s << true << KumaState::running;
+        QTest::newRow("starting") << u"running"_s << false << KumaState::starting;
+        QTest::newRow("error") << u"restarting"_s << true << KumaState::error;
     }
     void stopsTheContainerWhenAsked() {
         QFETCH(const QString, word);
@@ -121,7 +123,7 @@ private Q_SLOTS:
         world.kuma().setStopOnQuit(true);
         QVERIFY(world.startsWithRunningContainer());
         // Forgets where the tool is, and leaves everything else as it was.
-        world.kuma().setDockerOverride(QStringLiteral("/somewhere/else"));
+        world.kuma().setDockerOverride(u"/somewhere/else"_s);
         QVERIFY(world.kuma().dockerState() == DockerState::ready && !world.kuma().dockerPath());
         QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
         QCOMPARE(stops(world), QStringList());
@@ -148,10 +150,10 @@ private Q_SLOTS:
         AppFixture world;
         world.kuma().setStopOnQuit(true);
         QVERIFY(world.startsWithRunningContainer());
-        world.answer("compose stop", 1, QStringLiteral("no"));
-        world.answer("stop", 1, QStringLiteral("no"));
+        world.answer("compose stop", 1, u"no"_s);
+        world.answer("stop", 1, u"no"_s);
         QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
-        QCOMPARE(stops(world), (QStringList{QStringLiteral("compose stop"), QStringLiteral("stop")}));
+        QCOMPARE(stops(world), (QStringList{u"compose stop"_s, u"stop"_s}));
     }
 
     void aStopThatTakesTooLongDoesNotKeepTheProgram() {
@@ -164,7 +166,7 @@ private Q_SLOTS:
         const auto code = world.runLoop([&] {
             QCoreApplication::quit();
             world.advance(119s);
-            stillWaiting = world.underWay() == QStringList{QStringLiteral("stop")};
+            stillWaiting = world.underWay() == QStringList{u"stop"_s};
             world.advance(1s);
         });
         QCOMPARE(code, 0);
@@ -245,7 +247,7 @@ private Q_SLOTS:
             world.advance(10s);
         });
         QCOMPARE(code, 0);
-        QCOMPARE(stops(world).last(), compose ? QStringLiteral("compose stop") : QStringLiteral("stop"));
+        QCOMPARE(stops(world).last(), compose ? u"compose stop"_s : u"stop"_s);
         QCOMPARE(world.docker().container->state, "exited");
         QVERIFY(!world.underWay().contains(QString::fromLatin1(up)));
     }
@@ -262,7 +264,7 @@ private Q_SLOTS:
         // The look that would tell of the container is under way.
         world.delay("inspect", 5s, 1);
         world.advance(2s);
-        QCOMPARE(world.underWay(), QStringList(QStringLiteral("inspect")));
+        QCOMPARE(world.underWay(), QStringList(u"inspect"_s));
         QCOMPARE(world.docker().container->state, "running");
         QCOMPARE(world.kuma().kuma(), KumaState::stopped);
         const auto code = world.runLoop([&] {
@@ -280,7 +282,7 @@ private Q_SLOTS:
         world.hang("compose up", 1);
         world.kuma().restart();
         world.settle();
-        QCOMPARE(world.underWay(), QStringList(QStringLiteral("compose up")));
+        QCOMPARE(world.underWay(), QStringList(u"compose up"_s));
         world.docker().container->state = "running";
         world.takeCommands();
         const auto code = world.runLoop([&] {
@@ -359,7 +361,7 @@ private Q_SLOTS:
         });
         // Our own end of the loop came first.
         QCOMPARE(code, 7);
-        QVERIFY(world.takeCommands().contains(QStringLiteral("inspect")));
+        QVERIFY(world.takeCommands().contains(u"inspect"_s));
     }
 
     void controlQInTheWindowQuits() {
@@ -374,5 +376,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestQuitting)
+ORVANEL_TEST(TestQuitting)
 #include "TestQuitting.moc"

@@ -1,9 +1,11 @@
 #include "ControllerFixture.h"
 #include "app/RenderTrigger.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -19,8 +21,8 @@ private Q_SLOTS:
         trigger.setActive(true);
         QCOMPARE(count, 1);
         controller.setPort(4001);
-        controller.setSlug(QStringLiteral("a"));
-        controller.setImageTag(QStringLiteral("1"));
+        controller.setSlug(u"a"_s);
+        controller.setImageTag(u"1"_s);
         QCOMPARE(count, 1);
         drainEvents();
         QCOMPARE(count, 2);
@@ -93,5 +95,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestRenderTrigger)
+ORVANEL_TEST(TestRenderTrigger)
 #include "TestRenderTrigger.moc"

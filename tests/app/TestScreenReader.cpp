@@ -2,27 +2,29 @@
 #include "standin/desktop/ScreenReader.h"
 #include "standin/desktop/VirtualDisplay.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using standin::ScreenReader;
 
 namespace {
 
-const auto button = QStringLiteral("push button");
+const auto button = u"push button"_s;
 
-const auto keepsRestarting = QStringLiteral("Uptime Kuma keeps restarting. Open the logs to see why.");
+const auto keepsRestarting = u"Uptime Kuma keeps restarting. Open the logs to see why."_s;
 
 /// The program on a display, and somebody who does not see it. Without a tray its window opens by itself.
 struct Desktop {
     Desktop()
         : reader(program.bus.connect()) {
-        program.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-        program.environment.insert(QStringLiteral("DISPLAY"), display.name());
+        program.environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+        program.environment.insert(u"DISPLAY"_s, display.name());
         // Its pauses are a tenth.
-        program.environment.insert(QStringLiteral("ORVANEL_HASTE"), QStringLiteral("10"));
+        program.environment.insert(u"ORVANEL_HASTE"_s, u"10"_s);
     }
 
     standin::VirtualDisplay display;
@@ -46,8 +48,8 @@ struct Desktop {
     /// How often it is told, where its labels say that.
     int timesTold(const QString& message) {
         reader.refresh();
-        const auto card = reader.find(QStringLiteral("notification"), QStringLiteral("Error"));
-        return card && reader.find(QStringLiteral("label"), message) ? reader.timesShown(*card) : 0;
+        const auto card = reader.find(u"notification"_s, u"Error"_s);
+        return card && reader.find(u"label"_s, message) ? reader.timesShown(*card) : 0;
     }
 };
 
@@ -67,13 +69,13 @@ private Q_SLOTS:
                                 {.command = "pull", .exitCode = 1}};
         });
         desktop.program.start();
-        desktop.press(button, QStringLiteral("Start Uptime Kuma"));
-        QVERIFY(waitUntil([&] { return desktop.timesTold(QStringLiteral("Docker reported an error.")) == 1; }));
+        desktop.press(button, u"Start Uptime Kuma"_s);
+        QVERIFY(waitUntil([&] { return desktop.timesTold(u"Docker reported an error."_s) == 1; }));
         // While it stands, the next reading brings another.
         desktop.program.tools.change([](standin::DockerState& docker) { addContainer(docker, "restarting", 1); });
         QVERIFY(waitUntil([&] { return desktop.timesTold(keepsRestarting) == 2; }));
     }
 };
 
-QTEST_GUILESS_MAIN(TestScreenReader)
+ORVANEL_TEST(TestScreenReader)
 #include "TestScreenReader.moc"

@@ -3,11 +3,13 @@
 #include "standin/desktop/VirtualDisplay.h"
 #include "standin/desktop/WaylandDisplay.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
 #include <csignal>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -22,12 +24,12 @@ bool isStopped(const RunningProgram& world) {
 }
 
 void showOn(RunningProgram& world, const standin::VirtualDisplay& display) {
-    world.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-    world.environment.insert(QStringLiteral("DISPLAY"), display.name());
+    world.environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    world.environment.insert(u"DISPLAY"_s, display.name());
 }
 
 QString inMilliseconds(std::optional<std::chrono::milliseconds> time) {
-    return time ? QStringLiteral("%1 ms").arg(time->count()) : QStringLiteral("it did not end");
+    return time ? u"%1 ms"_s.arg(time->count()) : u"it did not end"_s;
 }
 
 } // namespace
@@ -47,7 +49,7 @@ private Q_SLOTS:
         SessionManager session;
         RunningProgram world;
         showOn(world, display);
-        world.environment.insert(QStringLiteral("SESSION_MANAGER"), session.address());
+        world.environment.insert(u"SESSION_MANAGER"_s, session.address());
         if (stopsOnQuit) {
             world.setting("stopOnQuit=true");
         }
@@ -113,9 +115,9 @@ private Q_SLOTS:
         QVERIFY2(exitCode == 1 || (isWayland && exitCode == 255), qPrintable(QString::number(exitCode.value_or(-1))));
         QCOMPARE(world.tools.state().container->state, "running");
 
-        world.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        world.environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
         QProcess& next = world.start();
-        const auto composeVersion = QStringLiteral("compose version");
+        const auto composeVersion = u"compose version"_s;
         QVERIFY(waitUntil([&] { return world.tools.commands().count(composeVersion) == 2; }));
         RunningProgram::signal(next, SIGTERM);
         QCOMPARE(RunningProgram::exitCode(next), 0);
@@ -123,5 +125,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestSessionEnd)
+ORVANEL_TEST(TestSessionEnd)
 #include "TestSessionEnd.moc"

@@ -1,11 +1,13 @@
 #include "ShownSettings.h"
 #include "app/views/settings/PortText.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QApplication>
 #include <QClipboard>
 #include <QInputMethodEvent>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -19,10 +21,10 @@ private Q_SLOTS:
         ShownSettings settings;
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
         settings.open();
-        QCOMPARE(settings.port()->text(), QStringLiteral("3001"));
+        QCOMPARE(settings.port()->text(), u"3001"_s);
         settings.kuma().setPort(65535);
         settings.world.settle();
-        QCOMPARE(settings.port()->text(), QStringLiteral("65535"));
+        QCOMPARE(settings.port()->text(), u"65535"_s);
         QLocale::setDefault(QLocale::c());
     }
 
@@ -49,7 +51,7 @@ private Q_SLOTS:
     void aTypedPortIsStored() {
         ShownSettings settings;
         settings.open();
-        settings.type(settings.port(), QStringLiteral("3005"));
+        settings.type(settings.port(), u"3005"_s);
         QCOMPARE(settings.kuma().port(), 3005);
         QVERIFY(!settings.showsPortHint());
         QCOMPARE(settings.world.restartProgram().port(), 3005);
@@ -57,10 +59,10 @@ private Q_SLOTS:
 
     void whatIsNoPortIsRefused_data() {
         QTest::addColumn<QString>("typed");
-        QTest::newRow("too large") << QStringLiteral("65536");
-        QTest::newRow("too many digits") << QStringLiteral("300100");
-        QTest::newRow("letters") << QStringLiteral("30a1");
-        QTest::newRow("grouped") << QStringLiteral("3,005");
+        QTest::newRow("too large") << u"65536"_s;
+        QTest::newRow("too many digits") << u"300100"_s;
+        QTest::newRow("letters") << u"30a1"_s;
+        QTest::newRow("grouped") << u"3,005"_s;
     }
     void whatIsNoPortIsRefused() {
         QFETCH(const QString, typed);
@@ -69,10 +71,10 @@ private Q_SLOTS:
         settings.type(settings.port(), typed);
         QCOMPARE(settings.kuma().port(), 3001);
         QVERIFY(settings.showsPortHint());
-        QVERIFY(shows(&settings.view, QStringLiteral("This is no port to use: type a number from 1024 to 65535. Until "
-                                                     "then the port stays 3001.")));
+        QVERIFY(shows(&settings.view, u"This is no port to use: type a number from 1024 to 65535. Until "
+                                      "then the port stays 3001."_s));
         QCOMPARE(settings.port()->text(), typed);
-        settings.type(settings.port(), QStringLiteral("3007"));
+        settings.type(settings.port(), u"3007"_s);
         QCOMPARE(settings.kuma().port(), 3007);
         QVERIFY(!settings.showsPortHint());
     }
@@ -80,14 +82,14 @@ private Q_SLOTS:
     void aPortBeginsWithFewDigits() {
         ShownSettings settings;
         settings.open();
-        settings.type(settings.port(), QStringLiteral("80"));
+        settings.type(settings.port(), u"80"_s);
         // It may still become 8080.
         QVERIFY(!settings.showsPortHint());
         QCOMPARE(settings.kuma().port(), 3001);
         QTest::keyClick(settings.port(), Qt::Key_Return);
         QVERIFY(settings.showsPortHint());
         QCOMPARE(settings.kuma().port(), 3001);
-        QTest::keyClicks(settings.port(), QStringLiteral("80"));
+        QTest::keyClicks(settings.port(), u"80"_s);
         QCOMPARE(settings.kuma().port(), 8080);
         QVERIFY(!settings.showsPortHint());
     }
@@ -105,9 +107,9 @@ private Q_SLOTS:
     void escapeBringsThePortBack() {
         ShownSettings settings;
         settings.open();
-        settings.type(settings.port(), QStringLiteral("70000"));
+        settings.type(settings.port(), u"70000"_s);
         QTest::keyClick(settings.port(), Qt::Key_Escape);
-        QCOMPARE(settings.port()->text(), QStringLiteral("3001"));
+        QCOMPARE(settings.port()->text(), u"3001"_s);
         QCOMPARE(settings.kuma().port(), 3001);
         QVERIFY(!settings.showsPortHint());
         QVERIFY(settings.view.isVisible());
@@ -118,34 +120,34 @@ private Q_SLOTS:
         ShownSettings settings;
         settings.open();
         QVERIFY(settings.world.isPolledAsRunning());
-        settings.type(settings.port(), QStringLiteral("3005"));
+        settings.type(settings.port(), u"3005"_s);
         settings.kuma().restart();
         QVERIFY(settings.world.operationEnds());
         QVERIFY(!settings.kuma().error());
-        settings.type(settings.port(), QStringLiteral("x"));
+        settings.type(settings.port(), u"x"_s);
         QCOMPARE(settings.kuma().port(), 3005);
         QTest::keyClick(settings.port(), Qt::Key_Escape);
         QCOMPARE(settings.kuma().port(), 3005);
-        QCOMPARE(settings.port()->text(), QStringLiteral("3005"));
+        QCOMPARE(settings.port()->text(), u"3005"_s);
     }
 
     void typingIsNotDisturbed() {
         ShownSettings settings;
         settings.open();
         QVERIFY(settings.world.isPolledAsRunning());
-        settings.type(settings.port(), QStringLiteral("30"));
+        settings.type(settings.port(), u"30"_s);
         QTest::keyClick(settings.port(), Qt::Key_Left);
         settings.world.advance(30s);
-        QCOMPARE(settings.port()->text(), QStringLiteral("30"));
+        QCOMPARE(settings.port()->text(), u"30"_s);
         QCOMPARE(settings.port()->cursorPosition(), 1);
         QVERIFY(settings.port()->hasFocus());
 
-        settings.type(settings.slug(), QStringLiteral("ho"));
+        settings.type(settings.slug(), u"ho"_s);
         QTest::keyClick(settings.slug(), Qt::Key_Left);
         settings.world.page.status = statusPage({monitor(1, 0)});
         settings.world.advance(30s);
         QCOMPARE(settings.kuma().monitors().size(), 1);
-        QCOMPARE(settings.slug()->text(), QStringLiteral("ho"));
+        QCOMPARE(settings.slug()->text(), u"ho"_s);
         QCOMPARE(settings.slug()->cursorPosition(), 1);
         QVERIFY(settings.slug()->hasFocus());
     }
@@ -154,14 +156,14 @@ private Q_SLOTS:
         ShownSettings settings;
         settings.open();
         QVERIFY(settings.world.isPolledAsRunning());
-        settings.type(settings.dockerOverride(), QStringLiteral("/my/do"));
+        settings.type(settings.dockerOverride(), u"/my/do"_s);
         QTest::keyClick(settings.dockerOverride(), Qt::Key_Left);
         settings.world.advance(30s);
-        QCOMPARE(settings.dockerOverride()->text(), QStringLiteral("/my/do"));
+        QCOMPARE(settings.dockerOverride()->text(), u"/my/do"_s);
         QCOMPARE(settings.dockerOverride()->cursorPosition(), 5);
         QVERIFY(settings.dockerOverride()->hasFocus());
-        QTest::keyClicks(settings.dockerOverride(), QStringLiteral("x"));
-        QCOMPARE(settings.kuma().dockerOverride(), QStringLiteral("/my/dxo"));
+        QTest::keyClicks(settings.dockerOverride(), u"x"_s);
+        QCOMPARE(settings.kuma().dockerOverride(), u"/my/dxo"_s);
     }
 
     void textThatIsStillComposedIsNoPort() {
@@ -169,23 +171,23 @@ private Q_SLOTS:
         settings.open();
         QVERIFY(settings.world.isPolledAsRunning());
         settings.type(settings.port(), {});
-        QInputMethodEvent composing(QStringLiteral("3005"), {});
+        QInputMethodEvent composing(u"3005"_s, {});
         QCoreApplication::sendEvent(settings.port(), &composing);
         settings.world.advance(30s);
         QCOMPARE(settings.kuma().port(), 3001);
         QVERIFY(!settings.showsPortHint());
         QCOMPARE(settings.port()->text(), QString());
         QInputMethodEvent composed;
-        composed.setCommitString(QStringLiteral("3005"));
+        composed.setCommitString(u"3005"_s);
         QCoreApplication::sendEvent(settings.port(), &composed);
-        QCOMPARE(settings.port()->text(), QStringLiteral("3005"));
+        QCOMPARE(settings.port()->text(), u"3005"_s);
         QCOMPARE(settings.kuma().port(), 3005);
     }
 
     void whatIsUndoneIsNotStored() {
         ShownSettings settings;
         settings.open();
-        settings.type(settings.port(), QStringLiteral("3005"));
+        settings.type(settings.port(), u"3005"_s);
         QCOMPARE(settings.kuma().port(), 3005);
         int steps = 0;
         for (; settings.port()->isUndoAvailable() && steps < 10; ++steps) {
@@ -193,22 +195,22 @@ private Q_SLOTS:
             QCOMPARE(settings.kuma().port(), portFrom(settings.port()->text()).value_or(3001));
         }
         QVERIFY(steps > 0 && steps < 10);
-        QCOMPARE(settings.port()->text(), QStringLiteral("3001"));
+        QCOMPARE(settings.port()->text(), u"3001"_s);
         for (; settings.port()->isRedoAvailable() && steps < 20; ++steps) {
             QTest::keyClick(settings.port(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
         }
-        QCOMPARE(settings.port()->text(), QStringLiteral("3005"));
+        QCOMPARE(settings.port()->text(), u"3005"_s);
         QCOMPARE(settings.kuma().port(), 3005);
     }
 
     void portsCanBePasted_data() {
         QTest::addColumn<QString>("copied");
         QTest::addColumn<int>("port");
-        QTest::newRow("number") << QStringLiteral("3005") << 3005;
-        QTest::newRow("line") << QStringLiteral("3005\n") << 3005;
-        QTest::newRow("cell") << QStringLiteral("\t3005 ") << 3005;
-        QTest::newRow("address") << QStringLiteral("http://localhost:3005") << 3001;
-        QTest::newRow("two lines") << QStringLiteral("3005\n3006") << 3001;
+        QTest::newRow("number") << u"3005"_s << 3005;
+        QTest::newRow("line") << u"3005\n"_s << 3005;
+        QTest::newRow("cell") << u"\t3005 "_s << 3005;
+        QTest::newRow("address") << u"http://localhost:3005"_s << 3001;
+        QTest::newRow("two lines") << u"3005\n3006"_s << 3001;
     }
     void portsCanBePasted() {
         QFETCH(const QString, copied);
@@ -231,33 +233,33 @@ private Q_SLOTS:
     void keysPressedByChanceChangeNothing() {
         ShownSettings settings;
         settings.open();
-        QTest::keyClicks(settings.view.focusWidget(), QStringLiteral("5"));
+        QTest::keyClicks(settings.view.focusWidget(), u"5"_s);
         QCOMPARE(settings.kuma().port(), 3001);
-        QCOMPARE(settings.port()->text(), QStringLiteral("3001"));
+        QCOMPARE(settings.port()->text(), u"3001"_s);
     }
 
     void portsChangedElsewhereAreShown() {
         ShownSettings settings;
         settings.open();
-        settings.type(settings.port(), QStringLiteral("70000"));
+        settings.type(settings.port(), u"70000"_s);
         settings.kuma().setPort(3002);
         settings.world.settle();
-        QCOMPARE(settings.port()->text(), QStringLiteral("3002"));
+        QCOMPARE(settings.port()->text(), u"3002"_s);
         QVERIFY(!settings.showsPortHint());
-        settings.type(settings.port(), QStringLiteral("x"));
+        settings.type(settings.port(), u"x"_s);
         QCOMPARE(settings.kuma().port(), 3002);
     }
 
     void slugIsStoredAsItIsTyped() {
         ShownSettings settings;
         settings.open();
-        settings.type(settings.slug(), QStringLiteral("home <b>&"));
-        QCOMPARE(settings.kuma().slug(), QStringLiteral("home <b>&"));
-        settings.kuma().setSlug(QStringLiteral("other"));
+        settings.type(settings.slug(), u"home <b>&"_s);
+        QCOMPARE(settings.kuma().slug(), u"home <b>&"_s);
+        settings.kuma().setSlug(u"other"_s);
         settings.world.settle();
-        QCOMPARE(settings.slug()->text(), QStringLiteral("other"));
+        QCOMPARE(settings.slug()->text(), u"other"_s);
     }
 };
 
-QTEST_MAIN(TestSettingsFields)
+ORVANEL_TEST(TestSettingsFields)
 #include "TestSettingsFields.moc"

@@ -4,9 +4,11 @@
 #include "platform/FreedesktopDesktop.h"
 #include "support/Await.h"
 #include "support/PrivateBus.h"
+#include "support/TestClass.h"
 
 #include <QAccessible>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -38,9 +40,7 @@ private Q_SLOTS:
         const auto optional = [](bool isThere, const QString& text) {
             return isThere ? std::optional(text) : std::nullopt;
         };
-        QCOMPARE(canUpdate(optional(!latest.isNull(), latest), QStringLiteral("2"),
-                           optional(isBusy, QStringLiteral("Stopping…")), docker),
-                 can);
+        QCOMPARE(canUpdate(optional(!latest.isNull(), latest), u"2"_s, optional(isBusy, u"Stopping…"_s), docker), can);
     }
 
     void anUpdateIsFoundAndOffered() {
@@ -50,11 +50,11 @@ private Q_SLOTS:
         QVERIFY(!button(&settings.view, updateText)->isEnabled());
         QVERIFY(button(&settings.view, notesText) == nullptr);
         settings.click(checkText);
-        QVERIFY(shows(&settings.view, QStringLiteral("Newest release: 2.1.0")));
+        QVERIFY(shows(&settings.view, u"Newest release: 2.1.0"_s));
         QVERIFY(button(&settings.view, updateText)->isEnabled());
         settings.click(updateText);
         QCOMPARE(settings.world.dialogs.questions.size(), 1);
-        QCOMPARE(settings.world.dialogs.questions[0].alert.message, QStringLiteral("Update Uptime Kuma to 2.1.0?"));
+        QCOMPARE(settings.world.dialogs.questions[0].alert.message, u"Update Uptime Kuma to 2.1.0?"_s);
     }
 
     void updateWaitsForTheOperationUnderWay() {
@@ -107,44 +107,44 @@ private Q_SLOTS:
         settings.world.releases.letGo();
         settings.world.settle();
         QVERIFY(check->hasFocus());
-        QCOMPARE(saidWithFocus, QStringLiteral("Newest release: 2.1.0"));
+        QCOMPARE(saidWithFocus, u"Newest release: 2.1.0"_s);
 
-        settings.kuma().setImageTag(QStringLiteral("1"));
+        settings.kuma().setImageTag(u"1"_s);
         settings.world.settle();
-        QCOMPARE(description(), QStringLiteral("Newest release: 2.1.0\nThis is a major version change and may need "
-                                               "Uptime Kuma's own migration. Read the release notes first."));
-        settings.world.releases.answer = ReleaseError{QStringLiteral("Could not check for updates (HTTP 403).")};
+        QCOMPARE(description(), u"Newest release: 2.1.0\nThis is a major version change and may need "
+                                "Uptime Kuma's own migration. Read the release notes first."_s);
+        settings.world.releases.answer = ReleaseError{u"Could not check for updates (HTTP 403)."_s};
         settings.world.releases.holds = true;
         settings.click(checkText);
         settings.world.releases.letGo();
         settings.world.settle();
-        QVERIFY(saidWithFocus.startsWith(QStringLiteral("Could not check for updates (HTTP 403).")));
+        QVERIFY(saidWithFocus.startsWith(u"Could not check for updates (HTTP 403)."_s));
     }
 
     void aFailedCheckIsTold() {
         ShownSettings settings;
-        const QString message = QStringLiteral("Could not check for updates (HTTP 403).");
+        const QString message = u"Could not check for updates (HTTP 403)."_s;
         settings.world.releases.answer = ReleaseError{message};
         settings.open();
         QVERIFY(!shows(&settings.view, message));
         settings.click(checkText);
         QVERIFY(shows(&settings.view, message));
         QVERIFY(button(&settings.view, notesText) == nullptr);
-        settings.world.releases.answer = LatestRelease{.version = QStringLiteral("2.1.0")};
+        settings.world.releases.answer = LatestRelease{.version = u"2.1.0"_s};
         settings.click(checkText);
         QVERIFY(!shows(&settings.view, message));
     }
 
     void aMajorChangeIsWarnedOf() {
-        const auto warning = QStringLiteral("This is a major version change and may need Uptime Kuma's own migration. "
-                                            "Read the release notes first.");
+        const auto warning = u"This is a major version change and may need Uptime Kuma's own migration. "
+                             "Read the release notes first."_s;
         ShownSettings settings;
         settings.open();
         settings.click(checkText);
         QVERIFY(!shows(&settings.view, warning));
-        settings.kuma().setImageTag(QStringLiteral("1"));
+        settings.kuma().setImageTag(u"1"_s);
         settings.world.settle();
-        QVERIFY(shows(&settings.view, QStringLiteral("Pinned image: louislam/uptime-kuma:1")));
+        QVERIFY(shows(&settings.view, u"Pinned image: louislam/uptime-kuma:1"_s));
         QVERIFY(shows(&settings.view, warning));
     }
 
@@ -153,7 +153,7 @@ private Q_SLOTS:
         settings.open();
         settings.click(checkText);
         settings.click(notesText);
-        const QUrl page(QStringLiteral("https://example.org/2.1.0"));
+        const QUrl page(u"https://example.org/2.1.0"_s);
         QCOMPARE(settings.world.desktop.opened, QList<QUrl>{page});
         QAccessibleInterface* const link = accessible(button(&settings.view, notesText));
         QCOMPARE(link->role(), QAccessible::Link);
@@ -165,10 +165,10 @@ private Q_SLOTS:
     void onlyWebPagesAreOpened_data() {
         QTest::addColumn<QString>("page");
         QTest::addColumn<bool>("isOpened");
-        QTest::newRow("web") << QStringLiteral("https://example.org/x") << true;
-        QTest::newRow("file") << QStringLiteral("file:///etc/passwd") << false;
-        QTest::newRow("script") << QStringLiteral("javascript:alert(1)") << false;
-        QTest::newRow("mail") << QStringLiteral("mailto:a@example.org") << false;
+        QTest::newRow("web") << u"https://example.org/x"_s << true;
+        QTest::newRow("file") << u"file:///etc/passwd"_s << false;
+        QTest::newRow("script") << u"javascript:alert(1)"_s << false;
+        QTest::newRow("mail") << u"mailto:a@example.org"_s << false;
     }
     void onlyWebPagesAreOpened() {
         QFETCH(const QString, page);
@@ -177,7 +177,7 @@ private Q_SLOTS:
         QList<QUrl> opened;
         FreedesktopDesktop desktop(PrivateBus::none(), [&opened](const QUrl& address) { opened.append(address); });
         SettingsView view({world.controller(), desktop, world.clock, {}}, world.dialogs);
-        world.releases.answer = LatestRelease{.version = QStringLiteral("3"), .page = page};
+        world.releases.answer = LatestRelease{.version = u"3"_s, .page = page};
         world.controller().checkForUpdates();
         world.settle();
         view.show();
@@ -188,5 +188,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestSettingsUpdates)
+ORVANEL_TEST(TestSettingsUpdates)
 #include "TestSettingsUpdates.moc"

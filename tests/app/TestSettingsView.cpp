@@ -5,12 +5,14 @@
 #include "app/views/settings/SettingsSection.h"
 #include "app/widgets/StateColors.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QAccessible>
 #include <QApplication>
 #include <QScrollArea>
 #include <QScrollBar>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -52,19 +54,19 @@ private Q_SLOTS:
     void loginSwitchShowsTheTrueStatus() {
         ShownSettings settings;
         settings.open();
-        Switch* const launch = settings.switchWith(QStringLiteral("Launch at login"));
+        Switch* const launch = settings.switchWith(u"Launch at login"_s);
         QVERIFY(!launch->isChecked());
         QTest::mouseClick(launch, Qt::LeftButton);
         settings.world.settle();
         QVERIFY(settings.world.loginItem.enabled);
         QVERIFY(launch->isChecked());
 
-        settings.world.loginItem.failure = QStringLiteral("why");
+        settings.world.loginItem.failure = u"why"_s;
         QTest::mouseClick(launch, Qt::LeftButton);
         settings.world.settle();
         QVERIFY(launch->isChecked());
         QVERIFY(accessible(launch)->state().checked);
-        QCOMPARE(settings.kuma().error()->message, QStringLiteral("Could not change launch at login."));
+        QCOMPARE(settings.kuma().error()->message, u"Could not change launch at login."_s);
     }
 
     void loginSwitchIsReadAgainWhenTheWindowComesBack() {
@@ -75,13 +77,13 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(&other));
         settings.world.loginItem.enabled = true;
         settings.view.activateWindow();
-        QVERIFY(waitUntil([&] { return settings.switchWith(QStringLiteral("Launch at login"))->isChecked(); }));
+        QVERIFY(waitUntil([&] { return settings.switchWith(u"Launch at login"_s)->isChecked(); }));
     }
 
     void stopOnQuitIsStored() {
         ShownSettings settings;
         settings.open();
-        Switch* const stop = settings.switchWith(QStringLiteral("Stop the container when I quit"));
+        Switch* const stop = settings.switchWith(u"Stop the container when I quit"_s);
         QTest::mouseClick(stop, Qt::LeftButton);
         QVERIFY(settings.kuma().stopOnQuit());
         QTest::keyClick(stop, Qt::Key_Space);
@@ -103,26 +105,26 @@ private Q_SLOTS:
     void dataFolderIsRevealed() {
         ShownSettings settings;
         settings.open();
-        settings.click(QStringLiteral("Reveal data folder in Finder"));
+        settings.click(u"Reveal data folder in Finder"_s);
         QCOMPARE(settings.world.desktop.revealed, QStringList{settings.kuma().dataDir()});
     }
 
     void dockerInUseIsShown() {
         ShownSettings settings;
         settings.open();
-        QVERIFY(shows(&settings.view, QStringLiteral("Docker was not found.")));
+        QVERIFY(shows(&settings.view, u"Docker was not found."_s));
         settings.kuma().recheck();
         settings.world.settle();
-        QVERIFY(shows(&settings.view, QStringLiteral("In use: /opt/bin/docker")));
+        QVERIFY(shows(&settings.view, u"In use: /opt/bin/docker"_s));
         settings.world.installedDocker = std::nullopt;
         settings.kuma().recheck();
         settings.world.settle();
-        QVERIFY(shows(&settings.view, QStringLiteral("Docker was not found.")));
+        QVERIFY(shows(&settings.view, u"Docker was not found."_s));
     }
 
     void longPathsBreakNoLayout() {
         ShownSettings settings;
-        const QString path = QStringLiteral("/") + QString(2000, u'x') + QStringLiteral("/<b>docker</b>");
+        const QString path = u"/"_s + QString(2000, u'x') + u"/<b>docker</b>"_s;
         settings.world.installedDocker = path;
         settings.kuma().recheck();
         settings.open();
@@ -130,50 +132,50 @@ private Q_SLOTS:
         QVERIFY(area->widget()->width() <= area->viewport()->width());
         bool isSaid = false;
         for (QLabel* label : settings.view.findChildren<QLabel*>()) {
-            isSaid |= accessible(label)->text(QAccessible::Name) == QStringLiteral("In use: ") + path;
+            isSaid |= accessible(label)->text(QAccessible::Name) == u"In use: "_s + path;
         }
         QVERIFY(isSaid);
     }
 
     void dockerPathCanBeTyped() {
         ShownSettings settings;
-        settings.world.executables.insert(QStringLiteral("/my/docker"));
+        settings.world.executables.insert(u"/my/docker"_s);
         settings.open();
-        QCOMPARE(settings.dockerOverride()->placeholderText(), QStringLiteral("Automatic"));
-        settings.type(settings.dockerOverride(), QStringLiteral("/my/docker"));
-        QCOMPARE(settings.kuma().dockerOverride(), QStringLiteral("/my/docker"));
+        QCOMPARE(settings.dockerOverride()->placeholderText(), u"Automatic"_s);
+        settings.type(settings.dockerOverride(), u"/my/docker"_s);
+        QCOMPARE(settings.kuma().dockerOverride(), u"/my/docker"_s);
         QVERIFY(settings.world.takeCommands().isEmpty());
         settings.kuma().begin();
         settings.world.settle();
-        QVERIFY(shows(&settings.view, QStringLiteral("In use: /my/docker")));
+        QVERIFY(shows(&settings.view, u"In use: /my/docker"_s));
     }
 
     void dockerCanBeChosen() {
         ShownSettings settings;
-        settings.world.executables.insert(QStringLiteral("/my/docker"));
+        settings.world.executables.insert(u"/my/docker"_s);
         settings.open();
-        settings.click(QStringLiteral("Choose…"));
+        settings.click(u"Choose…"_s);
         QCOMPARE(settings.world.dialogs.openPanels.size(), 1);
         const OpenPanel panel = settings.world.dialogs.openPanels[0];
-        QCOMPARE(panel.message, QStringLiteral("Choose the docker command line tool"));
+        QCOMPARE(panel.message, u"Choose the docker command line tool"_s);
         QVERIFY(panel.filesAllowed && !panel.foldersAllowed);
-        settings.world.dialogs.pathQuestions[0].answer.complete(QStringLiteral("/my/docker"));
+        settings.world.dialogs.pathQuestions[0].answer.complete(u"/my/docker"_s);
         settings.world.settle();
-        QCOMPARE(settings.kuma().dockerOverride(), QStringLiteral("/my/docker"));
-        QCOMPARE(settings.dockerOverride()->text(), QStringLiteral("/my/docker"));
+        QCOMPARE(settings.kuma().dockerOverride(), u"/my/docker"_s);
+        QCOMPARE(settings.dockerOverride()->text(), u"/my/docker"_s);
         // Probed at once.
-        QVERIFY(shows(&settings.view, QStringLiteral("In use: /my/docker")));
-        QVERIFY(settings.world.takeCommands().contains(QStringLiteral("inspect")));
+        QVERIFY(shows(&settings.view, u"In use: /my/docker"_s));
+        QVERIFY(settings.world.takeCommands().contains(u"inspect"_s));
     }
 
     void cancellingTheChoiceChangesNothing() {
         ShownSettings settings;
-        settings.kuma().setDockerOverride(QStringLiteral("/my/docker"));
+        settings.kuma().setDockerOverride(u"/my/docker"_s);
         settings.open();
-        settings.click(QStringLiteral("Choose…"));
+        settings.click(u"Choose…"_s);
         settings.world.dialogs.pathQuestions[0].answer.complete(std::nullopt);
         settings.world.settle();
-        QCOMPARE(settings.kuma().dockerOverride(), QStringLiteral("/my/docker"));
+        QCOMPARE(settings.kuma().dockerOverride(), u"/my/docker"_s);
         QCOMPARE(settings.world.dockerSearches, 0);
         QVERIFY(settings.world.takeCommands().isEmpty());
     }
@@ -181,9 +183,9 @@ private Q_SLOTS:
     void removingAsksFirst() {
         ShownSettings settings;
         settings.open();
-        settings.click(QStringLiteral("Remove everything…"));
+        settings.click(u"Remove everything…"_s);
         QCOMPARE(settings.world.dialogs.questions.size(), 1);
-        QCOMPARE(settings.world.dialogs.questions[0].alert.message, QStringLiteral("Remove everything?"));
+        QCOMPARE(settings.world.dialogs.questions[0].alert.message, u"Remove everything?"_s);
         QVERIFY(!settings.kuma().busy());
     }
 
@@ -199,8 +201,8 @@ private Q_SLOTS:
         ShownSettings settings;
         settings.open();
         settings.click(checkText);
-        settings.kuma().setImageTag(QStringLiteral("1"));
-        settings.type(settings.port(), QStringLiteral("70000"));
+        settings.kuma().setImageTag(u"1"_s);
+        settings.type(settings.port(), u"70000"_s);
         int orange = 0;
         for (const QLabel* label : settings.view.findChildren<QLabel*>()) {
             if (label->isVisible()) {
@@ -210,7 +212,7 @@ private Q_SLOTS:
             }
         }
         QCOMPARE(orange, 2);
-        const QPalette danger = button(&settings.view, QStringLiteral("Remove everything…"))->palette();
+        const QPalette danger = button(&settings.view, u"Remove everything…"_s)->palette();
         QCOMPARE(danger.color(QPalette::ButtonText), textColor(Meaning::bad, palette));
         QVERIFY(contrast(danger.color(QPalette::ButtonText), danger.color(QPalette::Button)) >= 4.5);
         QApplication::setPalette(before);
@@ -225,7 +227,7 @@ private Q_SLOTS:
         QVERIFY(area->verticalScrollBar()->maximum() > 0);
         QVERIFY(area->widget()->width() <= area->viewport()->width());
         // What Tab reaches comes into view.
-        QAbstractButton* const last = button(&settings.view, QStringLiteral("Remove everything…"));
+        QAbstractButton* const last = button(&settings.view, u"Remove everything…"_s);
         settings.port()->setFocus();
         for (int i = 0; i < 20 && !last->hasFocus(); ++i) {
             QTest::keyClick(settings.view.focusWidget(), Qt::Key_Tab);
@@ -246,17 +248,17 @@ private Q_SLOTS:
             reached << accessible(settings.view.focusWidget())->text(QAccessible::Name);
             QTest::keyClick(settings.view.focusWidget(), Qt::Key_Tab);
         }
-        const QStringList expected{QStringLiteral("Port"),
-                                   QStringLiteral("Status page slug"),
-                                   QStringLiteral("Launch at login"),
-                                   QStringLiteral("Stop the container when I quit"),
-                                   QStringLiteral("Reveal data folder in Finder"),
-                                   QStringLiteral("Path of the docker command line tool"),
-                                   QStringLiteral("Choose…"),
+        const QStringList expected{u"Port"_s,
+                                   u"Status page slug"_s,
+                                   u"Launch at login"_s,
+                                   u"Stop the container when I quit"_s,
+                                   u"Reveal data folder in Finder"_s,
+                                   u"Path of the docker command line tool"_s,
+                                   u"Choose…"_s,
                                    checkText,
                                    updateText,
                                    notesText,
-                                   QStringLiteral("Remove everything…")};
+                                   u"Remove everything…"_s};
         QCOMPARE(reached, expected);
     }
 
@@ -272,8 +274,8 @@ private Q_SLOTS:
         const auto beginsAt = [&](QWidget* widget, int x) {
             return isWritten(widget, QRect(x, 0, 20, widget->height()));
         };
-        QLabel* const title = visibleWith<QLabel>(&settings.view, QStringLiteral("General"));
-        Switch* const launch = settings.switchWith(QStringLiteral("Launch at login"));
+        QLabel* const title = visibleWith<QLabel>(&settings.view, u"General"_s);
+        Switch* const launch = settings.switchWith(u"Launch at login"_s);
         QVERIFY(beginsAt(title, 0) && beginsAt(launch, 0));
         QApplication::setLayoutDirection(Qt::RightToLeft);
         drainEvents();
@@ -293,7 +295,7 @@ private Q_SLOTS:
             }
         }
         QVERIFY(named >= 10);
-        QCOMPARE(accessible(settings.switchWith(QStringLiteral("Launch at login")))->role(), QAccessible::CheckBox);
+        QCOMPARE(accessible(settings.switchWith(u"Launch at login"_s))->role(), QAccessible::CheckBox);
         int groups = 0;
         for (SettingsSection* section : settings.view.findChildren<SettingsSection*>()) {
             QCOMPARE(accessible(section)->role(), QAccessible::Grouping);
@@ -308,19 +310,19 @@ private Q_SLOTS:
         settings.view.hide();
         settings.kuma().setPort(3009);
         settings.world.settle();
-        QCOMPARE(settings.port()->text(), QStringLiteral("3001"));
+        QCOMPARE(settings.port()->text(), u"3001"_s);
         settings.view.show();
-        QCOMPARE(settings.port()->text(), QStringLiteral("3009"));
+        QCOMPARE(settings.port()->text(), u"3009"_s);
     }
 
     void windowIsAsItShouldBe() {
         ControllerFixture world;
         const SettingsWindow window({world.controller(), world.desktop, world.clock, {}}, world.dialogs);
-        QCOMPARE(window.windowTitle(), QStringLiteral("Settings"));
+        QCOMPARE(window.windowTitle(), u"Settings"_s);
         QCOMPARE(window.minimumSize(), window.maximumSize());
         QCOMPARE(window.size(), QSize(560, 640).boundedTo(window.screen()->availableSize()));
     }
 };
 
-QTEST_MAIN(TestSettingsView)
+ORVANEL_TEST(TestSettingsView)
 #include "TestSettingsView.moc"

@@ -2,10 +2,12 @@
 #include "app/MainWindow.h"
 #include "standin/desktop/StatusArea.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QApplication>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -30,7 +32,7 @@ private Q_SLOTS:
         AppFixture world;
         world.app().start();
         world.settle();
-        QVERIFY(world.takeCommands().contains(QStringLiteral("inspect")));
+        QVERIFY(world.takeCommands().contains(u"inspect"_s));
         QVERIFY(!world.kuma().isIdle());
         QCOMPARE(mainWindows(), 0);
     }
@@ -44,7 +46,7 @@ private Q_SLOTS:
         world.settle();
         QCOMPARE(world.takeCommands(), QStringList());
         world.advance(3s);
-        QCOMPARE(world.takeCommands(), QStringList{QStringLiteral("inspect")});
+        QCOMPARE(world.takeCommands(), QStringList{u"inspect"_s});
     }
 
     void theLastWindowDoesNotEndTheProgram() {
@@ -215,5 +217,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestShell)
+ORVANEL_TEST(TestShell)
 #include "TestShell.moc"

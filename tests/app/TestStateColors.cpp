@@ -5,10 +5,12 @@
 #include "app/widgets/StateColors.h"
 #include "app/widgets/TextLabel.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QApplication>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -87,7 +89,7 @@ private Q_SLOTS:
         palette.setColor(QPalette::Highlight, QColor(0xffd54f));
         palette.setColor(QPalette::HighlightedText, Qt::black);
         QApplication::setPalette(palette);
-        const PushButton button(QStringLiteral("Start"), PushButton::Kind::byDefault);
+        const PushButton button(u"Start"_s, PushButton::Kind::byDefault);
         const auto text = [&button] { return button.palette().color(QPalette::Active, QPalette::ButtonText); };
         QCOMPARE(text(), QColor(Qt::black));
         palette.setColor(QPalette::HighlightedText, QColor(0x202020));
@@ -111,9 +113,9 @@ private Q_SLOTS:
         QApplication::setPalette(lightPalette());
         drainEvents();
         QWidget window;
-        TextLabel secondary(TextStyle::body, QStringLiteral("less"), &window);
+        TextLabel secondary(TextStyle::body, u"less"_s, &window);
         secondary.setSecondary();
-        TextLabel bad(TextStyle::headline, QStringLiteral("bad"), &window);
+        TextLabel bad(TextStyle::headline, u"bad"_s, &window);
         bad.setMeaning(Meaning::bad);
         QCOMPARE(bad.palette().color(QPalette::WindowText), textColor(Meaning::bad, lightPalette()));
         QApplication::setPalette(darkPalette());
@@ -127,8 +129,8 @@ private Q_SLOTS:
 
     void labelsFollowTheFont() {
         const QFont before = QApplication::font();
-        AppWindow window(QStringLiteral("Window"));
-        const TextLabel title(TextStyle::title3, QStringLiteral("title"), &window);
+        AppWindow window(u"Window"_s);
+        const TextLabel title(TextStyle::title3, u"title"_s, &window);
         QFont larger = before;
         larger.setPointSizeF(before.pointSizeF() * 2);
         QApplication::setFont(larger);
@@ -151,10 +153,10 @@ private Q_SLOTS:
     }
 
     void labelsShowTextAsItStands() {
-        const TextLabel label(TextStyle::body, QStringLiteral("<b>A & B</b>"));
+        const TextLabel label(TextStyle::body, u"<b>A & B</b>"_s);
         QCOMPARE(label.textFormat(), Qt::PlainText);
     }
 };
 
-QTEST_MAIN(TestStateColors)
+ORVANEL_TEST(TestStateColors)
 #include "TestStateColors.moc"

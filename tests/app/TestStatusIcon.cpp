@@ -1,6 +1,7 @@
 #include "Contrast.h"
 #include "app/StatusIcon.h"
 #include "app/widgets/StateColors.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
@@ -104,5 +105,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestStatusIcon)
+ORVANEL_TEST(TestStatusIcon)
 #include "TestStatusIcon.moc"

@@ -5,6 +5,7 @@
 #include "app/widgets/LogBox.h"
 #include "app/widgets/TextField.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -15,6 +16,7 @@
 #include <QTextBlock>
 #include <QToolButton>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -23,7 +25,7 @@ namespace {
 QString lines(int count) {
     QString text;
     for (int i = 0; i < count; ++i) {
-        text += QStringLiteral("line %1\n").arg(i);
+        text += u"line %1\n"_s.arg(i);
     }
     return text;
 }
@@ -39,15 +41,15 @@ class TestTextBox : public QObject {
 
 private Q_SLOTS:
     void showsPlainText() {
-        TextBox box(QStringLiteral("Output"));
-        box.setContent(QStringLiteral("<b>1 & 2</b>"));
-        QCOMPARE(box.toPlainText(), QStringLiteral("<b>1 & 2</b>"));
+        TextBox box(u"Output"_s);
+        box.setContent(u"<b>1 & 2</b>"_s);
+        QCOMPARE(box.toPlainText(), u"<b>1 & 2</b>"_s);
         QVERIFY(box.isReadOnly());
-        QCOMPARE(box.accessibleName(), QStringLiteral("Output"));
+        QCOMPARE(box.accessibleName(), u"Output"_s);
     }
 
     void theSameTextChangesNothing() {
-        TextBox box(QStringLiteral("Output"));
+        TextBox box(u"Output"_s);
         QVERIFY(box.setContent(lines(3)));
         const QSignalSpy changes(&box, &QPlainTextEdit::textChanged);
         QVERIFY(!box.setContent(lines(3)));
@@ -55,26 +57,26 @@ private Q_SLOTS:
     }
 
     void theSelectionStaysWhileTextIsAdded() {
-        TextBox box(QStringLiteral("Output"));
+        TextBox box(u"Output"_s);
         box.setContent(lines(3));
         QTextCursor cursor = box.textCursor();
         cursor.select(QTextCursor::WordUnderCursor);
         box.setTextCursor(cursor);
-        QCOMPARE(box.textCursor().selectedText(), QStringLiteral("line"));
+        QCOMPARE(box.textCursor().selectedText(), u"line"_s);
         QVERIFY(box.setContent(lines(5)));
-        QCOMPARE(box.textCursor().selectedText(), QStringLiteral("line"));
-        QCOMPARE(box.toPlainText() + QLatin1Char('\n'), lines(5));
+        QCOMPARE(box.textCursor().selectedText(), u"line"_s);
+        QCOMPARE(box.toPlainText() + u'\n', lines(5));
     }
 
     void textAddedWithinALineOrAfterIt() {
-        TextBox box(QStringLiteral("Output"));
-        box.setContent(QStringLiteral("a\n"));
-        box.setContent(QStringLiteral("a\nb"));
-        box.setContent(QStringLiteral("a\nbc\n\n"));
-        QCOMPARE(box.toPlainText(), QStringLiteral("a\nbc\n"));
+        TextBox box(u"Output"_s);
+        box.setContent(u"a\n"_s);
+        box.setContent(u"a\nb"_s);
+        box.setContent(u"a\nbc\n\n"_s);
+        QCOMPARE(box.toPlainText(), u"a\nbc\n"_s);
         // The beginning was cut off.
-        box.setContent(QStringLiteral("bc\n\n"));
-        QCOMPARE(box.toPlainText(), QStringLiteral("bc\n"));
+        box.setContent(u"bc\n\n"_s);
+        QCOMPARE(box.toPlainText(), u"bc\n"_s);
         box.setContent({});
         QCOMPARE(box.toPlainText(), QString());
     }
@@ -90,18 +92,16 @@ private Q_SLOTS:
         QTest::newRow("nothing was there") << QString() << all << 0 << 0;
         QTest::newRow("nothing is left") << all << QString() << 0 << 0;
         QTest::newRow("the same") << all << all << 0 << end;
-        QTest::newRow("more") << all << all + QStringLiteral("x") << 0 << end;
+        QTest::newRow("more") << all << all + u"x"_s << 0 << end;
         QTest::newRow("less") << all << all.chopped(7) << 0 << end - 7;
-        QTest::newRow("another end") << all << all.chopped(7) + QStringLiteral("-") << 0 << end - 7;
+        QTest::newRow("another end") << all << all.chopped(7) + u"-"_s << 0 << end - 7;
         QTest::newRow("less at the front") << all << all.mid(tenth) << tenth << end - tenth;
-        QTest::newRow("moved on") << all << all.mid(tenth) + QStringLiteral("x\n") << tenth << end - tenth;
-        QTest::newRow("moved on within a line")
-            << all << all.mid(tenth + 2) + QStringLiteral("x") << tenth + 2 << end - tenth - 2;
-        QTest::newRow("moved on, another end")
-            << all << all.mid(tenth).chopped(7) + QStringLiteral("-") << tenth << end - tenth - 7;
+        QTest::newRow("moved on") << all << all.mid(tenth) + u"x\n"_s << tenth << end - tenth;
+        QTest::newRow("moved on within a line") << all << all.mid(tenth + 2) + u"x"_s << tenth + 2 << end - tenth - 2;
+        QTest::newRow("moved on, another end") << all << all.mid(tenth).chopped(7) + u"-"_s << tenth << end - tenth - 7;
         QTest::newRow("something else") << QString(300, u'a') << QString(300, u'b') << 0 << 0;
         QTest::newRow("repeated") << QString(300, u'a') << QString(301, u'a') << 0 << 300;
-        QTest::newRow("half a character") << QStringLiteral("a😀") << QStringLiteral("a😁") << 0 << 1;
+        QTest::newRow("half a character") << u"a😀"_s << u"a😁"_s << 0 << 1;
     }
     void whatIsKept() {
         QFETCH(const QString, old);
@@ -114,15 +114,15 @@ private Q_SLOTS:
     }
 
     void escapeSequencesAreNotShown() {
-        TextBox box(QStringLiteral("Output"));
-        box.setContent(QStringLiteral("\x1b[31mred\x1b[0m\r\n"));
-        QCOMPARE(box.toPlainText(), QStringLiteral("red"));
-        QCOMPARE(box.content(), QStringLiteral("red\n"));
+        TextBox box(u"Output"_s);
+        box.setContent(u"\x1b[31mred\x1b[0m\r\n"_s);
+        QCOMPARE(box.toPlainText(), u"red"_s);
+        QCOMPARE(box.content(), u"red\n"_s);
     }
 
     void linesWithoutEndAreShownInPieces() {
-        TextBox box(QStringLiteral("Output"));
-        const QString text = QString(45000, u'x') + QStringLiteral("\ny\n");
+        TextBox box(u"Output"_s);
+        const QString text = QString(45000, u'x') + u"\ny\n"_s;
         box.setContent(text);
         QCOMPARE(box.document()->blockCount(), 4);
         QCOMPARE(box.document()->firstBlock().length() - 1, 20000);
@@ -130,22 +130,22 @@ private Q_SLOTS:
     }
 
     void ofLinesWithoutEndTheLastAreShown() {
-        TextBox box(QStringLiteral("Output"));
+        TextBox box(u"Output"_s);
         box.setContent(lines(12000));
         QCOMPARE(box.document()->blockCount(), 10000);
-        QCOMPARE(box.document()->lastBlock().text(), QStringLiteral("line 11999"));
+        QCOMPARE(box.document()->lastBlock().text(), u"line 11999"_s);
         QCOMPARE(box.content(), lines(12000));
     }
 
     void whatIsCopiedIsPlainText() {
-        TextBox box(QStringLiteral("Output"));
-        const auto text = QStringLiteral("<b>1</b>\u00a0000 &amp;\tms\nsecond");
+        TextBox box(u"Output"_s);
+        const auto text = u"<b>1</b>\u00a0000 &amp;\tms\nsecond"_s;
         box.setContent(text);
         box.selectAll();
         QGuiApplication::clipboard()->clear();
         QTest::keyClick(&box, Qt::Key_C, Qt::ControlModifier);
         const QMimeData* const copied = QGuiApplication::clipboard()->mimeData();
-        QCOMPARE(copied->formats(), QStringList{QStringLiteral("text/plain")});
+        QCOMPARE(copied->formats(), QStringList{u"text/plain"_s});
         QCOMPARE(copied->text(), text);
     }
 
@@ -156,8 +156,8 @@ private Q_SLOTS:
     }
     void placeholdersCanBeRead() {
         QFETCH(const QPalette, palette);
-        const TextBox box(QStringLiteral("Output"));
-        const TextField field(QStringLiteral("Field"));
+        const TextBox box(u"Output"_s);
+        const TextField field(u"Field"_s);
         // A switch at run time is followed.
         QApplication::setPalette(palette);
         drainEvents();
@@ -169,14 +169,14 @@ private Q_SLOTS:
         QApplication::setPalette(lightPalette());
     }
 
-    void tabLeavesTheBox() { QVERIFY(TextBox(QStringLiteral("Output")).tabChangesFocus()); }
+    void tabLeavesTheBox() { QVERIFY(TextBox(u"Output"_s).tabChangesFocus()); }
 
     void logIsAsHighAsItIsAndScrollsToItsEnd() {
-        LogBox box(QStringLiteral("Output"), QStringLiteral("Waiting…"));
+        LogBox box(u"Output"_s, u"Waiting…"_s);
         box.resize(400, 180);
         box.show();
         QCOMPARE(box.height(), 180);
-        QCOMPARE(box.placeholderText(), QStringLiteral("Waiting…"));
+        QCOMPARE(box.placeholderText(), u"Waiting…"_s);
         box.setLog(lines(200));
         QVERIFY(box.verticalScrollBar()->maximum() > 0);
         QVERIFY(isAtEnd(box));
@@ -192,7 +192,7 @@ private Q_SLOTS:
         section.show();
         section.setDetails(lines(2));
         auto* button = section.findChild<QToolButton*>();
-        QCOMPARE(button->text(), QStringLiteral("Show details"));
+        QCOMPARE(button->text(), u"Show details"_s);
         QVERIFY(section.findChild<TextBox*>() == nullptr);
 
         QTest::keyClick(button, Qt::Key_Space);
@@ -233,8 +233,8 @@ private Q_SLOTS:
 
     /// Letters that come from another font make their line higher.
     void whatFitsNeedsNoScrolling() {
-        TextBox box(QStringLiteral("Details"));
-        box.setContent(QStringLiteral("[+] Running 0/1\n ⠋ Container\n世界 🌍\nplain\nplain\n"));
+        TextBox box(u"Details"_s);
+        box.setContent(u"[+] Running 0/1\n ⠋ Container\n世界 🌍\nplain\nplain\n"_s);
         box.resize(400, 10);
         box.show();
         drainEvents();
@@ -245,5 +245,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestTextBox)
+ORVANEL_TEST(TestTextBox)
 #include "TestTextBox.moc"

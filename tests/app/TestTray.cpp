@@ -6,12 +6,14 @@
 #include "standin/desktop/VirtualDisplay.h"
 #include "standin/kuma/KumaServer.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QDBusMessage>
 #include <QTest>
 
 #include <csignal>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using orvanel::standin::MenuEntry;
@@ -20,10 +22,10 @@ using orvanel::standin::TrayItem;
 
 namespace {
 
-const auto title = QStringLiteral("Orvanel");
-const auto isStarting = QStringLiteral("Uptime Kuma is starting…");
-const auto isRunning = QStringLiteral("Uptime Kuma is running");
-const auto isStopped = QStringLiteral("Uptime Kuma is stopped");
+const auto title = u"Orvanel"_s;
+const auto isStarting = u"Uptime Kuma is starting…"_s;
+const auto isRunning = u"Uptime Kuma is running"_s;
+const auto isStopped = u"Uptime Kuma is stopped"_s;
 
 /// Counts what the item tells the panel.
 class NewsCounter final : public QObject {
@@ -59,8 +61,8 @@ struct Desktop {
     Desktop()
         : windows(display.name())
         , area(program.bus.connect()) {
-        program.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-        program.environment.insert(QStringLiteral("DISPLAY"), display.name());
+        program.environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+        program.environment.insert(u"DISPLAY"_s, display.name());
     }
 
     standin::VirtualDisplay display;
@@ -69,7 +71,7 @@ struct Desktop {
     StatusArea area;
 
     /// For tests that wait for time to pass: makes the program's pauses a tenth.
-    void hurry() { program.environment.insert(QStringLiteral("ORVANEL_HASTE"), QStringLiteral("10")); }
+    void hurry() { program.environment.insert(u"ORVANEL_HASTE"_s, u"10"_s); }
 
     TrayItem* item() { return area.item(); }
     bool saysInTheTray(const QString& text) {
@@ -96,9 +98,7 @@ struct Desktop {
     QStringList menu() {
         QStringList lines;
         for (const MenuEntry& one : item()->menu().entries()) {
-            lines << (one.separator ? QStringLiteral("-")
-                      : one.enabled ? one.text
-                                    : QStringLiteral("[%1]").arg(one.text));
+            lines << (one.separator ? u"-"_s : one.enabled ? one.text : u"[%1]"_s.arg(one.text));
         }
         return lines;
     }
@@ -116,12 +116,10 @@ private Q_SLOTS:
         desktop.program.addContainer("running");
         desktop.program.start();
         QVERIFY(desktop.saysInTheTray(isStarting));
-        QCOMPARE(desktop.menu(),
-                 (QStringList{QStringLiteral("[Uptime Kuma is starting…]"), QStringLiteral("-"),
-                              QStringLiteral("[Open dashboard]"), QStringLiteral("Stop"), QStringLiteral("Open window"),
-                              QStringLiteral("-"), QStringLiteral("Quit")}));
-        QCOMPARE(desktop.entry(QStringLiteral("Quit"))->shortcut, QStringLiteral("Ctrl+Q"));
-        QCOMPARE(desktop.item()->status(), QStringLiteral("Active"));
+        QCOMPARE(desktop.menu(), (QStringList{u"[Uptime Kuma is starting…]"_s, u"-"_s, u"[Open dashboard]"_s, u"Stop"_s,
+                                              u"Open window"_s, u"-"_s, u"Quit"_s}));
+        QCOMPARE(desktop.entry(u"Quit"_s)->shortcut, u"Ctrl+Q"_s);
+        QCOMPARE(desktop.item()->status(), u"Active"_s);
         for (const int size : {16, 22, 24, 32, 48, 64}) {
             const QImage icon = desktop.item()->icon(size);
             QCOMPARE(icon.size(), QSize(size, size));
@@ -154,8 +152,8 @@ private Q_SLOTS:
         QVERIFY(news.layouts + news.entries >= 1);
         QVERIFY(news.layouts + news.entries <= 4);
         // "Stop" has made room for "Start".
-        QVERIFY(desktop.entry(QStringLiteral("Start")).has_value());
-        QVERIFY(!desktop.entry(QStringLiteral("Stop")).has_value());
+        QVERIFY(desktop.entry(u"Start"_s).has_value());
+        QVERIFY(!desktop.entry(u"Stop"_s).has_value());
     }
 
     void theIconFollowsTheHealth() {
@@ -174,10 +172,9 @@ private Q_SLOTS:
 
     void theIconTellsOfAMonitorThatIsDown() {
         const KumaServer server;
-        server.page(QStringLiteral("home"), R"({"config":{"title":"Home"},"publicGroupList":[{"id":1,"name":"All",)"
-                                            R"("monitorList":[{"id":1,"name":"Shop"}]}]})");
-        server.heartbeat(QStringLiteral("home"),
-                         R"({"heartbeatList":{"1":[{"status":0,"ping":null}]},"uptimeList":{}})");
+        server.page(u"home"_s, R"({"config":{"title":"Home"},"publicGroupList":[{"id":1,"name":"All",)"
+                               R"("monitorList":[{"id":1,"name":"Shop"}]}]})");
+        server.heartbeat(u"home"_s, R"({"heartbeatList":{"1":[{"status":0,"ping":null}]},"uptimeList":{}})");
         Desktop desktop;
         QVERIFY(desktop.area.open());
         desktop.program.setting("port=" + QByteArray::number(server.port()));
@@ -189,7 +186,7 @@ private Q_SLOTS:
 
     void aClickOnANotificationOpensTheWindow() {
         const KumaServer server;
-        const auto slug = QStringLiteral("home");
+        const auto slug = u"home"_s;
         server.page(slug, R"({"publicGroupList":[{"id":1,"name":"All","monitorList":[{"id":1,"name":"Shop"}]}]})");
         server.heartbeat(slug, R"({"heartbeatList":{"1":[{"status":1}]},"uptimeList":{}})");
         Desktop desktop;
@@ -201,11 +198,11 @@ private Q_SLOTS:
         desktop.program.setting("slug=home");
         desktop.program.addContainer("running");
         desktop.program.start();
-        QVERIFY(desktop.saysInTheTray(QStringLiteral("All 1 monitors up")));
+        QVERIFY(desktop.saysInTheTray(u"All 1 monitors up"_s));
         server.heartbeat(slug, R"({"heartbeatList":{"1":[{"status":0}]},"uptimeList":{}})");
         QVERIFY(waitUntil([&] { return notifications.shown().size() == 1; }));
         QVERIFY(!desktop.windows.titles().contains(title));
-        notifications.invoke(notifications.shown().first().id, QStringLiteral("default"));
+        notifications.invoke(notifications.shown().first().id, u"default"_s);
         QVERIFY(desktop.showsWindow());
     }
 
@@ -299,7 +296,7 @@ private Q_SLOTS:
         QVERIFY(desktop.showsWindow());
         desktop.press("Open window");
         desktop.press("Start");
-        QVERIFY(waitUntil([&] { return desktop.program.hasCalled(QStringLiteral("compose up")); }));
+        QVERIFY(waitUntil([&] { return desktop.program.hasCalled(u"compose up"_s); }));
         QCOMPARE(desktop.windows.titles().count(title), 1);
     }
 
@@ -357,5 +354,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestTray)
+ORVANEL_TEST(TestTray)
 #include "TestTray.moc"

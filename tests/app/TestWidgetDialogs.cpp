@@ -1,6 +1,7 @@
 #include "app/OpenPathDialog.h"
 #include "app/WidgetDialogs.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 #include "support/TestHome.h"
 
 #include <QAbstractItemView>
@@ -12,6 +13,7 @@
 #include <QTest>
 #include <QTimer>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -40,10 +42,10 @@ std::shared_ptr<Answer<T>> answerOf(QCoro::Task<T> task) {
 
 Alert question() {
     return {.style = Alert::Style::Critical,
-            .message = QStringLiteral("Remove <b>everything</b>?"),
-            .informativeText = QStringLiteral("In <i>/home/x</i> & more"),
-            .confirmButton = QStringLiteral("Delete & Go"),
-            .cancelButton = QStringLiteral("Cancel")};
+            .message = u"Remove <b>everything</b>?"_s,
+            .informativeText = u"In <i>/home/x</i> & more"_s,
+            .confirmButton = u"Delete & Go"_s,
+            .cancelButton = u"Cancel"_s};
 }
 
 template <class Dialog>
@@ -102,7 +104,7 @@ private Q_SLOTS:
         }
         QVERIFY(texts.contains(question().message));
         QVERIFY(texts.contains(question().informativeText));
-        QCOMPARE(box->defaultButton()->text(), QStringLiteral("Delete && Go"));
+        QCOMPARE(box->defaultButton()->text(), u"Delete && Go"_s);
         box->close();
         QVERIFY(waitUntil([&] { return answer->isGiven; }));
     }
@@ -130,7 +132,7 @@ private Q_SLOTS:
         const auto answer = answerOf(asked.confirm(question()));
         QVERIFY(waitUntil([] { return shown<QMessageBox>() != nullptr && shown<QMessageBox>()->isActiveWindow(); }));
         for (int i = 0; i < 3; ++i) {
-            QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, QStringLiteral("\r"), true);
+            QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, u"\r"_s, true);
             QCoreApplication::sendEvent(shown<QMessageBox>()->focusWidget(), &repeat);
             drainEvents();
             QVERIFY(shown<QMessageBox>() != nullptr && !answer->isGiven);
@@ -167,29 +169,27 @@ private Q_SLOTS:
     void savePathIsChosen() {
         const TestHome home;
         WidgetDialogs asked = dialogs();
-        const SavePanel panel{.title = QStringLiteral("Save"),
-                              .message = QStringLiteral("Where to?"),
-                              .proposedName = QStringLiteral("Backup")};
+        const SavePanel panel{.title = u"Save"_s, .message = u"Where to?"_s, .proposedName = u"Backup"_s};
         const auto answer = answerOf(asked.chooseSavePath(panel));
         auto* dialog = shown<QFileDialog>();
         QVERIFY(dialog != nullptr);
         QCOMPARE(dialog->acceptMode(), QFileDialog::AcceptSave);
-        QCOMPARE(dialog->windowTitle(), QStringLiteral("Save – Where to?"));
+        QCOMPARE(dialog->windowTitle(), u"Save – Where to?"_s);
         QCOMPARE(dialog->parentWidget(), m_window);
-        QVERIFY(dialog->selectedFiles().value(0).endsWith(QStringLiteral("/Backup")));
-        dialog->selectFile(home.path(QStringLiteral("Other")));
+        QVERIFY(dialog->selectedFiles().value(0).endsWith(u"/Backup"_s));
+        dialog->selectFile(home.path(u"Other"_s));
         QTest::keyClick(dialog, Qt::Key_Return);
         QVERIFY(waitUntil([&] { return answer->isGiven; }));
-        QCOMPARE(answer->value, home.path(QStringLiteral("Other")));
+        QCOMPARE(answer->value, home.path(u"Other"_s));
     }
 
     void nameIsProposedInTheHomeFolder() {
         WidgetDialogs asked = dialogs();
-        const SavePanel panel{.title = {}, .message = {}, .proposedName = QStringLiteral("Backup.zip")};
+        const SavePanel panel{.title = {}, .message = {}, .proposedName = u"Backup.zip"_s};
         const auto answer = answerOf(asked.chooseSavePath(panel));
         auto* dialog = shown<QFileDialog>();
         QCOMPARE(dialog->directory().path(), QDir::homePath());
-        QCOMPARE(dialog->selectedFiles(), QStringList(QDir::home().filePath(QStringLiteral("Backup.zip"))));
+        QCOMPARE(dialog->selectedFiles(), QStringList(QDir::home().filePath(u"Backup.zip"_s)));
         dialog->reject();
         QVERIFY(waitUntil([&] { return answer->isGiven; }));
     }
@@ -197,17 +197,16 @@ private Q_SLOTS:
     /// The dialog's own question would be asked in an event loop inside it.
     void takenNameIsAskedAbout() {
         const TestHome home;
-        home.write(QStringLiteral("Backup & co.zip"), "old");
-        const QString taken = home.path(QStringLiteral("Backup & co.zip"));
+        home.write(u"Backup & co.zip"_s, "old");
+        const QString taken = home.path(u"Backup & co.zip"_s);
         WidgetDialogs asked = dialogs();
         const auto answer = answerOf(asked.chooseSavePath({}));
         shown<QFileDialog>()->setDirectory(home.path());
         shown<QFileDialog>()->selectFile(taken);
         QTest::keyClick(shown<QFileDialog>(), Qt::Key_Return);
         QVERIFY(waitUntil([&] { return shown<QMessageBox>() != nullptr; }));
-        QCOMPARE(shown<QMessageBox>()->text(),
-                 QStringLiteral("\"Backup & co.zip\" already exists. Do you want to replace "
-                                "it?"));
+        QCOMPARE(shown<QMessageBox>()->text(), u"\"Backup & co.zip\" already exists. Do you want to replace "
+                                               "it?"_s);
         QCOMPARE(shown<QMessageBox>()->parentWidget(), m_window);
         QVERIFY(!answer->isGiven);
 
@@ -225,7 +224,7 @@ private Q_SLOTS:
         QTest::keyClick(shown<QFileDialog>(), Qt::Key_Return);
         QVERIFY(waitUntil([&] { return shown<QMessageBox>() != nullptr; }));
         QAbstractButton* const replace = shown<QMessageBox>()->buttons().value(0);
-        QCOMPARE(replace->text(), QStringLiteral("Replace"));
+        QCOMPARE(replace->text(), u"Replace"_s);
         QTest::mouseClick(replace, Qt::LeftButton);
         QVERIFY(waitUntil([&] { return answer->isGiven; }));
         QCOMPARE(answer->value, taken);
@@ -243,11 +242,11 @@ private Q_SLOTS:
         WidgetDialogs asked = dialogs();
         OpenPanel panel;
         panel.filesAllowed = true;
-        panel.title = QStringLiteral("Choose it");
+        panel.title = u"Choose it"_s;
         panel.message = panel.title;
         const auto file = answerOf(asked.chooseOpenPath(panel));
         QCOMPARE(shown<QFileDialog>()->fileMode(), QFileDialog::ExistingFile);
-        QCOMPARE(shown<QFileDialog>()->windowTitle(), QStringLiteral("Choose it"));
+        QCOMPARE(shown<QFileDialog>()->windowTitle(), u"Choose it"_s);
         shown<QFileDialog>()->reject();
         QVERIFY(waitUntil([&] { return file->isGiven; }));
 
@@ -262,14 +261,14 @@ private Q_SLOTS:
 
     void eitherFileOrFolder_data() {
         QTest::addColumn<QString>("name");
-        QTest::newRow("file") << QStringLiteral("backup.zip");
-        QTest::newRow("folder") << QStringLiteral("backup");
+        QTest::newRow("file") << u"backup.zip"_s;
+        QTest::newRow("folder") << u"backup"_s;
     }
     void eitherFileOrFolder() {
         QFETCH(const QString, name);
         const TestHome home;
-        home.write(QStringLiteral("backup.zip"), "zip");
-        home.write(QStringLiteral("backup/kuma.db"), "db");
+        home.write(u"backup.zip"_s, "zip");
+        home.write(u"backup/kuma.db"_s, "db");
         WidgetDialogs asked = dialogs();
         OpenPanel panel;
         panel.foldersAllowed = true;
@@ -301,9 +300,9 @@ private Q_SLOTS:
         const auto answer = answerOf(asked.chooseOpenPath(panel));
         auto* dialog = shown<OpenPathDialog>();
         dialog->setDirectory(home.path());
-        auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+        auto* name = dialog->findChild<QLineEdit*>(u"fileNameEdit"_s);
         QVERIFY(name != nullptr);
-        name->setText(QStringLiteral("nothing of that name"));
+        name->setText(u"nothing of that name"_s);
         // Returns at once, and asks nothing.
         dialog->accept();
         drainEvents();
@@ -324,7 +323,7 @@ private Q_SLOTS:
     void keysDeleteNoFile() {
         QFETCH(const bool, saves);
         const TestHome home;
-        const QString file = home.write(QStringLiteral("backup.zip"), "zip");
+        const QString file = home.write(u"backup.zip"_s, "zip");
         WidgetDialogs asked = dialogs();
         OpenPanel panel;
         panel.foldersAllowed = true;
@@ -332,7 +331,7 @@ private Q_SLOTS:
         auto* dialog = shown<QFileDialog>();
         dialog->setDirectory(home.path());
         dialog->selectFile(file);
-        auto* list = dialog->findChild<QAbstractItemView*>(QStringLiteral("treeView"));
+        auto* list = dialog->findChild<QAbstractItemView*>(u"treeView"_s);
         QVERIFY(list != nullptr);
         QVERIFY(waitUntil([&] { return list->model()->rowCount(list->rootIndex()) == 1; }));
         dialog->activateWindow();
@@ -358,5 +357,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestWidgetDialogs)
+ORVANEL_TEST(TestWidgetDialogs)
 #include "TestWidgetDialogs.moc"

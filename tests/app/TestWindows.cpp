@@ -1,16 +1,18 @@
 #include "app/Windows.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QDialog>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
 namespace {
 
-const auto one = QStringLiteral("one");
-const auto two = QStringLiteral("two");
+const auto one = u"one"_s;
+const auto two = u"two"_s;
 
 /// Notes the token that Qt finds while the window comes to the front.
 class TokenWatcher final : public QWidget {
@@ -114,8 +116,8 @@ private Q_SLOTS:
     void theTokenIsThereForTheActivationOnly() {
         Windows windows;
         windows.add(one, [] { return new TokenWatcher; });
-        windows.open(one, QStringLiteral("token-1"));
-        QCOMPARE(TokenWatcher::token, QStringLiteral("token-1"));
+        windows.open(one, u"token-1"_s);
+        QCOMPARE(TokenWatcher::token, u"token-1"_s);
         QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
     }
 
@@ -142,5 +144,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestWindows)
+ORVANEL_TEST(TestWindows)
 #include "TestWindows.moc"

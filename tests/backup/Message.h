@@ -3,6 +3,8 @@
 #include "process/AppError.h"
 #include "support/Await.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
 /// Ends a task that must fail; its sentence, or "none" when it did not fail.
@@ -13,7 +15,7 @@ QString messageOf(QCoro::Task<T> task) {
     } catch (const AppError& error) {
         return error.message();
     }
-    return QStringLiteral("none");
+    return u"none"_s;
 }
 
 } // namespace orvanel::test

@@ -2,6 +2,7 @@
 
 #include "DataFolder.h"
 #include "Message.h"
+#include "support/TestClass.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -204,5 +205,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestBackup)
+ORVANEL_TEST(TestBackup)
 #include "TestBackup.moc"

@@ -6,6 +6,7 @@
 #include "Interception.h"
 #include "Message.h"
 #include "support/FilePermissions.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -374,5 +375,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestCopyTree)
+ORVANEL_TEST(TestCopyTree)
 #include "TestCopyTree.moc"

@@ -6,6 +6,7 @@
 #include "Interception.h"
 #include "process/FileDescriptor.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -27,7 +28,7 @@ class Writer {
 public:
     Writer(const DataFolder& folder, int megabytes) {
         QDir().mkpath(folder.data());
-        m_process.start(QStringLiteral(BACKUP_TEST_WRITER), {folder.data(u"kuma.db"_s), QString::number(megabytes)});
+        m_process.start(QString::fromUtf8(BACKUP_TEST_WRITER), {folder.data(u"kuma.db"_s), QString::number(megabytes)});
         m_isReady =
             waitUntil([this] { return m_process.canReadLine() || m_process.state() == QProcess::NotRunning; }) &&
             m_process.readLine() == "ready\n";
@@ -325,5 +326,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestDatabase)
+ORVANEL_TEST(TestDatabase)
 #include "TestDatabase.moc"

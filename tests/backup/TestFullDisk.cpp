@@ -1,6 +1,7 @@
 #include "backup/BackupManager.h"
 #include "backup/RoomWatch.h"
 #include "backup/ZipListing.h"
+#include "support/TestClass.h"
 
 #include "DataFolder.h"
 #include "Interception.h"
@@ -360,11 +361,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv) {
-    whyNoMounts = enterOwnMounts();
-    const QCoreApplication application(argc, argv);
-    TestFullDisk test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+ORVANEL_TEST_WITH(TestFullDisk, .prepare = [] { whyNoMounts = enterOwnMounts(); })
 #include "TestFullDisk.moc"

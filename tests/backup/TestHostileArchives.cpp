@@ -4,6 +4,7 @@
 #include "DataFolder.h"
 #include "Message.h"
 #include "ZipWriter.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -233,5 +234,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestHostileArchives)
+ORVANEL_TEST(TestHostileArchives)
 #include "TestHostileArchives.moc"

@@ -3,6 +3,7 @@
 
 #include "backup/BackupManager.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -364,5 +365,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(TestKill)
+ORVANEL_TEST_WITH(TestKill, .isForking = true)
 #include "TestKill.moc"

@@ -3,6 +3,7 @@
 
 #include "backup/BackupManager.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -184,5 +185,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(TestKillTwice)
+ORVANEL_TEST_WITH(TestKillTwice, .isForking = true)
 #include "TestKillTwice.moc"

@@ -3,6 +3,7 @@
 
 #include "DataFolder.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QFile>
@@ -99,5 +100,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestLargeArchives)
+ORVANEL_TEST(TestLargeArchives)
 #include "TestLargeArchives.moc"

@@ -3,6 +3,7 @@
 #include "DataFolder.h"
 #include "Interception.h"
 #include "Message.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -351,5 +352,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestPlaces)
+ORVANEL_TEST(TestPlaces)
 #include "TestPlaces.moc"

@@ -4,6 +4,7 @@
 #include "DataFolder.h"
 #include "Interception.h"
 #include "Message.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -283,5 +284,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRecovery)
+ORVANEL_TEST(TestRecovery)
 #include "TestRecovery.moc"

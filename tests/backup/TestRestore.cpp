@@ -2,6 +2,7 @@
 
 #include "DataFolder.h"
 #include "Message.h"
+#include "support/TestClass.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -268,5 +269,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRestore)
+ORVANEL_TEST(TestRestore)
 #include "TestRestore.moc"

@@ -3,35 +3,35 @@
 #include <QMap>
 #include <QRegularExpression>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
 /// The commands of an operation in the orders that are allowed, each followed by a semicolon; any of them may be the
 /// last.
 QString allowedOrder(const QString& label) {
-    auto stop = QStringLiteral("(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?");
+    auto stop = u"(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?"_s;
     // A container that is not compose's own has to go first.
-    auto bringUp =
-        QStringLiteral("(compose version;)?(compose up;(inspect mounts;(rm;(compose up;)?)?)?|(rm;)?(run;)?)?");
-    auto start = QStringLiteral("(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?") + bringUp +
-                 QStringLiteral(")?)?)?");
-    if (label.startsWith(QStringLiteral("Starting"))) {
+    auto bringUp = u"(compose version;)?(compose up;(inspect mounts;(rm;(compose up;)?)?)?|(rm;)?(run;)?)?"_s;
+    auto start = u"(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?"_s + bringUp + u")?)?)?"_s;
+    if (label.startsWith(u"Starting"_s)) {
         return start;
     }
-    if (label.startsWith(QStringLiteral("Stopping"))) {
+    if (label.startsWith(u"Stopping"_s)) {
         return stop;
     }
-    if (label.startsWith(QStringLiteral("Restarting"))) {
+    if (label.startsWith(u"Restarting"_s)) {
         return stop + start;
     }
-    if (label.startsWith(QStringLiteral("Restoring"))) {
+    if (label.startsWith(u"Restoring"_s)) {
         // Whatever the stop found, one more look before the data is touched, and another for what came back meanwhile.
-        return stop + QStringLiteral("(inspect;)?(inspect;)?") + stop + start;
+        return stop + u"(inspect;)?(inspect;)?"_s + stop + start;
     }
-    if (label.startsWith(QStringLiteral("Updating"))) {
-        return QStringLiteral("(compose version;)?((compose pull;|pull;)(inspect;") + bringUp + QStringLiteral(")?)?");
+    if (label.startsWith(u"Updating"_s)) {
+        return u"(compose version;)?((compose pull;|pull;)(inspect;"_s + bringUp + u")?)?"_s;
     }
-    return QStringLiteral("(inspect;(compose version;)?(compose down;(inspect;(rm;)?)?|rm;)?)?");
+    return u"(inspect;(compose version;)?(compose down;(inspect;(rm;)?)?|rm;)?)?"_s;
 }
 
 bool fits(const QString& allowed, const QStringList& commands) {
@@ -57,7 +57,7 @@ bool mayOperationRun(const QString& label, const QStringList& commands) {
 }
 
 bool maySetupRun(const QStringList& commands) {
-    return fits(QStringLiteral("(brew install;)?(info;(colima start;(ps;){0,10})?)?"), commands);
+    return fits(u"(brew install;)?(info;(colima start;(ps;){0,10})?)?"_s, commands);
 }
 
 } // namespace orvanel::test

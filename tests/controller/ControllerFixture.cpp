@@ -5,6 +5,7 @@
 
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace orvanel::test {
@@ -15,12 +16,12 @@ QString Command::name() const {
         list.push_back(argument.toStdString());
     }
     const auto name = standin::commandName(QFileInfo(path).fileName().toStdString(), list);
-    return name ? QString::fromStdString(*name) : QStringLiteral("unknown: ") + arguments.join(u' ');
+    return name ? QString::fromStdString(*name) : u"unknown: "_s + arguments.join(u' ');
 }
 
 ControllerFixture::ControllerFixture()
-    : applicationSupport(home.path(QStringLiteral(".local/share")))
-    , settingsFile(home.path(QStringLiteral(".config/Orvanel/Orvanel.conf"))) {
+    : applicationSupport(home.path(u".local/share"_s))
+    , settingsFile(home.path(u".config/Orvanel/Orvanel.conf"_s)) {
     runner = m_docker.runner();
 }
 

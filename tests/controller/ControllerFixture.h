@@ -11,6 +11,8 @@
 
 #include <QSet>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
 /// One command that the controller has run.
@@ -56,7 +58,7 @@ public:
     QString settingsFile;
 
     /// What the search for tools finds. An override that is in `executables` is found too.
-    std::optional<QString> installedDocker = QStringLiteral("/opt/bin/docker");
+    std::optional<QString> installedDocker = u"/opt/bin/docker"_s;
     QSet<QString> executables;
     QMap<QString, QString> installedTools;
     int dockerSearches = 0;
@@ -122,7 +124,7 @@ private:
 QStringList names(std::initializer_list<const char*> list);
 
 /// A row of a status page.
-MonitorRow monitor(std::int64_t id, std::optional<std::int64_t> status, const QString& name = QStringLiteral("Web"));
-StatusPageData statusPage(const QList<MonitorRow>& monitors, const QString& title = QStringLiteral("Home"));
+MonitorRow monitor(std::int64_t id, std::optional<std::int64_t> status, const QString& name = u"Web"_s);
+StatusPageData statusPage(const QList<MonitorRow>& monitors, const QString& title = u"Home"_s);
 
 } // namespace orvanel::test

@@ -5,19 +5,21 @@
 
 #include <QFile>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
-const auto downloading = QStringLiteral("Downloading the Uptime Kuma image");
-const auto backingUp = QStringLiteral("Backing up…");
+const auto downloading = u"Downloading the Uptime Kuma image"_s;
+const auto backingUp = u"Backing up…"_s;
 
 QString normalised(const QString& slug) {
     return slug.trimmed().toLower();
 }
 
 bool isPortError(const std::optional<OpError>& error) {
-    return error && error->message.contains(QStringLiteral("ort")) &&
-           error->message.endsWith(QStringLiteral("already in use by another program."));
+    return error && error->message.contains(u"ort"_s) &&
+           error->message.endsWith(u"already in use by another program."_s);
 }
 
 } // namespace
@@ -56,22 +58,22 @@ void ControllerWatch::didShutDown() {
     m_isLoopWanted = false;
     m_isLeaving = true;
     const KumaController& kuma = m_world->controller();
-    if (kuma.pulling() && m_label.startsWith(QStringLiteral("Updating")) && !m_tags.isEmpty()) {
+    if (kuma.pulling() && m_label.startsWith(u"Updating"_s) && !m_tags.isEmpty()) {
         checkUpdated();
         if (kuma.imageTag() != m_tags.first()) {
-            violate(QStringLiteral("the program ends with a version pinned that it has not got"));
+            violate(u"the program ends with a version pinned that it has not got"_s);
         }
     }
     const SettingsStore stored(m_world->settingsFile);
-    if (stored.text(QStringLiteral("imageTag"), kuma.imageTag()) != kuma.imageTag()) {
-        violate(QStringLiteral("the program ends with another tag stored than it shows"));
+    if (stored.text(u"imageTag"_s, kuma.imageTag()) != kuma.imageTag()) {
+        violate(u"the program ends with another tag stored than it shows"_s);
     }
 }
 
 void ControllerWatch::didRecheck() {
     const KumaController& kuma = m_world->controller();
     if (kuma.dockerState() != DockerState::unknown || kuma.dockerPath()) {
-        violate(QStringLiteral("a recheck does not show that nothing is known"));
+        violate(u"a recheck does not show that nothing is known"_s);
     }
 }
 
@@ -80,7 +82,7 @@ void ControllerWatch::didRecheck() {
 void ControllerWatch::willCancel() {
     const bool isBringingUp =
         bringsUp(m_underWay) || m_underWay == u"rm" || (m_underWay == u"compose version" && m_isImagePresent);
-    const bool isUpdated = m_label.startsWith(QStringLiteral("Updating")) && m_isImagePresent;
+    const bool isUpdated = m_label.startsWith(u"Updating"_s) && m_isImagePresent;
     m_isCancelled = m_isCancelled || (m_isOperating && !isBringingUp && !isUpdated);
     m_mustEnd = m_mustEnd || m_underWay == u"info";
 }
@@ -94,7 +96,7 @@ void ControllerWatch::didChangeComposeSettings() {
 void ControllerWatch::didChangeSlug() {
     m_readings.forget();
     if (!m_world->controller().monitors().isEmpty() || m_world->controller().statusError()) {
-        violate(QStringLiteral("a new slug shows what the old one brought"));
+        violate(u"a new slug shows what the old one brought"_s);
     }
 }
 
@@ -151,40 +153,40 @@ QCoro::Task<CommandResult> ControllerWatch::runSetup(QString path, QStringList a
 void ControllerWatch::jobBegins(const ScriptedBackups::Job& job) {
     m_seen.insert(job.kind);
     if (m_world->backups.underWay > 1) {
-        violate(QStringLiteral("%1 begins beside another job on the data").arg(job.kind));
+        violate(u"%1 begins beside another job on the data"_s.arg(job.kind));
     }
-    const auto label = job.kind == u"restore" ? QStringLiteral("Restoring") : QStringLiteral("Updating");
+    const auto label = job.kind == u"restore" ? u"Restoring"_s : u"Updating"_s;
     if (job.kind != u"back up" && !(m_isOperating && m_label.startsWith(label) && m_underWay.isEmpty())) {
-        violate(QStringLiteral("%1 begins outside its operation").arg(job.kind));
+        violate(u"%1 begins outside its operation"_s.arg(job.kind));
     }
 }
 
 void ControllerWatch::operationCommandBegins(const QString& name, bool isCancelled) {
     if (!m_underWay.isEmpty()) {
-        violate(QStringLiteral("%1 begins while %2 is under way").arg(name, m_underWay));
+        violate(u"%1 begins while %2 is under way"_s.arg(name, m_underWay));
     }
-    if (name.startsWith(QStringLiteral("compose ")) && name != u"compose version") {
+    if (name.startsWith(u"compose "_s) && name != u"compose version") {
         checkComposeFile();
     }
     m_underWay = name;
     m_operationCommands.append(name);
     if (!mayOperationRun(m_label, m_operationCommands)) {
-        violate(QStringLiteral("%1 runs %2").arg(m_label, m_operationCommands.join(QStringLiteral(", "))));
+        violate(u"%1 runs %2"_s.arg(m_label, m_operationCommands.join(u", "_s)));
     }
     if (m_mustEnd) {
-        violate(QStringLiteral("%1 begins though the operation was cancelled at its start").arg(name));
+        violate(u"%1 begins though the operation was cancelled at its start"_s.arg(name));
     }
     if (m_isLeaving && (bringsUp(name) || (isPull(name) && !isCancelled))) {
-        violate(QStringLiteral("%1 begins though the program ends").arg(name));
+        violate(u"%1 begins though the program ends"_s.arg(name));
     }
     if (m_isCancelled && (bringsUp(name) || (isPull(name) && !isCancelled))) {
-        violate(QStringLiteral("%1 begins after the operation was cancelled").arg(name));
+        violate(u"%1 begins after the operation was cancelled"_s.arg(name));
     }
     if (bringsUp(name) && !m_isImagePresent) {
-        violate(QStringLiteral("%1 begins without the image").arg(name));
+        violate(u"%1 begins without the image"_s.arg(name));
     }
     if (isPull(name) && (m_isImagePresent || !m_world->controller().pulling())) {
-        violate(QStringLiteral("a download begins that nobody needs or sees"));
+        violate(u"a download begins that nobody needs or sees"_s);
     }
 }
 
@@ -194,7 +196,7 @@ void ControllerWatch::operationCommandEnds(const QString& name, const CommandRes
         m_isImagePresent = result.isSuccess();
     }
     if (!m_world->controller().busy()) {
-        violate(QStringLiteral("the operation of %1 ended before it").arg(name));
+        violate(u"the operation of %1 ended before it"_s.arg(name));
     }
 }
 
@@ -208,9 +210,9 @@ void ControllerWatch::lookBegins(const QString& name) {
             m_rechecks -= 1;
             return;
         }
-        violate(QStringLiteral("a look begins though polling was shut down"));
+        violate(u"a look begins though polling was shut down"_s);
     } else if (name != u"compose version") {
-        violate(QStringLiteral("%1 begins outside any operation").arg(name));
+        violate(u"%1 begins outside any operation"_s.arg(name));
     }
 }
 
@@ -228,7 +230,7 @@ QCoro::Task<StatusPageResult> ControllerWatch::fetch(int port, QString slug) {
     if (normalised(m_world->controller().slug()) == slug) {
         m_readings.ends(result);
         if (!m_readings.expectedNews().isEmpty()) {
-            m_seen.insert(QStringLiteral("news"));
+            m_seen.insert(u"news"_s);
         }
     }
     co_return result;
@@ -237,13 +239,13 @@ QCoro::Task<StatusPageResult> ControllerWatch::fetch(int port, QString slug) {
 void ControllerWatch::readBegins(const QString& slug) {
     const KumaController& kuma = m_world->controller();
     if (!m_readings.mayBegin(m_world->clock.now())) {
-        violate(QStringLiteral("the status page is read twice within 30 s"));
+        violate(u"the status page is read twice within 30 s"_s);
     }
     if (kuma.kuma() != KumaState::running || kuma.busy() || !m_isLoopWanted) {
-        violate(QStringLiteral("the status page is read at the wrong time"));
+        violate(u"the status page is read at the wrong time"_s);
     }
     if (slug.isEmpty() || slug != normalised(kuma.slug())) {
-        violate(QStringLiteral("the status page \"%1\" is read").arg(slug));
+        violate(u"the status page \"%1\" is read"_s.arg(slug));
     }
 }
 
@@ -291,27 +293,27 @@ void ControllerWatch::operationEnds() {
     m_isOperating = false;
     m_mayLook = true;
     m_cause = {};
-    if (m_label.startsWith(QStringLiteral("Updating")) && !m_operationCommands.isEmpty()) {
+    if (m_label.startsWith(u"Updating"_s) && !m_operationCommands.isEmpty()) {
         checkUpdated();
     }
     if (!m_underWay.isEmpty()) {
-        violate(QStringLiteral("busy ends while %1 is under way").arg(m_underWay));
+        violate(u"busy ends while %1 is under way"_s.arg(m_underWay));
     }
 }
 
 /// Only the operation itself says anything about Docker now, and nobody anything about the container.
 void ControllerWatch::checkChangeDuringOperation(const Snapshot& now) {
     if (now.kuma != m_before.kuma) {
-        violate(QStringLiteral("the container's state changes during an operation"));
+        violate(u"the container's state changes during an operation"_s);
     }
     const bool isFromInfo = m_cause.kind == Cause::Kind::operation && !m_operationCommands.isEmpty() &&
                             m_operationCommands.last() == u"info";
     if (now.dockerState != m_before.dockerState && now.dockerState != DockerState::missing && !isFromInfo &&
         !isFromSetup(now) && now.dockerState != DockerState::unknown) {
-        violate(QStringLiteral("somebody else changes the state of Docker during an operation"));
+        violate(u"somebody else changes the state of Docker during an operation"_s);
     }
     if (now.pulling && !m_before.pulling && now.busy != downloading) {
-        violate(QStringLiteral("a download is under way that busy does not tell of"));
+        violate(u"a download is under way that busy does not tell of"_s);
     }
 }
 
@@ -320,13 +322,13 @@ void ControllerWatch::checkChangeWhileIdle(const Snapshot& now) {
     const bool isFresh = m_cause.kind == Cause::Kind::look && m_cause.operations == m_operations;
     const bool isToolMissing = !m_world->controller().dockerPath();
     if (now.kuma != m_before.kuma && !isFresh && !(isToolMissing && now.kuma == KumaState::stopped)) {
-        violate(QStringLiteral("a late look changes the container's state"));
+        violate(u"a late look changes the container's state"_s);
     }
     const bool isAboutTheTool = now.dockerState == DockerState::unknown || now.dockerState == DockerState::missing ||
                                 m_before.dockerState == DockerState::unknown ||
                                 m_before.dockerState == DockerState::missing;
     if (now.dockerState != m_before.dockerState && !isFresh && !isAboutTheTool && !isFromSetup(now)) {
-        violate(QStringLiteral("a late look changes the state of Docker"));
+        violate(u"a late look changes the state of Docker"_s);
     }
 }
 
@@ -343,25 +345,24 @@ void ControllerWatch::checkState() {
         m_rechecks = 0;
     }
     if (kuma.pulling() && kuma.busy() != downloading && kuma.busy() != backingUp) {
-        violate(QStringLiteral("pulling is set outside a download"));
+        violate(u"pulling is set outside a download"_s);
     }
     if (kuma.suggestedPort() && !m_hasPortError) {
-        violate(QStringLiteral("a port is suggested without its error"));
+        violate(u"a port is suggested without its error"_s);
     }
     if (m_world->notifier.posted != m_readings.expectedNews()) {
-        violate(QStringLiteral("%1 notifications instead of %2")
-                    .arg(m_world->notifier.posted.size())
+        violate(u"%1 notifications instead of %2"_s.arg(m_world->notifier.posted.size())
                     .arg(m_readings.expectedNews().size()));
     }
     if (!kuma.monitors().isEmpty() && kuma.monitors() != m_readings.lastRows()) {
-        violate(QStringLiteral("other monitors are shown than were read"));
+        violate(u"other monitors are shown than were read"_s);
     }
 }
 
 void ControllerWatch::checkComposeFile() {
     QFile file(m_world->controller().composeURL());
     if (file.open(QIODevice::ReadOnly) && !m_composeTexts.contains(file.readAll())) {
-        violate(QStringLiteral("the compose file tells of settings that were never set"));
+        violate(u"the compose file tells of settings that were never set"_s);
     }
 }
 
@@ -372,23 +373,21 @@ void ControllerWatch::checkUpdated() {
         return;
     }
     if (!m_tags.contains(kuma.imageTag())) {
-        violate(QStringLiteral("an update leaves the tag %1").arg(kuma.imageTag()));
+        violate(u"an update leaves the tag %1"_s.arg(kuma.imageTag()));
     }
     QFile file(kuma.composeURL());
     if (!file.open(QIODevice::ReadOnly) || file.readAll() != composeText(kuma.imageTag(), kuma.port()).toUtf8()) {
-        violate(QStringLiteral("the compose file does not tell of the tag %1").arg(kuma.imageTag()));
+        violate(u"the compose file does not tell of the tag %1"_s.arg(kuma.imageTag()));
     }
 }
 
 void ControllerWatch::remember(const Snapshot& now) {
-    static const QStringList kumaStates{QStringLiteral("stopped"), QStringLiteral("starting"),
-                                        QStringLiteral("running"), QStringLiteral("failing")};
-    static const QStringList dockerStates{QStringLiteral("unknown"), QStringLiteral("missing"),
-                                          QStringLiteral("not running"), QStringLiteral("ready")};
+    static const QStringList kumaStates{u"stopped"_s, u"starting"_s, u"running"_s, u"failing"_s};
+    static const QStringList dockerStates{u"unknown"_s, u"missing"_s, u"not running"_s, u"ready"_s};
     m_seen.insert(kumaStates.at(static_cast<int>(now.kuma)));
     m_seen.insert(dockerStates.at(static_cast<int>(now.dockerState)));
     if (const auto error = m_world->controller().error()) {
-        m_seen.insert(isPortError(error) ? QStringLiteral("a port error") : error->message);
+        m_seen.insert(isPortError(error) ? u"a port error"_s : error->message);
     }
 }
 

@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -55,11 +56,11 @@ QCoro::Task<bool> pageAnswers(int /*port*/) {
 }
 
 QCoro::Task<ReleaseResult> latestRelease() {
-    co_return LatestRelease{.version = QStringLiteral("2.1.0")};
+    co_return LatestRelease{.version = u"2.1.0"_s};
 }
 
 int work(const QString& folder, const QString& what) {
-    SettingsStore settings(folder + QStringLiteral("/settings.conf"));
+    SettingsStore settings(folder + u"/settings.conf"_s);
     RecordingNotifier notifier;
     RecordingLoginItem loginItem;
     RecordingDesktop desktop;

@@ -1,5 +1,7 @@
 #include "RandomSequence.h"
 
+using namespace Qt::StringLiterals;
+
 using std::chrono::milliseconds;
 
 namespace orvanel::test {
@@ -13,13 +15,11 @@ void RandomSequence::changeDaemon() {
 }
 
 void RandomSequence::changeTools() {
-    m_world.installedDocker =
-        chance(25) ? std::nullopt
-                   : std::optional(oneOf({QStringLiteral("/opt/bin/docker"), QStringLiteral("/b/docker")}));
+    m_world.installedDocker = chance(25) ? std::nullopt : std::optional(oneOf({u"/opt/bin/docker"_s, u"/b/docker"_s}));
     m_world.installedTools.clear();
-    for (const QString& tool : {QStringLiteral("brew"), QStringLiteral("colima")}) {
+    for (const QString& tool : {u"brew"_s, u"colima"_s}) {
         if (chance(60)) {
-            m_world.installedTools.insert(tool, QStringLiteral("/opt/bin/") + tool);
+            m_world.installedTools.insert(tool, u"/opt/bin/"_s + tool);
         }
     }
     m_world.docker().colimaDelay = oneOf({0, 0, 2, -1});
@@ -66,7 +66,7 @@ void RandomSequence::delayCommand() {
         oneOf({"inspect", "inspect", "inspect", "info", "image inspect", "compose version", "compose up",
                "compose pull", "compose stop", "run", "stop", "logs", "brew install", "colima start"});
     const milliseconds time(below(12000));
-    note(QStringLiteral("%1 %2").arg(QString::fromLatin1(command)).arg(time.count()));
+    note(u"%1 %2"_s.arg(QString::fromLatin1(command)).arg(time.count()));
     m_world.delay(command, time, 1);
 }
 
@@ -84,8 +84,8 @@ void RandomSequence::failCommand() {
                "compose stop", "stop", "compose down", "rm", "run", "brew install", "colima start", "ps"});
     note(QString::fromLatin1(command));
     m_world.answer(command, 1,
-                   oneOf({QString(), QStringLiteral("Cannot connect to the Docker daemon"),
-                          QStringLiteral("port is already allocated"), QStringLiteral("No such container")}),
+                   oneOf({QString(), u"Cannot connect to the Docker daemon"_s, u"port is already allocated"_s,
+                          u"No such container"_s}),
                    1, milliseconds(below(3000)));
 }
 
@@ -103,14 +103,14 @@ void RandomSequence::answerPage() {
 
 StatusPageResult RandomSequence::randomStatus() {
     if (chance(15)) {
-        return StatusPageError{QStringLiteral("Could not.")};
+        return StatusPageError{u"Could not."_s};
     }
     QList<MonitorRow> rows;
     for (int id = 1; id <= 3; ++id) {
         for (int row = below(10) == 0 ? 2 : chance(85) ? 1 : 0; row > 0; --row) {
             const int status = oneOf({0, 0, 1, 1, 1, 2, 3, -1});
-            rows.append(monitor(id, status < 0 ? std::nullopt : std::optional<std::int64_t>(status),
-                                QStringLiteral("Monitor %1").arg(id)));
+            rows.append(
+                monitor(id, status < 0 ? std::nullopt : std::optional<std::int64_t>(status), u"Monitor %1"_s.arg(id)));
         }
     }
     return statusPage(rows);
@@ -133,19 +133,18 @@ void RandomSequence::changeReleases() {
     m_world.releases.questions.clear();
     m_world.releases.holds = chance(25);
     if (chance(20)) {
-        m_world.releases.answer = ReleaseError{QStringLiteral("Could not check for updates (HTTP 403).")};
+        m_world.releases.answer = ReleaseError{u"Could not check for updates (HTTP 403)."_s};
         return;
     }
     m_world.releases.answer =
-        LatestRelease{.version = oneOf({QStringLiteral("2.1.0"), QStringLiteral("3.0.0-beta.1"), QStringLiteral("2"),
-                                        QStringLiteral("2\n    privileged: true")})};
+        LatestRelease{.version = oneOf({u"2.1.0"_s, u"3.0.0-beta.1"_s, u"2"_s, u"2\n    privileged: true"_s})};
 }
 
 void RandomSequence::changeBackups() {
     ScriptedBackups& backups = m_world.backups;
     backups.holds = chance(60);
-    backups.failure = chance(20) ? std::optional(QStringLiteral("The disk is full.")) : std::nullopt;
-    backups.databaseProblem = chance(15) ? std::optional(QStringLiteral("row 7")) : std::nullopt;
+    backups.failure = chance(20) ? std::optional(u"The disk is full."_s) : std::nullopt;
+    backups.databaseProblem = chance(15) ? std::optional(u"row 7"_s) : std::nullopt;
     backups.hasData = chance(80);
 }
 

@@ -4,6 +4,7 @@
 
 #include <QThreadPool>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using std::chrono::milliseconds;
 
@@ -67,10 +68,10 @@ const std::vector<RandomSequence::Choice>& RandomSequence::choices() {
 
 RandomSequence::RandomSequence(std::uint64_t seed)
     : m_random(seed) {
-    m_world.executables = {QStringLiteral("/mine/docker")};
+    m_world.executables = {u"/mine/docker"_s};
     m_world.latency = [this](const QString&) { return milliseconds(chance(30) ? 0 : below(700)); };
     changeTools();
-    m_world.installedDocker = QStringLiteral("/opt/bin/docker");
+    m_world.installedDocker = u"/opt/bin/docker"_s;
     if (chance(60)) {
         standin::addImage(m_world.docker());
     }
@@ -86,7 +87,7 @@ RandomSequence::RandomSequence(std::uint64_t seed)
         changeBackups();
     }
     if (chance(40)) {
-        m_kuma->setSlug(QStringLiteral("home"));
+        m_kuma->setSlug(u"home"_s);
         m_watch.didChangeSlug();
         begin();
     }
@@ -122,7 +123,7 @@ void RandomSequence::takeStep() {
     }
     settle();
     m_watch.checkState();
-    note(QStringLiteral("[%1%2]").arg(m_kuma->busy().value_or(QString()), m_kuma->pulling() ? u" pulling" : u""));
+    note(u"[%1%2]"_s.arg(m_kuma->busy().value_or(QString()), m_kuma->pulling() ? u" pulling" : u""));
 }
 
 /// Deleting a folder takes place on another thread; here it counts as taking no time, so that a sequence is the same
@@ -137,7 +138,7 @@ void RandomSequence::settle() {
 
 /// Answers everything, and turns the clock until nothing is under way.
 void RandomSequence::finish() {
-    m_trace.append(QStringLiteral("finish"));
+    m_trace.append(u"finish"_s);
     m_world.answerAsUsual();
     m_world.docker().daemon = standin::Daemon::up;
     cancel();
@@ -157,7 +158,7 @@ void RandomSequence::finish() {
     settle();
     m_watch.checkState();
     if (m_kuma->busy() || m_kuma->setupBusy() || m_kuma->pulling() || !m_world.underWay().isEmpty()) {
-        m_watch.violate(QStringLiteral("something is under way though everything was answered"));
+        m_watch.violate(u"something is under way though everything was answered"_s);
     }
     if (!isOver()) {
         qFatal("a sequence does not end:\n%s", qPrintable(m_trace.join(u'\n')));
@@ -182,13 +183,13 @@ void RandomSequence::requestOperation(void (KumaController::*request)()) {
     const int operations = m_watch.operations();
     (m_kuma->*request)();
     if (wasOperating && (m_watch.operations() != operations || m_kuma->busy() != before)) {
-        m_watch.violate(QStringLiteral("a second operation begins beside the first"));
+        m_watch.violate(u"a second operation begins beside the first"_s);
     }
     if (!wasOperating && m_watch.operations() != operations + 1) {
-        m_watch.violate(QStringLiteral("a request is dropped though nothing is under way"));
+        m_watch.violate(u"a request is dropped though nothing is under way"_s);
     }
     if (!wasOperating && m_kuma->busy() && (m_kuma->error() || m_kuma->suggestedPort())) {
-        m_watch.violate(QStringLiteral("an operation begins with the error of the last"));
+        m_watch.violate(u"an operation begins with the error of the last"_s);
     }
 }
 
@@ -209,7 +210,7 @@ void RandomSequence::answerDialog() {
 
 void RandomSequence::choosePath() {
     if (!m_world.dialogs.pathQuestions.isEmpty()) {
-        const std::optional<QString> path(QStringLiteral("/home/ann/Backup.zip"));
+        const std::optional<QString> path(u"/home/ann/Backup.zip"_s);
         m_world.dialogs.pathQuestions.takeFirst().answer.complete(chance(75) ? path : std::nullopt);
     }
 }
@@ -246,7 +247,7 @@ void RandomSequence::requestSetup(void (KumaController::*request)()) {
     (m_kuma->*request)();
     m_watch.setup().didRequest();
     if (wasSettingUp && (m_kuma->setupLog() != log || m_kuma->error() != error)) {
-        m_watch.violate(QStringLiteral("a second setup begins beside the first"));
+        m_watch.violate(u"a second setup begins beside the first"_s);
     }
 }
 
@@ -262,7 +263,7 @@ void RandomSequence::recheck() {
 }
 
 void RandomSequence::fetchLogs() {
-    m_tasks.start(readLogs(m_kuma), QStringLiteral("logs"));
+    m_tasks.start(readLogs(m_kuma), u"logs"_s);
 }
 
 void RandomSequence::begin() {
@@ -289,8 +290,7 @@ void RandomSequence::longPause() {
 }
 
 void RandomSequence::changeSlug() {
-    m_kuma->setSlug(oneOf({QStringLiteral("home"), QStringLiteral(" Home "), QStringLiteral("other"), QString(),
-                           QStringLiteral("  "), QStringLiteral("a/b")}));
+    m_kuma->setSlug(oneOf({u"home"_s, u" Home "_s, u"other"_s, QString(), u"  "_s, u"a/b"_s}));
     note(m_kuma->slug());
     m_watch.didChangeSlug();
 }
@@ -301,14 +301,14 @@ void RandomSequence::changePort() {
 }
 
 void RandomSequence::changeTag() {
-    m_kuma->setImageTag(oneOf({QStringLiteral("2"), QStringLiteral("2.5"), QStringLiteral("beta")}));
+    m_kuma->setImageTag(oneOf({u"2"_s, u"2.5"_s, u"beta"_s}));
     m_watch.didChangeComposeSettings();
 }
 
 void RandomSequence::changeOverride() {
-    m_kuma->setDockerOverride(oneOf({QString(), QStringLiteral("/mine/docker"), QStringLiteral("/nowhere/docker")}));
+    m_kuma->setDockerOverride(oneOf({QString(), u"/mine/docker"_s, u"/nowhere/docker"_s}));
     if (m_kuma->dockerPath() || m_kuma->composeAvailable()) {
-        m_watch.violate(QStringLiteral("a new override keeps what was known of the old tool"));
+        m_watch.violate(u"a new override keeps what was known of the old tool"_s);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "ReadingsWatch.h"
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace orvanel::test {
@@ -24,11 +25,9 @@ void ReadingsWatch::ends(const StatusPageResult& result) {
         next[row.id] = *row.status;
         const std::int64_t before = m_baseline.value(row.id, -1);
         if (m_hasBaseline && before == 1 && row.status == 0) {
-            m_expectedNews.append(
-                {row.name + QStringLiteral(" is down"), QStringLiteral("Uptime Kuma reports this monitor as down.")});
+            m_expectedNews.append({row.name + u" is down"_s, u"Uptime Kuma reports this monitor as down."_s});
         } else if (m_hasBaseline && before == 0 && row.status == 1) {
-            m_expectedNews.append(
-                {row.name + QStringLiteral(" is back up"), QStringLiteral("This monitor is up again.")});
+            m_expectedNews.append({row.name + u" is back up"_s, u"This monitor is up again."_s});
         }
     }
     m_baseline = next;

@@ -4,10 +4,12 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
-inline const auto brewStep = QStringLiteral("Installing Colima and Docker with Homebrew");
-inline const auto colimaStep = QStringLiteral("Starting Colima (the first start downloads a small Linux VM)");
+inline const auto brewStep = u"Installing Colima and Docker with Homebrew"_s;
+inline const auto colimaStep = u"Starting Colima (the first start downloads a small Linux VM)"_s;
 
 /// A world with these tools in it; `docker` is found where it always is.
 class RuntimeWorld : public ControllerFixture {
@@ -20,8 +22,8 @@ public:
     }
 
     void install(const QString& tool) {
-        const QString path = QStringLiteral("/opt/bin/") + tool;
-        if (tool == QStringLiteral("docker")) {
+        const QString path = u"/opt/bin/"_s + tool;
+        if (tool == u"docker"_s) {
             installedDocker = path;
         } else {
             installedTools.insert(tool, path);
@@ -49,7 +51,7 @@ public:
                 results.append(*command.result);
             }
         }
-        return results.size() == 1 ? results.first() : CommandResult{.output = QStringLiteral("not run once")};
+        return results.size() == 1 ? results.first() : CommandResult{.output = u"not run once"_s};
     }
 
     QString message() { return controller().error() ? controller().error()->message : QString(); }

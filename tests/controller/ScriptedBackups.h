@@ -7,6 +7,8 @@
 
 #include <QList>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
 /// Backups and restores as a test plays them: nothing is copied. Each is done at once, or, where the test holds them
@@ -48,7 +50,7 @@ public:
         environment.restore = [this](QString source, QString dataDir, QString backupsDir) {
             return restore(source, dataDir, backupsDir);
         };
-        environment.timestamp = [] { return QStringLiteral("2026-01-02-030405"); };
+        environment.timestamp = [] { return u"2026-01-02-030405"_s; };
     }
 
 private:
@@ -75,13 +77,13 @@ private:
 
     QCoro::Task<BackupResult> backUp(QString dataDir, QString destination) {
         const QStringList arguments{dataDir, destination};
-        co_await work(QStringLiteral("back up"), arguments);
+        co_await work(u"back up"_s, arguments);
         co_return BackupResult{.path = destination, .databaseProblem = databaseProblem};
     }
 
     QCoro::Task<std::optional<BackupResult>> autoBackup(QString dataDir, QString backupsDir, QString label) {
         const QStringList arguments{dataDir, backupsDir, label};
-        co_await work(QStringLiteral("auto backup"), arguments);
+        co_await work(u"auto backup"_s, arguments);
         if (!hasData) {
             co_return std::nullopt;
         }
@@ -91,7 +93,7 @@ private:
 
     QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir) {
         const QStringList arguments{source, dataDir, backupsDir};
-        return work(QStringLiteral("restore"), arguments);
+        return work(u"restore"_s, arguments);
     }
 };
 

@@ -7,6 +7,8 @@
 #include <QCoro/QCoroTask>
 #include <QList>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
 /// The web page and the status pages of a server as a test plays them. Each request is answered at once, or, where the
@@ -31,7 +33,7 @@ public:
     bool holdsQuestions = false;
     QList<Question> questions;
 
-    StatusPageResult status = StatusPageData{.title = QStringLiteral("Home"), .monitors = {}};
+    StatusPageResult status = StatusPageData{.title = u"Home"_s, .monitors = {}};
     bool holdsReads = false;
     QList<Read> reads;
 

@@ -6,14 +6,15 @@
 #include <QCoro/QCoroTask>
 #include <QList>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
 /// The source of releases as a test plays it. Each question is answered at once, or, where the test holds them back,
 /// when it completes the event.
 class ScriptedReleases {
 public:
-    ReleaseResult answer =
-        LatestRelease{.version = QStringLiteral("2.1.0"), .page = QStringLiteral("https://example.org/2.1.0")};
+    ReleaseResult answer = LatestRelease{.version = u"2.1.0"_s, .page = u"https://example.org/2.1.0"_s};
     bool holds = false;
     QList<Event<ReleaseResult>> questions;
 

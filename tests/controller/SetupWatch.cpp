@@ -2,6 +2,8 @@
 
 #include "CommandOrder.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
 bool SetupWatch::owns(const QString& command) const {
@@ -11,9 +13,9 @@ bool SetupWatch::owns(const QString& command) const {
 
 QString SetupWatch::commandBegins(const QString& command, bool isCancelled) {
     if (isUnderWay()) {
-        return QStringLiteral("%1 begins while %2 of a setup is under way").arg(command, m_underWay);
+        return u"%1 begins while %2 of a setup is under way"_s.arg(command, m_underWay);
     }
-    const bool isAfterInstall = command == u"info" && m_commands == QStringList(QStringLiteral("brew install"));
+    const bool isAfterInstall = command == u"info" && m_commands == QStringList(u"brew install"_s);
     const bool isFirst = command == u"brew install" || (command == u"info" && !isAfterInstall);
     if (isFirst) {
         m_commands.clear();
@@ -23,10 +25,10 @@ QString SetupWatch::commandBegins(const QString& command, bool isCancelled) {
     m_commands.append(command);
     m_underWay = command;
     if (!maySetupRun(m_commands)) {
-        return QStringLiteral("a setup runs %1").arg(m_commands.join(QStringLiteral(", ")));
+        return u"a setup runs %1"_s.arg(m_commands.join(u", "_s));
     }
     if (m_isCancelled && command == u"colima start" && !isCancelled) {
-        return QStringLiteral("Colima is started though the setup was cancelled");
+        return u"Colima is started though the setup was cancelled"_s;
     }
     return {};
 }

@@ -1,16 +1,18 @@
 #include "BackupClicks.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto backingUp = QStringLiteral("Backing up…");
-const auto zip = QStringLiteral("/home/ann/Backup.zip");
+const auto backingUp = u"Backing up…"_s;
+const auto zip = u"/home/ann/Backup.zip"_s;
 
 } // namespace
 
@@ -24,10 +26,10 @@ private Q_SLOTS:
         kuma.backUpNow();
         QCOMPARE(world.dialogs.savePanels.size(), 1);
         const SavePanel panel = world.dialogs.savePanels.first();
-        QCOMPARE(panel.title, QStringLiteral("Back up Uptime Kuma data"));
-        QCOMPARE(panel.message, QStringLiteral("A name ending in .zip makes a zip file; otherwise a folder is created. "
-                                               "Uptime Kuma keeps running."));
-        QCOMPARE(panel.proposedName, QStringLiteral("Uptime Kuma backup 2026-01-02-030405.zip"));
+        QCOMPARE(panel.title, u"Back up Uptime Kuma data"_s);
+        QCOMPARE(panel.message, u"A name ending in .zip makes a zip file; otherwise a folder is created. "
+                                "Uptime Kuma keeps running."_s);
+        QCOMPARE(panel.proposedName, u"Uptime Kuma backup 2026-01-02-030405.zip"_s);
         QVERIFY(!kuma.busy());
         choosePath(world, std::nullopt);
         kuma.backUpNow();
@@ -80,17 +82,17 @@ private Q_SLOTS:
 
     void backupThatFailsIsTold() {
         ControllerFixture world;
-        world.backups.failure = QStringLiteral("There is no data folder yet. Start Uptime Kuma once first.");
+        world.backups.failure = u"There is no data folder yet. Start Uptime Kuma once first."_s;
         backUpTo(world, zip);
         QVERIFY(world.everythingEnds());
-        QCOMPARE(world.controller().error(), (OpError{QStringLiteral("The backup failed."), *world.backups.failure}));
+        QCOMPARE(world.controller().error(), (OpError{u"The backup failed."_s, *world.backups.failure}));
         QVERIFY(!world.controller().busy());
         QVERIFY(world.desktop.revealed.isEmpty());
     }
 
     void backupKeepsAnEarlierError() {
         ControllerFixture world;
-        world.loginItem.failure = QStringLiteral("No room.");
+        world.loginItem.failure = u"No room."_s;
         world.controller().setLaunchAtLogin(true);
         const auto before = world.controller().error();
         QVERIFY(before);
@@ -101,12 +103,11 @@ private Q_SLOTS:
 
     void databaseThatDidNotPassIsToldAndTheBackupShown() {
         ControllerFixture world;
-        world.backups.databaseProblem = QStringLiteral("row 7 missing from index");
+        world.backups.databaseProblem = u"row 7 missing from index"_s;
         backUpTo(world, zip);
         QVERIFY(world.everythingEnds());
-        QCOMPARE(world.controller().error(),
-                 (OpError{QStringLiteral("The backup was made, but its database did not pass a check."),
-                          QStringLiteral("row 7 missing from index")}));
+        QCOMPARE(world.controller().error(), (OpError{u"The backup was made, but its database did not pass a check."_s,
+                                                      u"row 7 missing from index"_s}));
         QVERIFY(!world.controller().busy());
         QCOMPARE(world.desktop.revealed, QStringList(zip));
     }
@@ -129,7 +130,7 @@ private Q_SLOTS:
         const KumaController& kuma = world.controller();
         world.backups.holds = true;
         backUpTo(world, zip);
-        backUpTo(world, QStringLiteral("/home/ann/Folder"));
+        backUpTo(world, u"/home/ann/Folder"_s);
         QCOMPARE(world.backups.jobs.size(), 1);
         world.backups.jobs.first().go.complete(true);
         world.settle();
@@ -153,7 +154,7 @@ private Q_SLOTS:
         QCOMPARE(kuma.busy(), backingUp);
         world.backups.letGo();
         world.settle();
-        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QCOMPARE(kuma.busy(), u"Stopping…"_s);
         QCOMPARE(world.desktop.revealed, QStringList(zip));
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
@@ -167,7 +168,7 @@ private Q_SLOTS:
         world.backups.holds = true;
         backUpTo(world, zip);
         kuma.stop();
-        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QCOMPARE(kuma.busy(), u"Stopping…"_s);
         world.settle();
         QVERIFY(kuma.kuma() == KumaState::stopped);
         QCOMPARE(kuma.busy(), backingUp);
@@ -178,9 +179,9 @@ private Q_SLOTS:
 
     void workOnTheDataWaitsForABackup_data() {
         QTest::addColumn<QString>("work");
-        QTest::newRow("restore") << QStringLiteral("restore");
-        QTest::newRow("update") << QStringLiteral("update");
-        QTest::newRow("removal") << QStringLiteral("removal");
+        QTest::newRow("restore") << u"restore"_s;
+        QTest::newRow("update") << u"update"_s;
+        QTest::newRow("removal") << u"removal"_s;
     }
 
     void workOnTheDataWaitsForABackup() {
@@ -190,7 +191,7 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.checkForUpdates();
         world.settle();
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "precious");
         world.backups.holds = true;
         backUpTo(world, zip);
         if (work == u"restore") {
@@ -205,7 +206,7 @@ private Q_SLOTS:
         QVERIFY(kuma.busy() && kuma.busy() != backingUp);
         world.advance(60s);
         QCOMPARE(world.backups.jobs.size(), 1);
-        QVERIFY(QFileInfo::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+        QVERIFY(QFileInfo::exists(kuma.dataDir() + u"/kuma.db"_s));
         world.backups.onWork = [&](const ScriptedBackups::Job&) {
             if (world.backups.underWay > 0) {
                 qFatal("two jobs work on the data at once");
@@ -229,7 +230,7 @@ private Q_SLOTS:
 
     void dataFolderThatCannotBeMadeIsShownAllTheSame() {
         ControllerFixture world;
-        world.home.write(QStringLiteral(".local/share/Orvanel"), "in the way");
+        world.home.write(u".local/share/Orvanel"_s, "in the way");
         KumaController& kuma = world.controller();
         kuma.revealDataFolder();
         QVERIFY(!kuma.error());
@@ -237,5 +238,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestBackupOperations)
+ORVANEL_TEST(TestBackupOperations)
 #include "TestBackupOperations.moc"

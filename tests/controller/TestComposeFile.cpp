@@ -2,6 +2,7 @@
 #include "controller/ComposeFile.h"
 #include "support/Await.h"
 #include "support/FilePermissions.h"
+#include "support/TestClass.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -9,6 +10,7 @@
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -31,8 +33,7 @@ ino_t numberOf(const QString& path) {
 }
 
 QStringList programFolder(const KumaController& kuma) {
-    return QDir(kuma.dataDir() + QStringLiteral("/.."))
-        .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    return QDir(kuma.dataDir() + u"/.."_s).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 }
 
 } // namespace
@@ -43,13 +44,13 @@ class TestComposeFile : public QObject {
 private Q_SLOTS:
     void foldersAndFileAreMade() {
         ControllerFixture world;
-        world.applicationSupport = world.home.path(QStringLiteral("a/b c/ü"));
+        world.applicationSupport = world.home.path(u"a/b c/ü"_s);
         KumaController& kuma = world.controller();
         QVERIFY(!kuma.prepareFiles());
         QVERIFY(QDir(kuma.dataDir()).exists());
         QVERIFY(QDir(kuma.dataDir()).isEmpty());
         QCOMPARE(contentOf(kuma.composeURL()), expectedText(kuma));
-        QCOMPARE(programFolder(kuma), (QStringList{QStringLiteral("data"), QStringLiteral("docker-compose.yml")}));
+        QCOMPARE(programFolder(kuma), (QStringList{u"data"_s, u"docker-compose.yml"_s}));
     }
 
     void pipeInTheFilesPlaceIsReplaced() {
@@ -84,16 +85,16 @@ private Q_SLOTS:
         QVERIFY(!kuma.prepareFiles());
         kuma.setPort(4001);
         QVERIFY(!kuma.prepareFiles());
-        QCOMPARE(contentOf(kuma.composeURL()), composeText(QStringLiteral("2"), 4001).toUtf8());
-        kuma.setImageTag(QStringLiteral("2.5.3-ü"));
+        QCOMPARE(contentOf(kuma.composeURL()), composeText(u"2"_s, 4001).toUtf8());
+        kuma.setImageTag(u"2.5.3-ü"_s);
         QVERIFY(!kuma.prepareFiles());
-        QCOMPARE(contentOf(kuma.composeURL()), composeText(QStringLiteral("2.5.3-ü"), 4001).toUtf8());
+        QCOMPARE(contentOf(kuma.composeURL()), composeText(u"2.5.3-ü"_s, 4001).toUtf8());
         QCOMPARE(programFolder(kuma).size(), 2);
     }
 
     void editedFileIsReplaced_data() {
         QTest::addColumn<QByteArray>("content");
-        const QByteArray text = composeText(QStringLiteral("2"), 3001).toUtf8();
+        const QByteArray text = composeText(u"2"_s, 3001).toUtf8();
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("one line more") << text + "    privileged: true\n";
         QTest::newRow("without its last line end") << text.chopped(1);
@@ -106,7 +107,7 @@ private Q_SLOTS:
         QFETCH(const QByteArray, content);
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml"), content);
+        world.home.write(u".local/share/Orvanel/docker-compose.yml"_s, content);
         const ino_t first = numberOf(kuma.composeURL());
         QVERIFY(!kuma.prepareFiles());
         QCOMPARE(contentOf(kuma.composeURL()), expectedText(kuma));
@@ -116,16 +117,16 @@ private Q_SLOTS:
     void dataStaysAsItIs() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "precious");
         QVERIFY(!kuma.prepareFiles());
-        QCOMPARE(contentOf(kuma.dataDir() + QStringLiteral("/kuma.db")), QByteArray("precious"));
+        QCOMPARE(contentOf(kuma.dataDir() + u"/kuma.db"_s), QByteArray("precious"));
     }
 
     void fileThatMayNotBeReadOrWrittenIsReplaced() {
         obeyFilePermissions();
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml"), "services:\n");
+        world.home.write(u".local/share/Orvanel/docker-compose.yml"_s, "services:\n");
         for (const QFile::Permissions permissions : {QFile::Permissions(), QFile::Permissions(QFile::ReadOwner)}) {
             QVERIFY(QFile::setPermissions(kuma.composeURL(), permissions));
             kuma.setPort(kuma.port() + 1);
@@ -138,38 +139,38 @@ private Q_SLOTS:
     void folderInTheFilesPlaceIsAnError() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml/precious"), "precious");
+        world.home.write(u".local/share/Orvanel/docker-compose.yml/precious"_s, "precious");
         kuma.start();
         QVERIFY(world.operationEnds());
         QVERIFY(kuma.error().has_value());
-        QCOMPARE(kuma.error()->message, QStringLiteral("Could not write the compose file."));
-        QVERIFY(kuma.error()->details.startsWith(kuma.composeURL() + QStringLiteral(": ")));
+        QCOMPARE(kuma.error()->message, u"Could not write the compose file."_s);
+        QVERIFY(kuma.error()->details.startsWith(kuma.composeURL() + u": "_s));
         QVERIFY(kuma.error()->details.size() > kuma.composeURL().size() + 2);
-        QCOMPARE(contentOf(kuma.composeURL() + QStringLiteral("/precious")), QByteArray("precious"));
-        QCOMPARE(world.takeCommands().mid(0, 2), (QStringList{QStringLiteral("info"), QStringLiteral("inspect")}));
+        QCOMPARE(contentOf(kuma.composeURL() + u"/precious"_s), QByteArray("precious"));
+        QCOMPARE(world.takeCommands().mid(0, 2), (QStringList{u"info"_s, u"inspect"_s}));
         QVERIFY(!world.docker().container);
     }
 
     void fileInTheDataFoldersPlaceIsAnError() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        world.home.write(QStringLiteral(".local/share/Orvanel"), "a file");
+        world.home.write(u".local/share/Orvanel"_s, "a file");
         const std::optional<QString> failure = kuma.prepareFiles();
         QVERIFY(failure.has_value());
-        QVERIFY(failure->startsWith(kuma.dataDir() + QStringLiteral(": ")));
+        QVERIFY(failure->startsWith(kuma.dataDir() + u": "_s));
         kuma.start();
         QVERIFY(world.operationEnds());
         QVERIFY(kuma.error().has_value());
-        QCOMPARE(kuma.error()->message, QStringLiteral("Could not write the compose file."));
+        QCOMPARE(kuma.error()->message, u"Could not write the compose file."_s);
         QCOMPARE(kuma.error()->details, *failure);
-        QVERIFY(!world.takeCommands().contains(QStringLiteral("image inspect")));
-        QCOMPARE(contentOf(world.home.path(QStringLiteral(".local/share/Orvanel"))), QByteArray("a file"));
+        QVERIFY(!world.takeCommands().contains(u"image inspect"_s));
+        QCOMPARE(contentOf(world.home.path(u".local/share/Orvanel"_s)), QByteArray("a file"));
     }
 
     void dataFolderThatCannotBeMadeLeavesTheFileAlone() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        world.home.write(QStringLiteral(".local/share/Orvanel/data"), "a file");
+        world.home.write(u".local/share/Orvanel/data"_s, "a file");
         QVERIFY(kuma.prepareFiles().has_value());
         QVERIFY(!QFile::exists(kuma.composeURL()));
     }
@@ -183,11 +184,11 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         kuma.begin();
         world.advance(10s);
-        QCOMPARE(world.takeCommands().count(QStringLiteral("compose version")), 1);
+        QCOMPARE(world.takeCommands().count(u"compose version"_s), 1);
 
         kuma.setDockerOverride(QString());
         world.advance(10s);
-        QCOMPARE(world.takeCommands().count(QStringLiteral("compose version")), 1);
+        QCOMPARE(world.takeCommands().count(u"compose version"_s), 1);
     }
 
     void composeThatDoesNotAnswerInTimeCountsAsMissing() {
@@ -198,8 +199,8 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.composeAvailable(), std::optional(false));
         const QStringList commands = world.takeCommands();
-        QVERIFY(commands.contains(QStringLiteral("pull")) && commands.contains(QStringLiteral("run")));
-        QCOMPARE(commands.count(QStringLiteral("compose version")), 1);
+        QVERIFY(commands.contains(u"pull"_s) && commands.contains(u"run"_s));
+        QCOMPARE(commands.count(u"compose version"_s), 1);
         QVERIFY(world.docker().container.has_value());
     }
 
@@ -227,7 +228,7 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.suggestedPort().value_or(0), offered);
-        QCOMPARE(kuma.error()->message, QStringLiteral("Port %1 is already in use by another program.").arg(port));
+        QCOMPARE(kuma.error()->message, u"Port %1 is already in use by another program."_s.arg(port));
     }
 
     void closingPortIsNotOffered() {
@@ -240,5 +241,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestComposeFile)
+ORVANEL_TEST(TestComposeFile)
 #include "TestComposeFile.moc"

@@ -1,8 +1,10 @@
 #include "controller/DataTurns.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 #include "task/Event.h"
 #include "task/TaskScope.h"
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -28,18 +30,18 @@ private Q_SLOTS:
         const Event<bool> second;
         const Event<bool> third;
         QVERIFY(!turns.isTaken());
-        tasks.start(hold(&turns, &begun, QStringLiteral("first"), first), {});
-        tasks.start(hold(&turns, &begun, QStringLiteral("second"), second), {});
-        tasks.start(hold(&turns, &begun, QStringLiteral("third"), third), {});
+        tasks.start(hold(&turns, &begun, u"first"_s, first), {});
+        tasks.start(hold(&turns, &begun, u"second"_s, second), {});
+        tasks.start(hold(&turns, &begun, u"third"_s, third), {});
         // With nobody before it, the first does not wait for even a turn of the event loop.
-        QCOMPARE(begun, QStringList(QStringLiteral("first")));
+        QCOMPARE(begun, QStringList(u"first"_s));
         QVERIFY(turns.isTaken());
         third.complete(true);
         drainEvents();
         QCOMPARE(begun.size(), 1);
         first.complete(true);
         drainEvents();
-        QCOMPARE(begun, (QStringList{QStringLiteral("first"), QStringLiteral("second")}));
+        QCOMPARE(begun, (QStringList{u"first"_s, u"second"_s}));
         QVERIFY(turns.isTaken());
         second.complete(true);
         drainEvents();
@@ -58,5 +60,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestDataTurns)
+ORVANEL_TEST(TestDataTurns)
 #include "TestDataTurns.moc"

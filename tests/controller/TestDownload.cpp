@@ -1,14 +1,16 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto starting = QStringLiteral("Starting Uptime Kuma…");
-const auto downloading = QStringLiteral("Downloading the Uptime Kuma image");
+const auto starting = u"Starting Uptime Kuma…"_s;
+const auto downloading = u"Downloading the Uptime Kuma image"_s;
 
 } // namespace
 
@@ -38,11 +40,10 @@ private Q_SLOTS:
         QTest::addColumn<bool>("compose");
         QTest::addColumn<QByteArray>("trouble");
         QTest::addColumn<QString>("message");
-        const auto noInternet =
-            QStringLiteral("Docker could not reach the internet to download the image. Check your connection.");
-        const auto full = QStringLiteral("Your disk is full. Free some space and try again.");
-        const auto late = QStringLiteral("Docker did not answer in time.");
-        const auto other = QStringLiteral("Docker reported an error.");
+        const auto noInternet = u"Docker could not reach the internet to download the image. Check your connection."_s;
+        const auto full = u"Your disk is full. Free some space and try again."_s;
+        const auto late = u"Docker did not answer in time."_s;
+        const auto other = u"Docker reported an error."_s;
         for (const bool compose : {true, false}) {
             const char* how = compose ? "compose" : "plain";
             QTest::addRow("no internet, %s", how) << compose << QByteArray("unreachable") << noInternet;
@@ -74,11 +75,11 @@ private Q_SLOTS:
         QTEST(kuma.error()->message, "message");
         QCOMPARE(kuma.error()->details.isEmpty(), false);
         if (trouble == "silent") {
-            QCOMPARE(kuma.error()->details, QStringLiteral("(no output)"));
+            QCOMPARE(kuma.error()->details, u"(no output)"_s);
         }
         QVERIFY(!kuma.pulling() && !kuma.suggestedPort());
         QVERIFY(!world.docker().container);
-        QVERIFY(!world.takeCommands().contains(QStringLiteral("compose up")));
+        QVERIFY(!world.takeCommands().contains(u"compose up"_s));
     }
 
     void cancelWhileIdleIsHarmless() {
@@ -125,7 +126,7 @@ private Q_SLOTS:
         QTEST(world.takeCommands(), "commands");
         QCOMPARE(kuma.error().has_value(), QTest::currentDataTag() != QByteArray("info"));
         if (kuma.error()) {
-            QCOMPARE(*kuma.error(), (OpError{QStringLiteral("Cancelled."), QString()}));
+            QCOMPARE(*kuma.error(), (OpError{u"Cancelled."_s, QString()}));
         }
         // Nothing was downloaded: the command was not even started.
         QVERIFY(world.docker().images.empty());
@@ -168,7 +169,7 @@ private Q_SLOTS:
         world.settle();
         QVERIFY(!kuma.pulling());
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, QStringLiteral("Cancelled."));
+        QCOMPARE(kuma.error()->message, u"Cancelled."_s);
         QVERIFY(!kuma.error()->details.isEmpty());
         QVERIFY(kuma.error()->details.startsWith(kuma.pullLog()));
         QVERIFY(world.docker().images.empty());
@@ -193,8 +194,8 @@ private Q_SLOTS:
         world.settle();
         QVERIFY(kuma.pulling());
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Cancelled."), QStringLiteral("Pulled")}));
-        QVERIFY(!world.takeCommands().contains(QStringLiteral("compose up")));
+        QCOMPARE(kuma.error(), (OpError{u"Cancelled."_s, u"Pulled"_s}));
+        QVERIFY(!world.takeCommands().contains(u"compose up"_s));
     }
 
     void cancelWhileBringingUpComesTooLate() {
@@ -231,18 +232,18 @@ private Q_SLOTS:
         kuma.start();
         world.advance(4s);
         const QString early = kuma.pullLog();
-        QVERIFY(early.contains(QStringLiteral("Pulling")));
+        QVERIFY(early.contains(u"Pulling"_s));
         world.advance(2s);
         QVERIFY(kuma.pullLog().startsWith(early) && kuma.pullLog().size() > early.size());
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.pullLog().contains(QStringLiteral("Pulled")));
+        QVERIFY(kuma.pullLog().contains(u"Pulled"_s));
 
         // The next download begins with an empty one.
         world.docker().images.clear();
         world.docker().container.reset();
         QString flood;
         for (int i = 0; i < 5000; ++i) {
-            flood += QStringLiteral("line %1\n").arg(i);
+            flood += u"line %1\n"_s.arg(i);
         }
         world.answer("compose pull", 0, flood);
         world.docker().pullable.clear();
@@ -263,10 +264,10 @@ private Q_SLOTS:
         world.settle();
         QVERIFY(!kuma.pulling());
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, QStringLiteral("Cancelled."));
+        QCOMPARE(kuma.error()->message, u"Cancelled."_s);
         QVERIFY(!world.docker().container);
     }
 };
 
-QTEST_GUILESS_MAIN(TestDownload)
+ORVANEL_TEST(TestDownload)
 #include "TestDownload.moc"

@@ -1,7 +1,9 @@
 #include "ControllerFixture.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -10,8 +12,8 @@ namespace {
 
 using Status = std::optional<std::int64_t>;
 
-const MonitorNews isDown{QStringLiteral("Web is down"), QStringLiteral("Uptime Kuma reports this monitor as down.")};
-const MonitorNews isBack{QStringLiteral("Web is back up"), QStringLiteral("This monitor is up again.")};
+const MonitorNews isDown{u"Web is down"_s, u"Uptime Kuma reports this monitor as down."_s};
+const MonitorNews isBack{u"Web is back up"_s, u"This monitor is up again."_s};
 
 } // namespace
 
@@ -23,7 +25,7 @@ class TestMonitorTransitions : public QObject {
     static void read(ControllerFixture& world, const QList<MonitorRow>& rows) {
         world.page.status = statusPage(rows);
         if (world.page.reads.isEmpty()) {
-            world.controller().setSlug(QStringLiteral("home"));
+            world.controller().setSlug(u"home"_s);
             QVERIFY(world.isPolledAsRunning());
         } else {
             world.advance(30s);
@@ -90,7 +92,7 @@ private Q_SLOTS:
     void failedReadsAreNotCompared() {
         ControllerFixture world;
         read(world, {monitor(5, 1)});
-        world.page.status = StatusPageError{QStringLiteral("No.")};
+        world.page.status = StatusPageError{u"No."_s};
         world.advance(60s);
         QVERIFY(world.notifier.posted.isEmpty());
         read(world, {monitor(5, 0)});
@@ -100,7 +102,7 @@ private Q_SLOTS:
     void anotherPageIsComparedWithNothing() {
         ControllerFixture world;
         read(world, {monitor(5, 1)});
-        world.controller().setSlug(QStringLiteral("other"));
+        world.controller().setSlug(u"other"_s);
         read(world, {monitor(5, 0)});
         QVERIFY(world.notifier.posted.isEmpty());
         read(world, {monitor(5, 1)});
@@ -137,14 +139,14 @@ private Q_SLOTS:
     void leaveIsAskedForOnceAtTheFirstSuccess() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
-        world.page.status = StatusPageError{QStringLiteral("No.")};
+        kuma.setSlug(u"home"_s);
+        world.page.status = StatusPageError{u"No."_s};
         QVERIFY(world.isPolledAsRunning());
         QCOMPARE(world.notifier.authorizationRequests, 0);
         read(world, {});
         QCOMPARE(world.notifier.authorizationRequests, 1);
         read(world, {monitor(1, 1)});
-        kuma.setSlug(QStringLiteral("other"));
+        kuma.setSlug(u"other"_s);
         world.advance(60s);
         QCOMPARE(world.notifier.authorizationRequests, 1);
     }
@@ -184,5 +186,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestMonitorTransitions)
+ORVANEL_TEST(TestMonitorTransitions)
 #include "TestMonitorTransitions.moc"

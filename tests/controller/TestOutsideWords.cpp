@@ -2,9 +2,11 @@
 #include "controller/DatabaseError.h"
 #include "controller/ImageTag.h"
 #include "controller/PermissionDenied.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 Q_DECLARE_METATYPE(orvanel::CommandResult)
@@ -28,14 +30,14 @@ private Q_SLOTS:
             row(*word == '\0' ? "no word" : word, {.status = 0, .output = QString::fromLatin1(word) + u'\n'}, false,
                 false);
         }
-        const auto none = QStringLiteral("\nError: No such object: orvanel\n");
+        const auto none = u"\nError: No such object: orvanel\n"_s;
         row("absent", {.status = 1, .output = none}, true, true);
         row("absent, but late", {.status = 143, .output = none, .timedOut = true}, false, false);
         row("absent, but cancelled", {.status = 143, .output = none, .cancelled = true}, false, false);
-        row("a warning before", {.status = 0, .output = QStringLiteral("WARNING: running\nexited\n")}, false, true);
-        row("exited, but late", {.status = 0, .output = QStringLiteral("exited"), .timedOut = true}, false, false);
-        row("no daemon", {.status = 1, .output = QStringLiteral("Cannot connect to the Docker daemon")}, false, false);
-        row("no tool", {.status = -1, .output = QStringLiteral("Could not run /x/docker: no")}, false, false);
+        row("a warning before", {.status = 0, .output = u"WARNING: running\nexited\n"_s}, false, true);
+        row("exited, but late", {.status = 0, .output = u"exited"_s, .timedOut = true}, false, false);
+        row("no daemon", {.status = 1, .output = u"Cannot connect to the Docker daemon"_s}, false, false);
+        row("no tool", {.status = -1, .output = u"Could not run /x/docker: no"_s}, false, false);
     }
 
     void containerIsKnownToHaveEnded() {
@@ -70,11 +72,10 @@ private Q_SLOTS:
         failure("no such context", "unable to resolve docker endpoint: context \"x\": context not found", false);
         failure("no words", "", false);
         failure("a fault", "Error response from daemon: something went wrong", false);
-        const auto none = QStringLiteral("Error: No such object: orvanel");
+        const auto none = u"Error: No such object: orvanel"_s;
         QTest::newRow("late") << CommandResult{.status = 1, .output = none, .timedOut = true} << false;
         QTest::newRow("cancelled") << CommandResult{.status = 1, .output = none, .cancelled = true} << false;
-        QTest::newRow("no tool") << CommandResult{.status = -1, .output = QStringLiteral("Could not run /x: no")}
-                                 << false;
+        QTest::newRow("no tool") << CommandResult{.status = -1, .output = u"Could not run /x: no"_s} << false;
     }
 
     void dataIsOnlyTouchedWhenNoServerCanRun() {
@@ -124,10 +125,10 @@ private Q_SLOTS:
         QTest::newRow("as long as may be") << QString(128, u'x') << true;
         QTest::newRow("too long") << QString(129, u'x') << false;
         QTest::newRow("nothing") << QString() << false;
-        QTest::newRow("a line end after it") << QStringLiteral("2\n") << false;
-        QTest::newRow("another key") << QStringLiteral("2\n    privileged: true") << false;
-        QTest::newRow("letters of others") << QStringLiteral("версия") << false;
-        QTest::newRow("digits of others") << QStringLiteral("\u0662") << false;
+        QTest::newRow("a line end after it") << u"2\n"_s << false;
+        QTest::newRow("another key") << u"2\n    privileged: true"_s << false;
+        QTest::newRow("letters of others") << u"версия"_s << false;
+        QTest::newRow("digits of others") << u"\u0662"_s << false;
         for (const char* tag : {"-2", ".2", "2 ", " 2", "2:3", "2@sha256", "2/3", "2#x", "$TAG", "2+build", "{2}"}) {
             QTest::newRow(tag) << QString::fromLatin1(tag) << false;
         }
@@ -140,10 +141,9 @@ private Q_SLOTS:
 
     void databaseThatDidNotPassIsTold() {
         QVERIFY(!databaseError(std::nullopt));
-        QVERIFY(!databaseError(BackupResult{.path = QStringLiteral("/b"), .databaseProblem = std::nullopt}));
-        QCOMPARE(databaseError(BackupResult{.path = QStringLiteral("/b"), .databaseProblem = QStringLiteral("row 7")}),
-                 (OpError{QStringLiteral("The backup was made, but its database did not pass a check."),
-                          QStringLiteral("row 7")}));
+        QVERIFY(!databaseError(BackupResult{.path = u"/b"_s, .databaseProblem = std::nullopt}));
+        QCOMPARE(databaseError(BackupResult{.path = u"/b"_s, .databaseProblem = u"row 7"_s}),
+                 (OpError{u"The backup was made, but its database did not pass a check."_s, u"row 7"_s}));
     }
 
     void permissionDenied_data() {
@@ -191,5 +191,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestOutsideWords)
+ORVANEL_TEST(TestOutsideWords)
 #include "TestOutsideWords.moc"

@@ -1,8 +1,10 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -47,15 +49,14 @@ private Q_SLOTS:
         kuma.begin();
         world.settle();
         QVERIFY(!kuma.brewPath() && !kuma.colimaPath());
-        world.installedTools = {{QStringLiteral("brew"), QStringLiteral("/b/brew")},
-                                {QStringLiteral("colima"), QStringLiteral("/c/colima")}};
-        world.installedDocker = QStringLiteral("/new/docker");
+        world.installedTools = {{u"brew"_s, u"/b/brew"_s}, {u"colima"_s, u"/c/colima"_s}};
+        world.installedDocker = u"/new/docker"_s;
         world.advance(3s);
-        QCOMPARE(kuma.brewPath(), std::optional(QStringLiteral("/b/brew")));
-        QCOMPARE(kuma.colimaPath(), std::optional(QStringLiteral("/c/colima")));
-        QCOMPARE(kuma.dockerPath(), std::optional(QStringLiteral("/new/docker")));
+        QCOMPARE(kuma.brewPath(), std::optional(u"/b/brew"_s));
+        QCOMPARE(kuma.colimaPath(), std::optional(u"/c/colima"_s));
+        QCOMPARE(kuma.dockerPath(), std::optional(u"/new/docker"_s));
         QVERIFY(kuma.dockerState() == DockerState::ready);
-        QCOMPARE(world.commands().first().path, QStringLiteral("/new/docker"));
+        QCOMPARE(world.commands().first().path, u"/new/docker"_s);
         world.installedTools.clear();
         world.advance(3s);
         QVERIFY(!kuma.brewPath() && !kuma.colimaPath());
@@ -67,7 +68,7 @@ private Q_SLOTS:
         world.controller().begin();
         world.advance(6s);
         QCOMPARE(world.dockerSearches, 3);
-        world.installedDocker = QStringLiteral("/opt/bin/docker");
+        world.installedDocker = u"/opt/bin/docker"_s;
         world.advance(9s);
         QCOMPARE(world.dockerSearches, 4);
         QCOMPARE(world.toolSearches.size(), 12);
@@ -106,7 +107,7 @@ private Q_SLOTS:
         world.settle();
         QCOMPARE(world.commands().size(), 2);
         const Command& probe = world.commands().first();
-        QCOMPARE(probe.path, QStringLiteral("/opt/bin/docker"));
+        QCOMPARE(probe.path, u"/opt/bin/docker"_s);
         QCOMPARE(probe.arguments, names({"inspect", "-f", "{{.State.Status}}", "orvanel"}));
         QCOMPARE(probe.limit.count(), 10.0);
         const Command& compose = world.commands().last();
@@ -124,7 +125,7 @@ private Q_SLOTS:
         kuma.begin();
         world.settle();
         kuma.setPort(4000);
-        kuma.setDockerOverride(QStringLiteral("/mine/docker"));
+        kuma.setDockerOverride(u"/mine/docker"_s);
         QCOMPARE(kuma.port(), 4000);
         kuma.start();
         QVERIFY(kuma.busy().has_value());
@@ -136,12 +137,12 @@ private Q_SLOTS:
     void busyProgramIsLeftAlone() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
+        kuma.setSlug(u"home"_s);
         QVERIFY(world.isPolledAsRunning());
         world.takeCommands();
         const int searches = world.dockerSearches;
         world.toolSearches.clear();
-        world.installedTools = {{QStringLiteral("brew"), QStringLiteral("/b/brew")}};
+        world.installedTools = {{u"brew"_s, u"/b/brew"_s}};
         world.delay("inspect", 9s); // of the operation
         kuma.stop();
         world.advance(9s);
@@ -161,10 +162,10 @@ private Q_SLOTS:
     void overrideThatIsNoToolFallsBack() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setDockerOverride(QStringLiteral("/nowhere/docker"));
+        kuma.setDockerOverride(u"/nowhere/docker"_s);
         kuma.begin();
         world.settle();
-        QCOMPARE(kuma.dockerPath(), std::optional(QStringLiteral("/opt/bin/docker")));
+        QCOMPARE(kuma.dockerPath(), std::optional(u"/opt/bin/docker"_s));
         QVERIFY(kuma.dockerState() == DockerState::ready);
     }
 
@@ -173,15 +174,15 @@ private Q_SLOTS:
         QVERIFY(world.isPolledAsRunning());
         KumaController& kuma = world.controller();
         world.takeCommands();
-        world.installedDocker = QStringLiteral("/new/docker");
+        world.installedDocker = u"/new/docker"_s;
         world.delay("inspect", 2s);
         kuma.recheck();
         QVERIFY(kuma.dockerState() == DockerState::unknown);
         QVERIFY(!kuma.dockerPath());
-        QCOMPARE(kuma.statusLine(), QStringLiteral("Checking Docker…"));
+        QCOMPARE(kuma.statusLine(), u"Checking Docker…"_s);
         world.settle();
         QVERIFY(kuma.dockerState() == DockerState::notRunning);
-        QCOMPARE(kuma.dockerPath(), std::optional(QStringLiteral("/new/docker")));
+        QCOMPARE(kuma.dockerPath(), std::optional(u"/new/docker"_s));
         QCOMPARE(world.takeCommands(), names({"inspect"}));
         world.advance(2s);
         QVERIFY(kuma.dockerState() == DockerState::ready);
@@ -206,8 +207,8 @@ private Q_SLOTS:
     void rechecksMayOverlapAndTheLastAnswerWins() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        world.answer("inspect", 1, QStringLiteral("Cannot connect to the Docker daemon"), 1, 5s);
-        world.answer("inspect", 0, QStringLiteral("exited"), 1, 2s);
+        world.answer("inspect", 1, u"Cannot connect to the Docker daemon"_s, 1, 5s);
+        world.answer("inspect", 0, u"exited"_s, 1, 2s);
         kuma.begin();
         world.settle();
         kuma.recheck();
@@ -230,7 +231,7 @@ private Q_SLOTS:
         world.settle();
         QVERIFY(kuma.dockerState() == DockerState::unknown);
         QVERIFY(!kuma.dockerPath());
-        QCOMPARE(kuma.statusLine(), QStringLiteral("Stopping…"));
+        QCOMPARE(kuma.statusLine(), u"Stopping…"_s);
         QVERIFY(world.operationEnds());
         QVERIFY(kuma.dockerState() == DockerState::ready);
         QVERIFY(kuma.kuma() == KumaState::stopped);
@@ -263,8 +264,8 @@ private Q_SLOTS:
         ControllerFixture world;
         QVERIFY(world.isPolledAsRunning());
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
-        world.answer("inspect", 1, QStringLiteral("Cannot connect to the Docker daemon"), 1, 5s);
+        kuma.setSlug(u"home"_s);
+        world.answer("inspect", 1, u"Cannot connect to the Docker daemon"_s, 1, 5s);
         world.advance(3s);
         kuma.shutdownPolling();
         world.advance(5s);
@@ -278,7 +279,7 @@ private Q_SLOTS:
     void shutdownDuringARead() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
+        kuma.setSlug(u"home"_s);
         world.page.holdsReads = true;
         QVERIFY(world.isPolledAsRunning());
         world.takeCommands();
@@ -302,7 +303,7 @@ private Q_SLOTS:
         world.advance(5s);
         world.takeCommands();
         world.advance(30s);
-        QCOMPARE(world.takeCommands().count(QStringLiteral("inspect")), 10);
+        QCOMPARE(world.takeCommands().count(u"inspect"_s), 10);
     }
 
     void shutdownLetsAnOperationGoOn() {
@@ -322,5 +323,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestPolling)
+ORVANEL_TEST(TestPolling)
 #include "TestPolling.moc"

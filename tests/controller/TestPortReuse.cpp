@@ -1,11 +1,13 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -123,7 +125,7 @@ QCoro::Task<CommandResult> runWithPort(RunCommand run, ControllerFixture* world,
     CommandResult result = co_await run(path, arguments, limit, handle, onOutput);
     const bool isRunning = world->docker().container && world->docker().container->state == "running";
     if (isRunning && !published->isListening() && !published->start()) {
-        result = {.status = 1, .output = QStringLiteral("listen: address already in use")};
+        result = {.status = 1, .output = u"listen: address already in use"_s};
     } else if (!isRunning && published->isListening()) {
         published->stop();
         afterStop();
@@ -225,7 +227,7 @@ private Q_SLOTS:
         kuma.restart();
         QVERIFY(world.operationEnds());
         QVERIFY(other.get() >= 0);
-        const auto sentence = QStringLiteral("Port %1 is already in use by another program.").arg(published.port());
+        const auto sentence = u"Port %1 is already in use by another program."_s.arg(published.port());
         QVERIFY(kuma.error().has_value());
         QCOMPARE(kuma.error()->message, sentence);
         QVERIFY(kuma.kuma() == KumaState::stopped);
@@ -255,10 +257,10 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         QVERIFY(kuma.error().has_value());
-        QVERIFY(kuma.error()->message.endsWith(QStringLiteral("is already in use by another program.")));
+        QVERIFY(kuma.error()->message.endsWith(u"is already in use by another program."_s));
         QVERIFY(kuma.suggestedPort().has_value());
     }
 };
 
-QTEST_GUILESS_MAIN(TestPortReuse)
+ORVANEL_TEST(TestPortReuse)
 #include "TestPortReuse.moc"

@@ -1,17 +1,19 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto restartLoop = QStringLiteral("Uptime Kuma keeps restarting. Open the logs to see why.");
+const auto restartLoop = u"Uptime Kuma keeps restarting. Open the logs to see why."_s;
 
 /// An error that polling has nothing to do with.
 OpError raiseOtherError(ControllerFixture& world) {
-    world.loginItem.failure = QStringLiteral("No room.");
+    world.loginItem.failure = u"No room."_s;
     world.controller().setLaunchAtLogin(true);
     return world.controller().error().value();
 }
@@ -110,7 +112,7 @@ private Q_SLOTS:
             QCOMPARE(world.page.questions.size(), asksThePage ? 1 : 0);
             QVERIFY(!asksThePage || world.page.questions.first().port == 4567);
             if (kuma == int(KumaState::error)) {
-                QCOMPARE(controller.error(), (OpError{restartLoop, QStringLiteral("restarting")}));
+                QCOMPARE(controller.error(), (OpError{restartLoop, u"restarting"_s}));
             } else {
                 QCOMPARE(controller.error(), other);
             }
@@ -123,7 +125,7 @@ private Q_SLOTS:
         kuma.begin();
         world.settle();
         QCOMPARE(kuma.runtimeDetails(), QString());
-        const auto refusal = QStringLiteral("\npermission denied while trying to connect to the Docker daemon socket");
+        const auto refusal = u"\npermission denied while trying to connect to the Docker daemon socket"_s;
         world.answer("inspect", 1, refusal);
         world.advance(3s);
         QVERIFY(kuma.dockerState() == DockerState::notRunning);
@@ -141,12 +143,12 @@ private Q_SLOTS:
     void whatARefusingRuntimeSaysIsForgottenAtARecheck() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        world.answer("info", 1, QStringLiteral("Server:\nERROR: no"));
+        world.answer("info", 1, u"Server:\nERROR: no"_s);
         kuma.start();
         world.hang("inspect", 1);
         world.settle();
         QVERIFY(kuma.dockerState() == DockerState::notRunning);
-        QCOMPARE(kuma.runtimeDetails(), QStringLiteral("Server:\nERROR: no"));
+        QCOMPARE(kuma.runtimeDetails(), u"Server:\nERROR: no"_s);
         kuma.recheck();
         QCOMPARE(kuma.runtimeDetails(), QString());
         world.installedDocker.reset();
@@ -210,8 +212,8 @@ private Q_SLOTS:
         world.docker().container->state = "restarting";
         world.advance(3s);
         QVERIFY(kuma.kuma() == KumaState::error);
-        QCOMPARE(kuma.error(), (OpError{restartLoop, QStringLiteral("restarting")}));
-        QCOMPARE(kuma.statusLine(), QStringLiteral("Uptime Kuma has a problem"));
+        QCOMPARE(kuma.error(), (OpError{restartLoop, u"restarting"_s}));
+        QCOMPARE(kuma.statusLine(), u"Uptime Kuma has a problem"_s);
         // Running again, but silent: nobody knows yet.
         world.page.answers = false;
         world.docker().container->state = "running";
@@ -242,7 +244,7 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.begin();
         world.settle();
-        world.answer("inspect", 1, QStringLiteral("Cannot connect to the Docker daemon"), 1, 5s);
+        world.answer("inspect", 1, u"Cannot connect to the Docker daemon"_s, 1, 5s);
         world.advance(3s);
         QCOMPARE(world.underWay(), names({"inspect"}));
         world.delay("info", 12s);
@@ -263,7 +265,7 @@ private Q_SLOTS:
         world.settle();
         QVERIFY(kuma.kuma() == KumaState::running);
         // Asked before the stop, and told long after it.
-        world.answer("inspect", 0, QStringLiteral("running"), 1, 8s);
+        world.answer("inspect", 0, u"running"_s, 1, 8s);
         world.advance(3s);
         kuma.stop();
         QVERIFY(world.operationEnds());
@@ -313,11 +315,11 @@ private Q_SLOTS:
         kuma.begin();
         world.advance(9s);
         QVERIFY(!kuma.composeAvailable());
-        QVERIFY(!world.takeCommands().contains(QStringLiteral("compose version")));
+        QVERIFY(!world.takeCommands().contains(u"compose version"_s));
         world.docker().daemon = standin::Daemon::up;
         world.advance(30s);
         QCOMPARE(kuma.composeAvailable(), std::optional(true));
-        QCOMPARE(world.takeCommands().count(QStringLiteral("compose version")), 1);
+        QCOMPARE(world.takeCommands().count(u"compose version"_s), 1);
     }
 
     void failedProbeOfComposeIsRemembered_data() {
@@ -337,7 +339,7 @@ private Q_SLOTS:
         world.controller().begin();
         world.advance(60s);
         QCOMPARE(world.controller().composeAvailable(), std::optional(false));
-        QCOMPARE(world.takeCommands().count(QStringLiteral("compose version")), 1);
+        QCOMPARE(world.takeCommands().count(u"compose version"_s), 1);
     }
 
     void lateProbeOfComposeCountsThoughAnOperationBegan() {
@@ -356,31 +358,31 @@ private Q_SLOTS:
 
     void answersOfAToolThatWasReplacedAreDropped() {
         ControllerFixture world;
-        world.executables = {QStringLiteral("/mine/docker")};
+        world.executables = {u"/mine/docker"_s};
         KumaController& kuma = world.controller();
         kuma.begin();
         world.settle();
-        world.answer("inspect", 1, QStringLiteral("Cannot connect to the Docker daemon"), 1, 5s);
+        world.answer("inspect", 1, u"Cannot connect to the Docker daemon"_s, 1, 5s);
         world.advance(3s);
-        kuma.setDockerOverride(QStringLiteral("/mine/docker"));
+        kuma.setDockerOverride(u"/mine/docker"_s);
         world.advance(5s);
         QVERIFY(kuma.dockerState() == DockerState::ready); // not what the old tool says at last
         QVERIFY(!kuma.composeAvailable());
         world.advance(3s);
-        QCOMPARE(kuma.dockerPath(), std::optional(QStringLiteral("/mine/docker")));
+        QCOMPARE(kuma.dockerPath(), std::optional(u"/mine/docker"_s));
         QCOMPARE(kuma.composeAvailable(), std::optional(true));
-        QCOMPARE(world.commands().last().path, QStringLiteral("/mine/docker"));
+        QCOMPARE(world.commands().last().path, u"/mine/docker"_s);
     }
 
     void probeOfComposeOfAToolThatWasReplacedIsDropped() {
         ControllerFixture world;
-        world.executables = {QStringLiteral("/mine/docker")};
-        world.answer("compose version", 1, QStringLiteral("unknown command"), 1, 5s);
+        world.executables = {u"/mine/docker"_s};
+        world.answer("compose version", 1, u"unknown command"_s, 1, 5s);
         KumaController& kuma = world.controller();
         kuma.begin();
         world.settle();
         QCOMPARE(world.underWay(), names({"compose version"}));
-        kuma.setDockerOverride(QStringLiteral("/mine/docker"));
+        kuma.setDockerOverride(u"/mine/docker"_s);
         kuma.recheck();
         world.settle();
         QCOMPARE(kuma.composeAvailable(), std::optional(true));
@@ -389,5 +391,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestProbes)
+ORVANEL_TEST(TestProbes)
 #include "TestProbes.moc"

@@ -1,7 +1,9 @@
 #include "BackupClicks.h"
 #include "UpdateSteps.h"
+#include "support/TestClass.h"
 #include "task/TaskScope.h"
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -21,7 +23,7 @@ void requestOperation(ControllerFixture& world, const QString& operation) {
     if (operation == u"update") {
         confirmUpdate(world);
     } else if (operation == u"restore") {
-        restoreFrom(world, QStringLiteral("/home/ann/Backup.zip"));
+        restoreFrom(world, u"/home/ann/Backup.zip"_s);
     } else if (operation == u"restart") {
         world.controller().restart();
     } else {
@@ -58,7 +60,7 @@ private Q_SLOTS:
         QCOMPARE(storedTag(world), oldTag);
 
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error()->message, QStringLiteral("Cancelled."));
+        QCOMPARE(world.controller().error()->message, u"Cancelled."_s);
         verifyUntouched(world);
         QCOMPARE(world.restartProgram().imageTag(), oldTag);
     }
@@ -71,7 +73,7 @@ private Q_SLOTS:
         world.delay("compose version", 5s);
         world.settle();
         confirmUpdate(world);
-        QCOMPARE(world.underWay().last(), QStringLiteral("compose version"));
+        QCOMPARE(world.underWay().last(), u"compose version"_s);
         QCOMPARE(storedTag(world), newTag);
         world.controller().shutdownPolling();
         QCOMPARE(storedTag(world), oldTag);
@@ -84,10 +86,10 @@ private Q_SLOTS:
         prepareUpdate(world);
         world.hang("compose pull");
         confirmUpdate(world);
-        world.controller().setImageTag(QStringLiteral("nightly"));
+        world.controller().setImageTag(u"nightly"_s);
         world.controller().shutdownPolling();
-        verifyPinned(world, QStringLiteral("nightly"));
-        QCOMPARE(storedTag(world), QStringLiteral("nightly"));
+        verifyPinned(world, u"nightly"_s);
+        QCOMPARE(storedTag(world), u"nightly"_s);
     }
 
     void duringTheBackupBeforeAnUpdate() {
@@ -101,7 +103,7 @@ private Q_SLOTS:
         world.controller().shutdownPolling();
         world.backups.letGo();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Cancelled."), QString()}));
+        QCOMPARE(kuma.error(), (OpError{u"Cancelled."_s, QString()}));
         verifyUntouched(world);
         // Not for a moment, which might be the program's last one.
         QVERIFY(!tags.isEmpty() && !tags.contains(newTag));
@@ -142,14 +144,14 @@ private Q_SLOTS:
         QVERIFY(world.backups.holds ? world.backups.underWay == 1 : world.underWay() == QStringList(stage));
 
         TaskScope tasks;
-        tasks.start(quit(&kuma), QStringLiteral("quit"));
+        tasks.start(quit(&kuma), u"quit"_s);
         world.advance(1s);
         QCOMPARE(tasks.running(), 0);
         QCOMPARE(world.docker().container->state, std::string("exited"));
         world.backups.letGo();
         QVERIFY(world.operationEnds());
         QVERIFY(!world.docker().container || world.docker().container->state == "exited");
-        QCOMPARE(kuma.error()->message, QStringLiteral("Cancelled."));
+        QCOMPARE(kuma.error()->message, u"Cancelled."_s);
     }
 
     void nothingIsDownloaded() {
@@ -165,7 +167,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QVERIFY(world.docker().images.empty());
         QCOMPARE(world.docker().container->state, std::string("exited"));
-        QCOMPARE(kuma.error()->message, QStringLiteral("Cancelled."));
+        QCOMPARE(kuma.error()->message, u"Cancelled."_s);
     }
 
     void pollingThatBeginsAnewBringsUpAgain() {
@@ -185,7 +187,7 @@ private Q_SLOTS:
         world.delay("inspect", 5s, 1);
         confirmUpdate(world);
         world.advance(1s);
-        QCOMPARE(world.controller().busy(), QStringLiteral("Restarting with the new version…"));
+        QCOMPARE(world.controller().busy(), u"Restarting with the new version…"_s);
         world.controller().shutdownPolling();
         verifyPinned(world, newTag);
         QCOMPARE(storedTag(world), newTag);
@@ -194,5 +196,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestQuitDuringOperation)
+ORVANEL_TEST(TestQuitDuringOperation)
 #include "TestQuitDuringOperation.moc"

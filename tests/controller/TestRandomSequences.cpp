@@ -1,8 +1,10 @@
 #include "RandomSequence.h"
+#include "support/TestClass.h"
 
 #include <QFileInfo>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel::test;
 
 namespace {
@@ -12,24 +14,22 @@ constexpr std::uint64_t sequences = 2000;
 /// What must come about somewhere in that many sequences, or they show nothing.
 const QStringList& expected() {
     static const QStringList list =
-        QStringLiteral(
-            "info|inspect|image inspect|compose version|compose pull|pull|compose up|rm|run|compose stop|stop|"
-            "compose down|logs|back up|auto backup|restore|unknown|missing|not "
-            "running|ready|stopped|starting|running|failing|news|"
-            "a port error|Cancelled.|Docker did not answer in time.|Docker reported an error.|"
-            "Docker is not running.|Your disk is full. Free some space and try again.|"
-            "Docker could not reach the internet to download the image. Check your connection.|"
-            "Uptime Kuma keeps restarting. Open the logs to see why.|The backup failed.|"
-            "The restore failed. The disk is full.|The backup before the update failed, so nothing was changed.|"
-            "brew install|colima start|ps|Colima is not installed.|Colima could not start.|"
-            "Colima started but the Docker daemon is not answering.|"
-            "Homebrew could not install Colima and Docker.|"
-            "Homebrew is not installed, so the app cannot install Colima for you.|"
-            "The docker command line tool was not found after the install.|"
-            "The new version's name cannot be an image tag, so nothing was changed.|"
-            "The backup was made, but its database did not pass a check.|"
-            "The backup before the update did not pass a check, so nothing was changed.")
-            .split(u'|');
+        u"info|inspect|image inspect|compose version|compose pull|pull|compose up|rm|run|compose stop|stop|"
+        "compose down|logs|back up|auto backup|restore|unknown|missing|not "
+        "running|ready|stopped|starting|running|failing|news|"
+        "a port error|Cancelled.|Docker did not answer in time.|Docker reported an error.|"
+        "Docker is not running.|Your disk is full. Free some space and try again.|"
+        "Docker could not reach the internet to download the image. Check your connection.|"
+        "Uptime Kuma keeps restarting. Open the logs to see why.|The backup failed.|"
+        "The restore failed. The disk is full.|The backup before the update failed, so nothing was changed.|"
+        "brew install|colima start|ps|Colima is not installed.|Colima could not start.|"
+        "Colima started but the Docker daemon is not answering.|"
+        "Homebrew could not install Colima and Docker.|"
+        "Homebrew is not installed, so the app cannot install Colima for you.|"
+        "The docker command line tool was not found after the install.|"
+        "The new version's name cannot be an image tag, so nothing was changed.|"
+        "The backup was made, but its database did not pass a check.|"
+        "The backup before the update did not pass a check, so nothing was changed."_s.split(u'|');
     return list;
 }
 
@@ -47,11 +47,10 @@ class TestRandomSequences : public QObject {
         RandomSequence sequence(seed);
         const QString violation = sequence.run();
         if (isTold || !violation.isEmpty()) {
-            qInfo().noquote() << "steps:\n   " << sequence.trace().join(QStringLiteral("\n    "));
+            qInfo().noquote() << "steps:\n   " << sequence.trace().join(u"\n    "_s);
         }
         if (!violation.isEmpty()) {
-            qWarning().noquote() << "broken:" << violation << "- repeat it with"
-                                 << QStringLiteral("ORVANEL_SEED=%1").arg(seed);
+            qWarning().noquote() << "broken:" << violation << "- repeat it with" << u"ORVANEL_SEED=%1"_s.arg(seed);
         }
         m_seen.unite(sequence.seen());
         return violation.isEmpty();
@@ -60,7 +59,7 @@ class TestRandomSequences : public QObject {
 private Q_SLOTS:
     void initTestCase() {
         // The files of thousands of homes need never reach a disk.
-        const QString memory = QStringLiteral("/dev/shm");
+        const QString memory = u"/dev/shm"_s;
         if (QFileInfo(memory).isDir() && QFileInfo(memory).isWritable()) {
             qputenv("TMPDIR", QFile::encodeName(memory));
         }
@@ -72,7 +71,7 @@ private Q_SLOTS:
             return;
         }
         // The same ones each time, so that a test that passed passes again; ORVANEL_FIRST_SEED looks elsewhere.
-        const std::uint64_t first = qEnvironmentVariable("ORVANEL_FIRST_SEED", QStringLiteral("1")).toULongLong();
+        const std::uint64_t first = qEnvironmentVariable("ORVANEL_FIRST_SEED", u"1"_s).toULongLong();
         const std::uint64_t count = qEnvironmentVariableIsSet("ORVANEL_SEQUENCES")
                                         ? qEnvironmentVariable("ORVANEL_SEQUENCES").toULongLong()
                                         : sequences;
@@ -88,5 +87,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRandomSequences)
+ORVANEL_TEST(TestRandomSequences)
 #include "TestRandomSequences.moc"

@@ -3,12 +3,14 @@
 #include "standin/tools/StandInTools.h"
 #include "statuspage/StatusPageClient.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 #include "task/SystemClock.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTcpServer>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -37,9 +39,9 @@ public:
         };
         tools.change([this](standin::DockerState& state) {
             state.server = KumaServer::program().toStdString();
-            state.serverFolder = world.home.path(QStringLiteral("server")).toStdString();
+            state.serverFolder = world.home.path(u"server"_s).toStdString();
         });
-        QDir().mkpath(world.home.path(QStringLiteral("server")));
+        QDir().mkpath(world.home.path(u"server"_s));
         world.controller().setPort(freePortOfTheMachine());
     }
 
@@ -81,10 +83,10 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).details));
-        QCOMPARE(kuma.dockerPath(), std::optional(real.tools.path(QStringLiteral("docker"))));
-        QVERIFY(kuma.pullLog().contains(QStringLiteral("Pulling")));
-        QVERIFY(kuma.pullLog().contains(QStringLiteral("Downloading")));
-        QVERIFY(kuma.pullLog().contains(QStringLiteral("Pulled")));
+        QCOMPARE(kuma.dockerPath(), std::optional(real.tools.path(u"docker"_s)));
+        QVERIFY(kuma.pullLog().contains(u"Pulling"_s));
+        QVERIFY(kuma.pullLog().contains(u"Downloading"_s));
+        QVERIFY(kuma.pullLog().contains(u"Pulled"_s));
         QCOMPARE(real.tools.commands().mid(0, 6),
                  names({"info", "inspect", "image inspect", "compose version", "compose pull", "compose up"}));
         QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
@@ -92,18 +94,18 @@ private Q_SLOTS:
 
         // Its status page.
         world.home.write(
-            QStringLiteral("server/pages/home.json"),
+            u"server/pages/home.json"_s,
             R"({"config":{"title":"My page"},"publicGroupList":[{"name":"G","monitorList":[{"id":1,"name":"Web"}]}]})");
-        world.home.write(QStringLiteral("server/heartbeats/home.json"),
+        world.home.write(u"server/heartbeats/home.json"_s,
                          R"({"heartbeatList":{"1":[{"status":0,"ping":12}]},"uptimeList":{"1_24":0.5}})");
-        kuma.setSlug(QStringLiteral(" Home "));
+        kuma.setSlug(u" Home "_s);
         QVERIFY(real.polledUntil([&] { return kuma.lastStatusUpdate().has_value(); }));
-        QCOMPARE(kuma.statusTitle(), QStringLiteral("My page"));
+        QCOMPARE(kuma.statusTitle(), u"My page"_s);
         QVERIFY(kuma.health() == Health::someDown);
 
         const QString logs = await(kuma.fetchLogs());
         QVERIFY(!logs.isEmpty());
-        QVERIFY(!logs.startsWith(QStringLiteral("No logs")));
+        QVERIFY(!logs.startsWith(u"No logs"_s));
 
         kuma.restart();
         QVERIFY(world.operationEnds());
@@ -116,7 +118,7 @@ private Q_SLOTS:
         QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::stopped; }));
         QCOMPARE(real.tools.state().container->state, std::string("exited"));
 
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "x");
+        world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "x");
         kuma.removeEverything();
         world.dialogs.answerAll(true);
         world.settle();
@@ -125,7 +127,7 @@ private Q_SLOTS:
         QVERIFY(!real.tools.state().container);
         QVERIFY(!QFile::exists(kuma.dataDir()));
         const QString noLogs = await(kuma.fetchLogs());
-        QVERIFY(noLogs.contains(QStringLiteral("No such container")));
+        QVERIFY(noLogs.contains(u"No such container"_s));
     }
 
     void lifeWithoutCompose() {
@@ -146,9 +148,9 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QVERIFY(!real.tools.state().container);
         const QStringList commands = real.tools.commands();
-        QVERIFY(commands.contains(QStringLiteral("pull")) && commands.contains(QStringLiteral("run")));
+        QVERIFY(commands.contains(u"pull"_s) && commands.contains(u"run"_s));
         for (const QString& command : commands) {
-            QVERIFY(!command.startsWith(QStringLiteral("compose ")) || command == u"compose version");
+            QVERIFY(!command.startsWith(u"compose "_s) || command == u"compose version");
             QVERIFY(command != u"?");
         }
     }
@@ -164,8 +166,8 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::error; }));
-        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Uptime Kuma keeps restarting. Open the logs to see why."),
-                                        QStringLiteral("restarting")}));
+        QCOMPARE(kuma.error(),
+                 (OpError{u"Uptime Kuma keeps restarting. Open the logs to see why."_s, u"restarting"_s}));
         real.tools.change([](standin::DockerState& state) { state.crashLoop = 0; });
         kuma.restart();
         QVERIFY(world.operationEnds());
@@ -182,7 +184,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return kuma.pulling() && !kuma.pullLog().isEmpty(); }));
         kuma.cancelOperation();
         QVERIFY(waitUntil([&] { return !kuma.busy(); }));
-        QCOMPARE(kuma.error()->message, QStringLiteral("Cancelled."));
+        QCOMPARE(kuma.error()->message, u"Cancelled."_s);
         QVERIFY(real.tools.state().images.empty());
         QVERIFY(!real.tools.state().container);
     }
@@ -201,11 +203,11 @@ private Q_SLOTS:
     void toolThatAppearsAndGoes() {
         RealWorld real;
         KumaController& kuma = real.world.controller();
-        real.tools.remove(QStringLiteral("docker"));
+        real.tools.remove(u"docker"_s);
         QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::missing; }));
-        real.tools.put(QStringLiteral("docker"));
+        real.tools.put(u"docker"_s);
         QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
-        real.tools.remove(QStringLiteral("docker"));
+        real.tools.remove(u"docker"_s);
         QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::notRunning; }));
         kuma.recheck();
         QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::missing; }));
@@ -222,15 +224,15 @@ private Q_SLOTS:
         QFETCH(const QByteArray, kind);
         RealWorld real;
         KumaController& kuma = real.world.controller();
-        const QString override = real.world.home.path(QStringLiteral("my docker"));
+        const QString override = real.world.home.path(u"my docker"_s);
         if (kind == "folder") {
             QVERIFY(QDir().mkpath(override));
         } else if (kind == "file") {
-            real.world.home.write(QStringLiteral("my docker"), "#!/bin/sh\n");
+            real.world.home.write(u"my docker"_s, "#!/bin/sh\n");
         }
         kuma.setDockerOverride(override);
         QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
-        QCOMPARE(kuma.dockerPath(), std::optional(real.tools.path(QStringLiteral("docker"))));
+        QCOMPARE(kuma.dockerPath(), std::optional(real.tools.path(u"docker"_s)));
     }
 
     void overrideThatCanBeRunIsTaken() {
@@ -238,8 +240,8 @@ private Q_SLOTS:
         KumaController& kuma = real.world.controller();
         QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
         const QString script = real.world.home.write(
-            QStringLiteral("my docker"), "#!/bin/sh\necho Cannot connect to the Docker daemon\nexit 1\n", true);
-        kuma.setDockerOverride(QStringLiteral("  %1\n").arg(script));
+            u"my docker"_s, "#!/bin/sh\necho Cannot connect to the Docker daemon\nexit 1\n", true);
+        kuma.setDockerOverride(u"  %1\n"_s.arg(script));
         QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::notRunning; }));
         QCOMPARE(kuma.dockerPath(), std::optional(script));
         kuma.setDockerOverride(QString());
@@ -247,5 +249,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRealTools)
+ORVANEL_TEST(TestRealTools)
 #include "TestRealTools.moc"

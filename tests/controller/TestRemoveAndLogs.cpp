@@ -1,15 +1,17 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QFile>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto starting = QStringLiteral("Starting Uptime Kuma…");
+const auto starting = u"Starting Uptime Kuma…"_s;
 
 void confirmRemoval(ControllerFixture& world) {
     world.controller().removeEverything();
@@ -29,25 +31,25 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         world.takeCommands();
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "precious");
         kuma.removeEverything();
         QCOMPARE(world.dialogs.questions.size(), 1);
         const Alert& alert = world.dialogs.questions.first().alert;
         QVERIFY(alert.style == Alert::Style::Critical);
-        QCOMPARE(alert.message, QStringLiteral("Remove everything?"));
+        QCOMPARE(alert.message, u"Remove everything?"_s);
         QCOMPARE(alert.informativeText,
-                 QStringLiteral("This removes the Uptime Kuma container and permanently deletes all your monitors and "
-                                "history in this folder:\n\n") +
-                     kuma.dataDir() + QStringLiteral("\n\nThis cannot be undone."));
-        QCOMPARE(alert.confirmButton, QStringLiteral("Delete Everything"));
-        QCOMPARE(alert.cancelButton, QStringLiteral("Cancel"));
+                 u"This removes the Uptime Kuma container and permanently deletes all your monitors and "
+                 "history in this folder:\n\n"_s +
+                     kuma.dataDir() + u"\n\nThis cannot be undone."_s);
+        QCOMPARE(alert.confirmButton, u"Delete Everything"_s);
+        QCOMPARE(alert.cancelButton, u"Cancel"_s);
         world.advance(60s);
         QVERIFY(!kuma.busy());
         world.dialogs.answerAll(false);
         world.settle();
         QVERIFY(!kuma.busy());
         QVERIFY(world.takeCommands().isEmpty());
-        QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+        QVERIFY(QFile::exists(kuma.dataDir() + u"/kuma.db"_s));
     }
 
     void removeEverything_data() {
@@ -63,19 +65,19 @@ private Q_SLOTS:
         world.docker().compose = compose;
         world.page.status = statusPage({monitor(1, 1)});
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
+        kuma.setSlug(u"home"_s);
         kuma.start();
         QVERIFY(world.operationEnds());
         kuma.begin();
         world.settle();
         QCOMPARE(kuma.monitors().size(), 1);
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/upload/logo.png"), "x");
+        world.home.write(u".local/share/Orvanel/data/upload/logo.png"_s, "x");
         world.takeCommands();
         const qsizetype before = world.commands().size();
         // Without it all could have been done by now: the data goes on another thread.
         world.delay("inspect", 1s, 1);
         confirmRemoval(world);
-        QCOMPARE(kuma.busy(), QStringLiteral("Removing…"));
+        QCOMPARE(kuma.busy(), u"Removing…"_s);
         QVERIFY(world.operationEnds());
         QTEST(world.takeCommands().mid(0, 3), "commands");
         QCOMPARE(world.commands().at(before + 1).limit.count(), 90.0);
@@ -101,9 +103,9 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         world.docker().container->owner = standin::Owner::plain;
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "precious");
         if (rmFails) {
-            world.answer("rm", 1, QStringLiteral("no"));
+            world.answer("rm", 1, u"no"_s);
         }
         world.takeCommands();
         confirmRemoval(world);
@@ -127,12 +129,12 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
-        world.answer(compose ? "compose down" : "rm", 1, QStringLiteral("no"));
+        world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "precious");
+        world.answer(compose ? "compose down" : "rm", 1, u"no"_s);
         confirmRemoval(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no")}));
-        QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+        QCOMPARE(kuma.error(), (OpError{u"Docker reported an error."_s, u"no"_s}));
+        QVERIFY(QFile::exists(kuma.dataDir() + u"/kuma.db"_s));
         QVERIFY(world.docker().container.has_value());
     }
 
@@ -147,7 +149,7 @@ private Q_SLOTS:
         QVERIFY(kuma.busy().has_value());
         world.advance(1ms);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, QStringLiteral("Docker did not answer in time."));
+        QCOMPARE(kuma.error()->message, u"Docker did not answer in time."_s);
         QVERIFY(QFile::exists(kuma.dataDir()));
     }
 
@@ -155,10 +157,10 @@ private Q_SLOTS:
         ControllerFixture world;
         KumaController& kuma = world.controller();
         for (const bool isDockerThere : {true, false}) {
-            world.installedDocker = isDockerThere ? std::optional(QStringLiteral("/opt/bin/docker")) : std::nullopt;
+            world.installedDocker = isDockerThere ? std::optional(u"/opt/bin/docker"_s) : std::nullopt;
             kuma.recheck();
             QVERIFY(world.everythingEnds());
-            world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "x");
+            world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "x");
             world.takeCommands();
             confirmRemoval(world);
             QVERIFY(world.operationEnds());
@@ -172,9 +174,9 @@ private Q_SLOTS:
         QTest::addColumn<bool>("answers");
         QTest::addColumn<QString>("output");
         QTest::addColumn<QString>("details");
-        const auto refusal = QStringLiteral("permission denied while trying to connect to the Docker daemon socket");
+        const auto refusal = u"permission denied while trying to connect to the Docker daemon socket"_s;
         QTest::newRow("refused") << true << refusal << refusal;
-        QTest::newRow("no answer") << false << QString() << QStringLiteral("Docker did not answer in time.");
+        QTest::newRow("no answer") << false << QString() << u"Docker did not answer in time."_s;
     }
 
     void removalThatCannotLookKeepsTheData() {
@@ -185,7 +187,7 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "precious");
         if (answers) {
             world.answer("inspect", 1, output);
         } else {
@@ -194,9 +196,8 @@ private Q_SLOTS:
         confirmRemoval(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.error(),
-                 (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was deleted."),
-                          details}));
-        QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+                 (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was deleted."_s, details}));
+        QVERIFY(QFile::exists(kuma.dataDir() + u"/kuma.db"_s));
         QVERIFY(world.docker().container.has_value());
     }
 
@@ -205,7 +206,7 @@ private Q_SLOTS:
         ControllerFixture world;
         standin::addContainer(world.docker(), "running");
         const KumaController& kuma = world.controller();
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "precious");
         confirmRemoval(world);
         QVERIFY(world.operationEnds());
         QVERIFY(!world.docker().container);
@@ -226,7 +227,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QVERIFY(QFile::remove(kuma.composeURL()));
         if (isThere) {
-            world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml"), "services: [");
+            world.home.write(u".local/share/Orvanel/docker-compose.yml"_s, "services: [");
         }
         confirmRemoval(world);
         QVERIFY(world.operationEnds());
@@ -241,21 +242,21 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
-        world.answer("inspect", 1, QStringLiteral("permission denied while trying to connect"), 1, 5s);
+        world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "precious");
+        world.answer("inspect", 1, u"permission denied while trying to connect"_s, 1, 5s);
         confirmRemoval(world);
-        kuma.setDockerOverride(QStringLiteral("/elsewhere/docker"));
+        kuma.setDockerOverride(u"/elsewhere/docker"_s);
         QVERIFY(!kuma.dockerPath());
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.error()->message.endsWith(QStringLiteral("Nothing was deleted.")));
-        QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+        QVERIFY(kuma.error()->message.endsWith(u"Nothing was deleted."_s));
+        QVERIFY(QFile::exists(kuma.dataDir() + u"/kuma.db"_s));
 
         kuma.recheck();
         QVERIFY(world.everythingEnds());
         world.answerAsUsual();
         world.delay("inspect", 5s, 1);
         confirmRemoval(world);
-        kuma.setDockerOverride(QStringLiteral("/elsewhere/too/docker"));
+        kuma.setDockerOverride(u"/elsewhere/too/docker"_s);
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
         QVERIFY(!world.docker().container);
@@ -267,13 +268,12 @@ private Q_SLOTS:
         world.installedDocker = std::nullopt;
         const KumaController& kuma = world.controller();
         world.listeningPorts = {kuma.port()};
-        world.home.write(QStringLiteral(".local/share/Orvanel/data/kuma.db"), "precious");
+        world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "precious");
         confirmRemoval(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(),
-                 (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was deleted."),
-                          QStringLiteral("Docker was not found, and port 3001 is in use.")}));
-        QVERIFY(QFile::exists(kuma.dataDir() + QStringLiteral("/kuma.db")));
+        QCOMPARE(kuma.error(), (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was deleted."_s,
+                                        u"Docker was not found, and port 3001 is in use."_s}));
+        QVERIFY(QFile::exists(kuma.dataDir() + u"/kuma.db"_s));
     }
 
     void removalConfirmedDuringAnotherOperationIsDropped() {
@@ -296,7 +296,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QString>("output");
         QTest::addColumn<QString>("text");
-        const auto none = QStringLiteral("No logs. The container may not exist yet.");
+        const auto none = u"No logs. The container may not exist yet."_s;
         QTest::newRow("lines") << 0 << "one\ntwo\n"
                                << "one\ntwo\n";
         QTest::newRow("as they are") << 0 << "\x1b[36m  <b>\x1b[0m\n\n"
@@ -323,7 +323,7 @@ private Q_SLOTS:
 
     void logsWithoutATool() {
         ControllerFixture world;
-        QCOMPARE(await(world.controller().fetchLogs()), QStringLiteral("Docker was not found."));
+        QCOMPARE(await(world.controller().fetchLogs()), u"Docker was not found."_s);
         QVERIFY(world.commands().isEmpty());
     }
 
@@ -335,7 +335,7 @@ private Q_SLOTS:
         world.advance(14999ms);
         QVERIFY(!logs.isReady());
         world.advance(1ms);
-        QCOMPARE(await(std::move(logs)), QStringLiteral("No logs. The container may not exist yet."));
+        QCOMPARE(await(std::move(logs)), u"No logs. The container may not exist yet."_s);
     }
 
     void logsDuringAnOperation() {
@@ -346,10 +346,10 @@ private Q_SLOTS:
         world.delay("compose stop", 5s);
         kuma.stop();
         world.settle();
-        QCOMPARE(await(kuma.fetchLogs()), QStringLiteral("hello\n"));
-        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QCOMPARE(await(kuma.fetchLogs()), u"hello\n"_s);
+        QCOMPARE(kuma.busy(), u"Stopping…"_s);
     }
 };
 
-QTEST_GUILESS_MAIN(TestRemoveAndLogs)
+ORVANEL_TEST(TestRemoveAndLogs)
 #include "TestRemoveAndLogs.moc"

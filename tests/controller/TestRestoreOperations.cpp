@@ -1,16 +1,18 @@
 #include "BackupClicks.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto restoring = QStringLiteral("Restoring backup…");
-const auto zip = QStringLiteral("/home/ann/Backup.zip");
+const auto restoring = u"Restoring backup…"_s;
+const auto zip = u"/home/ann/Backup.zip"_s;
 
 } // namespace
 
@@ -25,8 +27,8 @@ private Q_SLOTS:
         kuma.restoreBackup();
         QCOMPARE(world.dialogs.openPanels.size(), 1);
         const OpenPanel panel = world.dialogs.openPanels.first();
-        QCOMPARE(panel.title, QStringLiteral("Choose a backup to restore"));
-        QCOMPARE(panel.message, QStringLiteral("Choose a backup folder or a .zip file made by Back up now."));
+        QCOMPARE(panel.title, u"Choose a backup to restore"_s);
+        QCOMPARE(panel.message, u"Choose a backup folder or a .zip file made by Back up now."_s);
         QVERIFY(panel.filesAllowed && panel.foldersAllowed);
         choosePath(world, std::nullopt);
         kuma.restoreBackup();
@@ -38,13 +40,13 @@ private Q_SLOTS:
         QCOMPARE(world.dialogs.questions.size(), 1);
         const Alert alert = world.dialogs.questions.first().alert;
         QVERIFY(alert.style == Alert::Style::Warning);
-        QCOMPARE(alert.message, QStringLiteral("Restore this backup?"));
+        QCOMPARE(alert.message, u"Restore this backup?"_s);
         QCOMPARE(alert.informativeText,
-                 QStringLiteral("Uptime Kuma will be stopped and the data in\n") + kuma.dataDir() +
-                     QStringLiteral("\nwill be replaced by the backup. The current data is kept once in the Backups "
-                                    "folder, then Uptime Kuma starts again."));
-        QCOMPARE(alert.confirmButton, QStringLiteral("Restore"));
-        QCOMPARE(alert.cancelButton, QStringLiteral("Cancel"));
+                 u"Uptime Kuma will be stopped and the data in\n"_s + kuma.dataDir() +
+                     u"\nwill be replaced by the backup. The current data is kept once in the Backups "
+                     "folder, then Uptime Kuma starts again."_s);
+        QCOMPARE(alert.confirmButton, u"Restore"_s);
+        QCOMPARE(alert.cancelButton, u"Cancel"_s);
         confirm(world, false);
         QVERIFY(world.everythingEnds());
         QVERIFY(world.backups.jobs.isEmpty());
@@ -66,10 +68,10 @@ private Q_SLOTS:
         world.backups.letGo();
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
-        QCOMPARE(stateAtWork, QStringLiteral("exited"));
+        QCOMPARE(stateAtWork, u"exited"_s);
         QCOMPARE(world.backups.jobs.size(), 1);
         QCOMPARE(world.backups.jobs.first().arguments,
-                 (QStringList{zip, kuma.dataDir(), world.applicationSupport + QStringLiteral("/Orvanel/Backups")}));
+                 (QStringList{zip, kuma.dataDir(), world.applicationSupport + u"/Orvanel/Backups"_s}));
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "inspect", "inspect",
                                               "info", "inspect", "image inspect", "compose up", "inspect"}));
         QVERIFY(kuma.kuma() == KumaState::running);
@@ -88,13 +90,12 @@ private Q_SLOTS:
     void restoreWhoseStopFailsLeavesTheData() {
         ControllerFixture world;
         startServer(world);
-        world.answer("compose stop", 1, QStringLiteral("no"));
-        world.answer("stop", 1, QStringLiteral("never"));
+        world.answer("compose stop", 1, u"no"_s);
+        world.answer("stop", 1, u"never"_s);
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QCOMPARE(world.controller().error(),
-                 (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("never")}));
+        QCOMPARE(world.controller().error(), (OpError{u"Docker reported an error."_s, u"never"_s}));
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
     }
 
@@ -103,7 +104,7 @@ private Q_SLOTS:
         ControllerFixture world;
         startServer(world);
         world.docker().container->owner = standin::Owner::plain;
-        world.answer("stop", 1, QStringLiteral("never"));
+        world.answer("stop", 1, u"never"_s);
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
@@ -115,11 +116,11 @@ private Q_SLOTS:
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("output");
         QTest::addColumn<QString>("details");
-        const auto refusal = QStringLiteral("permission denied while trying to connect to the Docker daemon socket");
+        const auto refusal = u"permission denied while trying to connect to the Docker daemon socket"_s;
         QTest::newRow("refused") << 1 << refusal << refusal;
-        QTest::newRow("no answer") << -1 << QString() << QStringLiteral("Docker did not answer in time.");
-        QTest::newRow("no words") << 1 << QString() << QStringLiteral("Docker reported an error.");
-        QTest::newRow("a fault") << 125 << QStringLiteral("context not found") << QStringLiteral("context not found");
+        QTest::newRow("no answer") << -1 << QString() << u"Docker did not answer in time."_s;
+        QTest::newRow("no words") << 1 << QString() << u"Docker reported an error."_s;
+        QTest::newRow("a fault") << 125 << u"context not found"_s << u"context not found"_s;
     }
 
     void restoreReplacesNothingWhenItCannotLook() {
@@ -137,15 +138,14 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
         QCOMPARE(world.controller().error(),
-                 (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."),
-                          details}));
+                 (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was restored."_s, details}));
         QCOMPARE(world.docker().container->state, std::string("running"));
         QVERIFY(!world.controller().busy());
     }
 
     void restoreWithoutADaemonGoesOn() {
         ControllerFixture world;
-        const auto words = QStringLiteral("Cannot connect to the Docker daemon at unix:///x. Is the daemon running?");
+        const auto words = u"Cannot connect to the Docker daemon at unix:///x. Is the daemon running?"_s;
         world.answer("inspect", 1, words);
         world.answer("info", 1, words);
         restoreFrom(world, zip);
@@ -157,28 +157,27 @@ private Q_SLOTS:
     /// Containers may live on without their daemon.
     void restoreReplacesNothingWhileSomebodyHoldsThePort() {
         ControllerFixture world;
-        const auto words = QStringLiteral("Cannot connect to the Docker daemon at unix:///x. Is the daemon running?");
+        const auto words = u"Cannot connect to the Docker daemon at unix:///x. Is the daemon running?"_s;
         world.answer("inspect", 1, words);
         world.listeningPorts.insert(world.controller().port());
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QCOMPARE(
-            world.controller().error(),
-            (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."), words}));
+        QCOMPARE(world.controller().error(),
+                 (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was restored."_s, words}));
     }
 
     void anotherToolChosenDuringTheLookChangesNothing() {
         ControllerFixture world;
         startServer(world);
         // The stop learns nothing, and the look before the restore is refused as well.
-        world.answer("inspect", 1, QStringLiteral("permission denied while trying to connect"), -1, 5s);
+        world.answer("inspect", 1, u"permission denied while trying to connect"_s, -1, 5s);
         restoreFrom(world, zip);
         world.advance(6s);
-        world.controller().setDockerOverride(QStringLiteral("/elsewhere/docker"));
+        world.controller().setDockerOverride(u"/elsewhere/docker"_s);
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QVERIFY(world.controller().error()->message.endsWith(QStringLiteral("Nothing was restored.")));
+        QVERIFY(world.controller().error()->message.endsWith(u"Nothing was restored."_s));
     }
 
     /// The tool may lie where only the setting told, and the server goes on without it.
@@ -190,8 +189,8 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
         QCOMPARE(world.controller().error(),
-                 (OpError{QStringLiteral("Could not make sure that Uptime Kuma is stopped. Nothing was restored."),
-                          QStringLiteral("Docker was not found, and port 3001 is in use.")}));
+                 (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was restored."_s,
+                          u"Docker was not found, and port 3001 is in use."_s}));
     }
 
     /// A daemon that is only restarted brings its containers up again while the backup is unpacked.
@@ -203,8 +202,8 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QVERIFY(!world.controller().error());
         const QStringList commands = world.takeCommands();
-        QCOMPARE(commands.count(QStringLiteral("compose stop")), 2);
-        QVERIFY(commands.lastIndexOf(QStringLiteral("compose stop")) < commands.indexOf(QStringLiteral("compose up")));
+        QCOMPARE(commands.count(u"compose stop"_s), 2);
+        QVERIFY(commands.lastIndexOf(u"compose stop"_s) < commands.indexOf(u"compose up"_s));
     }
 
     void restoreGoesOnWhenTheBackupBeforeItFailed() {
@@ -215,15 +214,15 @@ private Q_SLOTS:
         restoreFrom(world, zip);
         world.backups.onWork = [&](const ScriptedBackups::Job& job) {
             world.backups.failure.reset();
-            if (job.kind == QStringLiteral("back up")) {
-                world.backups.failure = QStringLiteral("The disk is full.");
+            if (job.kind == u"back up"_s) {
+                world.backups.failure = u"The disk is full."_s;
             }
         };
         world.backups.letGo();
         QVERIFY(world.operationEnds());
         QCOMPARE(world.backups.jobs.size(), 2);
         QCOMPARE(world.docker().container->state, std::string("running"));
-        QCOMPARE(world.controller().error()->message, QStringLiteral("The backup failed."));
+        QCOMPARE(world.controller().error()->message, u"The backup failed."_s);
     }
 
     void restoreWithoutAToolGoesOn() {
@@ -246,7 +245,7 @@ private Q_SLOTS:
         };
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
-        QCOMPARE(stateAtWork, QStringLiteral("exited"));
+        QCOMPARE(stateAtWork, u"exited"_s);
     }
 
     void restoreLetsTheServerRunWhileABackupIsMade() {
@@ -266,11 +265,11 @@ private Q_SLOTS:
         ControllerFixture world;
         startServer(world);
         const KumaController& kuma = world.controller();
-        const auto reason = QStringLiteral("That folder does not look like an Uptime Kuma data folder (no kuma.db).");
+        const auto reason = u"That folder does not look like an Uptime Kuma data folder (no kuma.db)."_s;
         world.backups.failure = reason;
-        restoreFrom(world, QStringLiteral("/home/ann/Folder"));
+        restoreFrom(world, u"/home/ann/Folder"_s);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{QStringLiteral("The restore failed. ") + reason, reason}));
+        QCOMPARE(kuma.error(), (OpError{u"The restore failed. "_s + reason, reason}));
         QVERIFY(kuma.kuma() == KumaState::stopped);
         QCOMPARE(world.docker().container->state, std::string("exited"));
     }
@@ -285,7 +284,7 @@ private Q_SLOTS:
         kuma.stop();
         world.settle();
         confirm(world);
-        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QCOMPARE(kuma.busy(), u"Stopping…"_s);
         QVERIFY(world.operationEnds());
         QVERIFY(world.everythingEnds());
         QVERIFY(world.backups.jobs.isEmpty());
@@ -316,12 +315,12 @@ private Q_SLOTS:
         QFETCH(const QString, what);
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        const auto program = QStringLiteral(".local/share/Orvanel/");
-        const auto kept = QStringLiteral("before-restore-2026-01-02-030405");
-        const auto work = QStringLiteral(".orvanel-01234567-89AB-CDEF-0123-456789ABCDEF/");
-        world.home.write(program + work + QStringLiteral("restoring"), "data/" + kept.toUtf8());
-        world.home.write(program + work + QStringLiteral("data/kuma.db"), "half");
-        world.home.write(program + QStringLiteral("Backups/") + kept + QStringLiteral("/kuma.db"), "the data");
+        const auto program = u".local/share/Orvanel/"_s;
+        const auto kept = u"before-restore-2026-01-02-030405"_s;
+        const auto work = u".orvanel-01234567-89AB-CDEF-0123-456789ABCDEF/"_s;
+        world.home.write(program + work + u"restoring"_s, "data/" + kept.toUtf8());
+        world.home.write(program + work + u"data/kuma.db"_s, "half");
+        world.home.write(program + u"Backups/"_s + kept + u"/kuma.db"_s, "the data");
         if (what == u"program") {
             kuma.begin();
             world.settle();
@@ -330,7 +329,7 @@ private Q_SLOTS:
         } else {
             kuma.revealDataFolder();
         }
-        QFile file(kuma.dataDir() + QStringLiteral("/kuma.db"));
+        QFile file(kuma.dataDir() + u"/kuma.db"_s);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), QByteArray("the data"));
     }
@@ -347,5 +346,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRestoreOperations)
+ORVANEL_TEST(TestRestoreOperations)
 #include "TestRestoreOperations.moc"

@@ -5,9 +5,11 @@
 #include "controller/MonitorTransitions.h"
 #include "controller/StatusLine.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <thread>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -19,7 +21,7 @@ namespace {
 
 using Status = std::optional<std::int64_t>;
 
-MonitorRow row(std::int64_t id, Status status, const QString& name = QStringLiteral("Web")) {
+MonitorRow row(std::int64_t id, Status status, const QString& name = u"Web"_s) {
     return {.id = id, .name = name, .group = {}, .status = status, .ping = {}, .uptime24 = {}};
 }
 
@@ -31,8 +33,8 @@ QList<MonitorRow> rowsOf(const QList<Status>& statuses) {
     return rows;
 }
 
-const auto down = QStringLiteral("Uptime Kuma reports this monitor as down.");
-const auto back = QStringLiteral("This monitor is up again.");
+const auto down = u"Uptime Kuma reports this monitor as down."_s;
+const auto back = u"This monitor is up again."_s;
 
 } // namespace
 
@@ -42,8 +44,7 @@ class TestRules : public QObject {
 
 private Q_SLOTS:
     void composeTextIsExact() {
-        const QString expected =
-            QStringLiteral(R"(# Written by Orvanel. Image tag and port come from the app's settings.
+        const QString expected = uR"(# Written by Orvanel. Image tag and port come from the app's settings.
 services:
   uptime-kuma:
     image: louislam/uptime-kuma:2
@@ -53,10 +54,10 @@ services:
       - "127.0.0.1:3001:3001"
     volumes:
       - ./data:/app/data
-)");
-        QCOMPARE(composeText(QStringLiteral("2"), 3001), expected);
-        QCOMPARE(composeText(QStringLiteral("2"), 3001).count(u'\n'), 10);
-        QVERIFY(!composeText(QStringLiteral("2"), 3001).contains(u'\t'));
+)"_s;
+        QCOMPARE(composeText(u"2"_s, 3001), expected);
+        QCOMPARE(composeText(u"2"_s, 3001).count(u'\n'), 10);
+        QVERIFY(!composeText(u"2"_s, 3001).contains(u'\t'));
     }
 
     void composeTextTakesTagAndPortAsTheyAre_data() {
@@ -122,26 +123,22 @@ services:
         using D = DockerState;
         using K = KumaState;
         const QList<Status> none;
-        QTest::newRow("unknown") << D::unknown << K::running << QList<Status>{1} << QStringLiteral("Checking Docker…");
-        QTest::newRow("missing") << D::missing << K::running << QList<Status>{1}
-                                 << QStringLiteral("Docker is not installed");
-        QTest::newRow("not running") << D::notRunning << K::error << none << QStringLiteral("Docker is not running");
-        QTest::newRow("stopped") << D::ready << K::stopped << QList<Status>{1}
-                                 << QStringLiteral("Uptime Kuma is stopped");
-        QTest::newRow("starting") << D::ready << K::starting << none << QStringLiteral("Uptime Kuma is starting…");
-        QTest::newRow("error") << D::ready << K::error << none << QStringLiteral("Uptime Kuma has a problem");
-        QTest::newRow("no monitors") << D::ready << K::running << none << QStringLiteral("Uptime Kuma is running");
-        QTest::newRow("three up") << D::ready << K::running << QList<Status>{1, 1, 1}
-                                  << QStringLiteral("All 3 monitors up");
-        QTest::newRow("one up") << D::ready << K::running << QList<Status>{1} << QStringLiteral("All 1 monitors up");
-        QTest::newRow("one down") << D::ready << K::running << QList<Status>{1, 0, 1} << QStringLiteral("1 down, 2 up");
-        QTest::newRow("all down") << D::ready << K::running << QList<Status>{0, 0} << QStringLiteral("2 down, 0 up");
-        QTest::newRow("pending only") << D::ready << K::running << QList<Status>{2}
-                                      << QStringLiteral("All 0 monitors up");
+        QTest::newRow("unknown") << D::unknown << K::running << QList<Status>{1} << u"Checking Docker…"_s;
+        QTest::newRow("missing") << D::missing << K::running << QList<Status>{1} << u"Docker is not installed"_s;
+        QTest::newRow("not running") << D::notRunning << K::error << none << u"Docker is not running"_s;
+        QTest::newRow("stopped") << D::ready << K::stopped << QList<Status>{1} << u"Uptime Kuma is stopped"_s;
+        QTest::newRow("starting") << D::ready << K::starting << none << u"Uptime Kuma is starting…"_s;
+        QTest::newRow("error") << D::ready << K::error << none << u"Uptime Kuma has a problem"_s;
+        QTest::newRow("no monitors") << D::ready << K::running << none << u"Uptime Kuma is running"_s;
+        QTest::newRow("three up") << D::ready << K::running << QList<Status>{1, 1, 1} << u"All 3 monitors up"_s;
+        QTest::newRow("one up") << D::ready << K::running << QList<Status>{1} << u"All 1 monitors up"_s;
+        QTest::newRow("one down") << D::ready << K::running << QList<Status>{1, 0, 1} << u"1 down, 2 up"_s;
+        QTest::newRow("all down") << D::ready << K::running << QList<Status>{0, 0} << u"2 down, 0 up"_s;
+        QTest::newRow("pending only") << D::ready << K::running << QList<Status>{2} << u"All 0 monitors up"_s;
         QTest::newRow("codes that count in neither")
-            << D::ready << K::running << QList<Status>{0, 1, 2, 3, std::nullopt, 7} << QStringLiteral("1 down, 1 up");
+            << D::ready << K::running << QList<Status>{0, 1, 2, 3, std::nullopt, 7} << u"1 down, 1 up"_s;
         QTest::newRow("plain decimals") << D::ready << K::running << QList<Status>(1234, 1)
-                                        << QStringLiteral("All 1234 monitors up");
+                                        << u"All 1234 monitors up"_s;
     }
 
     void statusLine() {
@@ -150,8 +147,7 @@ services:
         QFETCH(const QList<Status>, statuses);
         QTEST(statusLineOf(std::nullopt, dockerState, kuma, rowsOf(statuses)), "line");
         // Whatever the rest says, an operation under way comes first, and so does one without words.
-        QCOMPARE(statusLineOf(QStringLiteral("Stopping…"), dockerState, kuma, rowsOf(statuses)),
-                 QStringLiteral("Stopping…"));
+        QCOMPARE(statusLineOf(u"Stopping…"_s, dockerState, kuma, rowsOf(statuses)), u"Stopping…"_s);
         QCOMPARE(statusLineOf(QString(), dockerState, kuma, rowsOf(statuses)), QString());
     }
 
@@ -182,10 +178,10 @@ services:
     }
 
     void cappedLogNeverCutsACharacterInTwo() {
-        const QString face = QStringLiteral("😀");
+        const QString face = u"😀"_s;
         QCOMPARE(face.size(), qsizetype(2));
         // The cut falls inside a pair: between the halves of the pairs with the odd start, but not with the even one.
-        const QString odd = appendCapped(QStringLiteral("a") + face.repeated(15000), QStringLiteral("z"));
+        const QString odd = appendCapped(u"a"_s + face.repeated(15000), u"z"_s);
         QCOMPARE(odd.size(), qsizetype(19999));
         QVERIFY(odd.startsWith(face));
         QVERIFY(odd.endsWith(u'z'));
@@ -206,10 +202,10 @@ services:
             for (const Status after : codes) {
                 QList<MonitorNews> expected;
                 if (before == 1 && after == 0) {
-                    expected.append({QStringLiteral("Web is down"), down});
+                    expected.append({u"Web is down"_s, down});
                 }
                 if (before == 0 && after == 1) {
-                    expected.append({QStringLiteral("Web is back up"), back});
+                    expected.append({u"Web is back up"_s, back});
                 }
                 QCOMPARE(monitorNews(statusesOf({row(5, before)}), {row(5, after)}), expected);
             }
@@ -223,17 +219,14 @@ services:
 
     void newsComeInTheOrderOfTheRows() {
         const MonitorStatuses before{{1, 1}, {2, 0}, {3, 1}};
-        const QList<MonitorRow> rows{row(3, 0, QStringLiteral("Mail")), row(1, 1, QStringLiteral("Web")),
-                                     row(2, 1, QStringLiteral("100%1 <b>"))};
-        QCOMPARE(monitorNews(before, rows), (QList<MonitorNews>{{QStringLiteral("Mail is down"), down},
-                                                                {QStringLiteral("100%1 <b> is back up"), back}}));
+        const QList<MonitorRow> rows{row(3, 0, u"Mail"_s), row(1, 1, u"Web"_s), row(2, 1, u"100%1 <b>"_s)};
+        QCOMPARE(monitorNews(before, rows),
+                 (QList<MonitorNews>{{u"Mail is down"_s, down}, {u"100%1 <b> is back up"_s, back}}));
     }
 
     void newsOfAMonitorListedTwiceCompareEachRowWithTheOldValue() {
-        const QList<MonitorRow> rows{row(1, 0, QStringLiteral("A")), row(1, 1, QStringLiteral("B")),
-                                     row(1, 0, QStringLiteral("C"))};
-        QCOMPARE(monitorNews({{1, 1}}, rows),
-                 (QList<MonitorNews>{{QStringLiteral("A is down"), down}, {QStringLiteral("C is down"), down}}));
+        const QList<MonitorRow> rows{row(1, 0, u"A"_s), row(1, 1, u"B"_s), row(1, 0, u"C"_s)};
+        QCOMPARE(monitorNews({{1, 1}}, rows), (QList<MonitorNews>{{u"A is down"_s, down}, {u"C is down"_s, down}}));
     }
 
     void idsMayBeLarge() {
@@ -256,9 +249,9 @@ services:
         QVERIFY(log.isEmpty()); // nothing on the child's thread
         drainEvents();
         QCOMPARE(log, expected);
-        feed(QStringLiteral("more"));
+        feed(u"more"_s);
         drainEvents();
-        QVERIFY(log.endsWith(QStringLiteral("999\nmore")));
+        QVERIFY(log.endsWith(u"999\nmore"_s));
     }
 
     void feedHoldsAFloodInBounds() {
@@ -275,14 +268,14 @@ services:
             for (int i = 0; i < 100000; ++i) {
                 feed(line + u'\n');
             }
-            feed(QStringLiteral("the end"));
+            feed(u"the end"_s);
         });
         child.join();
         drainEvents();
         // All of it came while this thread did not look: one call brings what counts.
         QCOMPARE(calls, 1);
         QVERIFY(longest <= 2 * cappedLogLimit);
-        QVERIFY(log.endsWith(QStringLiteral("x\nthe end")));
+        QVERIFY(log.endsWith(u"x\nthe end"_s));
     }
 
     void feedDeliversBesideAWorkingChild() {
@@ -294,7 +287,7 @@ services:
         });
         std::thread child([&] {
             for (int i = 0; i < 2000; ++i) {
-                feed(QStringLiteral("%1\n").arg(i));
+                feed(u"%1\n"_s.arg(i));
             }
         });
         const bool arrived = waitUntil([&] { return lines.size() == 2000; });
@@ -306,5 +299,5 @@ services:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRules)
+ORVANEL_TEST(TestRules)
 #include "TestRules.moc"

@@ -1,7 +1,9 @@
 #include "RuntimeWorld.h"
+#include "support/TestClass.h"
 
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -12,35 +14,34 @@ class TestRuntimeSetup : public QObject {
 
 private Q_SLOTS:
     void runtimeThatAnswersIsOnlyLookedAt() {
-        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("colima")});
+        RuntimeWorld world({u"docker"_s, u"colima"_s});
         world.docker().compose = false;
         world.look();
-        QCOMPARE(world.controller().dockerPath(), QStringLiteral("/opt/bin/docker"));
+        QCOMPARE(world.controller().dockerPath(), u"/opt/bin/docker"_s);
         QCOMPARE(world.controller().composeAvailable(), false);
         world.takeCommands();
         const qsizetype before = world.commands().size();
         // Another tool, with compose, has come meanwhile: it is found though the first one was known.
-        world.installedDocker = QStringLiteral("/newer/docker");
+        world.installedDocker = u"/newer/docker"_s;
         world.docker().compose = true;
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.takeCommands(),
-                 QStringList({QStringLiteral("info"), QStringLiteral("inspect"), QStringLiteral("compose version")}));
+        QCOMPARE(world.takeCommands(), QStringList({u"info"_s, u"inspect"_s, u"compose version"_s}));
         for (const Command& command : world.commands().sliced(before)) {
-            QCOMPARE(command.path, QStringLiteral("/newer/docker"));
+            QCOMPARE(command.path, u"/newer/docker"_s);
         }
         QVERIFY(world.controller().dockerState() == DockerState::ready);
-        QCOMPARE(world.controller().dockerPath(), QStringLiteral("/newer/docker"));
+        QCOMPARE(world.controller().dockerPath(), u"/newer/docker"_s);
         QCOMPARE(world.controller().composeAvailable(), true);
         QVERIFY(world.controller().setupLog().isEmpty());
         QVERIFY(!world.controller().setupBusy() && !world.controller().error());
     }
 
     void installsThenStartsThenWaits() {
-        RuntimeWorld world({QStringLiteral("brew")});
+        RuntimeWorld world({u"brew"_s});
         world.docker().daemon = standin::Daemon::down;
         world.docker().colimaDelay = 2;
-        world.answer("brew install", 0, QStringLiteral("poured\n"));
+        world.answer("brew install", 0, u"poured\n"_s);
         QStringList steps;
         connect(&world.controller(), &KumaController::changed, this, [&] {
             const QString step = world.controller().setupBusy().value_or(QString());
@@ -48,33 +49,30 @@ private Q_SLOTS:
                 steps.append(step);
             }
             if (step == brewStep) {
-                world.install(QStringLiteral("docker"));
-                world.install(QStringLiteral("colima"));
+                world.install(u"docker"_s);
+                world.install(u"colima"_s);
             }
         });
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
         world.controller().disconnect(this);
 
-        QCOMPARE(world.takeCommands(),
-                 QStringList({QStringLiteral("brew install"), QStringLiteral("info"), QStringLiteral("colima start"),
-                              QStringLiteral("ps"), QStringLiteral("ps"), QStringLiteral("ps"),
-                              QStringLiteral("inspect"), QStringLiteral("compose version")}));
+        QCOMPARE(world.takeCommands(), QStringList({u"brew install"_s, u"info"_s, u"colima start"_s, u"ps"_s, u"ps"_s,
+                                                    u"ps"_s, u"inspect"_s, u"compose version"_s}));
         QCOMPARE(steps, QStringList({brewStep, colimaStep, QString()}));
         QVERIFY(!world.controller().error());
         QVERIFY(world.controller().dockerState() == DockerState::ready);
         const QString log = world.controller().setupLog();
-        QVERIFY2(log.startsWith(QStringLiteral("$ brew install colima docker\npoured\n$ colima start\n")),
-                 qPrintable(log));
+        QVERIFY2(log.startsWith(u"$ brew install colima docker\npoured\n$ colima start\n"_s), qPrintable(log));
     }
 
     void limitsAndHandles() {
-        RuntimeWorld world({QStringLiteral("brew")});
+        RuntimeWorld world({u"brew"_s});
         world.docker().daemon = standin::Daemon::down;
-        world.answer("brew install", 0, QStringLiteral("poured\n"));
+        world.answer("brew install", 0, u"poured\n"_s);
         connect(&world.controller(), &KumaController::changed, this, [&] {
-            world.install(QStringLiteral("docker"));
-            world.install(QStringLiteral("colima"));
+            world.install(u"docker"_s);
+            world.install(u"colima"_s);
         });
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
@@ -84,29 +82,28 @@ private Q_SLOTS:
         for (const Command& command : world.commands()) {
             byName.insert(command.name(), command);
         }
-        const Command brew = byName.value(QStringLiteral("brew install"));
-        QCOMPARE(brew.arguments,
-                 QStringList({QStringLiteral("install"), QStringLiteral("colima"), QStringLiteral("docker")}));
+        const Command brew = byName.value(u"brew install"_s);
+        QCOMPARE(brew.arguments, QStringList({u"install"_s, u"colima"_s, u"docker"_s}));
         QCOMPARE(brew.limit.count(), 1800.0);
         QVERIFY(brew.handle && brew.isWatched);
-        const Command start = byName.value(QStringLiteral("colima start"));
+        const Command start = byName.value(u"colima start"_s);
         QCOMPARE(start.limit.count(), 900.0);
         QVERIFY(start.handle == brew.handle && start.isWatched);
-        QCOMPARE(byName.value(QStringLiteral("info")).limit.count(), 15.0);
-        QVERIFY(!byName.value(QStringLiteral("info")).handle);
-        QCOMPARE(byName.value(QStringLiteral("ps")).limit.count(), 10.0);
-        QVERIFY(!byName.value(QStringLiteral("ps")).handle);
+        QCOMPARE(byName.value(u"info"_s).limit.count(), 15.0);
+        QVERIFY(!byName.value(u"info"_s).handle);
+        QCOMPARE(byName.value(u"ps"_s).limit.count(), 10.0);
+        QVERIFY(!byName.value(u"ps"_s).handle);
     }
 
     void installIsNeededWithoutDockerToo() {
-        RuntimeWorld world({QStringLiteral("brew"), QStringLiteral("colima")});
-        world.answer("brew install", 0, QStringLiteral("nothing new\n"));
+        RuntimeWorld world({u"brew"_s, u"colima"_s});
+        world.answer("brew install", 0, u"nothing new\n"_s);
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.takeCommands(), QStringList(QStringLiteral("brew install")));
-        QCOMPARE(world.message(), QStringLiteral("The docker command line tool was not found after the install."));
+        QCOMPARE(world.takeCommands(), QStringList(u"brew install"_s));
+        QCOMPARE(world.message(), u"The docker command line tool was not found after the install."_s);
         QCOMPARE(world.details(), world.controller().setupLog());
-        QVERIFY(world.details().contains(QStringLiteral("nothing new")));
+        QVERIFY(world.details().contains(u"nothing new"_s));
     }
 
     void withoutHomebrew() {
@@ -114,43 +111,42 @@ private Q_SLOTS:
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
         QVERIFY(world.commands().isEmpty());
-        QCOMPARE(world.message(),
-                 QStringLiteral("Homebrew is not installed, so the app cannot install Colima for you."));
+        QCOMPARE(world.message(), u"Homebrew is not installed, so the app cannot install Colima for you."_s);
         QVERIFY(world.details().isEmpty());
     }
 
     void failedInstall() {
-        RuntimeWorld world({QStringLiteral("brew")});
-        world.answer("brew install", 1, QStringLiteral("no bottle\n"));
+        RuntimeWorld world({u"brew"_s});
+        world.answer("brew install", 1, u"no bottle\n"_s);
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.message(), QStringLiteral("Homebrew could not install Colima and Docker."));
-        QCOMPARE(world.details(), QStringLiteral("no bottle\n"));
-        QVERIFY(world.controller().setupLog().contains(QStringLiteral("no bottle")));
+        QCOMPARE(world.message(), u"Homebrew could not install Colima and Docker."_s);
+        QCOMPARE(world.details(), u"no bottle\n"_s);
+        QVERIFY(world.controller().setupLog().contains(u"no bottle"_s));
         QVERIFY(!world.controller().setupBusy());
     }
 
     void installThatTakesTooLong() {
-        RuntimeWorld world({QStringLiteral("brew")});
-        world.hang("brew install", -1, QStringLiteral("fetching\n"));
+        RuntimeWorld world({u"brew"_s});
+        world.hang("brew install", -1, u"fetching\n"_s);
         world.controller().installAndStartRuntime();
         world.advance(1799s);
         QCOMPARE(world.controller().setupBusy(), brewStep);
         world.advance(1s);
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.message(), QStringLiteral("Homebrew could not install Colima and Docker."));
-        QCOMPARE(world.details(), QStringLiteral("fetching\n"));
+        QCOMPARE(world.message(), u"Homebrew could not install Colima and Docker."_s);
+        QCOMPARE(world.details(), u"fetching\n"_s);
     }
 
     void cancelDuringTheInstall() {
-        RuntimeWorld world({QStringLiteral("brew")});
-        world.hang("brew install", -1, QStringLiteral("fetching\n"));
+        RuntimeWorld world({u"brew"_s});
+        world.hang("brew install", -1, u"fetching\n"_s);
         world.controller().installAndStartRuntime();
         world.advance(5s);
         world.controller().cancelSetup();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.message(), QStringLiteral("Cancelled."));
-        QCOMPARE(world.details(), QStringLiteral("fetching\n"));
+        QCOMPARE(world.message(), u"Cancelled."_s);
+        QCOMPARE(world.details(), u"fetching\n"_s);
         QVERIFY(!world.controller().setupBusy());
         // Idle again: another setup may begin.
         world.answerAsUsual();
@@ -161,31 +157,31 @@ private Q_SLOTS:
     }
 
     void cancelThatComesAsTheInstallEnds() {
-        RuntimeWorld world({QStringLiteral("brew")});
-        world.answer("brew install", 0, QStringLiteral("poured\n"), -1, 5s);
+        RuntimeWorld world({u"brew"_s});
+        world.answer("brew install", 0, u"poured\n"_s, -1, 5s);
         // The tool takes no notice of the signal and ends well all the same.
         world.docker().overrides.back().ignoresTerm = true;
         world.controller().installAndStartRuntime();
         world.advance(1s);
         world.controller().cancelSetup();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.resultOf(QStringLiteral("brew install")).status, 0);
-        QCOMPARE(world.message(), QStringLiteral("Cancelled."));
-        QCOMPARE(world.details(), QStringLiteral("poured\n"));
-        QCOMPARE(world.takeCommands(), QStringList(QStringLiteral("brew install")));
+        QCOMPARE(world.resultOf(u"brew install"_s).status, 0);
+        QCOMPARE(world.message(), u"Cancelled."_s);
+        QCOMPARE(world.details(), u"poured\n"_s);
+        QCOMPARE(world.takeCommands(), QStringList(u"brew install"_s));
     }
 
     void secondRequestIsIgnored() {
         // With docker, so that a start of the runtime has something to run.
-        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("brew")});
+        RuntimeWorld world({u"docker"_s, u"brew"_s});
         world.look();
         QVERIFY(world.controller().dockerPath());
-        world.hang("brew install", -1, QStringLiteral("fetching\n"));
+        world.hang("brew install", -1, u"fetching\n"_s);
         world.controller().installAndStartRuntime();
         world.advance(1s);
         world.takeCommands();
         const QString log = world.controller().setupLog();
-        QCOMPARE(log, QStringLiteral("$ brew install colima docker\nfetching\n"));
+        QCOMPARE(log, u"$ brew install colima docker\nfetching\n"_s);
         world.controller().installAndStartRuntime();
         world.controller().startRuntime();
         world.advance(1s);
@@ -194,14 +190,14 @@ private Q_SLOTS:
         // The first one can still be cancelled.
         world.controller().cancelSetup();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.message(), QStringLiteral("Cancelled."));
+        QCOMPARE(world.message(), u"Cancelled."_s);
     }
 
     void errorOfTheProgramEndsTheSetup_data() {
         QTest::addColumn<QStringList>("tools");
         QTest::addColumn<QString>("command");
-        QTest::newRow("install") << QStringList(QStringLiteral("brew")) << "install";
-        QTest::newRow("start") << QStringList({QStringLiteral("docker"), QStringLiteral("colima")}) << "info";
+        QTest::newRow("install") << QStringList(u"brew"_s) << "install";
+        QTest::newRow("start") << QStringList({u"docker"_s, u"colima"_s}) << "info";
     }
 
     void errorOfTheProgramEndsTheSetup() {
@@ -218,8 +214,7 @@ private Q_SLOTS:
         };
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.controller().error(),
-                 (OpError{QStringLiteral("Orvanel ran into an error of its own."), QStringLiteral("out of luck")}));
+        QCOMPARE(world.controller().error(), (OpError{u"Orvanel ran into an error of its own."_s, u"out of luck"_s}));
         QVERIFY(!world.controller().setupBusy());
         // Idle again: another setup may begin.
         world.runner = usual;
@@ -230,26 +225,26 @@ private Q_SLOTS:
     }
 
     void logIsCapped() {
-        RuntimeWorld world({QStringLiteral("brew")});
-        const QString output = QString(40000, QLatin1Char('x')) + QStringLiteral("the end\n");
+        RuntimeWorld world({u"brew"_s});
+        const QString output = QString(40000, u'x') + u"the end\n"_s;
         world.answer("brew install", 1, output);
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
         QCOMPARE(world.controller().setupLog().size(), 20000);
-        QVERIFY(world.controller().setupLog().endsWith(QStringLiteral("the end\n")));
+        QVERIFY(world.controller().setupLog().endsWith(u"the end\n"_s));
         QCOMPARE(world.details(), output);
     }
 
     void theEndOfPollingEndsTheSetup() {
-        RuntimeWorld world({QStringLiteral("brew")});
+        RuntimeWorld world({u"brew"_s});
         world.hang("brew install");
         world.controller().installAndStartRuntime();
         world.advance(1s);
         world.controller().shutdownPolling();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.message(), QStringLiteral("Cancelled."));
+        QCOMPARE(world.message(), u"Cancelled."_s);
     }
 };
 
-QTEST_GUILESS_MAIN(TestRuntimeSetup)
+ORVANEL_TEST(TestRuntimeSetup)
 #include "TestRuntimeSetup.moc"

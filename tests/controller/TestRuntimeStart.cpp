@@ -1,6 +1,8 @@
 #include "RuntimeWorld.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -11,7 +13,7 @@ class TestRuntimeStart : public QObject {
 
 private Q_SLOTS:
     void startWithoutDockerDoesNothing() {
-        RuntimeWorld world({QStringLiteral("colima")});
+        RuntimeWorld world({u"colima"_s});
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
         const auto error = world.controller().error();
@@ -24,14 +26,14 @@ private Q_SLOTS:
     }
 
     void startWithoutColima() {
-        RuntimeWorld world({QStringLiteral("docker")});
+        RuntimeWorld world({u"docker"_s});
         world.docker().daemon = standin::Daemon::down;
         world.controller().begin();
         world.settle();
         world.controller().startRuntime();
         world.advance(1s);
-        QCOMPARE(world.message(), QStringLiteral("Colima is not installed."));
-        QVERIFY2(world.details().contains(QStringLiteral("Cannot connect")), qPrintable(world.details()));
+        QCOMPARE(world.message(), u"Colima is not installed."_s);
+        QVERIFY2(world.details().contains(u"Cannot connect"_s), qPrintable(world.details()));
         world.controller().shutdownPolling();
         QVERIFY(world.setupEnds());
     }
@@ -44,9 +46,9 @@ private Q_SLOTS:
 
     void colimaThatCannotStart() {
         QFETCH(const bool, hangs);
-        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("colima")});
+        RuntimeWorld world({u"docker"_s, u"colima"_s});
         world.docker().daemon = standin::Daemon::down;
-        const auto output = QStringLiteral("no virtual machines here\n");
+        const auto output = u"no virtual machines here\n"_s;
         if (hangs) {
             world.hang("colima start", -1, output);
         } else {
@@ -55,14 +57,14 @@ private Q_SLOTS:
         world.controller().installAndStartRuntime();
         world.advance(901s);
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.message(), QStringLiteral("Colima could not start."));
+        QCOMPARE(world.message(), u"Colima could not start."_s);
         QCOMPARE(world.details(), output);
-        QCOMPARE(world.resultOf(QStringLiteral("colima start")).timedOut, hangs);
+        QCOMPARE(world.resultOf(u"colima start"_s).timedOut, hangs);
         QVERIFY(world.controller().dockerState() != DockerState::ready);
     }
 
     void startsAndWaits() {
-        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("colima")});
+        RuntimeWorld world({u"docker"_s, u"colima"_s});
         world.docker().daemon = standin::Daemon::down;
         world.docker().colimaDelay = 2;
         world.look();
@@ -84,9 +86,8 @@ private Q_SLOTS:
         QVERIFY(world.controller().dockerState() == DockerState::ready);
         QVERIFY(!world.controller().error() && !world.controller().setupBusy());
         QCOMPARE(world.controller().composeAvailable(), true);
-        QCOMPARE(world.controller().setupLog(),
-                 QStringLiteral("$ colima start\n") + world.resultOf(QStringLiteral("colima start")).output);
-        QVERIFY(world.controller().setupLog().endsWith(QStringLiteral("msg=done\n")));
+        QCOMPARE(world.controller().setupLog(), u"$ colima start\n"_s + world.resultOf(u"colima start"_s).output);
+        QVERIFY(world.controller().setupLog().endsWith(u"msg=done\n"_s));
     }
 
     void cancelDuringTheStart_data() {
@@ -97,9 +98,9 @@ private Q_SLOTS:
 
     void cancelDuringTheStart() {
         QFETCH(const bool, ignoresTheSignal);
-        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("colima")});
+        RuntimeWorld world({u"docker"_s, u"colima"_s});
         world.docker().daemon = standin::Daemon::down;
-        const auto output = QStringLiteral("starting\n");
+        const auto output = u"starting\n"_s;
         if (ignoresTheSignal) {
             world.answer("colima start", 0, output, -1, 5s);
             world.docker().overrides.back().ignoresTerm = true;
@@ -112,11 +113,11 @@ private Q_SLOTS:
         QCOMPARE(world.controller().setupBusy(), colimaStep);
         world.controller().cancelSetup();
         QVERIFY(world.setupEnds());
-        const CommandResult result = world.resultOf(QStringLiteral("colima start"));
+        const CommandResult result = world.resultOf(u"colima start"_s);
         QVERIFY(result.cancelled && (result.status == 0) == ignoresTheSignal);
-        QCOMPARE(world.controller().error(), (OpError{QStringLiteral("Cancelled."), output}));
+        QCOMPARE(world.controller().error(), (OpError{u"Cancelled."_s, output}));
         QVERIFY(!world.controller().setupBusy());
-        QVERIFY(!world.takeCommands().contains(QStringLiteral("ps")));
+        QVERIFY(!world.takeCommands().contains(u"ps"_s));
         // Idle again: another setup may begin.
         world.answerAsUsual();
         world.controller().startRuntime();
@@ -132,7 +133,7 @@ private Q_SLOTS:
 
     void toolChosenMeanwhileIsNotCalledReady() {
         QFETCH(const bool, isUp);
-        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("colima")});
+        RuntimeWorld world({u"docker"_s, u"colima"_s});
         world.docker().daemon = standin::Daemon::down;
         world.docker().colimaDelay = 3;
         world.look();
@@ -142,9 +143,9 @@ private Q_SLOTS:
         }
         world.controller().startRuntime();
         world.advance(1s);
-        world.executables = {QStringLiteral("/mine/docker")};
-        world.answer("inspect", 1, QStringLiteral("Cannot connect to the Docker daemon"));
-        world.controller().setDockerOverride(QStringLiteral("/mine/docker"));
+        world.executables = {u"/mine/docker"_s};
+        world.answer("inspect", 1, u"Cannot connect to the Docker daemon"_s);
+        world.controller().setDockerOverride(u"/mine/docker"_s);
         QList<DockerState> states;
         connect(&world.controller(), &KumaController::changed, this,
                 [&] { states.append(world.controller().dockerState()); });
@@ -152,13 +153,13 @@ private Q_SLOTS:
         world.controller().disconnect(this);
         QVERIFY(!states.isEmpty() && !states.contains(DockerState::ready));
         // The one that was chosen is looked at all the same.
-        QCOMPARE(world.commands().last().path, QStringLiteral("/mine/docker"));
+        QCOMPARE(world.commands().last().path, u"/mine/docker"_s);
         QVERIFY(world.controller().dockerState() == DockerState::notRunning);
-        QVERIFY(world.takeCommands().contains(QStringLiteral("ps")) != isUp);
+        QVERIFY(world.takeCommands().contains(u"ps"_s) != isUp);
     }
 
     void secondRequestIsIgnored() {
-        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("colima")});
+        RuntimeWorld world({u"docker"_s, u"colima"_s});
         world.docker().daemon = standin::Daemon::down;
         world.look();
         world.hang("colima start");
@@ -169,28 +170,28 @@ private Q_SLOTS:
         world.controller().installAndStartRuntime();
         world.advance(1s);
         QCOMPARE(world.takeCommands(), QStringList());
-        QCOMPARE(world.controller().setupLog(), QStringLiteral("$ colima start\n"));
+        QCOMPARE(world.controller().setupLog(), u"$ colima start\n"_s);
         world.controller().cancelSetup();
         QVERIFY(world.setupEnds());
     }
 
     void daemonThatNeverAnswers() {
-        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("colima")});
+        RuntimeWorld world({u"docker"_s, u"colima"_s});
         world.docker().daemon = standin::Daemon::down;
         world.docker().colimaDelay = -1;
         world.controller().installAndStartRuntime();
         const auto begun = world.clock.now();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.takeCommands().count(QStringLiteral("ps")), 10);
+        QCOMPARE(world.takeCommands().count(u"ps"_s), 10);
         QVERIFY(world.clock.now() - begun >= 20s);
-        QCOMPARE(world.message(), QStringLiteral("Colima started but the Docker daemon is not answering."));
-        const auto isStart = [](const Command& command) { return command.name() == QStringLiteral("colima start"); };
+        QCOMPARE(world.message(), u"Colima started but the Docker daemon is not answering."_s);
+        const auto isStart = [](const Command& command) { return command.name() == u"colima start"_s; };
         const auto start = std::find_if(world.commands().begin(), world.commands().end(), isStart);
         QCOMPARE(world.details(), start->result->output);
     }
 
     void cancelDuringTheWaitOnlyCutsThePauses() {
-        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("colima")});
+        RuntimeWorld world({u"docker"_s, u"colima"_s});
         world.docker().daemon = standin::Daemon::down;
         world.docker().colimaDelay = -1;
         world.controller().installAndStartRuntime();
@@ -203,12 +204,12 @@ private Q_SLOTS:
             return world.controller().isIdle();
         }));
         QVERIFY(world.clock.now() - cancelled < 1s);
-        QCOMPARE(world.takeCommands().count(QStringLiteral("ps")), 10);
-        QCOMPARE(world.message(), QStringLiteral("Colima started but the Docker daemon is not answering."));
+        QCOMPARE(world.takeCommands().count(u"ps"_s), 10);
+        QCOMPARE(world.message(), u"Colima started but the Docker daemon is not answering."_s);
     }
 
     void runsBesideAContainerOperation() {
-        RuntimeWorld world({QStringLiteral("docker"), QStringLiteral("colima"), QStringLiteral("brew")});
+        RuntimeWorld world({u"docker"_s, u"colima"_s, u"brew"_s});
         world.delay("compose up", 20s);
         world.controller().start();
         world.advance(5s);
@@ -222,5 +223,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRuntimeStart)
+ORVANEL_TEST(TestRuntimeStart)
 #include "TestRuntimeStart.moc"

@@ -1,10 +1,12 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QFile>
 #include <QSignalSpy>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -12,7 +14,7 @@ using namespace std::chrono_literals;
 namespace {
 
 void writeSettings(const ControllerFixture& world, const QByteArray& lines) {
-    world.home.write(QStringLiteral(".config/Orvanel/Orvanel.conf"), "[General]\n" + lines);
+    world.home.write(u".config/Orvanel/Orvanel.conf"_s, "[General]\n" + lines);
 }
 
 /// The settings as the next start of the program reads them.
@@ -20,7 +22,7 @@ std::unique_ptr<SettingsStore> stored(const ControllerFixture& world) {
     return std::make_unique<SettingsStore>(world.settingsFile);
 }
 
-const auto cannotSave = QStringLiteral("The settings could not be saved.");
+const auto cannotSave = u"The settings could not be saved."_s;
 
 } // namespace
 
@@ -35,7 +37,7 @@ private Q_SLOTS:
         QCOMPARE(kuma.slug(), QString());
         QCOMPARE(kuma.stopOnQuit(), false);
         QCOMPARE(kuma.dockerOverride(), QString());
-        QCOMPARE(kuma.imageTag(), QStringLiteral("2"));
+        QCOMPARE(kuma.imageTag(), u"2"_s);
         QCOMPARE(kuma.hasSeenGuide(), false);
         QVERIFY(!QFile::exists(world.settingsFile));
     }
@@ -54,7 +56,7 @@ private Q_SLOTS:
         QVERIFY(!kuma.latestVersion() && !kuma.releaseURL() && !kuma.updateMessage());
         QVERIFY(kuma.monitors().isEmpty());
         QVERIFY(kuma.health() == Health::inactive);
-        QCOMPARE(kuma.statusLine(), QStringLiteral("Checking Docker…"));
+        QCOMPARE(kuma.statusLine(), u"Checking Docker…"_s);
         QVERIFY(kuma.isIdle());
         // Making it searches for nothing, runs nothing and asks nobody.
         world.settle();
@@ -94,47 +96,47 @@ private Q_SLOTS:
                              "hasSeenGuide=true\nsomethingElse=5\n");
         const KumaController& kuma = world.controller();
         QCOMPARE(kuma.port(), 3001);
-        QCOMPARE(kuma.slug(), QStringLiteral("home"));
+        QCOMPARE(kuma.slug(), u"home"_s);
         QCOMPARE(kuma.stopOnQuit(), false);
         QCOMPARE(kuma.dockerOverride(), QString());
-        QCOMPARE(kuma.imageTag(), QStringLiteral("2.5.3"));
+        QCOMPARE(kuma.imageTag(), u"2.5.3"_s);
         QCOMPARE(kuma.hasSeenGuide(), true);
     }
 
     void corruptStoreReadsAsDefaults() {
         ControllerFixture world;
-        world.home.write(QStringLiteral(".config/Orvanel/Orvanel.conf"), QByteArray("\x00\xff\xfe\x80garbage\n", 12));
+        world.home.write(u".config/Orvanel/Orvanel.conf"_s, QByteArray("\x00\xff\xfe\x80garbage\n", 12));
         KumaController& kuma = world.controller();
         QCOMPARE(kuma.port(), 3001);
-        QCOMPARE(kuma.imageTag(), QStringLiteral("2"));
-        kuma.setSlug(QStringLiteral("home"));
+        QCOMPARE(kuma.imageTag(), u"2"_s);
+        kuma.setSlug(u"home"_s);
         QVERIFY(!kuma.error());
-        QCOMPARE(world.restartProgram().slug(), QStringLiteral("home"));
+        QCOMPARE(world.restartProgram().slug(), u"home"_s);
     }
 
     void everySettingIsStoredAtOnce() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
         kuma.setPort(4001);
-        QCOMPARE(stored(world)->integer(QStringLiteral("port"), 0), 4001);
-        kuma.setSlug(QStringLiteral("home"));
-        QCOMPARE(stored(world)->text(QStringLiteral("slug"), {}), QStringLiteral("home"));
+        QCOMPARE(stored(world)->integer(u"port"_s, 0), 4001);
+        kuma.setSlug(u"home"_s);
+        QCOMPARE(stored(world)->text(u"slug"_s, {}), u"home"_s);
         kuma.setStopOnQuit(true);
-        QCOMPARE(stored(world)->boolean(QStringLiteral("stopOnQuit"), false), true);
-        kuma.setDockerOverride(QStringLiteral("/my docker"));
-        QCOMPARE(stored(world)->text(QStringLiteral("dockerOverride"), {}), QStringLiteral("/my docker"));
-        kuma.setImageTag(QStringLiteral("2.5"));
-        QCOMPARE(stored(world)->text(QStringLiteral("imageTag"), {}), QStringLiteral("2.5"));
+        QCOMPARE(stored(world)->boolean(u"stopOnQuit"_s, false), true);
+        kuma.setDockerOverride(u"/my docker"_s);
+        QCOMPARE(stored(world)->text(u"dockerOverride"_s, {}), u"/my docker"_s);
+        kuma.setImageTag(u"2.5"_s);
+        QCOMPARE(stored(world)->text(u"imageTag"_s, {}), u"2.5"_s);
         kuma.setHasSeenGuide(true);
-        QCOMPARE(stored(world)->boolean(QStringLiteral("hasSeenGuide"), false), true);
+        QCOMPARE(stored(world)->boolean(u"hasSeenGuide"_s, false), true);
         QVERIFY(!kuma.error());
 
         const KumaController& next = world.restartProgram();
         QCOMPARE(next.port(), 4001);
-        QCOMPARE(next.slug(), QStringLiteral("home"));
+        QCOMPARE(next.slug(), u"home"_s);
         QCOMPARE(next.stopOnQuit(), true);
-        QCOMPARE(next.dockerOverride(), QStringLiteral("/my docker"));
-        QCOMPARE(next.imageTag(), QStringLiteral("2.5"));
+        QCOMPARE(next.dockerOverride(), u"/my docker"_s);
+        QCOMPARE(next.imageTag(), u"2.5"_s);
         QCOMPARE(next.hasSeenGuide(), true);
     }
 
@@ -155,7 +157,7 @@ private Q_SLOTS:
             KumaController& kuma = world.controller();
             kuma.setPort(port);
             QCOMPARE(kuma.port(), port);
-            QCOMPARE(stored(world)->integer(QStringLiteral("port"), 7), port);
+            QCOMPARE(stored(world)->integer(u"port"_s, 7), port);
             QCOMPARE(world.restartProgram().port(), 3001);
         }
     }
@@ -165,7 +167,7 @@ private Q_SLOTS:
         QTest::newRow("blanks around") << "  Home  ";
         QTest::newRow("only blanks") << "   ";
         QTest::newRow("slashes") << "a/b\\c//";
-        QTest::newRow("emoji") << QStringLiteral("😀🏳️‍🌈");
+        QTest::newRow("emoji") << u"😀🏳️‍🌈"_s;
         QTest::newRow("quotes and commas") << "\"a\", b; c=d # e";
         QTest::newRow("line ends") << "one\ntwo\r\n\tthree";
         QTest::newRow("looks like a list") << "@Invalid()";
@@ -188,7 +190,7 @@ private Q_SLOTS:
 
     void halfACharacterHoldsForThisRunAndHarmsNothing() {
         ControllerFixture world;
-        const QString half = QStringLiteral("a") + QChar(0xD83D) + QStringLiteral("b");
+        const QString half = u"a"_s + QChar(0xD83D) + u"b"_s;
         world.controller().setSlug(half);
         QCOMPARE(world.controller().slug(), half);
         QVERIFY(!world.controller().error());
@@ -198,15 +200,15 @@ private Q_SLOTS:
 
     void storeThatCannotBeWrittenIsTold() {
         ControllerFixture world;
-        world.home.write(QStringLiteral("file"), "");
-        world.settingsFile = world.home.path(QStringLiteral("file/Orvanel.conf"));
+        world.home.write(u"file"_s, "");
+        world.settingsFile = world.home.path(u"file/Orvanel.conf"_s);
         using Change = std::function<void(KumaController&)>;
         const QList<Change> changes{
             [](KumaController& kuma) { kuma.setPort(4001); },
-            [](KumaController& kuma) { kuma.setSlug(QStringLiteral("home")); },
+            [](KumaController& kuma) { kuma.setSlug(u"home"_s); },
             [](KumaController& kuma) { kuma.setStopOnQuit(true); },
-            [](KumaController& kuma) { kuma.setDockerOverride(QStringLiteral("/d")); },
-            [](KumaController& kuma) { kuma.setImageTag(QStringLiteral("3")); },
+            [](KumaController& kuma) { kuma.setDockerOverride(u"/d"_s); },
+            [](KumaController& kuma) { kuma.setImageTag(u"3"_s); },
             [](KumaController& kuma) { kuma.setHasSeenGuide(true); },
         };
         for (const Change& change : changes) {
@@ -223,10 +225,10 @@ private Q_SLOTS:
             change(kuma);
         }
         QCOMPARE(kuma.port(), 4001);
-        QCOMPARE(kuma.slug(), QStringLiteral("home"));
+        QCOMPARE(kuma.slug(), u"home"_s);
         QVERIFY(kuma.stopOnQuit() && kuma.hasSeenGuide());
-        QCOMPARE(kuma.dockerOverride(), QStringLiteral("/d"));
-        QCOMPARE(kuma.imageTag(), QStringLiteral("3"));
+        QCOMPARE(kuma.dockerOverride(), u"/d"_s);
+        QCOMPARE(kuma.imageTag(), u"3"_s);
         kuma.start();
         QVERIFY(!kuma.error());
         QVERIFY(world.operationEnds());
@@ -244,7 +246,7 @@ private Q_SLOTS:
         QFETCH(const QString, slug);
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
+        kuma.setSlug(u"home"_s);
         world.page.status = statusPage({monitor(1, 1), monitor(2, 1)});
         QVERIFY(world.isPolledAsRunning());
         QCOMPARE(kuma.monitors().size(), 2);
@@ -252,7 +254,7 @@ private Q_SLOTS:
         kuma.setSlug(slug);
         QVERIFY(kuma.monitors().isEmpty());
         QVERIFY(!kuma.statusError());
-        QCOMPARE(stored(world)->text(QStringLiteral("slug"), QStringLiteral("?")), slug);
+        QCOMPARE(stored(world)->text(u"slug"_s, u"?"_s), slug);
 
         // The page is read again at the next tick, and what it says now is no news.
         world.page.status = statusPage({monitor(1, 0), monitor(2, 1)});
@@ -264,11 +266,11 @@ private Q_SLOTS:
     void slugForgetsTheFailureOfThePage() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
-        world.page.status = StatusPageError{QStringLiteral("Could not.")};
+        kuma.setSlug(u"home"_s);
+        world.page.status = StatusPageError{u"Could not."_s};
         QVERIFY(world.isPolledAsRunning());
-        QCOMPARE(kuma.statusError(), QStringLiteral("Could not."));
-        kuma.setSlug(QStringLiteral("home"));
+        QCOMPARE(kuma.statusError(), u"Could not."_s);
+        kuma.setSlug(u"home"_s);
         QVERIFY(!kuma.statusError());
     }
 
@@ -276,7 +278,7 @@ private Q_SLOTS:
         ControllerFixture world;
         KumaController& kuma = world.controller();
         QVERIFY(world.isPolledAsRunning());
-        for (const QString& path : {QStringLiteral("/mine/docker"), QStringLiteral("/mine/docker"), QString()}) {
+        for (const QString& path : {u"/mine/docker"_s, u"/mine/docker"_s, QString()}) {
             QVERIFY(kuma.dockerPath().has_value());
             QVERIFY(kuma.composeAvailable().has_value());
             kuma.setDockerOverride(path);
@@ -289,12 +291,12 @@ private Q_SLOTS:
     void portAndTagChangeNothingElse() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
+        kuma.setSlug(u"home"_s);
         world.page.status = statusPage({monitor(1, 1)});
         QVERIFY(world.isPolledAsRunning());
         world.takeCommands();
         kuma.setPort(3002);
-        kuma.setImageTag(QStringLiteral("3"));
+        kuma.setImageTag(u"3"_s);
         kuma.setStopOnQuit(true);
         kuma.setHasSeenGuide(true);
         world.settle();
@@ -308,14 +310,14 @@ private Q_SLOTS:
     void placesAndAddresses() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        QCOMPARE(kuma.dataDir(), world.home.path(QStringLiteral(".local/share/Orvanel/data")));
-        QCOMPARE(kuma.composeURL(), world.home.path(QStringLiteral(".local/share/Orvanel/docker-compose.yml")));
-        QCOMPARE(kuma.dashboardURL().toString(), QStringLiteral("http://127.0.0.1:3001/"));
-        QCOMPARE(kuma.imageReference(), QStringLiteral("louislam/uptime-kuma:2"));
+        QCOMPARE(kuma.dataDir(), world.home.path(u".local/share/Orvanel/data"_s));
+        QCOMPARE(kuma.composeURL(), world.home.path(u".local/share/Orvanel/docker-compose.yml"_s));
+        QCOMPARE(kuma.dashboardURL().toString(), u"http://127.0.0.1:3001/"_s);
+        QCOMPARE(kuma.imageReference(), u"louislam/uptime-kuma:2"_s);
         kuma.setPort(45678);
-        kuma.setImageTag(QStringLiteral("%1"));
-        QCOMPARE(kuma.dashboardURL().toString(), QStringLiteral("http://127.0.0.1:45678/"));
-        QCOMPARE(kuma.imageReference(), QStringLiteral("louislam/uptime-kuma:%1"));
+        kuma.setImageTag(u"%1"_s);
+        QCOMPARE(kuma.dashboardURL().toString(), u"http://127.0.0.1:45678/"_s);
+        QCOMPARE(kuma.imageReference(), u"louislam/uptime-kuma:%1"_s);
     }
 
     void launchAtLoginIsTheTrueStatus() {
@@ -333,12 +335,12 @@ private Q_SLOTS:
     void launchAtLoginThatCannotBeChangedIsTold() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        world.loginItem.failure = QStringLiteral("No room.");
+        world.loginItem.failure = u"No room."_s;
         const QSignalSpy changes(&kuma, &KumaController::changed);
         kuma.setLaunchAtLogin(true);
         QVERIFY(!kuma.launchAtLogin());
         QVERIFY(kuma.error().has_value());
-        QCOMPARE(kuma.error()->details, QStringLiteral("No room."));
+        QCOMPARE(kuma.error()->details, u"No room."_s);
         QVERIFY(!changes.isEmpty());
     }
 
@@ -362,5 +364,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestSettings)
+ORVANEL_TEST(TestSettings)
 #include "TestSettings.moc"

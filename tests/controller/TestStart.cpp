@@ -1,17 +1,19 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QFile>
 
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto starting = QStringLiteral("Starting Uptime Kuma…");
+const auto starting = u"Starting Uptime Kuma…"_s;
 
 struct ExpectedCommand {
     QStringList arguments;
@@ -27,19 +29,16 @@ class TestStart : public QObject {
     static void compareCommands(const ControllerFixture& world, const QList<ExpectedCommand>& expected) {
         QStringList lines;
         for (const Command& command : world.commands()) {
-            lines.append(QStringLiteral("%1 s: %2 %3")
-                             .arg(command.limit.count())
-                             .arg(command.path, command.arguments.join(QStringLiteral("|"))));
+            lines.append(u"%1 s: %2 %3"_s.arg(command.limit.count()).arg(command.path, command.arguments.join(u"|"_s)));
         }
         QStringList expectedLines;
         for (const ExpectedCommand& command : expected) {
-            expectedLines.append(QStringLiteral("%1 s: /opt/bin/docker %2")
-                                     .arg(command.seconds)
-                                     .arg(command.arguments.join(QStringLiteral("|"))));
+            expectedLines.append(
+                u"%1 s: /opt/bin/docker %2"_s.arg(command.seconds).arg(command.arguments.join(u"|"_s)));
         }
         QCOMPARE(lines.join(u'\n'), expectedLines.join(u'\n'));
         for (const Command& command : world.commands()) {
-            const bool isPull = command.name().endsWith(QStringLiteral("pull"));
+            const bool isPull = command.name().endsWith(u"pull"_s);
             QCOMPARE(bool(command.handle), isPull);
             QCOMPARE(command.isWatched, isPull);
         }
@@ -71,7 +70,7 @@ private Q_SLOTS:
         const RunCommand usual = world.runner;
         world.runner = [usual](QString path, QStringList arguments, std::chrono::duration<double> limit,
                                std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
-            if (arguments.contains(QStringLiteral("info"))) {
+            if (arguments.contains(u"info"_s)) {
                 throw std::runtime_error("out of luck");
             }
             return usual(path, arguments, limit, handle, onOutput);
@@ -80,8 +79,8 @@ private Q_SLOTS:
         world.settle();
         QVERIFY(!world.controller().busy());
         QVERIFY(world.controller().error());
-        QCOMPARE(world.controller().error()->message, QStringLiteral("Orvanel ran into an error of its own."));
-        QCOMPARE(world.controller().error()->details, QStringLiteral("out of luck"));
+        QCOMPARE(world.controller().error()->message, u"Orvanel ran into an error of its own."_s);
+        QCOMPARE(world.controller().error()->details, u"out of luck"_s);
         QVERIFY(world.controller().dockerState() == DockerState::ready);
     }
 
@@ -109,7 +108,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         const QStringList run = names({"run", "-d", "--name", "orvanel", "--restart", "unless-stopped", "-p",
                                        "127.0.0.1:4001:3001", "-v"}) +
-                                QStringList{kuma.dataDir() + QStringLiteral(":/app/data"), kuma.imageReference()};
+                                QStringList{kuma.dataDir() + u":/app/data"_s, kuma.imageReference()};
         QCOMPARE(run.size(), 11);
         compareCommands(world, {info(),
                                 inspect(),
@@ -178,7 +177,7 @@ private Q_SLOTS:
         standin::addContainer(world.docker(), word.toStdString());
         world.docker().compose = false;
         if (removalFails) {
-            world.answer("rm", 1, QStringLiteral("no"));
+            world.answer("rm", 1, u"no"_s);
         }
         KumaController& kuma = world.controller();
         kuma.start();
@@ -190,8 +189,8 @@ private Q_SLOTS:
         // With the old one still there the name is taken, and the failure of "run" is the one that is told.
         QCOMPARE(kuma.error().has_value(), removalFails);
         if (removalFails) {
-            QCOMPARE(kuma.error()->message, QStringLiteral("Docker reported an error."));
-            QVERIFY(kuma.error()->details.contains(QStringLiteral("is already in use by container")));
+            QCOMPARE(kuma.error()->message, u"Docker reported an error."_s);
+            QVERIFY(kuma.error()->details.contains(u"is already in use by container"_s));
         }
     }
 
@@ -249,14 +248,14 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"info", "inspect", "inspect", "compose version"}));
         QVERIFY(!world.docker().container);
-        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Port 3001 is already in use by another program."),
-                                        QStringLiteral("Port 3001 on 127.0.0.1 could not be bound.")}));
+        QCOMPARE(kuma.error(), (OpError{u"Port 3001 is already in use by another program."_s,
+                                        u"Port 3001 on 127.0.0.1 could not be bound."_s}));
         QCOMPARE(kuma.suggestedPort(), std::optional(3002));
 
         // The next error has nothing to do with a port.
-        world.loginItem.failure = QStringLiteral("No room.");
+        world.loginItem.failure = u"No room."_s;
         kuma.setLaunchAtLogin(true);
-        QCOMPARE(kuma.error()->details, QStringLiteral("No room."));
+        QCOMPARE(kuma.error()->details, u"No room."_s);
         QVERIFY(!kuma.suggestedPort());
     }
 
@@ -305,8 +304,8 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         QVERIFY(kuma.error().has_value());
-        QCOMPARE(kuma.error()->message, QStringLiteral("The port is already in use by another program."));
-        QVERIFY(kuma.error()->details.contains(QStringLiteral("127.0.0.1:3001")));
+        QCOMPARE(kuma.error()->message, u"The port is already in use by another program."_s);
+        QVERIFY(kuma.error()->details.contains(u"127.0.0.1:3001"_s));
         QCOMPARE(kuma.suggestedPort(), std::optional(3002));
     }
 
@@ -319,7 +318,7 @@ private Q_SLOTS:
         world.advance(179999ms);
         QCOMPARE(kuma.busy(), starting);
         world.advance(1ms);
-        QCOMPARE(kuma.error()->message, QStringLiteral("Docker did not answer in time."));
+        QCOMPARE(kuma.error()->message, u"Docker did not answer in time."_s);
     }
 
     void nextOperationForgetsErrorAndSuggestion() {
@@ -341,7 +340,7 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         kuma.setPort(4002);
-        kuma.setImageTag(QStringLiteral("2.6"));
+        kuma.setImageTag(u"2.6"_s);
         kuma.restart();
         QVERIFY(world.operationEnds());
         QVERIFY(!kuma.error());
@@ -350,5 +349,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestStart)
+ORVANEL_TEST(TestStart)
 #include "TestStart.moc"

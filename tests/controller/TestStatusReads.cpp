@@ -1,6 +1,8 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -20,12 +22,12 @@ private Q_SLOTS:
                                        << "my page";
         QTest::newRow("slashes") << "/a/../B/"
                                  << "/a/../b/";
-        QTest::newRow("other letters") << QStringLiteral("ÄÖÜ") << QStringLiteral("äöü");
-        QTest::newRow("emoji") << QStringLiteral("😀") << QStringLiteral("😀");
+        QTest::newRow("other letters") << u"ÄÖÜ"_s << u"äöü"_s;
+        QTest::newRow("emoji") << u"😀"_s << u"😀"_s;
         QTest::newRow("empty") << "" << QString();
         QTest::newRow("only blanks") << " \t\r\n " << QString();
         const QString half(1, QChar(0xD83D));
-        QTest::newRow("half a character") << half + QStringLiteral("X") << half + QStringLiteral("x");
+        QTest::newRow("half a character") << half + u"X"_s << half + u"x"_s;
     }
 
     void statusPageIsReadTrimmedAndInSmallLetters() {
@@ -48,13 +50,13 @@ private Q_SLOTS:
     void emptySlugKeepsWhatIsKnown() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
-        world.page.status = statusPage({monitor(1, 1)}, QStringLiteral("My page"));
+        kuma.setSlug(u"home"_s);
+        world.page.status = statusPage({monitor(1, 1)}, u"My page"_s);
         QVERIFY(world.isPolledAsRunning());
-        kuma.setSlug(QStringLiteral("  "));
+        kuma.setSlug(u"  "_s);
         world.advance(60s);
         QCOMPARE(world.page.reads.size(), 1);
-        QCOMPARE(kuma.statusTitle(), QStringLiteral("My page"));
+        QCOMPARE(kuma.statusTitle(), u"My page"_s);
         QVERIFY(kuma.lastStatusUpdate().has_value());
     }
 
@@ -70,7 +72,7 @@ private Q_SLOTS:
         QFETCH(const QByteArray, word);
         QFETCH(const bool, answers);
         ControllerFixture world;
-        world.controller().setSlug(QStringLiteral("home"));
+        world.controller().setSlug(u"home"_s);
         standin::addContainer(world.docker(), word.toStdString());
         world.page.answers = answers;
         world.controller().begin();
@@ -91,9 +93,9 @@ private Q_SLOTS:
     void statusPageIsReadAtMostEveryThirtySeconds() {
         QFETCH(const bool, fails);
         ControllerFixture world;
-        world.controller().setSlug(QStringLiteral("home"));
+        world.controller().setSlug(u"home"_s);
         if (fails) {
-            world.page.status = StatusPageError{QStringLiteral("No.")};
+            world.page.status = StatusPageError{u"No."_s};
         }
         QVERIFY(world.isPolledAsRunning());
         QCOMPARE(world.page.reads.size(), 1);
@@ -110,7 +112,7 @@ private Q_SLOTS:
 
     void thirtySecondsCountFromTheRequest() {
         ControllerFixture world;
-        world.controller().setSlug(QStringLiteral("home"));
+        world.controller().setSlug(u"home"_s);
         world.page.holdsReads = true;
         QVERIFY(world.isPolledAsRunning());
         world.advance(20s);
@@ -124,31 +126,31 @@ private Q_SLOTS:
     void successIsPublished() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
-        const QList<MonitorRow> rows{monitor(3, 1, QStringLiteral("C")), monitor(1, 0, QStringLiteral("A")),
-                                     monitor(3, 1, QStringLiteral("C again")), monitor(2, std::nullopt)};
-        world.page.status = statusPage(rows, QStringLiteral("My page"));
+        kuma.setSlug(u"home"_s);
+        const QList<MonitorRow> rows{monitor(3, 1, u"C"_s), monitor(1, 0, u"A"_s), monitor(3, 1, u"C again"_s),
+                                     monitor(2, std::nullopt)};
+        world.page.status = statusPage(rows, u"My page"_s);
         QVERIFY(world.isPolledAsRunning());
         QCOMPARE(kuma.monitors(), rows);
-        QCOMPARE(kuma.statusTitle(), QStringLiteral("My page"));
+        QCOMPARE(kuma.statusTitle(), u"My page"_s);
         QVERIFY(!kuma.statusError());
         QVERIFY(kuma.lastStatusUpdate() == world.clock.wallTime());
         QVERIFY(kuma.health() == Health::someDown);
-        QCOMPARE(kuma.statusLine(), QStringLiteral("1 down, 2 up"));
+        QCOMPARE(kuma.statusLine(), u"1 down, 2 up"_s);
     }
 
     void failureIsPublishedAndKeepsTheRest() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
-        world.page.status = statusPage({monitor(1, 1)}, QStringLiteral("My page"));
+        kuma.setSlug(u"home"_s);
+        world.page.status = statusPage({monitor(1, 1)}, u"My page"_s);
         QVERIFY(world.isPolledAsRunning());
         const auto updated = kuma.lastStatusUpdate();
-        world.page.status = StatusPageError{QStringLiteral("Could not read the status page (HTTP 404).")};
+        world.page.status = StatusPageError{u"Could not read the status page (HTTP 404)."_s};
         world.advance(30s);
-        QCOMPARE(kuma.statusError(), QStringLiteral("Could not read the status page (HTTP 404)."));
+        QCOMPARE(kuma.statusError(), u"Could not read the status page (HTTP 404)."_s);
         QVERIFY(kuma.monitors().isEmpty());
-        QCOMPARE(kuma.statusTitle(), QStringLiteral("My page"));
+        QCOMPARE(kuma.statusTitle(), u"My page"_s);
         QVERIFY(kuma.lastStatusUpdate() == updated);
         QVERIFY(kuma.kuma() == KumaState::running);
         QVERIFY(!kuma.error());
@@ -162,12 +164,12 @@ private Q_SLOTS:
     void slugChangedDuringAReadDropsItsResult() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("old"));
+        kuma.setSlug(u"old"_s);
         world.page.holdsReads = true;
         QVERIFY(world.isPolledAsRunning());
         QCOMPARE(world.page.reads.size(), 1);
-        kuma.setSlug(QStringLiteral("new"));
-        world.page.reads.first().answer.complete(statusPage({monitor(1, 0)}, QStringLiteral("Old")));
+        kuma.setSlug(u"new"_s);
+        world.page.reads.first().answer.complete(statusPage({monitor(1, 0)}, u"Old"_s));
         world.settle();
         QVERIFY(kuma.monitors().isEmpty());
         QCOMPARE(kuma.statusTitle(), QString());
@@ -175,30 +177,30 @@ private Q_SLOTS:
         QCOMPARE(world.notifier.authorizationRequests, 0);
         world.advance(3s);
         QCOMPARE(world.page.reads.size(), 2);
-        QCOMPARE(world.page.reads.last().slug, QStringLiteral("new"));
-        world.page.reads.last().answer.complete(statusPage({monitor(2, 1)}, QStringLiteral("New")));
+        QCOMPARE(world.page.reads.last().slug, u"new"_s);
+        world.page.reads.last().answer.complete(statusPage({monitor(2, 1)}, u"New"_s));
         world.settle();
-        QCOMPARE(kuma.statusTitle(), QStringLiteral("New"));
+        QCOMPARE(kuma.statusTitle(), u"New"_s);
         QCOMPARE(kuma.monitors(), QList<MonitorRow>{monitor(2, 1)});
     }
 
     void slugChangedDuringAReadDropsItsFailureToo() {
         ControllerFixture world;
-        world.controller().setSlug(QStringLiteral("old"));
+        world.controller().setSlug(u"old"_s);
         world.page.holdsReads = true;
         QVERIFY(world.isPolledAsRunning());
         world.controller().setSlug(QString());
-        world.page.reads.first().answer.complete(StatusPageError{QStringLiteral("No.")});
+        world.page.reads.first().answer.complete(StatusPageError{u"No."_s});
         world.settle();
         QVERIFY(!world.controller().statusError());
     }
 
     void slugThatIsReadTheSameWayKeepsTheResult() {
         ControllerFixture world;
-        world.controller().setSlug(QStringLiteral("home"));
+        world.controller().setSlug(u"home"_s);
         world.page.holdsReads = true;
         QVERIFY(world.isPolledAsRunning());
-        world.controller().setSlug(QStringLiteral(" HOME"));
+        world.controller().setSlug(u" HOME"_s);
         world.page.reads.first().answer.complete(statusPage({monitor(1, 1)}));
         world.settle();
         QCOMPARE(world.controller().monitors().size(), 1);
@@ -207,7 +209,7 @@ private Q_SLOTS:
     void readThatEndsDuringAnOperationCounts() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setSlug(QStringLiteral("home"));
+        kuma.setSlug(u"home"_s);
         world.page.holdsReads = true;
         QVERIFY(world.isPolledAsRunning());
         world.delay("inspect", 5s);
@@ -220,5 +222,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestStatusReads)
+ORVANEL_TEST(TestStatusReads)
 #include "TestStatusReads.moc"

@@ -1,19 +1,21 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto starting = QStringLiteral("Starting Uptime Kuma…");
-const auto downloading = QStringLiteral("Downloading the Uptime Kuma image");
+const auto starting = u"Starting Uptime Kuma…"_s;
+const auto downloading = u"Downloading the Uptime Kuma image"_s;
 
 /// Every text that `busy` takes from now on.
 QStringList& recordBusy(KumaController& kuma, QStringList& texts) {
     QObject::connect(&kuma, &KumaController::changed, &kuma, [&kuma, &texts] {
-        const QString text = kuma.busy().value_or(QStringLiteral("-"));
+        const QString text = kuma.busy().value_or(u"-"_s);
         if (texts.isEmpty() || texts.last() != text) {
             texts.append(text);
         }
@@ -53,9 +55,9 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         kuma.stop();
         QVERIFY(world.operationEnds());
-        const auto idle = QStringLiteral("-");
-        QCOMPARE(texts, (QStringList{starting, downloading, starting, idle, QStringLiteral("Restarting…"), starting,
-                                     idle, QStringLiteral("Stopping…"), idle}));
+        const auto idle = u"-"_s;
+        QCOMPARE(texts, (QStringList{starting, downloading, starting, idle, u"Restarting…"_s, starting, idle,
+                                     u"Stopping…"_s, idle}));
     }
 
     void secondRequestIsDropped() {
@@ -80,7 +82,7 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         QVERIFY(kuma.kuma() == KumaState::starting);
-        QCOMPARE(kuma.statusLine(), QStringLiteral("Uptime Kuma is starting…"));
+        QCOMPARE(kuma.statusLine(), u"Uptime Kuma is starting…"_s);
     }
 
     void stopWhoseComposeFails() {
@@ -90,7 +92,7 @@ private Q_SLOTS:
         world.takeCommands();
         const qsizetype before = world.commands().size();
         kuma.stop();
-        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QCOMPARE(kuma.busy(), u"Stopping…"_s);
         QVERIFY(world.operationEnds());
         // The file of the project is not there yet, so compose fails, and the plain stop does it.
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
@@ -152,10 +154,10 @@ private Q_SLOTS:
         QCOMPARE(world.docker().container->state, std::string("exited"));
 
         world.docker().container->state = "running";
-        world.answer("stop", 1, QStringLiteral("no"));
+        world.answer("stop", 1, u"no"_s);
         kuma.stop();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no")}));
+        QCOMPARE(kuma.error(), (OpError{u"Docker reported an error."_s, u"no"_s}));
     }
 
     void containerOfPlainDockerMakesRoomForThatOfCompose() {
@@ -173,7 +175,7 @@ private Q_SLOTS:
 
         kuma.restart();
         QVERIFY(world.operationEnds());
-        QVERIFY(!world.takeCommands().contains(QStringLiteral("rm")));
+        QVERIFY(!world.takeCommands().contains(u"rm"_s));
     }
 
     void containerOfSomebodyElseKeepsItsName() {
@@ -185,8 +187,8 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, QStringLiteral("Docker reported an error."));
-        QVERIFY(kuma.error()->details.contains(QStringLiteral("is already in use")));
+        QCOMPARE(kuma.error()->message, u"Docker reported an error."_s);
+        QVERIFY(kuma.error()->details.contains(u"is already in use"_s));
         QVERIFY(world.docker().container == before);
     }
 
@@ -201,7 +203,7 @@ private Q_SLOTS:
                            QString path, QStringList arguments, std::chrono::duration<double> limit,
                            std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
             // The daemon goes away right after the stop.
-            if (arguments.last() == QStringLiteral("stop")) {
+            if (arguments.last() == u"stop"_s) {
                 isStopped = true;
             } else if (isStopped) {
                 world.docker().daemon = standin::Daemon::down;
@@ -218,11 +220,11 @@ private Q_SLOTS:
         ControllerFixture world;
         QVERIFY(world.isPolledAsRunning());
         KumaController& kuma = world.controller();
-        world.answer("compose stop", 1, QStringLiteral("compose cannot"));
-        world.answer("stop", 1, QStringLiteral("docker cannot"));
+        world.answer("compose stop", 1, u"compose cannot"_s);
+        world.answer("stop", 1, u"docker cannot"_s);
         kuma.stop();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("docker cannot")}));
+        QCOMPARE(kuma.error(), (OpError{u"Docker reported an error."_s, u"docker cannot"_s}));
         QVERIFY(!kuma.suggestedPort());
     }
 
@@ -237,7 +239,7 @@ private Q_SLOTS:
         QVERIFY(kuma.busy().has_value());
         world.advance(1s);
         QVERIFY(!kuma.busy());
-        QCOMPARE(kuma.error()->message, QStringLiteral("Docker did not answer in time."));
+        QCOMPARE(kuma.error()->message, u"Docker did not answer in time."_s);
         QVERIFY(kuma.kuma() == KumaState::running);
     }
 
@@ -270,14 +272,14 @@ private Q_SLOTS:
             standin::addContainer(world.docker(), "running");
         }
         if (composeStopFails) {
-            world.answer("compose stop", 1, QStringLiteral("no"));
+            world.answer("compose stop", 1, u"no"_s);
         }
-        const CommandResult result = await(kuma.runStop(QStringLiteral("/some/docker")));
+        const CommandResult result = await(kuma.runStop(u"/some/docker"_s));
         QTEST(world.takeCommands(), "commands");
         QCOMPARE(result.isSuccess(), succeeds);
         for (const Command& command : world.commands()) {
-            QCOMPARE(command.path, QStringLiteral("/some/docker"));
-            const bool isStop = command.name().endsWith(QStringLiteral("stop"));
+            QCOMPARE(command.path, u"/some/docker"_s);
+            const bool isStop = command.name().endsWith(u"stop"_s);
             QCOMPARE(command.limit.count(), isStop ? 60.0 : 10.0);
         }
         QVERIFY(!container || world.docker().container->state == "exited");
@@ -291,7 +293,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         world.takeCommands();
         kuma.restart();
-        QCOMPARE(kuma.busy(), QStringLiteral("Restarting…"));
+        QCOMPARE(kuma.busy(), u"Restarting…"_s);
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "info", "inspect",
                                               "image inspect", "compose up", "inspect"}));
@@ -305,12 +307,12 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         world.takeCommands();
-        world.answer("compose stop", 1, QStringLiteral("no"));
+        world.answer("compose stop", 1, u"no"_s);
         world.answer("stop", 1, QString());
         kuma.restart();
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
-        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("(no output)")}));
+        QCOMPARE(kuma.error(), (OpError{u"Docker reported an error."_s, u"(no output)"_s}));
     }
 
     void restartWithNothingRunningStarts() {
@@ -337,5 +339,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestStopAndRestart)
+ORVANEL_TEST(TestStopAndRestart)
 #include "TestStopAndRestart.moc"

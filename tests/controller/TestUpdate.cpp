@@ -1,13 +1,15 @@
 #include "UpdateSteps.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto updating = QStringLiteral("Updating…");
+const auto updating = u"Updating…"_s;
 
 } // namespace
 
@@ -31,13 +33,12 @@ private Q_SLOTS:
         kuma.updateNow();
         QCOMPARE(world.dialogs.questions.size(), 1);
         const Alert alert = world.dialogs.questions.first().alert;
-        QCOMPARE(alert.message, QStringLiteral("Update Uptime Kuma to 2.1.0?"));
-        QCOMPARE(
-            alert.informativeText,
-            QStringLiteral("Your data is backed up first and never deleted. A major version change may need Uptime "
-                           "Kuma's own migration, so read the release notes."));
-        QCOMPARE(alert.confirmButton, QStringLiteral("Update"));
-        QCOMPARE(alert.cancelButton, QStringLiteral("Cancel"));
+        QCOMPARE(alert.message, u"Update Uptime Kuma to 2.1.0?"_s);
+        QCOMPARE(alert.informativeText,
+                 u"Your data is backed up first and never deleted. A major version change may need Uptime "
+                 "Kuma's own migration, so read the release notes."_s);
+        QCOMPARE(alert.confirmButton, u"Update"_s);
+        QCOMPARE(alert.cancelButton, u"Cancel"_s);
         world.dialogs.answerAll(false);
         world.settle();
         QVERIFY(!kuma.busy());
@@ -61,7 +62,7 @@ private Q_SLOTS:
         const std::string oldContainer = world.docker().container->id;
         QStringList texts;
         QObject::connect(&kuma, &KumaController::changed, &kuma, [&] {
-            const QString text = kuma.busy().value_or(QStringLiteral("-"));
+            const QString text = kuma.busy().value_or(u"-"_s);
             if (texts.isEmpty() || texts.last() != text) {
                 texts.append(text);
             }
@@ -73,13 +74,12 @@ private Q_SLOTS:
 
         QVERIFY2(!kuma.error(), qPrintable(kuma.error() ? kuma.error()->details : QString()));
         QTEST(world.takeCommands(), "commands");
-        QCOMPARE(texts, (QStringList{updating, QStringLiteral("Downloading the Uptime Kuma image"),
-                                     QStringLiteral("Restarting with the new version…"), QStringLiteral("-")}));
+        QCOMPARE(texts, (QStringList{updating, u"Downloading the Uptime Kuma image"_s,
+                                     u"Restarting with the new version…"_s, u"-"_s}));
         QCOMPARE(world.backups.jobs.size(), 1);
-        QCOMPARE(world.backups.jobs.first().kind, QStringLiteral("auto backup"));
+        QCOMPARE(world.backups.jobs.first().kind, u"auto backup"_s);
         QCOMPARE(world.backups.jobs.first().arguments,
-                 (QStringList{kuma.dataDir(), world.applicationSupport + QStringLiteral("/Orvanel/Backups"),
-                              QStringLiteral("before-update")}));
+                 (QStringList{kuma.dataDir(), world.applicationSupport + u"/Orvanel/Backups"_s, u"before-update"_s}));
         QCOMPARE(tagsAtBackup, QStringList(oldTag));
         QCOMPARE(kuma.imageTag(), newTag);
         QCOMPARE(storedTag(world), newTag);
@@ -107,10 +107,10 @@ private Q_SLOTS:
         prepareUpdate(world);
         KumaController& kuma = world.controller();
         kuma.updateNow();
-        world.releases.answer = LatestRelease{.version = QStringLiteral("9")};
+        world.releases.answer = LatestRelease{.version = u"9"_s};
         kuma.checkForUpdates();
         world.settle();
-        QCOMPARE(kuma.latestVersion(), QStringLiteral("9"));
+        QCOMPARE(kuma.latestVersion(), u"9"_s);
         world.dialogs.answerAll(true);
         world.settle();
         QVERIFY(world.operationEnds());
@@ -143,12 +143,11 @@ private Q_SLOTS:
     void backupThatFailsChangesNothing() {
         ControllerFixture world;
         prepareUpdate(world);
-        world.backups.failure = QStringLiteral("The disk is full.");
+        world.backups.failure = u"The disk is full."_s;
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(world.controller().error(),
-                 (OpError{QStringLiteral("The backup before the update failed, so nothing was changed."),
-                          QStringLiteral("The disk is full.")}));
+                 (OpError{u"The backup before the update failed, so nothing was changed."_s, u"The disk is full."_s}));
         QCOMPARE(world.takeCommands(), names({"inspect"}));
         verifyUntouched(world);
     }
@@ -156,13 +155,13 @@ private Q_SLOTS:
     void backupThatDidNotPassItsCheckStopsTheUpdate() {
         ControllerFixture world;
         prepareUpdate(world);
-        world.backups.databaseProblem = QStringLiteral("row 7 missing from index");
+        world.backups.databaseProblem = u"row 7 missing from index"_s;
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(world.controller().error(),
-                 (OpError{QStringLiteral("The backup before the update did not pass a check, so nothing was changed."),
-                          QStringLiteral("row 7 missing from index\n\nThe backup is\n%1/before-update")
-                              .arg(world.controller().backupsDir())}));
+                 (OpError{u"The backup before the update did not pass a check, so nothing was changed."_s,
+                          u"row 7 missing from index\n\nThe backup is\n%1/before-update"_s.arg(
+                              world.controller().backupsDir())}));
         verifyUntouched(world);
     }
 
@@ -172,10 +171,10 @@ private Q_SLOTS:
         const KumaController& kuma = world.controller();
         // A folder in the place of the file cannot be replaced.
         QFile::remove(kuma.composeURL());
-        world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml/x"), "x");
+        world.home.write(u".local/share/Orvanel/docker-compose.yml/x"_s, "x");
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, QStringLiteral("Could not write the compose file."));
+        QCOMPARE(kuma.error()->message, u"Could not write the compose file."_s);
         QVERIFY(!kuma.error()->details.isEmpty());
         QCOMPARE(kuma.imageTag(), oldTag);
         QCOMPARE(storedTag(world), oldTag);
@@ -186,11 +185,10 @@ private Q_SLOTS:
         QTest::addColumn<bool>("compose");
         QTest::addColumn<bool>("hangs");
         QTest::addColumn<QString>("message");
-        const auto offline =
-            QStringLiteral("Docker could not reach the internet to download the image. Check your connection.");
+        const auto offline = u"Docker could not reach the internet to download the image. Check your connection."_s;
         QTest::newRow("compose") << true << false << offline;
         QTest::newRow("plain") << false << false << offline;
-        QTest::newRow("in time") << true << true << QStringLiteral("Docker did not answer in time.");
+        QTest::newRow("in time") << true << true << u"Docker did not answer in time."_s;
     }
 
     void downloadThatFailsTakesEverythingBack() {
@@ -219,7 +217,7 @@ private Q_SLOTS:
         QCOMPARE(world.controller().imageTag(), newTag);
         world.controller().cancelOperation();
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error()->message, QStringLiteral("Cancelled."));
+        QCOMPARE(world.controller().error()->message, u"Cancelled."_s);
         verifyUntouched(world);
     }
 
@@ -232,7 +230,7 @@ private Q_SLOTS:
         world.controller().cancelOperation();
         world.backups.letGo();
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error()->message, QStringLiteral("Cancelled."));
+        QCOMPARE(world.controller().error()->message, u"Cancelled."_s);
         verifyUntouched(world);
     }
 
@@ -242,21 +240,21 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         world.hang("compose pull");
         confirmUpdate(world);
-        kuma.setImageTag(QStringLiteral("nightly"));
+        kuma.setImageTag(u"nightly"_s);
         kuma.cancelOperation();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.imageTag(), QStringLiteral("nightly"));
-        QCOMPARE(textOf(kuma.composeURL()), composeText(QStringLiteral("nightly"), kuma.port()));
+        QCOMPARE(kuma.imageTag(), u"nightly"_s);
+        QCOMPARE(textOf(kuma.composeURL()), composeText(u"nightly"_s, kuma.port()));
     }
 
     void bringUpThatFailsKeepsTheNewTag() {
         ControllerFixture world;
         prepareUpdate(world);
         const KumaController& kuma = world.controller();
-        world.answer("compose up", 1, QStringLiteral("no"));
+        world.answer("compose up", 1, u"no"_s);
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no")}));
+        QCOMPARE(kuma.error(), (OpError{u"Docker reported an error."_s, u"no"_s}));
         QCOMPARE(kuma.imageTag(), newTag);
         QCOMPARE(storedTag(world), newTag);
         QCOMPARE(textOf(kuma.composeURL()), composeText(newTag, kuma.port()));
@@ -264,11 +262,11 @@ private Q_SLOTS:
 
     void nameThatIsNoTagIsRefused_data() {
         QTest::addColumn<QString>("version");
-        QTest::newRow("another line") << QStringLiteral("2\n    privileged: true");
-        QTest::newRow("blanks") << QStringLiteral("Release 2");
+        QTest::newRow("another line") << u"2\n    privileged: true"_s;
+        QTest::newRow("blanks") << u"Release 2"_s;
         QTest::newRow("nothing") << QString();
-        QTest::newRow("a comment") << QStringLiteral("2 #");
-        QTest::newRow("another image") << QStringLiteral("2@sha256:0");
+        QTest::newRow("a comment") << u"2 #"_s;
+        QTest::newRow("another image") << u"2@sha256:0"_s;
         QTest::newRow("no end") << QString(1'000'000, u'2');
     }
 
@@ -286,8 +284,7 @@ private Q_SLOTS:
         world.dialogs.answerAll(true);
         world.settle();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message,
-                 QStringLiteral("The new version's name cannot be an image tag, so nothing was changed."));
+        QCOMPARE(kuma.error()->message, u"The new version's name cannot be an image tag, so nothing was changed."_s);
         QVERIFY(world.backups.jobs.isEmpty());
         verifyUntouched(world);
     }
@@ -302,7 +299,7 @@ private Q_SLOTS:
         world.settle();
         world.dialogs.answerAll(true);
         world.settle();
-        QCOMPARE(kuma.busy(), QStringLiteral("Stopping…"));
+        QCOMPARE(kuma.busy(), u"Stopping…"_s);
         QVERIFY(world.operationEnds());
         QVERIFY(world.everythingEnds());
         QVERIFY(world.backups.jobs.isEmpty());
@@ -310,5 +307,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestUpdate)
+ORVANEL_TEST(TestUpdate)
 #include "TestUpdate.moc"

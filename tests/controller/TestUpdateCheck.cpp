@@ -1,14 +1,16 @@
 #include "ControllerFixture.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto page = QUrl(QStringLiteral("https://example.org/2.1.0"));
-const auto limited = QStringLiteral("Could not check for updates (HTTP 403).");
+const auto page = QUrl(u"https://example.org/2.1.0"_s);
+const auto limited = u"Could not check for updates (HTTP 403)."_s;
 
 } // namespace
 
@@ -29,7 +31,7 @@ private Q_SLOTS:
         world.releases.letGo();
         QVERIFY(world.everythingEnds());
         QVERIFY(!kuma.checkingUpdate());
-        QCOMPARE(kuma.latestVersion(), QStringLiteral("2.1.0"));
+        QCOMPARE(kuma.latestVersion(), u"2.1.0"_s);
         QCOMPARE(kuma.releaseURL(), page);
         QVERIFY(!kuma.updateMessage());
         QVERIFY(world.commands().isEmpty());
@@ -58,17 +60,17 @@ private Q_SLOTS:
         kuma.checkForUpdates();
         QVERIFY(world.everythingEnds());
         QCOMPARE(kuma.updateMessage(), limited);
-        QCOMPARE(kuma.latestVersion(), QStringLiteral("2.1.0"));
+        QCOMPARE(kuma.latestVersion(), u"2.1.0"_s);
         QCOMPARE(kuma.releaseURL(), page);
         QVERIFY(!kuma.error());
         // The next check forgets the failure at once.
         world.releases.holds = true;
         kuma.checkForUpdates();
         QVERIFY(!kuma.updateMessage());
-        world.releases.answer = LatestRelease{.version = QStringLiteral("2.2.0")};
+        world.releases.answer = LatestRelease{.version = u"2.2.0"_s};
         world.releases.letGo();
         QVERIFY(world.everythingEnds());
-        QCOMPARE(kuma.latestVersion(), QStringLiteral("2.2.0"));
+        QCOMPARE(kuma.latestVersion(), u"2.2.0"_s);
         QVERIFY(!kuma.updateMessage());
     }
 
@@ -93,8 +95,7 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.checkForUpdates();
         QVERIFY(world.everythingEnds());
-        world.releases.answer =
-            LatestRelease{.version = QStringLiteral("3"), .page = isTold ? std::optional(text) : std::nullopt};
+        world.releases.answer = LatestRelease{.version = u"3"_s, .page = isTold ? std::optional(text) : std::nullopt};
         kuma.checkForUpdates();
         QVERIFY(world.everythingEnds());
         QCOMPARE(kuma.releaseURL().has_value(), !address.isEmpty());
@@ -109,23 +110,23 @@ private Q_SLOTS:
         kuma.start();
         kuma.checkForUpdates();
         world.settle();
-        QCOMPARE(kuma.latestVersion(), QStringLiteral("2.1.0"));
-        QCOMPARE(kuma.busy(), QStringLiteral("Starting Uptime Kuma…"));
+        QCOMPARE(kuma.latestVersion(), u"2.1.0"_s);
+        QCOMPARE(kuma.busy(), u"Starting Uptime Kuma…"_s);
         QVERIFY(world.operationEnds());
     }
 
     void majorChangeFollowsTagAndRelease() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        kuma.setImageTag(QStringLiteral("1"));
+        kuma.setImageTag(u"1"_s);
         QVERIFY(!kuma.majorChange());
         kuma.checkForUpdates();
         QVERIFY(world.everythingEnds());
         QVERIFY(kuma.majorChange());
-        kuma.setImageTag(QStringLiteral("2.0.0"));
+        kuma.setImageTag(u"2.0.0"_s);
         QVERIFY(!kuma.majorChange());
     }
 };
 
-QTEST_GUILESS_MAIN(TestUpdateCheck)
+ORVANEL_TEST(TestUpdateCheck)
 #include "TestUpdateCheck.moc"

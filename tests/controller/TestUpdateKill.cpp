@@ -2,6 +2,7 @@
 #include "platform/SettingsStore.h"
 #include "standin/tools/StandInTools.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 #include "support/TestHome.h"
 
 #include <QDirIterator>
@@ -12,13 +13,14 @@
 
 #include <random>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
 namespace {
 
-const auto oldTag = QStringLiteral("2");
-const auto newTag = QStringLiteral("2.1.0");
+const auto oldTag = u"2"_s;
+const auto newTag = u"2.1.0"_s;
 
 QByteArray contentOf(const QString& path) {
     QFile file(path);
@@ -46,18 +48,16 @@ int freePort() {
 class Scene {
 public:
     Scene() {
-        SettingsStore(m_home.path(QStringLiteral("settings.conf"))).setInteger(QStringLiteral("port"), m_port);
+        SettingsStore(m_home.path(u"settings.conf"_s)).setInteger(u"port"_s, m_port);
         for (int i = 0; i < 20; ++i) {
-            m_home.write(QStringLiteral("Orvanel/data/upload/logo%1.png").arg(i), QByteArray(qsizetype{1000} * i, 'x'));
+            m_home.write(u"Orvanel/data/upload/logo%1.png"_s.arg(i), QByteArray(qsizetype{1000} * i, 'x'));
         }
-        m_home.write(QStringLiteral("Orvanel/data/kuma.db"), "precious");
+        m_home.write(u"Orvanel/data/kuma.db"_s, "precious");
         m_data = treeOf(dataDir());
     }
 
-    QString dataDir() const { return m_home.path(QStringLiteral("Orvanel/data")); }
-    QString tag() const {
-        return SettingsStore(m_home.path(QStringLiteral("settings.conf"))).text(QStringLiteral("imageTag"), oldTag);
-    }
+    QString dataDir() const { return m_home.path(u"Orvanel/data"_s); }
+    QString tag() const { return SettingsStore(m_home.path(u"settings.conf"_s)).text(u"imageTag"_s, oldTag); }
     QString image() const {
         const auto state = m_tools.state();
         return state.container ? QString::fromStdString(state.container->image) : QString();
@@ -67,7 +67,7 @@ public:
     int run(const QString& what, int killAt, std::optional<std::chrono::milliseconds> delay = {}) const {
         QProcess program;
         program.setProcessChannelMode(QProcess::ForwardedChannels);
-        program.start(QStringLiteral(ORVANEL_KILLED_PROGRAM), {m_home.path(), what, QString::number(killAt)});
+        program.start(QString::fromUtf8(ORVANEL_KILLED_PROGRAM), {m_home.path(), what, QString::number(killAt)});
         const std::chrono::milliseconds limit = delay.value_or(patience);
         const bool hasEnded = program.waitForFinished(static_cast<int>(limit.count()));
         if (!hasEnded && !delay) {
@@ -80,28 +80,26 @@ public:
         return program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
     }
 
-    void pinOldVersion() const {
-        SettingsStore(m_home.path(QStringLiteral("settings.conf"))).setText(QStringLiteral("imageTag"), oldTag);
-    }
+    void pinOldVersion() const { SettingsStore(m_home.path(u"settings.conf"_s)).setText(u"imageTag"_s, oldTag); }
 
     /// What is broken; empty when all is well.
     QString broken() const {
         if (tag() != oldTag && tag() != newTag) {
-            return QStringLiteral("the settings hold the tag \"%1\"").arg(tag());
+            return u"the settings hold the tag \"%1\""_s.arg(tag());
         }
-        const QByteArray compose = contentOf(m_home.path(QStringLiteral("Orvanel/docker-compose.yml")));
+        const QByteArray compose = contentOf(m_home.path(u"Orvanel/docker-compose.yml"_s));
         if (compose != composeText(oldTag, m_port).toUtf8() && compose != composeText(newTag, m_port).toUtf8()) {
-            return QStringLiteral("the compose file is neither old nor new");
+            return u"the compose file is neither old nor new"_s;
         }
         if (treeOf(dataDir()) != m_data) {
-            return QStringLiteral("the data is not what it was");
+            return u"the data is not what it was"_s;
         }
         // What is not finished yet has another name.
-        static const QRegularExpression finished(QStringLiteral("^before-update-[-0-9]+$"));
-        const QDir backups(m_home.path(QStringLiteral("Orvanel/Backups")));
+        static const QRegularExpression finished(u"^before-update-[-0-9]+$"_s);
+        const QDir backups(m_home.path(u"Orvanel/Backups"_s));
         for (const QString& name : backups.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
             if (finished.match(name).hasMatch() && treeOf(backups.filePath(name)) != m_data) {
-                return QStringLiteral("the backup %1 is not whole").arg(name);
+                return u"the backup %1 is not whole"_s.arg(name);
             }
         }
         return {};
@@ -113,15 +111,14 @@ public:
         if (!before.isEmpty()) {
             return before;
         }
-        if (run(QStringLiteral("start"), 0) != 0) {
-            return QStringLiteral("the next start fails");
+        if (run(u"start"_s, 0) != 0) {
+            return u"the next start fails"_s;
         }
-        if (image() != QStringLiteral("%1:%2").arg(imageRepository(), tag())) {
-            return QStringLiteral("the next start brings up %1 though the tag is %2").arg(image(), tag());
+        if (image() != u"%1:%2"_s.arg(imageRepository(), tag())) {
+            return u"the next start brings up %1 though the tag is %2"_s.arg(image(), tag());
         }
-        if (contentOf(m_home.path(QStringLiteral("Orvanel/docker-compose.yml"))) !=
-            composeText(tag(), m_port).toUtf8()) {
-            return QStringLiteral("the compose file does not agree with the settings after the next start");
+        if (contentOf(m_home.path(u"Orvanel/docker-compose.yml"_s)) != composeText(tag(), m_port).toUtf8()) {
+            return u"the compose file does not agree with the settings after the next start"_s;
         }
         return broken();
     }
@@ -142,16 +139,16 @@ class TestUpdateKill : public QObject {
 private Q_SLOTS:
     void atEveryStep() {
         const Scene scene;
-        QCOMPARE(scene.run(QStringLiteral("start"), 0), 0);
+        QCOMPARE(scene.run(u"start"_s, 0), 0);
         QCOMPARE(scene.brokenAfterTheNextStart(), QString());
         QSet<QString> tags;
         int killed = 0;
-        for (int killAt = 1; scene.run(QStringLiteral("update"), killAt) != 0; ++killAt) {
+        for (int killAt = 1; scene.run(u"update"_s, killAt) != 0; ++killAt) {
             const QString broken = scene.broken();
             tags.insert(scene.tag());
-            QVERIFY2(broken.isEmpty(), qPrintable(QStringLiteral("killed at step %1: %2").arg(killAt).arg(broken)));
+            QVERIFY2(broken.isEmpty(), qPrintable(u"killed at step %1: %2"_s.arg(killAt).arg(broken)));
             const QString later = scene.brokenAfterTheNextStart();
-            QVERIFY2(later.isEmpty(), qPrintable(QStringLiteral("killed at step %1: %2").arg(killAt).arg(later)));
+            QVERIFY2(later.isEmpty(), qPrintable(u"killed at step %1: %2"_s.arg(killAt).arg(later)));
             scene.pinOldVersion();
             killed += 1;
             QVERIFY(killed < 200);
@@ -173,11 +170,11 @@ private Q_SLOTS:
     void betweenTheSteps() {
         QFETCH(const int, milliseconds);
         const Scene scene;
-        QCOMPARE(scene.run(QStringLiteral("start"), 0), 0);
-        scene.run(QStringLiteral("update"), 0, std::chrono::milliseconds(milliseconds));
+        QCOMPARE(scene.run(u"start"_s, 0), 0);
+        scene.run(u"update"_s, 0, std::chrono::milliseconds(milliseconds));
         QCOMPARE(scene.brokenAfterTheNextStart(), QString());
     }
 };
 
-QTEST_GUILESS_MAIN(TestUpdateKill)
+ORVANEL_TEST(TestUpdateKill)
 #include "TestUpdateKill.moc"

@@ -1,9 +1,11 @@
 #include "UpdateSteps.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -17,8 +19,7 @@ void lockSettings(const ControllerFixture& world) {
 }
 
 QString unstored(const ControllerFixture& world) {
-    return QStringLiteral("The old version's tag \"2\" could not be stored: %1 could not be written.")
-        .arg(world.settingsFile);
+    return u"The old version's tag \"2\" could not be stored: %1 could not be written."_s.arg(world.settingsFile);
 }
 
 } // namespace
@@ -32,34 +33,32 @@ private Q_SLOTS:
         ControllerFixture world;
         prepareUpdate(world);
         const QString composeFile = world.controller().composeURL();
-        world.home.write(QStringLiteral(".local/share/Orvanel/docker-compose.yml"), "as it was\n");
+        world.home.write(u".local/share/Orvanel/docker-compose.yml"_s, "as it was\n");
         lockSettings(world);
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error(),
-                 (OpError{QStringLiteral("The settings could not be saved."),
-                          QStringLiteral("%1 could not be written.").arg(world.settingsFile)}));
+        QCOMPARE(world.controller().error(), (OpError{u"The settings could not be saved."_s,
+                                                      u"%1 could not be written."_s.arg(world.settingsFile)}));
         QCOMPARE(world.controller().imageTag(), oldTag);
-        QCOMPARE(textOf(composeFile), QStringLiteral("as it was\n"));
+        QCOMPARE(textOf(composeFile), u"as it was\n"_s);
         QCOMPARE(world.takeCommands(), names({"inspect"}));
         QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
 
         // Nor is the new tag stored with whatever setting can be stored next.
         QDir().rmdir(world.settingsFile);
-        world.controller().setSlug(QStringLiteral("home"));
+        world.controller().setSlug(u"home"_s);
         QCOMPARE(storedTag(world), oldTag);
     }
 
     void oldTagThatCannotBeStoredAgainIsTold() {
         ControllerFixture world;
         prepareUpdate(world);
-        world.answer("compose pull", 1, QStringLiteral("no"), -1, 5s);
+        world.answer("compose pull", 1, u"no"_s, -1, 5s);
         confirmUpdate(world);
         QCOMPARE(storedTag(world), newTag);
         lockSettings(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error(),
-                 (OpError{QStringLiteral("Docker reported an error."), QStringLiteral("no\n\n") + unstored(world)}));
+        QCOMPARE(world.controller().error(), (OpError{u"Docker reported an error."_s, u"no\n\n"_s + unstored(world)}));
         verifyPinned(world, oldTag);
     }
 
@@ -72,7 +71,7 @@ private Q_SLOTS:
         lockSettings(world);
         world.controller().cancelOperation();
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error(), (OpError{QStringLiteral("Cancelled."), unstored(world)}));
+        QCOMPARE(world.controller().error(), (OpError{u"Cancelled."_s, unstored(world)}));
         verifyPinned(world, oldTag);
     }
 
@@ -82,7 +81,7 @@ private Q_SLOTS:
         const KumaController& kuma = world.controller();
         // A folder in the place of the file cannot be replaced.
         QFile::remove(kuma.composeURL());
-        QDir().mkpath(kuma.composeURL() + QStringLiteral("/x"));
+        QDir().mkpath(kuma.composeURL() + u"/x"_s);
         QObject::connect(&kuma, &KumaController::changed, &kuma, [&] {
             if (storedTag(world) == newTag) {
                 lockSettings(world);
@@ -91,8 +90,7 @@ private Q_SLOTS:
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.imageTag(), oldTag);
-        QVERIFY2(kuma.error()->details.endsWith(QStringLiteral("\n\n") + unstored(world)),
-                 qPrintable(kuma.error()->details));
+        QVERIFY2(kuma.error()->details.endsWith(u"\n\n"_s + unstored(world)), qPrintable(kuma.error()->details));
     }
 
     void errorOfTheProgramDuringTheDownloadTakesTheTagBack() {
@@ -108,11 +106,11 @@ private Q_SLOTS:
         };
         confirmUpdate(world);
         QVERIFY(world.everythingEnds());
-        QCOMPARE(world.controller().error()->details, QStringLiteral("out of luck"));
+        QCOMPARE(world.controller().error()->details, u"out of luck"_s);
         verifyPinned(world, oldTag);
         QCOMPARE(storedTag(world), oldTag);
     }
 };
 
-QTEST_GUILESS_MAIN(TestUpdateTag)
+ORVANEL_TEST(TestUpdateTag)
 #include "TestUpdateTag.moc"

@@ -6,12 +6,14 @@
 #include <QFile>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
 /// What leads to an update, one after the other, and what it must leave when it fails.
 
-inline const auto newTag = QStringLiteral("2.1.0");
-inline const auto oldTag = QStringLiteral("2");
+inline const auto newTag = u"2.1.0"_s;
+inline const auto oldTag = u"2"_s;
 
 inline QString textOf(const QString& path) {
     QFile file(path);
@@ -20,7 +22,7 @@ inline QString textOf(const QString& path) {
 
 /// The tag that the settings file holds, as the next start of the program would read it.
 inline QString storedTag(const ControllerFixture& world) {
-    return SettingsStore(world.settingsFile).text(QStringLiteral("imageTag"), oldTag);
+    return SettingsStore(world.settingsFile).text(u"imageTag"_s, oldTag);
 }
 
 /// A server that runs, and a newer release that is known.

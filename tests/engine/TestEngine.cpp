@@ -12,6 +12,7 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -19,11 +20,11 @@ namespace {
 
 constexpr int engineTimeout = 90'000;
 
-const auto oldTag = QStringLiteral("2");
-const auto newTag = QStringLiteral("2.1.0");
+const auto oldTag = u"2"_s;
+const auto newTag = u"2.1.0"_s;
 /// The registry has no image of that name.
-const auto lackingTag = QStringLiteral("2.2.0");
-const auto database = QStringLiteral("support/Orvanel/data/kuma.db");
+const auto lackingTag = u"2.2.0"_s;
+const auto database = u"support/Orvanel/data/kuma.db"_s;
 
 QCoro::Task<ReleaseResult> latestRelease(QString version) {
     co_return LatestRelease{.version = version};
@@ -68,7 +69,7 @@ class TestEngine : public QObject {
     TestHome m_home;
     QString m_docker = qEnvironmentVariable("ORVANEL_ENGINE_DOCKER");
     ThrottledMirror m_mirror{portFrom("ORVANEL_ENGINE_MIRROR_PORT"), portFrom("ORVANEL_ENGINE_REGISTRY_PORT")};
-    SettingsStore m_settings{m_home.path(QStringLiteral("settings.conf"))};
+    SettingsStore m_settings{m_home.path(u"settings.conf"_s)};
     StatusPageClient m_statusPage{SystemClock::instance()};
     RecordingNotifier m_notifier;
     RecordingLoginItem m_loginItem;
@@ -82,19 +83,14 @@ class TestEngine : public QObject {
     }
 
     QString containerState() const {
-        const CommandResult result = docker({QStringLiteral("inspect"), QStringLiteral("-f"),
-                                             QStringLiteral("{{.State.Status}}"), QStringLiteral("orvanel")});
+        const CommandResult result = docker({u"inspect"_s, u"-f"_s, u"{{.State.Status}}"_s, u"orvanel"_s});
         return result.status == 0 ? result.output.trimmed() : QString();
     }
 
-    bool hasImage() const {
-        return docker({QStringLiteral("image"), QStringLiteral("inspect"), m_controller->imageReference()}).status == 0;
-    }
+    bool hasImage() const { return docker({u"image"_s, u"inspect"_s, m_controller->imageReference()}).status == 0; }
 
     /// The stand-in server reads its moods from the data folder.
-    void script(const QByteArray& lines) const {
-        m_home.write(QStringLiteral("support/Orvanel/data/kuma-script"), lines);
-    }
+    void script(const QByteArray& lines) const { m_home.write(u"support/Orvanel/data/kuma-script"_s, lines); }
 
     QByteArray content(const QString& path) const {
         QFile file(m_home.path(path));
@@ -103,14 +99,14 @@ class TestEngine : public QObject {
 
     /// A part of what the engine knows about the container, as its template names it.
     QString container(const QString& part) const {
-        const QStringList arguments{QStringLiteral("inspect"), QStringLiteral("-f"), part, QStringLiteral("orvanel")};
+        const QStringList arguments{u"inspect"_s, u"-f"_s, part, u"orvanel"_s};
         return docker(arguments).output.trimmed();
     }
-    QString containerImage() const { return container(QStringLiteral("{{.Config.Image}}")); }
-    QString containerId() const { return container(QStringLiteral("{{.Id}}")); }
+    QString containerImage() const { return container(u"{{.Config.Image}}"_s); }
+    QString containerId() const { return container(u"{{.Id}}"_s); }
 
     QStringList backups(const QString& name) const {
-        return QDir(m_controller->backupsDir()).entryList({name + QStringLiteral("-*")}, QDir::Dirs);
+        return QDir(m_controller->backupsDir()).entryList({name + u"-*"_s}, QDir::Dirs);
     }
 
     void choosePath(const QString& path) { m_dialogs.pathQuestions.takeLast().answer.complete(path); }
@@ -118,25 +114,23 @@ class TestEngine : public QObject {
 
     /// The server in the container writes into the data folder as it stands now.
     bool isDataInUse() const {
-        const QString log = QStringLiteral("support/Orvanel/data/kuma-requests.log");
+        const QString log = u"support/Orvanel/data/kuma-requests.log"_s;
         const qsizetype before = content(log).size();
         return waitUntil([&] { return content(log).size() > before; });
     }
 
     void verifyOldVersionRuns() const {
         QCOMPARE(m_controller->imageTag(), oldTag);
-        QCOMPARE(SettingsStore(m_settings.file()).text(QStringLiteral("imageTag"), oldTag), oldTag);
-        QCOMPARE(content(QStringLiteral("support/Orvanel/docker-compose.yml")),
-                 composeText(oldTag, m_controller->port()).toUtf8());
-        QCOMPARE(containerState(), QStringLiteral("running"));
+        QCOMPARE(SettingsStore(m_settings.file()).text(u"imageTag"_s, oldTag), oldTag);
+        QCOMPARE(content(u"support/Orvanel/docker-compose.yml"_s), composeText(oldTag, m_controller->port()).toUtf8());
+        QCOMPARE(containerState(), u"running"_s);
         QCOMPARE(containerImage(), imageRepository() + u':' + oldTag);
     }
 
     QString errorMessage() const { return m_controller->error() ? m_controller->error()->message : QString(); }
 
     QString describe() const {
-        return QStringLiteral("busy %1, kuma %2, error %3, %4")
-            .arg(m_controller->busy().value_or(QStringLiteral("none")))
+        return u"busy %1, kuma %2, error %3, %4"_s.arg(m_controller->busy().value_or(u"none"_s))
             .arg(static_cast<int>(m_controller->kuma()))
             .arg(errorMessage(), m_controller->error() ? m_controller->error()->details : QString());
     }
@@ -146,8 +140,8 @@ private Q_SLOTS:
         QVERIFY2(m_mirror.isListening(), "the mirror's port is taken");
         QVERIFY(!m_docker.isEmpty());
         QCOMPARE(containerState(), QString());
-        m_settings.setInteger(QStringLiteral("port"), freePort());
-        m_settings.setText(QStringLiteral("dockerOverride"), m_docker);
+        m_settings.setInteger(u"port"_s, freePort());
+        m_settings.setText(u"dockerOverride"_s, m_docker);
 
         ControllerEnvironment environment;
         environment.defaults = &m_settings;
@@ -156,7 +150,7 @@ private Q_SLOTS:
         environment.loginItem = &m_loginItem;
         environment.desktop = &m_desktop;
         environment.dialogs = &m_dialogs;
-        environment.applicationSupport = m_home.path(QStringLiteral("support"));
+        environment.applicationSupport = m_home.path(u"support"_s);
         environment.pageAnswers = [this](int port) { return m_statusPage.pageAnswers(port); };
         environment.fetchStatusPage = [this](int port, QString slug) { return m_statusPage.fetch(port, slug); };
         environment.fetchLatestRelease = [this] { return latestRelease(m_newestVersion); };
@@ -170,9 +164,9 @@ private Q_SLOTS:
             m_controller->shutdownPolling();
             await(m_controller->finished());
         }
-        docker({QStringLiteral("rm"), QStringLiteral("-f"), QStringLiteral("orvanel")});
+        docker({u"rm"_s, u"-f"_s, u"orvanel"_s});
         for (const QString& tag : {oldTag, newTag}) {
-            docker({QStringLiteral("rmi"), QStringLiteral("-f"), imageRepository() + u':' + tag});
+            docker({u"rmi"_s, u"-f"_s, imageRepository() + u':' + tag});
         }
     }
 
@@ -181,7 +175,7 @@ private Q_SLOTS:
         QCOMPARE(m_controller->kuma(), KumaState::stopped);
         QTRY_VERIFY_WITH_TIMEOUT(m_controller->composeAvailable().has_value(), engineTimeout);
         QVERIFY(!hasImage());
-        QCOMPARE(await(m_controller->fetchLogs()).contains(QStringLiteral("No such container")), true);
+        QCOMPARE(await(m_controller->fetchLogs()).contains(u"No such container"_s), true);
     }
 
     void cancelOfTheDownload() {
@@ -190,7 +184,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(m_controller->pulling() && !m_controller->pullLog().isEmpty(), engineTimeout);
         m_controller->cancelOperation();
         QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
-        QCOMPARE(errorMessage(), QStringLiteral("Cancelled."));
+        QCOMPARE(errorMessage(), u"Cancelled."_s);
         QVERIFY(!m_controller->pulling());
         QVERIFY(!hasImage());
         QCOMPARE(containerState(), QString());
@@ -216,21 +210,21 @@ private Q_SLOTS:
 
         QVERIFY2(!m_controller->error(), qPrintable(describe()));
         QVERIFY2(logs.size() >= 3, "the output of the download came all at once");
-        QVERIFY2(logs.last().contains(QStringLiteral("Pull")), qPrintable(logs.last()));
+        QVERIFY2(logs.last().contains(u"Pull"_s), qPrintable(logs.last()));
         QCOMPARE(states.sliced(states.size() - 2), QList<KumaState>({KumaState::starting, KumaState::running}));
-        QCOMPARE(containerState(), QStringLiteral("running"));
+        QCOMPARE(containerState(), u"running"_s);
     }
 
     void startOfARunningContainerChangesNothing() {
         m_controller->start();
         QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
         QVERIFY2(!m_controller->error(), qPrintable(describe()));
-        QCOMPARE(containerState(), QStringLiteral("running"));
+        QCOMPARE(containerState(), u"running"_s);
     }
 
     void logs() {
         const QString text = await(m_controller->fetchLogs());
-        QVERIFY2(text.contains(QStringLiteral("Listening on")), qPrintable(text));
+        QVERIFY2(text.contains(u"Listening on"_s), qPrintable(text));
     }
 
     void restartWithABrowserConnected() {
@@ -247,7 +241,7 @@ private Q_SLOTS:
         QVERIFY(browser);
         m_controller->stop();
         QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
-        QCOMPARE(containerState(), QStringLiteral("exited"));
+        QCOMPARE(containerState(), u"exited"_s);
         m_controller->start();
         QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
         QVERIFY2(!m_controller->error(), qPrintable(describe()));
@@ -256,7 +250,7 @@ private Q_SLOTS:
 
     void portTakenByAnotherProgram() {
         m_controller->stop();
-        QTRY_COMPARE_WITH_TIMEOUT(containerState(), QStringLiteral("exited"), engineTimeout);
+        QTRY_COMPARE_WITH_TIMEOUT(containerState(), u"exited"_s, engineTimeout);
         QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
 
         QTcpServer other;
@@ -264,7 +258,7 @@ private Q_SLOTS:
         QVERIFY(other.listen(QHostAddress::LocalHost, static_cast<quint16>(port)));
         m_controller->start();
         QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
-        QCOMPARE(errorMessage(), QStringLiteral("Port %1 is already in use by another program.").arg(port));
+        QCOMPARE(errorMessage(), u"Port %1 is already in use by another program."_s.arg(port));
         QVERIFY(m_controller->suggestedPort());
 
         m_controller->setPort(*m_controller->suggestedPort());
@@ -277,7 +271,7 @@ private Q_SLOTS:
         script("exit code=3 after=100\n");
         m_controller->restart();
         QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::error, engineTimeout);
-        QCOMPARE(errorMessage(), QStringLiteral("Uptime Kuma keeps restarting. Open the logs to see why."));
+        QCOMPARE(errorMessage(), u"Uptime Kuma keeps restarting. Open the logs to see why."_s);
 
         script("");
         QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
@@ -286,8 +280,8 @@ private Q_SLOTS:
 
     void backupWhileRunning_data() {
         QTest::addColumn<QString>("name");
-        QTest::newRow("zip") << QStringLiteral("backup.ZIP");
-        QTest::newRow("folder") << QStringLiteral("backup");
+        QTest::newRow("zip") << u"backup.ZIP"_s;
+        QTest::newRow("folder") << u"backup"_s;
     }
 
     void backupWhileRunning() {
@@ -298,7 +292,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(m_desktop.revealed.contains(m_home.path(name)), engineTimeout);
         QVERIFY2(!m_controller->error() && !m_controller->busy(), qPrintable(describe()));
         QVERIFY(QFileInfo::exists(m_home.path(name)));
-        QCOMPARE(containerState(), QStringLiteral("running"));
+        QCOMPARE(containerState(), u"running"_s);
         QCOMPARE(content(database), QByteArray("precious"));
     }
 
@@ -316,10 +310,9 @@ private Q_SLOTS:
         QVERIFY2(!m_controller->error(), qPrintable(describe()));
         QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
         QVERIFY(isDataInUse());
-        const QStringList kept = backups(QStringLiteral("before-restore"));
+        const QStringList kept = backups(u"before-restore"_s);
         QCOMPARE(kept.size(), 1);
-        QCOMPARE(content(QStringLiteral("support/Orvanel/Backups/%1/kuma.db").arg(kept.first())),
-                 "spoilt, " + name.toUtf8());
+        QCOMPARE(content(u"support/Orvanel/Backups/%1/kuma.db"_s.arg(kept.first())), "spoilt, " + name.toUtf8());
     }
 
     void updateWhoseDownloadIsCancelled() {
@@ -332,7 +325,7 @@ private Q_SLOTS:
         QCOMPARE(m_controller->imageTag(), newTag);
         m_controller->cancelOperation();
         QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
-        QCOMPARE(errorMessage(), QStringLiteral("Cancelled."));
+        QCOMPARE(errorMessage(), u"Cancelled."_s);
         verifyOldVersionRuns();
     }
 
@@ -345,10 +338,10 @@ private Q_SLOTS:
         const QString before = containerId();
         m_controller->updateNow();
         confirm();
-        const auto cancelled = QStringLiteral("Cancelled.");
+        const auto cancelled = u"Cancelled."_s;
         QTRY_VERIFY2_WITH_TIMEOUT(!m_controller->busy() && m_controller->error() && errorMessage() != cancelled,
                                   qPrintable(describe()), engineTimeout);
-        QVERIFY2(errorMessage().startsWith(QStringLiteral("Docker ")), qPrintable(describe()));
+        QVERIFY2(errorMessage().startsWith(u"Docker "_s), qPrintable(describe()));
         verifyOldVersionRuns();
         QCOMPARE(containerId(), before);
         QCOMPARE(content(database), QByteArray("precious"));
@@ -367,10 +360,10 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
         QVERIFY(isDataInUse());
         QCOMPARE(content(database), QByteArray("precious"));
-        const QStringList made = backups(QStringLiteral("before-update"));
+        const QStringList made = backups(u"before-update"_s);
         QCOMPARE(made.size(), 3);
         for (const QString& name : made) {
-            QCOMPARE(content(QStringLiteral("support/Orvanel/Backups/%1/kuma.db").arg(name)), QByteArray("precious"));
+            QCOMPARE(content(u"support/Orvanel/Backups/%1/kuma.db"_s.arg(name)), QByteArray("precious"));
         }
     }
 
@@ -379,16 +372,15 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
         QVERIFY2(!m_controller->error(), qPrintable(describe()));
         QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::stopped, engineTimeout);
-        QCOMPARE(containerState(), QStringLiteral("exited"));
+        QCOMPARE(containerState(), u"exited"_s);
     }
 
     /// Made before there was a compose, or by hand.
     void containerOfPlainDockerMakesRoom() {
-        const auto name = QStringLiteral("orvanel");
-        docker({QStringLiteral("rm"), QStringLiteral("-f"), name});
-        const CommandResult made =
-            docker({QStringLiteral("create"), QStringLiteral("--name"), name, QStringLiteral("-v"),
-                    m_controller->dataDir() + QStringLiteral(":/app/data"), m_controller->imageReference()});
+        const auto name = u"orvanel"_s;
+        docker({u"rm"_s, u"-f"_s, name});
+        const CommandResult made = docker({u"create"_s, u"--name"_s, name, u"-v"_s,
+                                           m_controller->dataDir() + u":/app/data"_s, m_controller->imageReference()});
         QVERIFY2(made.isSuccess(), qPrintable(made.output));
         const QString before = containerId();
         m_controller->start();

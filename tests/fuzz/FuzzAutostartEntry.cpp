@@ -7,6 +7,8 @@
 
 #include <QFile>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -33,12 +35,10 @@ void checkLinesStay(const QByteArray& before, const QByteArray& after) {
 
 void fuzz(QByteArrayView input) {
     static const TestHome home;
-    const QString name = QStringLiteral("autostart/%1.desktop").arg(identity::desktopId());
+    const QString name = u"autostart/%1.desktop"_s.arg(identity::desktopId());
     const QByteArray content = input.toByteArray();
     const QString path = home.write(name, content);
-    AutostartEntry item(
-        QStringLiteral("/bin/sh"),
-        {home.path(QStringLiteral("autostart")), {}, {QStringLiteral("GNOME"), QStringLiteral("Home")}});
+    AutostartEntry item(u"/bin/sh"_s, {home.path(u"autostart"_s), {}, {u"GNOME"_s, u"Home"_s}});
     const bool wasEnabled = item.isEnabled();
     const bool wasEntry = DesktopEntry::parse(content).has_value();
     require(wasEntry || !wasEnabled, "what is no entry starts nothing");

@@ -3,6 +3,8 @@
 #include "platform/DesktopEntry.h"
 #include "platform/ExecLine.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -24,7 +26,7 @@ void checkValue(const DesktopEntry& original, const QByteArray& key, const QStri
     DesktopEntry entry = original;
     entry.setValue(key, value);
     require(entry.value(key) == value, "a value that was set is there");
-    entry.setDefault(key, QStringLiteral("another"));
+    entry.setDefault(key, u"another"_s);
     const auto second = DesktopEntry::parse(entry.content());
     require(second.has_value(), "what was written can be read");
     require(second->value(key) == value, "a value survives being written");

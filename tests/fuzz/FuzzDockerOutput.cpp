@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -47,13 +49,12 @@ void fuzz(QByteArrayView input) {
     const QString second = decodeUtf8(takePart(&input));
     const QString both = first + u'\n' + second;
     require(stateWord(both) == lastLine(both), "the state is the last line");
-    require(stateWord(first + QStringLiteral("\nrunning\r\n \n")) == QStringLiteral("running"),
-            "warnings do not matter");
+    require(stateWord(first + u"\nrunning\r\n \n"_s) == u"running"_s, "warnings do not matter");
     require(rankOf(both) == std::min(rankOf(first), rankOf(second)), "each line counts for the sentence");
     require(saysNoContainer(both) == (saysNoContainer(first) || saysNoContainer(second)), "each line can deny it");
     require(isPermissionDenied(both) == (isPermissionDenied(first) || isPermissionDenied(second)),
             "each line can refuse");
-    require(DockerCLI::friendlyMessage(both, true) == QStringLiteral("Docker did not answer in time."),
+    require(DockerCLI::friendlyMessage(both, true) == u"Docker did not answer in time."_s,
             "time limits have a sentence of their own");
 }
 

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -44,7 +46,7 @@ void fuzz(QByteArrayView input) {
     const QString more = u'\n' + second;
     const QString plain = checkedPlain(lines);
     require(checkedPlain(plain) == plain, "what is plain stays as it is");
-    static const QRegularExpression lineEnd(QStringLiteral("\\r+\\n?|[\\n\\v\\f\\x{85}\\x{2028}\\x{2029}]"));
+    static const QRegularExpression lineEnd(u"\\r+\\n?|[\\n\\v\\f\\x{85}\\x{2028}\\x{2029}]"_s);
     require(plain.split(u'\n').size() == lines.split(lineEnd).size(), "no line is lost");
     if (!lines.endsWith(u'\r')) {
         require(checkedPlain(lines + more) == plain + checkedPlain(more), "no sequence reaches into the next line");

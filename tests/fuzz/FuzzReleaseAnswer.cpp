@@ -8,12 +8,14 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
 bool isSentence(const ReleaseResult& result) {
     const auto* error = std::get_if<ReleaseError>(&result);
-    return error != nullptr && error->message.startsWith(QStringLiteral("Could not check for updates"));
+    return error != nullptr && error->message.startsWith(u"Could not check for updates"_s);
 }
 
 bool isTagCharacter(QChar c) {
@@ -40,7 +42,7 @@ void fuzz(QByteArrayView input) {
     }
     require(isValidImageTag(release->version) == mayBeTag(release->version), "tags are told from other texts");
     require(!isMajorChange(release->version, release->version), "the same version is no change");
-    QJsonObject same{{QStringLiteral("tag_name"), u'v' + release->version}};
+    QJsonObject same{{u"tag_name"_s, u'v' + release->version}};
     if (release->page) {
         same[u"html_url"] = *release->page;
     }

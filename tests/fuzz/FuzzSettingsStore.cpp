@@ -8,6 +8,8 @@
 
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -16,7 +18,7 @@ const std::array names{"port", "slug", "stopOnQuit", "dockerOverride", "imageTag
 QStringList textsOf(const SettingsStore& store) {
     QStringList texts;
     for (const char* name : names) {
-        texts << store.text(QString::fromLatin1(name), QStringLiteral("(none)"));
+        texts << store.text(QString::fromLatin1(name), u"(none)"_s);
     }
     return texts;
 }
@@ -31,7 +33,7 @@ void checkSet(const QString& path, const QString& value) {
     SettingsStore store(path);
     QStringList expected = textsOf(store);
     expected[1] = value;
-    require(store.setText(QStringLiteral("slug"), value), "a value can be stored whatever the file holds");
+    require(store.setText(u"slug"_s, value), "a value can be stored whatever the file holds");
     require(textsOf(store) == expected, "one value is set, the others stay");
     const SettingsStore next(path);
     require(textsOf(next) == expected, "the next start reads the same");
@@ -46,18 +48,16 @@ void fuzz(QByteArrayView input) {
     static int number = 0;
     const QString folder = home.path(QString::number(++number));
     const QByteArray content = takePart(&input).toByteArray();
-    const QString path = home.write(QStringLiteral("%1/Orvanel.conf").arg(number), content);
+    const QString path = home.write(u"%1/Orvanel.conf"_s.arg(number), content);
     {
         const SettingsStore store(path);
         require(textsOf(store) == textsOf(SettingsStore(path)), "reading changes nothing");
-        require(store.integer(QStringLiteral("port"), 7) == 7 ||
-                    !store.text(QStringLiteral("port"), QString()).isEmpty(),
-                "a number was a text");
+        require(store.integer(u"port"_s, 7) == 7 || !store.text(u"port"_s, QString()).isEmpty(), "a number was a text");
     }
     require(contentOf(path) == content, "reading writes nothing");
     const QString value = QString::fromUtf8(takePart(&input));
     checkSet(path, value);
-    const QString broken = path + QStringLiteral(".broken");
+    const QString broken = path + u".broken"_s;
     require(!QFile::exists(broken) || contentOf(broken) == content, "what is moved aside stays as it was");
     checkSet(path, value + u'x');
     require(!QFile::exists(broken + u'2'), "a file of ours is not broken");

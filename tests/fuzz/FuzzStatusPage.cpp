@@ -5,6 +5,8 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -16,12 +18,11 @@ QString keyOf(std::int64_t id) {
 QJsonDocument pageOf(const StatusPageData& data) {
     QJsonArray groups;
     for (const MonitorRow& row : data.monitors) {
-        const QJsonObject monitor{{QStringLiteral("id"), qint64(row.id)}, {QStringLiteral("name"), row.name}};
-        groups.append(
-            QJsonObject{{QStringLiteral("name"), row.group}, {QStringLiteral("monitorList"), QJsonArray{monitor}}});
+        const QJsonObject monitor{{u"id"_s, qint64(row.id)}, {u"name"_s, row.name}};
+        groups.append(QJsonObject{{u"name"_s, row.group}, {u"monitorList"_s, QJsonArray{monitor}}});
     }
-    const QJsonObject config{{QStringLiteral("title"), data.title}};
-    return QJsonDocument(QJsonObject{{QStringLiteral("config"), config}, {QStringLiteral("publicGroupList"), groups}});
+    const QJsonObject config{{u"title"_s, data.title}};
+    return QJsonDocument(QJsonObject{{u"config"_s, config}, {u"publicGroupList"_s, groups}});
 }
 
 QJsonDocument heartbeatsOf(const StatusPageData& data) {
@@ -37,17 +38,16 @@ QJsonDocument heartbeatsOf(const StatusPageData& data) {
         }
         beats[keyOf(row.id)] = QJsonArray{beat};
         if (row.uptime24) {
-            uptimes[keyOf(row.id) + QStringLiteral("_24")] = *row.uptime24;
+            uptimes[keyOf(row.id) + u"_24"_s] = *row.uptime24;
         }
     }
-    return QJsonDocument(
-        QJsonObject{{QStringLiteral("heartbeatList"), beats}, {QStringLiteral("uptimeList"), uptimes}});
+    return QJsonDocument(QJsonObject{{u"heartbeatList"_s, beats}, {u"uptimeList"_s, uptimes}});
 }
 
 std::optional<QJsonDocument> documentOf(QByteArrayView bytes) {
     const JsonResult result = readJson(HttpAnswer{200, bytes.toByteArray()});
     if (const auto* error = std::get_if<StatusPageError>(&result)) {
-        require(error->message.startsWith(QStringLiteral("Could not read the status page")), "an error is a sentence");
+        require(error->message.startsWith(u"Could not read the status page"_s), "an error is a sentence");
         return std::nullopt;
     }
     return std::get<QJsonDocument>(result);
@@ -85,12 +85,12 @@ void fuzz(QByteArrayView input) {
     const auto page = documentOf(takePart(&input));
     const auto heartbeats = documentOf(takePart(&input));
     const StatusPageData invented = inventedData(takePart(&input));
-    const StatusPageResult told = readStatusPage(pageOf(invented), heartbeatsOf(invented), QStringLiteral("home"));
+    const StatusPageResult told = readStatusPage(pageOf(invented), heartbeatsOf(invented), u"home"_s);
     require(told == StatusPageResult(invented), "a well-formed page is read as it was told");
     if (!page || !heartbeats) {
         return;
     }
-    const QString slug = QStringLiteral("home");
+    const QString slug = u"home"_s;
     const StatusPageResult result = readStatusPage(*page, *heartbeats, slug);
     if (const auto* data = std::get_if<StatusPageData>(&result)) {
         const StatusPageResult again = readStatusPage(pageOf(*data), heartbeatsOf(*data), slug);

@@ -13,11 +13,13 @@
 #include <array>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
 QString writeIn(const TestHome& home, const QByteArray& bytes) {
-    return home.write(QStringLiteral("archive.zip"), bytes);
+    return home.write(u"archive.zip"_s, bytes);
 }
 
 void checkListing(const TestHome& home, QByteArrayView bytes) {
@@ -87,7 +89,7 @@ class Unpacked {
 public:
     explicit Unpacked(QString folder)
         : m_folder(std::move(folder)) {
-        QDir().mkpath(m_folder + QStringLiteral("/a/b/c"));
+        QDir().mkpath(m_folder + u"/a/b/c"_s);
     }
     ~Unpacked() {
         for (const QByteArray& link : m_links) {
@@ -147,7 +149,7 @@ void fuzz(QByteArrayView input) {
     static const TestHome home;
     const int kind = takeByte(&input);
     if (kind == 'l') {
-        checkLinks(QFileInfo(home.path()).canonicalFilePath() + QStringLiteral("/outside/unpacked"), input);
+        checkLinks(QFileInfo(home.path()).canonicalFilePath() + u"/outside/unpacked"_s, input);
     } else if (kind == 'w') {
         checkTrueListing(home, input);
     } else {

@@ -11,6 +11,8 @@
 #include <QHash>
 #include <QLineEdit>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -77,7 +79,7 @@ QColor over(const QColor& color, const QColor& background) {
 
 void judge(QStringList& found, const QWidget* widget, const char* what, double ratio) {
     if (ratio < (widget->isEnabled() ? leastContrast : leastContrastOfDisabled)) {
-        found << QStringLiteral("pale: %1 of %2, %3").arg(QString::fromLatin1(what), describe(widget)).arg(ratio);
+        found << u"pale: %1 of %2, %3"_s.arg(QString::fromLatin1(what), describe(widget)).arg(ratio);
     }
 }
 

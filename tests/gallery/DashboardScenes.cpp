@@ -1,6 +1,7 @@
 #include "Scenes.h"
 #include "app/MainWindow.h"
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace orvanel::test {
@@ -12,34 +13,30 @@ MonitorRow row(std::int64_t id, std::optional<std::int64_t> status, const QStrin
 }
 
 QList<MonitorRow> everyStatus() {
-    const auto public_ = QStringLiteral("Public sites");
-    const auto home = QStringLiteral("At home");
+    const auto public_ = u"Public sites"_s;
+    const auto home = u"At home"_s;
     return {
-        row(1, 1, QStringLiteral("Company website"), public_, 84),
-        row(2, 0, QStringLiteral("Online shop"), public_),
-        row(3, 1, QStringLiteral("Newsletter"), public_, 1207),
-        row(4, 3, QStringLiteral("Photo library"), home, 12),
-        row(5, 2, QStringLiteral("Backup server"), home),
-        row(6, std::nullopt, QStringLiteral("Weather station")),
+        row(1, 1, u"Company website"_s, public_, 84), row(2, 0, u"Online shop"_s, public_),
+        row(3, 1, u"Newsletter"_s, public_, 1207),    row(4, 3, u"Photo library"_s, home, 12),
+        row(5, 2, u"Backup server"_s, home),          row(6, std::nullopt, u"Weather station"_s),
     };
 }
 
 QList<MonitorRow> strangeTexts() {
     return {
-        row(1, 1, QStringLiteral("<b>bold</b> &amp; _under_ & more"), QStringLiteral("<i>group</i>"), 3),
-        row(2, 0, QStringLiteral("first line\nsecond line\ttab"), QStringLiteral("a\nb"), 9999999),
-        row(3, 1, QStringLiteral("\u202Eright to left\u202C and back"), QStringLiteral("\u2067mark\u2069"), 0),
+        row(1, 1, u"<b>bold</b> &amp; _under_ & more"_s, u"<i>group</i>"_s, 3),
+        row(2, 0, u"first line\nsecond line\ttab"_s, u"a\nb"_s, 9999999),
+        row(3, 1, u"\u202Eright to left\u202C and back"_s, u"\u2067mark\u2069"_s, 0),
         row(4, 7, QString(10000, u'x'), QString(500, u'W'), 12),
         row(5, std::nullopt, QString(), QString()),
-        row(6, 1, QStringLiteral("שלום, 世界 🌍 é́́́"), {}, 77),
+        row(6, 1, u"שלום, 世界 🌍 é́́́"_s, {}, 77),
     };
 }
 
 QList<MonitorRow> many(int count) {
     QList<MonitorRow> rows;
     for (int i = 0; i < count; ++i) {
-        rows << row(i, i % 17 == 3 ? 0 : 1, QStringLiteral("Service %1").arg(i + 1),
-                    QStringLiteral("Rack %1").arg(i / 20 + 1), 20 + i % 90);
+        rows << row(i, i % 17 == 3 ? 0 : 1, u"Service %1"_s.arg(i + 1), u"Rack %1"_s.arg(i / 20 + 1), 20 + i % 90);
     }
     return rows;
 }
@@ -56,19 +53,19 @@ std::unique_ptr<QWidget> running(GalleryWorld& world, const QString& slug, const
 
 std::function<std::unique_ptr<QWidget>(GalleryWorld&)> withMonitors(const QList<MonitorRow>& rows,
                                                                     const QString& title) {
-    return [=](GalleryWorld& world) { return running(world, QStringLiteral("home"), statusPage(rows, title)); };
+    return [=](GalleryWorld& world) { return running(world, u"home"_s, statusPage(rows, title)); };
 }
 
 std::unique_ptr<QWidget> starting(GalleryWorld& world) {
     world.page.answers = false;
-    world.controller().setSlug(QStringLiteral("home"));
+    world.controller().setSlug(u"home"_s);
     static_cast<void>(world.isPolledAsRunning());
     return std::make_unique<MainWindow>(world.context());
 }
 
 std::unique_ptr<QWidget> withError(GalleryWorld& world) {
-    auto window = running(world, QStringLiteral("home"), statusPage(everyStatus(), QStringLiteral("My services")));
-    world.loginItem.failure = QStringLiteral("~/.config/autostart: Permission denied");
+    auto window = running(world, u"home"_s, statusPage(everyStatus(), u"My services"_s));
+    world.loginItem.failure = u"~/.config/autostart: Permission denied"_s;
     world.controller().setLaunchAtLogin(true);
     return window;
 }
@@ -78,18 +75,17 @@ std::unique_ptr<QWidget> withoutSlug(GalleryWorld& world) {
 }
 
 std::unique_ptr<QWidget> wrongSlug(GalleryWorld& world) {
-    return running(world, QStringLiteral("hoem"),
-                   StatusPageError{QStringLiteral("There is no status page with this slug.")});
+    return running(world, u"hoem"_s, StatusPageError{u"There is no status page with this slug."_s});
 }
 
 std::unique_ptr<QWidget> longSlug(GalleryWorld& world) {
-    return running(world, QString(5000, u'W'), StatusPageError{QStringLiteral("There is no such page.")});
+    return running(world, QString(5000, u'W'), StatusPageError{u"There is no such page."_s});
 }
 
 } // namespace
 
 std::vector<Scene> dashboardScenes() {
-    const auto title = QStringLiteral("My services");
+    const auto title = u"My services"_s;
     return {
         {"starting", starting, {}},
         {"guide-card", withoutSlug, {}},
@@ -98,8 +94,8 @@ std::vector<Scene> dashboardScenes() {
         {"monitors", withMonitors(everyStatus(), title), {}},
         {"monitors-error", withError, {}},
         {"monitors-many", withMonitors(many(5000), title), {}},
-        {"monitors-strange-texts", withMonitors(strangeTexts(), QStringLiteral("<u>Title</u> & more")), {}},
-        {"monitors-long-title", withMonitors(everyStatus(), QStringLiteral("A very long title\n").repeated(9)), {}},
+        {"monitors-strange-texts", withMonitors(strangeTexts(), u"<u>Title</u> & more"_s), {}},
+        {"monitors-long-title", withMonitors(everyStatus(), u"A very long title\n"_s.repeated(9)), {}},
         {"wrong-long-slug", longSlug, {}},
     };
 }

@@ -10,6 +10,7 @@
 
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel::test;
 
 namespace {
@@ -44,7 +45,7 @@ int main(int argc, char** argv) {
         }
         for (const bool dark : {false, true}) {
             QApplication::setPalette(dark ? darkPalette() : lightPalette());
-            const QString file = QStringLiteral("%1/%2-%3.png").arg(arguments.first(), name, dark ? u"dark" : u"light");
+            const QString file = u"%1/%2-%3.png"_s.arg(arguments.first(), name, dark ? u"dark" : u"light");
             if (!draw(scene, file)) {
                 std::fprintf(stderr, "gallery: %s could not be written\n", qPrintable(file));
                 return 1;

@@ -1,5 +1,6 @@
 #include "GalleryWorld.h"
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace orvanel::test {
@@ -11,8 +12,8 @@ constexpr char toolRoot[] = "ORVANEL_TOOL_ROOT";
 
 GalleryWorld::GalleryWorld() {
     // What lies on the real machine does not count.
-    qputenv(toolRoot, QFile::encodeName(home.path(QStringLiteral("tools"))));
-    home.write(QStringLiteral(".config/Orvanel/Orvanel.conf"), "[General]\nhasSeenGuide=true\n");
+    qputenv(toolRoot, QFile::encodeName(home.path(u"tools"_s)));
+    home.write(u".config/Orvanel/Orvanel.conf"_s, "[General]\nhasSeenGuide=true\n");
 }
 
 GalleryWorld::~GalleryWorld() {
@@ -34,7 +35,7 @@ void GalleryWorld::advanceUntil(const std::function<bool()>& condition) {
 }
 
 void GalleryWorld::putTool(const QString& place) {
-    home.write(QStringLiteral("tools/") + place, "#!/bin/sh\n", true);
+    home.write(u"tools/"_s + place, "#!/bin/sh\n", true);
 }
 
 } // namespace orvanel::test

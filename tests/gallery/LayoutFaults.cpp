@@ -6,6 +6,8 @@
 #include <QLabel>
 #include <QLineEdit>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -54,7 +56,7 @@ QString describe(const QWidget* widget) {
     const QString text = label != nullptr    ? label->text()
                          : button != nullptr ? button->text()
                                              : widget->accessibleName();
-    return QStringLiteral("%1 \"%2\"").arg(QString::fromLatin1(widget->metaObject()->className()), text.left(60));
+    return u"%1 \"%2\""_s.arg(QString::fromLatin1(widget->metaObject()->className()), text.left(60));
 }
 
 QStringList namelessControls(const QWidget& window) {
@@ -65,7 +67,7 @@ QStringList namelessControls(const QWidget& window) {
         }
         QAccessibleInterface* const face = QAccessible::queryAccessibleInterface(widget);
         if (face == nullptr || face->text(QAccessible::Name).isEmpty()) {
-            found << QStringLiteral("no name: ") + describe(widget);
+            found << u"no name: "_s + describe(widget);
         }
     }
     return found;
@@ -79,8 +81,7 @@ QStringList clippedTexts(const QWidget& window) {
         }
         const int height = label->wordWrap() ? label->heightForWidth(label->width()) : label->fontMetrics().height();
         if (label->height() < height || label->width() < widthOfText(*label)) {
-            found << QStringLiteral("clipped: %1, %2 x %3 for %4 x %5")
-                         .arg(describe(label))
+            found << u"clipped: %1, %2 x %3 for %4 x %5"_s.arg(describe(label))
                          .arg(label->width())
                          .arg(label->height())
                          .arg(widthOfText(*label))
@@ -90,13 +91,13 @@ QStringList clippedTexts(const QWidget& window) {
     for (const QAbstractButton* button : window.findChildren<QAbstractButton*>()) {
         const QSize text = button->fontMetrics().size(Qt::TextShowMnemonic, button->text());
         if (button->isVisible() && (button->width() < text.width() || button->height() < text.height())) {
-            found << QStringLiteral("clipped: ") + describe(button);
+            found << u"clipped: "_s + describe(button);
         }
     }
     for (const QWidget* parent : layoutsOf(window)) {
         for (const QWidget* child : seenChildren(parent)) {
             if (!parent->rect().contains(child->geometry())) {
-                found << QStringLiteral("%1 stands out of %2").arg(describe(child), describe(parent));
+                found << u"%1 stands out of %2"_s.arg(describe(child), describe(parent));
             }
         }
     }
@@ -110,7 +111,7 @@ QStringList overlaps(const QWidget& window) {
         for (qsizetype i = 0; i < children.size(); ++i) {
             for (qsizetype j = i + 1; j < children.size(); ++j) {
                 if (children[i]->geometry().intersects(children[j]->geometry())) {
-                    found << QStringLiteral("%1 covers %2").arg(describe(children[j]), describe(children[i]));
+                    found << u"%1 covers %2"_s.arg(describe(children[j]), describe(children[i]));
                 }
             }
         }

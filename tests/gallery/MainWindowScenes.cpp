@@ -5,13 +5,14 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace orvanel::test {
 namespace {
 
-const auto brew = QStringLiteral("brew");
-const auto colima = QStringLiteral("colima");
+const auto brew = u"brew"_s;
+const auto colima = u"colima"_s;
 
 std::unique_ptr<QWidget> mainWindow(GalleryWorld& world) {
     return std::make_unique<MainWindow>(world.context());
@@ -20,7 +21,7 @@ std::unique_ptr<QWidget> mainWindow(GalleryWorld& world) {
 std::unique_ptr<QWidget> withoutDocker(GalleryWorld& world, const QStringList& tools) {
     world.installedDocker = std::nullopt;
     for (const QString& tool : tools) {
-        world.installedTools.insert(tool, QStringLiteral("/opt/bin/") + tool);
+        world.installedTools.insert(tool, u"/opt/bin/"_s + tool);
     }
     world.poll();
     return mainWindow(world);
@@ -29,14 +30,14 @@ std::unique_ptr<QWidget> withoutDocker(GalleryWorld& world, const QStringList& t
 std::unique_ptr<QWidget> withoutRuntime(GalleryWorld& world, standin::Daemon daemon, const QStringList& tools) {
     world.docker().daemon = daemon;
     for (const QString& tool : tools) {
-        world.installedTools.insert(tool, QStringLiteral("/opt/bin/") + tool);
+        world.installedTools.insert(tool, u"/opt/bin/"_s + tool);
     }
     world.poll();
     return mainWindow(world);
 }
 
 std::unique_ptr<QWidget> foundElsewhere(GalleryWorld& world) {
-    world.putTool(QStringLiteral("usr/bin/docker"));
+    world.putTool(u"usr/bin/docker"_s);
     return withoutDocker(world, {});
 }
 
@@ -81,17 +82,17 @@ std::unique_ptr<QWidget> failed(GalleryWorld& world) {
     world.poll();
     standin::addImage(world.docker());
     world.answer("compose up", 1,
-                 QStringLiteral("[+] Running 0/1\n ⠋ Container orvanel  Creating  0.1s \nError response from daemon: "
-                                "failed to set up container networking: driver failed programming external "
-                                "connectivity on endpoint orvanel: iptables failed: No chain/target/match by that "
-                                "name.\n"));
+                 u"[+] Running 0/1\n ⠋ Container orvanel  Creating  0.1s \nError response from daemon: "
+                 "failed to set up container networking: driver failed programming external "
+                 "connectivity on endpoint orvanel: iptables failed: No chain/target/match by that "
+                 "name.\n"_s);
     world.controller().start();
     world.settle();
     return mainWindow(world);
 }
 
 void openDetails(QWidget& window) {
-    if (QAbstractButton* const details = button(&window, QStringLiteral("Show details"))) {
+    if (QAbstractButton* const details = button(&window, u"Show details"_s)) {
         details->click();
     }
 }
@@ -103,7 +104,7 @@ std::unique_ptr<QWidget> guide(GalleryWorld&) {
 std::function<void(QWidget&)> turnPages(int pages) {
     return [pages](QWidget& window) {
         for (int page = 0; page < pages; ++page) {
-            button(&window, QStringLiteral("Next"))->click();
+            button(&window, u"Next"_s)->click();
         }
     };
 }

@@ -6,6 +6,8 @@
 #include <QScrollBar>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -14,7 +16,7 @@ std::unique_ptr<QWidget> settings(GalleryWorld& world) {
 }
 
 std::unique_ptr<QWidget> inUse(GalleryWorld& world) {
-    world.controller().setSlug(QStringLiteral("home"));
+    world.controller().setSlug(u"home"_s);
     world.controller().setStopOnQuit(true);
     world.loginItem.enabled = true;
     if (!world.isPolledAsRunning()) {
@@ -33,29 +35,22 @@ std::unique_ptr<QWidget> withRelease(GalleryWorld& world, const ReleaseResult& r
 }
 
 std::unique_ptr<QWidget> newRelease(GalleryWorld& world) {
-    return withRelease(world,
-                       LatestRelease{.version = QStringLiteral("2.1.0"), .page = QStringLiteral("https://example.org")},
-                       QStringLiteral("2"));
+    return withRelease(world, LatestRelease{.version = u"2.1.0"_s, .page = u"https://example.org"_s}, u"2"_s);
 }
 
 std::unique_ptr<QWidget> majorRelease(GalleryWorld& world) {
-    return withRelease(world,
-                       LatestRelease{.version = QStringLiteral("2.1.0"), .page = QStringLiteral("https://example.org")},
-                       QStringLiteral("1"));
+    return withRelease(world, LatestRelease{.version = u"2.1.0"_s, .page = u"https://example.org"_s}, u"1"_s);
 }
 
 std::unique_ptr<QWidget> failedCheck(GalleryWorld& world) {
-    return withRelease(world, ReleaseError{QStringLiteral("Could not check for updates (HTTP 403).")},
-                       QStringLiteral("2"));
+    return withRelease(world, ReleaseError{u"Could not check for updates (HTTP 403)."_s}, u"2"_s);
 }
 
 std::unique_ptr<QWidget> strange(GalleryWorld& world) {
-    world.installedDocker = QStringLiteral("/opt/") + QString(400, u'x') + QStringLiteral("/<b>bin</b>/docker");
-    auto window = withRelease(world,
-                              LatestRelease{.version = QStringLiteral("<b>3</b>&-") + QString(300, u'v'),
-                                            .page = QStringLiteral("https://x")},
-                              QStringLiteral("2"));
-    world.controller().setSlug(QStringLiteral("<i>slug</i> &amp; ") + QString(300, u's'));
+    world.installedDocker = u"/opt/"_s + QString(400, u'x') + u"/<b>bin</b>/docker"_s;
+    auto window = withRelease(
+        world, LatestRelease{.version = u"<b>3</b>&-"_s + QString(300, u'v'), .page = u"https://x"_s}, u"2"_s);
+    world.controller().setSlug(u"<i>slug</i> &amp; "_s + QString(300, u's'));
     world.settle();
     return window;
 }
@@ -64,7 +59,7 @@ void typeWrongPort(QWidget& window) {
     auto* port = window.findChild<QLineEdit*>();
     port->setFocus();
     port->selectAll();
-    QTest::keyClicks(port, QStringLiteral("70000"));
+    QTest::keyClicks(port, u"70000"_s);
 }
 
 void scrollToEnd(QWidget& window) {

@@ -3,6 +3,7 @@
 #include "Palettes.h"
 #include "Scenes.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -10,6 +11,7 @@
 #include <QTest>
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -52,8 +54,8 @@ struct Sample {
     }
 
     QWidget window;
-    QLabel* label = new QLabel(QStringLiteral("a label"));
-    QPushButton* button = new QPushButton(QStringLiteral("a button"));
+    QLabel* label = new QLabel(u"a label"_s);
+    QPushButton* button = new QPushButton(u"a button"_s);
 };
 
 } // namespace
@@ -66,7 +68,7 @@ class TestGallery : public QObject {
 private Q_SLOTS:
     void initTestCase() {
         useFont(1);
-        const double wanted = qEnvironmentVariable("QT_SCALE_FACTOR", QStringLiteral("1")).toDouble();
+        const double wanted = qEnvironmentVariable("QT_SCALE_FACTOR", u"1"_s).toDouble();
         QCOMPARE(qApp->devicePixelRatio(), wanted);
     }
     void init() {
@@ -103,11 +105,11 @@ private Q_SLOTS:
 
         sample.button->setText({});
         QCOMPARE(namelessControls(sample.window).size(), 1);
-        sample.button->setText(QStringLiteral("a button"));
+        sample.button->setText(u"a button"_s);
 
         sample.label->setText(QString(100, u'W'));
         QCOMPARE(clippedTexts(sample.window).size(), 1);
-        sample.label->setText(QStringLiteral("a label"));
+        sample.label->setText(u"a label"_s);
 
         sample.button->move(sample.label->pos());
         QCOMPARE(overlaps(sample.window).size(), 1);
@@ -122,5 +124,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestGallery)
+ORVANEL_TEST(TestGallery)
 #include "TestGallery.moc"

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <sys/prctl.h>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
@@ -20,17 +21,17 @@ void say(const QString& line) {
 QString nameOf(SingleInstance::Outcome outcome) {
     switch (outcome) {
     case SingleInstance::Outcome::First:
-        return QStringLiteral("First");
+        return u"First"_s;
     case SingleInstance::Outcome::Successor:
-        return QStringLiteral("Successor");
+        return u"Successor"_s;
     case SingleInstance::Outcome::AlreadyRunning:
-        return QStringLiteral("AlreadyRunning");
+        return u"AlreadyRunning"_s;
     case SingleInstance::Outcome::NoBus:
-        return QStringLiteral("NoBus");
+        return u"NoBus"_s;
     case SingleInstance::Outcome::DataInUse:
-        return QStringLiteral("DataInUse");
+        return u"DataInUse"_s;
     }
-    return QStringLiteral("?");
+    return u"?"_s;
 }
 
 } // namespace
@@ -40,10 +41,8 @@ int main(int argc, char** argv) {
     const auto tokens = SingleInstance::LaunchTokens::fromEnvironment();
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    SingleInstance instance(arguments.value(2),
-                            QDBusConnection::connectToBus(arguments.value(1), QStringLiteral("bus")));
-    QObject::connect(&instance, &SingleInstance::activated,
-                     [](const QString& token) { say(QStringLiteral("activated ") + token); });
+    SingleInstance instance(arguments.value(2), QDBusConnection::connectToBus(arguments.value(1), u"bus"_s));
+    QObject::connect(&instance, &SingleInstance::activated, [](const QString& token) { say(u"activated "_s + token); });
     const auto outcome = instance.start(tokens);
     say(nameOf(outcome));
     const bool leaves =

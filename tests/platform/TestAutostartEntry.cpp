@@ -2,6 +2,7 @@
 #include "platform/DesktopEntry.h"
 #include "platform/ExecLine.h"
 #include "support/FilePermissions.h"
+#include "support/TestClass.h"
 #include "support/TestHome.h"
 
 #include <QDir>
@@ -10,13 +11,14 @@
 #include <QStandardPaths>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
 namespace {
 
-const QString usersFile = QStringLiteral(".config/autostart/io.github.orvanel.Orvanel.desktop");
-const QString systemsFile = QStringLiteral("xdg/autostart/io.github.orvanel.Orvanel.desktop");
+const QString usersFile = u".config/autostart/io.github.orvanel.Orvanel.desktop"_s;
+const QString systemsFile = u"xdg/autostart/io.github.orvanel.Orvanel.desktop"_s;
 
 QByteArray contentOf(const QString& path) {
     QFile file(path);
@@ -26,14 +28,14 @@ QByteArray contentOf(const QString& path) {
 /// A home with a program in it and the places of its autostart entries.
 struct Desk {
     TestHome home;
-    QString program = home.write(QStringLiteral("bin/orvanel"), "#!/bin/sh\n", true);
+    QString program = home.write(u"bin/orvanel"_s, "#!/bin/sh\n", true);
     AutostartEntry item = entryFor(program);
 
     AutostartEntry entryFor(const QString& path) const {
         return {path,
-                {home.path(QStringLiteral(".config/autostart")),
-                 {home.path(QStringLiteral("nothing")), home.path(QStringLiteral("xdg/autostart"))},
-                 {QStringLiteral("Here"), QStringLiteral("GNOME")}}};
+                {home.path(u".config/autostart"_s),
+                 {home.path(u"nothing"_s), home.path(u"xdg/autostart"_s)},
+                 {u"Here"_s, u"GNOME"_s}}};
     }
     void write(const QString& file, const QByteArray& lines) const {
         home.write(file, "[Desktop Entry]\nType=Application\nName=Orvanel\n" + lines);
@@ -68,12 +70,12 @@ private Q_SLOTS:
         QVERIFY(!desk.item.setEnabled(true));
         auto entry = desk.entry();
         QVERIFY(entry);
-        QCOMPARE(entry->value("Type"), QStringLiteral("Application"));
-        QCOMPARE(entry->value("Exec"), QStringLiteral("\"%1\"").arg(desk.program));
+        QCOMPARE(entry->value("Type"), u"Application"_s);
+        QCOMPARE(entry->value("Exec"), u"\"%1\""_s.arg(desk.program));
         QCOMPARE(entry->value("TryExec"), desk.program);
-        QCOMPARE(entry->value("Icon"), QStringLiteral("io.github.orvanel.Orvanel"));
-        QCOMPARE(entry->value("X-KDE-autostart-after"), QStringLiteral("panel"));
-        QCOMPARE(entry->value("X-LXQt-Need-Tray"), QStringLiteral("true"));
+        QCOMPARE(entry->value("Icon"), u"io.github.orvanel.Orvanel"_s);
+        QCOMPARE(entry->value("X-KDE-autostart-after"), u"panel"_s);
+        QCOMPARE(entry->value("X-LXQt-Need-Tray"), u"true"_s);
         QVERIFY(entry->value("X-GNOME-Autostart-Delay"));
         QVERIFY(entry->isFalse("Hidden"));
         QVERIFY(entry->isTrue("X-GNOME-Autostart-enabled"));
@@ -126,16 +128,16 @@ private Q_SLOTS:
         Desk desk;
         desk.write(usersFile, desk.exec() + "NotShowIn=KDE;\n");
         QVERIFY(!desk.item.setEnabled(true));
-        QCOMPARE(desk.entry()->list("NotShowIn"), QStringList{QStringLiteral("KDE")});
+        QCOMPARE(desk.entry()->list("NotShowIn"), QStringList{u"KDE"_s});
     }
 
     void programIsKnownThroughLinksAndTheSearchPath() {
         const Desk desk;
-        QVERIFY(QFile::link(desk.program, desk.home.path(QStringLiteral("bin/link"))));
-        desk.write(usersFile, "Exec=" + desk.home.path(QStringLiteral("bin/link")).toUtf8() + '\n');
+        QVERIFY(QFile::link(desk.program, desk.home.path(u"bin/link"_s)));
+        desk.write(usersFile, "Exec=" + desk.home.path(u"bin/link"_s).toUtf8() + '\n');
         QVERIFY(desk.item.isEnabled());
         const QByteArray before = qgetenv("PATH");
-        qputenv("PATH", desk.home.path(QStringLiteral("bin")).toUtf8());
+        qputenv("PATH", desk.home.path(u"bin"_s).toUtf8());
         desk.write(usersFile, "Exec=orvanel\n");
         const bool enabled = desk.item.isEnabled();
         qputenv("PATH", before);
@@ -189,10 +191,10 @@ private Q_SLOTS:
 
     void linkIsReplacedAndItsTargetStays() {
         Desk desk;
-        const QString launcher = QStringLiteral("applications/launcher.desktop");
+        const QString launcher = u"applications/launcher.desktop"_s;
         desk.write(launcher, desk.exec());
         const QByteArray before = contentOf(desk.home.path(launcher));
-        QVERIFY(QDir().mkpath(desk.home.path(QStringLiteral(".config/autostart"))));
+        QVERIFY(QDir().mkpath(desk.home.path(u".config/autostart"_s)));
         QVERIFY(QFile::link(desk.home.path(launcher), desk.home.path(usersFile)));
         QVERIFY(desk.item.isEnabled());
         QVERIFY(!desk.item.setEnabled(false));
@@ -203,8 +205,8 @@ private Q_SLOTS:
     void linkToNowhereHidesTheSystemsFile() {
         Desk desk;
         desk.write(systemsFile, desk.exec());
-        QVERIFY(QDir().mkpath(desk.home.path(QStringLiteral(".config/autostart"))));
-        QVERIFY(QFile::link(QStringLiteral("/nowhere/at/all"), desk.home.path(usersFile)));
+        QVERIFY(QDir().mkpath(desk.home.path(u".config/autostart"_s)));
+        QVERIFY(QFile::link(u"/nowhere/at/all"_s, desk.home.path(usersFile)));
         QVERIFY(!desk.item.isEnabled());
         QVERIFY(!desk.item.setEnabled(true));
         QVERIFY(desk.item.isEnabled());
@@ -213,22 +215,22 @@ private Q_SLOTS:
     void failuresAreDescribed() {
         {
             Desk desk;
-            desk.home.write(QStringLiteral(".config/autostart"), "a file");
+            desk.home.write(u".config/autostart"_s, "a file");
             QVERIFY(!desk.item.isEnabled());
             const auto failure = desk.item.setEnabled(true);
             QVERIFY(failure);
-            QVERIFY2(failure->contains(desk.home.path(QStringLiteral(".config/autostart"))), qPrintable(*failure));
+            QVERIFY2(failure->contains(desk.home.path(u".config/autostart"_s)), qPrintable(*failure));
         }
         {
             Desk desk;
-            desk.home.write(usersFile + QStringLiteral("/inside"), "a folder in the file's place");
+            desk.home.write(usersFile + u"/inside"_s, "a folder in the file's place");
             QVERIFY(!desk.item.isEnabled());
             QVERIFY(desk.item.setEnabled(true));
             QVERIFY(!desk.item.isEnabled());
         }
         {
             Desk desk;
-            const QString folder = desk.home.path(QStringLiteral(".config/autostart"));
+            const QString folder = desk.home.path(u".config/autostart"_s);
             desk.write(usersFile, desk.exec());
             QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
             const auto failure = desk.item.setEnabled(false);
@@ -240,10 +242,10 @@ private Q_SLOTS:
         }
         {
             Desk desk;
-            const QString folder = desk.home.path(QStringLiteral(".config/autostart"));
-            desk.write(QStringLiteral("launcher.desktop"), desk.exec());
+            const QString folder = desk.home.path(u".config/autostart"_s);
+            desk.write(u"launcher.desktop"_s, desk.exec());
             QVERIFY(QDir().mkpath(folder));
-            QVERIFY(QFile::link(desk.home.path(QStringLiteral("launcher.desktop")), desk.home.path(usersFile)));
+            QVERIFY(QFile::link(desk.home.path(u"launcher.desktop"_s), desk.home.path(usersFile)));
             QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
             const auto failure = desk.item.setEnabled(false);
             QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
@@ -254,13 +256,13 @@ private Q_SLOTS:
 
     void anyPathRoundTrips_data() {
         QTest::addColumn<QString>("name");
-        QTest::newRow("blanks") << QStringLiteral("my programs/or vanel");
-        QTest::newRow("percent") << QStringLiteral("50%/100%U%%");
-        QTest::newRow("quotes") << QStringLiteral("a\"b'c`d");
-        QTest::newRow("dollar") << QStringLiteral("$HOME/${x}");
-        QTest::newRow("backslashes") << QStringLiteral("a\\b\\\\c\\n\\s\\");
-        QTest::newRow("shell") << QStringLiteral("a;b&c|d>e*?#~(f)");
-        QTest::newRow("letters") << QStringLiteral("\u00fc\u4e2d\U0001F43B");
+        QTest::newRow("blanks") << u"my programs/or vanel"_s;
+        QTest::newRow("percent") << u"50%/100%U%%"_s;
+        QTest::newRow("quotes") << u"a\"b'c`d"_s;
+        QTest::newRow("dollar") << u"$HOME/${x}"_s;
+        QTest::newRow("backslashes") << u"a\\b\\\\c\\n\\s\\"_s;
+        QTest::newRow("shell") << u"a;b&c|d>e*?#~(f)"_s;
+        QTest::newRow("letters") << u"\u00fc\u4e2d\U0001F43B"_s;
     }
 
     void anyPathRoundTrips() {
@@ -273,7 +275,7 @@ private Q_SLOTS:
         const auto entry = desk.entry();
         QVERIFY(entry);
         QCOMPARE(execline::arguments(*entry->value("Exec")), QStringList{program});
-        const QString validator = QStandardPaths::findExecutable(QStringLiteral("desktop-file-validate"));
+        const QString validator = QStandardPaths::findExecutable(u"desktop-file-validate"_s);
         if (validator.isEmpty()) {
             QSKIP("desktop-file-validate is not installed, so the entry was read by our own reader only");
         }
@@ -296,5 +298,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestAutostartEntry)
+ORVANEL_TEST(TestAutostartEntry)
 #include "TestAutostartEntry.moc"

@@ -1,8 +1,10 @@
 #include "platform/DesktopEntry.h"
 #include "platform/ExecLine.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 class TestDesktopEntry : public QObject {
@@ -15,7 +17,7 @@ private Q_SLOTS:
         QVERIFY(entry);
         QVERIFY(entry->isTrue("Hidden"));
         QVERIFY(!entry->isFalse("Hidden"));
-        QCOMPARE(entry->value("Name"), QStringLiteral("A"));
+        QCOMPARE(entry->value("Name"), u"A"_s);
         QVERIFY(!entry->value("Exec"));
         QVERIFY(!entry->isTrue("Exec") && !entry->isFalse("Exec"));
     }
@@ -24,10 +26,10 @@ private Q_SLOTS:
         auto entry = DesktopEntry::parse("# comment\n[Desktop Entry]\nName[de]=B\nHidden=true\nX-Mine=\xc3\xa4\n\n"
                                          "[Desktop Action x]\nHidden=true\n");
         QVERIFY(entry);
-        entry->setValue("Hidden", QStringLiteral("false"));
-        entry->setValue("Exec", QStringLiteral("a"));
-        entry->setDefault("Exec", QStringLiteral("b"));
-        entry->setDefault("Icon", QStringLiteral("c"));
+        entry->setValue("Hidden", u"false"_s);
+        entry->setValue("Exec", u"a"_s);
+        entry->setDefault("Exec", u"b"_s);
+        entry->setDefault("Icon", u"c"_s);
         QCOMPARE(entry->content(), QByteArray("# comment\n[Desktop Entry]\nName[de]=B\nHidden=false\nX-Mine=\xc3\xa4\n"
                                               "Exec=a\nIcon=c\n\n[Desktop Action x]\nHidden=true\n"));
     }
@@ -51,14 +53,14 @@ private Q_SLOTS:
 
     void valuesRoundTrip_data() {
         QTest::addColumn<QString>("value");
-        QTest::newRow("plain") << QStringLiteral("plain");
+        QTest::newRow("plain") << u"plain"_s;
         QTest::newRow("empty") << QString();
-        QTest::newRow("blanks") << QStringLiteral("  a b");
-        QTest::newRow("blanks at the end") << QStringLiteral("/opt/a  ");
-        QTest::newRow("blank") << QStringLiteral(" ");
-        QTest::newRow("lines") << QStringLiteral("a\nb\tc\rd");
-        QTest::newRow("backslashes") << QStringLiteral("\\n \\\\ \\");
-        QTest::newRow("equals") << QStringLiteral("a=b [c] #d");
+        QTest::newRow("blanks") << u"  a b"_s;
+        QTest::newRow("blanks at the end") << u"/opt/a  "_s;
+        QTest::newRow("blank") << u" "_s;
+        QTest::newRow("lines") << u"a\nb\tc\rd"_s;
+        QTest::newRow("backslashes") << u"\\n \\\\ \\"_s;
+        QTest::newRow("equals") << u"a=b [c] #d"_s;
     }
 
     void valuesRoundTrip() {
@@ -67,21 +69,21 @@ private Q_SLOTS:
         entry.setValue("Key", value);
         const auto second = DesktopEntry::parse(entry.content());
         QVERIFY(second);
-        QCOMPARE(second->value("Key").value_or(QStringLiteral("none")), value);
+        QCOMPARE(second->value("Key").value_or(u"none"_s), value);
     }
 
     void execLinesAreSplit_data() {
         QTest::addColumn<QString>("exec");
         QTest::addColumn<QStringList>("arguments");
         const auto list = [](const char* words) { return QString::fromLatin1(words).split(u'|'); };
-        QTest::newRow("plain") << QStringLiteral("/usr/bin/a -b  c") << list("/usr/bin/a|-b|c");
-        QTest::newRow("quoted") << QStringLiteral("\"/a b/c\" \"\" d") << list("/a b/c||d");
-        QTest::newRow("escapes") << QStringLiteral("\"a\\\"b\\`c\\$d\\\\e\"") << list("a\"b`c$d\\e");
-        QTest::newRow("percent") << QStringLiteral("a%%b %U %f") << list("a%b");
-        QTest::newRow("open quote") << QStringLiteral("a \"b c") << list("a|b c");
-        QTest::newRow("last backslash") << QStringLiteral("a\\") << list("a\\");
-        QTest::newRow("last percent") << QStringLiteral("a%") << list("a%");
-        QTest::newRow("nothing") << QStringLiteral("  ") << QStringList();
+        QTest::newRow("plain") << u"/usr/bin/a -b  c"_s << list("/usr/bin/a|-b|c");
+        QTest::newRow("quoted") << u"\"/a b/c\" \"\" d"_s << list("/a b/c||d");
+        QTest::newRow("escapes") << u"\"a\\\"b\\`c\\$d\\\\e\""_s << list("a\"b`c$d\\e");
+        QTest::newRow("percent") << u"a%%b %U %f"_s << list("a%b");
+        QTest::newRow("open quote") << u"a \"b c"_s << list("a|b c");
+        QTest::newRow("last backslash") << u"a\\"_s << list("a\\");
+        QTest::newRow("last percent") << u"a%"_s << list("a%");
+        QTest::newRow("nothing") << u"  "_s << QStringList();
     }
 
     void execLinesAreSplit() {
@@ -90,10 +92,10 @@ private Q_SLOTS:
     }
 
     void quotingFollowsTheRules() {
-        QCOMPARE(execline::quoted(QStringLiteral("/a b/50%")), QStringLiteral("\"/a b/50%%\""));
-        QCOMPARE(execline::quoted(QStringLiteral("\"`$\\")), QStringLiteral("\"\\\"\\`\\$\\\\\""));
+        QCOMPARE(execline::quoted(u"/a b/50%"_s), u"\"/a b/50%%\""_s);
+        QCOMPARE(execline::quoted(u"\"`$\\"_s), u"\"\\\"\\`\\$\\\\\""_s);
     }
 };
 
-QTEST_GUILESS_MAIN(TestDesktopEntry)
+ORVANEL_TEST(TestDesktopEntry)
 #include "TestDesktopEntry.moc"

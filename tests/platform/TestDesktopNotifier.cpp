@@ -1,6 +1,7 @@
 #include "platform/DesktopNotifier.h"
 #include "support/Await.h"
 #include "support/PrivateBus.h"
+#include "support/TestClass.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>
@@ -8,14 +9,15 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const QString serverName = QStringLiteral("org.freedesktop.Notifications");
-const QString serverPath = QStringLiteral("/org/freedesktop/Notifications");
+const QString serverName = u"org.freedesktop.Notifications"_s;
+const QString serverPath = u"/org/freedesktop/Notifications"_s;
 
 struct Posted {
     QString application;
@@ -114,15 +116,14 @@ namespace {
 
 void postAndWait(DesktopNotifier& notifier, const FakeNotificationServer& server, const QString& title) {
     const auto count = server.posted.size() + 1;
-    notifier.post(title, QStringLiteral("body"));
+    notifier.post(title, u"body"_s);
     QVERIFY(waitUntil([&] { return server.posted.size() >= count; }));
 }
 
 /// Waits until the notifier knows which id its last notification got: its answers come in order.
 void settle(const FakeNotificationServer& server, const QDBusConnection& user) {
-    const auto ping =
-        QDBusMessage::createMethodCall(server.connection.baseService(), serverPath,
-                                       QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
+    const auto ping = QDBusMessage::createMethodCall(server.connection.baseService(), serverPath,
+                                                     u"org.freedesktop.DBus.Peer"_s, u"Ping"_s);
     const auto call = user.asyncCall(ping);
     QVERIFY(waitUntil([&] { return call.isFinished(); }));
     drainEvents();
@@ -136,44 +137,43 @@ class TestDesktopNotifier : public QObject {
 private Q_SLOTS:
     void postsWhatTheServerNeeds() {
         PrivateBus bus;
-        const FakeNotificationServer server(&bus, {QStringLiteral("body")});
+        const FakeNotificationServer server(&bus, {u"body"_s});
         DesktopNotifier notifier(bus.connect());
         QVERIFY(notifier.mayPost());
-        notifier.post(QStringLiteral("Web & <b>Mail</b> is down"), QStringLiteral("a < b & \"c\""));
+        notifier.post(u"Web & <b>Mail</b> is down"_s, u"a < b & \"c\""_s);
         QVERIFY(waitUntil([&] { return server.posted.size() == 1; }));
         const Posted& posted = server.posted[0];
-        QCOMPARE(posted.application, QStringLiteral("Orvanel"));
+        QCOMPARE(posted.application, u"Orvanel"_s);
         QCOMPARE(posted.replaces, 0U);
-        QCOMPARE(posted.icon, QStringLiteral("io.github.orvanel.Orvanel"));
-        QCOMPARE(posted.summary, QStringLiteral("Web & <b>Mail</b> is down"));
-        QCOMPARE(posted.body, QStringLiteral("a < b & \"c\""));
+        QCOMPARE(posted.icon, u"io.github.orvanel.Orvanel"_s);
+        QCOMPARE(posted.summary, u"Web & <b>Mail</b> is down"_s);
+        QCOMPARE(posted.body, u"a < b & \"c\""_s);
         QCOMPARE(posted.actions, QStringList());
         QCOMPARE(posted.timeout, -1);
-        QCOMPARE(posted.hints.value(QStringLiteral("desktop-entry")).toString(),
-                 QStringLiteral("io.github.orvanel.Orvanel"));
-        const QVariant urgency = posted.hints.value(QStringLiteral("urgency"));
+        QCOMPARE(posted.hints.value(u"desktop-entry"_s).toString(), u"io.github.orvanel.Orvanel"_s);
+        const QVariant urgency = posted.hints.value(u"urgency"_s);
         QCOMPARE(urgency.typeId(), int(QMetaType::UChar));
         QCOMPARE(urgency.toUInt(), 1U);
-        QCOMPARE(posted.hints.value(QStringLiteral("sound-name")).toString(), QStringLiteral("message-new-instant"));
+        QCOMPARE(posted.hints.value(u"sound-name"_s).toString(), u"message-new-instant"_s);
     }
 
     void longTitleIsCut() {
         PrivateBus bus;
-        const FakeNotificationServer server(&bus, {QStringLiteral("body")});
+        const FakeNotificationServer server(&bus, {u"body"_s});
         DesktopNotifier notifier(bus.connect());
-        notifier.post(QString(1'000'000, u'x'), QStringLiteral("body"));
+        notifier.post(QString(1'000'000, u'x'), u"body"_s);
         QVERIFY(waitUntil([&] { return server.posted.size() == 1; }));
         QCOMPARE(server.posted[0].summary, QString(200, u'x') + u'…');
     }
 
     void bodyIsEscapedWhereItIsMarkup() {
         PrivateBus bus;
-        const FakeNotificationServer server(&bus, {QStringLiteral("body"), QStringLiteral("body-markup")});
+        const FakeNotificationServer server(&bus, {u"body"_s, u"body-markup"_s});
         DesktopNotifier notifier(bus.connect());
-        notifier.post(QStringLiteral("a & b"), QStringLiteral("<i>a</i> & b"));
+        notifier.post(u"a & b"_s, u"<i>a</i> & b"_s);
         QVERIFY(waitUntil([&] { return server.posted.size() == 1; }));
-        QCOMPARE(server.posted[0].summary, QStringLiteral("a & b"));
-        QCOMPARE(server.posted[0].body, QStringLiteral("&lt;i&gt;a&lt;/i&gt; &amp; b"));
+        QCOMPARE(server.posted[0].summary, u"a & b"_s);
+        QCOMPARE(server.posted[0].body, u"&lt;i&gt;a&lt;/i&gt; &amp; b"_s);
     }
 
     void anyTextPasses() {
@@ -181,13 +181,12 @@ private Q_SLOTS:
         const FakeNotificationServer server(&bus, {});
         const auto connection = bus.connect();
         DesktopNotifier notifier(connection);
-        notifier.post(QStringLiteral("half ") + QChar(0xd83d) + QStringLiteral(" null \0 noncharacter \uffff"),
-                      QStringLiteral("\U0001F43B\n\x01"));
-        notifier.post(QStringLiteral("after"), QStringLiteral("body"));
+        notifier.post(u"half "_s + QChar(0xd83d) + u" null \0 noncharacter \uffff"_s, u"\U0001F43B\n\x01"_s);
+        notifier.post(u"after"_s, u"body"_s);
         QVERIFY(waitUntil([&] { return server.posted.size() == 2; }));
         QVERIFY(connection.isConnected());
-        QCOMPARE(server.posted[1].summary, QStringLiteral("after"));
-        QVERIFY(server.posted[0].summary.startsWith(QStringLiteral("half ")));
+        QCOMPARE(server.posted[1].summary, u"after"_s);
+        QVERIFY(server.posted[0].summary.startsWith(u"half "_s));
     }
 
     void capabilitiesAreAskedOnceForEachServer() {
@@ -196,26 +195,26 @@ private Q_SLOTS:
         DesktopNotifier notifier(bus.connect());
         notifier.requestAuthorization();
         for (const char* title : {"first", "second", "third"}) {
-            notifier.post(QString::fromLatin1(title), QStringLiteral("a&b"));
+            notifier.post(QString::fromLatin1(title), u"a&b"_s);
         }
         QVERIFY(waitUntil([&] { return server.posted.size() == 3; }));
         notifier.requestAuthorization();
-        postAndWait(notifier, server, QStringLiteral("fourth"));
+        postAndWait(notifier, server, u"fourth"_s);
         QCOMPARE(server.asked, 1);
-        QCOMPARE(server.posted[0].summary, QStringLiteral("first"));
-        QCOMPARE(server.posted[1].summary, QStringLiteral("second"));
-        QCOMPARE(server.posted[2].summary, QStringLiteral("third"));
+        QCOMPARE(server.posted[0].summary, u"first"_s);
+        QCOMPARE(server.posted[1].summary, u"second"_s);
+        QCOMPARE(server.posted[2].summary, u"third"_s);
 
         server.vanish();
-        FakeNotificationServer other(&bus, {QStringLiteral("body-markup")});
+        FakeNotificationServer other(&bus, {u"body-markup"_s});
         settle(other, other.connection);
         QVERIFY(waitUntil([&] {
-            notifier.post(QStringLiteral("fifth"), QStringLiteral("a&b"));
+            notifier.post(u"fifth"_s, u"a&b"_s);
             drainEvents();
             return !other.posted.isEmpty();
         }));
         QCOMPARE(other.asked, 1);
-        QCOMPARE(other.posted.last().body, QStringLiteral("a&amp;b"));
+        QCOMPARE(other.posted.last().body, u"a&amp;b"_s);
         QCOMPARE(server.posted.size(), 4);
     }
 
@@ -224,15 +223,15 @@ private Q_SLOTS:
         FakeNotificationServer server(&bus, {});
         server.answers = false;
         DesktopNotifier notifier(bus.connect());
-        notifier.post(QStringLiteral("first"), QStringLiteral("a&b"));
+        notifier.post(u"first"_s, u"a&b"_s);
         QVERIFY(waitUntil([&] { return server.asked == 1; }));
 
         server.vanish();
-        const FakeNotificationServer other(&bus, {QStringLiteral("body-markup")});
+        const FakeNotificationServer other(&bus, {u"body-markup"_s});
         server.answerLate();
         QVERIFY(waitUntil([&] { return !other.posted.isEmpty(); }));
         QCOMPARE(other.asked, 1);
-        QCOMPARE(other.posted[0].body, QStringLiteral("a&amp;b"));
+        QCOMPARE(other.posted[0].body, u"a&amp;b"_s);
         QCOMPARE(server.posted.size(), 0);
     }
 
@@ -242,76 +241,76 @@ private Q_SLOTS:
         const auto connection = bus.connect();
         DesktopNotifier notifier(connection);
         const QSignalSpy activated(&notifier, &DesktopNotifier::activated);
-        notifier.post(QStringLiteral("first"), QStringLiteral("body"));
+        notifier.post(u"first"_s, u"body"_s);
         QVERIFY(waitUntil([&] { return bus.hasStarted(serverName); }));
 
-        FakeNotificationServer server(&bus, {QStringLiteral("actions")});
+        FakeNotificationServer server(&bus, {u"actions"_s});
         QVERIFY(waitUntil([&] { return server.posted.size() == 1; }));
         QCOMPARE(server.asked, 1);
         settle(server, connection);
-        Q_EMIT server.ActionInvoked(41, QStringLiteral("default"));
+        Q_EMIT server.ActionInvoked(41, u"default"_s);
         QVERIFY(waitUntil([&] { return !activated.isEmpty(); }));
     }
 
     void clickActivatesWithTheToken() {
         PrivateBus bus;
-        FakeNotificationServer server(&bus, {QStringLiteral("actions")});
+        FakeNotificationServer server(&bus, {u"actions"_s});
         const auto connection = bus.connect();
         DesktopNotifier notifier(connection);
         const QSignalSpy activated(&notifier, &DesktopNotifier::activated);
-        postAndWait(notifier, server, QStringLiteral("first"));
-        postAndWait(notifier, server, QStringLiteral("second"));
-        QCOMPARE(server.posted[0].actions.value(0), QStringLiteral("default"));
+        postAndWait(notifier, server, u"first"_s);
+        postAndWait(notifier, server, u"second"_s);
+        QCOMPARE(server.posted[0].actions.value(0), u"default"_s);
         settle(server, connection);
 
-        Q_EMIT server.ActivationToken(7, QStringLiteral("not ours"));
-        Q_EMIT server.ActionInvoked(7, QStringLiteral("default"));
-        Q_EMIT server.ActionInvoked(41, QStringLiteral("other-action"));
-        Q_EMIT server.ActivationToken(41, QStringLiteral("token"));
-        Q_EMIT server.ActionInvoked(41, QStringLiteral("default"));
-        Q_EMIT server.ActionInvoked(42, QStringLiteral("default"));
+        Q_EMIT server.ActivationToken(7, u"not ours"_s);
+        Q_EMIT server.ActionInvoked(7, u"default"_s);
+        Q_EMIT server.ActionInvoked(41, u"other-action"_s);
+        Q_EMIT server.ActivationToken(41, u"token"_s);
+        Q_EMIT server.ActionInvoked(41, u"default"_s);
+        Q_EMIT server.ActionInvoked(42, u"default"_s);
         QVERIFY(waitUntil([&] { return activated.size() == 2; }));
-        QCOMPARE(activated[0][0].toString(), QStringLiteral("token"));
+        QCOMPARE(activated[0][0].toString(), u"token"_s);
         QCOMPARE(activated[1][0].toString(), QString());
     }
 
     void closedNotificationIsForgotten() {
         PrivateBus bus;
-        FakeNotificationServer server(&bus, {QStringLiteral("actions")});
+        FakeNotificationServer server(&bus, {u"actions"_s});
         const auto connection = bus.connect();
         DesktopNotifier notifier(connection);
         const QSignalSpy activated(&notifier, &DesktopNotifier::activated);
-        postAndWait(notifier, server, QStringLiteral("first"));
-        postAndWait(notifier, server, QStringLiteral("second"));
+        postAndWait(notifier, server, u"first"_s);
+        postAndWait(notifier, server, u"second"_s);
         settle(server, connection);
         Q_EMIT server.NotificationClosed(41, 2);
-        Q_EMIT server.ActivationToken(41, QStringLiteral("late"));
-        Q_EMIT server.ActionInvoked(41, QStringLiteral("default"));
-        Q_EMIT server.ActivationToken(42, QStringLiteral("token"));
-        Q_EMIT server.ActionInvoked(42, QStringLiteral("default"));
+        Q_EMIT server.ActivationToken(41, u"late"_s);
+        Q_EMIT server.ActionInvoked(41, u"default"_s);
+        Q_EMIT server.ActivationToken(42, u"token"_s);
+        Q_EMIT server.ActionInvoked(42, u"default"_s);
         QVERIFY(waitUntil([&] { return !activated.isEmpty(); }));
         QCOMPARE(activated.size(), 1);
-        QCOMPARE(activated[0][0].toString(), QStringLiteral("token"));
+        QCOMPARE(activated[0][0].toString(), u"token"_s);
     }
 
     void signalsOfOthersAreIgnored() {
         PrivateBus bus;
-        FakeNotificationServer server(&bus, {QStringLiteral("actions")});
+        FakeNotificationServer server(&bus, {u"actions"_s});
         const auto connection = bus.connect();
         DesktopNotifier notifier(connection);
         const QSignalSpy activated(&notifier, &DesktopNotifier::activated);
-        postAndWait(notifier, server, QStringLiteral("first"));
+        postAndWait(notifier, server, u"first"_s);
         settle(server, connection);
         const auto stranger = bus.connect();
-        auto forged = QDBusMessage::createSignal(serverPath, serverName, QStringLiteral("ActionInvoked"));
-        forged.setArguments({41U, QStringLiteral("default")});
+        auto forged = QDBusMessage::createSignal(serverPath, serverName, u"ActionInvoked"_s);
+        forged.setArguments({41U, u"default"_s});
         QVERIFY(stranger.send(forged));
         settle(server, stranger);
-        Q_EMIT server.ActivationToken(41, QStringLiteral("token"));
-        Q_EMIT server.ActionInvoked(41, QStringLiteral("default"));
+        Q_EMIT server.ActivationToken(41, u"token"_s);
+        Q_EMIT server.ActionInvoked(41, u"default"_s);
         QVERIFY(waitUntil([&] { return !activated.isEmpty(); }));
         QCOMPARE(activated.size(), 1);
-        QCOMPARE(activated[0][0].toString(), QStringLiteral("token"));
+        QCOMPARE(activated[0][0].toString(), u"token"_s);
     }
 
     void silentServerCostsOneLine() {
@@ -320,13 +319,13 @@ private Q_SLOTS:
         server.answers = false;
         const Warnings warnings;
         DesktopNotifier notifier(bus.connect(), 20ms);
-        notifier.post(QStringLiteral("first"), QStringLiteral("body"));
-        notifier.post(QStringLiteral("second"), QStringLiteral("body"));
+        notifier.post(u"first"_s, u"body"_s);
+        notifier.post(u"second"_s, u"body"_s);
         QVERIFY(waitUntil([&] { return server.posted.size() == 2 && !Warnings::texts().isEmpty(); }));
         // It answers again: everything goes on.
         server.answers = true;
         const int asked = server.asked;
-        postAndWait(notifier, server, QStringLiteral("third"));
+        postAndWait(notifier, server, u"third"_s);
         QVERIFY(server.asked > asked);
         QCOMPARE(Warnings::texts().size(), 1);
     }
@@ -337,19 +336,19 @@ private Q_SLOTS:
         const Warnings warnings;
         DesktopNotifier notifier(connection);
         QVERIFY(notifier.mayPost());
-        notifier.post(QStringLiteral("first"), QStringLiteral("body"));
+        notifier.post(u"first"_s, u"body"_s);
         QVERIFY(waitUntil([] { return !Warnings::texts().isEmpty(); }));
         for (int i = 0; i < 5; ++i) {
-            notifier.post(QStringLiteral("more"), QStringLiteral("body"));
+            notifier.post(u"more"_s, u"body"_s);
             drainEvents();
         }
         // One comes late: the news of now reaches it, the news of then does not.
         FakeNotificationServer server(&bus, {});
         settle(server, connection);
         const auto before = server.posted.size();
-        postAndWait(notifier, server, QStringLiteral("now"));
+        postAndWait(notifier, server, u"now"_s);
         QCOMPARE(server.posted.size(), before + 1);
-        QCOMPARE(server.posted.last().summary, QStringLiteral("now"));
+        QCOMPARE(server.posted.last().summary, u"now"_s);
         QCOMPARE(Warnings::texts().size(), 1);
     }
 
@@ -359,7 +358,7 @@ private Q_SLOTS:
         DesktopNotifier notifier(none);
         QVERIFY(!notifier.mayPost());
         notifier.requestAuthorization();
-        notifier.post(QStringLiteral("title"), QStringLiteral("body"));
+        notifier.post(u"title"_s, u"body"_s);
         drainEvents();
         QCOMPARE(Warnings::texts(), QStringList());
     }
@@ -368,10 +367,10 @@ private Q_SLOTS:
         PrivateBus bus;
         const FakeNotificationServer server(&bus, {});
         DesktopNotifier notifier(bus.connect());
-        postAndWait(notifier, server, QStringLiteral("first"));
+        postAndWait(notifier, server, u"first"_s);
         bus.stop();
         QVERIFY(waitUntil([&] { return !notifier.mayPost(); }));
-        notifier.post(QStringLiteral("second"), QStringLiteral("body"));
+        notifier.post(u"second"_s, u"body"_s);
         drainEvents();
         QCOMPARE(server.posted.size(), 1);
     }
@@ -382,7 +381,7 @@ private Q_SLOTS:
         server.answers = false;
         {
             DesktopNotifier notifier(bus.connect());
-            notifier.post(QStringLiteral("first"), QStringLiteral("body"));
+            notifier.post(u"first"_s, u"body"_s);
             QVERIFY(waitUntil([&] { return server.asked == 1; }));
         }
         drainEvents();
@@ -390,5 +389,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestDesktopNotifier)
+ORVANEL_TEST(TestDesktopNotifier)
 #include "TestDesktopNotifier.moc"

@@ -1,8 +1,10 @@
 #include "platform/Folders.h"
+#include "support/TestClass.h"
 #include "support/TestHome.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -12,28 +14,28 @@ class TestFolders : public QObject {
 private Q_SLOTS:
     void foldersFollowTheEnvironment() {
         const TestHome home;
-        qputenv("XDG_DATA_HOME", QFile::encodeName(home.path(QStringLiteral("elsewhere"))));
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path(QStringLiteral("settings"))));
-        QCOMPARE(folders::applicationSupport(), home.path(QStringLiteral("elsewhere")));
-        QCOMPARE(folders::configuration(), home.path(QStringLiteral("settings")));
+        qputenv("XDG_DATA_HOME", QFile::encodeName(home.path(u"elsewhere"_s)));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path(u"settings"_s)));
+        QCOMPARE(folders::applicationSupport(), home.path(u"elsewhere"_s));
+        QCOMPARE(folders::configuration(), home.path(u"settings"_s));
     }
 
     void foldersLieInTheHomeByDefault() {
         const TestHome home;
         qunsetenv("XDG_DATA_HOME");
         qunsetenv("XDG_CONFIG_HOME");
-        QCOMPARE(folders::applicationSupport(), home.path(QStringLiteral(".local/share")));
-        QCOMPARE(folders::configuration(), home.path(QStringLiteral(".config")));
+        QCOMPARE(folders::applicationSupport(), home.path(u".local/share"_s));
+        QCOMPARE(folders::configuration(), home.path(u".config"_s));
     }
 
     void relativeFoldersAreIgnored() {
         const TestHome home;
         qputenv("XDG_DATA_HOME", "data");
         qputenv("XDG_CONFIG_HOME", "config");
-        QCOMPARE(folders::applicationSupport(), home.path(QStringLiteral(".local/share")));
-        QCOMPARE(folders::configuration(), home.path(QStringLiteral(".config")));
+        QCOMPARE(folders::applicationSupport(), home.path(u".local/share"_s));
+        QCOMPARE(folders::configuration(), home.path(u".config"_s));
     }
 };
 
-QTEST_GUILESS_MAIN(TestFolders)
+ORVANEL_TEST(TestFolders)
 #include "TestFolders.moc"

@@ -1,18 +1,20 @@
 #include "platform/FreedesktopDesktop.h"
 #include "support/Await.h"
 #include "support/PrivateBus.h"
+#include "support/TestClass.h"
 
 #include <QDBusContext>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const QString managerName = QStringLiteral("org.freedesktop.FileManager1");
-const QString managerPath = QStringLiteral("/org/freedesktop/FileManager1");
+const QString managerName = u"org.freedesktop.FileManager1"_s;
+const QString managerPath = u"/org/freedesktop/FileManager1"_s;
 
 } // namespace
 
@@ -40,7 +42,7 @@ public:
         startupIds << startupId;
         setDelayedReply(m_mood == Mood::Hangs);
         if (m_mood == Mood::Refuses) {
-            sendErrorReply(QDBusError::Failed, QStringLiteral("not today"));
+            sendErrorReply(QDBusError::Failed, u"not today"_s);
         }
     }
 
@@ -61,14 +63,14 @@ private Q_SLOTS:
     void onlyWebAddressesAreOpened_data() {
         QTest::addColumn<QString>("address");
         QTest::addColumn<bool>("opened");
-        QTest::newRow("http") << QStringLiteral("http://127.0.0.1:3001/") << true;
-        QTest::newRow("https") << QStringLiteral("https://example.org/a?b=c#d") << true;
-        QTest::newRow("capitals") << QStringLiteral("HTTPS://EXAMPLE.ORG/") << true;
-        QTest::newRow("file") << QStringLiteral("file:///etc/passwd") << false;
-        QTest::newRow("script") << QStringLiteral("javascript:alert(1)") << false;
-        QTest::newRow("program") << QStringLiteral("ssh://example.org") << false;
-        QTest::newRow("relative") << QStringLiteral("example.org") << false;
-        QTest::newRow("no host") << QStringLiteral("http:///path") << false;
+        QTest::newRow("http") << u"http://127.0.0.1:3001/"_s << true;
+        QTest::newRow("https") << u"https://example.org/a?b=c#d"_s << true;
+        QTest::newRow("capitals") << u"HTTPS://EXAMPLE.ORG/"_s << true;
+        QTest::newRow("file") << u"file:///etc/passwd"_s << false;
+        QTest::newRow("script") << u"javascript:alert(1)"_s << false;
+        QTest::newRow("program") << u"ssh://example.org"_s << false;
+        QTest::newRow("relative") << u"example.org"_s << false;
+        QTest::newRow("no host") << u"http:///path"_s << false;
         QTest::newRow("empty") << QString() << false;
     }
 
@@ -84,11 +86,11 @@ private Q_SLOTS:
         PrivateBus bus;
         const FakeFileManager manager(&bus, FakeFileManager::Mood::Shows);
         FreedesktopDesktop desktop(bus.connect(), m_opener);
-        desktop.reveal(QStringLiteral("/tmp/a b/100% #1?.zip"));
-        desktop.reveal(QStringLiteral("/tmp/\u00fc"));
+        desktop.reveal(u"/tmp/a b/100% #1?.zip"_s);
+        desktop.reveal(u"/tmp/\u00fc"_s);
         QVERIFY(waitUntil([&] { return manager.shown.size() == 2; }));
-        QCOMPARE(manager.shown[0], QStringList{QStringLiteral("file:///tmp/a%20b/100%25%20%231%3F.zip")});
-        QCOMPARE(manager.shown[1], QStringList{QStringLiteral("file:///tmp/%C3%BC")});
+        QCOMPARE(manager.shown[0], QStringList{u"file:///tmp/a%20b/100%25%20%231%3F.zip"_s});
+        QCOMPARE(manager.shown[1], QStringList{u"file:///tmp/%C3%BC"_s});
         QCOMPARE(manager.startupIds, (QStringList{QString(), QString()}));
         drainEvents();
         QCOMPARE(m_opened, QList<QUrl>());
@@ -105,23 +107,23 @@ private Q_SLOTS:
         PrivateBus bus;
         const FakeFileManager manager(&bus, static_cast<FakeFileManager::Mood>(mood));
         FreedesktopDesktop desktop(bus.connect(), m_opener, 50ms);
-        desktop.reveal(QStringLiteral("/tmp/a b/file"));
+        desktop.reveal(u"/tmp/a b/file"_s);
         QVERIFY(waitUntil([&] { return !m_opened.isEmpty(); }));
-        QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(QStringLiteral("/tmp/a b"))});
+        QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(u"/tmp/a b"_s)});
     }
 
     void revealWithoutFileManager() {
         PrivateBus bus;
         FreedesktopDesktop desktop(bus.connect(), m_opener);
-        desktop.reveal(QStringLiteral("/tmp/a/file"));
+        desktop.reveal(u"/tmp/a/file"_s);
         QVERIFY(waitUntil([&] { return !m_opened.isEmpty(); }));
-        QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(QStringLiteral("/tmp/a"))});
+        QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(u"/tmp/a"_s)});
     }
 
     void revealWithoutBus() {
         FreedesktopDesktop desktop(PrivateBus::none(), m_opener);
-        desktop.reveal(QStringLiteral("/tmp/a/file"));
-        QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(QStringLiteral("/tmp/a"))});
+        desktop.reveal(u"/tmp/a/file"_s);
+        QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(u"/tmp/a"_s)});
     }
 
     void mayEndWhileWaiting() {
@@ -129,7 +131,7 @@ private Q_SLOTS:
         const FakeFileManager manager(&bus, FakeFileManager::Mood::Hangs);
         {
             FreedesktopDesktop desktop(bus.connect(), m_opener);
-            desktop.reveal(QStringLiteral("/tmp/a/file"));
+            desktop.reveal(u"/tmp/a/file"_s);
             QVERIFY(waitUntil([&] { return !manager.shown.isEmpty(); }));
         }
         drainEvents();
@@ -137,5 +139,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFreedesktopDesktop)
+ORVANEL_TEST(TestFreedesktopDesktop)
 #include "TestFreedesktopDesktop.moc"

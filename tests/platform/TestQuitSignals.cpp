@@ -1,5 +1,6 @@
 #include "platform/QuitSignals.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QDir>
 #include <QProcess>
@@ -12,6 +13,7 @@
 #include <thread>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -26,7 +28,7 @@ void (*handlerOf(int signal))(int) {
 }
 
 QStringList openFiles() {
-    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    return QDir(u"/proc/self/fd"_s).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
 }
 
 } // namespace
@@ -104,9 +106,8 @@ private Q_SLOTS:
     void childrenInheritNothing() {
         const QuitSignals signalsToQuit;
         QProcess child;
-        child.start(QStringLiteral("/bin/sh"),
-                    {QStringLiteral("-c"), QStringLiteral("grep -E '^Sig(Blk|Ign|Cgt)' /proc/self/status; "
-                                                          "ls -l /proc/self/fd | grep socket; true")});
+        child.start(u"/bin/sh"_s, {u"-c"_s, u"grep -E '^Sig(Blk|Ign|Cgt)' /proc/self/status; "
+                                            "ls -l /proc/self/fd | grep socket; true"_s});
         QVERIFY(child.waitForFinished());
         const QByteArray output = child.readAllStandardOutput();
         QVERIFY2(!output.contains("socket:"), output.constData());
@@ -139,5 +140,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestQuitSignals)
+ORVANEL_TEST(TestQuitSignals)
 #include "TestQuitSignals.moc"

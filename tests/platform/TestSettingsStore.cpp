@@ -1,5 +1,6 @@
 #include "platform/SettingsStore.h"
 #include "support/FilePermissions.h"
+#include "support/TestClass.h"
 #include "support/TestHome.h"
 
 #include <QDir>
@@ -10,15 +11,16 @@
 #include <climits>
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
 namespace {
 
-const QString fileName = QStringLiteral(".config/Orvanel/Orvanel.conf");
-const QString port = QStringLiteral("port");
-const QString slug = QStringLiteral("slug");
-const QString stopOnQuit = QStringLiteral("stopOnQuit");
+const QString fileName = u".config/Orvanel/Orvanel.conf"_s;
+const QString port = u"port"_s;
+const QString slug = u"slug"_s;
+const QString stopOnQuit = u"stopOnQuit"_s;
 
 QByteArray contentOf(const QString& path) {
     QFile file(path);
@@ -45,17 +47,17 @@ private:
 /// What every store must do whose file gives nothing.
 void checkReadsAsFallback(const SettingsStore& store) {
     QCOMPARE(store.integer(port, 7), 7);
-    QCOMPARE(store.text(slug, QStringLiteral("none")), QStringLiteral("none"));
+    QCOMPARE(store.text(slug, u"none"_s), u"none"_s);
     QCOMPARE(store.boolean(stopOnQuit, true), true);
     QCOMPARE(store.boolean(stopOnQuit, false), false);
 }
 
 void checkCannotWrite(SettingsStore& store) {
     QVERIFY(!store.setInteger(port, 4000));
-    QVERIFY(!store.setText(slug, QStringLiteral("mine")));
+    QVERIFY(!store.setText(slug, u"mine"_s));
     QVERIFY(!store.setBoolean(stopOnQuit, true));
     QCOMPARE(store.integer(port, 7), 4000);
-    QCOMPARE(store.text(slug, QString()), QStringLiteral("mine"));
+    QCOMPARE(store.text(slug, QString()), u"mine"_s);
     QCOMPARE(store.boolean(stopOnQuit, false), true);
 }
 
@@ -85,14 +87,14 @@ private Q_SLOTS:
         QVERIFY(contentOf(store.file()).contains("port=-80\n"));
         QVERIFY(store.setBoolean(stopOnQuit, true));
         QVERIFY(contentOf(store.file()).contains("stopOnQuit=true\n"));
-        QVERIFY(store.setText(slug, QStringLiteral("mine")));
+        QVERIFY(store.setText(slug, u"mine"_s));
         QVERIFY(contentOf(store.file()).contains("slug=mine\n"));
         QVERIFY(store.setBoolean(stopOnQuit, false));
         QVERIFY(contentOf(store.file()).contains("stopOnQuit=false\n"));
         const SettingsStore second;
         QCOMPARE(second.integer(port, 0), -80);
         QCOMPARE(second.boolean(stopOnQuit, true), false);
-        QCOMPARE(second.text(slug, QString()), QStringLiteral("mine"));
+        QCOMPARE(second.text(slug, QString()), u"mine"_s);
     }
 
     void typesAreChecked_data() {
@@ -101,19 +103,18 @@ private Q_SLOTS:
         QTest::addColumn<QString>("asText");
         QTest::addColumn<bool>("asBooleanWithTrue");
         QTest::addColumn<bool>("asBooleanWithFalse");
-        const QString none = QStringLiteral("none");
-        QTest::newRow("number") << QByteArray("3005") << 3005 << QStringLiteral("3005") << true << false;
-        QTest::newRow("quoted number") << QByteArray("\"3005\"") << 3005 << QStringLiteral("3005") << true << false;
-        QTest::newRow("one") << QByteArray("1") << 1 << QStringLiteral("1") << true << true;
-        QTest::newRow("zero") << QByteArray("0") << 0 << QStringLiteral("0") << false << false;
-        QTest::newRow("true") << QByteArray("True") << 7 << QStringLiteral("True") << true << true;
-        QTest::newRow("false") << QByteArray("false") << 7 << QStringLiteral("false") << false << false;
-        QTest::newRow("word") << QByteArray("abc") << 7 << QStringLiteral("abc") << true << false;
+        const QString none = u"none"_s;
+        QTest::newRow("number") << QByteArray("3005") << 3005 << u"3005"_s << true << false;
+        QTest::newRow("quoted number") << QByteArray("\"3005\"") << 3005 << u"3005"_s << true << false;
+        QTest::newRow("one") << QByteArray("1") << 1 << u"1"_s << true << true;
+        QTest::newRow("zero") << QByteArray("0") << 0 << u"0"_s << false << false;
+        QTest::newRow("true") << QByteArray("True") << 7 << u"True"_s << true << true;
+        QTest::newRow("false") << QByteArray("false") << 7 << u"false"_s << false << false;
+        QTest::newRow("word") << QByteArray("abc") << 7 << u"abc"_s << true << false;
         QTest::newRow("empty") << QByteArray("") << 7 << QString() << true << false;
-        QTest::newRow("fraction") << QByteArray("3005.5") << 7 << QStringLiteral("3005.5") << true << false;
-        QTest::newRow("huge") << QByteArray("99999999999999999999") << 7 << QStringLiteral("99999999999999999999")
-                              << true << false;
-        QTest::newRow("over int") << QByteArray("2147483648") << 7 << QStringLiteral("2147483648") << true << false;
+        QTest::newRow("fraction") << QByteArray("3005.5") << 7 << u"3005.5"_s << true << false;
+        QTest::newRow("huge") << QByteArray("99999999999999999999") << 7 << u"99999999999999999999"_s << true << false;
+        QTest::newRow("over int") << QByteArray("2147483648") << 7 << u"2147483648"_s << true << false;
         QTest::newRow("list") << QByteArray("a,b") << 7 << none << true << false;
         QTest::newRow("list of numbers") << QByteArray("3005, 3006") << 7 << none << true << false;
         QTest::newRow("bytes") << QByteArray("@ByteArray(3005)") << 7 << none << true << false;
@@ -128,9 +129,9 @@ private Q_SLOTS:
         const TestHome home;
         home.write(fileName, "[General]\nx=" + stored + "\n");
         const SettingsStore store;
-        const QString x = QStringLiteral("x");
+        const QString x = u"x"_s;
         QTEST(store.integer(x, 7), "asInteger");
-        QTEST(store.text(x, QStringLiteral("none")), "asText");
+        QTEST(store.text(x, u"none"_s), "asText");
         QTEST(store.boolean(x, true), "asBooleanWithTrue");
         QTEST(store.boolean(x, false), "asBooleanWithFalse");
     }
@@ -146,38 +147,38 @@ private Q_SLOTS:
     void textsRoundTrip_data() {
         QTest::addColumn<QString>("value");
         QTest::newRow("empty") << QString();
-        QTest::newRow("comma") << QStringLiteral("a, b,c");
-        QTest::newRow("quotes") << QStringLiteral("\"a\" 'b' \\\"c\\");
-        QTest::newRow("last backslash") << QStringLiteral("a, b\\");
-        QTest::newRow("blanks") << QStringLiteral("  leading and trailing\t ");
-        QTest::newRow("lines") << QStringLiteral("one\ntwo\r\nthree");
-        QTest::newRow("emoji") << QStringLiteral("\U0001F43B bear \u2026");
-        QTest::newRow("like an object") << QStringLiteral("@Variant(x) @Invalid() @");
-        QTest::newRow("at") << QStringLiteral("@Invalid()");
-        QTest::newRow("object") << QStringLiteral("@Variant(x)");
-        QTest::newRow("blank and object") << QStringLiteral(" @Dev");
-        QTest::newRow("object in a list") << QStringLiteral("a, @DateTime(x)");
-        QTest::newRow("at in octal") << QStringLiteral("\4"
-                                                       "00 \x4");
-        QTest::newRow("comment") << QStringLiteral("; # a=b [c]");
-        QTest::newRow("percent") << QStringLiteral("%20 \\x41 \\0");
-        QTest::newRow("null") << QStringLiteral("a\0b");
-        QTest::newRow("byte order mark") << QStringLiteral("\uFEFFa");
-        QTest::newRow("escape then digit") << QStringLiteral("\x01"
-                                                             "f\x02"
-                                                             "9");
-        QTest::newRow("number") << QStringLiteral("0012");
+        QTest::newRow("comma") << u"a, b,c"_s;
+        QTest::newRow("quotes") << u"\"a\" 'b' \\\"c\\"_s;
+        QTest::newRow("last backslash") << u"a, b\\"_s;
+        QTest::newRow("blanks") << u"  leading and trailing\t "_s;
+        QTest::newRow("lines") << u"one\ntwo\r\nthree"_s;
+        QTest::newRow("emoji") << u"\U0001F43B bear \u2026"_s;
+        QTest::newRow("like an object") << u"@Variant(x) @Invalid() @"_s;
+        QTest::newRow("at") << u"@Invalid()"_s;
+        QTest::newRow("object") << u"@Variant(x)"_s;
+        QTest::newRow("blank and object") << u" @Dev"_s;
+        QTest::newRow("object in a list") << u"a, @DateTime(x)"_s;
+        QTest::newRow("at in octal") << u"\4"
+                                        "00 \x4"_s;
+        QTest::newRow("comment") << u"; # a=b [c]"_s;
+        QTest::newRow("percent") << u"%20 \\x41 \\0"_s;
+        QTest::newRow("null") << u"a\0b"_s;
+        QTest::newRow("byte order mark") << u"\uFEFFa"_s;
+        QTest::newRow("escape then digit") << u"\x01"
+                                              "f\x02"
+                                              "9"_s;
+        QTest::newRow("number") << u"0012"_s;
     }
 
     void textsRoundTrip() {
         QFETCH(const QString, value);
         const TestHome home;
         QVERIFY(SettingsStore().setText(slug, value));
-        QCOMPARE(SettingsStore().text(slug, QStringLiteral("none")), value);
+        QCOMPARE(SettingsStore().text(slug, u"none"_s), value);
         // Once more over the written file, which must still be understood.
         QVERIFY(SettingsStore().setInteger(port, 1));
-        QCOMPARE(SettingsStore().text(slug, QStringLiteral("none")), value);
-        QVERIFY(!QFileInfo::exists(home.path(fileName) + QStringLiteral(".broken")));
+        QCOMPARE(SettingsStore().text(slug, u"none"_s), value);
+        QVERIFY(!QFileInfo::exists(home.path(fileName) + u".broken"_s));
     }
 
     void longTextsAreNotStored() {
@@ -223,7 +224,7 @@ private Q_SLOTS:
         QVERIFY2(content.contains("geometry=@ByteArray(\\x1\\x2)\n"), content.constData());
         QVERIFY2(content.contains("logs\\deep=x\n"), content.constData());
         QVERIFY2(content.contains("port=2\n"), content.constData());
-        QVERIFY(!QFileInfo::exists(home.path(fileName) + QStringLiteral(".broken")));
+        QVERIFY(!QFileInfo::exists(home.path(fileName) + u".broken"_s));
     }
 
     void deletedFileIsWrittenAnewWithAllThatIsKnown() {
@@ -232,7 +233,7 @@ private Q_SLOTS:
         SettingsStore store;
         QVERIFY(QFile::remove(home.path(fileName)));
         QVERIFY(store.setInteger(port, 4002));
-        QCOMPARE(SettingsStore().text(slug, {}), QStringLiteral("mine"));
+        QCOMPARE(SettingsStore().text(slug, {}), u"mine"_s);
         QCOMPARE(SettingsStore().integer(port, 0), 4002);
     }
 
@@ -242,7 +243,7 @@ private Q_SLOTS:
         SettingsStore store;
         home.write(fileName, "[General]\nport=1\nslug=changed elsewhere\n");
         QVERIFY(store.setInteger(port, 2));
-        QCOMPARE(SettingsStore().text(slug, QString()), QStringLiteral("changed elsewhere"));
+        QCOMPARE(SettingsStore().text(slug, QString()), u"changed elsewhere"_s);
         QCOMPARE(SettingsStore().integer(port, 0), 2);
     }
 
@@ -294,11 +295,11 @@ private Q_SLOTS:
         home.write(fileName, content);
         SettingsStore store;
         QCOMPARE(store.integer(port, 0), 4001);
-        QCOMPARE(store.text(slug, {}), QStringLiteral("mine"));
-        QVERIFY(!store.text(QStringLiteral("x"), {}).contains(QStringLiteral("\\x9")));
+        QCOMPARE(store.text(slug, {}), u"mine"_s);
+        QVERIFY(!store.text(u"x"_s, {}).contains(u"\\x9"_s));
         QVERIFY(store.setInteger(port, 4002));
-        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken")), content);
-        QCOMPARE(SettingsStore().text(slug, {}), QStringLiteral("mine"));
+        QCOMPARE(contentOf(home.path(fileName) + u".broken"_s), content);
+        QCOMPARE(SettingsStore().text(slug, {}), u"mine"_s);
         QCOMPARE(SettingsStore().integer(port, 0), 4002);
     }
 
@@ -310,10 +311,10 @@ private Q_SLOTS:
         checkReadsAsFallback(store);
         QCOMPARE(contentOf(home.path(fileName)), content);
         QVERIFY(store.setInteger(port, 4000));
-        QVERIFY(store.setText(slug, QStringLiteral("mine")));
-        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken")), content);
+        QVERIFY(store.setText(slug, u"mine"_s));
+        QCOMPARE(contentOf(home.path(fileName) + u".broken"_s), content);
         QCOMPARE(SettingsStore().integer(port, 0), 4000);
-        QCOMPARE(SettingsStore().text(slug, QString()), QStringLiteral("mine"));
+        QCOMPARE(SettingsStore().text(slug, QString()), u"mine"_s);
     }
 
     void goodLinesOfABrokenFileCount() {
@@ -321,7 +322,7 @@ private Q_SLOTS:
         home.write(fileName, "[General]\nport=4000\n<<<<<<< conflict\nother=a, b\n");
         SettingsStore store;
         QCOMPARE(store.integer(port, 0), 4000);
-        QVERIFY(store.setText(slug, QStringLiteral("mine")));
+        QVERIFY(store.setText(slug, u"mine"_s));
         QCOMPARE(SettingsStore().integer(port, 0), 4000);
         QVERIFY(contentOf(home.path(fileName)).contains("other=a, b\n"));
     }
@@ -332,33 +333,33 @@ private Q_SLOTS:
             home.write(fileName, content);
             QVERIFY(SettingsStore().setInteger(port, 1));
         }
-        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken")), QByteArray("first"));
-        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken2")), QByteArray("second"));
-        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken3")), QByteArray("third"));
+        QCOMPARE(contentOf(home.path(fileName) + u".broken"_s), QByteArray("first"));
+        QCOMPARE(contentOf(home.path(fileName) + u".broken2"_s), QByteArray("second"));
+        QCOMPARE(contentOf(home.path(fileName) + u".broken3"_s), QByteArray("third"));
     }
 
     void fileThatBreaksDuringTheRunIsKeptToo() {
         const TestHome home;
         SettingsStore store;
-        QVERIFY(store.setText(slug, QStringLiteral("mine")));
+        QVERIFY(store.setText(slug, u"mine"_s));
         home.write(fileName, "broken by hand");
         QVERIFY(store.setInteger(port, 1));
-        QCOMPARE(contentOf(home.path(fileName) + QStringLiteral(".broken")), QByteArray("broken by hand"));
-        QCOMPARE(SettingsStore().text(slug, QString()), QStringLiteral("mine"));
+        QCOMPARE(contentOf(home.path(fileName) + u".broken"_s), QByteArray("broken by hand"));
+        QCOMPARE(SettingsStore().text(slug, QString()), u"mine"_s);
     }
 
     void folderInTheFilesPlace() {
         const TestHome home;
-        home.write(fileName + QStringLiteral("/inside"), "kept");
+        home.write(fileName + u"/inside"_s, "kept");
         SettingsStore store;
         checkReadsAsFallback(store);
         checkCannotWrite(store);
-        QCOMPARE(contentOf(home.path(fileName + QStringLiteral("/inside"))), QByteArray("kept"));
+        QCOMPARE(contentOf(home.path(fileName + u"/inside"_s)), QByteArray("kept"));
     }
 
     void fileInTheFoldersPlace() {
         const TestHome home;
-        home.write(QStringLiteral(".config/Orvanel"), "a file");
+        home.write(u".config/Orvanel"_s, "a file");
         SettingsStore store;
         checkReadsAsFallback(store);
         checkCannotWrite(store);
@@ -366,7 +367,7 @@ private Q_SLOTS:
 
     void pipeInTheFilesPlace() {
         const TestHome home;
-        QVERIFY(QDir().mkpath(home.path(QStringLiteral(".config/Orvanel"))));
+        QVERIFY(QDir().mkpath(home.path(u".config/Orvanel"_s)));
         QCOMPARE(::mkfifo(QFile::encodeName(home.path(fileName)).constData(), 0600), 0);
         SettingsStore store;
         checkReadsAsFallback(store);
@@ -398,7 +399,7 @@ private Q_SLOTS:
     void readOnlyFolder() {
         const TestHome home;
         home.write(fileName, "[General]\nport=1\n");
-        const Locked locked(home.path(QStringLiteral(".config/Orvanel")), QFile::ReadOwner | QFile::ExeOwner);
+        const Locked locked(home.path(u".config/Orvanel"_s), QFile::ReadOwner | QFile::ExeOwner);
         SettingsStore store;
         checkCannotWrite(store);
         QCOMPARE(contentOf(home.path(fileName)), QByteArray("[General]\nport=1\n"));
@@ -407,7 +408,7 @@ private Q_SLOTS:
     void brokenFileInAReadOnlyFolderStays() {
         const TestHome home;
         home.write(fileName, "no settings");
-        const Locked locked(home.path(QStringLiteral(".config/Orvanel")), QFile::ReadOwner | QFile::ExeOwner);
+        const Locked locked(home.path(u".config/Orvanel"_s), QFile::ReadOwner | QFile::ExeOwner);
         SettingsStore store;
         checkCannotWrite(store);
         QCOMPARE(contentOf(home.path(fileName)), QByteArray("no settings"));
@@ -418,7 +419,7 @@ private Q_SLOTS:
         home.write(fileName, "[General]\nport=1\n");
         SettingsStore store;
         {
-            const Locked locked(home.path(QStringLiteral(".config/Orvanel")), QFile::ReadOwner | QFile::ExeOwner);
+            const Locked locked(home.path(u".config/Orvanel"_s), QFile::ReadOwner | QFile::ExeOwner);
             QVERIFY(!store.setInteger(port, 2));
         }
         QVERIFY(store.setInteger(port, 3));
@@ -427,8 +428,8 @@ private Q_SLOTS:
 
     void linkedFileIsWrittenThroughItsLink() {
         const TestHome home;
-        const QString real = home.write(QStringLiteral("dotfiles/Orvanel.conf"), "[General]\nport=1\n");
-        QVERIFY(QDir().mkpath(home.path(QStringLiteral(".config/Orvanel"))));
+        const QString real = home.write(u"dotfiles/Orvanel.conf"_s, "[General]\nport=1\n");
+        QVERIFY(QDir().mkpath(home.path(u".config/Orvanel"_s)));
         QVERIFY(QFile::link(real, home.path(fileName)));
         QVERIFY(SettingsStore().setInteger(port, 2));
         QVERIFY(QFileInfo(home.path(fileName)).isSymLink());
@@ -436,5 +437,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestSettingsStore)
+ORVANEL_TEST(TestSettingsStore)
 #include "TestSettingsStore.moc"

@@ -3,6 +3,7 @@
 #include "support/Await.h"
 #include "support/FilePermissions.h"
 #include "support/PrivateBus.h"
+#include "support/TestClass.h"
 #include "support/TestHome.h"
 
 #include <QDBusConnectionInterface>
@@ -17,6 +18,7 @@
 #include <thread>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -24,20 +26,20 @@ using Outcome = SingleInstance::Outcome;
 
 namespace {
 
-const QString noBus = QStringLiteral("disabled:");
-const QString name = QStringLiteral("io.github.orvanel.Orvanel");
-const QString objectPath = QStringLiteral("/io/github/orvanel/Orvanel");
-const QString interface = QStringLiteral("org.freedesktop.Application");
+const QString noBus = u"disabled:"_s;
+const QString name = u"io.github.orvanel.Orvanel"_s;
+const QString objectPath = u"/io/github/orvanel/Orvanel"_s;
+const QString interface = u"org.freedesktop.Application"_s;
 
 /// Another copy of the program in a process of its own; killed with this object.
 class Other {
 public:
     Other(const QString& address, const QString& lockFile, const QString& token = {}) {
         auto environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), token);
+        environment.insert(u"XDG_ACTIVATION_TOKEN"_s, token);
         m_process.setProcessEnvironment(environment);
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(QStringLiteral(OTHER_INSTANCE), {address, lockFile});
+        m_process.start(QString::fromUtf8(OTHER_INSTANCE), {address, lockFile});
     }
     ~Other() { kill(); }
     Other(const Other&) = delete;
@@ -47,7 +49,7 @@ public:
     QString line() {
         const bool isThere =
             waitUntil([this] { return m_process.canReadLine() || m_process.state() == QProcess::NotRunning; });
-        return isThere ? QString::fromUtf8(m_process.readLine().trimmed()) : QStringLiteral("(nothing in time)");
+        return isThere ? QString::fromUtf8(m_process.readLine().trimmed()) : u"(nothing in time)"_s;
     }
     void send(int signal) const { ::kill(static_cast<pid_t>(m_process.processId()), signal); }
     void kill() {
@@ -98,7 +100,7 @@ class TestSingleInstance : public QObject {
     Q_OBJECT
 
     QTemporaryDir m_folder;
-    QString lockFile() const { return m_folder.filePath(QStringLiteral("program/.lock")); }
+    QString lockFile() const { return m_folder.filePath(u"program/.lock"_s); }
 
 private Q_SLOTS:
     void initTestCase() { obeyFilePermissions(); }
@@ -108,12 +110,12 @@ private Q_SLOTS:
         SingleInstance instance(lockFile(), bus.connect());
         const QSignalSpy activated(&instance, &SingleInstance::activated);
         QCOMPARE(instance.start({}), Outcome::First);
-        Other other(bus.address(), lockFile(), QStringLiteral("token-1"));
-        QCOMPARE(other.line(), QStringLiteral("AlreadyRunning"));
+        Other other(bus.address(), lockFile(), u"token-1"_s);
+        QCOMPARE(other.line(), u"AlreadyRunning"_s);
         QCOMPARE(activated.size(), 1);
-        QCOMPARE(activated[0][0].toString(), QStringLiteral("token-1"));
+        QCOMPARE(activated[0][0].toString(), u"token-1"_s);
         Other third(bus.address(), lockFile());
-        QCOMPARE(third.line(), QStringLiteral("AlreadyRunning"));
+        QCOMPARE(third.line(), u"AlreadyRunning"_s);
         QCOMPARE(activated.size(), 2);
         QCOMPARE(activated[1][0].toString(), QString());
     }
@@ -121,15 +123,15 @@ private Q_SLOTS:
     void secondStartHandsItsTokensOver() {
         PrivateBus bus;
         Other first(bus.address(), lockFile());
-        QCOMPARE(first.line(), QStringLiteral("First"));
+        QCOMPARE(first.line(), u"First"_s);
         {
             SingleInstance instance(lockFile(), bus.connect());
-            QCOMPARE(instance.start({QStringLiteral("token"), QStringLiteral("startup")}), Outcome::AlreadyRunning);
-            QCOMPARE(first.line(), QStringLiteral("activated token"));
+            QCOMPARE(instance.start({u"token"_s, u"startup"_s}), Outcome::AlreadyRunning);
+            QCOMPARE(first.line(), u"activated token"_s);
         }
         SingleInstance instance(lockFile(), bus.connect());
-        QCOMPARE(instance.start({QString(), QStringLiteral("startup")}), Outcome::AlreadyRunning);
-        QCOMPARE(first.line(), QStringLiteral("activated startup"));
+        QCOMPARE(instance.start({QString(), u"startup"_s}), Outcome::AlreadyRunning);
+        QCOMPARE(first.line(), u"activated startup"_s);
     }
 
     void desktopMayActivateInEachWay() {
@@ -138,17 +140,15 @@ private Q_SLOTS:
         QSignalSpy activated(&instance, &SingleInstance::activated);
         QCOMPARE(instance.start({}), Outcome::First);
         const auto desktop = bus.connect();
-        const QVariantMap data{{QStringLiteral("activation-token"), QStringLiteral("t")}};
-        for (const auto& call : {callTo(QStringLiteral("Activate"), {data}),
-                                 callTo(QStringLiteral("Open"), {QStringList{QStringLiteral("file:///a")}, data}),
-                                 callTo(QStringLiteral("ActivateAction"),
-                                        {QStringLiteral("action"), QVariantList{1, QStringLiteral("a")}, data})}) {
+        const QVariantMap data{{u"activation-token"_s, u"t"_s}};
+        for (const auto& call : {callTo(u"Activate"_s, {data}), callTo(u"Open"_s, {QStringList{u"file:///a"_s}, data}),
+                                 callTo(u"ActivateAction"_s, {u"action"_s, QVariantList{1, u"a"_s}, data})}) {
             activated.clear();
             const auto reply = desktop.asyncCall(call);
             QVERIFY(waitUntil([&] { return reply.isFinished(); }));
             QVERIFY2(!reply.isError(), qPrintable(reply.error().message()));
             QCOMPARE(activated.size(), 1);
-            QCOMPARE(activated[0][0].toString(), QStringLiteral("t"));
+            QCOMPARE(activated[0][0].toString(), u"t"_s);
         }
     }
 
@@ -159,27 +159,27 @@ private Q_SLOTS:
             QCOMPARE(instance.start({}), Outcome::First);
         }
         Other other(bus.address(), lockFile());
-        QCOMPARE(other.line(), QStringLiteral("First"));
+        QCOMPARE(other.line(), u"First"_s);
     }
 
     void hangingFirstCopyHoldsNobodyUp() {
         PrivateBus bus;
         Other first(bus.address(), lockFile());
-        QCOMPARE(first.line(), QStringLiteral("First"));
+        QCOMPARE(first.line(), u"First"_s);
         first.send(SIGSTOP);
         SingleInstance instance(lockFile(), bus.connect(), 50ms);
         const auto outcome = instance.start({});
         first.send(SIGCONT);
         QCOMPARE(outcome, Outcome::AlreadyRunning);
         // The question was kept for it.
-        QCOMPARE(first.line(), QStringLiteral("activated"));
+        QCOMPARE(first.line(), u"activated"_s);
     }
 
     void killedCopyBlocksNoStart() {
         PrivateBus bus;
         for (int round = 0; round < 100; ++round) {
             Other other(bus.address(), lockFile());
-            QCOMPARE(other.line(), QStringLiteral("First"));
+            QCOMPARE(other.line(), u"First"_s);
             other.send(SIGKILL);
             SingleInstance instance(lockFile(), bus.connect());
             QCOMPARE(instance.start({}), Outcome::First);
@@ -190,9 +190,9 @@ private Q_SLOTS:
         SingleInstance instance(lockFile(), PrivateBus::none());
         QCOMPARE(instance.start({}), Outcome::NoBus);
         Other other(noBus, lockFile());
-        QCOMPARE(other.line(), QStringLiteral("DataInUse"));
-        Other elsewhere(noBus, m_folder.filePath(QStringLiteral("other data/.lock")));
-        QCOMPARE(elsewhere.line(), QStringLiteral("NoBus"));
+        QCOMPARE(other.line(), u"DataInUse"_s);
+        Other elsewhere(noBus, m_folder.filePath(u"other data/.lock"_s));
+        QCOMPARE(elsewhere.line(), u"NoBus"_s);
     }
 
     void lockKeepsCopiesOfDifferentBusesApart() {
@@ -202,9 +202,9 @@ private Q_SLOTS:
         const QSignalSpy activated(&instance, &SingleInstance::activated);
         QCOMPARE(instance.start({}), Outcome::First);
         Other other(otherBus.address(), lockFile());
-        QCOMPARE(other.line(), QStringLiteral("DataInUse"));
+        QCOMPARE(other.line(), u"DataInUse"_s);
         Other withoutBus(noBus, lockFile());
-        QCOMPARE(withoutBus.line(), QStringLiteral("DataInUse"));
+        QCOMPARE(withoutBus.line(), u"DataInUse"_s);
         // One that may not run does not keep the name either.
         QVERIFY(!otherBus.connect().interface()->isServiceRegistered(name));
         QCOMPARE(activated.size(), 0);
@@ -220,7 +220,7 @@ private Q_SLOTS:
         const auto desktop = bus.connect();
         QVERIFY(waitUntil([&] { return desktop.interface()->isServiceRegistered(name).value(); }));
         instance.reset();
-        QCOMPARE(other.line(), QStringLiteral("Successor"));
+        QCOMPARE(other.line(), u"Successor"_s);
         QCOMPARE(activated.size(), 0);
     }
 
@@ -242,9 +242,9 @@ private Q_SLOTS:
     }
 
     void placeWithoutLocksKeepsNobodyFromRunning() {
-        QFile file(m_folder.filePath(QStringLiteral("a file")));
+        QFile file(m_folder.filePath(u"a file"_s));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        DataLock below(file.fileName() + QStringLiteral("/.lock"));
+        DataLock below(file.fileName() + u"/.lock"_s);
         QCOMPARE(below.take(), DataLock::Result::Impossible);
         DataLock folder(m_folder.path());
         QCOMPARE(folder.take(), DataLock::Result::Impossible);
@@ -277,7 +277,7 @@ private Q_SLOTS:
         {
             DataLock lock(file);
             QCOMPARE(lock.take(), DataLock::Result::Taken);
-            child.start(QStringLiteral("/bin/cat"), {});
+            child.start(u"/bin/cat"_s, {});
             QVERIFY(child.waitForStarted());
         }
         DataLock second(file);
@@ -288,7 +288,7 @@ private Q_SLOTS:
 
     void usersLockLiesBesideTheData() {
         const TestHome home;
-        QCOMPARE(SingleInstance::usersLockFile(), home.path(QStringLiteral(".local/share/Orvanel/.lock")));
+        QCOMPARE(SingleInstance::usersLockFile(), home.path(u".local/share/Orvanel/.lock"_s));
     }
 
     void tokensComeFromTheEnvironment() {
@@ -297,10 +297,10 @@ private Q_SLOTS:
         const auto tokens = SingleInstance::LaunchTokens::fromEnvironment();
         qunsetenv("XDG_ACTIVATION_TOKEN");
         qunsetenv("DESKTOP_STARTUP_ID");
-        QCOMPARE(tokens.activationToken, QStringLiteral("a"));
-        QCOMPARE(tokens.startupId, QStringLiteral("b"));
+        QCOMPARE(tokens.activationToken, u"a"_s);
+        QCOMPARE(tokens.startupId, u"b"_s);
     }
 };
 
-QTEST_GUILESS_MAIN(TestSingleInstance)
+ORVANEL_TEST(TestSingleInstance)
 #include "TestSingleInstance.moc"

@@ -1,19 +1,21 @@
 #include "platform/TrayHostWatcher.h"
 #include "support/Await.h"
 #include "support/PrivateBus.h"
+#include "support/TestClass.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
 namespace {
 
-const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
-const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
+const QString watcherName = u"org.kde.StatusNotifierWatcher"_s;
+const QString watcherPath = u"/StatusNotifierWatcher"_s;
 
 } // namespace
 
@@ -53,9 +55,9 @@ public:
     /// Tells the change as a property only, as some panels do.
     void setHostAsProperty(bool host) {
         m_hasHost = host;
-        auto signal = QDBusMessage::createSignal(watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-                                                 QStringLiteral("PropertiesChanged"));
-        const QVariantMap changed{{QStringLiteral("IsStatusNotifierHostRegistered"), host}};
+        auto signal =
+            QDBusMessage::createSignal(watcherPath, u"org.freedesktop.DBus.Properties"_s, u"PropertiesChanged"_s);
+        const QVariantMap changed{{u"IsStatusNotifierHostRegistered"_s, host}};
         signal.setArguments({watcherName, changed, QStringList()});
         m_connection.send(signal);
     }
@@ -148,8 +150,7 @@ private Q_SLOTS:
         PrivateBus bus;
         const TrayHostWatcher watcher(bus.connect());
         auto stranger = bus.connect();
-        QVERIFY(stranger.send(
-            QDBusMessage::createSignal(watcherPath, watcherName, QStringLiteral("StatusNotifierHostRegistered"))));
+        QVERIFY(stranger.send(QDBusMessage::createSignal(watcherPath, watcherName, u"StatusNotifierHostRegistered"_s)));
         const FakePanel panel(&bus, false);
         QVERIFY(waitUntil([&] { return panel.asked >= 1; }));
         drainEvents();
@@ -172,5 +173,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestTrayHostWatcher)
+ORVANEL_TEST(TestTrayHostWatcher)
 #include "TestTrayHostWatcher.moc"

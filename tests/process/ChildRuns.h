@@ -9,6 +9,8 @@
 #include <memory>
 #include <mutex>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 
 /// Longer than any test: for runs that are not about their time limit.
@@ -19,7 +21,7 @@ inline QCoro::Task<CommandResult> runChild(ProcessRunner* runner, QStringList ar
                                            std::shared_ptr<ProcessHandle> handle = {},
                                            DockerCLI::OutputCallback onOutput = {},
                                            std::chrono::duration<double> timeout = noLimit) {
-    return runner->run(QStringLiteral(PROCESS_TEST_CHILD), std::move(arguments), timeout, std::move(handle),
+    return runner->run(QString::fromUtf8(PROCESS_TEST_CHILD), std::move(arguments), timeout, std::move(handle),
                        std::move(onOutput));
 }
 
@@ -57,18 +59,16 @@ private:
 
 /// How many files this process has open, and how many threads it has.
 inline qsizetype openFiles() {
-    return QDir(QStringLiteral("/proc/self/fd"))
-        .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
-        .size();
+    return QDir(u"/proc/self/fd"_s).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size();
 }
 
 inline qsizetype threadCount() {
-    return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::NoDotAndDotDot | QDir::Dirs).size();
+    return QDir(u"/proc/self/task"_s).entryList(QDir::NoDotAndDotDot | QDir::Dirs).size();
 }
 
 /// The state letter of a process as the system tells it (Z: ended, but not reaped), or a blank when there is none.
 inline char processState(qint64 pid) {
-    QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
+    QFile file(u"/proc/%1/stat"_s.arg(pid));
     if (!file.open(QIODevice::ReadOnly)) {
         return ' ';
     }

@@ -11,12 +11,13 @@
 #include <cstdio>
 #include <thread>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
 
 qsizetype threadCount() {
-    return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::NoDotAndDotDot | QDir::Dirs).size();
+    return QDir(u"/proc/self/task"_s).entryList(QDir::NoDotAndDotDot | QDir::Dirs).size();
 }
 
 int runApplication(int count, char** values) {
@@ -25,8 +26,8 @@ int runApplication(int count, char** values) {
     std::atomic<bool> isReady = false;
     const DockerCLI::OutputCallback onOutput = [&isReady](const QString&) { isReady = true; };
     constexpr std::chrono::duration<double> timeout(3600);
-    const QStringList endless{QStringLiteral("flood"), QStringLiteral("1000000000000000")};
-    DockerCLI::run(child, {QStringLiteral("stay")}, timeout, {}, onOutput);
+    const QStringList endless{u"flood"_s, u"1000000000000000"_s};
+    DockerCLI::run(child, {u"stay"_s}, timeout, {}, onOutput);
     DockerCLI::run(child, endless, timeout);
     QTimer look;
     QObject::connect(&look, &QTimer::timeout, &app, [&] {

@@ -1,6 +1,7 @@
 #include "process/DockerCLI.h"
 #include "process/FileDescriptor.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 #include "support/TestHome.h"
 
 #include <QDir>
@@ -13,6 +14,7 @@
 #include <thread>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -82,8 +84,8 @@ private Q_SLOTS:
     }
 
     void searchFoldersInOrder() {
-        const QStringList folders{QStringLiteral("/usr/local/bin"), QStringLiteral("/opt/homebrew/bin"),
-                                  QStringLiteral("/Applications/Docker.app/Contents/Resources/bin")};
+        const QStringList folders{u"/usr/local/bin"_s, u"/opt/homebrew/bin"_s,
+                                  u"/Applications/Docker.app/Contents/Resources/bin"_s};
         QStringList moved = folders;
         for (QString& folder : moved) {
             folder.prepend(m_home->path());
@@ -99,32 +101,31 @@ private Q_SLOTS:
         qputenv("TMPDIR", "");
         qunsetenv("LANG");
         QMap<QString, QString> expected{
-            {QStringLiteral("PATH"),
-             QStringLiteral("/usr/local/bin:/opt/homebrew/bin:/Applications/Docker.app/Contents/Resources/bin"
-                            ":/usr/bin:/bin:/usr/sbin:/sbin")},
-            {QStringLiteral("HOME"), passwordHome()},
-            {QStringLiteral("USER"), QStringLiteral("somebody")},
-            {QStringLiteral("TMPDIR"), QString()},
-            {QStringLiteral("DOCKER_CLI_HINTS"), QStringLiteral("false")},
+            {u"PATH"_s, u"/usr/local/bin:/opt/homebrew/bin:/Applications/Docker.app/Contents/Resources/bin"
+                        ":/usr/bin:/bin:/usr/sbin:/sbin"_s},
+            {u"HOME"_s, passwordHome()},
+            {u"USER"_s, u"somebody"_s},
+            {u"TMPDIR"_s, QString()},
+            {u"DOCKER_CLI_HINTS"_s, u"false"_s},
         };
         QCOMPARE(DockerCLI::environment(), expected);
         qputenv("LANG", "de_DE.UTF-8");
         qunsetenv("USER");
         qunsetenv("TMPDIR");
-        expected[QStringLiteral("LANG")] = QStringLiteral("de_DE.UTF-8");
-        expected.remove(QStringLiteral("USER"));
-        expected.remove(QStringLiteral("TMPDIR"));
+        expected[u"LANG"_s] = u"de_DE.UTF-8"_s;
+        expected.remove(u"USER"_s);
+        expected.remove(u"TMPDIR"_s);
         QCOMPARE(DockerCLI::environment(), expected);
     }
 
     void pathStartsWithTheSearchFolders() {
-        const QString path = DockerCLI::environment().value(QStringLiteral("PATH"));
-        QCOMPARE(path, DockerCLI::searchFolders().join(u':') + QStringLiteral(":/usr/bin:/bin:/usr/sbin:/sbin"));
+        const QString path = DockerCLI::environment().value(u"PATH"_s);
+        QCOMPARE(path, DockerCLI::searchFolders().join(u':') + u":/usr/bin:/bin:/usr/sbin:/sbin"_s);
     }
 
     void homeIsTheInheritedOneOnlyWithoutAnEntry() {
         QVERIFY(m_home->path() != passwordHome());
-        QCOMPARE(DockerCLI::environment().value(QStringLiteral("HOME")), passwordHome());
+        QCOMPARE(DockerCLI::environment().value(u"HOME"_s), passwordHome());
         constexpr uid_t nobodysId = 4'000'000'123;
         if (::getpwuid(nobodysId) != nullptr || ::getuid() != 0) {
             QSKIP("only root can become a user without an entry in the password database");
@@ -134,78 +135,78 @@ private Q_SLOTS:
         // The bare system call changes the user of this one thread only.
         std::thread([&] {
             if (::syscall(SYS_setresuid, nobodysId, nobodysId, nobodysId) == 0) {
-                home = DockerCLI::environment().value(QStringLiteral("HOME"));
+                home = DockerCLI::environment().value(u"HOME"_s);
                 qunsetenv("HOME");
-                last = DockerCLI::environment().value(QStringLiteral("HOME"));
+                last = DockerCLI::environment().value(u"HOME"_s);
             }
         }).join();
         QCOMPARE(home, m_home->path());
-        QCOMPARE(last, QStringLiteral("/"));
+        QCOMPARE(last, u"/"_s);
     }
 
     void overrideWithBlanksAroundIt() {
-        const QString tool = addTool(QStringLiteral("my tools/docker 28"));
-        addTool(QStringLiteral("usr/local/bin/docker"));
-        QCOMPARE(DockerCLI::find(QStringLiteral(" \t") + tool + QStringLiteral(" \r\n")), tool);
+        const QString tool = addTool(u"my tools/docker 28"_s);
+        addTool(u"usr/local/bin/docker"_s);
+        QCOMPARE(DockerCLI::find(u" \t"_s + tool + u" \r\n"_s), tool);
     }
 
     void overrideThatNamesNoExecutableFileIsIgnored_data() {
         QTest::addColumn<QString>("name");
         QTest::newRow("empty") << QString();
-        QTest::newRow("missing") << QStringLiteral("missing");
-        QTest::newRow("folder") << QStringLiteral("usr");
-        QTest::newRow("not executable") << QStringLiteral("plain");
+        QTest::newRow("missing") << u"missing"_s;
+        QTest::newRow("folder") << u"usr"_s;
+        QTest::newRow("not executable") << u"plain"_s;
     }
 
     void overrideThatNamesNoExecutableFileIsIgnored() {
         QFETCH(const QString, name);
-        m_home->write(QStringLiteral("plain"), "text");
-        const QString override = name.isEmpty() ? QStringLiteral(" \n") : m_home->path(name);
+        m_home->write(u"plain"_s, "text");
+        const QString override = name.isEmpty() ? u" \n"_s : m_home->path(name);
         QCOMPARE(DockerCLI::find(override), std::nullopt);
-        const QString tool = addTool(QStringLiteral("opt/homebrew/bin/docker"));
+        const QString tool = addTool(u"opt/homebrew/bin/docker"_s);
         QCOMPARE(DockerCLI::find(override), tool);
     }
 
     void firstSearchFolderWins() {
-        const QString third = addTool(QStringLiteral("Applications/Docker.app/Contents/Resources/bin/docker"));
+        const QString third = addTool(u"Applications/Docker.app/Contents/Resources/bin/docker"_s);
         QCOMPARE(DockerCLI::find({}), third);
-        const QString second = addTool(QStringLiteral("opt/homebrew/bin/docker"));
+        const QString second = addTool(u"opt/homebrew/bin/docker"_s);
         QCOMPARE(DockerCLI::find({}), second);
-        const QString first = addTool(QStringLiteral("usr/local/bin/docker"));
+        const QString first = addTool(u"usr/local/bin/docker"_s);
         QCOMPARE(DockerCLI::find({}), first);
     }
 
     void whatIsNotExecutableIsPassedOver() {
-        m_home->write(QStringLiteral("usr/local/bin/docker"), "text");
-        QVERIFY(QDir().mkpath(m_home->path(QStringLiteral("opt/homebrew/bin/docker"))));
+        m_home->write(u"usr/local/bin/docker"_s, "text");
+        QVERIFY(QDir().mkpath(m_home->path(u"opt/homebrew/bin/docker"_s)));
         QCOMPARE(DockerCLI::find({}), std::nullopt);
-        const QString tool = addTool(QStringLiteral("Applications/Docker.app/Contents/Resources/bin/docker"));
+        const QString tool = addTool(u"Applications/Docker.app/Contents/Resources/bin/docker"_s);
         QCOMPARE(DockerCLI::find({}), tool);
     }
 
     void inheritedPathIsNotSearched() {
-        const QString tool = addTool(QStringLiteral("elsewhere/docker"));
+        const QString tool = addTool(u"elsewhere/docker"_s);
         const QByteArray before = qgetenv("PATH");
         qputenv("PATH", QFile::encodeName(QFileInfo(tool).path()));
         QCOMPARE(DockerCLI::find({}), std::nullopt);
-        QCOMPARE(DockerCLI::findTool(QStringLiteral("docker")), std::nullopt);
+        QCOMPARE(DockerCLI::findTool(u"docker"_s), std::nullopt);
         qputenv("PATH", before);
     }
 
     void otherToolsAreFoundByName() {
-        const QString brew = addTool(QStringLiteral("opt/homebrew/bin/brew"));
-        QCOMPARE(DockerCLI::findTool(QStringLiteral("brew")), brew);
-        QCOMPARE(DockerCLI::findTool(QStringLiteral("colima")), std::nullopt);
-        QCOMPARE(DockerCLI::findTool(QStringLiteral(" brew")), std::nullopt);
+        const QString brew = addTool(u"opt/homebrew/bin/brew"_s);
+        QCOMPARE(DockerCLI::findTool(u"brew"_s), brew);
+        QCOMPARE(DockerCLI::findTool(u"colima"_s), std::nullopt);
+        QCOMPARE(DockerCLI::findTool(u" brew"_s), std::nullopt);
     }
 
     void dockerOutsideTheSearchFolders() {
         QCOMPARE(DockerCLI::findOutsideSearchFolders(), std::nullopt);
-        const QString own = addTool(passwordHome().mid(1) + QStringLiteral("/.docker/bin/docker"));
+        const QString own = addTool(passwordHome().mid(1) + u"/.docker/bin/docker"_s);
         QCOMPARE(DockerCLI::findOutsideSearchFolders(), own);
-        const QString snap = addTool(QStringLiteral("snap/bin/docker"));
+        const QString snap = addTool(u"snap/bin/docker"_s);
         QCOMPARE(DockerCLI::findOutsideSearchFolders(), snap);
-        const QString system = addTool(QStringLiteral("usr/bin/docker"));
+        const QString system = addTool(u"usr/bin/docker"_s);
         QCOMPARE(DockerCLI::findOutsideSearchFolders(), system);
         QCOMPARE(DockerCLI::find({}), std::nullopt);
     }
@@ -266,17 +267,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("output");
         QTest::addColumn<bool>("timedOut");
         QTest::addColumn<QString>("message");
-        const QString late = QStringLiteral("Docker did not answer in time.");
-        const QString port = QStringLiteral("The port is already in use by another program.");
-        const QString disk = QStringLiteral("Your disk is full. Free some space and try again.");
-        const QString network =
-            QStringLiteral("Docker could not reach the internet to download the image. Check your connection.");
-        const QString daemon = QStringLiteral("Docker is not running.");
-        const QString other = QStringLiteral("Docker reported an error.");
+        const QString late = u"Docker did not answer in time."_s;
+        const QString port = u"The port is already in use by another program."_s;
+        const QString disk = u"Your disk is full. Free some space and try again."_s;
+        const QString network = u"Docker could not reach the internet to download the image. Check your connection."_s;
+        const QString daemon = u"Docker is not running."_s;
+        const QString other = u"Docker reported an error."_s;
         const auto add = [](const char* output, const QString& message) {
             QTest::newRow(output) << QString::fromLatin1(output) << false << message;
         };
-        QTest::newRow("late") << QStringLiteral("port is already allocated") << true << late;
+        QTest::newRow("late") << u"port is already allocated"_s << true << late;
         QTest::newRow("late and silent") << QString() << true << late;
         add("Error: Bind for 127.0.0.1:3001 failed: port is already allocated.", port);
         add("listen tcp4: Address already in use", port);
@@ -305,5 +305,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestDockerCLI)
+ORVANEL_TEST(TestDockerCLI)
 #include "TestDockerCLI.moc"

@@ -1,10 +1,12 @@
 #include "process/OutputBuffer.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
 #include <algorithm>
 #include <random>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
@@ -47,7 +49,7 @@ private Q_SLOTS:
         QCOMPARE(room.size(), OutputBuffer::chunkSize);
         std::copy_n("chunk and more", 14, room.begin());
         QCOMPARE(buffer.commit(5), QByteArrayView("chunk"));
-        QCOMPARE(buffer.string(), QStringLiteral("beforechunk"));
+        QCOMPARE(buffer.string(), u"beforechunk"_s);
     }
 
     void keepsEverythingUpToTwoMillionBytes() {
@@ -100,12 +102,12 @@ private Q_SLOTS:
     }
 
     void decodesAsAWhole() {
-        const QByteArray bytes = QStringLiteral("ä€😀").toUtf8();
+        const QByteArray bytes = u"ä€😀"_s.toUtf8();
         OutputBuffer buffer;
         for (const char byte : bytes) {
             append(&buffer, QByteArrayView(&byte, 1));
         }
-        QCOMPARE(buffer.string(), QStringLiteral("ä€😀"));
+        QCOMPARE(buffer.string(), u"ä€😀"_s);
     }
 
     void repairsACharacterSplitByTheCut() {
@@ -115,21 +117,21 @@ private Q_SLOTS:
         append(&buffer, QByteArray(999'999, 'y'));
         const QString text = buffer.string();
         QCOMPARE(text.size(), qsizetype(1'000'000));
-        QCOMPARE(text.left(2), QStringLiteral("\uFFFDy"));
+        QCOMPARE(text.left(2), u"\uFFFDy"_s);
     }
 
     void decoding_data() {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QString>("text");
         QTest::newRow("nothing") << QByteArray() << QString();
-        QTest::newRow("plain") << QByteArray("abc\r\n") << QStringLiteral("abc\r\n");
+        QTest::newRow("plain") << QByteArray("abc\r\n") << u"abc\r\n"_s;
         QTest::newRow("never valid") << QByteArray("a\xff\xfe"
                                                    "b")
-                                     << QStringLiteral("a\uFFFD\uFFFDb");
-        QTest::newRow("cut short") << QByteArray("b\xc3") << QStringLiteral("b\uFFFD");
+                                     << u"a\uFFFD\uFFFDb"_s;
+        QTest::newRow("cut short") << QByteArray("b\xc3") << u"b\uFFFD"_s;
         QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf"
                                                        "a")
-                                         << QStringLiteral("\uFEFFa");
+                                         << u"\uFEFFa"_s;
         QTest::newRow("zero byte") << QByteArray("a\0b", 3) << QString::fromUtf16(u"a\0b", 3);
     }
 
@@ -139,5 +141,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestOutputBuffer)
+ORVANEL_TEST(TestOutputBuffer)
 #include "TestOutputBuffer.moc"

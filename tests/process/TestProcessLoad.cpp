@@ -1,5 +1,6 @@
 #include "ChildRuns.h"
 #include "support/FakeClock.h"
+#include "support/TestClass.h"
 
 #include <QEventLoop>
 
@@ -17,16 +18,17 @@
 #include <thread>
 #include <vector>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
 namespace {
 
-const QStringList atOnce{QStringLiteral("exit"), QStringLiteral("0")};
+const QStringList atOnce{u"exit"_s, u"0"_s};
 
 /// A line of /proc/self/status in bytes, such as VmHWM, the most memory that this process ever held.
 qint64 memory(const QByteArray& name) {
-    QFile status(QStringLiteral("/proc/self/status"));
+    QFile status(u"/proc/self/status"_s);
     if (!status.open(QIODevice::ReadOnly)) {
         return -1;
     }
@@ -39,7 +41,7 @@ qint64 memory(const QByteArray& name) {
 }
 
 bool resetMostMemory() {
-    QFile file(QStringLiteral("/proc/self/clear_refs"));
+    QFile file(u"/proc/self/clear_refs"_s);
     return file.open(QIODevice::WriteOnly) && file.write("5") == 1;
 }
 
@@ -47,9 +49,9 @@ bool resetMostMemory() {
 /// some.
 bool hasChildren() {
     const QByteArray parent = "\nPPid:\t" + QByteArray::number(::getpid()) + '\n';
-    const QStringList processes = QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs);
+    const QStringList processes = QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs);
     return std::any_of(processes.begin(), processes.end(), [&](const QString& id) {
-        QFile file(QStringLiteral("/proc/%1/status").arg(id));
+        QFile file(u"/proc/%1/status"_s.arg(id));
         const QByteArray status = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
         return status.startsWith("Name:\tprocess_test_ch") && status.contains(parent);
     });
@@ -84,7 +86,7 @@ private Q_SLOTS:
         QVERIFY(resetMostMemory());
         const qint64 before = memory("VmRSS");
         QVERIFY(before > 0);
-        const QStringList arguments{QStringLiteral("flood"), QStringLiteral("2147483648")};
+        const QStringList arguments{u"flood"_s, u"2147483648"_s};
         const CommandResult result = await(runChild(&runner, arguments));
         const qint64 grown = memory("VmHWM") - before;
         QVERIFY(result.isSuccess());
@@ -99,14 +101,14 @@ private Q_SLOTS:
         const auto threads = threadCount();
         std::vector<QCoro::Task<CommandResult>> tasks;
         for (int number = 0; number < 500; ++number) {
-            const QStringList arguments{QStringLiteral("echo"), QString::number(number)};
+            const QStringList arguments{u"echo"_s, QString::number(number)};
             tasks.push_back(runChild(&runner, arguments));
         }
         auto mostThreads = threads;
         for (int number = 0; number < 500; ++number) {
             const CommandResult result = await(std::move(tasks[static_cast<std::size_t>(number)]));
             QVERIFY(result.isSuccess());
-            QCOMPARE(result.output, QStringLiteral("[%1]").arg(number));
+            QCOMPARE(result.output, u"[%1]"_s.arg(number));
             mostThreads = std::max(mostThreads, threadCount());
         }
         QCOMPARE(mostThreads, threads);
@@ -117,7 +119,7 @@ private Q_SLOTS:
     /// Children that never stop talking must not keep others from being heard.
     void talkersLeaveRoomForOthers() {
         ProcessRunner runner(&m_clock);
-        const QStringList endless{QStringLiteral("flood"), QStringLiteral("1000000000000000")};
+        const QStringList endless{u"flood"_s, u"1000000000000000"_s};
         std::vector<std::shared_ptr<ProcessHandle>> handles;
         std::vector<QCoro::Task<CommandResult>> talkers;
         for (int number = 0; number < 4; ++number) {
@@ -140,8 +142,7 @@ private Q_SLOTS:
         const auto files = openFiles();
         const auto threads = threadCount();
         for (int number = 0; number < 200; ++number) {
-            const QString path =
-                number % 5 == 0 ? QStringLiteral("/does/not/exist") : QStringLiteral(PROCESS_TEST_CHILD);
+            const QString path = number % 5 == 0 ? u"/does/not/exist"_s : QString::fromUtf8(PROCESS_TEST_CHILD);
             await(runner.run(path, atOnce, noLimit));
         }
         QCOMPARE(openFiles(), files);
@@ -185,12 +186,12 @@ private Q_SLOTS:
             std::vector<QCoro::Task<CommandResult>> tasks;
             tasks.reserve(runs);
             for (const auto& handle : handles) {
-                tasks.push_back(runChild(&runner, {QStringLiteral("streams")}, handle));
+                tasks.push_back(runChild(&runner, {u"streams"_s}, handle));
             }
             for (auto& task : tasks) {
                 const CommandResult result = await(std::move(task));
                 const bool notStarted = result.status == -1 && result.output.isEmpty();
-                const bool ended = result.status == 0 && result.output == QStringLiteral("one two three");
+                const bool ended = result.status == 0 && result.output == u"one two three"_s;
                 QVERIFY(result.cancelled ? notStarted || ended || result.status == 128 + SIGTERM : ended);
                 cancelled += result.cancelled ? 1 : 0;
             }
@@ -214,9 +215,9 @@ private Q_SLOTS:
                 ProcessRunner runner(&m_clock);
                 const LiveOutput live;
                 const auto handle = std::make_shared<ProcessHandle>();
-                ended = await(runChild(&runner, {QStringLiteral("exit"), QStringLiteral("9")}));
-                auto task = runChild(&runner, {QStringLiteral("stay")}, handle, live.callback());
-                if (live.arrives(QStringLiteral("ready"))) {
+                ended = await(runChild(&runner, {u"exit"_s, u"9"_s}));
+                auto task = runChild(&runner, {u"stay"_s}, handle, live.callback());
+                if (live.arrives(u"ready"_s)) {
                     handle->cancel();
                 }
                 stopped = await(std::move(task));
@@ -232,14 +233,14 @@ private Q_SLOTS:
     void programEndsWhileChildrenRun() {
         ProcessRunner runner(&m_clock);
         // Qt warns where the locale knows no UTF-8; of the variables that say it, children get LANG alone.
-        const QStringList arguments{QStringLiteral("LC_ALL=C.UTF-8"), QStringLiteral(PROCESS_TEST_LEAVER),
-                                    QStringLiteral(PROCESS_TEST_CHILD)};
-        auto task = runner.run(QStringLiteral("/usr/bin/env"), arguments, noLimit);
+        const QStringList arguments{u"LC_ALL=C.UTF-8"_s, QString::fromUtf8(PROCESS_TEST_LEAVER),
+                                    QString::fromUtf8(PROCESS_TEST_CHILD)};
+        auto task = runner.run(u"/usr/bin/env"_s, arguments, noLimit);
         const CommandResult result = await(std::move(task));
-        QCOMPARE(result.output, QStringLiteral("leaving 0 threads\n"));
+        QCOMPARE(result.output, u"leaving 0 threads\n"_s);
         QCOMPARE(result.status, 0);
     }
 };
 
-QTEST_GUILESS_MAIN(TestProcessLoad)
+ORVANEL_TEST(TestProcessLoad)
 #include "TestProcessLoad.moc"

@@ -1,6 +1,7 @@
 #include "ChildRuns.h"
 #include "process/ChildProcess.h"
 #include "support/FakeClock.h"
+#include "support/TestClass.h"
 #include "support/TestHome.h"
 
 #include <csignal>
@@ -8,6 +9,7 @@
 #include <semaphore>
 #include <thread>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -38,8 +40,8 @@ private Q_SLOTS:
     void timeLimitEndsTheChild() {
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
-        auto task = runChild(&runner, {QStringLiteral("stay")}, {}, live.callback(), 10s);
-        QVERIFY(live.arrives(QStringLiteral("ready")));
+        auto task = runChild(&runner, {u"stay"_s}, {}, live.callback(), 10s);
+        QVERIFY(live.arrives(u"ready"_s));
         QCOMPARE(m_clock.untilNextTimer(), 10s);
         m_clock.advance(9999ms);
         QCOMPARE(m_clock.pendingTimers(), 1);
@@ -49,13 +51,13 @@ private Q_SLOTS:
         QVERIFY(result.timedOut);
         QVERIFY(!result.cancelled);
         QCOMPARE(result.status, terminated);
-        QCOMPARE(result.output, QStringLiteral("ready"));
+        QCOMPARE(result.output, u"ready"_s);
         QVERIFY(!result.isSuccess());
     }
 
     void timeLimitIsForgottenWhenTheChildEndsBefore() {
         ProcessRunner runner(&m_clock);
-        auto task = runChild(&runner, {QStringLiteral("exit"), QStringLiteral("0")}, {}, {}, 10s);
+        auto task = runChild(&runner, {u"exit"_s, u"0"_s}, {}, {}, 10s);
         const CommandResult result = await(std::move(task));
         QCOMPARE(m_clock.pendingTimers(), 0);
         m_clock.advance(1h);
@@ -80,8 +82,8 @@ private Q_SLOTS:
         const LiveOutput live;
         const auto handle = std::make_shared<ProcessHandle>();
         const std::chrono::duration<double> timeout(seconds);
-        auto task = runChild(&runner, {QStringLiteral("stay")}, handle, live.callback(), timeout);
-        QVERIFY(live.arrives(QStringLiteral("ready")));
+        auto task = runChild(&runner, {u"stay"_s}, handle, live.callback(), timeout);
+        QVERIFY(live.arrives(u"ready"_s));
         QTEST(m_clock.untilNextTimer(), "timer");
         handle->cancel();
         await(std::move(task));
@@ -91,7 +93,7 @@ private Q_SLOTS:
         ProcessRunner runner(&m_clock);
         const auto handle = std::make_shared<ProcessHandle>();
         handle->cancel();
-        auto task = runner.run(QStringLiteral("/does/not/exist"), {}, noLimit, handle);
+        auto task = runner.run(u"/does/not/exist"_s, {}, noLimit, handle);
         QVERIFY(task.isReady());
         const CommandResult result = await(std::move(task));
         QCOMPARE(result.status, -1);
@@ -104,13 +106,13 @@ private Q_SLOTS:
         ProcessRunner runner(&m_clock);
         std::binary_semaphore isBusy{0};
         std::binary_semaphore mayGoOn{0};
-        auto first = runChild(&runner, {QStringLiteral("echo"), QStringLiteral("x")}, {}, [&](const QString&) {
+        auto first = runChild(&runner, {u"echo"_s, u"x"_s}, {}, [&](const QString&) {
             isBusy.release();
             mayGoOn.acquire();
         });
         isBusy.acquire();
         const auto handle = std::make_shared<ProcessHandle>();
-        auto task = runner.run(QStringLiteral("/does/not/exist"), {}, noLimit, handle);
+        auto task = runner.run(u"/does/not/exist"_s, {}, noLimit, handle);
         QVERIFY(!task.isReady());
         handle->cancel();
         mayGoOn.release();
@@ -126,8 +128,7 @@ private Q_SLOTS:
         ChildProcess child([&] { signalsTold += 1; });
         child.terminate();
         QCOMPARE(signalsTold, 0);
-        QCOMPARE(child.start(QStringLiteral(PROCESS_TEST_CHILD), {QStringLiteral("stay")}, DockerCLI::environment()),
-                 0);
+        QCOMPARE(child.start(QString::fromUtf8(PROCESS_TEST_CHILD), {u"stay"_s}, DockerCLI::environment()), 0);
         QVERIFY(waitUntil([&] { return child.hasEnded(); }));
         QCOMPARE(child.reap(), terminated);
         child.terminate();
@@ -138,12 +139,12 @@ private Q_SLOTS:
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
         const auto handle = std::make_shared<ProcessHandle>();
-        auto task = runChild(&runner, {QStringLiteral("stay")}, handle, live.callback());
-        QVERIFY(live.arrives(QStringLiteral("ready")));
+        auto task = runChild(&runner, {u"stay"_s}, handle, live.callback());
+        QVERIFY(live.arrives(u"ready"_s));
         std::thread([handle] { handle->cancel(); }).join();
         const CommandResult result = await(std::move(task));
         QCOMPARE(result.status, terminated);
-        QCOMPARE(result.output, QStringLiteral("ready"));
+        QCOMPARE(result.output, u"ready"_s);
         QVERIFY(result.cancelled);
         QVERIFY(!result.timedOut);
         QVERIFY(!result.isSuccess());
@@ -152,7 +153,7 @@ private Q_SLOTS:
     void cancelFromTheOutputCallback() {
         ProcessRunner runner(&m_clock);
         const auto handle = std::make_shared<ProcessHandle>();
-        auto task = runChild(&runner, {QStringLiteral("stay")}, handle, [handle](const QString&) { handle->cancel(); });
+        auto task = runChild(&runner, {u"stay"_s}, handle, [handle](const QString&) { handle->cancel(); });
         const CommandResult result = await(std::move(task));
         QCOMPARE(result.status, terminated);
         QVERIFY(result.cancelled);
@@ -161,19 +162,19 @@ private Q_SLOTS:
     void cancelAfterTheEndChangesNothing() {
         ProcessRunner runner(&m_clock);
         const auto handle = std::make_shared<ProcessHandle>();
-        const CommandResult result = await(runChild(&runner, {QStringLiteral("exit"), QStringLiteral("0")}, handle));
+        const CommandResult result = await(runChild(&runner, {u"exit"_s, u"0"_s}, handle));
         handle->cancel();
         QVERIFY(result.isSuccess());
-        QVERIFY(await(runChild(&runner, {QStringLiteral("exit"), QStringLiteral("0")}, handle)).cancelled);
+        QVERIFY(await(runChild(&runner, {u"exit"_s, u"0"_s}, handle)).cancelled);
     }
 
     void handleCancelsItsLatestChild() {
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
         const auto handle = std::make_shared<ProcessHandle>();
-        QCOMPARE(await(runChild(&runner, {QStringLiteral("exit"), QStringLiteral("2")}, handle)).status, 2);
-        auto task = runChild(&runner, {QStringLiteral("stay")}, handle, live.callback());
-        QVERIFY(live.arrives(QStringLiteral("ready")));
+        QCOMPARE(await(runChild(&runner, {u"exit"_s, u"2"_s}, handle)).status, 2);
+        auto task = runChild(&runner, {u"stay"_s}, handle, live.callback());
+        QVERIFY(live.arrives(u"ready"_s));
         handle->cancel();
         QCOMPARE(await(std::move(task)).status, terminated);
     }
@@ -183,28 +184,28 @@ private Q_SLOTS:
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
         const auto handle = std::make_shared<ProcessHandle>();
-        const QStringList arguments{QStringLiteral("count-terms"), home.path(QStringLiteral("go"))};
+        const QStringList arguments{u"count-terms"_s, home.path(u"go"_s)};
         auto task = runChild(&runner, arguments, handle, live.callback(), 10s);
-        QVERIFY(live.arrives(QStringLiteral("ready")));
+        QVERIFY(live.arrives(u"ready"_s));
         m_clock.advance(10s);
-        QVERIFY(live.arrives(QStringLiteral("term 1")));
+        QVERIFY(live.arrives(u"term 1"_s));
         m_clock.advance(1h);
         handle->cancel();
-        QVERIFY(live.arrives(QStringLiteral("term 2")));
+        QVERIFY(live.arrives(u"term 2"_s));
         QVERIFY(!task.isReady());
-        home.write(QStringLiteral("go"), {});
+        home.write(u"go"_s, {});
         const CommandResult result = await(std::move(task));
         QCOMPARE(result.status, 3);
         QVERIFY(result.timedOut);
         QVERIFY(result.cancelled);
-        QCOMPARE(result.output, QStringLiteral("ready term 1 term 2 done"));
+        QCOMPARE(result.output, u"ready term 1 term 2 done"_s);
     }
 
     void childThatWasStoppedEndsToo() {
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
         const auto handle = std::make_shared<ProcessHandle>();
-        auto task = runChild(&runner, {QStringLiteral("stop-itself")}, handle, live.callback());
+        auto task = runChild(&runner, {u"stop-itself"_s}, handle, live.callback());
         QVERIFY(waitUntil([&] { return saidId(live) > 0 && processState(saidId(live)) == 'T'; }));
         handle->cancel();
         QCOMPARE(await(std::move(task)).status, terminated);
@@ -214,11 +215,11 @@ private Q_SLOTS:
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
         const auto handle = std::make_shared<ProcessHandle>();
-        auto task = runChild(&runner, {QStringLiteral("shield-grandchild")}, handle, live.callback());
-        QVERIFY(live.arrives(QStringLiteral("ready")));
+        auto task = runChild(&runner, {u"shield-grandchild"_s}, handle, live.callback());
+        QVERIFY(live.arrives(u"ready"_s));
         handle->cancel();
         const CommandResult result = await(std::move(task));
-        QCOMPARE(result.output, QStringLiteral("ready grandchild was signalled"));
+        QCOMPARE(result.output, u"ready grandchild was signalled"_s);
         QCOMPARE(result.status, 5);
     }
 
@@ -226,14 +227,14 @@ private Q_SLOTS:
         const TestHome home;
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
-        const QStringList arguments{QStringLiteral("leave-grandchild"), home.path(QStringLiteral("go"))};
+        const QStringList arguments{u"leave-grandchild"_s, home.path(u"go"_s)};
         auto task = runChild(&runner, arguments, {}, live.callback());
         QVERIFY(endsUnreaped(live));
         QVERIFY(!task.isReady());
-        home.write(QStringLiteral("go"), {});
+        home.write(u"go"_s, {});
         const CommandResult result = await(std::move(task));
         QCOMPARE(result.status, 6);
-        QVERIFY(result.output.endsWith(QStringLiteral(" late")));
+        QVERIFY(result.output.endsWith(u" late"_s));
         QCOMPARE(live.text(), result.output);
     }
 
@@ -242,7 +243,7 @@ private Q_SLOTS:
         const TestHome home;
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
-        const QStringList arguments{QStringLiteral("leave-grandchild"), home.path(QStringLiteral("go"))};
+        const QStringList arguments{u"leave-grandchild"_s, home.path(u"go"_s)};
         auto task = runChild(&runner, arguments, {}, live.callback(), 10s);
         QVERIFY(endsUnreaped(live));
         m_clock.advance(9999ms);
@@ -253,8 +254,8 @@ private Q_SLOTS:
         QVERIFY(!result.timedOut);
         QVERIFY(!result.cancelled);
         QCOMPARE(result.output, live.text());
-        home.write(QStringLiteral("go"), {});
-        QVERIFY(waitUntil([&] { return QFile::exists(home.path(QStringLiteral("go.survived"))); }));
+        home.write(u"go"_s, {});
+        QVERIFY(waitUntil([&] { return QFile::exists(home.path(u"go.survived"_s)); }));
     }
 
     void cancelEndsTheWaitForAGrandchild() {
@@ -262,7 +263,7 @@ private Q_SLOTS:
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
         const auto handle = std::make_shared<ProcessHandle>();
-        const QStringList arguments{QStringLiteral("leave-grandchild"), home.path(QStringLiteral("go"))};
+        const QStringList arguments{u"leave-grandchild"_s, home.path(u"go"_s)};
         auto task = runChild(&runner, arguments, handle, live.callback());
         QVERIFY(endsUnreaped(live));
         const qint64 grandchild = saidId(live, 1);
@@ -279,9 +280,9 @@ private Q_SLOTS:
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
         const auto handle = std::make_shared<ProcessHandle>();
-        auto task = runChild(&runner, {QStringLiteral("leave-chatterer")}, handle, live.callback());
+        auto task = runChild(&runner, {u"leave-chatterer"_s}, handle, live.callback());
         QVERIFY(endsUnreaped(live));
-        QVERIFY(live.arrives(QStringLiteral("gggg")));
+        QVERIFY(live.arrives(u"gggg"_s));
         handle->cancel();
         const CommandResult result = await(std::move(task));
         QCOMPARE(result.status, 6);
@@ -291,9 +292,9 @@ private Q_SLOTS:
     void grandchildIsNotWaitedForAfterTheTimeLimit() {
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
-        const QStringList arguments{QStringLiteral("stay-with-stubborn-grandchild")};
+        const QStringList arguments{u"stay-with-stubborn-grandchild"_s};
         auto task = runChild(&runner, arguments, {}, live.callback(), 10s);
-        QVERIFY(live.arrives(QStringLiteral("ready")));
+        QVERIFY(live.arrives(u"ready"_s));
         m_clock.advance(10s);
         const CommandResult result = await(std::move(task));
         QCOMPARE(result.status, terminated);
@@ -304,8 +305,8 @@ private Q_SLOTS:
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
         const auto handle = std::make_shared<ProcessHandle>();
-        auto task = runChild(&runner, {QStringLiteral("stay-with-stubborn-grandchild")}, handle, live.callback());
-        QVERIFY(live.arrives(QStringLiteral("ready")));
+        auto task = runChild(&runner, {u"stay-with-stubborn-grandchild"_s}, handle, live.callback());
+        QVERIFY(live.arrives(u"ready"_s));
         handle->cancel();
         const CommandResult result = await(std::move(task));
         QCOMPARE(result.status, terminated);
@@ -313,5 +314,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestProcessStop)
+ORVANEL_TEST(TestProcessStop)
 #include "TestProcessStop.moc"

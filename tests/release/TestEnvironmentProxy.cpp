@@ -1,20 +1,22 @@
 #include "release/EnvironmentProxy.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
 
 QString textOf(const QNetworkProxy& proxy) {
     if (proxy.type() == QNetworkProxy::NoProxy) {
-        return QStringLiteral("direct");
+        return u"direct"_s;
     }
-    const QString type = proxy.type() == QNetworkProxy::HttpProxy     ? QStringLiteral("http")
-                         : proxy.type() == QNetworkProxy::Socks5Proxy ? QStringLiteral("socks5")
-                                                                      : QStringLiteral("other");
+    const QString type = proxy.type() == QNetworkProxy::HttpProxy     ? u"http"_s
+                         : proxy.type() == QNetworkProxy::Socks5Proxy ? u"socks5"_s
+                                                                      : u"other"_s;
     const QString user = proxy.user().isEmpty() ? QString() : proxy.user() + u':' + proxy.password() + u'@';
-    return QStringLiteral("%1 %2%3 %4").arg(type, user, proxy.hostName()).arg(proxy.port());
+    return u"%1 %2%3 %4"_s.arg(type, user, proxy.hostName()).arg(proxy.port());
 }
 
 } // namespace
@@ -83,12 +85,11 @@ private Q_SLOTS:
 
     void exemptionsMayBeSeparatedByBlanks() {
         QProcessEnvironment environment;
-        environment.insert(QStringLiteral("https_proxy"), QStringLiteral("p:1"));
-        environment.insert(QStringLiteral("no_proxy"), QStringLiteral("b.test, a.example c.test"));
-        QCOMPARE(textOf(environmentProxy(QUrl(QStringLiteral("https://a.example")), environment)),
-                 QStringLiteral("direct"));
+        environment.insert(u"https_proxy"_s, u"p:1"_s);
+        environment.insert(u"no_proxy"_s, u"b.test, a.example c.test"_s);
+        QCOMPARE(textOf(environmentProxy(QUrl(u"https://a.example"_s), environment)), u"direct"_s);
     }
 };
 
-QTEST_GUILESS_MAIN(TestEnvironmentProxy)
+ORVANEL_TEST(TestEnvironmentProxy)
 #include "TestEnvironmentProxy.moc"

@@ -1,7 +1,9 @@
 #include "release/ReleaseAnswer.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 Q_DECLARE_METATYPE(std::optional<QString>)
@@ -51,8 +53,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("field");
         QTest::addColumn<std::optional<QString>>("page");
         using Page = std::optional<QString>;
-        QTest::newRow("address") << QByteArray("'html_url': 'https://x.example/2'")
-                                 << Page(QStringLiteral("https://x.example/2"));
+        QTest::newRow("address") << QByteArray("'html_url': 'https://x.example/2'") << Page(u"https://x.example/2"_s);
         QTest::newRow("empty") << QByteArray("'html_url': ''") << Page(QString());
         QTest::newRow("absent") << QByteArray("'other': 1") << Page();
         QTest::newRow("null") << QByteArray("'html_url': null") << Page();
@@ -63,16 +64,14 @@ private Q_SLOTS:
         QFETCH(const QByteArray, field);
         QFETCH(const std::optional<QString>, page);
         const QByteArray body = json("{'tag_name': '2', " + field + "}");
-        QCOMPARE(readRelease(200, body), ReleaseResult(LatestRelease{.version = QStringLiteral("2"), .page = page}));
+        QCOMPARE(readRelease(200, body), ReleaseResult(LatestRelease{.version = u"2"_s, .page = page}));
     }
 
     void unusableAnswers_data() {
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<QString>("sentence");
-        const auto http = [](int status) {
-            return QStringLiteral("Could not check for updates (HTTP %1).").arg(status);
-        };
+        const auto http = [](int status) { return u"Could not check for updates (HTTP %1)."_s.arg(status); };
         const QByteArray good = json("{'tag_name': '2'}");
         for (const int status : {0, 100, 201, 204, 301, 304, 401, 403, 404, 429, 500, 503}) {
             QTest::addRow("status %d", status) << status << good << http(status);
@@ -104,11 +103,10 @@ private Q_SLOTS:
         const ReleaseResult result = readRelease(200, body);
         const auto* error = std::get_if<ReleaseError>(&result);
         QVERIFY(error);
-        QVERIFY(
-            error->message.startsWith(QStringLiteral("Could not check for updates: the answer is not valid JSON (")));
-        QVERIFY(error->message.endsWith(QStringLiteral(").")));
+        QVERIFY(error->message.startsWith(u"Could not check for updates: the answer is not valid JSON ("_s));
+        QVERIFY(error->message.endsWith(u")."_s));
     }
 };
 
-QTEST_GUILESS_MAIN(TestReleaseAnswer)
+ORVANEL_TEST(TestReleaseAnswer)
 #include "TestReleaseAnswer.moc"

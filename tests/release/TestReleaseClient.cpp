@@ -3,20 +3,22 @@
 #include "standin/kuma/KumaServer.h"
 #include "support/Await.h"
 #include "support/FakeClock.h"
+#include "support/TestClass.h"
 
 #include <QSslConfiguration>
 #include <QTcpServer>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
 namespace {
 
-const auto path = QStringLiteral("/repos/owner/name/releases/latest");
+const auto path = u"/repos/owner/name/releases/latest"_s;
 
-QUrl endpoint(int port, const QString& scheme = QStringLiteral("http")) {
-    return QUrl(QStringLiteral("%1://127.0.0.1:%2%3").arg(scheme).arg(port).arg(path));
+QUrl endpoint(int port, const QString& scheme = u"http"_s) {
+    return QUrl(u"%1://127.0.0.1:%2%3"_s.arg(scheme).arg(port).arg(path));
 }
 
 QByteArray rule(const QByteArray& mood) {
@@ -29,7 +31,7 @@ QByteArray releaseText(const char* tag) {
 }
 
 ReleaseResult release(const char* version) {
-    return LatestRelease{.version = QString::fromLatin1(version), .page = QStringLiteral("https://x.example/r")};
+    return LatestRelease{.version = QString::fromLatin1(version), .page = u"https://x.example/r"_s};
 }
 
 QString sentence(const ReleaseResult& result) {
@@ -41,7 +43,7 @@ QString sentence(const ReleaseResult& result) {
 QStringList valuesOf(const QString& name, const QStringList& headers) {
     QStringList values;
     for (const QString& header : headers) {
-        const auto colon = header.indexOf(QStringLiteral(": "));
+        const auto colon = header.indexOf(u": "_s);
         if (header.left(colon).compare(name, Qt::CaseInsensitive) == 0) {
             values << header.mid(colon + 2);
         }
@@ -80,8 +82,8 @@ private Q_SLOTS:
 
     void asksTheProjectOverTls() {
         const QUrl address = ReleaseClient::projectEndpoint();
-        QCOMPARE(address.scheme(), QStringLiteral("https"));
-        QVERIFY(address.path().endsWith(QStringLiteral("/releases/latest")));
+        QCOMPARE(address.scheme(), u"https"_s);
+        QVERIFY(address.path().endsWith(u"/releases/latest"_s));
     }
 
     void newestReleaseIsRead() {
@@ -92,15 +94,14 @@ private Q_SLOTS:
         QCOMPARE(await(client.fetch()), release("2.1.0"));
         const auto requests = server.requests();
         QCOMPARE(requests.size(), 2);
-        QCOMPARE(requests.first().method, QStringLiteral("GET"));
+        QCOMPARE(requests.first().method, u"GET"_s);
         QCOMPARE(requests.first().path, path);
-        const QStringList headers = requests.first().headers.split(QStringLiteral(" | "));
-        QCOMPARE(valuesOf(QStringLiteral("User-Agent"), headers), QStringList{QStringLiteral("Orvanel")});
-        QCOMPARE(valuesOf(QStringLiteral("Accept"), headers),
-                 QStringList{QStringLiteral("application/vnd.github+json")});
+        const QStringList headers = requests.first().headers.split(u" | "_s);
+        QCOMPARE(valuesOf(u"User-Agent"_s, headers), QStringList{u"Orvanel"_s});
+        QCOMPARE(valuesOf(u"Accept"_s, headers), QStringList{u"application/vnd.github+json"_s});
         for (const QString& header : headers) {
-            QVERIFY(!header.startsWith(QStringLiteral("Authorization"), Qt::CaseInsensitive));
-            QVERIFY(!header.startsWith(QStringLiteral("Cookie"), Qt::CaseInsensitive));
+            QVERIFY(!header.startsWith(u"Authorization"_s, Qt::CaseInsensitive));
+            QVERIFY(!header.startsWith(u"Cookie"_s, Qt::CaseInsensitive));
         }
         QCOMPARE(clock.pendingTimers(), 0);
     }
@@ -111,15 +112,13 @@ private Q_SLOTS:
         ReleaseClient client(clock, endpoint(server.port()));
         await(client.fetch());
         await(client.fetch());
-        QVERIFY(!server.requests().last().headers.contains(QStringLiteral("Cookie"), Qt::CaseInsensitive));
+        QVERIFY(!server.requests().last().headers.contains(u"Cookie"_s, Qt::CaseInsensitive));
     }
 
     void answersOfAllSorts_data() {
         QTest::addColumn<QByteArray>("mood");
         QTest::addColumn<QString>("message");
-        const auto http = [](int status) {
-            return QStringLiteral("Could not check for updates (HTTP %1).").arg(status);
-        };
+        const auto http = [](int status) { return u"Could not check for updates (HTTP %1)."_s.arg(status); };
         const auto rateLimited = QByteArray("text=%7B%22message%22:%22API%20rate%20limit%20exceeded%22%7D");
         QTest::newRow("rate limited") << rateLimited + " status=403 header=X-RateLimit-Remaining:%200" << http(403);
         QTest::newRow("too many requests") << rateLimited + " status=429 header=Retry-After:%2060" << http(429);
@@ -131,16 +130,16 @@ private Q_SLOTS:
         QTest::newRow("not modified") << QByteArray("status=304") << http(304);
         QTest::newRow("a redirect that leads nowhere") << QByteArray("status=302 text=x") << http(302);
         QTest::newRow("no tag") << QByteArray("text=%7B%22name%22:%222%22%7D") << http(200);
-        const auto notJson = QStringLiteral("Could not check for updates: the answer is not valid JSON (");
+        const auto notJson = u"Could not check for updates: the answer is not valid JSON ("_s;
         QTest::newRow("a page") << QByteArray("text=%3Chtml%3E type=text/html") << notJson;
         QTest::newRow("nothing") << QByteArray("size=0") << notJson;
-        const auto tooLarge = QStringLiteral("Could not check for updates: the answer is too large.");
+        const auto tooLarge = u"Could not check for updates: the answer is too large."_s;
         QTest::newRow("a byte too long") << QByteArray("size=1048577") << tooLarge;
         QTest::newRow("endless") << QByteArray("endless") << tooLarge;
         QTest::newRow("endless in chunks") << QByteArray("endless chunked") << tooLarge;
         QTest::newRow("endless until the connection ends") << QByteArray("endless until-close") << tooLarge;
         QTest::newRow("as long as it may be") << QByteArray("size=1M") << notJson;
-        const auto failed = QStringLiteral("Could not check for updates: ");
+        const auto failed = u"Could not check for updates: "_s;
         QTest::newRow("closed") << QByteArray("close") << failed;
         QTest::newRow("reset") << QByteArray("reset") << failed;
         QTest::newRow("cut") << QByteArray("size=1000 cut=10") << failed;
@@ -157,9 +156,8 @@ private Q_SLOTS:
         ReleaseClient client(clock, endpoint(server.port()));
         const QString told = sentence(await(client.fetch()));
         QVERIFY2(told.startsWith(message), qPrintable(told));
-        QVERIFY2(told.endsWith(u'.') && told.size() > QStringLiteral("Could not check for updates: .").size(),
-                 qPrintable(told));
-        QVERIFY2(!told.contains(QStringLiteral("127.0.0.1")), qPrintable(told));
+        QVERIFY2(told.endsWith(u'.') && told.size() > u"Could not check for updates: ."_s.size(), qPrintable(told));
+        QVERIFY2(!told.contains(u"127.0.0.1"_s), qPrintable(told));
         QVERIFY(server.requests().size() < 10);
         // The next one starts afresh.
         server.script(rule(releaseText("3")));
@@ -192,8 +190,7 @@ private Q_SLOTS:
         drainEvents();
         QVERIFY(!answer.isReady());
         clock.advance(1ms);
-        QCOMPARE(sentence(await(std::move(answer))),
-                 QStringLiteral("Could not check for updates: the request timed out."));
+        QCOMPARE(sentence(await(std::move(answer))), u"Could not check for updates: the request timed out."_s);
     }
 
     void noNetwork() {
@@ -203,7 +200,7 @@ private Q_SLOTS:
         nobody.close();
         FakeClock clock;
         ReleaseClient client(clock, endpoint(port));
-        QCOMPARE(sentence(await(client.fetch())), QStringLiteral("Could not check for updates: Connection refused."));
+        QCOMPARE(sentence(await(client.fetch())), u"Could not check for updates: Connection refused."_s);
     }
 
     void endOfTheClientEndsTheRequest() {
@@ -213,8 +210,7 @@ private Q_SLOTS:
         auto answer = client->fetch();
         QVERIFY(waitUntil([&] { return !server.requests().isEmpty(); }));
         client.reset();
-        QCOMPARE(sentence(await(std::move(answer))),
-                 QStringLiteral("Could not check for updates: the request was cancelled."));
+        QCOMPARE(sentence(await(std::move(answer))), u"Could not check for updates: the request was cancelled."_s);
         QCOMPARE(clock.pendingTimers(), 0);
     }
 
@@ -227,18 +223,18 @@ private Q_SLOTS:
         QCOMPARE(await(client.fetch()), release("4"));
         QCOMPARE(proxy.requests().size(), 1);
         QCOMPARE(proxy.requests().first().path, QString::fromLatin1(address));
-        QCOMPARE(proxy.requests().first().host, QStringLiteral("release.example"));
+        QCOMPARE(proxy.requests().first().host, u"release.example"_s);
     }
 
     void proxyIsAskedForATunnelWithTls() {
         const KumaServer proxy("path release.example:443 status=503 text=no\n");
         const Variable variable("https_proxy", "http://127.0.0.1:" + QByteArray::number(proxy.port()));
         FakeClock clock;
-        ReleaseClient client(clock, QUrl(QStringLiteral("https://release.example") + path));
+        ReleaseClient client(clock, QUrl(u"https://release.example"_s + path));
         const QString told = sentence(await(client.fetch()));
-        QVERIFY2(told.startsWith(QStringLiteral("Could not check for updates: ")), qPrintable(told));
-        QCOMPARE(proxy.requests().first().method, QStringLiteral("CONNECT"));
-        QCOMPARE(proxy.requests().first().path, QStringLiteral("release.example:443"));
+        QVERIFY2(told.startsWith(u"Could not check for updates: "_s), qPrintable(told));
+        QCOMPARE(proxy.requests().first().method, u"CONNECT"_s);
+        QCOMPARE(proxy.requests().first().path, u"release.example:443"_s);
     }
 
     void thisMachineIsNeverReachedThroughAProxy() {
@@ -257,10 +253,10 @@ private Q_SLOTS:
         TlsServer server;
         server.answer("HTTP/1.1 200 OK\r\nContent-Length: 16\r\n\r\n{\"tag_name\":\"6\"}");
         FakeClock clock;
-        ReleaseClient client(clock, endpoint(server.port(), QStringLiteral("https")));
+        ReleaseClient client(clock, endpoint(server.port(), u"https"_s));
         const QString told = sentence(await(client.fetch()));
-        QVERIFY2(told.startsWith(QStringLiteral("Could not check for updates: ")), qPrintable(told));
-        QVERIFY2(told.contains(QStringLiteral("certificate")), qPrintable(told));
+        QVERIFY2(told.startsWith(u"Could not check for updates: "_s), qPrintable(told));
+        QVERIFY2(told.contains(u"certificate"_s), qPrintable(told));
         QCOMPARE(server.requests(), 0);
     }
 
@@ -273,19 +269,19 @@ private Q_SLOTS:
         const auto restore = qScopeGuard([&] { QSslConfiguration::setDefaultConfiguration(before); });
 
         FakeClock clock;
-        ReleaseClient client(clock, endpoint(server.port(), QStringLiteral("https")));
+        ReleaseClient client(clock, endpoint(server.port(), u"https"_s));
         server.answer("HTTP/1.1 200 OK\r\nContent-Length: 16\r\n\r\n{\"tag_name\":\"7\"}");
-        QCOMPARE(await(client.fetch()), ReleaseResult(LatestRelease{.version = QStringLiteral("7")}));
+        QCOMPARE(await(client.fetch()), ReleaseResult(LatestRelease{.version = u"7"_s}));
 
         const KumaServer plain(rule(releaseText("8")));
         server.answer("HTTP/1.1 302 Found\r\nContent-Length: 0\r\nLocation: http://127.0.0.1:" +
                       QByteArray::number(plain.port()) + path.toLatin1() + "\r\n\r\n");
         const QString told = sentence(await(client.fetch()));
-        QVERIFY2(told.startsWith(QStringLiteral("Could not check for updates: ")), qPrintable(told));
+        QVERIFY2(told.startsWith(u"Could not check for updates: "_s), qPrintable(told));
         QVERIFY(plain.requests().isEmpty());
         QCOMPARE(server.requests(), 2);
     }
 };
 
-QTEST_GUILESS_MAIN(TestReleaseClient)
+ORVANEL_TEST(TestReleaseClient)
 #include "TestReleaseClient.moc"

@@ -6,6 +6,8 @@
 #include <QSslKey>
 #include <QSslSocket>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -17,13 +19,12 @@ QByteArray contentOf(const QString& path) {
 } // namespace
 
 TlsServer::TlsServer() {
-    const QString key = m_folder.filePath(QStringLiteral("key.pem"));
-    const QString certificate = m_folder.filePath(QStringLiteral("certificate.pem"));
-    const QString program = QStringLiteral("openssl");
-    const QStringList arguments = QStringLiteral("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes "
-                                                 "-days 2 -subj /CN=release.example "
-                                                 "-addext subjectAltName=IP:127.0.0.1 -keyout %1 -out %2")
-                                      .arg(key, certificate)
+    const QString key = m_folder.filePath(u"key.pem"_s);
+    const QString certificate = m_folder.filePath(u"certificate.pem"_s);
+    const QString program = u"openssl"_s;
+    const QStringList arguments = u"req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes "
+                                  "-days 2 -subj /CN=release.example "
+                                  "-addext subjectAltName=IP:127.0.0.1 -keyout %1 -out %2"_s.arg(key, certificate)
                                       .split(u' ');
     if (QProcess::execute(program, arguments) != 0) {
         qFatal("openssl could not make a certificate");

@@ -1,14 +1,16 @@
 #include "statuspage/HttpReader.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
 
-const QString closed = QStringLiteral("the server closed the connection.");
-const QString garbled = QStringLiteral("the answer is garbled.");
-const QString tooLarge = QStringLiteral("the answer is too large.");
+const QString closed = u"the server closed the connection."_s;
+const QString garbled = u"the answer is garbled."_s;
+const QString tooLarge = u"the answer is too large."_s;
 
 /// "404", "200 and the body", or the description of a failure.
 QString text(const HttpResult& result) {
@@ -16,7 +18,7 @@ QString text(const HttpResult& result) {
         return failure->description;
     }
     const auto& answer = std::get<HttpAnswer>(result);
-    return QStringLiteral("%1 %2").arg(QString::number(answer.status), QString::fromUtf8(answer.body)).trimmed();
+    return u"%1 %2"_s.arg(QString::number(answer.status), QString::fromUtf8(answer.body)).trimmed();
 }
 
 /// What a reader makes of bytes that arrive in these pieces, before the connection ends.
@@ -127,8 +129,8 @@ private Q_SLOTS:
     }
 
     void withoutBodyTheHeadIsEnough() {
-        QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n"}, false), QStringLiteral("200"));
-        QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 99999999999\r\n\r\n"}, false), QStringLiteral("200"));
+        QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n"}, false), u"200"_s);
+        QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 99999999999\r\n\r\n"}, false), u"200"_s);
         QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n"}, false), closed);
     }
 
@@ -153,7 +155,7 @@ private Q_SLOTS:
             QCOMPARE(readPieces({whole.left(66'000), whole.mid(66'000)}), tooLarge);
         }
         const QByteArray longest = blanks.left(HttpReader::largestHead - 3);
-        QCOMPARE(readPieces({chunks + longest + "\r\n{}\r\n0\r\n"}), QStringLiteral("200 {}"));
+        QCOMPARE(readPieces({chunks + longest + "\r\n{}\r\n0\r\n"}), u"200 {}"_s);
     }
 
     void headsWithoutEndAreRefused_data() {
@@ -174,5 +176,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestHttpReader)
+ORVANEL_TEST(TestHttpReader)
 #include "TestHttpReader.moc"

@@ -2,24 +2,26 @@
 #include "statuspage/StatusPageClient.h"
 #include "support/Await.h"
 #include "support/FakeClock.h"
+#include "support/TestClass.h"
 
 #include <QFile>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
 namespace {
 
 QByteArray recorded(const QString& name) {
-    QFile file(QStringLiteral(ORVANEL_FIXTURES "/%1.json").arg(name));
+    QFile file(QString::fromUtf8(ORVANEL_FIXTURES "/%1.json").arg(name));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 void compare(const char* name, const StatusPageData& expected) {
     const QString slug = QString::fromLatin1(name);
     const KumaServer server;
-    server.page(slug, recorded(QStringLiteral("status-page-") + slug));
-    server.heartbeat(slug, recorded(QStringLiteral("heartbeat-") + slug));
+    server.page(slug, recorded(u"status-page-"_s + slug));
+    server.heartbeat(slug, recorded(u"heartbeat-"_s + slug));
     FakeClock clock;
     StatusPageClient client(clock);
     const StatusPageResult result = await(client.fetch(server.port(), slug));
@@ -47,23 +49,23 @@ class TestRecordedPages : public QObject {
 
 private Q_SLOTS:
     void recordedPageWithEveryKindOfMonitor() {
-        const QString core = QStringLiteral("Core");
-        const QString edge = QStringLiteral("Edge <i>&\" \U0001F6F0");
-        const QString other = QStringLiteral("Other");
-        const QString odd = QStringLiteral("Odd <b>&\" name \U0001F680 \u202Eevil");
-        const QString self = QStringLiteral("Self (http)");
+        const QString core = u"Core"_s;
+        const QString edge = u"Edge <i>&\" \U0001F6F0"_s;
+        const QString other = u"Other"_s;
+        const QString odd = u"Odd <b>&\" name \U0001F680 \u202Eevil"_s;
+        const QString self = u"Self (http)"_s;
         const StatusPageData expected{
-            QStringLiteral("Home"),
+            u"Home"_s,
             {
                 {1, self, core, 1, 12, 1.0},
-                {2, QStringLiteral("Closed port (http)"), core, 0, std::nullopt, 0.0},
-                {3, QStringLiteral("Self (port)"), core, 1, 1, 1.0},
-                {4, QStringLiteral("Retrying"), edge, 2, std::nullopt, 0.0},
-                {5, QStringLiteral("In maintenance"), edge, 3, std::nullopt, 1.0},
-                {6, QStringLiteral("Paused"), edge, 1, 8, 1.0},
+                {2, u"Closed port (http)"_s, core, 0, std::nullopt, 0.0},
+                {3, u"Self (port)"_s, core, 1, 1, 1.0},
+                {4, u"Retrying"_s, edge, 2, std::nullopt, 0.0},
+                {5, u"In maintenance"_s, edge, 3, std::nullopt, 1.0},
+                {6, u"Paused"_s, edge, 1, 8, 1.0},
                 {7, odd, other, 1, 12, 1.0},
-                {8, QStringLiteral("Never checked (created paused)"), other, std::nullopt, std::nullopt, 0.0},
-                {9, QStringLiteral("Ping localhost"), other, 1, 0, 1.0},
+                {8, u"Never checked (created paused)"_s, other, std::nullopt, std::nullopt, 0.0},
+                {9, u"Ping localhost"_s, other, 1, 0, 1.0},
                 {1, self, other, 1, 12, 1.0},
             },
         };
@@ -71,23 +73,23 @@ private Q_SLOTS:
     }
 
     void recordedPageWithTagsAndIncidents() {
-        const QString group = QStringLiteral("G");
+        const QString group = u"G"_s;
         const StatusPageData expected{
-            QStringLiteral("Full"),
+            u"Full"_s,
             {
-                {10, QStringLiteral("Grp"), group, 2, 1, 0.0},
-                {11, QStringLiteral("Push"), group, 0, std::nullopt, 0.6666666666666666},
-                {12, QStringLiteral("Manual"), group, 2, 1, 0.0},
-                {13, QStringLiteral("Upside"), group, 1, std::nullopt, 1.0},
-                {14, QStringLiteral("Keyword"), group, 0, 6, 0.0},
-                {16, QStringLiteral("Flip"), group, 1, 14, 0.5555555555555556},
+                {10, u"Grp"_s, group, 2, 1, 0.0},
+                {11, u"Push"_s, group, 0, std::nullopt, 0.6666666666666666},
+                {12, u"Manual"_s, group, 2, 1, 0.0},
+                {13, u"Upside"_s, group, 1, std::nullopt, 1.0},
+                {14, u"Keyword"_s, group, 0, 6, 0.0},
+                {16, u"Flip"_s, group, 1, 14, 0.5555555555555556},
             },
         };
         compare("full", expected);
     }
 
-    void recordedPageWithoutGroups() { compare("empty", {QStringLiteral("Empty"), {}}); }
+    void recordedPageWithoutGroups() { compare("empty", {u"Empty"_s, {}}); }
 };
 
-QTEST_GUILESS_MAIN(TestRecordedPages)
+ORVANEL_TEST(TestRecordedPages)
 #include "TestRecordedPages.moc"

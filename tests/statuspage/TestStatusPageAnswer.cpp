@@ -1,15 +1,16 @@
 #include "statuspage/StatusPageAnswer.h"
+#include "support/TestClass.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
 
-const QString unexpectedShape =
-    QStringLiteral("Could not read the status page (HTTP 200, the answer has an unexpected shape).");
-const QString unexpectedAnswer = QStringLiteral("Could not read the status page (HTTP 200, unexpected answer).");
-const QString slug = QStringLiteral("home");
+const QString unexpectedShape = u"Could not read the status page (HTTP 200, the answer has an unexpected shape)."_s;
+const QString unexpectedAnswer = u"Could not read the status page (HTTP 200, unexpected answer)."_s;
+const QString slug = u"home"_s;
 const QByteArray noBeats = R"({"heartbeatList":{},"uptimeList":{}})";
 
 StatusPageResult read(const QByteArray& page, const QByteArray& beats) {
@@ -109,13 +110,13 @@ private Q_SLOTS:
 
     void groupWithoutNameIsEmptyText() {
         const auto rows = rowsOf(R"({"publicGroupList":[{"monitorList":[{"id":1,"name":"A"}]}]})");
-        QCOMPARE(rows, QList<MonitorRow>({{1, QStringLiteral("A"), QString(), {}, {}, {}}}));
+        QCOMPARE(rows, QList<MonitorRow>({{1, u"A"_s, QString(), {}, {}, {}}}));
     }
     void groupNameOfAnotherTypeIsEmptyText_data() { addRowsOfOtherTypes("string"); }
     void groupNameOfAnotherTypeIsEmptyText() {
         QFETCH(const QByteArray, value);
         const auto rows = rowsOf(R"({"publicGroupList":[{"name":)" + value + R"(,"monitorList":[{"id":1}]}]})");
-        QCOMPARE(rows, QList<MonitorRow>({{1, QStringLiteral("Monitor 1"), QString(), {}, {}, {}}}));
+        QCOMPARE(rows, QList<MonitorRow>({{1, u"Monitor 1"_s, QString(), {}, {}, {}}}));
     }
 
     void groupWithoutProperMonitorListHasNoRows_data() {
@@ -128,7 +129,7 @@ private Q_SLOTS:
     void groupWithoutProperMonitorListHasNoRows() {
         QFETCH(const QByteArray, group);
         const auto rows = rowsOf(R"({"publicGroupList":[)" + group + R"(,{"name":"Y","monitorList":[{"id":2}]}]})");
-        QCOMPARE(rows, QList<MonitorRow>({{2, QStringLiteral("Monitor 2"), QStringLiteral("Y"), {}, {}, {}}}));
+        QCOMPARE(rows, QList<MonitorRow>({{2, u"Monitor 2"_s, u"Y"_s, {}, {}, {}}}));
     }
 
     void monitorWithoutNumberAsIdIsSkipped_data() {
@@ -142,7 +143,7 @@ private Q_SLOTS:
     void monitorWithoutNumberAsIdIsSkipped() {
         QFETCH(const QByteArray, monitor);
         const auto rows = rowsOf(pageWithMonitors("[" + monitor + R"(,{"id":8}])"));
-        QCOMPARE(rows, QList<MonitorRow>({{8, QStringLiteral("Monitor 8"), QStringLiteral("Group"), {}, {}, {}}}));
+        QCOMPARE(rows, QList<MonitorRow>({{8, u"Monitor 8"_s, u"Group"_s, {}, {}, {}}}));
     }
 
     void idIsTakenAsAnInteger_data() {
@@ -167,19 +168,19 @@ private Q_SLOTS:
         const auto rows = rowsOf(pageWithMonitors(R"([{"id":)" + id + "}]"),
                                  R"({"heartbeatList":{")" + key + R"(":[{"status":1,"ping":2}]},"uptimeList":{")" +
                                      key + R"(_24":0.5}})");
-        const QString name = QStringLiteral("Monitor %1").arg(expected);
-        QCOMPARE(rows, QList<MonitorRow>({{expected, name, QStringLiteral("Group"), 1, 2, 0.5}}));
+        const QString name = u"Monitor %1"_s.arg(expected);
+        QCOMPARE(rows, QList<MonitorRow>({{expected, name, u"Group"_s, 1, 2, 0.5}}));
     }
 
     void monitorNameOfAnotherTypeIsItsId_data() { addRowsOfOtherTypes("string"); }
     void monitorNameOfAnotherTypeIsItsId() {
         QFETCH(const QByteArray, value);
         const auto rows = rowsOf(pageWithMonitors(R"([{"id":7,"name":)" + value + "}]"));
-        QCOMPARE(rows.value(0).name, QStringLiteral("Monitor 7"));
+        QCOMPARE(rows.value(0).name, u"Monitor 7"_s);
     }
     void anEmptyMonitorNameIsAName() {
         const auto rows = rowsOf(pageWithMonitors(R"([{"id":7,"name":""}])"));
-        QCOMPARE(rows, QList<MonitorRow>({{7, QString(), QStringLiteral("Group"), {}, {}, {}}}));
+        QCOMPARE(rows, QList<MonitorRow>({{7, QString(), u"Group"_s, {}, {}, {}}}));
     }
 
     void latestBeatIsTheLastOne() {
@@ -204,7 +205,7 @@ private Q_SLOTS:
     }
     void beatsThatSayNothing() {
         QFETCH(const QByteArray, answer);
-        const MonitorRow expected{7, QStringLiteral("Seven"), QStringLiteral("Group"), {}, {}, {}};
+        const MonitorRow expected{7, u"Seven"_s, u"Group"_s, {}, {}, {}};
         QCOMPARE(rowOfSeven(answer), expected);
     }
 
@@ -268,8 +269,8 @@ private Q_SLOTS:
         for (const MonitorRow& row : rows) {
             order.append({row.group, row.id});
         }
-        const QString a = QStringLiteral("A");
-        const QString b = QStringLiteral("B");
+        const QString a = u"A"_s;
+        const QString b = u"B"_s;
         QCOMPARE(order, (QList<std::pair<QString, qint64>>{{b, 9}, {b, 2}, {a, 9}, {a, 1}}));
     }
 
@@ -330,17 +331,17 @@ private Q_SLOTS:
     void otherCodesAreTold() {
         for (const int code : {0, 100, 199, 201, 204, 302, 304, 400, 404, 500, 503, 999}) {
             QCOMPARE(sentence(readJson(HttpAnswer{code, {}})),
-                     QStringLiteral("Could not read the status page (HTTP %1).").arg(code));
+                     u"Could not read the status page (HTTP %1)."_s.arg(code));
         }
     }
 
     void failuresEndTheSentence() {
-        QCOMPARE(sentence(readJson(HttpFailure{QStringLiteral("the moon is in the way.")})),
-                 QStringLiteral("Could not read the status page: the moon is in the way."));
+        QCOMPARE(sentence(readJson(HttpFailure{u"the moon is in the way."_s})),
+                 u"Could not read the status page: the moon is in the way."_s);
     }
 
     void rowsAreEqualFieldByField() {
-        const MonitorRow row{1, QStringLiteral("n"), QStringLiteral("g"), 1, 2, 0.5};
+        const MonitorRow row{1, u"n"_s, u"g"_s, 1, 2, 0.5};
         MonitorRow other = row;
         QVERIFY(row == other);
         other.id = 2;
@@ -355,5 +356,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestStatusPageAnswer)
+ORVANEL_TEST(TestStatusPageAnswer)
 #include "TestStatusPageAnswer.moc"

@@ -2,10 +2,12 @@
 #include "statuspage/StatusPageClient.h"
 #include "support/Await.h"
 #include "support/FakeClock.h"
+#include "support/TestClass.h"
 #include "task/SystemClock.h"
 
 #include <QTcpServer>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -19,7 +21,7 @@ QString sentence(const StatusPageResult& result) {
 }
 
 QString httpSentence(const char* code) {
-    return QStringLiteral("Could not read the status page (HTTP %1).").arg(QLatin1String(code));
+    return u"Could not read the status page (HTTP %1)."_s.arg(QLatin1String(code));
 }
 
 QStringList pathsOf(const KumaServer& server) {
@@ -44,48 +46,46 @@ class TestStatusPageClient : public QObject {
 private Q_SLOTS:
     void readsAPage() {
         const KumaServer server;
-        server.page(QStringLiteral("home"), R"({"config":{"title":"Home"},"publicGroupList":[
+        server.page(u"home"_s, R"({"config":{"title":"Home"},"publicGroupList":[
             {"name":"Core","monitorList":[{"id":1,"name":"Web"},{"id":2}]}]})");
-        server.heartbeat(QStringLiteral("home"), R"({"heartbeatList":{"1":[{"status":0,"ping":null},
+        server.heartbeat(u"home"_s, R"({"heartbeatList":{"1":[{"status":0,"ping":null},
             {"status":1,"ping":12}]},"uptimeList":{"1_24":0.5}})");
         StatusPageClient client(SystemClock::instance());
-        const StatusPageResult result = await(client.fetch(server.port(), QStringLiteral("home")));
-        const QString core = QStringLiteral("Core");
-        const StatusPageData expected{
-            QStringLiteral("Home"),
-            {{1, QStringLiteral("Web"), core, 1, 12, 0.5}, {2, QStringLiteral("Monitor 2"), core, {}, {}, {}}}};
+        const StatusPageResult result = await(client.fetch(server.port(), u"home"_s));
+        const QString core = u"Core"_s;
+        const StatusPageData expected{u"Home"_s,
+                                      {{1, u"Web"_s, core, 1, 12, 0.5}, {2, u"Monitor 2"_s, core, {}, {}, {}}}};
         QCOMPARE(result, StatusPageResult(expected));
     }
 
     void asksTheTwoAddressesOneAfterTheOther() {
         const KumaServer server;
-        server.page(QStringLiteral("home"), emptyPage);
+        server.page(u"home"_s, emptyPage);
         server.script("path /api/status-page/home delay=200");
         FakeClock clock;
         StatusPageClient client(clock);
-        auto reading = client.fetch(server.port(), QStringLiteral("home"));
+        auto reading = client.fetch(server.port(), u"home"_s);
         QVERIFY(waitUntil([&] { return server.requests().size() == 1; }));
         QVERIFY(!reading.isReady());
         QCOMPARE(sentence(await(std::move(reading))), QString());
         const auto requests = server.requests();
-        QCOMPARE(pathsOf(server), QStringList({QStringLiteral("/api/status-page/home"),
-                                               QStringLiteral("/api/status-page/heartbeat/home")}));
-        QCOMPARE(requests.at(0).method, QStringLiteral("GET"));
-        QCOMPARE(requests.at(0).host, QStringLiteral("127.0.0.1:%1").arg(server.port()));
-        QVERIFY(requests.at(0).headers.contains(QStringLiteral("Accept-Encoding: identity"), Qt::CaseInsensitive));
+        QCOMPARE(pathsOf(server), QStringList({u"/api/status-page/home"_s, u"/api/status-page/heartbeat/home"_s}));
+        QCOMPARE(requests.at(0).method, u"GET"_s);
+        QCOMPARE(requests.at(0).host, u"127.0.0.1:%1"_s.arg(server.port()));
+        QVERIFY(requests.at(0).headers.contains(u"Accept-Encoding: identity"_s, Qt::CaseInsensitive));
     }
 
     void secondRequestIsNotSentBeforeTheFirstIsAnswered() {
         const KumaServer server("path /api/status-page/home stall-after=5");
-        server.page(QStringLiteral("home"), emptyPage);
+        server.page(u"home"_s, emptyPage);
         {
             FakeClock clock;
             StatusPageClient client(clock);
-            const auto reading = client.fetch(server.port(), QStringLiteral("home"));
+            const auto reading = client.fetch(server.port(), u"home"_s);
             QVERIFY(waitUntil([&] { return !server.requests().isEmpty(); }));
             drainEvents();
             QVERIFY(!reading.isReady());
-            QCOMPARE(pathsOf(server), QStringList(QStringLiteral("/api/status-page/home")));
+            QCOMPARE(pathsOf(server), QStringList(u"/api/status-page/home"_s));
         }
         drainEvents();
     }
@@ -132,8 +132,8 @@ private Q_SLOTS:
         FakeClock clock;
         StatusPageClient client(clock);
         const StatusPageResult result = await(client.fetch(server.port(), slug));
-        QCOMPARE(pathsOf(server), QStringList({QStringLiteral("/api/status-page/") + segment,
-                                               QStringLiteral("/api/status-page/heartbeat/") + segment}));
+        QCOMPARE(pathsOf(server),
+                 QStringList({u"/api/status-page/"_s + segment, u"/api/status-page/heartbeat/"_s + segment}));
         QCOMPARE(result, StatusPageResult(StatusPageData{slug, {}}));
     }
 
@@ -146,7 +146,7 @@ private Q_SLOTS:
             slug += QChar(c);
         }
         QCOMPARE(sentence(await(client.fetch(server.port(), slug))), QString());
-        const QString prefix = QStringLiteral("/api/status-page/");
+        const QString prefix = u"/api/status-page/"_s;
         const QString sent = pathsOf(server).value(0).mid(prefix.size());
         QVERIFY(!sent.contains(u'/'));
         QCOMPARE(QString::fromUtf8(QByteArray::fromPercentEncoding(sent.toLatin1())), slug);
@@ -156,10 +156,10 @@ private Q_SLOTS:
         const KumaServer server;
         FakeClock clock;
         StatusPageClient client(clock);
-        const QString notValid = QStringLiteral("Could not read the status page: the slug is not valid.");
+        const QString notValid = u"Could not read the status page: the slug is not valid."_s;
         QStringList slugs;
         for (const char16_t lone : {u'\xd800', u'\xdc00'}) {
-            slugs << QStringLiteral("a") + QChar(lone) + QStringLiteral("b");
+            slugs << u"a"_s + QChar(lone) + u"b"_s;
         }
         for (const QString& slug : slugs) {
             QCOMPARE(sentence(await(client.fetch(server.port(), slug))), notValid);
@@ -179,8 +179,8 @@ private Q_SLOTS:
         FakeClock clock;
         StatusPageClient client(clock);
         QCOMPARE(await(client.pageAnswers(port)), false);
-        const QString message = sentence(await(client.fetch(port, QStringLiteral("home"))));
-        QVERIFY2(message.startsWith(QStringLiteral("Could not read the status page: ")), qPrintable(message));
+        const QString message = sentence(await(client.fetch(port, u"home"_s)));
+        QVERIFY2(message.startsWith(u"Could not read the status page: "_s), qPrintable(message));
         QVERIFY(message.endsWith(u'.'));
     }
 
@@ -228,7 +228,7 @@ private Q_SLOTS:
         FakeClock clock;
         StatusPageClient client(clock);
         QCOMPARE(await(client.pageAnswers(server.port())), answers);
-        QCOMPARE(pathsOf(server), QStringList(QStringLiteral("/")));
+        QCOMPARE(pathsOf(server), QStringList(u"/"_s));
     }
 
     void refusedConnections() {
@@ -236,8 +236,8 @@ private Q_SLOTS:
         FakeClock clock;
         StatusPageClient client(clock);
         QCOMPARE(await(client.pageAnswers(port)), false);
-        QCOMPARE(sentence(await(client.fetch(port, QStringLiteral("home")))),
-                 QStringLiteral("Could not read the status page: the connection was refused."));
+        QCOMPARE(sentence(await(client.fetch(port, u"home"_s))),
+                 u"Could not read the status page: the connection was refused."_s);
     }
 
     void serverBehindDockersProxyIsNotReadyUntilItAnswers() {
@@ -253,9 +253,9 @@ private Q_SLOTS:
     void aFailedFirstRequestIsTheOnlyOne_data() {
         QTest::addColumn<QByteArray>("mood");
         QTest::addColumn<QString>("message");
-        const QString unexpected = QStringLiteral("Could not read the status page (HTTP 200, unexpected answer).");
-        const QString closed = QStringLiteral("Could not read the status page: the server closed the connection.");
-        const QString tooLarge = QStringLiteral("Could not read the status page: the answer is too large.");
+        const QString unexpected = u"Could not read the status page (HTTP 200, unexpected answer)."_s;
+        const QString closed = u"Could not read the status page: the server closed the connection."_s;
+        const QString tooLarge = u"Could not read the status page: the answer is too large."_s;
         QTest::newRow("unknown page") << QByteArray() << httpSentence("404");
         for (const char* code : {"201", "204", "301", "304", "401", "403", "404", "407", "429", "500", "503", "600"}) {
             QTest::newRow(code) << "status=" + QByteArray(code) << httpSentence(code);
@@ -285,45 +285,45 @@ private Q_SLOTS:
         const KumaServer server("path /api/status-page/home " + mood);
         FakeClock clock;
         StatusPageClient client(clock);
-        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), message);
-        QCOMPARE(pathsOf(server), QStringList(QStringLiteral("/api/status-page/home")));
+        QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))), message);
+        QCOMPARE(pathsOf(server), QStringList(u"/api/status-page/home"_s));
     }
 
     void aResetIsATransportError() {
         const KumaServer server("path * reset");
         FakeClock clock;
         StatusPageClient client(clock);
-        const QString message = sentence(await(client.fetch(server.port(), QStringLiteral("home"))));
-        QCOMPARE(message, QStringLiteral("Could not read the status page: the server closed the connection."));
+        const QString message = sentence(await(client.fetch(server.port(), u"home"_s)));
+        QCOMPARE(message, u"Could not read the status page: the server closed the connection."_s);
     }
 
     void aFailedSecondRequestIsToldToo() {
         const KumaServer server("path /api/status-page/heartbeat/home status=503");
-        server.page(QStringLiteral("home"), emptyPage);
+        server.page(u"home"_s, emptyPage);
         FakeClock clock;
         StatusPageClient client(clock);
-        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), httpSentence("503"));
+        QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))), httpSentence("503"));
         server.script("path /api/status-page/heartbeat/home text=[]");
-        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))),
-                 QStringLiteral("Could not read the status page (HTTP 200, the answer has an unexpected shape)."));
+        QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))),
+                 u"Could not read the status page (HTTP 200, the answer has an unexpected shape)."_s);
     }
 
     void aPageOfTheWrongShapeIsToldAfterBothRequests() {
         const KumaServer server("path /api/status-page/home text={}");
         FakeClock clock;
         StatusPageClient client(clock);
-        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))),
-                 QStringLiteral("Could not read the status page (HTTP 200, the answer has an unexpected shape)."));
+        QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))),
+                 u"Could not read the status page (HTTP 200, the answer has an unexpected shape)."_s);
         QCOMPARE(server.requests().size(), 2);
     }
 
     void answersInChunksAndUntilTheCloseAreRead() {
         const KumaServer server("path /api/status-page/home chunked\n"
                                 "path /api/status-page/heartbeat/home until-close");
-        server.page(QStringLiteral("home"), emptyPage);
+        server.page(u"home"_s, emptyPage);
         FakeClock clock;
         StatusPageClient client(clock);
-        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), QString());
+        QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))), QString());
         QCOMPARE(server.requests().size(), 2);
     }
 
@@ -333,9 +333,9 @@ private Q_SLOTS:
         FakeClock clock;
         StatusPageClient client(clock);
         QCOMPARE(await(client.pageAnswers(server.port())), false);
-        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), httpSentence("503"));
+        QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))), httpSentence("503"));
     }
 };
 
-QTEST_GUILESS_MAIN(TestStatusPageClient)
+ORVANEL_TEST(TestStatusPageClient)
 #include "TestStatusPageClient.moc"

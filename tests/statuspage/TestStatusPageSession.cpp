@@ -2,10 +2,12 @@
 #include "statuspage/StatusPageClient.h"
 #include "support/Await.h"
 #include "support/FakeClock.h"
+#include "support/TestClass.h"
 
 #include <QNetworkProxy>
 #include <QNetworkProxyFactory>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
@@ -19,7 +21,7 @@ QString sentence(const StatusPageResult& result) {
 }
 
 QString httpSentence(const char* code) {
-    return QStringLiteral("Could not read the status page (HTTP %1).").arg(QLatin1String(code));
+    return u"Could not read the status page (HTTP %1)."_s.arg(QLatin1String(code));
 }
 
 } // namespace
@@ -36,7 +38,7 @@ private Q_SLOTS:
         FakeClock clock;
         StatusPageClient client(clock);
         QCOMPARE(await(client.pageAnswers(server.port())), true);
-        QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), httpSentence("302"));
+        QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))), httpSentence("302"));
         QVERIFY(other.requests().isEmpty());
     }
 
@@ -47,14 +49,13 @@ private Q_SLOTS:
             qputenv(variable, address);
         }
         QNetworkProxyFactory::setUseSystemConfiguration(true);
-        const QNetworkProxy everywhere(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"),
-                                       static_cast<quint16>(proxy.port()));
+        const QNetworkProxy everywhere(QNetworkProxy::HttpProxy, u"127.0.0.1"_s, static_cast<quint16>(proxy.port()));
         QNetworkProxy::setApplicationProxy(everywhere);
         const KumaServer server;
         FakeClock clock;
         StatusPageClient client(clock);
         const bool answers = await(client.pageAnswers(server.port()));
-        const QString message = sentence(await(client.fetch(server.port(), QStringLiteral("home"))));
+        const QString message = sentence(await(client.fetch(server.port(), u"home"_s)));
         QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
         for (const char* variable : {"http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"}) {
             qunsetenv(variable);
@@ -68,29 +69,29 @@ private Q_SLOTS:
         const KumaServer server("path / header=Set-Cookie:%20a=b header=Cache-Control:%20max-age=3600\n"
                                 "path /api/* header=Set-Cookie:%20a=b header=Cache-Control:%20max-age=3600 "
                                 "header=ETag:%20x");
-        server.page(QStringLiteral("home"), emptyPage);
+        server.page(u"home"_s, emptyPage);
         FakeClock clock;
         StatusPageClient client(clock);
         for (int round = 0; round < 2; ++round) {
             QVERIFY(await(client.pageAnswers(server.port())));
-            QCOMPARE(sentence(await(client.fetch(server.port(), QStringLiteral("home")))), QString());
+            QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))), QString());
         }
         QCOMPARE(server.requests().size(), 6);
         for (const KumaServer::Request& request : server.requests()) {
-            QVERIFY(!request.headers.contains(QStringLiteral("Cookie"), Qt::CaseInsensitive));
-            QVERIFY(!request.headers.contains(QStringLiteral("If-None-Match"), Qt::CaseInsensitive));
-            QVERIFY(!request.headers.contains(QStringLiteral("Upgrade"), Qt::CaseInsensitive));
+            QVERIFY(!request.headers.contains(u"Cookie"_s, Qt::CaseInsensitive));
+            QVERIFY(!request.headers.contains(u"If-None-Match"_s, Qt::CaseInsensitive));
+            QVERIFY(!request.headers.contains(u"Upgrade"_s, Qt::CaseInsensitive));
         }
     }
 
     void requestsSideBySideDoNotDisturbOneAnother() {
         const KumaServer server("path /api/status-page/slow delay=300");
-        server.page(QStringLiteral("slow"), emptyPage);
-        server.page(QStringLiteral("quick"), emptyPage);
+        server.page(u"slow"_s, emptyPage);
+        server.page(u"quick"_s, emptyPage);
         FakeClock clock;
         StatusPageClient client(clock);
-        auto slow = client.fetch(server.port(), QStringLiteral("slow"));
-        auto quick = client.fetch(server.port(), QStringLiteral("quick"));
+        auto slow = client.fetch(server.port(), u"slow"_s);
+        auto quick = client.fetch(server.port(), u"quick"_s);
         auto answers = client.pageAnswers(server.port());
         QVERIFY(await(std::move(answers)));
         QCOMPARE(sentence(await(std::move(quick))), QString());
@@ -98,5 +99,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestStatusPageSession)
+ORVANEL_TEST(TestStatusPageSession)
 #include "TestStatusPageSession.moc"

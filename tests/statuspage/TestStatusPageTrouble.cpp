@@ -2,6 +2,7 @@
 #include "statuspage/StatusPageClient.h"
 #include "support/Await.h"
 #include "support/FakeClock.h"
+#include "support/TestClass.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -16,6 +17,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -24,11 +26,11 @@ namespace {
 
 constexpr qint64 mebibyte = qint64(1024) * 1024;
 
-const QString home = QStringLiteral("home");
+const QString home = u"home"_s;
 const QByteArray emptyPage = R"({"publicGroupList":[]})";
-const QString timedOut = QStringLiteral("Could not read the status page: the request timed out.");
-const QString cancelled = QStringLiteral("Could not read the status page: the request was cancelled.");
-const QString tooLarge = QStringLiteral("Could not read the status page: the answer is too large.");
+const QString timedOut = u"Could not read the status page: the request timed out."_s;
+const QString cancelled = u"Could not read the status page: the request was cancelled."_s;
+const QString tooLarge = u"Could not read the status page: the answer is too large."_s;
 
 QString sentence(const StatusPageResult& result) {
     const auto* error = std::get_if<StatusPageError>(&result);
@@ -37,7 +39,7 @@ QString sentence(const StatusPageResult& result) {
 
 /// The most memory that this process ever had, in bytes.
 qint64 peakMemory() {
-    QFile status(QStringLiteral("/proc/self/status"));
+    QFile status(u"/proc/self/status"_s);
     if (status.open(QIODevice::ReadOnly)) {
         for (const QByteArray& line : status.readAll().split('\n')) {
             if (line.startsWith("VmHWM:")) {
@@ -257,7 +259,7 @@ private Q_SLOTS:
         const qint64 before = peakMemory();
         QCOMPARE(sentence(await(client.fetch(server.port(), home))), tooLarge);
         const qint64 growth = peakMemory() - before;
-        QVERIFY2(growth < 160 * mebibyte, qPrintable(QStringLiteral("%1 MiB").arg(growth / mebibyte)));
+        QVERIFY2(growth < 160 * mebibyte, qPrintable(u"%1 MiB"_s.arg(growth / mebibyte)));
     }
 
     void headersWithoutEndAreRefused() {
@@ -275,7 +277,7 @@ private Q_SLOTS:
         auto reading = client.fetch(server.port(), home);
         QVERIFY(waitUntil([&] { return server.isAsked(); }));
         server.send("220 mail is ready");
-        QCOMPARE(sentence(await(std::move(reading))), QStringLiteral("Could not read the status page (HTTP 0)."));
+        QCOMPARE(sentence(await(std::move(reading))), u"Could not read the status page (HTTP 0)."_s);
         QVERIFY(waitUntil([&] { return server.isLeft(); }));
     }
 
@@ -304,8 +306,8 @@ private Q_SLOTS:
         QVERIFY(std::get<StatusPageData>(result).monitors.size() > 100'000);
         qInfo("longest stretch %lld ms, of it %lld ms of work, %d turns", watch.longestWallMs(), watch.longestWorkMs(),
               watch.looks());
-        QVERIFY2(watch.longestWorkMs() < 250, qPrintable(QStringLiteral("%1 ms of work").arg(watch.longestWorkMs())));
-        QVERIFY2(watch.longestWallMs() < 5000, qPrintable(QStringLiteral("%1 ms").arg(watch.longestWallMs())));
+        QVERIFY2(watch.longestWorkMs() < 250, qPrintable(u"%1 ms of work"_s.arg(watch.longestWorkMs())));
+        QVERIFY2(watch.longestWallMs() < 5000, qPrintable(u"%1 ms"_s.arg(watch.longestWallMs())));
     }
 
     void exactlySixteenMebibytesAreAccepted_data() {
@@ -390,5 +392,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestStatusPageTrouble)
+ORVANEL_TEST(TestStatusPageTrouble)
 #include "TestStatusPageTrouble.moc"

@@ -9,6 +9,8 @@
 #include <csignal>
 #include <sys/prctl.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -30,7 +32,7 @@ constexpr auto configuration = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DT
 
 QString newConnectionName() {
     static int count = 0;
-    return QStringLiteral("test-%1").arg(++count);
+    return u"test-%1"_s.arg(++count);
 }
 
 void write(const QString& path, const QString& text) {
@@ -45,14 +47,13 @@ void write(const QString& path, const QString& text) {
 
 PrivateBus::PrivateBus() {
     const QString folder = m_folder.path();
-    const QString configurationFile = m_folder.filePath(QStringLiteral("bus.conf"));
-    QDir(folder).mkdir(QStringLiteral("services"));
+    const QString configurationFile = m_folder.filePath(u"bus.conf"_s);
+    QDir(folder).mkdir(u"services"_s);
     write(configurationFile, QString::fromLatin1(configuration).arg(folder));
     // A test that crashes takes its bus along. (The starting thread is the main one, so this fires with the process.)
     m_daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
-    m_daemon.start(QStringLiteral("dbus-daemon"),
-                   {QStringLiteral("--config-file=") + configurationFile, QStringLiteral("--nofork"),
-                    QStringLiteral("--nopidfile"), QStringLiteral("--print-address")});
+    m_daemon.start(u"dbus-daemon"_s,
+                   {u"--config-file="_s + configurationFile, u"--nofork"_s, u"--nopidfile"_s, u"--print-address"_s});
     if (!waitUntil([this] { return m_daemon.canReadLine() || m_daemon.state() == QProcess::NotRunning; }) ||
         !m_daemon.canReadLine()) {
         qFatal("dbus-daemon did not start: %s %s", qPrintable(m_daemon.errorString()),
@@ -89,11 +90,11 @@ void PrivateBus::disconnect(const QDBusConnection& connection) {
 
 void PrivateBus::letStart(const QString& service) {
     // What is started stays until the bus ends: one that ended before its service appeared would have failed.
-    const QString command = QStringLiteral("/bin/sh -c '/usr/bin/touch %1; exec /usr/bin/tail --pid=%2 -f /dev/null'")
-                                .arg(startedFile(service))
-                                .arg(m_daemon.processId());
-    write(m_folder.filePath(QStringLiteral("services/%1.service").arg(service)),
-          QStringLiteral("[D-BUS Service]\nName=%1\nExec=%2\n").arg(service, command));
+    const QString command =
+        u"/bin/sh -c '/usr/bin/touch %1; exec /usr/bin/tail --pid=%2 -f /dev/null'"_s.arg(startedFile(service))
+            .arg(m_daemon.processId());
+    write(m_folder.filePath(u"services/%1.service"_s.arg(service)),
+          u"[D-BUS Service]\nName=%1\nExec=%2\n"_s.arg(service, command));
 }
 
 bool PrivateBus::hasStarted(const QString& service) const {
@@ -101,7 +102,7 @@ bool PrivateBus::hasStarted(const QString& service) const {
 }
 
 QString PrivateBus::startedFile(const QString& service) const {
-    return m_folder.filePath(service + QStringLiteral(".started"));
+    return m_folder.filePath(service + u".started"_s);
 }
 
 void PrivateBus::stop() {
@@ -112,7 +113,7 @@ void PrivateBus::stop() {
 }
 
 QDBusConnection PrivateBus::none() {
-    return QDBusConnection::connectToBus(QStringLiteral("disabled:"), newConnectionName());
+    return QDBusConnection::connectToBus(u"disabled:"_s, newConnectionName());
 }
 
 } // namespace orvanel::test

@@ -1,5 +1,6 @@
 #include "support/Await.h"
 #include "support/FakeClock.h"
+#include "support/TestClass.h"
 #include "task/FastClock.h"
 #include "task/Sleep.h"
 #include "task/SystemClock.h"
@@ -11,6 +12,7 @@
 #include <stdexcept>
 #include <thread>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
@@ -70,7 +72,7 @@ private Q_SLOTS:
         FakeClock clock;
         bool done = false;
         TaskScope scope;
-        scope.start(setAfter(&clock, 3s, &done, {}), QStringLiteral("sleeper"));
+        scope.start(setAfter(&clock, 3s, &done, {}), u"sleeper"_s);
         clock.advance(2999ms);
         QVERIFY(!done);
         clock.advance(1ms);
@@ -83,7 +85,7 @@ private Q_SLOTS:
         bool done = false;
         const std::stop_source stop;
         TaskScope scope;
-        scope.start(setAfter(&clock, 1h, &done, stop.get_token()), QStringLiteral("sleeper"));
+        scope.start(setAfter(&clock, 1h, &done, stop.get_token()), u"sleeper"_s);
         QCOMPARE(scope.running(), 1);
         stop.request_stop();
         QVERIFY(!done);
@@ -95,19 +97,18 @@ private Q_SLOTS:
     void sleepOnTheSystemClockEnds() {
         bool done = false;
         TaskScope scope;
-        scope.start(setAfter(&SystemClock::instance(), 1ms, &done, {}), QStringLiteral("sleeper"));
+        scope.start(setAfter(&SystemClock::instance(), 1ms, &done, {}), u"sleeper"_s);
         QVERIFY(waitUntil([&] { return done; }));
     }
 
     void scopeReportsWhatATaskThrows() {
         QStringList reports;
-        TaskScope scope(
-            [&](const QString& name, const QString& what) { reports << QStringLiteral("%1: %2").arg(name, what); });
+        TaskScope scope([&](const QString& name, const QString& what) { reports << u"%1: %2"_s.arg(name, what); });
         const Event<bool> event;
-        scope.start(throwAfter(event), QStringLiteral("thrower"));
+        scope.start(throwAfter(event), u"thrower"_s);
         event.complete(true);
         await(scope.finished());
-        QCOMPARE(reports, QStringList{QStringLiteral("thrower: the reason")});
+        QCOMPARE(reports, QStringList{u"thrower: the reason"_s});
         QCOMPARE(scope.running(), 0);
     }
 
@@ -116,7 +117,7 @@ private Q_SLOTS:
         bool done = false;
         {
             TaskScope scope;
-            scope.start(setAfter(&clock, 5s, &done, {}), QStringLiteral("sleeper"));
+            scope.start(setAfter(&clock, 5s, &done, {}), u"sleeper"_s);
         }
         clock.advance(5s);
         QVERIFY(done);
@@ -158,5 +159,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestTask)
+ORVANEL_TEST(TestTask)
 #include "TestTask.moc"

@@ -2,6 +2,8 @@
 
 #include <QApplication>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 
 DesktopLook DesktopLook::light() {
@@ -46,7 +48,7 @@ void DesktopLook::paintBackground(QPainter& painter, const QRect& screen) const 
     painter.fillRect(QRect(bar.left(), bar.bottom(), bar.width(), 1), dark ? QColor(0x0f1114) : border);
     painter.setPen(secondaryText);
     painter.setFont(font());
-    painter.drawText(bar.adjusted(14, 0, -14, 0), Qt::AlignVCenter | Qt::AlignLeft, QStringLiteral("Stand-in desktop"));
+    painter.drawText(bar.adjusted(14, 0, -14, 0), Qt::AlignVCenter | Qt::AlignLeft, u"Stand-in desktop"_s);
 }
 
 void DesktopLook::paintShadow(QPainter& painter, const QRect& around) const {

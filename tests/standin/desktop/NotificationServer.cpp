@@ -2,11 +2,13 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 namespace {
 
-const QString serverName = QStringLiteral("org.freedesktop.Notifications");
-const QString serverPath = QStringLiteral("/org/freedesktop/Notifications");
+const QString serverName = u"org.freedesktop.Notifications"_s;
+const QString serverPath = u"/org/freedesktop/Notifications"_s;
 
 /// The face of the server on the bus.
 class Face final : public QObject {
@@ -29,10 +31,10 @@ public:
     Q_SLOT QStringList GetCapabilities() const { return m_server->capabilities(); }
 
     Q_SLOT QString GetServerInformation(QString& vendor, QString& version, QString& protocol) const {
-        vendor = QStringLiteral("Orvanel");
-        version = QStringLiteral("1");
-        protocol = QStringLiteral("1.2");
-        return QStringLiteral("Stand-in desktop");
+        vendor = u"Orvanel"_s;
+        version = u"1"_s;
+        protocol = u"1.2"_s;
+        return u"Stand-in desktop"_s;
     }
 
 Q_SIGNALS:

@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QVariantMap>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 
 /// A notification as a program asked for it.
@@ -55,8 +57,7 @@ Q_SIGNALS:
 
 private:
     QDBusConnection m_bus;
-    QStringList m_capabilities{QStringLiteral("actions"), QStringLiteral("body"), QStringLiteral("body-markup"),
-                               QStringLiteral("sound")};
+    QStringList m_capabilities{u"actions"_s, u"body"_s, u"body-markup"_s, u"sound"_s};
     QObject* m_face = nullptr;
     QList<Notification> m_all;
     uint m_lastId = 0;

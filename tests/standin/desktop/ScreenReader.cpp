@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <deque>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 
 /// "(so)": an object of a program on the bus.
@@ -66,11 +68,11 @@ Q_DECLARE_METATYPE(orvanel::standin::Subscription)
 namespace orvanel::standin {
 namespace {
 
-const QString rootPath = QStringLiteral("/org/a11y/atspi/accessible/root");
-const QString eventsPath = QStringLiteral("/org/a11y/atspi/registry");
-const QString busName = QStringLiteral("org.a11y.Bus");
-const QString registryName = QStringLiteral("org.a11y.atspi.Registry");
-const QString accessible = QStringLiteral("org.a11y.atspi.Accessible");
+const QString rootPath = u"/org/a11y/atspi/accessible/root"_s;
+const QString eventsPath = u"/org/a11y/atspi/registry"_s;
+const QString busName = u"org.a11y.Bus"_s;
+const QString registryName = u"org.a11y.atspi.Registry"_s;
+const QString accessible = u"org.a11y.atspi.Accessible"_s;
 
 // Numbers of AtspiStateType.
 constexpr unsigned enabledState = 8;
@@ -136,7 +138,7 @@ public:
     using QObject::QObject;
 
     Q_SLOT QList<orvanel::standin::Subscription> GetRegisteredEvents() const {
-        return {{registryName, QStringLiteral("Object:StateChanged:Showing")}};
+        return {{registryName, u"Object:StateChanged:Showing"_s}};
     }
 };
 
@@ -182,7 +184,7 @@ ScreenReader::ScreenReader(QDBusConnection bus, QObject* parent)
 ScreenReader::~ScreenReader() {
     m_bus.unregisterService(busName);
     m_bus.unregisterService(registryName);
-    m_bus.unregisterObject(QStringLiteral("/org/a11y/bus"));
+    m_bus.unregisterObject(u"/org/a11y/bus"_s);
     m_bus.unregisterObject(rootPath);
     m_bus.unregisterObject(eventsPath);
 }
@@ -190,10 +192,10 @@ ScreenReader::~ScreenReader() {
 bool ScreenReader::open(const QString& busAddress) {
     new BusFace(m_accessibilityBus, busAddress);
     new StatusFace(m_accessibilityBus);
-    return m_bus.registerObject(QStringLiteral("/org/a11y/bus"), m_accessibilityBus) &&
+    return m_bus.registerObject(u"/org/a11y/bus"_s, m_accessibilityBus) &&
            m_bus.registerObject(rootPath, m_registry, QDBusConnection::ExportAllSlots) &&
            m_bus.registerObject(eventsPath, m_events, QDBusConnection::ExportAllSlots) &&
-           m_bus.connect({}, {}, QStringLiteral("org.a11y.atspi.Event.Object"), QStringLiteral("StateChanged"), this,
+           m_bus.connect({}, {}, u"org.a11y.atspi.Event.Object"_s, u"StateChanged"_s, this,
                          SLOT(onStateChanged(QDBusMessage))) &&
            m_bus.registerService(registryName) && m_bus.registerService(busName);
 }
@@ -209,7 +211,7 @@ void ScreenReader::takeProgram(const QString& service) {
 
 void ScreenReader::onStateChanged(const QDBusMessage& news) {
     const QVariantList arguments = news.arguments();
-    const bool isShown = arguments.value(0).toString() == QStringLiteral("showing") && arguments.value(1).toInt() == 1;
+    const bool isShown = arguments.value(0).toString() == u"showing"_s && arguments.value(1).toInt() == 1;
     if (isShown && news.service() == m_program) {
         m_timesShown[news.path()] += 1;
     }
@@ -243,8 +245,7 @@ bool ScreenReader::reads(const QString& words) const {
 }
 
 void ScreenReader::press(const ScreenElement& element) {
-    auto call = QDBusMessage::createMethodCall(m_program, element.path, QStringLiteral("org.a11y.atspi.Action"),
-                                               QStringLiteral("DoAction"));
+    auto call = QDBusMessage::createMethodCall(m_program, element.path, u"org.a11y.atspi.Action"_s, u"DoAction"_s);
     call.setArguments({0});
     m_bus.asyncCall(call);
 }
@@ -252,20 +253,20 @@ void ScreenReader::press(const ScreenElement& element) {
 void ScreenReader::visit(const std::shared_ptr<Walk>& walk, const QString& path, std::size_t slot) {
     auto& element = walk->found[slot].element;
     element.path = path;
-    ask(walk, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
-        {accessible, QStringLiteral("Name")}, [&element](const QVariantList& answer) {
+    ask(walk, path, u"org.freedesktop.DBus.Properties"_s, u"Get"_s, {accessible, u"Name"_s},
+        [&element](const QVariantList& answer) {
             element.name = answer.value(0).value<QDBusVariant>().variant().toString();
         });
-    ask(walk, path, accessible, QStringLiteral("GetRoleName"), {},
+    ask(walk, path, accessible, u"GetRoleName"_s, {},
         [&element](const QVariantList& answer) { element.role = answer.value(0).toString(); });
-    ask(walk, path, accessible, QStringLiteral("GetState"), {}, [&element](const QVariantList& answer) {
+    ask(walk, path, accessible, u"GetState"_s, {}, [&element](const QVariantList& answer) {
         const auto states = qdbus_cast<QList<uint>>(answer.value(0));
         element.enabled = hasState(states, enabledState);
         element.showing = hasState(states, showingState);
     });
-    ask(walk, path, QStringLiteral("org.a11y.atspi.Text"), QStringLiteral("GetText"), {0, -1},
+    ask(walk, path, u"org.a11y.atspi.Text"_s, u"GetText"_s, {0, -1},
         [&element](const QVariantList& answer) { element.text = answer.value(0).toString(); });
-    ask(walk, path, accessible, QStringLiteral("GetChildren"), {}, [this, walk, slot](const QVariantList& answer) {
+    ask(walk, path, accessible, u"GetChildren"_s, {}, [this, walk, slot](const QVariantList& answer) {
         for (const Reference& child : qdbus_cast<QList<Reference>>(answer.value(0))) {
             const std::size_t childSlot = walk->found.size();
             walk->found.emplace_back();

@@ -5,12 +5,14 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 namespace {
 
-const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
-const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
-const QString usualItemPath = QStringLiteral("/StatusNotifierItem");
+const QString watcherName = u"org.kde.StatusNotifierWatcher"_s;
+const QString watcherPath = u"/StatusNotifierWatcher"_s;
+const QString usualItemPath = u"/StatusNotifierItem"_s;
 
 /// The face of the status area on the bus.
 class Watcher final : public QObject, protected QDBusContext {

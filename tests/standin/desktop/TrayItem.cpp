@@ -10,10 +10,12 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 namespace {
 
-const QString itemInterface = QStringLiteral("org.kde.StatusNotifierItem");
+const QString itemInterface = u"org.kde.StatusNotifierItem"_s;
 
 /// "(iiay)": width, height, and the pixels as ARGB32 in network byte order.
 QImage readPixmap(const QDBusArgument& argument) {
@@ -83,14 +85,13 @@ QImage TrayItem::icon(int size) const {
 }
 
 void TrayItem::activate() {
-    auto message = QDBusMessage::createMethodCall(m_service, m_path, itemInterface, QStringLiteral("Activate"));
+    auto message = QDBusMessage::createMethodCall(m_service, m_path, itemInterface, u"Activate"_s);
     message.setArguments({0, 0});
     m_bus.asyncCall(message);
 }
 
 void TrayItem::read() {
-    auto message = QDBusMessage::createMethodCall(m_service, m_path, QStringLiteral("org.freedesktop.DBus.Properties"),
-                                                  QStringLiteral("GetAll"));
+    auto message = QDBusMessage::createMethodCall(m_service, m_path, u"org.freedesktop.DBus.Properties"_s, u"GetAll"_s);
     message.setArguments({itemInterface});
     callThen(m_bus, message, this, [this](const QVariantList& answer) {
         if (!answer.isEmpty()) {
@@ -100,11 +101,11 @@ void TrayItem::read() {
 }
 
 void TrayItem::take(const QVariantMap& properties) {
-    m_title = properties.value(QStringLiteral("Title")).toString();
-    m_status = properties.value(QStringLiteral("Status")).toString();
-    m_icons = readPixmaps(properties.value(QStringLiteral("IconPixmap")).value<QDBusArgument>());
-    m_toolTip = readToolTip(properties.value(QStringLiteral("ToolTip")).value<QDBusArgument>());
-    m_menu.setPath(properties.value(QStringLiteral("Menu")).value<QDBusObjectPath>().path());
+    m_title = properties.value(u"Title"_s).toString();
+    m_status = properties.value(u"Status"_s).toString();
+    m_icons = readPixmaps(properties.value(u"IconPixmap"_s).value<QDBusArgument>());
+    m_toolTip = readToolTip(properties.value(u"ToolTip"_s).value<QDBusArgument>());
+    m_menu.setPath(properties.value(u"Menu"_s).value<QDBusObjectPath>().path());
     Q_EMIT changed();
 }
 

@@ -11,10 +11,12 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 namespace {
 
-const QString menuInterface = QStringLiteral("com.canonical.dbusmenu");
+const QString menuInterface = u"com.canonical.dbusmenu"_s;
 
 /// In labels "__" stands for an underscore and a single "_" marks the mnemonic.
 QString withoutMnemonic(const QString& label) {
@@ -37,17 +39,17 @@ QString shortcutOf(const QVariant& value) {
     QList<QStringList> alternatives;
     argument >> alternatives;
     QStringList keys = alternatives.value(0);
-    keys.replaceInStrings(QStringLiteral("Control"), QStringLiteral("Ctrl"));
+    keys.replaceInStrings(u"Control"_s, u"Ctrl"_s);
     return keys.join(u'+');
 }
 
 MenuEntry entryFrom(int id, const QVariantMap& properties) {
     MenuEntry entry;
     entry.id = id;
-    entry.text = withoutMnemonic(properties.value(QStringLiteral("label")).toString());
-    entry.enabled = properties.value(QStringLiteral("enabled"), true).toBool();
-    entry.separator = properties.value(QStringLiteral("type")).toString() == u"separator";
-    entry.shortcut = shortcutOf(properties.value(QStringLiteral("shortcut")));
+    entry.text = withoutMnemonic(properties.value(u"label"_s).toString());
+    entry.enabled = properties.value(u"enabled"_s, true).toBool();
+    entry.separator = properties.value(u"type"_s).toString() == u"separator";
+    entry.shortcut = shortcutOf(properties.value(u"shortcut"_s));
     return entry;
 }
 
@@ -67,7 +69,7 @@ QList<MenuEntry> entriesOf(const QDBusArgument& layout) {
         argument.beginStructure();
         argument >> id >> properties >> grandchildren;
         argument.endStructure();
-        if (properties.value(QStringLiteral("visible"), true).toBool()) {
+        if (properties.value(u"visible"_s, true).toBool()) {
             entries += entryFrom(id, properties);
         }
     }
@@ -103,8 +105,8 @@ void TrayMenu::open() {
         return;
     }
     m_open = true;
-    callThen(m_bus, call(QStringLiteral("AboutToShow"), {0}), this, [this](const QVariantList&) { readLayout(); });
-    sendEvent(0, QStringLiteral("opened"));
+    callThen(m_bus, call(u"AboutToShow"_s, {0}), this, [this](const QVariantList&) { readLayout(); });
+    sendEvent(0, u"opened"_s);
     Q_EMIT changed();
 }
 
@@ -113,7 +115,7 @@ void TrayMenu::close() {
         return;
     }
     m_open = false;
-    sendEvent(0, QStringLiteral("closed"));
+    sendEvent(0, u"closed"_s);
     Q_EMIT changed();
 }
 
@@ -123,30 +125,29 @@ bool TrayMenu::press(int id) {
     if (entry == m_entries.end() || entry->separator || !entry->enabled) {
         return false;
     }
-    sendEvent(id, QStringLiteral("clicked"));
+    sendEvent(id, u"clicked"_s);
     close();
     return true;
 }
 
 void TrayMenu::readLayout() {
     const QStringList allProperties;
-    callThen(m_bus, call(QStringLiteral("GetLayout"), {0, -1, allProperties}), this,
-             [this](const QVariantList& answer) {
-                 if (answer.size() != 2) {
-                     return;
-                 }
-                 const auto entries = entriesOf(answer[1].value<QDBusArgument>());
-                 if (entries != m_entries) {
-                     m_entries = entries;
-                     Q_EMIT changed();
-                 }
-             });
+    callThen(m_bus, call(u"GetLayout"_s, {0, -1, allProperties}), this, [this](const QVariantList& answer) {
+        if (answer.size() != 2) {
+            return;
+        }
+        const auto entries = entriesOf(answer[1].value<QDBusArgument>());
+        if (entries != m_entries) {
+            m_entries = entries;
+            Q_EMIT changed();
+        }
+    });
 }
 
 void TrayMenu::sendEvent(int id, const QString& what) {
     const auto noData = QVariant::fromValue(QDBusVariant(QString()));
     const auto now = static_cast<uint>(QDateTime::currentSecsSinceEpoch());
-    m_bus.asyncCall(call(QStringLiteral("Event"), {id, what, noData, now}));
+    m_bus.asyncCall(call(u"Event"_s, {id, what, noData, now}));
 }
 
 QDBusMessage TrayMenu::call(const QString& method, const QVariantList& arguments) const {

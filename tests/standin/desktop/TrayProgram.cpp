@@ -10,6 +10,8 @@
 #include <QSystemTrayIcon>
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QIcon dot(Qt::GlobalColor color) {
@@ -29,21 +31,21 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
 
     QSystemTrayIcon icon(dot(Qt::gray));
-    icon.setToolTip(QStringLiteral("At rest"));
+    icon.setToolTip(u"At rest"_s);
     QMenu menu;
-    QAction* line = menu.addAction(QStringLiteral("At rest"));
+    QAction* line = menu.addAction(u"At rest"_s);
     line->setEnabled(false);
     menu.addSeparator();
-    QAction* go = menu.addAction(QStringLiteral("Go"));
-    menu.addAction(QStringLiteral("Hidden"))->setVisible(false);
-    menu.addAction(QStringLiteral("Under__score && more"));
-    QAction* quit = menu.addAction(QStringLiteral("Quit"));
-    quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
+    QAction* go = menu.addAction(u"Go"_s);
+    menu.addAction(u"Hidden"_s)->setVisible(false);
+    menu.addAction(u"Under__score && more"_s);
+    QAction* quit = menu.addAction(u"Quit"_s);
+    quit->setShortcut(QKeySequence(u"Ctrl+Q"_s));
 
     QObject::connect(go, &QAction::triggered, &menu, [&] {
         icon.setIcon(dot(Qt::green));
-        icon.setToolTip(QStringLiteral("On the way"));
-        line->setText(QStringLiteral("On the way"));
+        icon.setToolTip(u"On the way"_s);
+        line->setText(u"On the way"_s);
         go->setEnabled(false);
     });
     QObject::connect(quit, &QAction::triggered, &menu, [] { QApplication::exit(7); });
@@ -51,14 +53,14 @@ int main(int argc, char** argv) {
     icon.show();
 
     QWidget window;
-    auto* label = new QLabel(QStringLiteral("Nothing yet"));
-    auto* button = new QPushButton(QStringLiteral("Press me"));
+    auto* label = new QLabel(u"Nothing yet"_s);
+    auto* button = new QPushButton(u"Press me"_s);
     auto* layout = new QVBoxLayout(&window);
     layout->addWidget(label);
     layout->addWidget(button);
-    layout->addWidget(new QPushButton(QStringLiteral("Not for you")));
+    layout->addWidget(new QPushButton(u"Not for you"_s));
     layout->itemAt(2)->widget()->setEnabled(false);
-    QObject::connect(button, &QPushButton::clicked, label, [=] { label->setText(QStringLiteral("Pressed")); });
+    QObject::connect(button, &QPushButton::clicked, label, [=] { label->setText(u"Pressed"_s); });
     window.show();
     return QApplication::exec();
 }

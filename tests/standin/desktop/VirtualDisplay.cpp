@@ -5,15 +5,16 @@
 #include <csignal>
 #include <sys/prctl.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 
 VirtualDisplay::VirtualDisplay() {
     // A test that crashes takes its display along.
     m_server.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     m_server.setStandardErrorFile(QProcess::nullDevice());
-    m_server.start(QStringLiteral("Xvfb"),
-                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"), QStringLiteral("0"),
-                    QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    m_server.start(u"Xvfb"_s,
+                   {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x800x24"_s, u"-nolisten"_s, u"tcp"_s});
     if (!test::waitUntil([this] { return m_server.canReadLine() || m_server.state() == QProcess::NotRunning; }) ||
         !m_server.canReadLine()) {
         qFatal("Xvfb did not start: %s", qPrintable(m_server.errorString()));

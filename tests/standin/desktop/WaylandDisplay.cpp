@@ -8,12 +8,14 @@
 #include <csignal>
 #include <sys/prctl.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 namespace {
 
-const QString program = QStringLiteral("weston");
-const QString socketName = QStringLiteral("wayland-test");
-const QString folderVariable = QStringLiteral("XDG_RUNTIME_DIR");
+const QString program = u"weston"_s;
+const QString socketName = u"wayland-test"_s;
+const QString folderVariable = u"XDG_RUNTIME_DIR"_s;
 
 } // namespace
 
@@ -29,11 +31,9 @@ WaylandDisplay::WaylandDisplay(int scale) {
     m_server.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     m_server.setStandardOutputFile(QProcess::nullDevice());
     m_server.setStandardErrorFile(QProcess::nullDevice());
-    m_server.start(program, {QStringLiteral("--backend=headless-backend.so"), QStringLiteral("--use-pixman"),
-                             QStringLiteral("--width=1280"), QStringLiteral("--height=800"),
-                             QStringLiteral("--scale=%1").arg(scale), QStringLiteral("--idle-time=0"),
-                             QStringLiteral("--no-config"), QStringLiteral("--socket=") + socketName,
-                             QStringLiteral("--log=") + m_folder.filePath(QStringLiteral("log"))});
+    m_server.start(program, {u"--backend=headless-backend.so"_s, u"--use-pixman"_s, u"--width=1280"_s,
+                             u"--height=800"_s, u"--scale=%1"_s.arg(scale), u"--idle-time=0"_s, u"--no-config"_s,
+                             u"--socket="_s + socketName, u"--log="_s + m_folder.filePath(u"log"_s)});
     const QString socket = m_folder.filePath(socketName);
     if (!test::waitUntil([&] { return QFile::exists(socket) || m_server.state() == QProcess::NotRunning; }) ||
         !QFile::exists(socket)) {
@@ -48,8 +48,8 @@ WaylandDisplay::~WaylandDisplay() {
 
 void WaylandDisplay::addTo(QProcessEnvironment& environment) const {
     environment.insert(folderVariable, m_folder.path());
-    environment.insert(QStringLiteral("WAYLAND_DISPLAY"), socketName);
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("wayland"));
+    environment.insert(u"WAYLAND_DISPLAY"_s, socketName);
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"wayland"_s);
 }
 
 } // namespace orvanel::standin

@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::test {
 namespace {
 
@@ -22,9 +24,8 @@ KumaServer::KumaServer(const QByteArray& script) {
         this->script(script);
     }
     m_process.setProcessChannelMode(QProcess::MergedChannels);
-    m_process.start(program(), {QStringLiteral("--address"), QStringLiteral("127.0.0.1"), QStringLiteral("--port"),
-                                QStringLiteral("0"), QStringLiteral("--state"), folder()});
-    const QString portFile = m_folder.filePath(QStringLiteral("kuma-port"));
+    m_process.start(program(), {u"--address"_s, u"127.0.0.1"_s, u"--port"_s, u"0"_s, u"--state"_s, folder()});
+    const QString portFile = m_folder.filePath(u"kuma-port"_s);
     if (!waitUntil([&] { return QFile::exists(portFile); })) {
         qFatal("the stand-in server did not start: %s", output().constData());
     }
@@ -36,19 +37,19 @@ KumaServer::~KumaServer() {
 }
 
 QString KumaServer::program() {
-    return QStringLiteral(ORVANEL_STANDIN_KUMA);
+    return QString::fromUtf8(ORVANEL_STANDIN_KUMA);
 }
 
 void KumaServer::script(const QByteArray& text) const {
-    file(QStringLiteral("kuma-script"), text);
+    file(u"kuma-script"_s, text);
 }
 
 void KumaServer::page(const QString& slug, const QByteArray& json) const {
-    file(QStringLiteral("pages/%1.json").arg(slug), json);
+    file(u"pages/%1.json"_s.arg(slug), json);
 }
 
 void KumaServer::heartbeat(const QString& slug, const QByteArray& json) const {
-    file(QStringLiteral("heartbeats/%1.json").arg(slug), json);
+    file(u"heartbeats/%1.json"_s.arg(slug), json);
 }
 
 void KumaServer::file(const QString& name, const QByteArray& content) const {
@@ -63,11 +64,11 @@ void KumaServer::file(const QString& name, const QByteArray& content) const {
 
 QList<KumaServer::Request> KumaServer::requests() const {
     QList<Request> requests;
-    const QString log = QString::fromUtf8(contentOf(m_folder.filePath(QStringLiteral("kuma-requests.log"))));
+    const QString log = QString::fromUtf8(contentOf(m_folder.filePath(u"kuma-requests.log"_s)));
     for (const QString& line : log.split(u'\n', Qt::SkipEmptyParts)) {
         const QStringList fields = line.split(u'\t');
-        requests.append({fields.value(0), fields.value(1), fields.value(2), fields.value(3) == QStringLiteral("close"),
-                         fields.value(4)});
+        requests.append(
+            {fields.value(0), fields.value(1), fields.value(2), fields.value(3) == u"close"_s, fields.value(4)});
     }
     return requests;
 }

@@ -1,10 +1,12 @@
 #include "standin/kuma/KumaServer.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 
 #include <QTcpSocket>
 
 #include <csignal>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel::test;
 
 namespace {
@@ -76,8 +78,8 @@ private Q_SLOTS:
         QFETCH(const QByteArray, head);
         QFETCH(const QByteArray, body);
         const KumaServer server;
-        server.page(QStringLiteral("home"), "{\"a\":1}");
-        server.heartbeat(QStringLiteral("home"), "{\"b\":2}");
+        server.page(u"home"_s, "{\"a\":1}");
+        server.heartbeat(u"home"_s, "{\"b\":2}");
         Browser browser(server);
         browser.get(path);
         QVERIFY(browser.sees("HTTP/1.1 " + head));
@@ -95,8 +97,8 @@ private Q_SLOTS:
         const auto requests = server.requests();
         QCOMPARE(requests.size(), 2);
         QCOMPARE(requests.at(0).wantsClose, false);
-        QCOMPARE(requests.at(1).path, QStringLiteral("/?again"));
-        QCOMPARE(requests.at(1).host, QStringLiteral("a:1"));
+        QCOMPARE(requests.at(1).path, u"/?again"_s);
+        QCOMPARE(requests.at(1).host, u"a:1"_s);
         QCOMPARE(requests.at(1).wantsClose, true);
     }
 
@@ -166,5 +168,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestKumaServer)
+ORVANEL_TEST(TestKumaServer)
 #include "TestKumaServer.moc"

@@ -11,6 +11,8 @@
 #include <stop_token>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 
 using std::chrono::milliseconds;
@@ -155,7 +157,7 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
                                                 std::chrono::duration<double> timeout,
                                                 std::shared_ptr<ProcessHandle> handle,
                                                 DockerCLI::OutputCallback onOutput) {
-    const QString tool = path.section(QLatin1Char('/'), -1);
+    const QString tool = path.section(u'/', -1);
     // A real child never ends before its caller has had a turn of the event loop.
     const Event<bool> turn;
     const PostToThread post = postToThisThread();
@@ -167,7 +169,7 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
         co_return notStarted;
     }
     if (tool != u"docker" && tool != u"brew" && tool != u"colima") {
-        notStarted.output = QStringLiteral("Could not run %1: No such file or directory").arg(path);
+        notStarted.output = u"Could not run %1: No such file or directory"_s.arg(path);
         co_await turn;
         co_return notStarted;
     }

@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 namespace {
 
@@ -19,7 +21,7 @@ StandInTools::StandInTools(const QStringList& tools) {
         m_rootBefore = qgetenv(rootVariable);
     }
     qputenv(rootVariable, QFile::encodeName(toolRoot()));
-    QDir(toolRoot()).mkpath(QStringLiteral("standin"));
+    QDir(toolRoot()).mkpath(u"standin"_s);
     for (const QString& tool : tools) {
         put(tool);
     }
@@ -38,14 +40,14 @@ StandInTools::~StandInTools() {
 }
 
 QString StandInTools::path(const QString& tool, const QString& folder) const {
-    return m_root.filePath(folder + QLatin1Char('/') + tool);
+    return m_root.filePath(folder + u'/' + tool);
 }
 
 void StandInTools::put(const QString& tool, const QString& folder) const {
     const QString target = path(tool, folder);
     QDir().mkpath(QFileInfo(target).path());
-    QFile::link(m_root.filePath(QStringLiteral("standin")), path(QStringLiteral("standin"), folder));
-    const QString source = QStringLiteral(ORVANEL_STANDIN_TOOLS "/") + tool;
+    QFile::link(m_root.filePath(u"standin"_s), path(u"standin"_s, folder));
+    const QString source = QString::fromUtf8(ORVANEL_STANDIN_TOOLS "/") + tool;
     if (!QFileInfo(source).isExecutable() || !QFile::link(source, target)) {
         qFatal("could not put %s in place", qPrintable(target));
     }
@@ -96,11 +98,11 @@ QStringList StandInTools::commands() const {
 }
 
 void StandInTools::forgetCalls() const {
-    QFile::remove(m_root.filePath(QStringLiteral("standin/standin-calls.log")));
+    QFile::remove(m_root.filePath(u"standin/standin-calls.log"_s));
 }
 
 StateFolder StandInTools::folder() const {
-    return StateFolder(m_root.filePath(QStringLiteral("standin")).toStdString());
+    return StateFolder(m_root.filePath(u"standin"_s).toStdString());
 }
 
 } // namespace orvanel::standin

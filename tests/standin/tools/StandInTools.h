@@ -8,6 +8,8 @@
 #include <functional>
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 
 /// A throw-away folder that stands for "/" and holds the stand-in tools, with one state for all of them. As long as it
@@ -19,18 +21,18 @@ public:
         QStringList arguments;
     };
 
-    explicit StandInTools(const QStringList& tools = {QStringLiteral("docker")});
+    explicit StandInTools(const QStringList& tools = {u"docker"_s});
     ~StandInTools();
     StandInTools(const StandInTools&) = delete;
     StandInTools& operator=(const StandInTools&) = delete;
 
     QString toolRoot() const { return m_root.path(); }
     /// Where the tool lies or would lie.
-    QString path(const QString& tool, const QString& folder = QStringLiteral("usr/local/bin")) const;
+    QString path(const QString& tool, const QString& folder = u"usr/local/bin"_s) const;
 
     /// Puts a tool into a folder of the root, or takes it away.
-    void put(const QString& tool, const QString& folder = QStringLiteral("usr/local/bin")) const;
-    void remove(const QString& tool, const QString& folder = QStringLiteral("usr/local/bin")) const;
+    void put(const QString& tool, const QString& folder = u"usr/local/bin"_s) const;
+    void remove(const QString& tool, const QString& folder = u"usr/local/bin"_s) const;
 
     DockerState state() const;
     /// Changes the state with its lock held, so that nothing that a running tool does is lost.

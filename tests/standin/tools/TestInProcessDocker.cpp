@@ -1,7 +1,9 @@
 #include "standin/tools/InProcessDocker.h"
 #include "support/Await.h"
 #include "support/FakeClock.h"
+#include "support/TestClass.h"
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::standin;
 using namespace orvanel::test;
@@ -9,9 +11,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const QStringList inspect{QStringLiteral("inspect"), QStringLiteral("-f"), QStringLiteral("{{.State.Status}}"),
-                          QStringLiteral("orvanel")};
-const QStringList pull{QStringLiteral("pull"), QStringLiteral("louislam/uptime-kuma:2")};
+const QStringList inspect{u"inspect"_s, u"-f"_s, u"{{.State.Status}}"_s, u"orvanel"_s};
+const QStringList pull{u"pull"_s, u"louislam/uptime-kuma:2"_s};
 
 } // namespace
 
@@ -33,14 +34,14 @@ void TestInProcessDocker::callsTakeTheTimeTheyAreGiven() {
     InProcessDocker docker(&clock, [](const QString&) { return 80ms; });
     addContainer(docker.state(), "running");
     const RunCommand run = docker.runner();
-    auto task = run(QStringLiteral("docker"), inspect, 10s, {}, {});
+    auto task = run(u"docker"_s, inspect, 10s, {}, {});
     clock.advance(40ms);
     // What it found is what counts, not what becomes of it while the answer is on its way.
     docker.state().container->state = "exited";
     clock.advance(39ms);
     QVERIFY(!task.isReady());
     clock.advance(1ms);
-    QCOMPARE(await(std::move(task)).output, QStringLiteral("running\n"));
+    QCOMPARE(await(std::move(task)).output, u"running\n"_s);
     QCOMPARE(clock.pendingTimers(), 0);
 }
 
@@ -49,7 +50,7 @@ void TestInProcessDocker::timeLimitEndsACallThatHangs() {
     InProcessDocker docker(&clock);
     docker.state().daemon = Daemon::hangs;
     const RunCommand run = docker.runner();
-    auto task = run(QStringLiteral("docker"), inspect, 10s, {}, {});
+    auto task = run(u"docker"_s, inspect, 10s, {}, {});
     clock.advance(9999ms);
     QVERIFY(!task.isReady());
     QCOMPARE(docker.running(), 1);
@@ -70,10 +71,10 @@ void TestInProcessDocker::pullCanBeCancelledHalfWay() {
     const RunCommand run = docker.runner();
     const auto handle = std::make_shared<ProcessHandle>();
     QString streamed;
-    auto task = run(QStringLiteral("docker"), pull, 1h, handle, [&](QString chunk) { streamed += chunk; });
+    auto task = run(u"docker"_s, pull, 1h, handle, [&](QString chunk) { streamed += chunk; });
     clock.advance(31s);
     QVERIFY2(streamed.endsWith(u"Pull complete\n"), qPrintable(streamed.right(300)));
-    auto look = run(QStringLiteral("docker"), inspect, 10s, {}, {});
+    auto look = run(u"docker"_s, inspect, 10s, {}, {});
     clock.advance(100ms);
     QCOMPARE(await(std::move(look)).status, 1);
     handle->cancel();
@@ -83,7 +84,7 @@ void TestInProcessDocker::pullCanBeCancelledHalfWay() {
     QCOMPARE(result.output, streamed);
     QVERIFY(docker.state().images.empty());
 
-    const CommandResult later = await(run(QStringLiteral("docker"), inspect, 10s, handle, {}));
+    const CommandResult later = await(run(u"docker"_s, inspect, 10s, handle, {}));
     QVERIFY(later.cancelled);
     QCOMPARE(later.status, -1);
     QCOMPARE(docker.calls().size(), std::size_t{2});
@@ -94,7 +95,7 @@ void TestInProcessDocker::termIsIgnoredWhenTold() {
     InProcessDocker docker(&clock);
     docker.state().overrides = {{.command = "info", .delay = 20'000, .ignoresTerm = true}};
     const RunCommand run = docker.runner();
-    auto task = run(QStringLiteral("docker"), {QStringLiteral("info")}, 15s, {}, {});
+    auto task = run(u"docker"_s, {u"info"_s}, 15s, {}, {});
     clock.advance(19s);
     QVERIFY(!task.isReady());
     clock.advance(1s);
@@ -109,7 +110,7 @@ void TestInProcessDocker::stopGoesOnWithoutItsCaller() {
     addContainer(docker.state(), "running");
     docker.state().pace = 1;
     const RunCommand run = docker.runner();
-    auto task = run(QStringLiteral("docker"), {QStringLiteral("stop"), QStringLiteral("orvanel")}, 1s, {}, {});
+    auto task = run(u"docker"_s, {u"stop"_s, u"orvanel"_s}, 1s, {}, {});
     clock.advance(999ms);
     QCOMPARE(docker.state().container->state, std::string("running"));
     clock.advance(1ms);
@@ -123,7 +124,7 @@ void TestInProcessDocker::otherProgramsCannotBeStarted() {
     FakeClock clock;
     const InProcessDocker docker(&clock);
     const RunCommand run = docker.runner();
-    const CommandResult result = await(run(QStringLiteral("/usr/bin/ditto"), {}, 10s, {}, {}));
+    const CommandResult result = await(run(u"/usr/bin/ditto"_s, {}, 10s, {}, {}));
     QCOMPARE(result.status, -1);
     QVERIFY(result.output.startsWith(u"Could not run /usr/bin/ditto: "));
     QVERIFY(docker.calls().empty());
@@ -134,12 +135,12 @@ void TestInProcessDocker::endReleasesWhatHangs() {
     auto docker = std::make_unique<InProcessDocker>(&clock);
     docker->state().overrides = {{.command = "info", .hangs = true, .ignoresTerm = true}};
     const RunCommand run = docker->runner();
-    auto task = run(QStringLiteral("docker"), {QStringLiteral("info")}, 15s, {}, {});
+    auto task = run(u"docker"_s, {u"info"_s}, 15s, {}, {});
     clock.advance(1h);
     QVERIFY(!task.isReady());
     docker.reset();
     QVERIFY(await(std::move(task)).timedOut);
 }
 
-QTEST_GUILESS_MAIN(TestInProcessDocker)
+ORVANEL_TEST(TestInProcessDocker)
 #include "TestInProcessDocker.moc"

@@ -2,6 +2,7 @@
 #include "standin/tools/InProcessDocker.h"
 #include "standin/tools/StandInTools.h"
 #include "support/Await.h"
+#include "support/TestClass.h"
 #include "task/SystemClock.h"
 
 #include <QFile>
@@ -22,12 +23,11 @@ namespace {
 
 using Change = std::function<void(DockerState&)>;
 
-const QString image = QStringLiteral("louislam/uptime-kuma:2");
-const QStringList inspect{QStringLiteral("inspect"), QStringLiteral("-f"), QStringLiteral("{{.State.Status}}"),
-                          QStringLiteral("orvanel")};
+const QString image = u"louislam/uptime-kuma:2"_s;
+const QStringList inspect{u"inspect"_s, u"-f"_s, u"{{.State.Status}}"_s, u"orvanel"_s};
 
 QStringList words(const char* text) {
-    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return QString::fromUtf8(text).split(u' ', Qt::SkipEmptyParts);
 }
 
 struct Named {
@@ -92,7 +92,7 @@ const std::vector<Named>& situations() {
 
 /// The compose file as the program writes it.
 QString composeFile(const StandInTools& tools, int port = 3001) {
-    QString path = tools.toolRoot() + QStringLiteral("/docker-compose.yml");
+    QString path = tools.toolRoot() + u"/docker-compose.yml"_s;
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
         qFatal("could not write %s", qPrintable(path));
@@ -105,9 +105,7 @@ QString composeFile(const StandInTools& tools, int port = 3001) {
 }
 
 QStringList compose(const QString& file, const char* verb) {
-    return QStringList{QStringLiteral("compose"), QStringLiteral("-p"), QStringLiteral("orvanel"), QStringLiteral("-f"),
-                       file} +
-           words(verb);
+    return QStringList{u"compose"_s, u"-p"_s, u"orvanel"_s, u"-f"_s, file} + words(verb);
 }
 
 std::vector<QStringList> commands(const QString& file) {
@@ -115,7 +113,7 @@ std::vector<QStringList> commands(const QString& file) {
             words("compose version"),
             inspect,
             words("logs --tail 300 orvanel"),
-            QStringList{QStringLiteral("image"), QStringLiteral("inspect"), image},
+            QStringList{u"image"_s, u"inspect"_s, image},
             words("ps"),
             compose(file, "pull"),
             compose(file, "up -d"),
@@ -124,7 +122,7 @@ std::vector<QStringList> commands(const QString& file) {
             inspect,
             words("stop orvanel"),
             compose(file, "down"),
-            QStringList{QStringLiteral("pull"), image},
+            QStringList{u"pull"_s, image},
             words("rm -f orvanel"),
             words("run -d --name orvanel --restart unless-stopped -p 127.0.0.1:3001:3001 -v /tmp/nowhere:/app/data "
                   "louislam/uptime-kuma:2"),
@@ -133,12 +131,12 @@ std::vector<QStringList> commands(const QString& file) {
 
 CommandResult runReal(const StandInTools& tools, const QStringList& arguments,
                       std::shared_ptr<ProcessHandle> handle = {}) {
-    return await(DockerCLI::run(tools.path(QStringLiteral("docker")), arguments, patience, handle, {}));
+    return await(DockerCLI::run(tools.path(u"docker"_s), arguments, patience, handle, {}));
 }
 
 bool isListening(int port) {
     QTcpSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), static_cast<quint16>(port));
+    socket.connectToHost(u"127.0.0.1"_s, static_cast<quint16>(port));
     return socket.waitForConnected(1000);
 }
 
@@ -203,13 +201,13 @@ void TestStandInTools::executableAndInProcessAgree() {
     change(inProcess.state());
     for (const QStringList& arguments : commands(composeFile(tools))) {
         const CommandResult real = runReal(tools, arguments);
-        const CommandResult played = await(run(QStringLiteral("/usr/local/bin/docker"), arguments, patience, {}, {}));
+        const CommandResult played = await(run(u"/usr/local/bin/docker"_s, arguments, patience, {}, {}));
         QCOMPARE(played.output, real.output);
         QCOMPARE(played.status, real.status);
         QVERIFY(tools.state() == inProcess.state());
     }
     QCOMPARE(inProcess.calls().back().command, QString());
-    QCOMPARE(tools.commands().last(), QStringLiteral("?"));
+    QCOMPARE(tools.commands().last(), u"?"_s);
 }
 
 void TestStandInTools::wordsAreDockersOwn() {
@@ -217,7 +215,7 @@ void TestStandInTools::wordsAreDockersOwn() {
     const QString file = composeFile(tools);
     CommandResult result = runReal(tools, inspect);
     QCOMPARE(result.status, 1);
-    QCOMPARE(result.output, QStringLiteral("\nError: No such object: orvanel\n"));
+    QCOMPARE(result.output, u"\nError: No such object: orvanel\n"_s);
     result = runReal(tools, compose(file, "up -d"));
     QCOMPARE(result.status, 0);
     QVERIFY(result.output.startsWith(u" uptime-kuma Pulling \n 9f3c8a1be702 Pulling fs layer \n"));
@@ -225,30 +223,26 @@ void TestStandInTools::wordsAreDockersOwn() {
                                    " Network orvanel_default  Created\n Container orvanel  Creating\n"
                                    " Container orvanel  Created\n Container orvanel  Starting\n"
                                    " Container orvanel  Started\n"_s));
-    const QRegularExpression bar(
-        QStringLiteral("\\n [0-9a-f]{12} Downloading \\[=*>? *\\] {1,5}[0-9.]+[kM]B/[0-9.]+[kM]B\\n"));
+    const QRegularExpression bar(u"\\n [0-9a-f]{12} Downloading \\[=*>? *\\] {1,5}[0-9.]+[kM]B/[0-9.]+[kM]B\\n"_s);
     QVERIFY(bar.match(result.output).hasMatch());
-    QCOMPARE(runReal(tools, inspect).output, QStringLiteral("running\n"));
+    QCOMPARE(runReal(tools, inspect).output, u"running\n"_s);
     composeFile(tools, 3007);
-    QCOMPARE(
-        runReal(tools, compose(file, "up -d")).output,
-        QStringLiteral(" Container orvanel  Recreate\n Container orvanel  Recreated\n Container orvanel  Starting\n"
-                       " Container orvanel  Started\n"));
+    QCOMPARE(runReal(tools, compose(file, "up -d")).output,
+             u" Container orvanel  Recreate\n Container orvanel  Recreated\n Container orvanel  Starting\n"
+             " Container orvanel  Started\n"_s);
     QCOMPARE(tools.state().container->port, 3007);
     tools.change([](DockerState& state) { state.daemon = Daemon::down; });
-    QCOMPARE(runReal(tools, words("ps")).output,
-             QStringLiteral("Cannot connect to the Docker daemon at "
-                            "unix:///var/run/docker.sock. Is the docker daemon running?\n"));
+    QCOMPARE(runReal(tools, words("ps")).output, u"Cannot connect to the Docker daemon at "
+                                                 "unix:///var/run/docker.sock. Is the docker daemon running?\n"_s);
 }
 
 void TestStandInTools::callsAreRecorded() {
     const StandInTools tools;
-    const QStringList odd{QStringLiteral("a b"), QString(), QStringLiteral("tab\tline\n\\n"), QStringLiteral("é"),
-                          QString()};
+    const QStringList odd{u"a b"_s, QString(), u"tab\tline\n\\n"_s, u"é"_s, QString()};
     runReal(tools, odd);
     runReal(tools, inspect);
-    QCOMPARE(tools.callsOf(QStringLiteral("docker")), (QList<QStringList>{odd, inspect}));
-    QCOMPARE(tools.commands(), (QStringList{QStringLiteral("?"), QStringLiteral("inspect")}));
+    QCOMPARE(tools.callsOf(u"docker"_s), (QList<QStringList>{odd, inspect}));
+    QCOMPARE(tools.commands(), (QStringList{u"?"_s, u"inspect"_s}));
     tools.forgetCalls();
     QVERIFY(tools.calls().isEmpty());
 }
@@ -259,7 +253,7 @@ void TestStandInTools::noChangeIsLostBetweenProcesses() {
     std::vector<QCoro::Task<CommandResult>> runs;
     runs.reserve(40);
     for (int i = 0; i < 40; ++i) {
-        runs.push_back(DockerCLI::run(tools.path(QStringLiteral("docker")), words("info"), patience, {}, {}));
+        runs.push_back(DockerCLI::run(tools.path(u"docker"_s), words("info"), patience, {}, {}));
     }
     int scripted = 0;
     for (auto& one : runs) {
@@ -291,8 +285,8 @@ void TestStandInTools::pullHoldsNobodyUpAndCanBeCancelled() {
     const auto isUnderWay = std::make_shared<std::atomic<bool>>(false);
     const QStringList arguments =
         byCompose ? compose(composeFile(tools), "pull") : words("pull louislam/uptime-kuma:2");
-    auto pull = DockerCLI::run(tools.path(QStringLiteral("docker")), arguments, 1h, handle,
-                               [isUnderWay](QString) { *isUnderWay = true; });
+    auto pull =
+        DockerCLI::run(tools.path(u"docker"_s), arguments, 1h, handle, [isUnderWay](QString) { *isUnderWay = true; });
     QVERIFY(waitUntil([&] { return isUnderWay->load(); }));
     QCOMPARE(runReal(tools, inspect).status, 1);
     handle->cancel();
@@ -316,14 +310,14 @@ void TestStandInTools::serverLivesWithItsContainer() {
     const int first = tools.state().container->server.pid;
     QCOMPARE(::kill(first, SIGKILL), 0);
     QVERIFY(waitUntil([&] { return !isListening(port); }));
-    QCOMPARE(runReal(tools, inspect).output, QStringLiteral("running\n"));
+    QCOMPARE(runReal(tools, inspect).output, u"running\n"_s);
     QVERIFY(tools.state().container->server.pid != first);
     QCOMPARE(tools.state().container->restarts, 1);
     QVERIFY(waitUntil([&] { return isListening(port); }));
 
     QCOMPARE(runReal(tools, compose(file, "stop")).status, 0);
     QVERIFY(!isListening(port));
-    QCOMPARE(runReal(tools, inspect).output, QStringLiteral("exited\n"));
+    QCOMPARE(runReal(tools, inspect).output, u"exited\n"_s);
 
     // Somebody else has the port now.
     QTcpServer holder;
@@ -334,26 +328,25 @@ void TestStandInTools::serverLivesWithItsContainer() {
 }
 
 void TestStandInTools::brewAndColimaBringARuntime() {
-    const StandInTools tools({QStringLiteral("brew")});
+    const StandInTools tools({u"brew"_s});
     tools.change([](DockerState& state) {
         state.daemon = Daemon::down;
         state.colimaDelay = 2;
     });
-    QVERIFY(!DockerCLI::findTool(QStringLiteral("colima")));
-    const auto brew = DockerCLI::findTool(QStringLiteral("brew"));
+    QVERIFY(!DockerCLI::findTool(u"colima"_s));
+    const auto brew = DockerCLI::findTool(u"brew"_s);
     QVERIFY(brew.has_value());
     QVERIFY(await(DockerCLI::run(*brew, words("install colima docker"), patience, {}, {})).isSuccess());
     const auto docker = DockerCLI::find(QString());
-    const auto colima = DockerCLI::findTool(QStringLiteral("colima"));
+    const auto colima = DockerCLI::findTool(u"colima"_s);
     QVERIFY(docker && colima);
     QCOMPARE(runReal(tools, words("info")).status, 1);
     QVERIFY(await(DockerCLI::run(*colima, words("start"), patience, {}, {})).isSuccess());
     QCOMPARE(runReal(tools, words("ps")).status, 1);
     QCOMPARE(runReal(tools, words("ps")).status, 1);
     QCOMPARE(runReal(tools, words("ps")).status, 0);
-    QCOMPARE(tools.commands().mid(0, 3),
-             (QStringList{QStringLiteral("brew install"), QStringLiteral("info"), QStringLiteral("colima start")}));
+    QCOMPARE(tools.commands().mid(0, 3), (QStringList{u"brew install"_s, u"info"_s, u"colima start"_s}));
 }
 
-QTEST_GUILESS_MAIN(TestStandInTools)
+ORVANEL_TEST(TestStandInTools)
 #include "TestStandInTools.moc"

@@ -1,5 +1,7 @@
 #include "Tour.h"
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 namespace {
 
@@ -11,10 +13,10 @@ constexpr auto untilNextReading = 75s;
 /// What keeps the status item from saying `toolTip` in `color`.
 QString itemDiffers(const Stage& stage, const QString& toolTip, const QString& color) {
     if (stage.toolTip() != toolTip) {
-        return QStringLiteral("the icon should say \"%1\", but says \"%2\"").arg(toolTip, stage.toolTip());
+        return u"the icon should say \"%1\", but says \"%2\""_s.arg(toolTip, stage.toolTip());
     }
     if (stage.iconColor() != color) {
-        return QStringLiteral("the icon should be %1, but is \"%2\"").arg(color, stage.iconColor());
+        return u"the icon should be %1, but is \"%2\""_s.arg(color, stage.iconColor());
     }
     return {};
 }
@@ -29,7 +31,7 @@ QString notificationMissing(Stage& stage, const QString& summary) {
             return {};
         }
     }
-    return QStringLiteral("there should be a notification \"%1\"").arg(summary);
+    return u"there should be a notification \"%1\""_s.arg(summary);
 }
 
 QString firstOf(const QString& one, const QString& other) {
@@ -55,7 +57,7 @@ std::function<void(Stage&)> openMenuAt(const QString& entry) {
 std::function<QString(Stage&)> menuOffers(const QString& entry) {
     return [=](Stage& stage) {
         const auto found = stage.menuEntry(entry);
-        return found && found->enabled ? QString() : QStringLiteral("the menu should offer \"%1\"").arg(entry);
+        return found && found->enabled ? QString() : u"the menu should offer \"%1\""_s.arg(entry);
     };
 }
 
@@ -64,16 +66,15 @@ std::function<void(Stage&)> choose(const QString& entry) {
 }
 
 QString wordsMissing(Stage& stage, const QString& words) {
-    return stage.reader().reads(words) ? QString() : QStringLiteral("a window should say \"%1\"").arg(words);
+    return stage.reader().reads(words) ? QString() : u"a window should say \"%1\""_s.arg(words);
 }
 
 QString buttonMissing(Stage& stage, const QString& name) {
-    return stage.hasButton(name) ? QString() : QStringLiteral("a window should offer the button \"%1\"").arg(name);
+    return stage.hasButton(name) ? QString() : u"a window should offer the button \"%1\""_s.arg(name);
 }
 
 QString windowMissing(Stage& stage, const QString& title) {
-    return stage.screen().windows().find(title) ? QString()
-                                                : QStringLiteral("there should be a window \"%1\"").arg(title);
+    return stage.screen().windows().find(title) ? QString() : u"there should be a window \"%1\""_s.arg(title);
 }
 
 std::function<void(Stage&)> press(const QString& button) {
@@ -95,177 +96,168 @@ std::function<void(Stage&)> closeWindow(const QString& title) {
 
 std::function<QString(Stage&)> windowIsClosed(const QString& title) {
     return [=](Stage& stage) {
-        return stage.screen().windows().find(title) ? QStringLiteral("the window \"%1\" should be closed").arg(title)
-                                                    : QString();
+        return stage.screen().windows().find(title) ? u"the window \"%1\" should be closed"_s.arg(title) : QString();
     };
 }
 
 std::vector<Step> firstOpening() {
-    const auto guide = QStringLiteral("Welcome to Orvanel");
-    const auto next = QStringLiteral("Next");
-    const auto mainWindow = QStringLiteral("Orvanel");
-    const auto startButton = QStringLiteral("Start Uptime Kuma");
+    const auto guide = u"Welcome to Orvanel"_s;
+    const auto next = u"Next"_s;
+    const auto mainWindow = u"Orvanel"_s;
+    const auto startButton = u"Start Uptime Kuma"_s;
     return {
-        {.what = QStringLiteral("\"Open window\" opens the main window, the first time with the guide"),
-         .act = choose(QStringLiteral("Open window")),
-         .missing = windowSays(guide, QStringLiteral("A control panel for Uptime Kuma")),
-         .picture = QStringLiteral("guide")},
-        {.what = QStringLiteral("\"Next\" tells of Docker"),
+        {.what = u"\"Open window\" opens the main window, the first time with the guide"_s,
+         .act = choose(u"Open window"_s),
+         .missing = windowSays(guide, u"A control panel for Uptime Kuma"_s),
+         .picture = u"guide"_s},
+        {.what = u"\"Next\" tells of Docker"_s,
          .act = press(next),
-         .missing = windowSays(guide, QStringLiteral("It needs a Docker runtime")),
-         .picture = QStringLiteral("guide-docker")},
-        {.what = QStringLiteral("\"Next\" tells of the data"),
+         .missing = windowSays(guide, u"It needs a Docker runtime"_s),
+         .picture = u"guide-docker"_s},
+        {.what = u"\"Next\" tells of the data"_s,
          .act = press(next),
-         .missing = windowSays(guide, QStringLiteral("Everything stays on this Mac")),
-         .picture = QStringLiteral("guide-data")},
-        {.what = QStringLiteral("\"Get started\" leaves the main window, which offers to start"),
-         .act = press(QStringLiteral("Get started")),
+         .missing = windowSays(guide, u"Everything stays on this Mac"_s),
+         .picture = u"guide-data"_s},
+        {.what = u"\"Get started\" leaves the main window, which offers to start"_s,
+         .act = press(u"Get started"_s),
          .missing =
              [=](Stage& stage) {
                  return firstOf(windowIsClosed(guide)(stage),
                                 firstOf(windowMissing(stage, mainWindow), buttonMissing(stage, startButton)));
              },
-         .picture = QStringLiteral("window")},
+         .picture = u"window"_s},
     };
 }
 
 std::vector<Step> startingUp() {
-    const auto start = QStringLiteral("Start");
+    const auto start = u"Start"_s;
     return {
-        {.what = QStringLiteral("The program starts; its icon is gray: Uptime Kuma is stopped"),
+        {.what = u"The program starts; its icon is gray: Uptime Kuma is stopped"_s,
          .act = [](Stage& stage) { stage.startProgram(); },
-         .missing = itemSays(QStringLiteral("Uptime Kuma is stopped"), QStringLiteral("gray")),
-         .picture = QStringLiteral("stopped")},
-        {.what = QStringLiteral("The menu of the icon offers to start it"),
+         .missing = itemSays(u"Uptime Kuma is stopped"_s, u"gray"_s),
+         .picture = u"stopped"_s},
+        {.what = u"The menu of the icon offers to start it"_s,
          .act = openMenuAt(start),
          .missing = menuOffers(start),
-         .picture = QStringLiteral("menu")},
+         .picture = u"menu"_s},
     };
 }
 
 std::vector<Step> firstStart() {
     return {
-        {.what = QStringLiteral("\"Start Uptime Kuma\" downloads the image, and its log grows"),
-         .act = press(QStringLiteral("Start Uptime Kuma")),
+        {.what = u"\"Start Uptime Kuma\" downloads the image, and its log grows"_s,
+         .act = press(u"Start Uptime Kuma"_s),
          .missing =
              [](Stage& stage) {
-                 return firstOf(
-                     itemDiffers(stage, QStringLiteral("Downloading the Uptime Kuma image"), QStringLiteral("gray")),
-                     wordsMissing(stage, QStringLiteral("Pull complete")));
+                 return firstOf(itemDiffers(stage, u"Downloading the Uptime Kuma image"_s, u"gray"_s),
+                                wordsMissing(stage, u"Pull complete"_s));
              },
-         .picture = QStringLiteral("download")},
-        {.what = QStringLiteral("The container runs, and its page is awaited"),
+         .picture = u"download"_s},
+        {.what = u"The container runs, and its page is awaited"_s,
          .missing =
              [](Stage& stage) {
-                 return firstOf(
-                     itemDiffers(stage, QStringLiteral("Uptime Kuma is starting…"), QStringLiteral("gray")),
-                     wordsMissing(stage, QStringLiteral("The dashboard button unlocks when the page answers.")));
+                 return firstOf(itemDiffers(stage, u"Uptime Kuma is starting…"_s, u"gray"_s),
+                                wordsMissing(stage, u"The dashboard button unlocks when the page answers."_s));
              },
-         .picture = QStringLiteral("starting")},
-        {.what = QStringLiteral("The page answers: all monitors are up, and the icon is green"),
+         .picture = u"starting"_s},
+        {.what = u"The page answers: all monitors are up, and the icon is green"_s,
          .missing =
              [](Stage& stage) {
-                 return firstOf(itemDiffers(stage, QStringLiteral("All 5 monitors up"), QStringLiteral("green")),
-                                wordsMissing(stage, QStringLiteral("Photo library")));
+                 return firstOf(itemDiffers(stage, u"All 5 monitors up"_s, u"green"_s),
+                                wordsMissing(stage, u"Photo library"_s));
              },
-         .picture = QStringLiteral("all-up")},
+         .picture = u"all-up"_s},
     };
 }
 
 std::vector<Step> otherWindows() {
-    const auto logs = QStringLiteral("Uptime Kuma Logs");
-    const auto settings = QStringLiteral("Settings");
+    const auto logs = u"Uptime Kuma Logs"_s;
+    const auto settings = u"Settings"_s;
     return {
-        {.what = QStringLiteral("\"Logs\" shows what Uptime Kuma says"),
-         .act = press(QStringLiteral("Logs")),
-         .missing = windowSays(logs, QStringLiteral("Listening on")),
-         .picture = QStringLiteral("logs")},
-        {.what = QStringLiteral("Its window closes"), .act = closeWindow(logs), .missing = windowIsClosed(logs)},
-        {.what = QStringLiteral("\"Settings\" opens the settings"),
+        {.what = u"\"Logs\" shows what Uptime Kuma says"_s,
+         .act = press(u"Logs"_s),
+         .missing = windowSays(logs, u"Listening on"_s),
+         .picture = u"logs"_s},
+        {.what = u"Its window closes"_s, .act = closeWindow(logs), .missing = windowIsClosed(logs)},
+        {.what = u"\"Settings\" opens the settings"_s,
          .act = press(settings),
-         .missing = windowSays(settings, QStringLiteral("Newest release: not checked yet")),
-         .picture = QStringLiteral("settings")},
-        {.what = QStringLiteral("\"Check for updates\" finds a newer version, and it can be installed"),
-         .act = press(QStringLiteral("Check for updates")),
+         .missing = windowSays(settings, u"Newest release: not checked yet"_s),
+         .picture = u"settings"_s},
+        {.what = u"\"Check for updates\" finds a newer version, and it can be installed"_s,
+         .act = press(u"Check for updates"_s),
          .missing =
              [](Stage& stage) {
-                 return firstOf(wordsMissing(stage, QStringLiteral("Newest release: 2.1.0")),
-                                buttonMissing(stage, QStringLiteral("Update")));
+                 return firstOf(wordsMissing(stage, u"Newest release: 2.1.0"_s), buttonMissing(stage, u"Update"_s));
              },
-         .picture = QStringLiteral("update")},
-        {.what = QStringLiteral("Its window closes"),
-         .act = closeWindow(settings),
-         .missing = windowIsClosed(settings)},
+         .picture = u"update"_s},
+        {.what = u"Its window closes"_s, .act = closeWindow(settings), .missing = windowIsClosed(settings)},
     };
 }
 
 std::vector<Step> monitorsChange() {
     return {
-        {.what = QStringLiteral("The online shop goes down: a notification, and the icon is red"),
-         .act = [](Stage& stage) { stage.setMonitors(QStringLiteral("one-down")); },
+        {.what = u"The online shop goes down: a notification, and the icon is red"_s,
+         .act = [](Stage& stage) { stage.setMonitors(u"one-down"_s); },
          .missing =
              [](Stage& stage) {
-                 return firstOf(itemDiffers(stage, QStringLiteral("1 down, 4 up"), QStringLiteral("red")),
-                                firstOf(notificationMissing(stage, QStringLiteral("Online shop is down")),
-                                        wordsMissing(stage, QStringLiteral("Down"))));
+                 return firstOf(
+                     itemDiffers(stage, u"1 down, 4 up"_s, u"red"_s),
+                     firstOf(notificationMissing(stage, u"Online shop is down"_s), wordsMissing(stage, u"Down"_s)));
              },
-         .picture = QStringLiteral("one-down"),
+         .picture = u"one-down"_s,
          .limit = untilNextReading},
-        {.what = QStringLiteral("The online shop comes back: another notification, and the icon is green again"),
+        {.what = u"The online shop comes back: another notification, and the icon is green again"_s,
          .act =
              [](Stage& stage) {
                  dismissNotifications(stage);
-                 stage.setMonitors(QStringLiteral("all-up"));
+                 stage.setMonitors(u"all-up"_s);
              },
          .missing =
              [](Stage& stage) {
-                 return firstOf(itemDiffers(stage, QStringLiteral("All 5 monitors up"), QStringLiteral("green")),
-                                notificationMissing(stage, QStringLiteral("Online shop is back up")));
+                 return firstOf(itemDiffers(stage, u"All 5 monitors up"_s, u"green"_s),
+                                notificationMissing(stage, u"Online shop is back up"_s));
              },
-         .picture = QStringLiteral("back-up"),
+         .picture = u"back-up"_s,
          .limit = untilNextReading},
     };
 }
 
 std::vector<Step> endingIt() {
-    const auto stop = QStringLiteral("Stop");
-    const auto quit = QStringLiteral("Quit");
+    const auto stop = u"Stop"_s;
+    const auto quit = u"Quit"_s;
     return {
-        {.what = QStringLiteral("The menu offers the dashboard, and to stop"),
+        {.what = u"The menu offers the dashboard, and to stop"_s,
          .act =
              [=](Stage& stage) {
                  dismissNotifications(stage);
                  openMenuAt(stop)(stage);
              },
          .missing =
-             [=](Stage& stage) {
-                 return firstOf(menuOffers(stop)(stage), menuOffers(QStringLiteral("Open dashboard"))(stage));
-             },
-         .picture = QStringLiteral("menu-running")},
-        {.what = QStringLiteral("\"Stop\" stops it, and the icon is gray again"),
+             [=](Stage& stage) { return firstOf(menuOffers(stop)(stage), menuOffers(u"Open dashboard"_s)(stage)); },
+         .picture = u"menu-running"_s},
+        {.what = u"\"Stop\" stops it, and the icon is gray again"_s,
          .act = choose(stop),
-         .missing = itemSays(QStringLiteral("Uptime Kuma is stopped"), QStringLiteral("gray")),
-         .picture = QStringLiteral("stopped-again"),
+         .missing = itemSays(u"Uptime Kuma is stopped"_s, u"gray"_s),
+         .picture = u"stopped-again"_s,
          .limit = 60s},
-        {.what = QStringLiteral("Closing the window leaves the icon"),
-         .act = closeWindow(QStringLiteral("Orvanel")),
+        {.what = u"Closing the window leaves the icon"_s,
+         .act = closeWindow(u"Orvanel"_s),
          .missing =
              [](Stage& stage) {
-                 return firstOf(stage.screen().windows().frames().empty()
-                                    ? QString()
-                                    : QStringLiteral("the window should be closed"),
-                                itemDiffers(stage, QStringLiteral("Uptime Kuma is stopped"), QStringLiteral("gray")));
+                 return firstOf(stage.screen().windows().frames().empty() ? QString()
+                                                                          : u"the window should be closed"_s,
+                                itemDiffers(stage, u"Uptime Kuma is stopped"_s, u"gray"_s));
              }},
-        {.what = QStringLiteral("\"Quit\" ends the program"),
+        {.what = u"\"Quit\" ends the program"_s,
          .act = choose(quit),
          .missing =
              [](Stage& stage) {
                  if (!stage.endedWell()) {
-                     return firstOf(stage.end(), QStringLiteral("the program should have ended"));
+                     return firstOf(stage.end(), u"the program should have ended"_s);
                  }
-                 return stage.statusArea().item() ? QStringLiteral("its icon should be gone") : QString();
+                 return stage.statusArea().item() ? u"its icon should be gone"_s : QString();
              },
-         .picture = QStringLiteral("end"),
+         .picture = u"end"_s,
          .programEnds = true},
     };
 }

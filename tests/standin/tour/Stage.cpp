@@ -3,10 +3,12 @@
 #include <QDir>
 #include <QSaveFile>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 namespace {
 
-const QString buttonRole = QStringLiteral("push button");
+const QString buttonRole = u"push button"_s;
 
 /// By hue, as a person would call it; shades differ between light and dark.
 QString nameOf(const QColor& color) {
@@ -14,20 +16,20 @@ QString nameOf(const QColor& color) {
         return {};
     }
     if (color.hsvSaturation() < 50) {
-        return QStringLiteral("gray");
+        return u"gray"_s;
     }
     const int hue = color.hsvHue();
     if (hue < 20 || hue > 340) {
-        return QStringLiteral("red");
+        return u"red"_s;
     }
-    return hue > 85 && hue < 170 ? QStringLiteral("green") : QString();
+    return hue > 85 && hue < 170 ? u"green"_s : QString();
 }
 
 } // namespace
 
 Stage::Stage(const Places& places)
     : m_places(places)
-    , m_bus(QDBusConnection::connectToBus(places.bus, QStringLiteral("desktop")))
+    , m_bus(QDBusConnection::connectToBus(places.bus, u"desktop"_s))
     , m_statusArea(m_bus)
     , m_notifications(m_bus)
     , m_screen(places.dark ? DesktopLook::darkened() : DesktopLook::light(), m_statusArea, m_notifications)
@@ -61,12 +63,12 @@ QString Stage::end() const {
         return {};
     }
     if (m_program.error() == QProcess::FailedToStart) {
-        return QStringLiteral("the program could not be started: ") + m_program.errorString();
+        return u"the program could not be started: "_s + m_program.errorString();
     }
     if (m_program.exitStatus() == QProcess::CrashExit) {
-        return QStringLiteral("the program crashed (signal %1)").arg(m_program.exitCode());
+        return u"the program crashed (signal %1)"_s.arg(m_program.exitCode());
     }
-    return QStringLiteral("the program ended with exit code %1").arg(m_program.exitCode());
+    return u"the program ended with exit code %1"_s.arg(m_program.exitCode());
 }
 
 bool Stage::endedWell() const {
@@ -115,9 +117,9 @@ bool Stage::hasButton(const QString& name) const {
 }
 
 void Stage::setMonitors(const QString& state) {
-    const QString folder = m_places.server + QStringLiteral("/heartbeats");
-    QFile from(m_places.site + u'/' + state + QStringLiteral(".json"));
-    QSaveFile to(folder + QStringLiteral("/home.json"));
+    const QString folder = m_places.server + u"/heartbeats"_s;
+    QFile from(m_places.site + u'/' + state + u".json"_s);
+    QSaveFile to(folder + u"/home.json"_s);
     const bool written = QDir().mkpath(folder) && from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly) &&
                          to.write(from.readAll()) > 0 && to.commit();
     if (!written) {

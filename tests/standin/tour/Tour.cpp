@@ -2,6 +2,8 @@
 
 #include <QTextStream>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel::standin {
 namespace {
 
@@ -94,15 +96,15 @@ void Tour::settle() {
 }
 
 void Tour::finishStep() {
-    const auto number = QStringLiteral("%1").arg(m_index + 1, 2, 10, QLatin1Char('0'));
-    QString line = number + QStringLiteral("  ") + step().what;
+    const auto number = u"%1"_s.arg(m_index + 1, 2, 10, QChar(u'0'));
+    QString line = number + u"  "_s + step().what;
     if (!step().picture.isEmpty()) {
-        const QString name = number + u'-' + step().picture + QStringLiteral(".png");
+        const QString name = number + u'-' + step().picture + u".png"_s;
         if (!m_picture.save(m_pictureFolder + u'/' + name)) {
-            fail(QStringLiteral("the picture %1 could not be written").arg(name));
+            fail(u"the picture %1 could not be written"_s.arg(name));
             return;
         }
-        line += QStringLiteral(" (%1)").arg(name);
+        line += u" (%1)"_s.arg(name);
     }
     say(line);
     m_phase = Phase::Acting;
@@ -115,9 +117,9 @@ void Tour::finishStep() {
 
 void Tour::fail(const QString& why) {
     m_timer.stop();
-    const QString picture = m_pictureFolder + QStringLiteral("/failed.png");
+    const QString picture = m_pictureFolder + u"/failed.png"_s;
     m_stage.screen().picture().save(picture);
-    say(QStringLiteral("FAILED at \"%1\": %2. What the screen showed: %3").arg(step().what, why, picture));
+    say(u"FAILED at \"%1\": %2. What the screen showed: %3"_s.arg(step().what, why, picture));
     Q_EMIT finished(false);
 }
 

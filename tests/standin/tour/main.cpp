@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QLoggingCategory>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel::standin;
 
 namespace {
@@ -28,7 +29,7 @@ int main(int argc, char** argv) {
     // Qt would ask the bus for a screen reader and wait for the answer, which only this process could give.
     const QString bus = qEnvironmentVariable(sessionBusVariable);
     qputenv(sessionBusVariable, "disabled:");
-    QLoggingCategory::setFilterRules(QStringLiteral("qt.qpa.theme.dbus.warning=false")); // it misses the bus
+    QLoggingCategory::setFilterRules(u"qt.qpa.theme.dbus.warning=false"_s); // it misses the bus
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     if (QGuiApplication::platformName() != u"xcb") {
@@ -40,19 +41,19 @@ int main(int argc, char** argv) {
         const QString option = QString::fromLatin1(name);
         parser.addOption({option, QString(), option});
     }
-    parser.addOption(QCommandLineOption(QStringLiteral("dark")));
+    parser.addOption(QCommandLineOption(u"dark"_s));
     parser.process(application);
 
-    const QString pictures = required(parser, QStringLiteral("pictures"));
+    const QString pictures = required(parser, u"pictures"_s);
     if (!QDir().mkpath(pictures)) {
         qFatal("%s cannot be made", qPrintable(pictures));
     }
-    Stage stage({.program = required(parser, QStringLiteral("program")),
+    Stage stage({.program = required(parser, u"program"_s),
                  .bus = bus,
-                 .log = required(parser, QStringLiteral("log")),
-                 .site = required(parser, QStringLiteral("site")),
-                 .server = required(parser, QStringLiteral("server")),
-                 .dark = parser.isSet(QStringLiteral("dark"))});
+                 .log = required(parser, u"log"_s),
+                 .site = required(parser, u"site"_s),
+                 .server = required(parser, u"server"_s),
+                 .dark = parser.isSet(u"dark"_s)});
     if (!stage.isReady()) {
         qFatal("there is no session bus here, or another desktop is on it");
     }
