@@ -21,8 +21,8 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
     m_controller.shutdownPolling();
-    const KumaState kuma = m_controller.mayBeComingUp() ? KumaState::starting : m_controller.kuma();
-    if (!stopsContainerFirst(m_controller.stopOnQuit(), kuma, m_controller.dockerState())) {
+    const KumaState kuma = m_controller.mayBeComingUp() ? KumaState::starting : m_controller.state().kuma;
+    if (!stopsContainerFirst(m_controller.state().stopOnQuit, kuma, m_controller.state().dockerState)) {
         return TerminateReply::TerminateNow;
     }
     m_tasks.start(stopThenReply(), u"stop before the end"_s);
@@ -30,7 +30,7 @@ AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
 }
 
 QCoro::Task<void> AppDelegate::stopThenReply() {
-    const std::optional<QString> docker = m_controller.dockerPath();
+    const std::optional<QString> docker = m_controller.state().dockerPath;
     std::exception_ptr failure;
     if (docker) {
         try {

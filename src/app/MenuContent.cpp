@@ -65,7 +65,8 @@ void MenuContent::render() {
     if (m_status->text() != status) {
         m_status->setText(status);
     }
-    const MenuOffers offers = menuOffers(m_controller.kuma(), m_controller.dockerState(), m_controller.busy());
+    const MenuOffers offers =
+        menuOffers(m_controller.state().kuma, m_controller.state().dockerState, m_controller.state().busy);
     setEntry(m_openDashboard, true, offers.dashboard);
     setEntry(m_start, offers.showsStart, offers.showsStart && offers.startOrStop);
     setEntry(m_stop, !offers.showsStart, !offers.showsStart && offers.startOrStop);

@@ -58,7 +58,7 @@ QCoro::Task<void> KumaController::askForBackup() {
     if (!destination || destination->isEmpty()) {
         co_return;
     }
-    m_busy = backingUpText();
+    m_state.set(&ControllerState::busy, backingUpText());
     m_backupsUnderWay += 1;
     m_backups.start(performBackup(this, *destination), backingUpText());
 }
@@ -91,10 +91,10 @@ QCoro::Task<void> KumaController::performBackup(QPointer<KumaController> control
 /// The operation that runs beside the backup keeps its own words; without one, whatever backups there are have theirs.
 void KumaController::showBackups() {
     if (m_opTask) {
-        m_busy = m_operationText;
+        m_state.set(&ControllerState::busy, m_operationText);
         return;
     }
-    m_busy = m_backupsUnderWay > 0 ? std::optional(backingUpText()) : std::nullopt;
+    m_state.set(&ControllerState::busy, m_backupsUnderWay > 0 ? std::optional(backingUpText()) : std::nullopt);
 }
 
 void KumaController::backupEnded(const std::optional<OpError>& error) {
@@ -128,8 +128,8 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
     {
         // Before the stop: a backup that is under way need not have the server stand still.
         const DataTurns::Turn turn = co_await m_dataTurns.take();
-        if (!m_dockerPath.value()) {
-            m_dockerPath = m_env.findDocker(m_dockerOverride);
+        if (!m_state->dockerPath) {
+            m_state.set(&ControllerState::dockerPath, m_env.findDocker(m_state->dockerOverride));
         }
         const bool isStopped = co_await tryStop();
         if (!isStopped) {
@@ -138,7 +138,7 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
         // A stop that could not look at the container ends without an error, and the server may be running.
         const ContainerLook look = co_await lookAtContainer();
         if (mayServerRun(look)) {
-            m_error = unknownContainerError(look.answer, u"Nothing was restored."_s);
+            m_state.set(&ControllerState::error, unknownContainerError(look.answer, u"Nothing was restored."_s));
             co_return;
         }
         try {
@@ -148,7 +148,7 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
         }
     }
     if (failure) {
-        m_error = OpError{u"The restore failed. "_s + *failure, *failure};
+        m_state.set(&ControllerState::error, OpError{u"The restore failed. "_s + *failure, *failure});
         co_return;
     }
     co_await stopWhatCameBack();
@@ -158,10 +158,10 @@ QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token
 /// A daemon that came back meanwhile has started its containers again, and that one works on the data that was
 /// replaced.
 QCoro::Task<void> KumaController::stopWhatCameBack() {
-    if (!m_dockerPath.value()) {
+    if (!m_state->dockerPath) {
         co_return;
     }
-    const QString docker = *m_dockerPath.value();
+    const QString docker = *m_state->dockerPath;
     const std::optional<QString> state = co_await containerState(docker);
     if (state == u"running"_s) {
         co_await performStop();

@@ -62,7 +62,7 @@ std::optional<QString> KumaController::prepareFiles() {
     if (error) {
         return u"%1: %2"_s.arg(dataDir(), QString::fromStdString(error.message()));
     }
-    const QByteArray text = composeText(m_imageTag, m_port).toUtf8();
+    const QByteArray text = composeText(m_state->imageTag, m_state->port).toUtf8();
     if (holds(composeURL(), text)) {
         return std::nullopt;
     }
@@ -79,25 +79,25 @@ QStringList KumaController::composeArgs(const QStringList& extra) const {
 }
 
 QCoro::Task<bool> KumaController::ensureCompose(QString docker) {
-    if (m_composeAvailable.value()) {
-        co_return *m_composeAvailable.value();
+    if (m_state->composeAvailable) {
+        co_return *m_state->composeAvailable;
     }
     const QStringList arguments{u"compose"_s, u"version"_s};
     const CommandResult result = co_await command(docker, arguments, std::chrono::seconds(10));
     // The user may have chosen another tool meanwhile, about which this answer says nothing.
-    if (m_dockerPath.value() != docker) {
+    if (m_state->dockerPath != docker) {
         co_return result.isSuccess();
     }
     // Somebody else may have asked at the same time; all go by the first answer.
-    if (!m_composeAvailable.value()) {
-        m_composeAvailable = result.isSuccess();
+    if (!m_state->composeAvailable) {
+        m_state.set(&ControllerState::composeAvailable, result.isSuccess());
     }
-    co_return *m_composeAvailable.value();
+    co_return *m_state->composeAvailable;
 }
 
 std::optional<int> KumaController::freePort() const {
     for (int candidate = 3002; candidate <= 3010; ++candidate) {
-        if (candidate != m_port && m_env.isPortFree(candidate)) {
+        if (candidate != m_state->port && m_env.isPortFree(candidate)) {
             return candidate;
         }
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controller/OpError.h"
+#include "controller/ControllerState.h"
 #include "process/CommandResult.h"
 
 namespace orvanel {

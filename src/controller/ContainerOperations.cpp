@@ -68,8 +68,8 @@ void KumaController::runOp(const QString& label, OperationBody body) {
     m_opTask.emplace();
     m_operations += 1;
     showOperation(label);
-    m_error = std::nullopt;
-    m_suggestedPort = std::nullopt;
+    m_state.set(&ControllerState::error, std::nullopt);
+    m_state.set(&ControllerState::suggestedPort, std::nullopt);
     m_tasks.start(performOp(std::move(body)), label);
 }
 
@@ -80,8 +80,8 @@ QCoro::Task<void> KumaController::performOp(OperationBody body) {
     } catch (const std::exception& failure) {
         fail(failure);
     }
-    m_busy = std::nullopt;
-    m_pulling = false;
+    m_state.set(&ControllerState::busy, std::nullopt);
+    m_state.set(&ControllerState::pulling, false);
     m_opTask.reset();
     m_processHandle.reset();
     co_await refresh(stop);
@@ -91,14 +91,14 @@ QCoro::Task<void> KumaController::performOp(OperationBody body) {
 }
 
 QCoro::Task<void> KumaController::performStart(std::stop_token stop) {
-    if (!m_dockerPath.value()) {
-        m_dockerPath = m_env.findDocker(m_dockerOverride);
+    if (!m_state->dockerPath) {
+        m_state.set(&ControllerState::dockerPath, m_env.findDocker(m_state->dockerOverride));
     }
-    if (!m_dockerPath.value()) {
+    if (!m_state->dockerPath) {
         setDockerState(DockerState::missing);
         co_return;
     }
-    const QString docker = *m_dockerPath.value();
+    const QString docker = *m_state->dockerPath;
 
     const QStringList info{u"info"_s};
     const CommandResult runtime = co_await command(docker, info, infoLimit);
@@ -111,16 +111,17 @@ QCoro::Task<void> KumaController::performStart(std::stop_token stop) {
     }
     setDockerState(DockerState::ready);
     if (const std::optional<QString> failure = prepareFiles()) {
-        m_error = OpError{u"Could not write the compose file."_s, *failure};
+        m_state.set(&ControllerState::error, OpError{u"Could not write the compose file."_s, *failure});
         co_return;
     }
 
     const std::optional<QString> existing = co_await containerState(docker);
     // A running container of our own holds the port itself.
-    if (existing != u"running"_s && isPortTaken(m_port)) {
-        m_suggestedPort = freePort();
-        m_error = OpError{u"Port %1 is already in use by another program."_s.arg(m_port.value()),
-                          u"Port %1 on 127.0.0.1 could not be bound."_s.arg(m_port.value())};
+    if (existing != u"running"_s && isPortTaken(m_state->port)) {
+        m_state.set(&ControllerState::suggestedPort, freePort());
+        m_state.set(&ControllerState::error,
+                    OpError{u"Port %1 is already in use by another program."_s.arg(m_state->port),
+                            u"Port %1 on 127.0.0.1 could not be bound."_s.arg(m_state->port)});
         co_return;
     }
 
@@ -148,10 +149,10 @@ QCoro::Task<void> KumaController::performStop() {
 }
 
 QCoro::Task<bool> KumaController::tryStop() {
-    if (!m_dockerPath.value()) {
+    if (!m_state->dockerPath) {
         co_return true;
     }
-    const QString docker = *m_dockerPath.value();
+    const QString docker = *m_state->dockerPath;
     const std::optional<QString> existing = co_await containerState(docker);
     if (!existing) {
         co_return true;
@@ -173,8 +174,8 @@ QCoro::Task<void> KumaController::performRestart(std::stop_token stop) {
 
 QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_token stop) {
     showOperation(u"Downloading the Uptime Kuma image"_s);
-    m_pulling = true;
-    m_pullLog = QString();
+    m_state.set(&ControllerState::pulling, true);
+    m_state.set(&ControllerState::pullLog, QString());
     const auto handle = std::make_shared<ProcessHandle>();
     m_processHandle = handle;
     // Cancelled already, before there was a handle to cancel: then nothing is downloaded.
@@ -186,11 +187,11 @@ QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_t
         hasCompose ? composeArgs(QStringList(u"pull"_s)) : QStringList{u"pull"_s, imageReference()};
     const DockerCLI::OutputCallback feed = logFeed([self = QPointer(this)](const QString& text) {
         if (self) {
-            self->m_pullLog = appendCapped(self->m_pullLog, text);
+            self->m_state.set(&ControllerState::pullLog, appendCapped(self->m_state->pullLog, text));
         }
     });
     const CommandResult result = co_await m_env.run(docker, arguments, pullLimit, handle, feed);
-    m_pulling = false;
+    m_state.set(&ControllerState::pulling, false);
     co_return result;
 }
 
@@ -266,7 +267,7 @@ QCoro::Task<CommandResult> KumaController::bringUp(QString docker, std::optional
     const QStringList run{u"run"_s,        u"-d"_s,
                           u"--name"_s,     u"orvanel"_s,
                           u"--restart"_s,  u"unless-stopped"_s,
-                          u"-p"_s,         u"127.0.0.1:%1:3001"_s.arg(m_port.value()),
+                          u"-p"_s,         u"127.0.0.1:%1:3001"_s.arg(m_state->port),
                           u"-v"_s,         dataMount(),
                           imageReference()};
     const CommandResult result = co_await startingCommand(docker, run);
@@ -281,29 +282,30 @@ bool KumaController::isPortTaken(int port) const {
 
 void KumaController::showOperation(const QString& text) {
     m_operationText = text;
-    m_busy = text;
+    m_state.set(&ControllerState::busy, text);
 }
 
 /// An error from elsewhere takes the place of the last operation's, and with it of the way out that was offered.
 void KumaController::replaceError(const OpError& error) {
-    m_suggestedPort = std::nullopt;
-    m_error = error;
+    m_state.set(&ControllerState::suggestedPort, std::nullopt);
+    m_state.set(&ControllerState::error, error);
 }
 
 void KumaController::fail(const CommandResult& result) {
     if (result.cancelled) {
-        m_error = OpError{u"Cancelled."_s, result.output};
+        m_state.set(&ControllerState::error, OpError{u"Cancelled."_s, result.output});
         return;
     }
     const QString message = DockerCLI::friendlyMessage(result.output, result.timedOut);
-    m_error = OpError{message, result.output.isEmpty() ? u"(no output)"_s : result.output};
+    m_state.set(&ControllerState::error, OpError{message, result.output.isEmpty() ? u"(no output)"_s : result.output});
     if (message.startsWith(u"The port is already in use"_s)) {
-        m_suggestedPort = freePort();
+        m_state.set(&ControllerState::suggestedPort, freePort());
     }
 }
 
 void KumaController::fail(const std::exception& failure) {
-    m_error = OpError{u"Orvanel ran into an error of its own."_s, QString::fromUtf8(failure.what())};
+    m_state.set(&ControllerState::error,
+                OpError{u"Orvanel ran into an error of its own."_s, QString::fromUtf8(failure.what())});
 }
 
 QCoro::Task<void> KumaController::confirmRemoveEverything() {
@@ -327,7 +329,7 @@ QCoro::Task<bool> KumaController::removeContainer() {
     if (!look.docker || look.answer.status != 0) {
         const bool isInDoubt = mayServerRun(look);
         if (isInDoubt) {
-            m_error = unknownContainerError(look.answer, u"Nothing was deleted."_s);
+            m_state.set(&ControllerState::error, unknownContainerError(look.answer, u"Nothing was deleted."_s));
         }
         co_return !isInDoubt;
     }
@@ -359,15 +361,15 @@ QCoro::Task<bool> KumaController::removeContainer() {
 
 /// The state of the container, before its data is touched.
 QCoro::Task<KumaController::ContainerLook> KumaController::lookAtContainer() {
-    if (!m_dockerPath.value()) {
-        m_dockerPath = m_env.findDocker(m_dockerOverride);
+    if (!m_state->dockerPath) {
+        m_state.set(&ControllerState::dockerPath, m_env.findDocker(m_state->dockerOverride));
     }
-    ContainerLook look{.docker = m_dockerPath.value()};
+    ContainerLook look{.docker = m_state->dockerPath};
     if (look.docker) {
         look.answer = co_await probeContainer(*look.docker);
     } else {
         // Told where the port is in use; see mayServerRun().
-        look.answer.output = u"Docker was not found, and port %1 is in use."_s.arg(m_port.value());
+        look.answer.output = u"Docker was not found, and port %1 is in use."_s.arg(m_state->port);
     }
     co_return look;
 }
@@ -375,10 +377,10 @@ QCoro::Task<KumaController::ContainerLook> KumaController::lookAtContainer() {
 /// Containers may live on when the daemon has gone, or the tool cannot be found, but then they hold their port.
 bool KumaController::mayServerRun(const ContainerLook& look) const {
     if (!look.docker) {
-        return isPortTaken(m_port);
+        return isPortTaken(m_state->port);
     }
     const bool hasNoDaemon = !look.answer.isSuccess() && !isAbsent(look.answer);
-    return !leavesDataAlone(look.answer) || (hasNoDaemon && isPortTaken(m_port));
+    return !leavesDataAlone(look.answer) || (hasNoDaemon && isPortTaken(m_state->port));
 }
 
 QCoro::Task<void> KumaController::performRemoveEverything() {
@@ -389,14 +391,14 @@ QCoro::Task<void> KumaController::performRemoveEverything() {
     const DataTurns::Turn turn = co_await m_dataTurns.take();
     const std::function<bool()> removal = [folder = dataDir()] { return QDir(folder).removeRecursively(); };
     co_await onWorker<bool>(removal);
-    m_monitors = QList<MonitorRow>();
+    m_state.set(&ControllerState::monitors, QList<MonitorRow>());
 }
 
 QCoro::Task<QString> KumaController::fetchLogs() {
-    if (!m_dockerPath.value()) {
+    if (!m_state->dockerPath) {
         co_return u"Docker was not found."_s;
     }
-    const QString docker = *m_dockerPath.value();
+    const QString docker = *m_state->dockerPath;
     const QStringList arguments{u"logs"_s, u"--tail"_s, u"300"_s, u"orvanel"_s};
     const CommandResult result = co_await command(docker, arguments, logsLimit);
     if (result.status != 0 && result.output.isEmpty()) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "backup/BackupManager.h"
-#include "controller/OpError.h"
+#include "controller/ControllerState.h"
 
 namespace orvanel {
 

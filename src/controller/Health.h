@@ -1,7 +1,6 @@
 #pragma once
 
-#include "controller/DockerState.h"
-#include "controller/KumaState.h"
+#include "controller/ControllerState.h"
 #include "statuspage/MonitorRow.h"
 
 namespace orvanel {

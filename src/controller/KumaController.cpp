@@ -38,12 +38,12 @@ int validPort(int port) {
 KumaController::KumaController(ControllerEnvironment environment)
     : m_env(std::move(environment)) {
     const SettingsStore& defaults = *m_env.defaults;
-    m_port = validPort(defaults.integer(portKey(), 0));
-    m_slug = defaults.text(slugKey(), {});
-    m_stopOnQuit = defaults.boolean(stopOnQuitKey(), false);
-    m_dockerOverride = defaults.text(dockerOverrideKey(), {});
-    m_imageTag = defaults.text(imageTagKey(), u"2"_s);
-    m_hasSeenGuide = defaults.boolean(hasSeenGuideKey(), false);
+    m_state.set(&ControllerState::port, validPort(defaults.integer(portKey(), 0)));
+    m_state.set(&ControllerState::slug, defaults.text(slugKey(), {}));
+    m_state.set(&ControllerState::stopOnQuit, defaults.boolean(stopOnQuitKey(), false));
+    m_state.set(&ControllerState::dockerOverride, defaults.text(dockerOverrideKey(), {}));
+    m_state.set(&ControllerState::imageTag, defaults.text(imageTagKey(), u"2"_s));
+    m_state.set(&ControllerState::hasSeenGuide, defaults.boolean(hasSeenGuideKey(), false));
 }
 
 KumaController::~KumaController() {
@@ -61,38 +61,38 @@ QCoro::Task<void> KumaController::finished() {
 }
 
 void KumaController::setPort(int port) {
-    m_port = port;
+    m_state.set(&ControllerState::port, port);
     saved(m_env.defaults->setInteger(portKey(), port));
 }
 
 void KumaController::setSlug(const QString& slug) {
-    m_slug = slug;
+    m_state.set(&ControllerState::slug, slug);
     saved(m_env.defaults->setText(slugKey(), slug));
     forgetBaseline();
-    m_monitors = QList<MonitorRow>();
-    m_statusError = std::nullopt;
+    m_state.set(&ControllerState::monitors, QList<MonitorRow>());
+    m_state.set(&ControllerState::statusError, std::nullopt);
     m_lastStatusFetch = std::nullopt;
 }
 
 void KumaController::setStopOnQuit(bool stop) {
-    m_stopOnQuit = stop;
+    m_state.set(&ControllerState::stopOnQuit, stop);
     saved(m_env.defaults->setBoolean(stopOnQuitKey(), stop));
 }
 
 void KumaController::setDockerOverride(const QString& path) {
-    m_dockerOverride = path;
+    m_state.set(&ControllerState::dockerOverride, path);
     saved(m_env.defaults->setText(dockerOverrideKey(), path));
-    m_dockerPath = std::nullopt;
-    m_composeAvailable = std::nullopt;
+    m_state.set(&ControllerState::dockerPath, std::nullopt);
+    m_state.set(&ControllerState::composeAvailable, std::nullopt);
 }
 
 bool KumaController::setImageTag(const QString& tag) {
-    m_imageTag = tag;
+    m_state.set(&ControllerState::imageTag, tag);
     return saved(m_env.defaults->setText(imageTagKey(), tag));
 }
 
 void KumaController::setHasSeenGuide(bool seen) {
-    m_hasSeenGuide = seen;
+    m_state.set(&ControllerState::hasSeenGuide, seen);
     saved(m_env.defaults->setBoolean(hasSeenGuideKey(), seen));
 }
 
@@ -106,8 +106,8 @@ bool KumaController::saved(bool success) {
 }
 
 void KumaController::setDockerState(DockerState state, const QString& details) {
-    m_runtimeDetails = details;
-    m_dockerState = state;
+    m_state.set(&ControllerState::runtimeDetails, details);
+    m_state.set(&ControllerState::dockerState, state);
 }
 
 bool KumaController::launchAtLogin() const {
@@ -124,11 +124,11 @@ void KumaController::setLaunchAtLogin(bool launch) {
 }
 
 Health KumaController::health() const {
-    return healthOf(m_dockerState, m_kuma, m_monitors);
+    return healthOf(m_state->dockerState, m_state->kuma, m_state->monitors);
 }
 
 QString KumaController::statusLine() const {
-    return statusLineOf(m_busy, m_dockerState, m_kuma, m_monitors);
+    return statusLineOf(m_state->busy, m_state->dockerState, m_state->kuma, m_state->monitors);
 }
 
 QString KumaController::dataDir() const {
@@ -144,11 +144,11 @@ QString KumaController::composeURL() const {
 }
 
 QUrl KumaController::dashboardURL() const {
-    return QUrl(u"http://127.0.0.1:%1/"_s.arg(m_port.value()));
+    return QUrl(u"http://127.0.0.1:%1/"_s.arg(m_state->port));
 }
 
 QString KumaController::imageReference() const {
-    return u"%1:%2"_s.arg(imageRepository(), m_imageTag.value());
+    return u"%1:%2"_s.arg(imageRepository(), m_state->imageTag);
 }
 
 } // namespace orvanel

@@ -2,17 +2,14 @@
 
 #include "controller/ControllerEnvironment.h"
 #include "controller/DataTurns.h"
-#include "controller/DockerState.h"
 #include "controller/Health.h"
-#include "controller/KumaState.h"
 #include "controller/MonitorTransitions.h"
-#include "controller/OpError.h"
+#include "controller/StateStore.h"
 #include "task/Event.h"
 #include "task/TaskScope.h"
 
 #include <QObject>
 #include <QPointer>
-#include <QProperty>
 
 #include <exception>
 #include <stop_token>
@@ -33,62 +30,20 @@ public:
 
     // --- Settings (KumaController.cpp). Each is written to the defaults store the moment it is set, as it is.
 
-    int port() const { return m_port; }
     void setPort(int port);
-    /// The public status page whose monitors are shown; blank means none.
-    QString slug() const { return m_slug; }
     void setSlug(const QString& slug);
-    bool stopOnQuit() const { return m_stopOnQuit; }
     void setStopOnQuit(bool stop);
-    /// A docker executable chosen by the user; empty means search.
-    QString dockerOverride() const { return m_dockerOverride; }
     void setDockerOverride(const QString& path);
-    QString imageTag() const { return m_imageTag; }
     /// False when it could not be stored, which is published as an error; it then holds for this run only.
     bool setImageTag(const QString& tag);
-    bool hasSeenGuide() const { return m_hasSeenGuide; }
     void setHasSeenGuide(bool seen);
 
     /// Not stored: the login item's true status, read each time.
     bool launchAtLogin() const;
     void setLaunchAtLogin(bool launch);
 
-    // --- Published state. changed() tells of every change.
-
-    std::optional<QString> dockerPath() const { return m_dockerPath; }
-    /// While there is none: one where Linux distributions put it, which the user may choose as the override.
-    std::optional<QString> dockerElsewhere() const { return m_dockerElsewhere; }
-    DockerState dockerState() const { return m_dockerState; }
-    /// What the docker tool said when no runtime answered, as it stands; empty in every other state. See
-    /// isPermissionDenied().
-    QString runtimeDetails() const { return m_runtimeDetails; }
-    /// Whether `docker compose` works; none while not probed.
-    std::optional<bool> composeAvailable() const { return m_composeAvailable; }
-    KumaState kuma() const { return m_kuma; }
-    /// The operation under way, in words; none when idle.
-    std::optional<QString> busy() const { return m_busy; }
-    bool pulling() const { return m_pulling; }
-    QString pullLog() const { return m_pullLog; }
-    std::optional<OpError> error() const { return m_error; }
-    /// A free port, offered when the configured one is taken.
-    std::optional<int> suggestedPort() const { return m_suggestedPort; }
-    /// The step of the runtime installation under way, in words, and its live output.
-    std::optional<QString> setupBusy() const { return m_setupBusy; }
-    QString setupLog() const { return m_setupLog; }
-    std::optional<QString> brewPath() const { return m_brewPath; }
-    std::optional<QString> colimaPath() const { return m_colimaPath; }
-    QList<MonitorRow> monitors() const { return m_monitors; }
-    QString statusTitle() const { return m_statusTitle; }
-    /// Why the status page could not be read.
-    std::optional<QString> statusError() const { return m_statusError; }
-    /// When the monitors were last read successfully.
-    std::optional<Clock::WallTime> lastStatusUpdate() const { return m_lastStatusUpdate; }
-    /// The newest Uptime Kuma release found, and its page.
-    std::optional<QString> latestVersion() const { return m_latestVersion; }
-    std::optional<QUrl> releaseURL() const { return m_releaseURL; }
-    /// Why the last update check failed.
-    std::optional<QString> updateMessage() const { return m_updateMessage; }
-    bool checkingUpdate() const { return m_checkingUpdate; }
+    /// What the views show. changed() tells of every change.
+    const ControllerState& state() const { return *m_state; }
 
     // --- Derived values, computed at each call.
 
@@ -263,40 +218,7 @@ private:
     void appendSetup(const QString& text);
 
     const ControllerEnvironment m_env;
-
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, int, m_port, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_slug, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, bool, m_stopOnQuit, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_dockerOverride, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_imageTag, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, bool, m_hasSeenGuide, &KumaController::changed)
-
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_dockerPath, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_dockerElsewhere, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, DockerState, m_dockerState, DockerState::unknown,
-                                         &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_runtimeDetails, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<bool>, m_composeAvailable, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, KumaState, m_kuma, KumaState::stopped,
-                                         &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_busy, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, bool, m_pulling, false, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_pullLog, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<OpError>, m_error, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<int>, m_suggestedPort, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_setupBusy, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_setupLog, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_brewPath, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_colimaPath, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QList<MonitorRow>, m_monitors, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, QString, m_statusTitle, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_statusError, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<Clock::WallTime>, m_lastStatusUpdate,
-                               &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_latestVersion, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QUrl>, m_releaseURL, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY(KumaController, std::optional<QString>, m_updateMessage, &KumaController::changed)
-    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(KumaController, bool, m_checkingUpdate, false, &KumaController::changed)
+    StateStore m_state{[this] { Q_EMIT changed(); }};
 
     /// The tasks that may be stopped; each is set while its task is wanted.
     std::optional<std::stop_source> m_pollTask;

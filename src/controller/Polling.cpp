@@ -45,7 +45,7 @@ void KumaController::begin() {
 }
 
 void KumaController::recheck() {
-    m_dockerPath = std::nullopt;
+    m_state.set(&ControllerState::dockerPath, std::nullopt);
     setDockerState(DockerState::unknown);
     m_tasks.start(refreshSoon(), u"recheck"_s);
 }
@@ -99,10 +99,10 @@ QCoro::Task<void> KumaController::refreshSoon() {
 }
 
 QCoro::Task<void> KumaController::refresh(std::stop_token stop) {
-    if (m_busy.value() || !findTools()) {
+    if (m_state->busy || !findTools()) {
         co_return;
     }
-    const QString docker = *m_dockerPath.value();
+    const QString docker = *m_state->dockerPath;
     const int operations = m_operations;
     const CommandResult probe = co_await probeContainer(docker);
     if (isOutdated(docker, operations) || stop.stop_requested() || probe.timedOut || probe.cancelled) {
@@ -110,7 +110,7 @@ QCoro::Task<void> KumaController::refresh(std::stop_token stop) {
     }
     if (probe.status == 0 && stateWord(probe.output) == u"running"_s) {
         setDockerState(DockerState::ready);
-        const bool answers = co_await m_env.pageAnswers(m_port);
+        const bool answers = co_await m_env.pageAnswers(m_state->port);
         if (isOutdated(docker, operations)) {
             co_return;
         }
@@ -119,7 +119,7 @@ QCoro::Task<void> KumaController::refresh(std::stop_token stop) {
         publishNotRunning(probe);
     }
     m_comingUp.reset();
-    if (m_dockerState == DockerState::ready && !m_composeAvailable.value()) {
+    if (m_state->dockerState == DockerState::ready && !m_state->composeAvailable) {
         co_await ensureCompose(docker);
     }
 }
@@ -127,32 +127,32 @@ QCoro::Task<void> KumaController::refresh(std::stop_token stop) {
 /// Whether an operation has begun since `operations` were counted, which knows better even when it has ended by now,
 /// or the user has chosen another tool than `docker`.
 bool KumaController::isOutdated(const QString& docker, int operations) const {
-    return m_busy.value() || m_operations != operations || m_dockerPath.value() != docker;
+    return m_state->busy || m_operations != operations || m_state->dockerPath != docker;
 }
 
 /// Looks up the tools; false when there is no docker to ask.
 bool KumaController::findTools() {
-    m_brewPath = m_env.findTool(u"brew"_s);
-    m_colimaPath = m_env.findTool(u"colima"_s);
-    if (!m_dockerPath.value()) {
-        m_dockerPath = m_env.findDocker(m_dockerOverride);
+    m_state.set(&ControllerState::brewPath, m_env.findTool(u"brew"_s));
+    m_state.set(&ControllerState::colimaPath, m_env.findTool(u"colima"_s));
+    if (!m_state->dockerPath) {
+        m_state.set(&ControllerState::dockerPath, m_env.findDocker(m_state->dockerOverride));
     }
-    m_dockerElsewhere = m_dockerPath.value() ? std::nullopt : m_env.findDockerElsewhere();
-    if (!m_dockerPath.value()) {
+    m_state.set(&ControllerState::dockerElsewhere, m_state->dockerPath ? std::nullopt : m_env.findDockerElsewhere());
+    if (!m_state->dockerPath) {
         setDockerState(DockerState::missing);
-        m_kuma = KumaState::stopped;
+        m_state.set(&ControllerState::kuma, KumaState::stopped);
         return false;
     }
-    if (m_dockerState == DockerState::unknown || m_dockerState == DockerState::missing) {
+    if (m_state->dockerState == DockerState::unknown || m_state->dockerState == DockerState::missing) {
         setDockerState(DockerState::notRunning);
     }
     return true;
 }
 
 void KumaController::publishRunning(bool pageAnswers) {
-    m_kuma = pageAnswers ? KumaState::running : KumaState::starting;
-    if (pageAnswers && isRestartLoop(m_error)) {
-        m_error = std::nullopt;
+    m_state.set(&ControllerState::kuma, pageAnswers ? KumaState::running : KumaState::starting);
+    if (pageAnswers && isRestartLoop(m_state->error)) {
+        m_state.set(&ControllerState::error, std::nullopt);
     }
 }
 
@@ -163,24 +163,24 @@ void KumaController::publishNotRunning(const CommandResult& probe) {
         } else {
             setDockerState(DockerState::notRunning, probe.output);
         }
-        m_kuma = KumaState::stopped;
+        m_state.set(&ControllerState::kuma, KumaState::stopped);
         return;
     }
     setDockerState(DockerState::ready);
     const QString word = stateWord(probe.output);
     if (word != u"restarting"_s) {
-        m_kuma = KumaState::stopped;
+        m_state.set(&ControllerState::kuma, KumaState::stopped);
         return;
     }
-    m_kuma = KumaState::error;
-    m_error = OpError{restartLoopMessage(), word};
+    m_state.set(&ControllerState::kuma, KumaState::error);
+    m_state.set(&ControllerState::error, OpError{restartLoopMessage(), word});
 }
 
 QCoro::Task<void> KumaController::maybeFetchStatus() {
-    if (m_kuma != KumaState::running || m_busy.value()) {
+    if (m_state->kuma != KumaState::running || m_state->busy) {
         co_return;
     }
-    const QString slug = normalised(m_slug);
+    const QString slug = normalised(m_state->slug);
     if (slug.isEmpty()) {
         co_return;
     }
@@ -189,24 +189,24 @@ QCoro::Task<void> KumaController::maybeFetchStatus() {
         co_return;
     }
     m_lastStatusFetch = now;
-    const StatusPageResult result = co_await m_env.fetchStatusPage(m_port, slug);
-    if (normalised(m_slug) == slug) {
+    const StatusPageResult result = co_await m_env.fetchStatusPage(m_state->port, slug);
+    if (normalised(m_state->slug) == slug) {
         publishStatus(result);
     }
 }
 
 void KumaController::publishStatus(const StatusPageResult& result) {
     if (const auto* failure = std::get_if<StatusPageError>(&result)) {
-        m_statusError = failure->message;
-        m_monitors = QList<MonitorRow>();
+        m_state.set(&ControllerState::statusError, failure->message);
+        m_state.set(&ControllerState::monitors, QList<MonitorRow>());
         return;
     }
     const auto& page = std::get<StatusPageData>(result);
-    m_statusError = std::nullopt;
-    m_statusTitle = page.title;
-    m_lastStatusUpdate = m_env.clock->wallTime();
+    m_state.set(&ControllerState::statusError, std::nullopt);
+    m_state.set(&ControllerState::statusTitle, page.title);
+    m_state.set(&ControllerState::lastStatusUpdate, m_env.clock->wallTime());
     applyTransitions(page.monitors);
-    m_monitors = page.monitors;
+    m_state.set(&ControllerState::monitors, page.monitors);
     requestNotificationAuthIfNeeded();
 }
 

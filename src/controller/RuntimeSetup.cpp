@@ -32,8 +32,8 @@ void KumaController::installAndStartRuntime() {
 }
 
 void KumaController::startRuntime() {
-    if (m_dockerPath.value()) {
-        runSetup(u"runtime start"_s, [this, docker = *m_dockerPath.value()](std::stop_token stop) {
+    if (m_state->dockerPath) {
+        runSetup(u"runtime start"_s, [this, docker = *m_state->dockerPath](std::stop_token stop) {
             return startColimaIfNeeded(docker, stop);
         });
     }
@@ -54,16 +54,16 @@ void KumaController::runSetup(const QString& name, OperationBody body) {
     }
     m_setupTask.emplace();
     m_setupHandle = std::make_shared<ProcessHandle>();
-    m_error = std::nullopt;
-    m_suggestedPort = std::nullopt;
-    m_setupLog = QString();
+    m_state.set(&ControllerState::error, std::nullopt);
+    m_state.set(&ControllerState::suggestedPort, std::nullopt);
+    m_state.set(&ControllerState::setupLog, QString());
     m_tasks.start(performSetup(std::move(body)), name);
 }
 
 /// The error and the log stay, so that a failed setup can be read.
 QCoro::Task<void> KumaController::performSetup(OperationBody body) {
     const auto ended = qScopeGuard([this] {
-        m_setupBusy = std::nullopt;
+        m_state.set(&ControllerState::setupBusy, std::nullopt);
         m_setupTask.reset();
         m_setupHandle.reset();
     });
@@ -80,33 +80,36 @@ QCoro::Task<void> KumaController::performInstall(std::stop_token stop) {
     if (!isInstalled) {
         co_return;
     }
-    m_dockerPath = std::nullopt;
-    m_composeAvailable = std::nullopt;
-    const std::optional<QString> docker = m_env.findDocker(m_dockerOverride);
+    m_state.set(&ControllerState::dockerPath, std::nullopt);
+    m_state.set(&ControllerState::composeAvailable, std::nullopt);
+    const std::optional<QString> docker = m_env.findDocker(m_state->dockerOverride);
     if (!docker) {
-        m_error = OpError{u"The docker command line tool was not found after the install."_s, m_setupLog};
+        m_state.set(&ControllerState::error,
+                    OpError{u"The docker command line tool was not found after the install."_s, m_state->setupLog});
         co_return;
     }
-    m_dockerPath = docker;
+    m_state.set(&ControllerState::dockerPath, docker);
     co_await startColimaIfNeeded(*docker, stop);
 }
 
 /// Installs what is missing; false when that failed, with the reason published.
 QCoro::Task<bool> KumaController::installRuntime() {
-    if (m_env.findTool(u"colima"_s) && m_env.findDocker(m_dockerOverride)) {
+    if (m_env.findTool(u"colima"_s) && m_env.findDocker(m_state->dockerOverride)) {
         co_return true;
     }
     const std::optional<QString> brew = m_env.findTool(u"brew"_s);
     if (!brew) {
-        m_error = OpError{u"Homebrew is not installed, so the app cannot install Colima for you."_s, {}};
+        m_state.set(&ControllerState::error,
+                    OpError{u"Homebrew is not installed, so the app cannot install Colima for you."_s, {}});
         co_return false;
     }
-    m_setupBusy = u"Installing Colima and Docker with Homebrew"_s;
+    m_state.set(&ControllerState::setupBusy, u"Installing Colima and Docker with Homebrew"_s);
     appendSetup(u"$ brew install colima docker\n"_s);
     const QStringList arguments{u"install"_s, u"colima"_s, u"docker"_s};
     const CommandResult result = co_await setupCommand(*brew, arguments, installLimit);
     if (!result.isSuccess()) {
-        m_error = OpError{cancelledOr(result, u"Homebrew could not install Colima and Docker."_s), result.output};
+        m_state.set(&ControllerState::error,
+                    OpError{cancelledOr(result, u"Homebrew could not install Colima and Docker."_s), result.output});
         co_return false;
     }
     co_return true;
@@ -122,20 +125,21 @@ QCoro::Task<void> KumaController::startColimaIfNeeded(QString docker, std::stop_
     }
     const std::optional<QString> colima = m_env.findTool(u"colima"_s);
     if (!colima) {
-        m_error = OpError{u"Colima is not installed."_s, probe.output};
+        m_state.set(&ControllerState::error, OpError{u"Colima is not installed."_s, probe.output});
         co_return;
     }
-    m_setupBusy = u"Starting Colima (the first start downloads a small Linux VM)"_s;
+    m_state.set(&ControllerState::setupBusy, u"Starting Colima (the first start downloads a small Linux VM)"_s);
     appendSetup(u"$ colima start\n"_s);
     const QStringList arguments(u"start"_s);
     const CommandResult start = co_await setupCommand(*colima, arguments, startLimit);
     if (!start.isSuccess()) {
-        m_error = OpError{cancelledOr(start, u"Colima could not start."_s), start.output};
+        m_state.set(&ControllerState::error, OpError{cancelledOr(start, u"Colima could not start."_s), start.output});
         co_return;
     }
     const bool answers = co_await waitForDaemon(docker, stop);
     if (!answers) {
-        m_error = OpError{u"Colima started but the Docker daemon is not answering."_s, start.output};
+        m_state.set(&ControllerState::error,
+                    OpError{u"Colima started but the Docker daemon is not answering."_s, start.output});
         co_return;
     }
     publishReady(docker);
@@ -144,7 +148,7 @@ QCoro::Task<void> KumaController::startColimaIfNeeded(QString docker, std::stop_
 
 /// Says nothing of another tool that the user may have chosen meanwhile.
 void KumaController::publishReady(const QString& docker) {
-    if (m_dockerPath.value() == docker) {
+    if (m_state->dockerPath == docker) {
         setDockerState(DockerState::ready);
     }
 }
@@ -174,7 +178,7 @@ QCoro::Task<CommandResult> KumaController::setupCommand(QString path, QStringLis
 }
 
 void KumaController::appendSetup(const QString& text) {
-    m_setupLog = appendCapped(m_setupLog, text);
+    m_state.set(&ControllerState::setupLog, appendCapped(m_state->setupLog, text));
 }
 
 } // namespace orvanel

@@ -34,36 +34,36 @@ std::optional<QUrl> parsedAddress(const QString& text) {
 } // namespace
 
 void KumaController::checkForUpdates() {
-    if (m_checkingUpdate) {
+    if (m_state->checkingUpdate) {
         return;
     }
-    m_checkingUpdate = true;
-    m_updateMessage = std::nullopt;
+    m_state.set(&ControllerState::checkingUpdate, true);
+    m_state.set(&ControllerState::updateMessage, std::nullopt);
     m_tasks.start(performCheck(), u"update check"_s);
 }
 
 QCoro::Task<void> KumaController::performCheck() {
-    const auto ended = qScopeGuard([this] { m_checkingUpdate = false; });
+    const auto ended = qScopeGuard([this] { m_state.set(&ControllerState::checkingUpdate, false); });
     const ReleaseResult result = co_await m_env.fetchLatestRelease();
     if (const auto* failure = std::get_if<ReleaseError>(&result)) {
-        m_updateMessage = failure->message;
+        m_state.set(&ControllerState::updateMessage, failure->message);
         co_return;
     }
     const auto& release = std::get<LatestRelease>(result);
-    m_latestVersion = release.version;
+    m_state.set(&ControllerState::latestVersion, release.version);
     if (release.page) {
-        m_releaseURL = parsedAddress(*release.page);
+        m_state.set(&ControllerState::releaseURL, parsedAddress(*release.page));
     }
-    m_updateMessage = std::nullopt;
+    m_state.set(&ControllerState::updateMessage, std::nullopt);
 }
 
 bool KumaController::majorChange() const {
-    return isMajorChange(m_imageTag, m_latestVersion);
+    return isMajorChange(m_state->imageTag, m_state->latestVersion);
 }
 
 void KumaController::updateNow() {
-    if (m_latestVersion.value()) {
-        m_tasks.start(askForUpdate(*m_latestVersion.value()), u"question about an update"_s);
+    if (m_state->latestVersion) {
+        m_tasks.start(askForUpdate(*m_state->latestVersion), u"question about an update"_s);
     }
 }
 
@@ -76,13 +76,14 @@ QCoro::Task<void> KumaController::askForUpdate(QString version) {
 }
 
 QCoro::Task<void> KumaController::performUpdate(QString version, std::stop_token stop) {
-    if (!m_dockerPath.value()) {
+    if (!m_state->dockerPath) {
         co_return;
     }
-    const QString docker = *m_dockerPath.value();
+    const QString docker = *m_state->dockerPath;
     if (!isValidImageTag(version)) {
-        m_error = OpError{u"The new version's name cannot be an image tag, so nothing was changed."_s,
-                          u"The newest release is called \"%1\"."_s.arg(version)};
+        m_state.set(&ControllerState::error,
+                    OpError{u"The new version's name cannot be an image tag, so nothing was changed."_s,
+                            u"The newest release is called \"%1\"."_s.arg(version)});
         co_return;
     }
     const bool isBackedUp = co_await backUpBeforeUpdate();
@@ -125,14 +126,15 @@ QCoro::Task<bool> KumaController::backUpBeforeUpdate() {
         const QString label = u"before-update"_s;
         backup = co_await m_env.autoBackup(dataDir(), backupsDir(), label);
     } catch (const std::exception& failure) {
-        m_error = OpError{u"The backup before the update failed, so nothing was changed."_s,
-                          QString::fromUtf8(failure.what())};
+        m_state.set(&ControllerState::error, OpError{u"The backup before the update failed, so nothing was changed."_s,
+                                                     QString::fromUtf8(failure.what())});
         co_return false;
     }
     // The new version may migrate the data at once: what it changes, only a good backup can bring back.
     if (backup && backup->databaseProblem) {
-        m_error = OpError{u"The backup before the update did not pass a check, so nothing was changed."_s,
-                          u"%1\n\nThe backup is\n%2"_s.arg(*backup->databaseProblem, backup->path)};
+        m_state.set(&ControllerState::error,
+                    OpError{u"The backup before the update did not pass a check, so nothing was changed."_s,
+                            u"%1\n\nThe backup is\n%2"_s.arg(*backup->databaseProblem, backup->path)});
         co_return false;
     }
     co_return true;
@@ -140,7 +142,7 @@ QCoro::Task<bool> KumaController::backUpBeforeUpdate() {
 
 /// False when the settings or the compose file cannot name the new version, with the reason published.
 bool KumaController::pinTag(const QString& newTag) {
-    const TagChange change{.from = m_imageTag, .to = newTag};
+    const TagChange change{.from = m_state->imageTag, .to = newTag};
     if (!setImageTag(newTag)) {
         setImageTag(change.from);
         return false;
@@ -151,7 +153,7 @@ bool KumaController::pinTag(const QString& newTag) {
         return true;
     }
     const bool isStored = takeBackTag();
-    m_error = OpError{u"Could not write the compose file."_s, *failure};
+    m_state.set(&ControllerState::error, OpError{u"Could not write the compose file."_s, *failure});
     if (!isStored) {
         tellOfUnstoredTag();
     }
@@ -165,20 +167,20 @@ bool KumaController::takeBackTag() {
         return true;
     }
     const TagChange change = *std::exchange(m_tagChange, std::nullopt);
-    const bool isStored = m_imageTag.value() != change.to || setImageTag(change.from);
+    const bool isStored = m_state->imageTag != change.to || setImageTag(change.from);
     prepareFiles();
     return isStored;
 }
 
 /// The program's next start will take the new version: the user should know that beside why the update failed.
 void KumaController::tellOfUnstoredTag() {
-    OpError error = m_error.value().value_or(OpError());
+    OpError error = m_state->error.value_or(OpError());
     if (!error.details.isEmpty()) {
         error.details += u"\n\n"_s;
     }
     error.details += u"The old version's tag \"%1\" could not be stored: %2 could not be written."_s.arg(
-        m_imageTag, m_env.defaults->file());
-    m_error = error;
+        m_state->imageTag, m_env.defaults->file());
+    m_state.set(&ControllerState::error, error);
 }
 
 } // namespace orvanel

@@ -56,14 +56,14 @@ void AppFixture::start(const QString& containerState) {
     if (const auto failure = kuma().prepareFiles()) {
         qFatal("no compose file: %s", qPrintable(*failure));
     }
-    standin::addContainer(docker(), containerState.toStdString(), kuma().port());
+    standin::addContainer(docker(), containerState.toStdString(), kuma().state().port);
     app().start();
     settle();
 }
 
 bool AppFixture::startsWithRunningContainer() {
     start(u"running"_s);
-    return kuma().kuma() == KumaState::running;
+    return kuma().state().kuma == KumaState::running;
 }
 
 std::optional<int> AppFixture::runLoop(const std::function<void()>& actions) {

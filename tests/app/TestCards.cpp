@@ -114,7 +114,7 @@ private Q_SLOTS:
         QVERIFY(shows(&view.window, needsHomebrew));
         QVERIFY(button(&view.window, installBoth) == nullptr);
         QTest::keyClick(&view.window, Qt::Key_Return);
-        QVERIFY(!view.world.controller().setupBusy());
+        QVERIFY(!view.world.controller().state().setupBusy);
         view.click(getHomebrew);
         QCOMPARE(view.world.desktop.opened, QList<QUrl>{QUrl(u"https://brew.sh/"_s)});
 
@@ -137,7 +137,7 @@ private Q_SLOTS:
         view.poll();
         QVERIFY(shows(&view.window, u"A docker tool was found at %1."_s.arg(tool)));
         view.click(u"Use it"_s);
-        QCOMPARE(view.world.controller().dockerOverride(), tool);
+        QCOMPARE(view.world.controller().state().dockerOverride, tool);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
     }
 
@@ -152,7 +152,7 @@ private Q_SLOTS:
         view.world.advance(3s);
         QVERIFY(shows(&view.window, u"A docker tool was found at %1."_s.arg(tool)));
         view.click(u"Use it"_s);
-        QCOMPARE(view.world.controller().dockerOverride(), tool);
+        QCOMPARE(view.world.controller().state().dockerOverride, tool);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
     }
 
@@ -228,7 +228,7 @@ private Q_SLOTS:
         QCOMPARE(button(&view.window, showDetails)->accessibleDescription(), u"Collapsed"_s);
         view.click(showDetails);
         QCOMPARE(button(&view.window, showDetails)->accessibleDescription(), u"Expanded"_s);
-        const QString details = view.world.controller().runtimeDetails().trimmed();
+        const QString details = view.world.controller().state().runtimeDetails.trimmed();
         QVERIFY(!details.isEmpty());
         QCOMPARE(visible<TextBox>(&view.window)->toPlainText().trimmed(), details);
         // The next looks bring the same words, and leave the section open.

@@ -58,9 +58,9 @@ private Q_SLOTS:
         QVERIFY(shows(guide, u"Everything stays on this Mac"_s));
         QVERIFY(shows(guide, u"3 of 3"_s));
         QVERIFY(button(guide, u"Next"_s) == nullptr);
-        QVERIFY(!view.world.controller().hasSeenGuide());
+        QVERIFY(!view.world.controller().state().hasSeenGuide);
         QTest::mouseClick(button(guide, u"Get started"_s), Qt::LeftButton);
-        QVERIFY(view.world.controller().hasSeenGuide());
+        QVERIFY(view.world.controller().state().hasSeenGuide);
         drainEvents();
         QVERIFY(guideOf(view.window) == nullptr);
 
@@ -90,7 +90,7 @@ private Q_SLOTS:
         view.open();
         QVERIFY(waitUntil([&] { return guideOf(view.window) != nullptr; }));
         QTest::keyClick(guideOf(view.window), Qt::Key_Escape);
-        QVERIFY(view.world.controller().hasSeenGuide());
+        QVERIFY(view.world.controller().state().hasSeenGuide);
     }
 
     void theGuideThatGoesWithItsWindowComesAgain() {
@@ -102,7 +102,7 @@ private Q_SLOTS:
             window.show();
             QVERIFY(waitUntil([&] { return guideOf(window) != nullptr; }));
         }
-        QVERIFY(!view.world.controller().hasSeenGuide());
+        QVERIFY(!view.world.controller().state().hasSeenGuide);
     }
 
     void theGuideCardLeadsToAStatusPage() {
@@ -128,7 +128,7 @@ private Q_SLOTS:
         view.open();
         QVERIFY(!button(visible<GuideCard>(&view.window), openDashboard)->isEnabled());
         QTest::keyClicks(slugField(view), u"home"_s);
-        QCOMPARE(view.world.controller().slug(), u"home"_s);
+        QCOMPARE(view.world.controller().state().slug, u"home"_s);
     }
 
     void theFirstLetterBringsTheMonitorsAndTheOthersAreNotLost() {
@@ -154,7 +154,7 @@ private Q_SLOTS:
         QTest::keyClick(field, Qt::Key_Left);
         view.world.advance(1500ms);
         QTest::keyClicks(field, u"o"_s);
-        QCOMPARE(view.world.controller().slug(), u"home"_s);
+        QCOMPARE(view.world.controller().state().slug, u"home"_s);
         QTest::keyClick(field, Qt::Key_Return);
         view.world.settle();
         QVERIFY(visible<GuideCard>(&view.window) == nullptr);

@@ -95,7 +95,7 @@ private Q_SLOTS:
         QVERIFY(!isButtonFocused(view));
         press(view, Qt::Key_Space);
         press(view, Qt::Key_Return);
-        QVERIFY(!view.world.controller().busy());
+        QVERIFY(!view.world.controller().state().busy);
     }
 
     void theButtonForThePortLeadsNoKeyToCancel() {
@@ -111,7 +111,7 @@ private Q_SLOTS:
         press(view, Qt::Key_Space);
         view.world.advance(5s);
         QVERIFY(view.world.operationEnds());
-        QCOMPARE(view.world.controller().kuma(), KumaState::running);
+        QCOMPARE(view.world.controller().state().kuma, KumaState::running);
     }
 
     void thePortIsChangedBeforeTheStart() {
@@ -120,8 +120,8 @@ private Q_SLOTS:
         KumaController& controller = view.world.controller();
         QList<int> portsWhileBusy;
         connect(&controller, &KumaController::changed, this, [&] {
-            if (controller.busy()) {
-                portsWhileBusy << controller.port();
+            if (controller.state().busy) {
+                portsWhileBusy << controller.state().port;
             }
         });
         button(&view.window, usePort)->setFocus();
@@ -209,7 +209,7 @@ private Q_SLOTS:
         view.poll();
         QVERIFY(button(&view.window, u"Get Homebrew"_s) != nullptr);
         press(view, Qt::Key_Return);
-        QVERIFY(!view.world.controller().setupBusy());
+        QVERIFY(!view.world.controller().state().setupBusy);
         QCOMPARE(view.world.desktop.opened.size(), 0);
     }
 
@@ -230,7 +230,7 @@ private Q_SLOTS:
         view.world.advance(1900ms);
         press(view, Qt::Key_O);
         QCOMPARE(view.window.focusWidget(), field);
-        QCOMPARE(view.world.controller().slug(), u"hom"_s);
+        QCOMPARE(view.world.controller().state().slug, u"hom"_s);
         view.world.advance(2s);
         QVERIFY(visible<GuideCard>(&view.window) == nullptr);
         QVERIFY(visible<MonitorList>(&view.window) != nullptr);
@@ -273,7 +273,7 @@ private Q_SLOTS:
         QCoreApplication::sendEvent(field, &returns);
         view.world.advance(1900ms);
         press(view, Qt::Key_O);
-        QCOMPARE(view.world.controller().slug(), u"ho"_s);
+        QCOMPARE(view.world.controller().state().slug, u"ho"_s);
         view.world.advance(2s);
         QVERIFY(visible<GuideCard>(&view.window) == nullptr);
     }
@@ -294,7 +294,7 @@ private Q_SLOTS:
         QInputMethodEvent made;
         made.setCommitString(u"o"_s);
         QCoreApplication::sendEvent(field, &made);
-        QCOMPARE(view.world.controller().slug(), u"ho"_s);
+        QCOMPARE(view.world.controller().state().slug, u"ho"_s);
         view.world.advance(1900ms);
         QVERIFY(visible<GuideCard>(&view.window) != nullptr);
         view.world.advance(100ms);

@@ -500,7 +500,7 @@ private Q_SLOTS:
         logs.world.settle();
         QThreadPool::globalInstance()->waitForDone();
         QVERIFY(!QFile::exists(logs.world.home.path(u"not"_s)));
-        QVERIFY(!logs.world.controller().error());
+        QVERIFY(!logs.world.controller().state().error);
     }
 
     void closingDuringTheQuestionWritesNothing() {

@@ -98,7 +98,7 @@ private Q_SLOTS:
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
         QVERIFY(!button(&view.window, startText)->isEnabled());
         QTest::keyClick(&view.window, Qt::Key_Return);
-        QVERIFY(!view.world.controller().busy());
+        QVERIFY(!view.world.controller().state().busy);
     }
 
     void missingDockerCanBeCheckedAgain() {
@@ -136,7 +136,7 @@ private Q_SLOTS:
         view.open();
         view.poll();
         QTest::keyClick(&view.window, Qt::Key_Return);
-        QCOMPARE(view.world.controller().busy(), u"Starting Uptime Kuma…"_s);
+        QCOMPARE(view.world.controller().state().busy, u"Starting Uptime Kuma…"_s);
     }
 
     void returnPressesTheFocusedButtonFirst() {
@@ -145,7 +145,7 @@ private Q_SLOTS:
         view.open();
         button(&view.window, u"Restart"_s)->setFocus();
         QTest::keyClick(view.window.focusWidget(), Qt::Key_Return);
-        QCOMPARE(view.world.controller().busy(), u"Restarting…"_s);
+        QCOMPARE(view.world.controller().state().busy, u"Restarting…"_s);
         QCOMPARE(view.world.desktop.opened.size(), 0);
     }
 
@@ -170,7 +170,7 @@ private Q_SLOTS:
         view.poll();
         view.world.docker().pace = 1;
         view.click(startText);
-        while (!view.world.controller().pulling()) {
+        while (!view.world.controller().state().pulling) {
             QVERIFY(view.world.clock.pendingTimers() > 0);
             view.world.advance(view.world.clock.untilNextTimer());
         }
@@ -183,7 +183,7 @@ private Q_SLOTS:
         QVERIFY(visible<BusyBar>(&view.window)->isMoving());
         view.world.advance(8s);
         QVERIFY(!box->toPlainText().isEmpty());
-        QCOMPARE(box->toPlainText() + u'\n', view.world.controller().pullLog());
+        QCOMPARE(box->toPlainText() + u'\n', view.world.controller().state().pullLog);
         view.click(u"Cancel"_s);
         QVERIFY(visible<PullCard>(&view.window) == nullptr);
         QVERIFY(shows(&view.window, u"Cancelled."_s));
@@ -248,7 +248,7 @@ private Q_SLOTS:
         view.click(startText);
         QVERIFY(shows(&view.window, u"Port 3001 is already in use by another program."_s));
         view.click(u"Use port 3002 instead and start"_s);
-        QCOMPARE(view.world.controller().port(), 3002);
+        QCOMPARE(view.world.controller().state().port, 3002);
         QVERIFY(view.world.operationEnds());
         QVERIFY(visible<ErrorCard>(&view.window) == nullptr);
         QVERIFY(visible<DashboardView>(&view.window) != nullptr);

@@ -163,7 +163,7 @@ private Q_SLOTS:
         world.settle();
         menu.content.render();
         menu.entry(start)->trigger();
-        QCOMPARE(world.controller().busy(), u"Starting Uptime Kuma…"_s);
+        QCOMPARE(world.controller().state().busy, u"Starting Uptime Kuma…"_s);
         menu.content.render();
         QCOMPARE(menu.seen(), menuOf(u"[Starting Uptime Kuma…]"_s, noDashboard, noStart));
     }

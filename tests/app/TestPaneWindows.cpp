@@ -200,7 +200,7 @@ private Q_SLOTS:
         QCOMPARE(question->text(), u"Remove everything?"_s);
         QTest::keyClick(question, Qt::Key_Escape);
         world.settle();
-        QVERIFY(!world.kuma().busy());
+        QVERIFY(!world.kuma().state().busy);
         QVERIFY(settings->isVisible());
     }
 
@@ -266,7 +266,7 @@ private Q_SLOTS:
         QTest::keyClick(dialog, Qt::Key_Escape);
         world.settle();
         QVERIFY(settings->isVisible());
-        QCOMPARE(world.kuma().dockerOverride(), QString());
+        QCOMPARE(world.kuma().state().dockerOverride, QString());
     }
 
     /// The server may have been started on it meanwhile.
@@ -280,9 +280,9 @@ private Q_SLOTS:
         QVERIFY(world.bringForward(settings));
         QVERIFY(port->hasFocus());
         typePort(port, u"x"_s);
-        QCOMPARE(world.kuma().port(), 3005);
+        QCOMPARE(world.kuma().state().port, 3005);
         QTest::keyClick(port, Qt::Key_Escape);
-        QCOMPARE(world.kuma().port(), 3005);
+        QCOMPARE(world.kuma().state().port, 3005);
         QCOMPARE(port->text(), u"3005"_s);
     }
 
@@ -293,13 +293,13 @@ private Q_SLOTS:
         QLineEdit* const port = portField(settings);
         typePort(port, u"30"_s);
         QVERIFY(world.bringForward(world.mainWindow()));
-        QCOMPARE(world.kuma().port(), 3001);
+        QCOMPARE(world.kuma().state().port, 3001);
         QVERIFY(world.bringForward(settings));
         // Typing goes on where it was.
         QCOMPARE(port->text(), u"30"_s);
         QVERIFY(port->hasFocus());
         QTest::keyClicks(port, u"07"_s);
-        QCOMPARE(world.kuma().port(), 3007);
+        QCOMPARE(world.kuma().state().port, 3007);
     }
 
     void anUnfinishedPortIsForgottenWithItsWindow() {
@@ -309,7 +309,7 @@ private Q_SLOTS:
         typePort(portField(settings), u"30"_s);
         settings->close();
         world.settle();
-        QCOMPARE(world.kuma().port(), 3001);
+        QCOMPARE(world.kuma().state().port, 3001);
         QCOMPARE(portField(world.openSettings())->text(), u"3001"_s);
     }
 
@@ -334,7 +334,7 @@ private Q_SLOTS:
         settings->close();
         world.settle();
         QVERIFY(QApplication::activeModalWidget() == nullptr);
-        QVERIFY(!world.kuma().busy());
+        QVERIFY(!world.kuma().state().busy);
     }
 };
 

@@ -72,7 +72,7 @@ private Q_SLOTS:
         world.page.answers = pageAnswers;
         world.kuma().setStopOnQuit(true);
         world.start(word);
-        QCOMPARE(world.kuma().kuma(), state);
+        QCOMPARE(world.kuma().state().kuma, state);
         world.delay("compose stop", 4s);
 
         bool waited = false;
@@ -124,7 +124,7 @@ private Q_SLOTS:
         QVERIFY(world.startsWithRunningContainer());
         // Forgets where the tool is, and leaves everything else as it was.
         world.kuma().setDockerOverride(u"/somewhere/else"_s);
-        QVERIFY(world.kuma().dockerState() == DockerState::ready && !world.kuma().dockerPath());
+        QVERIFY(world.kuma().state().dockerState == DockerState::ready && !world.kuma().state().dockerPath);
         QCOMPARE(world.runLoop([] { QCoreApplication::quit(); }), 0);
         QCOMPARE(stops(world), QStringList());
     }
@@ -266,7 +266,7 @@ private Q_SLOTS:
         world.advance(2s);
         QCOMPARE(world.underWay(), QStringList(u"inspect"_s));
         QCOMPARE(world.docker().container->state, "running");
-        QCOMPARE(world.kuma().kuma(), KumaState::stopped);
+        QCOMPARE(world.kuma().state().kuma, KumaState::stopped);
         const auto code = world.runLoop([&] {
             QCoreApplication::quit();
             world.advance(10s);

@@ -41,7 +41,7 @@ private Q_SLOTS:
                 &controller, [&controller, port] { controller.setPort(port); }, Qt::QueuedConnection);
         }
         QCoreApplication::sendPostedEvents();
-        QCOMPARE(controller.port(), 4005);
+        QCOMPARE(controller.state().port, 4005);
         QCOMPARE(count, 1);
         QCoreApplication::sendPostedEvents();
         QCOMPARE(count, 2);

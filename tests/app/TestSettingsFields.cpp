@@ -52,9 +52,9 @@ private Q_SLOTS:
         ShownSettings settings;
         settings.open();
         settings.type(settings.port(), u"3005"_s);
-        QCOMPARE(settings.kuma().port(), 3005);
+        QCOMPARE(settings.kuma().state().port, 3005);
         QVERIFY(!settings.showsPortHint());
-        QCOMPARE(settings.world.restartProgram().port(), 3005);
+        QCOMPARE(settings.world.restartProgram().state().port, 3005);
     }
 
     void whatIsNoPortIsRefused_data() {
@@ -69,13 +69,13 @@ private Q_SLOTS:
         ShownSettings settings;
         settings.open();
         settings.type(settings.port(), typed);
-        QCOMPARE(settings.kuma().port(), 3001);
+        QCOMPARE(settings.kuma().state().port, 3001);
         QVERIFY(settings.showsPortHint());
         QVERIFY(shows(&settings.view, u"This is no port to use: type a number from 1024 to 65535. Until "
                                       "then the port stays 3001."_s));
         QCOMPARE(settings.port()->text(), typed);
         settings.type(settings.port(), u"3007"_s);
-        QCOMPARE(settings.kuma().port(), 3007);
+        QCOMPARE(settings.kuma().state().port, 3007);
         QVERIFY(!settings.showsPortHint());
     }
 
@@ -85,12 +85,12 @@ private Q_SLOTS:
         settings.type(settings.port(), u"80"_s);
         // It may still become 8080.
         QVERIFY(!settings.showsPortHint());
-        QCOMPARE(settings.kuma().port(), 3001);
+        QCOMPARE(settings.kuma().state().port, 3001);
         QTest::keyClick(settings.port(), Qt::Key_Return);
         QVERIFY(settings.showsPortHint());
-        QCOMPARE(settings.kuma().port(), 3001);
+        QCOMPARE(settings.kuma().state().port, 3001);
         QTest::keyClicks(settings.port(), u"80"_s);
-        QCOMPARE(settings.kuma().port(), 8080);
+        QCOMPARE(settings.kuma().state().port, 8080);
         QVERIFY(!settings.showsPortHint());
     }
 
@@ -101,7 +101,7 @@ private Q_SLOTS:
         QVERIFY(!settings.showsPortHint());
         QTest::keyClick(settings.port(), Qt::Key_Tab);
         QVERIFY(settings.showsPortHint());
-        QCOMPARE(settings.kuma().port(), 3001);
+        QCOMPARE(settings.kuma().state().port, 3001);
     }
 
     void escapeBringsThePortBack() {
@@ -110,7 +110,7 @@ private Q_SLOTS:
         settings.type(settings.port(), u"70000"_s);
         QTest::keyClick(settings.port(), Qt::Key_Escape);
         QCOMPARE(settings.port()->text(), u"3001"_s);
-        QCOMPARE(settings.kuma().port(), 3001);
+        QCOMPARE(settings.kuma().state().port, 3001);
         QVERIFY(!settings.showsPortHint());
         QVERIFY(settings.view.isVisible());
     }
@@ -123,11 +123,11 @@ private Q_SLOTS:
         settings.type(settings.port(), u"3005"_s);
         settings.kuma().restart();
         QVERIFY(settings.world.operationEnds());
-        QVERIFY(!settings.kuma().error());
+        QVERIFY(!settings.kuma().state().error);
         settings.type(settings.port(), u"x"_s);
-        QCOMPARE(settings.kuma().port(), 3005);
+        QCOMPARE(settings.kuma().state().port, 3005);
         QTest::keyClick(settings.port(), Qt::Key_Escape);
-        QCOMPARE(settings.kuma().port(), 3005);
+        QCOMPARE(settings.kuma().state().port, 3005);
         QCOMPARE(settings.port()->text(), u"3005"_s);
     }
 
@@ -146,7 +146,7 @@ private Q_SLOTS:
         QTest::keyClick(settings.slug(), Qt::Key_Left);
         settings.world.page.status = statusPage({monitor(1, 0)});
         settings.world.advance(30s);
-        QCOMPARE(settings.kuma().monitors().size(), 1);
+        QCOMPARE(settings.kuma().state().monitors.size(), 1);
         QCOMPARE(settings.slug()->text(), u"ho"_s);
         QCOMPARE(settings.slug()->cursorPosition(), 1);
         QVERIFY(settings.slug()->hasFocus());
@@ -163,7 +163,7 @@ private Q_SLOTS:
         QCOMPARE(settings.dockerOverride()->cursorPosition(), 5);
         QVERIFY(settings.dockerOverride()->hasFocus());
         QTest::keyClicks(settings.dockerOverride(), u"x"_s);
-        QCOMPARE(settings.kuma().dockerOverride(), u"/my/dxo"_s);
+        QCOMPARE(settings.kuma().state().dockerOverride, u"/my/dxo"_s);
     }
 
     void textThatIsStillComposedIsNoPort() {
@@ -174,25 +174,25 @@ private Q_SLOTS:
         QInputMethodEvent composing(u"3005"_s, {});
         QCoreApplication::sendEvent(settings.port(), &composing);
         settings.world.advance(30s);
-        QCOMPARE(settings.kuma().port(), 3001);
+        QCOMPARE(settings.kuma().state().port, 3001);
         QVERIFY(!settings.showsPortHint());
         QCOMPARE(settings.port()->text(), QString());
         QInputMethodEvent composed;
         composed.setCommitString(u"3005"_s);
         QCoreApplication::sendEvent(settings.port(), &composed);
         QCOMPARE(settings.port()->text(), u"3005"_s);
-        QCOMPARE(settings.kuma().port(), 3005);
+        QCOMPARE(settings.kuma().state().port, 3005);
     }
 
     void whatIsUndoneIsNotStored() {
         ShownSettings settings;
         settings.open();
         settings.type(settings.port(), u"3005"_s);
-        QCOMPARE(settings.kuma().port(), 3005);
+        QCOMPARE(settings.kuma().state().port, 3005);
         int steps = 0;
         for (; settings.port()->isUndoAvailable() && steps < 10; ++steps) {
             QTest::keyClick(settings.port(), Qt::Key_Z, Qt::ControlModifier);
-            QCOMPARE(settings.kuma().port(), portFrom(settings.port()->text()).value_or(3001));
+            QCOMPARE(settings.kuma().state().port, portFrom(settings.port()->text()).value_or(3001));
         }
         QVERIFY(steps > 0 && steps < 10);
         QCOMPARE(settings.port()->text(), u"3001"_s);
@@ -200,7 +200,7 @@ private Q_SLOTS:
             QTest::keyClick(settings.port(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
         }
         QCOMPARE(settings.port()->text(), u"3005"_s);
-        QCOMPARE(settings.kuma().port(), 3005);
+        QCOMPARE(settings.kuma().state().port, 3005);
     }
 
     void portsCanBePasted_data() {
@@ -221,10 +221,10 @@ private Q_SLOTS:
         settings.port()->setFocus();
         settings.port()->selectAll();
         QTest::keyClick(settings.port(), Qt::Key_V, Qt::ControlModifier);
-        QCOMPARE(settings.kuma().port(), port);
+        QCOMPARE(settings.kuma().state().port, port);
         QCOMPARE(settings.showsPortHint(), port == 3001);
         QTest::keyClick(settings.port(), Qt::Key_Return);
-        QCOMPARE(settings.kuma().port(), port);
+        QCOMPARE(settings.kuma().state().port, port);
         if (port != 3001) {
             QCOMPARE(settings.port()->text(), QString::number(port));
         }
@@ -234,7 +234,7 @@ private Q_SLOTS:
         ShownSettings settings;
         settings.open();
         QTest::keyClicks(settings.view.focusWidget(), u"5"_s);
-        QCOMPARE(settings.kuma().port(), 3001);
+        QCOMPARE(settings.kuma().state().port, 3001);
         QCOMPARE(settings.port()->text(), u"3001"_s);
     }
 
@@ -247,14 +247,14 @@ private Q_SLOTS:
         QCOMPARE(settings.port()->text(), u"3002"_s);
         QVERIFY(!settings.showsPortHint());
         settings.type(settings.port(), u"x"_s);
-        QCOMPARE(settings.kuma().port(), 3002);
+        QCOMPARE(settings.kuma().state().port, 3002);
     }
 
     void slugIsStoredAsItIsTyped() {
         ShownSettings settings;
         settings.open();
         settings.type(settings.slug(), u"home <b>&"_s);
-        QCOMPARE(settings.kuma().slug(), u"home <b>&"_s);
+        QCOMPARE(settings.kuma().state().slug, u"home <b>&"_s);
         settings.kuma().setSlug(u"other"_s);
         settings.world.settle();
         QCOMPARE(settings.slug()->text(), u"other"_s);

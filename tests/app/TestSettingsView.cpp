@@ -66,7 +66,7 @@ private Q_SLOTS:
         settings.world.settle();
         QVERIFY(launch->isChecked());
         QVERIFY(accessible(launch)->state().checked);
-        QCOMPARE(settings.kuma().error()->message, u"Could not change launch at login."_s);
+        QCOMPARE(settings.kuma().state().error->message, u"Could not change launch at login."_s);
     }
 
     void loginSwitchIsReadAgainWhenTheWindowComesBack() {
@@ -85,9 +85,9 @@ private Q_SLOTS:
         settings.open();
         Switch* const stop = settings.switchWith(u"Stop the container when I quit"_s);
         QTest::mouseClick(stop, Qt::LeftButton);
-        QVERIFY(settings.kuma().stopOnQuit());
+        QVERIFY(settings.kuma().state().stopOnQuit);
         QTest::keyClick(stop, Qt::Key_Space);
-        QVERIFY(!settings.kuma().stopOnQuit());
+        QVERIFY(!settings.kuma().state().stopOnQuit);
     }
 
     /// Without a click.
@@ -99,7 +99,7 @@ private Q_SLOTS:
             accessible(found)->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
             QVERIFY(found->isChecked());
         }
-        QVERIFY(settings.kuma().launchAtLogin() && settings.kuma().stopOnQuit());
+        QVERIFY(settings.kuma().launchAtLogin() && settings.kuma().state().stopOnQuit);
     }
 
     void dataFolderIsRevealed() {
@@ -143,7 +143,7 @@ private Q_SLOTS:
         settings.open();
         QCOMPARE(settings.dockerOverride()->placeholderText(), u"Automatic"_s);
         settings.type(settings.dockerOverride(), u"/my/docker"_s);
-        QCOMPARE(settings.kuma().dockerOverride(), u"/my/docker"_s);
+        QCOMPARE(settings.kuma().state().dockerOverride, u"/my/docker"_s);
         QVERIFY(settings.world.takeCommands().isEmpty());
         settings.kuma().begin();
         settings.world.settle();
@@ -161,7 +161,7 @@ private Q_SLOTS:
         QVERIFY(panel.filesAllowed && !panel.foldersAllowed);
         settings.world.dialogs.pathQuestions[0].answer.complete(u"/my/docker"_s);
         settings.world.settle();
-        QCOMPARE(settings.kuma().dockerOverride(), u"/my/docker"_s);
+        QCOMPARE(settings.kuma().state().dockerOverride, u"/my/docker"_s);
         QCOMPARE(settings.dockerOverride()->text(), u"/my/docker"_s);
         // Probed at once.
         QVERIFY(shows(&settings.view, u"In use: /my/docker"_s));
@@ -175,7 +175,7 @@ private Q_SLOTS:
         settings.click(u"Choose…"_s);
         settings.world.dialogs.pathQuestions[0].answer.complete(std::nullopt);
         settings.world.settle();
-        QCOMPARE(settings.kuma().dockerOverride(), u"/my/docker"_s);
+        QCOMPARE(settings.kuma().state().dockerOverride, u"/my/docker"_s);
         QCOMPARE(settings.world.dockerSearches, 0);
         QVERIFY(settings.world.takeCommands().isEmpty());
     }
@@ -186,7 +186,7 @@ private Q_SLOTS:
         settings.click(u"Remove everything…"_s);
         QCOMPARE(settings.world.dialogs.questions.size(), 1);
         QCOMPARE(settings.world.dialogs.questions[0].alert.message, u"Remove everything?"_s);
-        QVERIFY(!settings.kuma().busy());
+        QVERIFY(!settings.kuma().state().busy);
     }
 
     void coloursCanBeRead_data() {

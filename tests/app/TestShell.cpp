@@ -213,7 +213,7 @@ private Q_SLOTS:
         QCOMPARE(code, 0);
         // It was not answered.
         QVERIFY(world.docker().container.has_value());
-        QCOMPARE(world.kuma().hasSeenGuide(), !isGuide);
+        QCOMPARE(world.kuma().state().hasSeenGuide, !isGuide);
     }
 };
 

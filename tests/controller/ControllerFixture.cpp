@@ -148,7 +148,7 @@ bool ControllerFixture::turnClockUntil(const std::function<bool()>& condition) {
 }
 
 bool ControllerFixture::operationEnds() {
-    return turnClockUntil([this] { return !controller().busy() && underWay().isEmpty(); });
+    return turnClockUntil([this] { return !controller().state().busy && underWay().isEmpty(); });
 }
 
 bool ControllerFixture::everythingEnds() {
@@ -156,10 +156,10 @@ bool ControllerFixture::everythingEnds() {
 }
 
 bool ControllerFixture::isPolledAsRunning() {
-    standin::addContainer(docker(), "running", controller().port());
+    standin::addContainer(docker(), "running", controller().state().port);
     controller().begin();
     settle();
-    return controller().kuma() == KumaState::running;
+    return controller().state().kuma == KumaState::running;
 }
 
 void ControllerFixture::endController() {

@@ -58,21 +58,21 @@ void ControllerWatch::didShutDown() {
     m_isLoopWanted = false;
     m_isLeaving = true;
     const KumaController& kuma = m_world->controller();
-    if (kuma.pulling() && m_label.startsWith(u"Updating"_s) && !m_tags.isEmpty()) {
+    if (kuma.state().pulling && m_label.startsWith(u"Updating"_s) && !m_tags.isEmpty()) {
         checkUpdated();
-        if (kuma.imageTag() != m_tags.first()) {
+        if (kuma.state().imageTag != m_tags.first()) {
             violate(u"the program ends with a version pinned that it has not got"_s);
         }
     }
     const SettingsStore stored(m_world->settingsFile);
-    if (stored.text(u"imageTag"_s, kuma.imageTag()) != kuma.imageTag()) {
+    if (stored.text(u"imageTag"_s, kuma.state().imageTag) != kuma.state().imageTag) {
         violate(u"the program ends with another tag stored than it shows"_s);
     }
 }
 
 void ControllerWatch::didRecheck() {
     const KumaController& kuma = m_world->controller();
-    if (kuma.dockerState() != DockerState::unknown || kuma.dockerPath()) {
+    if (kuma.state().dockerState != DockerState::unknown || kuma.state().dockerPath) {
         violate(u"a recheck does not show that nothing is known"_s);
     }
 }
@@ -89,13 +89,13 @@ void ControllerWatch::willCancel() {
 
 void ControllerWatch::didChangeComposeSettings() {
     const KumaController& kuma = m_world->controller();
-    m_composeTexts.insert(composeText(kuma.imageTag(), kuma.port()).toUtf8());
+    m_composeTexts.insert(composeText(kuma.state().imageTag, kuma.state().port).toUtf8());
     m_tags.clear();
 }
 
 void ControllerWatch::didChangeSlug() {
     m_readings.forget();
-    if (!m_world->controller().monitors().isEmpty() || m_world->controller().statusError()) {
+    if (!m_world->controller().state().monitors.isEmpty() || m_world->controller().state().statusError) {
         violate(u"a new slug shows what the old one brought"_s);
     }
 }
@@ -185,7 +185,7 @@ void ControllerWatch::operationCommandBegins(const QString& name, bool isCancell
     if (bringsUp(name) && !m_isImagePresent) {
         violate(u"%1 begins without the image"_s.arg(name));
     }
-    if (isPull(name) && (m_isImagePresent || !m_world->controller().pulling())) {
+    if (isPull(name) && (m_isImagePresent || !m_world->controller().state().pulling)) {
         violate(u"a download begins that nobody needs or sees"_s);
     }
 }
@@ -195,7 +195,7 @@ void ControllerWatch::operationCommandEnds(const QString& name, const CommandRes
     if (name == u"image inspect" || isPull(name)) {
         m_isImagePresent = result.isSuccess();
     }
-    if (!m_world->controller().busy()) {
+    if (!m_world->controller().state().busy) {
         violate(u"the operation of %1 ended before it"_s.arg(name));
     }
 }
@@ -227,7 +227,7 @@ QCoro::Task<StatusPageResult> ControllerWatch::fetch(int port, QString slug) {
     readBegins(slug);
     const StatusPageResult result = co_await m_world->page.fetch(port, slug);
     m_cause = {};
-    if (normalised(m_world->controller().slug()) == slug) {
+    if (normalised(m_world->controller().state().slug) == slug) {
         m_readings.ends(result);
         if (!m_readings.expectedNews().isEmpty()) {
             m_seen.insert(u"news"_s);
@@ -241,22 +241,24 @@ void ControllerWatch::readBegins(const QString& slug) {
     if (!m_readings.mayBegin(m_world->clock.now())) {
         violate(u"the status page is read twice within 30 s"_s);
     }
-    if (kuma.kuma() != KumaState::running || kuma.busy() || !m_isLoopWanted) {
+    if (kuma.state().kuma != KumaState::running || kuma.state().busy || !m_isLoopWanted) {
         violate(u"the status page is read at the wrong time"_s);
     }
-    if (slug.isEmpty() || slug != normalised(kuma.slug())) {
+    if (slug.isEmpty() || slug != normalised(kuma.state().slug)) {
         violate(u"the status page \"%1\" is read"_s.arg(slug));
     }
 }
 
 ControllerWatch::Snapshot ControllerWatch::snapshot() const {
     const KumaController& kuma = m_world->controller();
-    return {kuma.dockerState(), kuma.kuma(), kuma.busy(), kuma.pulling(), kuma.setupBusy().has_value()};
+    return {kuma.state().dockerState, kuma.state().kuma, kuma.state().busy, kuma.state().pulling,
+            kuma.state().setupBusy.has_value()};
 }
 
 void ControllerWatch::changed() {
     const Snapshot now = snapshot();
-    m_composeTexts.insert(composeText(m_world->controller().imageTag(), m_world->controller().port()).toUtf8());
+    m_composeTexts.insert(
+        composeText(m_world->controller().state().imageTag, m_world->controller().state().port).toUtf8());
     if (now.busy && now.busy != backingUp && !m_isOperating) {
         operationBegins(*now.busy);
     } else if (!now.busy && m_isOperating) {
@@ -270,7 +272,7 @@ void ControllerWatch::changed() {
     } else {
         checkChangeWhileIdle(now);
     }
-    m_hasPortError = m_hasPortError || isPortError(m_world->controller().error());
+    m_hasPortError = m_hasPortError || isPortError(m_world->controller().state().error);
     m_before = now;
     remember(now);
 }
@@ -280,7 +282,7 @@ void ControllerWatch::operationBegins(const QString& label) {
     m_isOperating = true;
     m_label = label;
     const KumaController& kuma = m_world->controller();
-    m_tags = {kuma.imageTag(), kuma.latestVersion().value_or(QString())};
+    m_tags = {kuma.state().imageTag, kuma.state().latestVersion.value_or(QString())};
     m_operationCommands.clear();
     m_isImagePresent = false;
     m_isCancelled = false;
@@ -320,7 +322,7 @@ void ControllerWatch::checkChangeDuringOperation(const Snapshot& now) {
 /// Only what was asked after the last operation began may be believed.
 void ControllerWatch::checkChangeWhileIdle(const Snapshot& now) {
     const bool isFresh = m_cause.kind == Cause::Kind::look && m_cause.operations == m_operations;
-    const bool isToolMissing = !m_world->controller().dockerPath();
+    const bool isToolMissing = !m_world->controller().state().dockerPath;
     if (now.kuma != m_before.kuma && !isFresh && !(isToolMissing && now.kuma == KumaState::stopped)) {
         violate(u"a late look changes the container's state"_s);
     }
@@ -334,27 +336,27 @@ void ControllerWatch::checkChangeWhileIdle(const Snapshot& now) {
 
 bool ControllerWatch::isFromSetup(const Snapshot& now) const {
     return m_cause.kind == Cause::Kind::setup && now.dockerState == DockerState::ready &&
-           m_cause.docker == m_world->controller().dockerPath();
+           m_cause.docker == m_world->controller().state().dockerPath;
 }
 
 void ControllerWatch::checkState() {
     m_cause = {};
     m_mayLook = false;
     const KumaController& kuma = m_world->controller();
-    if (!kuma.busy()) {
+    if (!kuma.state().busy) {
         m_rechecks = 0;
     }
-    if (kuma.pulling() && kuma.busy() != downloading && kuma.busy() != backingUp) {
+    if (kuma.state().pulling && kuma.state().busy != downloading && kuma.state().busy != backingUp) {
         violate(u"pulling is set outside a download"_s);
     }
-    if (kuma.suggestedPort() && !m_hasPortError) {
+    if (kuma.state().suggestedPort && !m_hasPortError) {
         violate(u"a port is suggested without its error"_s);
     }
     if (m_world->notifier.posted != m_readings.expectedNews()) {
         violate(u"%1 notifications instead of %2"_s.arg(m_world->notifier.posted.size())
                     .arg(m_readings.expectedNews().size()));
     }
-    if (!kuma.monitors().isEmpty() && kuma.monitors() != m_readings.lastRows()) {
+    if (!kuma.state().monitors.isEmpty() && kuma.state().monitors != m_readings.lastRows()) {
         violate(u"other monitors are shown than were read"_s);
     }
 }
@@ -372,12 +374,13 @@ void ControllerWatch::checkUpdated() {
     if (m_tags.isEmpty()) {
         return;
     }
-    if (!m_tags.contains(kuma.imageTag())) {
-        violate(u"an update leaves the tag %1"_s.arg(kuma.imageTag()));
+    if (!m_tags.contains(kuma.state().imageTag)) {
+        violate(u"an update leaves the tag %1"_s.arg(kuma.state().imageTag));
     }
     QFile file(kuma.composeURL());
-    if (!file.open(QIODevice::ReadOnly) || file.readAll() != composeText(kuma.imageTag(), kuma.port()).toUtf8()) {
-        violate(u"the compose file does not tell of the tag %1"_s.arg(kuma.imageTag()));
+    if (!file.open(QIODevice::ReadOnly) ||
+        file.readAll() != composeText(kuma.state().imageTag, kuma.state().port).toUtf8()) {
+        violate(u"the compose file does not tell of the tag %1"_s.arg(kuma.state().imageTag));
     }
 }
 
@@ -386,7 +389,7 @@ void ControllerWatch::remember(const Snapshot& now) {
     static const QStringList dockerStates{u"unknown"_s, u"missing"_s, u"not running"_s, u"ready"_s};
     m_seen.insert(kumaStates.at(static_cast<int>(now.kuma)));
     m_seen.insert(dockerStates.at(static_cast<int>(now.dockerState)));
-    if (const auto error = m_world->controller().error()) {
+    if (const auto error = m_world->controller().state().error) {
         m_seen.insert(isPortError(error) ? u"a port error"_s : error->message);
     }
 }

@@ -90,10 +90,11 @@ int work(const QString& folder, const QString& what) {
         kuma.start();
     }
     await(kuma.finished());
-    if (kuma.error()) {
-        std::fprintf(stderr, "%s\n%s\n", qPrintable(kuma.error()->message), qPrintable(kuma.error()->details));
+    if (kuma.state().error) {
+        std::fprintf(stderr, "%s\n%s\n", qPrintable(kuma.state().error->message),
+                     qPrintable(kuma.state().error->details));
     }
-    return kuma.error() ? 1 : 0;
+    return kuma.state().error ? 1 : 0;
 }
 
 } // namespace

@@ -123,7 +123,7 @@ void RandomSequence::takeStep() {
     }
     settle();
     m_watch.checkState();
-    note(u"[%1%2]"_s.arg(m_kuma->busy().value_or(QString()), m_kuma->pulling() ? u" pulling" : u""));
+    note(u"[%1%2]"_s.arg(m_kuma->state().busy.value_or(QString()), m_kuma->state().pulling ? u" pulling" : u""));
 }
 
 /// Deleting a folder takes place on another thread; here it counts as taking no time, so that a sequence is the same
@@ -157,7 +157,7 @@ void RandomSequence::finish() {
     }
     settle();
     m_watch.checkState();
-    if (m_kuma->busy() || m_kuma->setupBusy() || m_kuma->pulling() || !m_world.underWay().isEmpty()) {
+    if (m_kuma->state().busy || m_kuma->state().setupBusy || m_kuma->state().pulling || !m_world.underWay().isEmpty()) {
         m_watch.violate(u"something is under way though everything was answered"_s);
     }
     if (!isOver()) {
@@ -179,16 +179,16 @@ void RandomSequence::restart() {
 
 void RandomSequence::requestOperation(void (KumaController::*request)()) {
     const bool wasOperating = m_watch.isOperating();
-    const std::optional<QString> before = m_kuma->busy();
+    const std::optional<QString> before = m_kuma->state().busy;
     const int operations = m_watch.operations();
     (m_kuma->*request)();
-    if (wasOperating && (m_watch.operations() != operations || m_kuma->busy() != before)) {
+    if (wasOperating && (m_watch.operations() != operations || m_kuma->state().busy != before)) {
         m_watch.violate(u"a second operation begins beside the first"_s);
     }
     if (!wasOperating && m_watch.operations() != operations + 1) {
         m_watch.violate(u"a request is dropped though nothing is under way"_s);
     }
-    if (!wasOperating && m_kuma->busy() && (m_kuma->error() || m_kuma->suggestedPort())) {
+    if (!wasOperating && m_kuma->state().busy && (m_kuma->state().error || m_kuma->state().suggestedPort)) {
         m_watch.violate(u"an operation begins with the error of the last"_s);
     }
 }
@@ -240,13 +240,13 @@ void RandomSequence::startRuntime() {
 }
 
 void RandomSequence::requestSetup(void (KumaController::*request)()) {
-    const bool wasSettingUp = m_watch.setup().isUnderWay() || m_kuma->setupBusy();
-    const QString log = m_kuma->setupLog();
-    const std::optional<OpError> error = m_kuma->error();
+    const bool wasSettingUp = m_watch.setup().isUnderWay() || m_kuma->state().setupBusy;
+    const QString log = m_kuma->state().setupLog;
+    const std::optional<OpError> error = m_kuma->state().error;
     m_watch.setup().willRequest();
     (m_kuma->*request)();
     m_watch.setup().didRequest();
-    if (wasSettingUp && (m_kuma->setupLog() != log || m_kuma->error() != error)) {
+    if (wasSettingUp && (m_kuma->state().setupLog != log || m_kuma->state().error != error)) {
         m_watch.violate(u"a second setup begins beside the first"_s);
     }
 }
@@ -291,7 +291,7 @@ void RandomSequence::longPause() {
 
 void RandomSequence::changeSlug() {
     m_kuma->setSlug(oneOf({u"home"_s, u" Home "_s, u"other"_s, QString(), u"  "_s, u"a/b"_s}));
-    note(m_kuma->slug());
+    note(m_kuma->state().slug);
     m_watch.didChangeSlug();
 }
 
@@ -307,7 +307,7 @@ void RandomSequence::changeTag() {
 
 void RandomSequence::changeOverride() {
     m_kuma->setDockerOverride(oneOf({QString(), u"/mine/docker"_s, u"/nowhere/docker"_s}));
-    if (m_kuma->dockerPath() || m_kuma->composeAvailable()) {
+    if (m_kuma->state().dockerPath || m_kuma->state().composeAvailable) {
         m_watch.violate(u"a new override keeps what was known of the old tool"_s);
     }
 }

@@ -54,8 +54,8 @@ public:
         return results.size() == 1 ? results.first() : CommandResult{.output = u"not run once"_s};
     }
 
-    QString message() { return controller().error() ? controller().error()->message : QString(); }
-    QString details() { return controller().error() ? controller().error()->details : QString(); }
+    QString message() { return controller().state().error ? controller().state().error->message : QString(); }
+    QString details() { return controller().state().error ? controller().state().error->details : QString(); }
 };
 
 } // namespace orvanel::test

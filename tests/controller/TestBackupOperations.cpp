@@ -30,11 +30,11 @@ private Q_SLOTS:
         QCOMPARE(panel.message, u"A name ending in .zip makes a zip file; otherwise a folder is created. "
                                 "Uptime Kuma keeps running."_s);
         QCOMPARE(panel.proposedName, u"Uptime Kuma backup 2026-01-02-030405.zip"_s);
-        QVERIFY(!kuma.busy());
+        QVERIFY(!kuma.state().busy);
         choosePath(world, std::nullopt);
         kuma.backUpNow();
         choosePath(world, QString());
-        QVERIFY(!kuma.busy());
+        QVERIFY(!kuma.state().busy);
         QVERIFY(world.backups.jobs.isEmpty());
         QVERIFY(world.everythingEnds());
     }
@@ -45,23 +45,23 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         world.backups.holds = true;
         backUpTo(world, zip);
-        QCOMPARE(kuma.busy(), backingUp);
+        QCOMPARE(kuma.state().busy, backingUp);
         QCOMPARE(world.backups.jobs.size(), 1);
         QCOMPARE(world.backups.jobs.first().arguments, (QStringList{kuma.dataDir(), zip}));
         QVERIFY(world.desktop.revealed.isEmpty());
         // It cannot be cancelled.
         kuma.cancelOperation();
         world.settle();
-        QCOMPARE(kuma.busy(), backingUp);
+        QCOMPARE(kuma.state().busy, backingUp);
         bool wasBusyWhenShown = true;
         QObject::connect(&kuma, &KumaController::changed, &kuma,
                          [&] { wasBusyWhenShown = !world.desktop.revealed.isEmpty(); });
         world.backups.letGo();
         QVERIFY(world.everythingEnds());
-        QVERIFY(!kuma.busy());
+        QVERIFY(!kuma.state().busy);
         QVERIFY(!wasBusyWhenShown);
         QCOMPARE(world.desktop.revealed, QStringList(zip));
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY2(world.takeCommands().isEmpty(), "Uptime Kuma is left alone");
     }
 
@@ -74,10 +74,10 @@ private Q_SLOTS:
         world.removeContainer();
         world.advance(30s);
         QVERIFY(world.takeCommands().isEmpty());
-        QVERIFY(world.controller().kuma() == KumaState::running);
+        QVERIFY(world.controller().state().kuma == KumaState::running);
         world.backups.letGo();
         world.advance(3s);
-        QVERIFY(world.controller().kuma() == KumaState::stopped);
+        QVERIFY(world.controller().state().kuma == KumaState::stopped);
     }
 
     void backupThatFailsIsTold() {
@@ -85,8 +85,8 @@ private Q_SLOTS:
         world.backups.failure = u"There is no data folder yet. Start Uptime Kuma once first."_s;
         backUpTo(world, zip);
         QVERIFY(world.everythingEnds());
-        QCOMPARE(world.controller().error(), (OpError{u"The backup failed."_s, *world.backups.failure}));
-        QVERIFY(!world.controller().busy());
+        QCOMPARE(world.controller().state().error, (OpError{u"The backup failed."_s, *world.backups.failure}));
+        QVERIFY(!world.controller().state().busy);
         QVERIFY(world.desktop.revealed.isEmpty());
     }
 
@@ -94,11 +94,11 @@ private Q_SLOTS:
         ControllerFixture world;
         world.loginItem.failure = u"No room."_s;
         world.controller().setLaunchAtLogin(true);
-        const auto before = world.controller().error();
+        const auto before = world.controller().state().error;
         QVERIFY(before);
         backUpTo(world, zip);
         QVERIFY(world.everythingEnds());
-        QCOMPARE(world.controller().error(), before);
+        QCOMPARE(world.controller().state().error, before);
     }
 
     void databaseThatDidNotPassIsToldAndTheBackupShown() {
@@ -106,9 +106,10 @@ private Q_SLOTS:
         world.backups.databaseProblem = u"row 7 missing from index"_s;
         backUpTo(world, zip);
         QVERIFY(world.everythingEnds());
-        QCOMPARE(world.controller().error(), (OpError{u"The backup was made, but its database did not pass a check."_s,
-                                                      u"row 7 missing from index"_s}));
-        QVERIFY(!world.controller().busy());
+        QCOMPARE(
+            world.controller().state().error,
+            (OpError{u"The backup was made, but its database did not pass a check."_s, u"row 7 missing from index"_s}));
+        QVERIFY(!world.controller().state().busy);
         QCOMPARE(world.desktop.revealed, QStringList(zip));
     }
 
@@ -134,12 +135,12 @@ private Q_SLOTS:
         QCOMPARE(world.backups.jobs.size(), 1);
         world.backups.jobs.first().go.complete(true);
         world.settle();
-        QCOMPARE(kuma.busy(), backingUp);
+        QCOMPARE(kuma.state().busy, backingUp);
         QCOMPARE(world.desktop.revealed.size(), 1);
         QCOMPARE(world.backups.jobs.size(), 2);
         world.backups.letGo();
         QVERIFY(world.everythingEnds());
-        QVERIFY(!kuma.busy());
+        QVERIFY(!kuma.state().busy);
         QCOMPARE(world.desktop.revealed.size(), 2);
     }
 
@@ -151,14 +152,14 @@ private Q_SLOTS:
         kuma.stop();
         world.backups.holds = true;
         backUpTo(world, zip);
-        QCOMPARE(kuma.busy(), backingUp);
+        QCOMPARE(kuma.state().busy, backingUp);
         world.backups.letGo();
         world.settle();
-        QCOMPARE(kuma.busy(), u"Stopping…"_s);
+        QCOMPARE(kuma.state().busy, u"Stopping…"_s);
         QCOMPARE(world.desktop.revealed, QStringList(zip));
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(!kuma.state().error);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
     }
 
     void operationThatEndsBesideABackupLooksAndLeavesItsWords() {
@@ -168,13 +169,13 @@ private Q_SLOTS:
         world.backups.holds = true;
         backUpTo(world, zip);
         kuma.stop();
-        QCOMPARE(kuma.busy(), u"Stopping…"_s);
+        QCOMPARE(kuma.state().busy, u"Stopping…"_s);
         world.settle();
-        QVERIFY(kuma.kuma() == KumaState::stopped);
-        QCOMPARE(kuma.busy(), backingUp);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
+        QCOMPARE(kuma.state().busy, backingUp);
         world.backups.letGo();
         world.settle();
-        QVERIFY(!kuma.busy());
+        QVERIFY(!kuma.state().busy);
     }
 
     void workOnTheDataWaitsForABackup_data() {
@@ -203,7 +204,7 @@ private Q_SLOTS:
             kuma.removeEverything();
             confirm(world);
         }
-        QVERIFY(kuma.busy() && kuma.busy() != backingUp);
+        QVERIFY(kuma.state().busy && kuma.state().busy != backingUp);
         world.advance(60s);
         QCOMPARE(world.backups.jobs.size(), 1);
         QVERIFY(QFileInfo::exists(kuma.dataDir() + u"/kuma.db"_s));
@@ -214,7 +215,7 @@ private Q_SLOTS:
         };
         world.backups.letGo();
         QVERIFY(world.everythingEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QCOMPARE(world.backups.jobs.size(), work == u"removal" ? 1 : 2);
         QCOMPARE(QFileInfo::exists(kuma.dataDir()), work != u"removal");
     }
@@ -233,7 +234,7 @@ private Q_SLOTS:
         world.home.write(u".local/share/Orvanel"_s, "in the way");
         KumaController& kuma = world.controller();
         kuma.revealDataFolder();
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QCOMPARE(world.desktop.revealed, QStringList(kuma.dataDir()));
     }
 };

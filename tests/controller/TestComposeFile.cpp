@@ -23,7 +23,7 @@ QByteArray contentOf(const QString& path) {
 }
 
 QByteArray expectedText(const KumaController& kuma) {
-    return composeText(kuma.imageTag(), kuma.port()).toUtf8();
+    return composeText(kuma.state().imageTag, kuma.state().port).toUtf8();
 }
 
 /// The same file, not only the same content: a file that replaced another has a number of its own.
@@ -129,7 +129,7 @@ private Q_SLOTS:
         world.home.write(u".local/share/Orvanel/docker-compose.yml"_s, "services:\n");
         for (const QFile::Permissions permissions : {QFile::Permissions(), QFile::Permissions(QFile::ReadOwner)}) {
             QVERIFY(QFile::setPermissions(kuma.composeURL(), permissions));
-            kuma.setPort(kuma.port() + 1);
+            kuma.setPort(kuma.state().port + 1);
             const std::optional<QString> failure = kuma.prepareFiles();
             QVERIFY2(!failure, qPrintable(failure.value_or(QString())));
             QCOMPARE(contentOf(kuma.composeURL()), expectedText(kuma));
@@ -142,10 +142,10 @@ private Q_SLOTS:
         world.home.write(u".local/share/Orvanel/docker-compose.yml/precious"_s, "precious");
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.error().has_value());
-        QCOMPARE(kuma.error()->message, u"Could not write the compose file."_s);
-        QVERIFY(kuma.error()->details.startsWith(kuma.composeURL() + u": "_s));
-        QVERIFY(kuma.error()->details.size() > kuma.composeURL().size() + 2);
+        QVERIFY(kuma.state().error.has_value());
+        QCOMPARE(kuma.state().error->message, u"Could not write the compose file."_s);
+        QVERIFY(kuma.state().error->details.startsWith(kuma.composeURL() + u": "_s));
+        QVERIFY(kuma.state().error->details.size() > kuma.composeURL().size() + 2);
         QCOMPARE(contentOf(kuma.composeURL() + u"/precious"_s), QByteArray("precious"));
         QCOMPARE(world.takeCommands().mid(0, 2), (QStringList{u"info"_s, u"inspect"_s}));
         QVERIFY(!world.docker().container);
@@ -160,9 +160,9 @@ private Q_SLOTS:
         QVERIFY(failure->startsWith(kuma.dataDir() + u": "_s));
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.error().has_value());
-        QCOMPARE(kuma.error()->message, u"Could not write the compose file."_s);
-        QCOMPARE(kuma.error()->details, *failure);
+        QVERIFY(kuma.state().error.has_value());
+        QCOMPARE(kuma.state().error->message, u"Could not write the compose file."_s);
+        QCOMPARE(kuma.state().error->details, *failure);
         QVERIFY(!world.takeCommands().contains(u"image inspect"_s));
         QCOMPARE(contentOf(world.home.path(u".local/share/Orvanel"_s)), QByteArray("a file"));
     }
@@ -197,7 +197,7 @@ private Q_SLOTS:
         world.hang("compose version", 1);
         kuma.start();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.composeAvailable(), std::optional(false));
+        QCOMPARE(kuma.state().composeAvailable, std::optional(false));
         const QStringList commands = world.takeCommands();
         QVERIFY(commands.contains(u"pull"_s) && commands.contains(u"run"_s));
         QCOMPARE(commands.count(u"compose version"_s), 1);
@@ -227,8 +227,8 @@ private Q_SLOTS:
         kuma.setPort(port);
         kuma.start();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.suggestedPort().value_or(0), offered);
-        QCOMPARE(kuma.error()->message, u"Port %1 is already in use by another program."_s.arg(port));
+        QCOMPARE(kuma.state().suggestedPort.value_or(0), offered);
+        QCOMPARE(kuma.state().error->message, u"Port %1 is already in use by another program."_s.arg(port));
     }
 
     void closingPortIsNotOffered() {
@@ -237,7 +237,7 @@ private Q_SLOTS:
         world.closingPorts = {3002};
         world.controller().start();
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().suggestedPort(), std::optional(3003));
+        QCOMPARE(world.controller().state().suggestedPort, std::optional(3003));
     }
 };
 

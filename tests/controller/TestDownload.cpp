@@ -26,14 +26,14 @@ private Q_SLOTS:
         bool isRight = true;
         int downloads = 0;
         QObject::connect(&kuma, &KumaController::changed, &kuma, [&] {
-            isRight = isRight && (!kuma.pulling() || kuma.busy() == downloading);
-            downloads += kuma.pulling() ? 1 : 0;
+            isRight = isRight && (!kuma.state().pulling || kuma.state().busy == downloading);
+            downloads += kuma.state().pulling ? 1 : 0;
         });
         kuma.start();
         QVERIFY(world.operationEnds());
         QVERIFY(isRight);
         QVERIFY(downloads > 0);
-        QVERIFY(!kuma.pulling());
+        QVERIFY(!kuma.state().pulling);
     }
 
     void failuresOfTheDownload_data() {
@@ -71,13 +71,13 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.error().has_value());
-        QTEST(kuma.error()->message, "message");
-        QCOMPARE(kuma.error()->details.isEmpty(), false);
+        QVERIFY(kuma.state().error.has_value());
+        QTEST(kuma.state().error->message, "message");
+        QCOMPARE(kuma.state().error->details.isEmpty(), false);
         if (trouble == "silent") {
-            QCOMPARE(kuma.error()->details, u"(no output)"_s);
+            QCOMPARE(kuma.state().error->details, u"(no output)"_s);
         }
-        QVERIFY(!kuma.pulling() && !kuma.suggestedPort());
+        QVERIFY(!kuma.state().pulling && !kuma.state().suggestedPort);
         QVERIFY(!world.docker().container);
         QVERIFY(!world.takeCommands().contains(u"compose up"_s));
     }
@@ -87,7 +87,7 @@ private Q_SLOTS:
         world.controller().cancelOperation();
         world.controller().start();
         QVERIFY(world.operationEnds());
-        QVERIFY(world.controller().kuma() == KumaState::running);
+        QVERIFY(world.controller().state().kuma == KumaState::running);
     }
 
     /// A cancel lets the command of the moment run to its end; what would come after it does not happen.
@@ -121,17 +121,17 @@ private Q_SLOTS:
         kuma.cancelOperation();
         world.settle();
         QCOMPARE(world.underWay(), QStringList(QString::fromLatin1(during)));
-        QVERIFY(kuma.busy().has_value());
+        QVERIFY(kuma.state().busy.has_value());
         QVERIFY(world.operationEnds());
         QTEST(world.takeCommands(), "commands");
-        QCOMPARE(kuma.error().has_value(), QTest::currentDataTag() != QByteArray("info"));
-        if (kuma.error()) {
-            QCOMPARE(*kuma.error(), (OpError{u"Cancelled."_s, QString()}));
+        QCOMPARE(kuma.state().error.has_value(), QTest::currentDataTag() != QByteArray("info"));
+        if (kuma.state().error) {
+            QCOMPARE(*kuma.state().error, (OpError{u"Cancelled."_s, QString()}));
         }
         // Nothing was downloaded: the command was not even started.
         QVERIFY(world.docker().images.empty());
         QVERIFY(!world.docker().container);
-        QVERIFY(kuma.pullLog().isEmpty());
+        QVERIFY(kuma.state().pullLog.isEmpty());
     }
 
     void cancelDuringTheImageProbeOfAPresentImageBringsNothingUp() {
@@ -144,7 +144,7 @@ private Q_SLOTS:
         kuma.cancelOperation();
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"info", "inspect", "image inspect", "inspect"}));
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(!world.docker().container);
     }
 
@@ -162,23 +162,23 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         world.advance(6s);
-        QVERIFY(kuma.pulling());
-        QCOMPARE(kuma.busy(), downloading);
-        QVERIFY(!kuma.pullLog().isEmpty());
+        QVERIFY(kuma.state().pulling);
+        QCOMPARE(kuma.state().busy, downloading);
+        QVERIFY(!kuma.state().pullLog.isEmpty());
         kuma.cancelOperation();
         world.settle();
-        QVERIFY(!kuma.pulling());
+        QVERIFY(!kuma.state().pulling);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, u"Cancelled."_s);
-        QVERIFY(!kuma.error()->details.isEmpty());
-        QVERIFY(kuma.error()->details.startsWith(kuma.pullLog()));
+        QCOMPARE(kuma.state().error->message, u"Cancelled."_s);
+        QVERIFY(!kuma.state().error->details.isEmpty());
+        QVERIFY(kuma.state().error->details.startsWith(kuma.state().pullLog));
         QVERIFY(world.docker().images.empty());
         QVERIFY(!world.docker().container);
         // The next start downloads from the beginning.
         kuma.start();
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void cancelAfterTheDownloadBringsNothingUp() {
@@ -189,12 +189,12 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         world.advance(1s);
-        QVERIFY(kuma.pulling());
+        QVERIFY(kuma.state().pulling);
         kuma.cancelOperation();
         world.settle();
-        QVERIFY(kuma.pulling());
+        QVERIFY(kuma.state().pulling);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{u"Cancelled."_s, u"Pulled"_s}));
+        QCOMPARE(kuma.state().error, (OpError{u"Cancelled."_s, u"Pulled"_s}));
         QVERIFY(!world.takeCommands().contains(u"compose up"_s));
     }
 
@@ -207,7 +207,7 @@ private Q_SLOTS:
         world.advance(1s);
         kuma.cancelOperation();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QCOMPARE(world.docker().container->state, std::string("running"));
     }
 
@@ -221,8 +221,8 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(!kuma.state().error);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void logOfTheDownloadIsLiveAndCapped() {
@@ -231,12 +231,12 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         world.advance(4s);
-        const QString early = kuma.pullLog();
+        const QString early = kuma.state().pullLog;
         QVERIFY(early.contains(u"Pulling"_s));
         world.advance(2s);
-        QVERIFY(kuma.pullLog().startsWith(early) && kuma.pullLog().size() > early.size());
+        QVERIFY(kuma.state().pullLog.startsWith(early) && kuma.state().pullLog.size() > early.size());
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.pullLog().contains(u"Pulled"_s));
+        QVERIFY(kuma.state().pullLog.contains(u"Pulled"_s));
 
         // The next download begins with an empty one.
         world.docker().images.clear();
@@ -249,8 +249,8 @@ private Q_SLOTS:
         world.docker().pullable.clear();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.pullLog().size(), qsizetype(20000));
-        QVERIFY(flood.endsWith(kuma.pullLog()));
+        QCOMPARE(kuma.state().pullLog.size(), qsizetype(20000));
+        QVERIFY(flood.endsWith(kuma.state().pullLog));
     }
 
     void shutdownEndsADownload() {
@@ -259,12 +259,12 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         world.advance(5s);
-        QVERIFY(kuma.pulling());
+        QVERIFY(kuma.state().pulling);
         kuma.shutdownPolling();
         world.settle();
-        QVERIFY(!kuma.pulling());
+        QVERIFY(!kuma.state().pulling);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, u"Cancelled."_s);
+        QCOMPARE(kuma.state().error->message, u"Cancelled."_s);
         QVERIFY(!world.docker().container);
     }
 };

@@ -115,12 +115,12 @@ private Q_SLOTS:
         QList<MonitorRow> shown;
         QObject::connect(&world.controller(), &KumaController::changed, this, [&] {
             if (world.notifier.posted.isEmpty()) {
-                shown = world.controller().monitors();
+                shown = world.controller().state().monitors;
             }
         });
         read(world, {monitor(5, 0)});
         QCOMPARE(shown, QList<MonitorRow>{monitor(5, 1)});
-        QCOMPARE(world.controller().monitors(), QList<MonitorRow>{monitor(5, 0)});
+        QCOMPARE(world.controller().state().monitors, QList<MonitorRow>{monitor(5, 0)});
     }
 
     void leaveIsAskedForAfterTheRows() {
@@ -128,7 +128,7 @@ private Q_SLOTS:
         QList<MonitorRow> shown;
         QObject::connect(&world.controller(), &KumaController::changed, this, [&] {
             if (world.notifier.authorizationRequests == 0) {
-                shown = world.controller().monitors();
+                shown = world.controller().state().monitors;
             }
         });
         read(world, {monitor(5, 1)});
@@ -180,7 +180,7 @@ private Q_SLOTS:
         world.page.status = statusPage({monitor(5, 0)});
         world.restartProgram().begin();
         world.settle();
-        QCOMPARE(world.controller().monitors().size(), 1);
+        QCOMPARE(world.controller().state().monitors.size(), 1);
         QVERIFY(world.notifier.posted.isEmpty());
         QCOMPARE(world.notifier.authorizationRequests, 2);
     }

@@ -19,8 +19,8 @@ private Q_SLOTS:
         world.installedDocker = std::nullopt;
         world.controller().begin();
         world.settle();
-        QVERIFY(world.controller().dockerState() == DockerState::missing);
-        QVERIFY(world.controller().kuma() == KumaState::stopped);
+        QVERIFY(world.controller().state().dockerState == DockerState::missing);
+        QVERIFY(world.controller().state().kuma == KumaState::stopped);
         QVERIFY(world.commands().isEmpty());
         QVERIFY(world.page.questions.isEmpty());
         QCOMPARE(world.toolSearches, names({"brew", "colima"}));
@@ -36,10 +36,10 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, "A poll ended with an error: out of luck");
         world.controller().begin();
         world.settle();
-        QVERIFY(world.controller().dockerState() == DockerState::notRunning);
+        QVERIFY(world.controller().state().dockerState == DockerState::notRunning);
         world.runner = usual;
         world.advance(3s);
-        QVERIFY(world.controller().dockerState() == DockerState::ready);
+        QVERIFY(world.controller().state().dockerState == DockerState::ready);
     }
 
     void toolsAreNoticedWithinOnePeriod() {
@@ -48,18 +48,18 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.begin();
         world.settle();
-        QVERIFY(!kuma.brewPath() && !kuma.colimaPath());
+        QVERIFY(!kuma.state().brewPath && !kuma.state().colimaPath);
         world.installedTools = {{u"brew"_s, u"/b/brew"_s}, {u"colima"_s, u"/c/colima"_s}};
         world.installedDocker = u"/new/docker"_s;
         world.advance(3s);
-        QCOMPARE(kuma.brewPath(), std::optional(u"/b/brew"_s));
-        QCOMPARE(kuma.colimaPath(), std::optional(u"/c/colima"_s));
-        QCOMPARE(kuma.dockerPath(), std::optional(u"/new/docker"_s));
-        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QCOMPARE(kuma.state().brewPath, std::optional(u"/b/brew"_s));
+        QCOMPARE(kuma.state().colimaPath, std::optional(u"/c/colima"_s));
+        QCOMPARE(kuma.state().dockerPath, std::optional(u"/new/docker"_s));
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
         QCOMPARE(world.commands().first().path, u"/new/docker"_s);
         world.installedTools.clear();
         world.advance(3s);
-        QVERIFY(!kuma.brewPath() && !kuma.colimaPath());
+        QVERIFY(!kuma.state().brewPath && !kuma.state().colimaPath);
     }
 
     void dockerIsSearchedForOnlyWhileItIsNotKnown() {
@@ -126,12 +126,12 @@ private Q_SLOTS:
         world.settle();
         kuma.setPort(4000);
         kuma.setDockerOverride(u"/mine/docker"_s);
-        QCOMPARE(kuma.port(), 4000);
+        QCOMPARE(kuma.state().port, 4000);
         kuma.start();
-        QVERIFY(kuma.busy().has_value());
+        QVERIFY(kuma.state().busy.has_value());
         kuma.cancelOperation();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
     }
 
     void busyProgramIsLeftAlone() {
@@ -148,12 +148,12 @@ private Q_SLOTS:
         world.advance(9s);
         world.delay("compose stop", 50s);
         world.advance(40s);
-        QVERIFY(kuma.busy().has_value());
-        QVERIFY(!kuma.brewPath());
+        QVERIFY(kuma.state().busy.has_value());
+        QVERIFY(!kuma.state().brewPath);
         QVERIFY(world.toolSearches.isEmpty());
         QCOMPARE(world.dockerSearches, searches);
         QCOMPARE(world.page.reads.size(), 1);
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.state().kuma == KumaState::running);
         for (const QString& command : world.takeCommands()) {
             QVERIFY(command == u"inspect" || command == u"compose stop");
         }
@@ -165,8 +165,8 @@ private Q_SLOTS:
         kuma.setDockerOverride(u"/nowhere/docker"_s);
         kuma.begin();
         world.settle();
-        QCOMPARE(kuma.dockerPath(), std::optional(u"/opt/bin/docker"_s));
-        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QCOMPARE(kuma.state().dockerPath, std::optional(u"/opt/bin/docker"_s));
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
     }
 
     void recheckForgetsAndLooksAgain() {
@@ -177,16 +177,16 @@ private Q_SLOTS:
         world.installedDocker = u"/new/docker"_s;
         world.delay("inspect", 2s);
         kuma.recheck();
-        QVERIFY(kuma.dockerState() == DockerState::unknown);
-        QVERIFY(!kuma.dockerPath());
+        QVERIFY(kuma.state().dockerState == DockerState::unknown);
+        QVERIFY(!kuma.state().dockerPath);
         QCOMPARE(kuma.statusLine(), u"Checking Docker…"_s);
         world.settle();
-        QVERIFY(kuma.dockerState() == DockerState::notRunning);
-        QCOMPARE(kuma.dockerPath(), std::optional(u"/new/docker"_s));
+        QVERIFY(kuma.state().dockerState == DockerState::notRunning);
+        QCOMPARE(kuma.state().dockerPath, std::optional(u"/new/docker"_s));
         QCOMPARE(world.takeCommands(), names({"inspect"}));
         world.advance(2s);
-        QVERIFY(kuma.dockerState() == DockerState::ready);
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void recheckWorksWithoutTheLoopAndKeepsTheLoop() {
@@ -194,7 +194,7 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.recheck();
         world.settle();
-        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
         QVERIFY(kuma.isIdle());
         world.advance(60s);
         QCOMPARE(world.takeCommands(), names({"inspect", "compose version"}));
@@ -215,9 +215,9 @@ private Q_SLOTS:
         world.settle();
         QCOMPARE(world.underWay(), names({"inspect", "inspect"}));
         world.advance(2s);
-        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
         world.advance(3s);
-        QVERIFY(kuma.dockerState() == DockerState::notRunning);
+        QVERIFY(kuma.state().dockerState == DockerState::notRunning);
     }
 
     void recheckDuringAnOperationWaitsForItsEnd() {
@@ -229,13 +229,13 @@ private Q_SLOTS:
         world.settle();
         kuma.recheck();
         world.settle();
-        QVERIFY(kuma.dockerState() == DockerState::unknown);
-        QVERIFY(!kuma.dockerPath());
+        QVERIFY(kuma.state().dockerState == DockerState::unknown);
+        QVERIFY(!kuma.state().dockerPath);
         QCOMPARE(kuma.statusLine(), u"Stopping…"_s);
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.dockerState() == DockerState::ready);
-        QVERIFY(kuma.kuma() == KumaState::stopped);
-        QVERIFY(!kuma.error());
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
+        QVERIFY(!kuma.state().error);
     }
 
     void shutdownEndsTheLoop() {
@@ -257,7 +257,7 @@ private Q_SLOTS:
         world.controller().shutdownPolling();
         world.controller().begin();
         world.settle();
-        QVERIFY(world.controller().dockerState() == DockerState::ready);
+        QVERIFY(world.controller().state().dockerState == DockerState::ready);
     }
 
     void shutdownDuringAProbeDropsItsResult() {
@@ -270,8 +270,8 @@ private Q_SLOTS:
         kuma.shutdownPolling();
         world.advance(5s);
         QVERIFY(kuma.isIdle());
-        QVERIFY(kuma.dockerState() == DockerState::ready);
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
+        QVERIFY(kuma.state().kuma == KumaState::running);
         // Nor does it go on to the status page.
         QCOMPARE(world.page.reads.size(), 0);
     }
@@ -314,10 +314,10 @@ private Q_SLOTS:
         kuma.stop();
         world.settle();
         kuma.shutdownPolling();
-        QVERIFY(kuma.busy().has_value());
+        QVERIFY(kuma.state().busy.has_value());
         QVERIFY(world.operationEnds());
         QCOMPARE(world.docker().container->state, std::string("exited"));
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
         world.settle();
         QVERIFY(kuma.isIdle());
     }

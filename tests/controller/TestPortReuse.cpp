@@ -186,9 +186,9 @@ private Q_SLOTS:
         kuma.restart();
         QVERIFY(world.operationEnds());
         QVERIFY(wasClosing); // or this test shows nothing
-        QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).message));
+        QVERIFY2(!kuma.state().error, qPrintable(kuma.state().error.value_or(OpError()).message));
         QVERIFY(published.isListening());
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void stopThenStart_data() { addBrowsers(); }
@@ -204,12 +204,12 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.stop();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(hasStopped && !published.isListening());
         QVERIFY(!DockerCLI::isPortFree(published.port()));
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).message));
+        QVERIFY2(!kuma.state().error, qPrintable(kuma.state().error.value_or(OpError()).message));
         QVERIFY(published.isListening());
     }
 
@@ -228,17 +228,17 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QVERIFY(other.get() >= 0);
         const auto sentence = u"Port %1 is already in use by another program."_s.arg(published.port());
-        QVERIFY(kuma.error().has_value());
-        QCOMPARE(kuma.error()->message, sentence);
-        QVERIFY(kuma.kuma() == KumaState::stopped);
-        const std::optional<int> suggested = kuma.suggestedPort();
+        QVERIFY(kuma.state().error.has_value());
+        QCOMPARE(kuma.state().error->message, sentence);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
+        const std::optional<int> suggested = kuma.state().suggestedPort;
         QVERIFY(suggested && *suggested >= 3002 && *suggested <= 3010);
         QVERIFY(DockerCLI::isPortFree(*suggested));
         // Where the user takes the suggestion, or the other program goes, the next start succeeds.
         other.close();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error() && !kuma.suggestedPort());
+        QVERIFY(!kuma.state().error && !kuma.state().suggestedPort);
     }
 
     void anotherProgramOnAllAddressesIsNoticed() {
@@ -256,9 +256,9 @@ private Q_SLOTS:
         kuma.setPort(portOf(other.get()));
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.error().has_value());
-        QVERIFY(kuma.error()->message.endsWith(u"is already in use by another program."_s));
-        QVERIFY(kuma.suggestedPort().has_value());
+        QVERIFY(kuma.state().error.has_value());
+        QVERIFY(kuma.state().error->message.endsWith(u"is already in use by another program."_s));
+        QVERIFY(kuma.state().suggestedPort.has_value());
     }
 };
 

@@ -15,7 +15,7 @@ const auto restartLoop = u"Uptime Kuma keeps restarting. Open the logs to see wh
 OpError raiseOtherError(ControllerFixture& world) {
     world.loginItem.failure = u"No room."_s;
     world.controller().setLaunchAtLogin(true);
-    return world.controller().error().value();
+    return world.controller().state().error.value();
 }
 
 } // namespace
@@ -29,16 +29,16 @@ private Q_SLOTS:
         ControllerFixture world;
         world.delay("inspect", 5s);
         KumaController& kuma = world.controller();
-        QVERIFY(kuma.dockerState() == DockerState::unknown);
+        QVERIFY(kuma.state().dockerState == DockerState::unknown);
         kuma.begin();
         world.settle();
-        QVERIFY(kuma.dockerState() == DockerState::notRunning);
+        QVERIFY(kuma.state().dockerState == DockerState::notRunning);
         world.advance(5s);
-        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
         // Known once, it is left alone during the next probe.
         world.advance(4s);
         QCOMPARE(world.underWay(), names({"inspect"}));
-        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
     }
 
     void whatAProbeMeans_data() {
@@ -107,14 +107,14 @@ private Q_SLOTS:
             world.page.answers = pageAnswers;
             world.answer("inspect", exitCode, output);
             world.advance(3s);
-            QTEST(int(controller.dockerState()), "dockerState");
-            QTEST(int(controller.kuma()), "kuma");
+            QTEST(int(controller.state().dockerState), "dockerState");
+            QTEST(int(controller.state().kuma), "kuma");
             QCOMPARE(world.page.questions.size(), asksThePage ? 1 : 0);
             QVERIFY(!asksThePage || world.page.questions.first().port == 4567);
             if (kuma == int(KumaState::error)) {
-                QCOMPARE(controller.error(), (OpError{restartLoop, u"restarting"_s}));
+                QCOMPARE(controller.state().error, (OpError{restartLoop, u"restarting"_s}));
             } else {
-                QCOMPARE(controller.error(), other);
+                QCOMPARE(controller.state().error, other);
             }
         }
     }
@@ -124,20 +124,20 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.begin();
         world.settle();
-        QCOMPARE(kuma.runtimeDetails(), QString());
+        QCOMPARE(kuma.state().runtimeDetails, QString());
         const auto refusal = u"\npermission denied while trying to connect to the Docker daemon socket"_s;
         world.answer("inspect", 1, refusal);
         world.advance(3s);
-        QVERIFY(kuma.dockerState() == DockerState::notRunning);
-        QCOMPARE(kuma.runtimeDetails(), refusal);
+        QVERIFY(kuma.state().dockerState == DockerState::notRunning);
+        QCOMPARE(kuma.state().runtimeDetails, refusal);
         // A probe that tells nothing new takes nothing back.
         world.answerAsUsual();
         world.hang("inspect", 1);
         world.advance(13s);
-        QCOMPARE(kuma.runtimeDetails(), refusal);
+        QCOMPARE(kuma.state().runtimeDetails, refusal);
         world.advance(3s);
-        QVERIFY(kuma.dockerState() == DockerState::ready);
-        QCOMPARE(kuma.runtimeDetails(), QString());
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
+        QCOMPARE(kuma.state().runtimeDetails, QString());
     }
 
     void whatARefusingRuntimeSaysIsForgottenAtARecheck() {
@@ -147,14 +147,14 @@ private Q_SLOTS:
         kuma.start();
         world.hang("inspect", 1);
         world.settle();
-        QVERIFY(kuma.dockerState() == DockerState::notRunning);
-        QCOMPARE(kuma.runtimeDetails(), u"Server:\nERROR: no"_s);
+        QVERIFY(kuma.state().dockerState == DockerState::notRunning);
+        QCOMPARE(kuma.state().runtimeDetails, u"Server:\nERROR: no"_s);
         kuma.recheck();
-        QCOMPARE(kuma.runtimeDetails(), QString());
+        QCOMPARE(kuma.state().runtimeDetails, QString());
         world.installedDocker.reset();
         QVERIFY(world.everythingEnds());
-        QVERIFY(kuma.dockerState() == DockerState::missing);
-        QCOMPARE(kuma.runtimeDetails(), QString());
+        QVERIFY(kuma.state().dockerState == DockerState::missing);
+        QCOMPARE(kuma.state().runtimeDetails, QString());
     }
 
     void probeThatComesTooLateChangesNothing_data() {
@@ -179,16 +179,16 @@ private Q_SLOTS:
         QCOMPARE(world.underWay(), names({"inspect"}));
         world.advance(1ms);
         QVERIFY(world.commands().last().result && world.commands().last().result->timedOut);
-        QVERIFY(kuma.dockerState() == (runs ? DockerState::ready : DockerState::notRunning));
-        QVERIFY(kuma.kuma() == (runs ? KumaState::running : KumaState::stopped));
+        QVERIFY(kuma.state().dockerState == (runs ? DockerState::ready : DockerState::notRunning));
+        QVERIFY(kuma.state().kuma == (runs ? KumaState::running : KumaState::stopped));
         // It goes on asking, and believes the first answer.
         world.docker().daemon = standin::Daemon::down;
         world.advance(20s);
-        QVERIFY(kuma.dockerState() == DockerState::notRunning);
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(kuma.state().dockerState == DockerState::notRunning);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
         world.docker().daemon = standin::Daemon::up;
         world.advance(3s);
-        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
     }
 
     void outputEndingInSuccessButTooLateIsDropped() {
@@ -201,8 +201,8 @@ private Q_SLOTS:
         world.advance(12s);
         QVERIFY(world.commands().first().result->timedOut);
         QCOMPARE(world.commands().first().result->status, 0);
-        QVERIFY(kuma.dockerState() == DockerState::notRunning);
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(kuma.state().dockerState == DockerState::notRunning);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
     }
 
     void restartLoopIsToldAndForgottenWhenThePageAnswers() {
@@ -211,23 +211,23 @@ private Q_SLOTS:
         const KumaController& kuma = world.controller();
         world.docker().container->state = "restarting";
         world.advance(3s);
-        QVERIFY(kuma.kuma() == KumaState::error);
-        QCOMPARE(kuma.error(), (OpError{restartLoop, u"restarting"_s}));
+        QVERIFY(kuma.state().kuma == KumaState::error);
+        QCOMPARE(kuma.state().error, (OpError{restartLoop, u"restarting"_s}));
         QCOMPARE(kuma.statusLine(), u"Uptime Kuma has a problem"_s);
         // Running again, but silent: nobody knows yet.
         world.page.answers = false;
         world.docker().container->state = "running";
         world.advance(3s);
-        QVERIFY(kuma.kuma() == KumaState::starting);
-        QVERIFY(kuma.error().has_value());
+        QVERIFY(kuma.state().kuma == KumaState::starting);
+        QVERIFY(kuma.state().error.has_value());
         world.docker().container->state = "exited";
         world.advance(3s);
-        QVERIFY(kuma.error().has_value());
+        QVERIFY(kuma.state().error.has_value());
         world.docker().container->state = "running";
         world.page.answers = true;
         world.advance(3s);
-        QVERIFY(kuma.kuma() == KumaState::running);
-        QVERIFY(!kuma.error());
+        QVERIFY(kuma.state().kuma == KumaState::running);
+        QVERIFY(!kuma.state().error);
     }
 
     void restartLoopTakesThePlaceOfAnyOtherError() {
@@ -236,7 +236,7 @@ private Q_SLOTS:
         raiseOtherError(world);
         world.docker().container->state = "restarting";
         world.advance(3s);
-        QCOMPARE(world.controller().error()->message, restartLoop);
+        QCOMPARE(world.controller().state().error->message, restartLoop);
     }
 
     void operationDropsAProbeUnderWay() {
@@ -250,10 +250,10 @@ private Q_SLOTS:
         world.delay("info", 12s);
         kuma.start();
         world.advance(6s);
-        QVERIFY(kuma.busy().has_value());
-        QVERIFY(kuma.dockerState() == DockerState::ready); // the probe's bad news came too late
+        QVERIFY(kuma.state().busy.has_value());
+        QVERIFY(kuma.state().dockerState == DockerState::ready); // the probe's bad news came too late
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void operationThatBeganAndEndedMeanwhileDropsAProbeToo() {
@@ -263,13 +263,13 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         kuma.begin();
         world.settle();
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.state().kuma == KumaState::running);
         // Asked before the stop, and told long after it.
         world.answer("inspect", 0, u"running"_s, 1, 8s);
         world.advance(3s);
         kuma.stop();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
         QCOMPARE(world.docker().container->state, std::string("exited"));
     }
 
@@ -287,9 +287,9 @@ private Q_SLOTS:
         world.takeCommands();
         world.page.letGo();
         world.settle();
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
         QCOMPARE(world.takeCommands(), QStringList()); // and the look ends there
-        QVERIFY(!kuma.composeAvailable());
+        QVERIFY(!kuma.state().composeAvailable);
     }
 
     void operationThatBeganAndEndedMeanwhileDropsAnAnswerOfThePageToo() {
@@ -302,10 +302,10 @@ private Q_SLOTS:
         world.settle();
         kuma.stop();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
         world.page.letGo();
         world.settle();
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
     }
 
     void composeIsProbedOnceAndOnlyWhenARuntimeAnswers() {
@@ -314,11 +314,11 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.begin();
         world.advance(9s);
-        QVERIFY(!kuma.composeAvailable());
+        QVERIFY(!kuma.state().composeAvailable);
         QVERIFY(!world.takeCommands().contains(u"compose version"_s));
         world.docker().daemon = standin::Daemon::up;
         world.advance(30s);
-        QCOMPARE(kuma.composeAvailable(), std::optional(true));
+        QCOMPARE(kuma.state().composeAvailable, std::optional(true));
         QCOMPARE(world.takeCommands().count(u"compose version"_s), 1);
     }
 
@@ -338,7 +338,7 @@ private Q_SLOTS:
         }
         world.controller().begin();
         world.advance(60s);
-        QCOMPARE(world.controller().composeAvailable(), std::optional(false));
+        QCOMPARE(world.controller().state().composeAvailable, std::optional(false));
         QCOMPARE(world.takeCommands().count(u"compose version"_s), 1);
     }
 
@@ -352,8 +352,8 @@ private Q_SLOTS:
         kuma.removeEverything();
         world.dialogs.answerAll(true);
         world.advance(5s);
-        QVERIFY(kuma.busy().has_value());
-        QCOMPARE(kuma.composeAvailable(), std::optional(true));
+        QVERIFY(kuma.state().busy.has_value());
+        QCOMPARE(kuma.state().composeAvailable, std::optional(true));
     }
 
     void answersOfAToolThatWasReplacedAreDropped() {
@@ -366,11 +366,11 @@ private Q_SLOTS:
         world.advance(3s);
         kuma.setDockerOverride(u"/mine/docker"_s);
         world.advance(5s);
-        QVERIFY(kuma.dockerState() == DockerState::ready); // not what the old tool says at last
-        QVERIFY(!kuma.composeAvailable());
+        QVERIFY(kuma.state().dockerState == DockerState::ready); // not what the old tool says at last
+        QVERIFY(!kuma.state().composeAvailable);
         world.advance(3s);
-        QCOMPARE(kuma.dockerPath(), std::optional(u"/mine/docker"_s));
-        QCOMPARE(kuma.composeAvailable(), std::optional(true));
+        QCOMPARE(kuma.state().dockerPath, std::optional(u"/mine/docker"_s));
+        QCOMPARE(kuma.state().composeAvailable, std::optional(true));
         QCOMPARE(world.commands().last().path, u"/mine/docker"_s);
     }
 
@@ -385,9 +385,9 @@ private Q_SLOTS:
         kuma.setDockerOverride(u"/mine/docker"_s);
         kuma.recheck();
         world.settle();
-        QCOMPARE(kuma.composeAvailable(), std::optional(true));
+        QCOMPARE(kuma.state().composeAvailable, std::optional(true));
         world.advance(5s);
-        QCOMPARE(kuma.composeAvailable(), std::optional(true));
+        QCOMPARE(kuma.state().composeAvailable, std::optional(true));
     }
 };
 

@@ -13,7 +13,7 @@ namespace {
 /// As the shell does it for a user who wants the container stopped at the end.
 QCoro::Task<void> quit(KumaController* kuma) {
     kuma->shutdownPolling();
-    const QString docker = kuma->dockerPath().value();
+    const QString docker = kuma->state().dockerPath.value();
     co_await kuma->bringUpEnd();
     const CommandResult result = co_await kuma->runStop(docker);
     Q_UNUSED(result)
@@ -60,9 +60,9 @@ private Q_SLOTS:
         QCOMPARE(storedTag(world), oldTag);
 
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error()->message, u"Cancelled."_s);
+        QCOMPARE(world.controller().state().error->message, u"Cancelled."_s);
         verifyUntouched(world);
-        QCOMPARE(world.restartProgram().imageTag(), oldTag);
+        QCOMPARE(world.restartProgram().state().imageTag, oldTag);
     }
 
     void duringTheProbeBeforeTheDownloadOfAnUpdate() {
@@ -97,13 +97,13 @@ private Q_SLOTS:
         prepareUpdate(world);
         QStringList tags;
         const KumaController& kuma = world.controller();
-        QObject::connect(&kuma, &KumaController::changed, &kuma, [&] { tags.append(kuma.imageTag()); });
+        QObject::connect(&kuma, &KumaController::changed, &kuma, [&] { tags.append(kuma.state().imageTag); });
         world.backups.holds = true;
         confirmUpdate(world);
         world.controller().shutdownPolling();
         world.backups.letGo();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{u"Cancelled."_s, QString()}));
+        QCOMPARE(kuma.state().error, (OpError{u"Cancelled."_s, QString()}));
         verifyUntouched(world);
         // Not for a moment, which might be the program's last one.
         QVERIFY(!tags.isEmpty() && !tags.contains(newTag));
@@ -140,7 +140,7 @@ private Q_SLOTS:
         }
         world.delay(qPrintable(stage), 10s, 1);
         requestOperation(world, operation);
-        QVERIFY(kuma.busy());
+        QVERIFY(kuma.state().busy);
         QVERIFY(world.backups.holds ? world.backups.underWay == 1 : world.underWay() == QStringList(stage));
 
         TaskScope tasks;
@@ -151,7 +151,7 @@ private Q_SLOTS:
         world.backups.letGo();
         QVERIFY(world.operationEnds());
         QVERIFY(!world.docker().container || world.docker().container->state == "exited");
-        QCOMPARE(kuma.error()->message, u"Cancelled."_s);
+        QCOMPARE(kuma.state().error->message, u"Cancelled."_s);
     }
 
     void nothingIsDownloaded() {
@@ -167,7 +167,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QVERIFY(world.docker().images.empty());
         QCOMPARE(world.docker().container->state, std::string("exited"));
-        QCOMPARE(kuma.error()->message, u"Cancelled."_s);
+        QCOMPARE(kuma.state().error->message, u"Cancelled."_s);
     }
 
     void pollingThatBeginsAnewBringsUpAgain() {
@@ -177,7 +177,7 @@ private Q_SLOTS:
         kuma.begin();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QCOMPARE(world.docker().container->state, std::string("running"));
     }
 
@@ -187,7 +187,7 @@ private Q_SLOTS:
         world.delay("inspect", 5s, 1);
         confirmUpdate(world);
         world.advance(1s);
-        QCOMPARE(world.controller().busy(), u"Restarting with the new version…"_s);
+        QCOMPARE(world.controller().state().busy, u"Restarting with the new version…"_s);
         world.controller().shutdownPolling();
         verifyPinned(world, newTag);
         QCOMPARE(storedTag(world), newTag);

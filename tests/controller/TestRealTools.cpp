@@ -82,15 +82,15 @@ private Q_SLOTS:
         // The first start downloads the image.
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).details));
-        QCOMPARE(kuma.dockerPath(), std::optional(real.tools.path(u"docker"_s)));
-        QVERIFY(kuma.pullLog().contains(u"Pulling"_s));
-        QVERIFY(kuma.pullLog().contains(u"Downloading"_s));
-        QVERIFY(kuma.pullLog().contains(u"Pulled"_s));
+        QVERIFY2(!kuma.state().error, qPrintable(kuma.state().error.value_or(OpError()).details));
+        QCOMPARE(kuma.state().dockerPath, std::optional(real.tools.path(u"docker"_s)));
+        QVERIFY(kuma.state().pullLog.contains(u"Pulling"_s));
+        QVERIFY(kuma.state().pullLog.contains(u"Downloading"_s));
+        QVERIFY(kuma.state().pullLog.contains(u"Pulled"_s));
         QCOMPARE(real.tools.commands().mid(0, 6),
                  names({"info", "inspect", "image inspect", "compose version", "compose pull", "compose up"}));
-        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
-        QCOMPARE(real.tools.state().container->port, kuma.port());
+        QVERIFY(real.polledUntil([&] { return kuma.state().kuma == KumaState::running; }));
+        QCOMPARE(real.tools.state().container->port, kuma.state().port);
 
         // Its status page.
         world.home.write(
@@ -99,8 +99,8 @@ private Q_SLOTS:
         world.home.write(u"server/heartbeats/home.json"_s,
                          R"({"heartbeatList":{"1":[{"status":0,"ping":12}]},"uptimeList":{"1_24":0.5}})");
         kuma.setSlug(u" Home "_s);
-        QVERIFY(real.polledUntil([&] { return kuma.lastStatusUpdate().has_value(); }));
-        QCOMPARE(kuma.statusTitle(), u"My page"_s);
+        QVERIFY(real.polledUntil([&] { return kuma.state().lastStatusUpdate.has_value(); }));
+        QCOMPARE(kuma.state().statusTitle, u"My page"_s);
         QVERIFY(kuma.health() == Health::someDown);
 
         const QString logs = await(kuma.fetchLogs());
@@ -109,13 +109,13 @@ private Q_SLOTS:
 
         kuma.restart();
         QVERIFY(world.operationEnds());
-        QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).details));
-        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
+        QVERIFY2(!kuma.state().error, qPrintable(kuma.state().error.value_or(OpError()).details));
+        QVERIFY(real.polledUntil([&] { return kuma.state().kuma == KumaState::running; }));
 
         kuma.stop();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
-        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::stopped; }));
+        QVERIFY(!kuma.state().error);
+        QVERIFY(real.polledUntil([&] { return kuma.state().kuma == KumaState::stopped; }));
         QCOMPARE(real.tools.state().container->state, std::string("exited"));
 
         world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "x");
@@ -123,7 +123,7 @@ private Q_SLOTS:
         world.dialogs.answerAll(true);
         world.settle();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(!real.tools.state().container);
         QVERIFY(!QFile::exists(kuma.dataDir()));
         const QString noLogs = await(kuma.fetchLogs());
@@ -137,11 +137,11 @@ private Q_SLOTS:
         real.tools.change([](standin::DockerState& state) { state.compose = false; });
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).details));
-        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
+        QVERIFY2(!kuma.state().error, qPrintable(kuma.state().error.value_or(OpError()).details));
+        QVERIFY(real.polledUntil([&] { return kuma.state().kuma == KumaState::running; }));
         kuma.restart();
         QVERIFY(world.operationEnds());
-        QVERIFY2(!kuma.error(), qPrintable(kuma.error().value_or(OpError()).details));
+        QVERIFY2(!kuma.state().error, qPrintable(kuma.state().error.value_or(OpError()).details));
         kuma.removeEverything();
         world.dialogs.answerAll(true);
         world.settle();
@@ -165,14 +165,14 @@ private Q_SLOTS:
         });
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::error; }));
-        QCOMPARE(kuma.error(),
+        QVERIFY(real.polledUntil([&] { return kuma.state().kuma == KumaState::error; }));
+        QCOMPARE(kuma.state().error,
                  (OpError{u"Uptime Kuma keeps restarting. Open the logs to see why."_s, u"restarting"_s}));
         real.tools.change([](standin::DockerState& state) { state.crashLoop = 0; });
         kuma.restart();
         QVERIFY(world.operationEnds());
-        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
-        QVERIFY(!kuma.error());
+        QVERIFY(real.polledUntil([&] { return kuma.state().kuma == KumaState::running; }));
+        QVERIFY(!kuma.state().error);
     }
 
     void cancelledDownloadLeavesNothingBehind() {
@@ -181,10 +181,10 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         real.tools.change([](standin::DockerState& state) { state.pace = 20; });
         kuma.start();
-        QVERIFY(waitUntil([&] { return kuma.pulling() && !kuma.pullLog().isEmpty(); }));
+        QVERIFY(waitUntil([&] { return kuma.state().pulling && !kuma.state().pullLog.isEmpty(); }));
         kuma.cancelOperation();
-        QVERIFY(waitUntil([&] { return !kuma.busy(); }));
-        QCOMPARE(kuma.error()->message, u"Cancelled."_s);
+        QVERIFY(waitUntil([&] { return !kuma.state().busy; }));
+        QCOMPARE(kuma.state().error->message, u"Cancelled."_s);
         QVERIFY(real.tools.state().images.empty());
         QVERIFY(!real.tools.state().container);
     }
@@ -197,20 +197,20 @@ private Q_SLOTS:
         });
         kuma.start();
         QVERIFY(real.world.operationEnds());
-        QVERIFY(real.polledUntil([&] { return kuma.kuma() == KumaState::running; }));
+        QVERIFY(real.polledUntil([&] { return kuma.state().kuma == KumaState::running; }));
     }
 
     void toolThatAppearsAndGoes() {
         RealWorld real;
         KumaController& kuma = real.world.controller();
         real.tools.remove(u"docker"_s);
-        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::missing; }));
+        QVERIFY(real.polledUntil([&] { return kuma.state().dockerState == DockerState::missing; }));
         real.tools.put(u"docker"_s);
-        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
+        QVERIFY(real.polledUntil([&] { return kuma.state().dockerState == DockerState::ready; }));
         real.tools.remove(u"docker"_s);
-        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::notRunning; }));
+        QVERIFY(real.polledUntil([&] { return kuma.state().dockerState == DockerState::notRunning; }));
         kuma.recheck();
-        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::missing; }));
+        QVERIFY(real.polledUntil([&] { return kuma.state().dockerState == DockerState::missing; }));
     }
 
     void overrideThatCannotBeRunFallsBack_data() {
@@ -231,21 +231,21 @@ private Q_SLOTS:
             real.world.home.write(u"my docker"_s, "#!/bin/sh\n");
         }
         kuma.setDockerOverride(override);
-        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
-        QCOMPARE(kuma.dockerPath(), std::optional(real.tools.path(u"docker"_s)));
+        QVERIFY(real.polledUntil([&] { return kuma.state().dockerState == DockerState::ready; }));
+        QCOMPARE(kuma.state().dockerPath, std::optional(real.tools.path(u"docker"_s)));
     }
 
     void overrideThatCanBeRunIsTaken() {
         RealWorld real;
         KumaController& kuma = real.world.controller();
-        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
+        QVERIFY(real.polledUntil([&] { return kuma.state().dockerState == DockerState::ready; }));
         const QString script = real.world.home.write(
             u"my docker"_s, "#!/bin/sh\necho Cannot connect to the Docker daemon\nexit 1\n", true);
         kuma.setDockerOverride(u"  %1\n"_s.arg(script));
-        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::notRunning; }));
-        QCOMPARE(kuma.dockerPath(), std::optional(script));
+        QVERIFY(real.polledUntil([&] { return kuma.state().dockerState == DockerState::notRunning; }));
+        QCOMPARE(kuma.state().dockerPath, std::optional(script));
         kuma.setDockerOverride(QString());
-        QVERIFY(real.polledUntil([&] { return kuma.dockerState() == DockerState::ready; }));
+        QVERIFY(real.polledUntil([&] { return kuma.state().dockerState == DockerState::ready; }));
     }
 };
 

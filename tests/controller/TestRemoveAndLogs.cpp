@@ -44,10 +44,10 @@ private Q_SLOTS:
         QCOMPARE(alert.confirmButton, u"Delete Everything"_s);
         QCOMPARE(alert.cancelButton, u"Cancel"_s);
         world.advance(60s);
-        QVERIFY(!kuma.busy());
+        QVERIFY(!kuma.state().busy);
         world.dialogs.answerAll(false);
         world.settle();
-        QVERIFY(!kuma.busy());
+        QVERIFY(!kuma.state().busy);
         QVERIFY(world.takeCommands().isEmpty());
         QVERIFY(QFile::exists(kuma.dataDir() + u"/kuma.db"_s));
     }
@@ -70,23 +70,23 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         kuma.begin();
         world.settle();
-        QCOMPARE(kuma.monitors().size(), 1);
+        QCOMPARE(kuma.state().monitors.size(), 1);
         world.home.write(u".local/share/Orvanel/data/upload/logo.png"_s, "x");
         world.takeCommands();
         const qsizetype before = world.commands().size();
         // Without it all could have been done by now: the data goes on another thread.
         world.delay("inspect", 1s, 1);
         confirmRemoval(world);
-        QCOMPARE(kuma.busy(), u"Removing…"_s);
+        QCOMPARE(kuma.state().busy, u"Removing…"_s);
         QVERIFY(world.operationEnds());
         QTEST(world.takeCommands().mid(0, 3), "commands");
         QCOMPARE(world.commands().at(before + 1).limit.count(), 90.0);
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(!world.docker().container);
         QVERIFY(!QFile::exists(kuma.dataDir()));
         QVERIFY(QFile::exists(kuma.composeURL()));
-        QVERIFY(kuma.monitors().isEmpty());
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(kuma.state().monitors.isEmpty());
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
     }
 
     /// Made without compose, which was installed since.
@@ -112,7 +112,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "compose down", "inspect", "rm", "inspect"}));
         QCOMPARE(world.docker().container.has_value(), rmFails);
-        QCOMPARE(kuma.error().has_value(), rmFails);
+        QCOMPARE(kuma.state().error.has_value(), rmFails);
         QCOMPARE(QFile::exists(kuma.dataDir()), rmFails);
     }
 
@@ -133,7 +133,7 @@ private Q_SLOTS:
         world.answer(compose ? "compose down" : "rm", 1, u"no"_s);
         confirmRemoval(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{u"Docker reported an error."_s, u"no"_s}));
+        QCOMPARE(kuma.state().error, (OpError{u"Docker reported an error."_s, u"no"_s}));
         QVERIFY(QFile::exists(kuma.dataDir() + u"/kuma.db"_s));
         QVERIFY(world.docker().container.has_value());
     }
@@ -146,10 +146,10 @@ private Q_SLOTS:
         world.hang("compose down");
         confirmRemoval(world);
         world.advance(89999ms);
-        QVERIFY(kuma.busy().has_value());
+        QVERIFY(kuma.state().busy.has_value());
         world.advance(1ms);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, u"Docker did not answer in time."_s);
+        QCOMPARE(kuma.state().error->message, u"Docker did not answer in time."_s);
         QVERIFY(QFile::exists(kuma.dataDir()));
     }
 
@@ -164,7 +164,7 @@ private Q_SLOTS:
             world.takeCommands();
             confirmRemoval(world);
             QVERIFY(world.operationEnds());
-            QVERIFY(!kuma.error());
+            QVERIFY(!kuma.state().error);
             QVERIFY(!QFile::exists(kuma.dataDir()));
             QCOMPARE(world.takeCommands(), isDockerThere ? names({"inspect", "inspect"}) : QStringList());
         }
@@ -195,7 +195,7 @@ private Q_SLOTS:
         }
         confirmRemoval(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(),
+        QCOMPARE(kuma.state().error,
                  (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was deleted."_s, details}));
         QVERIFY(QFile::exists(kuma.dataDir() + u"/kuma.db"_s));
         QVERIFY(world.docker().container.has_value());
@@ -231,7 +231,7 @@ private Q_SLOTS:
         }
         confirmRemoval(world);
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(!world.docker().container);
         QVERIFY(!QFile::exists(kuma.dataDir()));
     }
@@ -246,9 +246,9 @@ private Q_SLOTS:
         world.answer("inspect", 1, u"permission denied while trying to connect"_s, 1, 5s);
         confirmRemoval(world);
         kuma.setDockerOverride(u"/elsewhere/docker"_s);
-        QVERIFY(!kuma.dockerPath());
+        QVERIFY(!kuma.state().dockerPath);
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.error()->message.endsWith(u"Nothing was deleted."_s));
+        QVERIFY(kuma.state().error->message.endsWith(u"Nothing was deleted."_s));
         QVERIFY(QFile::exists(kuma.dataDir() + u"/kuma.db"_s));
 
         kuma.recheck();
@@ -258,7 +258,7 @@ private Q_SLOTS:
         confirmRemoval(world);
         kuma.setDockerOverride(u"/elsewhere/too/docker"_s);
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(!world.docker().container);
     }
 
@@ -267,12 +267,13 @@ private Q_SLOTS:
         ControllerFixture world;
         world.installedDocker = std::nullopt;
         const KumaController& kuma = world.controller();
-        world.listeningPorts = {kuma.port()};
+        world.listeningPorts = {kuma.state().port};
         world.home.write(u".local/share/Orvanel/data/kuma.db"_s, "precious");
         confirmRemoval(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was deleted."_s,
-                                        u"Docker was not found, and port 3001 is in use."_s}));
+        QCOMPARE(kuma.state().error,
+                 (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was deleted."_s,
+                          u"Docker was not found, and port 3001 is in use."_s}));
         QVERIFY(QFile::exists(kuma.dataDir() + u"/kuma.db"_s));
     }
 
@@ -285,7 +286,7 @@ private Q_SLOTS:
         world.settle();
         world.dialogs.answerAll(true);
         world.settle();
-        QCOMPARE(kuma.busy(), starting);
+        QCOMPARE(kuma.state().busy, starting);
         QVERIFY(world.operationEnds());
         QVERIFY(world.everythingEnds());
         QVERIFY(QFile::exists(kuma.dataDir()));
@@ -347,7 +348,7 @@ private Q_SLOTS:
         kuma.stop();
         world.settle();
         QCOMPARE(await(kuma.fetchLogs()), u"hello\n"_s);
-        QCOMPARE(kuma.busy(), u"Stopping…"_s);
+        QCOMPARE(kuma.state().busy, u"Stopping…"_s);
     }
 };
 

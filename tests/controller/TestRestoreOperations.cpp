@@ -51,7 +51,7 @@ private Q_SLOTS:
         QVERIFY(world.everythingEnds());
         QVERIFY(world.backups.jobs.isEmpty());
         QVERIFY(world.takeCommands().isEmpty());
-        QVERIFY(!kuma.busy() && !kuma.error());
+        QVERIFY(!kuma.state().busy && !kuma.state().error);
     }
 
     void restoreStopsReplacesAndStarts() {
@@ -64,17 +64,17 @@ private Q_SLOTS:
         };
         world.backups.holds = true;
         restoreFrom(world, zip);
-        QCOMPARE(kuma.busy(), restoring);
+        QCOMPARE(kuma.state().busy, restoring);
         world.backups.letGo();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QCOMPARE(stateAtWork, u"exited"_s);
         QCOMPARE(world.backups.jobs.size(), 1);
         QCOMPARE(world.backups.jobs.first().arguments,
                  (QStringList{zip, kuma.dataDir(), world.applicationSupport + u"/Orvanel/Backups"_s}));
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "inspect", "inspect",
                                               "info", "inspect", "image inspect", "compose up", "inspect"}));
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.state().kuma == KumaState::running);
         QVERIFY(world.desktop.revealed.isEmpty());
     }
 
@@ -82,9 +82,9 @@ private Q_SLOTS:
         ControllerFixture world;
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
-        QVERIFY(!world.controller().error());
+        QVERIFY(!world.controller().state().error);
         QCOMPARE(world.backups.jobs.size(), 1);
-        QVERIFY(world.controller().kuma() == KumaState::running);
+        QVERIFY(world.controller().state().kuma == KumaState::running);
     }
 
     void restoreWhoseStopFailsLeavesTheData() {
@@ -95,7 +95,7 @@ private Q_SLOTS:
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QCOMPARE(world.controller().error(), (OpError{u"Docker reported an error."_s, u"never"_s}));
+        QCOMPARE(world.controller().state().error, (OpError{u"Docker reported an error."_s, u"never"_s}));
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
     }
 
@@ -108,7 +108,7 @@ private Q_SLOTS:
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QVERIFY(world.controller().error().has_value());
+        QVERIFY(world.controller().state().error.has_value());
         QCOMPARE(world.docker().container->state, std::string("running"));
     }
 
@@ -137,10 +137,10 @@ private Q_SLOTS:
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QCOMPARE(world.controller().error(),
+        QCOMPARE(world.controller().state().error,
                  (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was restored."_s, details}));
         QCOMPARE(world.docker().container->state, std::string("running"));
-        QVERIFY(!world.controller().busy());
+        QVERIFY(!world.controller().state().busy);
     }
 
     void restoreWithoutADaemonGoesOn() {
@@ -151,7 +151,7 @@ private Q_SLOTS:
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
         QCOMPARE(world.backups.jobs.size(), 1);
-        QVERIFY(!world.controller().error());
+        QVERIFY(!world.controller().state().error);
     }
 
     /// Containers may live on without their daemon.
@@ -159,11 +159,11 @@ private Q_SLOTS:
         ControllerFixture world;
         const auto words = u"Cannot connect to the Docker daemon at unix:///x. Is the daemon running?"_s;
         world.answer("inspect", 1, words);
-        world.listeningPorts.insert(world.controller().port());
+        world.listeningPorts.insert(world.controller().state().port);
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QCOMPARE(world.controller().error(),
+        QCOMPARE(world.controller().state().error,
                  (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was restored."_s, words}));
     }
 
@@ -177,18 +177,18 @@ private Q_SLOTS:
         world.controller().setDockerOverride(u"/elsewhere/docker"_s);
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QVERIFY(world.controller().error()->message.endsWith(u"Nothing was restored."_s));
+        QVERIFY(world.controller().state().error->message.endsWith(u"Nothing was restored."_s));
     }
 
     /// The tool may lie where only the setting told, and the server goes on without it.
     void restoreWithoutAToolReplacesNothingWhileSomebodyHoldsThePort() {
         ControllerFixture world;
         world.installedDocker = std::nullopt;
-        world.listeningPorts = {world.controller().port()};
+        world.listeningPorts = {world.controller().state().port};
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QCOMPARE(world.controller().error(),
+        QCOMPARE(world.controller().state().error,
                  (OpError{u"Could not make sure that Uptime Kuma is stopped. Nothing was restored."_s,
                           u"Docker was not found, and port 3001 is in use."_s}));
     }
@@ -200,7 +200,7 @@ private Q_SLOTS:
         world.backups.onWork = [&](const ScriptedBackups::Job&) { world.docker().container->state = "running"; };
         restoreFrom(world, zip);
         QVERIFY(world.operationEnds());
-        QVERIFY(!world.controller().error());
+        QVERIFY(!world.controller().state().error);
         const QStringList commands = world.takeCommands();
         QCOMPARE(commands.count(u"compose stop"_s), 2);
         QVERIFY(commands.lastIndexOf(u"compose stop"_s) < commands.indexOf(u"compose up"_s));
@@ -222,7 +222,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(world.backups.jobs.size(), 2);
         QCOMPARE(world.docker().container->state, std::string("running"));
-        QCOMPARE(world.controller().error()->message, u"The backup failed."_s);
+        QCOMPARE(world.controller().state().error->message, u"The backup failed."_s);
     }
 
     void restoreWithoutAToolGoesOn() {
@@ -232,7 +232,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(world.backups.jobs.size(), 1);
         QVERIFY(world.takeCommands().isEmpty());
-        QVERIFY(world.controller().dockerState() == DockerState::missing);
+        QVERIFY(world.controller().state().dockerState == DockerState::missing);
     }
 
     /// Nobody has looked for the tool yet, and a server of the last session may be running.
@@ -258,7 +258,7 @@ private Q_SLOTS:
         world.backups.letGo();
         QVERIFY(world.operationEnds());
         QCOMPARE(world.backups.jobs.size(), 2);
-        QVERIFY(!world.controller().error());
+        QVERIFY(!world.controller().state().error);
     }
 
     void restoreThatFailsDoesNotStart() {
@@ -269,8 +269,8 @@ private Q_SLOTS:
         world.backups.failure = reason;
         restoreFrom(world, u"/home/ann/Folder"_s);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{u"The restore failed. "_s + reason, reason}));
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QCOMPARE(kuma.state().error, (OpError{u"The restore failed. "_s + reason, reason}));
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
         QCOMPARE(world.docker().container->state, std::string("exited"));
     }
 
@@ -284,11 +284,11 @@ private Q_SLOTS:
         kuma.stop();
         world.settle();
         confirm(world);
-        QCOMPARE(kuma.busy(), u"Stopping…"_s);
+        QCOMPARE(kuma.state().busy, u"Stopping…"_s);
         QVERIFY(world.operationEnds());
         QVERIFY(world.everythingEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
     }
 
     void cancelledRestoreDoesNotStart() {
@@ -300,7 +300,7 @@ private Q_SLOTS:
         QCOMPARE(world.backups.underWay, 1);
         world.backups.letGo();
         QVERIFY(world.operationEnds());
-        QVERIFY(!world.controller().error());
+        QVERIFY(!world.controller().state().error);
         QCOMPARE(world.docker().container->state, std::string("exited"));
     }
 

@@ -17,8 +17,8 @@ private Q_SLOTS:
         RuntimeWorld world({u"docker"_s, u"colima"_s});
         world.docker().compose = false;
         world.look();
-        QCOMPARE(world.controller().dockerPath(), u"/opt/bin/docker"_s);
-        QCOMPARE(world.controller().composeAvailable(), false);
+        QCOMPARE(world.controller().state().dockerPath, u"/opt/bin/docker"_s);
+        QCOMPARE(world.controller().state().composeAvailable, false);
         world.takeCommands();
         const qsizetype before = world.commands().size();
         // Another tool, with compose, has come meanwhile: it is found though the first one was known.
@@ -30,11 +30,11 @@ private Q_SLOTS:
         for (const Command& command : world.commands().sliced(before)) {
             QCOMPARE(command.path, u"/newer/docker"_s);
         }
-        QVERIFY(world.controller().dockerState() == DockerState::ready);
-        QCOMPARE(world.controller().dockerPath(), u"/newer/docker"_s);
-        QCOMPARE(world.controller().composeAvailable(), true);
-        QVERIFY(world.controller().setupLog().isEmpty());
-        QVERIFY(!world.controller().setupBusy() && !world.controller().error());
+        QVERIFY(world.controller().state().dockerState == DockerState::ready);
+        QCOMPARE(world.controller().state().dockerPath, u"/newer/docker"_s);
+        QCOMPARE(world.controller().state().composeAvailable, true);
+        QVERIFY(world.controller().state().setupLog.isEmpty());
+        QVERIFY(!world.controller().state().setupBusy && !world.controller().state().error);
     }
 
     void installsThenStartsThenWaits() {
@@ -44,7 +44,7 @@ private Q_SLOTS:
         world.answer("brew install", 0, u"poured\n"_s);
         QStringList steps;
         connect(&world.controller(), &KumaController::changed, this, [&] {
-            const QString step = world.controller().setupBusy().value_or(QString());
+            const QString step = world.controller().state().setupBusy.value_or(QString());
             if (steps.isEmpty() || steps.last() != step) {
                 steps.append(step);
             }
@@ -60,9 +60,9 @@ private Q_SLOTS:
         QCOMPARE(world.takeCommands(), QStringList({u"brew install"_s, u"info"_s, u"colima start"_s, u"ps"_s, u"ps"_s,
                                                     u"ps"_s, u"inspect"_s, u"compose version"_s}));
         QCOMPARE(steps, QStringList({brewStep, colimaStep, QString()}));
-        QVERIFY(!world.controller().error());
-        QVERIFY(world.controller().dockerState() == DockerState::ready);
-        const QString log = world.controller().setupLog();
+        QVERIFY(!world.controller().state().error);
+        QVERIFY(world.controller().state().dockerState == DockerState::ready);
+        const QString log = world.controller().state().setupLog;
         QVERIFY2(log.startsWith(u"$ brew install colima docker\npoured\n$ colima start\n"_s), qPrintable(log));
     }
 
@@ -102,7 +102,7 @@ private Q_SLOTS:
         QVERIFY(world.setupEnds());
         QCOMPARE(world.takeCommands(), QStringList(u"brew install"_s));
         QCOMPARE(world.message(), u"The docker command line tool was not found after the install."_s);
-        QCOMPARE(world.details(), world.controller().setupLog());
+        QCOMPARE(world.details(), world.controller().state().setupLog);
         QVERIFY(world.details().contains(u"nothing new"_s));
     }
 
@@ -122,8 +122,8 @@ private Q_SLOTS:
         QVERIFY(world.setupEnds());
         QCOMPARE(world.message(), u"Homebrew could not install Colima and Docker."_s);
         QCOMPARE(world.details(), u"no bottle\n"_s);
-        QVERIFY(world.controller().setupLog().contains(u"no bottle"_s));
-        QVERIFY(!world.controller().setupBusy());
+        QVERIFY(world.controller().state().setupLog.contains(u"no bottle"_s));
+        QVERIFY(!world.controller().state().setupBusy);
     }
 
     void installThatTakesTooLong() {
@@ -131,7 +131,7 @@ private Q_SLOTS:
         world.hang("brew install", -1, u"fetching\n"_s);
         world.controller().installAndStartRuntime();
         world.advance(1799s);
-        QCOMPARE(world.controller().setupBusy(), brewStep);
+        QCOMPARE(world.controller().state().setupBusy, brewStep);
         world.advance(1s);
         QVERIFY(world.setupEnds());
         QCOMPARE(world.message(), u"Homebrew could not install Colima and Docker."_s);
@@ -147,12 +147,12 @@ private Q_SLOTS:
         QVERIFY(world.setupEnds());
         QCOMPARE(world.message(), u"Cancelled."_s);
         QCOMPARE(world.details(), u"fetching\n"_s);
-        QVERIFY(!world.controller().setupBusy());
+        QVERIFY(!world.controller().state().setupBusy);
         // Idle again: another setup may begin.
         world.answerAsUsual();
         world.controller().installAndStartRuntime();
-        QCOMPARE(world.controller().setupBusy(), brewStep);
-        QVERIFY(!world.controller().error());
+        QCOMPARE(world.controller().state().setupBusy, brewStep);
+        QVERIFY(!world.controller().state().error);
         QVERIFY(world.setupEnds());
     }
 
@@ -175,18 +175,18 @@ private Q_SLOTS:
         // With docker, so that a start of the runtime has something to run.
         RuntimeWorld world({u"docker"_s, u"brew"_s});
         world.look();
-        QVERIFY(world.controller().dockerPath());
+        QVERIFY(world.controller().state().dockerPath);
         world.hang("brew install", -1, u"fetching\n"_s);
         world.controller().installAndStartRuntime();
         world.advance(1s);
         world.takeCommands();
-        const QString log = world.controller().setupLog();
+        const QString log = world.controller().state().setupLog;
         QCOMPARE(log, u"$ brew install colima docker\nfetching\n"_s);
         world.controller().installAndStartRuntime();
         world.controller().startRuntime();
         world.advance(1s);
         QCOMPARE(world.takeCommands(), QStringList());
-        QCOMPARE(world.controller().setupLog(), log);
+        QCOMPARE(world.controller().state().setupLog, log);
         // The first one can still be cancelled.
         world.controller().cancelSetup();
         QVERIFY(world.setupEnds());
@@ -214,8 +214,9 @@ private Q_SLOTS:
         };
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.controller().error(), (OpError{u"Orvanel ran into an error of its own."_s, u"out of luck"_s}));
-        QVERIFY(!world.controller().setupBusy());
+        QCOMPARE(world.controller().state().error,
+                 (OpError{u"Orvanel ran into an error of its own."_s, u"out of luck"_s}));
+        QVERIFY(!world.controller().state().setupBusy);
         // Idle again: another setup may begin.
         world.runner = usual;
         world.takeCommands();
@@ -230,8 +231,8 @@ private Q_SLOTS:
         world.answer("brew install", 1, output);
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.controller().setupLog().size(), 20000);
-        QVERIFY(world.controller().setupLog().endsWith(u"the end\n"_s));
+        QCOMPARE(world.controller().state().setupLog.size(), 20000);
+        QVERIFY(world.controller().state().setupLog.endsWith(u"the end\n"_s));
         QCOMPARE(world.details(), output);
     }
 

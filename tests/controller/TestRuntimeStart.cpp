@@ -16,13 +16,13 @@ private Q_SLOTS:
         RuntimeWorld world({u"colima"_s});
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
-        const auto error = world.controller().error();
-        const QString log = world.controller().setupLog();
+        const auto error = world.controller().state().error;
+        const QString log = world.controller().state().setupLog;
         QVERIFY(error);
         world.controller().startRuntime();
         QVERIFY(world.controller().isIdle());
-        QVERIFY(world.controller().error() == error);
-        QCOMPARE(world.controller().setupLog(), log);
+        QVERIFY(world.controller().state().error == error);
+        QCOMPARE(world.controller().state().setupLog, log);
     }
 
     void startWithoutColima() {
@@ -60,7 +60,7 @@ private Q_SLOTS:
         QCOMPARE(world.message(), u"Colima could not start."_s);
         QCOMPARE(world.details(), output);
         QCOMPARE(world.resultOf(u"colima start"_s).timedOut, hangs);
-        QVERIFY(world.controller().dockerState() != DockerState::ready);
+        QVERIFY(world.controller().state().dockerState != DockerState::ready);
     }
 
     void startsAndWaits() {
@@ -68,11 +68,11 @@ private Q_SLOTS:
         world.docker().daemon = standin::Daemon::down;
         world.docker().colimaDelay = 2;
         world.look();
-        QVERIFY(world.controller().dockerState() == DockerState::notRunning);
+        QVERIFY(world.controller().state().dockerState == DockerState::notRunning);
         world.takeCommands();
         QStringList steps;
         connect(&world.controller(), &KumaController::changed, this, [&] {
-            const QString step = world.controller().setupBusy().value_or(QString());
+            const QString step = world.controller().state().setupBusy.value_or(QString());
             if (steps.isEmpty() || steps.last() != step) {
                 steps.append(step);
             }
@@ -83,11 +83,11 @@ private Q_SLOTS:
 
         QCOMPARE(world.takeCommands(), names({"info", "colima start", "ps", "ps", "ps", "inspect", "compose version"}));
         QCOMPARE(steps, QStringList({colimaStep, QString()}));
-        QVERIFY(world.controller().dockerState() == DockerState::ready);
-        QVERIFY(!world.controller().error() && !world.controller().setupBusy());
-        QCOMPARE(world.controller().composeAvailable(), true);
-        QCOMPARE(world.controller().setupLog(), u"$ colima start\n"_s + world.resultOf(u"colima start"_s).output);
-        QVERIFY(world.controller().setupLog().endsWith(u"msg=done\n"_s));
+        QVERIFY(world.controller().state().dockerState == DockerState::ready);
+        QVERIFY(!world.controller().state().error && !world.controller().state().setupBusy);
+        QCOMPARE(world.controller().state().composeAvailable, true);
+        QCOMPARE(world.controller().state().setupLog, u"$ colima start\n"_s + world.resultOf(u"colima start"_s).output);
+        QVERIFY(world.controller().state().setupLog.endsWith(u"msg=done\n"_s));
     }
 
     void cancelDuringTheStart_data() {
@@ -110,19 +110,19 @@ private Q_SLOTS:
         world.look();
         world.controller().startRuntime();
         world.settle();
-        QCOMPARE(world.controller().setupBusy(), colimaStep);
+        QCOMPARE(world.controller().state().setupBusy, colimaStep);
         world.controller().cancelSetup();
         QVERIFY(world.setupEnds());
         const CommandResult result = world.resultOf(u"colima start"_s);
         QVERIFY(result.cancelled && (result.status == 0) == ignoresTheSignal);
-        QCOMPARE(world.controller().error(), (OpError{u"Cancelled."_s, output}));
-        QVERIFY(!world.controller().setupBusy());
+        QCOMPARE(world.controller().state().error, (OpError{u"Cancelled."_s, output}));
+        QVERIFY(!world.controller().state().setupBusy);
         QVERIFY(!world.takeCommands().contains(u"ps"_s));
         // Idle again: another setup may begin.
         world.answerAsUsual();
         world.controller().startRuntime();
         QVERIFY(world.setupEnds());
-        QVERIFY(world.controller().dockerState() == DockerState::ready);
+        QVERIFY(world.controller().state().dockerState == DockerState::ready);
     }
 
     void toolChosenMeanwhileIsNotCalledReady_data() {
@@ -148,13 +148,13 @@ private Q_SLOTS:
         world.controller().setDockerOverride(u"/mine/docker"_s);
         QList<DockerState> states;
         connect(&world.controller(), &KumaController::changed, this,
-                [&] { states.append(world.controller().dockerState()); });
+                [&] { states.append(world.controller().state().dockerState); });
         QVERIFY(world.setupEnds());
         world.controller().disconnect(this);
         QVERIFY(!states.isEmpty() && !states.contains(DockerState::ready));
         // The one that was chosen is looked at all the same.
         QCOMPARE(world.commands().last().path, u"/mine/docker"_s);
-        QVERIFY(world.controller().dockerState() == DockerState::notRunning);
+        QVERIFY(world.controller().state().dockerState == DockerState::notRunning);
         QVERIFY(world.takeCommands().contains(u"ps"_s) != isUp);
     }
 
@@ -170,7 +170,7 @@ private Q_SLOTS:
         world.controller().installAndStartRuntime();
         world.advance(1s);
         QCOMPARE(world.takeCommands(), QStringList());
-        QCOMPARE(world.controller().setupLog(), u"$ colima start\n"_s);
+        QCOMPARE(world.controller().state().setupLog, u"$ colima start\n"_s);
         world.controller().cancelSetup();
         QVERIFY(world.setupEnds());
     }
@@ -213,13 +213,13 @@ private Q_SLOTS:
         world.delay("compose up", 20s);
         world.controller().start();
         world.advance(5s);
-        QVERIFY(world.controller().busy());
+        QVERIFY(world.controller().state().busy);
         world.controller().startRuntime();
         world.settle();
-        QVERIFY(world.controller().dockerState() == DockerState::ready);
-        QVERIFY(world.controller().busy());
+        QVERIFY(world.controller().state().dockerState == DockerState::ready);
+        QVERIFY(world.controller().state().busy);
         QVERIFY(world.setupEnds());
-        QVERIFY(!world.controller().busy() && !world.controller().setupBusy());
+        QVERIFY(!world.controller().state().busy && !world.controller().state().setupBusy);
     }
 };
 

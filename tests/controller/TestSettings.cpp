@@ -33,28 +33,30 @@ private Q_SLOTS:
     void defaultsWithoutAnyStore() {
         ControllerFixture world;
         const KumaController& kuma = world.controller();
-        QCOMPARE(kuma.port(), 3001);
-        QCOMPARE(kuma.slug(), QString());
-        QCOMPARE(kuma.stopOnQuit(), false);
-        QCOMPARE(kuma.dockerOverride(), QString());
-        QCOMPARE(kuma.imageTag(), u"2"_s);
-        QCOMPARE(kuma.hasSeenGuide(), false);
+        QCOMPARE(kuma.state().port, 3001);
+        QCOMPARE(kuma.state().slug, QString());
+        QCOMPARE(kuma.state().stopOnQuit, false);
+        QCOMPARE(kuma.state().dockerOverride, QString());
+        QCOMPARE(kuma.state().imageTag, u"2"_s);
+        QCOMPARE(kuma.state().hasSeenGuide, false);
         QVERIFY(!QFile::exists(world.settingsFile));
     }
 
     void stateAtTheStart() {
         ControllerFixture world;
         const KumaController& kuma = world.controller();
-        QVERIFY(!kuma.dockerPath());
-        QVERIFY(kuma.dockerState() == DockerState::unknown);
-        QVERIFY(!kuma.composeAvailable());
-        QVERIFY(kuma.kuma() == KumaState::stopped);
-        QVERIFY(!kuma.busy() && !kuma.error() && !kuma.suggestedPort() && !kuma.setupBusy());
-        QVERIFY(!kuma.pulling() && !kuma.checkingUpdate());
-        QVERIFY(kuma.pullLog().isEmpty() && kuma.setupLog().isEmpty() && kuma.statusTitle().isEmpty());
-        QVERIFY(!kuma.brewPath() && !kuma.colimaPath() && !kuma.statusError() && !kuma.lastStatusUpdate());
-        QVERIFY(!kuma.latestVersion() && !kuma.releaseURL() && !kuma.updateMessage());
-        QVERIFY(kuma.monitors().isEmpty());
+        QVERIFY(!kuma.state().dockerPath);
+        QVERIFY(kuma.state().dockerState == DockerState::unknown);
+        QVERIFY(!kuma.state().composeAvailable);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
+        QVERIFY(!kuma.state().busy && !kuma.state().error && !kuma.state().suggestedPort && !kuma.state().setupBusy);
+        QVERIFY(!kuma.state().pulling && !kuma.state().checkingUpdate);
+        QVERIFY(kuma.state().pullLog.isEmpty() && kuma.state().setupLog.isEmpty() &&
+                kuma.state().statusTitle.isEmpty());
+        QVERIFY(!kuma.state().brewPath && !kuma.state().colimaPath && !kuma.state().statusError &&
+                !kuma.state().lastStatusUpdate);
+        QVERIFY(!kuma.state().latestVersion && !kuma.state().releaseURL && !kuma.state().updateMessage);
+        QVERIFY(kuma.state().monitors.isEmpty());
         QVERIFY(kuma.health() == Health::inactive);
         QCOMPARE(kuma.statusLine(), u"Checking Docker…"_s);
         QVERIFY(kuma.isIdle());
@@ -87,7 +89,7 @@ private Q_SLOTS:
         QFETCH(const QByteArray, line);
         ControllerFixture world;
         writeSettings(world, line + "\n");
-        QTEST(world.controller().port(), "port");
+        QTEST(world.controller().state().port, "port");
     }
 
     void editedStoreReadsAsDefaultsWhereItMakesNoSense() {
@@ -95,23 +97,23 @@ private Q_SLOTS:
         writeSettings(world, "port=x\nslug=home\nstopOnQuit=perhaps\ndockerOverride=a, b\nimageTag=2.5.3\n"
                              "hasSeenGuide=true\nsomethingElse=5\n");
         const KumaController& kuma = world.controller();
-        QCOMPARE(kuma.port(), 3001);
-        QCOMPARE(kuma.slug(), u"home"_s);
-        QCOMPARE(kuma.stopOnQuit(), false);
-        QCOMPARE(kuma.dockerOverride(), QString());
-        QCOMPARE(kuma.imageTag(), u"2.5.3"_s);
-        QCOMPARE(kuma.hasSeenGuide(), true);
+        QCOMPARE(kuma.state().port, 3001);
+        QCOMPARE(kuma.state().slug, u"home"_s);
+        QCOMPARE(kuma.state().stopOnQuit, false);
+        QCOMPARE(kuma.state().dockerOverride, QString());
+        QCOMPARE(kuma.state().imageTag, u"2.5.3"_s);
+        QCOMPARE(kuma.state().hasSeenGuide, true);
     }
 
     void corruptStoreReadsAsDefaults() {
         ControllerFixture world;
         world.home.write(u".config/Orvanel/Orvanel.conf"_s, QByteArray("\x00\xff\xfe\x80garbage\n", 12));
         KumaController& kuma = world.controller();
-        QCOMPARE(kuma.port(), 3001);
-        QCOMPARE(kuma.imageTag(), u"2"_s);
+        QCOMPARE(kuma.state().port, 3001);
+        QCOMPARE(kuma.state().imageTag, u"2"_s);
         kuma.setSlug(u"home"_s);
-        QVERIFY(!kuma.error());
-        QCOMPARE(world.restartProgram().slug(), u"home"_s);
+        QVERIFY(!kuma.state().error);
+        QCOMPARE(world.restartProgram().state().slug, u"home"_s);
     }
 
     void everySettingIsStoredAtOnce() {
@@ -129,15 +131,15 @@ private Q_SLOTS:
         QCOMPARE(stored(world)->text(u"imageTag"_s, {}), u"2.5"_s);
         kuma.setHasSeenGuide(true);
         QCOMPARE(stored(world)->boolean(u"hasSeenGuide"_s, false), true);
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
 
         const KumaController& next = world.restartProgram();
-        QCOMPARE(next.port(), 4001);
-        QCOMPARE(next.slug(), u"home"_s);
-        QCOMPARE(next.stopOnQuit(), true);
-        QCOMPARE(next.dockerOverride(), u"/my docker"_s);
-        QCOMPARE(next.imageTag(), u"2.5"_s);
-        QCOMPARE(next.hasSeenGuide(), true);
+        QCOMPARE(next.state().port, 4001);
+        QCOMPARE(next.state().slug, u"home"_s);
+        QCOMPARE(next.state().stopOnQuit, true);
+        QCOMPARE(next.state().dockerOverride, u"/my docker"_s);
+        QCOMPARE(next.state().imageTag, u"2.5"_s);
+        QCOMPARE(next.state().hasSeenGuide, true);
     }
 
     void switchesCanBeSwitchedOffAgain() {
@@ -147,8 +149,8 @@ private Q_SLOTS:
         world.controller().setStopOnQuit(false);
         world.controller().setHasSeenGuide(false);
         const KumaController& next = world.restartProgram();
-        QCOMPARE(next.stopOnQuit(), false);
-        QCOMPARE(next.hasSeenGuide(), false);
+        QCOMPARE(next.state().stopOnQuit, false);
+        QCOMPARE(next.state().hasSeenGuide, false);
     }
 
     void portIsStoredUncheckedAndCheckedWhenRead() {
@@ -156,9 +158,9 @@ private Q_SLOTS:
         for (const int port : {80, 0, -1, 70000}) {
             KumaController& kuma = world.controller();
             kuma.setPort(port);
-            QCOMPARE(kuma.port(), port);
+            QCOMPARE(kuma.state().port, port);
             QCOMPARE(stored(world)->integer(u"port"_s, 7), port);
-            QCOMPARE(world.restartProgram().port(), 3001);
+            QCOMPARE(world.restartProgram().state().port, 3001);
         }
     }
 
@@ -181,21 +183,21 @@ private Q_SLOTS:
         world.controller().setSlug(text);
         world.controller().setImageTag(text);
         world.controller().setDockerOverride(text);
-        QCOMPARE(world.controller().slug(), text);
+        QCOMPARE(world.controller().state().slug, text);
         const KumaController& next = world.restartProgram();
-        QCOMPARE(next.slug(), text);
-        QCOMPARE(next.imageTag(), text);
-        QCOMPARE(next.dockerOverride(), text);
+        QCOMPARE(next.state().slug, text);
+        QCOMPARE(next.state().imageTag, text);
+        QCOMPARE(next.state().dockerOverride, text);
     }
 
     void halfACharacterHoldsForThisRunAndHarmsNothing() {
         ControllerFixture world;
         const QString half = u"a"_s + QChar(0xD83D) + u"b"_s;
         world.controller().setSlug(half);
-        QCOMPARE(world.controller().slug(), half);
-        QVERIFY(!world.controller().error());
+        QCOMPARE(world.controller().state().slug, half);
+        QVERIFY(!world.controller().state().error);
         const KumaController& next = world.restartProgram();
-        QVERIFY(next.slug().startsWith(u'a') && next.slug().endsWith(u'b'));
+        QVERIFY(next.state().slug.startsWith(u'a') && next.state().slug.endsWith(u'b'));
     }
 
     void storeThatCannotBeWrittenIsTold() {
@@ -213,24 +215,24 @@ private Q_SLOTS:
         };
         for (const Change& change : changes) {
             KumaController& kuma = world.restartProgram();
-            QVERIFY(!kuma.error());
+            QVERIFY(!kuma.state().error);
             change(kuma);
-            QVERIFY(kuma.error().has_value());
-            QCOMPARE(kuma.error()->message, cannotSave);
-            QVERIFY(kuma.error()->details.contains(world.settingsFile));
+            QVERIFY(kuma.state().error.has_value());
+            QCOMPARE(kuma.state().error->message, cannotSave);
+            QVERIFY(kuma.state().error->details.contains(world.settingsFile));
         }
         // The values hold all the same, and everything goes on.
         KumaController& kuma = world.restartProgram();
         for (const Change& change : changes) {
             change(kuma);
         }
-        QCOMPARE(kuma.port(), 4001);
-        QCOMPARE(kuma.slug(), u"home"_s);
-        QVERIFY(kuma.stopOnQuit() && kuma.hasSeenGuide());
-        QCOMPARE(kuma.dockerOverride(), u"/d"_s);
-        QCOMPARE(kuma.imageTag(), u"3"_s);
+        QCOMPARE(kuma.state().port, 4001);
+        QCOMPARE(kuma.state().slug, u"home"_s);
+        QVERIFY(kuma.state().stopOnQuit && kuma.state().hasSeenGuide);
+        QCOMPARE(kuma.state().dockerOverride, u"/d"_s);
+        QCOMPARE(kuma.state().imageTag, u"3"_s);
         kuma.start();
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(world.operationEnds());
         QCOMPARE(world.docker().container->port, 4001);
     }
@@ -249,11 +251,11 @@ private Q_SLOTS:
         kuma.setSlug(u"home"_s);
         world.page.status = statusPage({monitor(1, 1), monitor(2, 1)});
         QVERIFY(world.isPolledAsRunning());
-        QCOMPARE(kuma.monitors().size(), 2);
+        QCOMPARE(kuma.state().monitors.size(), 2);
 
         kuma.setSlug(slug);
-        QVERIFY(kuma.monitors().isEmpty());
-        QVERIFY(!kuma.statusError());
+        QVERIFY(kuma.state().monitors.isEmpty());
+        QVERIFY(!kuma.state().statusError);
         QCOMPARE(stored(world)->text(u"slug"_s, u"?"_s), slug);
 
         // The page is read again at the next tick, and what it says now is no news.
@@ -269,9 +271,9 @@ private Q_SLOTS:
         kuma.setSlug(u"home"_s);
         world.page.status = StatusPageError{u"Could not."_s};
         QVERIFY(world.isPolledAsRunning());
-        QCOMPARE(kuma.statusError(), u"Could not."_s);
+        QCOMPARE(kuma.state().statusError, u"Could not."_s);
         kuma.setSlug(u"home"_s);
-        QVERIFY(!kuma.statusError());
+        QVERIFY(!kuma.state().statusError);
     }
 
     void overrideForgetsTheToolFound() {
@@ -279,11 +281,11 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         QVERIFY(world.isPolledAsRunning());
         for (const QString& path : {u"/mine/docker"_s, u"/mine/docker"_s, QString()}) {
-            QVERIFY(kuma.dockerPath().has_value());
-            QVERIFY(kuma.composeAvailable().has_value());
+            QVERIFY(kuma.state().dockerPath.has_value());
+            QVERIFY(kuma.state().composeAvailable.has_value());
             kuma.setDockerOverride(path);
-            QVERIFY(!kuma.dockerPath());
-            QVERIFY(!kuma.composeAvailable());
+            QVERIFY(!kuma.state().dockerPath);
+            QVERIFY(!kuma.state().composeAvailable);
             world.advance(3s);
         }
     }
@@ -300,9 +302,9 @@ private Q_SLOTS:
         kuma.setStopOnQuit(true);
         kuma.setHasSeenGuide(true);
         world.settle();
-        QVERIFY(kuma.kuma() == KumaState::running);
-        QVERIFY(kuma.dockerPath() && kuma.composeAvailable());
-        QCOMPARE(kuma.monitors().size(), 1);
+        QVERIFY(kuma.state().kuma == KumaState::running);
+        QVERIFY(kuma.state().dockerPath && kuma.state().composeAvailable);
+        QCOMPARE(kuma.state().monitors.size(), 1);
         QVERIFY(world.takeCommands().isEmpty());
         QVERIFY(!QFile::exists(kuma.composeURL()));
     }
@@ -328,7 +330,7 @@ private Q_SLOTS:
         QVERIFY(kuma.launchAtLogin());
         kuma.setLaunchAtLogin(false);
         QVERIFY(!world.loginItem.enabled);
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(!QFile::exists(world.settingsFile));
     }
 
@@ -339,8 +341,8 @@ private Q_SLOTS:
         const QSignalSpy changes(&kuma, &KumaController::changed);
         kuma.setLaunchAtLogin(true);
         QVERIFY(!kuma.launchAtLogin());
-        QVERIFY(kuma.error().has_value());
-        QCOMPARE(kuma.error()->details, u"No room."_s);
+        QVERIFY(kuma.state().error.has_value());
+        QCOMPARE(kuma.state().error->details, u"No room."_s);
         QVERIFY(!changes.isEmpty());
     }
 

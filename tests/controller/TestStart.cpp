@@ -77,11 +77,11 @@ private Q_SLOTS:
         };
         world.controller().start();
         world.settle();
-        QVERIFY(!world.controller().busy());
-        QVERIFY(world.controller().error());
-        QCOMPARE(world.controller().error()->message, u"Orvanel ran into an error of its own."_s);
-        QCOMPARE(world.controller().error()->details, u"out of luck"_s);
-        QVERIFY(world.controller().dockerState() == DockerState::ready);
+        QVERIFY(!world.controller().state().busy);
+        QVERIFY(world.controller().state().error);
+        QCOMPARE(world.controller().state().error->message, u"Orvanel ran into an error of its own."_s);
+        QCOMPARE(world.controller().state().error->details, u"out of luck"_s);
+        QVERIFY(world.controller().state().dockerState == DockerState::ready);
     }
 
     void startWithCompose() {
@@ -92,9 +92,9 @@ private Q_SLOTS:
         compareCommands(world,
                         {info(), inspect(), imageInspect(), composeVersion(), compose(kuma, names({"pull"}), 3600),
                          compose(kuma, names({"up", "-d"}), 180), inspect()});
-        QVERIFY(!kuma.error());
-        QVERIFY(kuma.kuma() == KumaState::running);
-        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QVERIFY(!kuma.state().error);
+        QVERIFY(kuma.state().kuma == KumaState::running);
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
         QCOMPARE(world.docker().container->data, kuma.dataDir().toStdString());
         QCOMPARE(world.docker().container->restartPolicy, std::string("unless-stopped"));
     }
@@ -117,7 +117,7 @@ private Q_SLOTS:
                                 {names({"pull", "louislam/uptime-kuma:2"}), 3600},
                                 {run, 180},
                                 inspect()});
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QCOMPARE(world.docker().container->port, 4001);
         QCOMPARE(world.docker().container->data, kuma.dataDir().toStdString());
     }
@@ -127,11 +127,11 @@ private Q_SLOTS:
         standin::addImage(world.docker());
         KumaController& kuma = world.controller();
         kuma.start();
-        QCOMPARE(kuma.busy(), starting);
+        QCOMPARE(kuma.state().busy, starting);
         QVERIFY(world.operationEnds());
         compareCommands(world, {info(), inspect(), imageInspect(), composeVersion(),
                                 compose(kuma, names({"up", "-d"}), 180), inspect()});
-        QVERIFY(kuma.pullLog().isEmpty());
+        QVERIFY(kuma.state().pullLog.isEmpty());
     }
 
     void startWhileRunningChecksNoPortAndIsHarmless() {
@@ -143,7 +143,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(),
                  names({"info", "inspect", "image inspect", "compose version", "compose up", "inspect"}));
-        QVERIFY(!kuma.error() && !kuma.suggestedPort());
+        QVERIFY(!kuma.state().error && !kuma.state().suggestedPort);
     }
 
     void startWhileRunningWithoutComposeRunsNothing() {
@@ -156,7 +156,7 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"info", "inspect", "image inspect", "compose version", "inspect"}));
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(*world.docker().container == before);
     }
 
@@ -187,10 +187,10 @@ private Q_SLOTS:
         QCOMPARE(world.commands().at(4).arguments, names({"rm", "-f", "orvanel"}));
         QCOMPARE(world.commands().at(4).limit.count(), 60.0);
         // With the old one still there the name is taken, and the failure of "run" is the one that is told.
-        QCOMPARE(kuma.error().has_value(), removalFails);
+        QCOMPARE(kuma.state().error.has_value(), removalFails);
         if (removalFails) {
-            QCOMPARE(kuma.error()->message, u"Docker reported an error."_s);
-            QVERIFY(kuma.error()->details.contains(u"is already in use by container"_s));
+            QCOMPARE(kuma.state().error->message, u"Docker reported an error."_s);
+            QVERIFY(kuma.state().error->details.contains(u"is already in use by container"_s));
         }
     }
 
@@ -200,8 +200,8 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.dockerState() == DockerState::missing);
-        QVERIFY(!kuma.error() && !kuma.dockerPath());
+        QVERIFY(kuma.state().dockerState == DockerState::missing);
+        QVERIFY(!kuma.state().error && !kuma.state().dockerPath);
         QVERIFY(world.commands().isEmpty());
         QVERIFY(!QFile::exists(kuma.composeURL()));
     }
@@ -220,8 +220,8 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.dockerState() == DockerState::notRunning);
-        QVERIFY(!kuma.error());
+        QVERIFY(kuma.state().dockerState == DockerState::notRunning);
+        QVERIFY(!kuma.state().error);
         QVERIFY(!QFile::exists(kuma.composeURL()));
         QCOMPARE(world.takeCommands(), names({"info", "inspect"})); // and the look afterwards
     }
@@ -232,10 +232,10 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         world.advance(14999ms);
-        QCOMPARE(kuma.busy(), starting);
+        QCOMPARE(kuma.state().busy, starting);
         QCOMPARE(world.underWay(), names({"info"}));
         world.advance(1ms);
-        QVERIFY(!kuma.busy());
+        QVERIFY(!kuma.state().busy);
         QVERIFY(world.commands().first().result->timedOut);
     }
 
@@ -248,15 +248,15 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"info", "inspect", "inspect", "compose version"}));
         QVERIFY(!world.docker().container);
-        QCOMPARE(kuma.error(), (OpError{u"Port 3001 is already in use by another program."_s,
-                                        u"Port 3001 on 127.0.0.1 could not be bound."_s}));
-        QCOMPARE(kuma.suggestedPort(), std::optional(3002));
+        QCOMPARE(kuma.state().error, (OpError{u"Port 3001 is already in use by another program."_s,
+                                              u"Port 3001 on 127.0.0.1 could not be bound."_s}));
+        QCOMPARE(kuma.state().suggestedPort, std::optional(3002));
 
         // The next error has nothing to do with a port.
         world.loginItem.failure = u"No room."_s;
         kuma.setLaunchAtLogin(true);
-        QCOMPARE(kuma.error()->details, u"No room."_s);
-        QVERIFY(!kuma.suggestedPort());
+        QCOMPARE(kuma.state().error->details, u"No room."_s);
+        QVERIFY(!kuma.state().suggestedPort);
     }
 
     void takenPortIsLookedAtWhateverElseTheContainerDoes_data() {
@@ -273,7 +273,7 @@ private Q_SLOTS:
         world.listeningPorts = {3001};
         world.controller().start();
         QVERIFY(world.operationEnds());
-        QVERIFY(world.controller().suggestedPort().has_value());
+        QVERIFY(world.controller().state().suggestedPort.has_value());
     }
 
     void portThatIsOnlyClosingIsNotTaken() {
@@ -281,8 +281,8 @@ private Q_SLOTS:
         world.closingPorts = {3001};
         world.controller().start();
         QVERIFY(world.operationEnds());
-        QVERIFY(!world.controller().error());
-        QVERIFY(world.controller().kuma() == KumaState::running);
+        QVERIFY(!world.controller().state().error);
+        QVERIFY(world.controller().state().kuma == KumaState::running);
     }
 
     void portLostOnTheWayIsToldWithASuggestion_data() {
@@ -303,10 +303,10 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.error().has_value());
-        QCOMPARE(kuma.error()->message, u"The port is already in use by another program."_s);
-        QVERIFY(kuma.error()->details.contains(u"127.0.0.1:3001"_s));
-        QCOMPARE(kuma.suggestedPort(), std::optional(3002));
+        QVERIFY(kuma.state().error.has_value());
+        QCOMPARE(kuma.state().error->message, u"The port is already in use by another program."_s);
+        QVERIFY(kuma.state().error->details.contains(u"127.0.0.1:3001"_s));
+        QCOMPARE(kuma.state().suggestedPort, std::optional(3002));
     }
 
     void bringingUpThatHangsIsToldAfterItsLimit() {
@@ -316,9 +316,9 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         world.advance(179999ms);
-        QCOMPARE(kuma.busy(), starting);
+        QCOMPARE(kuma.state().busy, starting);
         world.advance(1ms);
-        QCOMPARE(kuma.error()->message, u"Docker did not answer in time."_s);
+        QCOMPARE(kuma.state().error->message, u"Docker did not answer in time."_s);
     }
 
     void nextOperationForgetsErrorAndSuggestion() {
@@ -327,11 +327,11 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.error() && kuma.suggestedPort());
+        QVERIFY(kuma.state().error && kuma.state().suggestedPort);
         kuma.stop();
-        QVERIFY(!kuma.error() && !kuma.suggestedPort());
+        QVERIFY(!kuma.state().error && !kuma.state().suggestedPort);
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error() && !kuma.suggestedPort());
+        QVERIFY(!kuma.state().error && !kuma.state().suggestedPort);
     }
 
     void changedSettingsReachTheServerAtTheNextStart() {
@@ -343,7 +343,7 @@ private Q_SLOTS:
         kuma.setImageTag(u"2.6"_s);
         kuma.restart();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QCOMPARE(world.docker().container->port, 4002);
         QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2.6"));
     }

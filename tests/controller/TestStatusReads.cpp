@@ -40,7 +40,7 @@ private Q_SLOTS:
         world.page.status = statusPage({monitor(1, 1)});
         QVERIFY(world.isPolledAsRunning());
         QCOMPARE(world.page.reads.size(), read.isNull() ? 0 : 1);
-        QCOMPARE(kuma.monitors().size(), read.isNull() ? 0 : 1);
+        QCOMPARE(kuma.state().monitors.size(), read.isNull() ? 0 : 1);
         if (!read.isNull()) {
             QCOMPARE(world.page.reads.first().slug, read);
             QCOMPARE(world.page.reads.first().port, 4321);
@@ -56,8 +56,8 @@ private Q_SLOTS:
         kuma.setSlug(u"  "_s);
         world.advance(60s);
         QCOMPARE(world.page.reads.size(), 1);
-        QCOMPARE(kuma.statusTitle(), u"My page"_s);
-        QVERIFY(kuma.lastStatusUpdate().has_value());
+        QCOMPARE(kuma.state().statusTitle, u"My page"_s);
+        QVERIFY(kuma.state().lastStatusUpdate.has_value());
     }
 
     void statusPageIsReadOnlyWhileTheServerRuns_data() {
@@ -131,10 +131,10 @@ private Q_SLOTS:
                                      monitor(2, std::nullopt)};
         world.page.status = statusPage(rows, u"My page"_s);
         QVERIFY(world.isPolledAsRunning());
-        QCOMPARE(kuma.monitors(), rows);
-        QCOMPARE(kuma.statusTitle(), u"My page"_s);
-        QVERIFY(!kuma.statusError());
-        QVERIFY(kuma.lastStatusUpdate() == world.clock.wallTime());
+        QCOMPARE(kuma.state().monitors, rows);
+        QCOMPARE(kuma.state().statusTitle, u"My page"_s);
+        QVERIFY(!kuma.state().statusError);
+        QVERIFY(kuma.state().lastStatusUpdate == world.clock.wallTime());
         QVERIFY(kuma.health() == Health::someDown);
         QCOMPARE(kuma.statusLine(), u"1 down, 2 up"_s);
     }
@@ -145,20 +145,20 @@ private Q_SLOTS:
         kuma.setSlug(u"home"_s);
         world.page.status = statusPage({monitor(1, 1)}, u"My page"_s);
         QVERIFY(world.isPolledAsRunning());
-        const auto updated = kuma.lastStatusUpdate();
+        const auto updated = kuma.state().lastStatusUpdate;
         world.page.status = StatusPageError{u"Could not read the status page (HTTP 404)."_s};
         world.advance(30s);
-        QCOMPARE(kuma.statusError(), u"Could not read the status page (HTTP 404)."_s);
-        QVERIFY(kuma.monitors().isEmpty());
-        QCOMPARE(kuma.statusTitle(), u"My page"_s);
-        QVERIFY(kuma.lastStatusUpdate() == updated);
-        QVERIFY(kuma.kuma() == KumaState::running);
-        QVERIFY(!kuma.error());
+        QCOMPARE(kuma.state().statusError, u"Could not read the status page (HTTP 404)."_s);
+        QVERIFY(kuma.state().monitors.isEmpty());
+        QCOMPARE(kuma.state().statusTitle, u"My page"_s);
+        QVERIFY(kuma.state().lastStatusUpdate == updated);
+        QVERIFY(kuma.state().kuma == KumaState::running);
+        QVERIFY(!kuma.state().error);
         world.page.status = statusPage({monitor(1, 1)});
         world.advance(30s);
-        QVERIFY(!kuma.statusError());
-        QCOMPARE(kuma.monitors().size(), 1);
-        QVERIFY(kuma.lastStatusUpdate() != updated);
+        QVERIFY(!kuma.state().statusError);
+        QCOMPARE(kuma.state().monitors.size(), 1);
+        QVERIFY(kuma.state().lastStatusUpdate != updated);
     }
 
     void slugChangedDuringAReadDropsItsResult() {
@@ -171,17 +171,17 @@ private Q_SLOTS:
         kuma.setSlug(u"new"_s);
         world.page.reads.first().answer.complete(statusPage({monitor(1, 0)}, u"Old"_s));
         world.settle();
-        QVERIFY(kuma.monitors().isEmpty());
-        QCOMPARE(kuma.statusTitle(), QString());
-        QVERIFY(!kuma.lastStatusUpdate());
+        QVERIFY(kuma.state().monitors.isEmpty());
+        QCOMPARE(kuma.state().statusTitle, QString());
+        QVERIFY(!kuma.state().lastStatusUpdate);
         QCOMPARE(world.notifier.authorizationRequests, 0);
         world.advance(3s);
         QCOMPARE(world.page.reads.size(), 2);
         QCOMPARE(world.page.reads.last().slug, u"new"_s);
         world.page.reads.last().answer.complete(statusPage({monitor(2, 1)}, u"New"_s));
         world.settle();
-        QCOMPARE(kuma.statusTitle(), u"New"_s);
-        QCOMPARE(kuma.monitors(), QList<MonitorRow>{monitor(2, 1)});
+        QCOMPARE(kuma.state().statusTitle, u"New"_s);
+        QCOMPARE(kuma.state().monitors, QList<MonitorRow>{monitor(2, 1)});
     }
 
     void slugChangedDuringAReadDropsItsFailureToo() {
@@ -192,7 +192,7 @@ private Q_SLOTS:
         world.controller().setSlug(QString());
         world.page.reads.first().answer.complete(StatusPageError{u"No."_s});
         world.settle();
-        QVERIFY(!world.controller().statusError());
+        QVERIFY(!world.controller().state().statusError);
     }
 
     void slugThatIsReadTheSameWayKeepsTheResult() {
@@ -203,7 +203,7 @@ private Q_SLOTS:
         world.controller().setSlug(u" HOME"_s);
         world.page.reads.first().answer.complete(statusPage({monitor(1, 1)}));
         world.settle();
-        QCOMPARE(world.controller().monitors().size(), 1);
+        QCOMPARE(world.controller().state().monitors.size(), 1);
     }
 
     void readThatEndsDuringAnOperationCounts() {
@@ -217,8 +217,8 @@ private Q_SLOTS:
         world.settle();
         world.page.reads.first().answer.complete(statusPage({monitor(1, 1)}));
         world.settle();
-        QVERIFY(kuma.busy().has_value());
-        QCOMPARE(kuma.monitors().size(), 1);
+        QVERIFY(kuma.state().busy.has_value());
+        QCOMPARE(kuma.state().monitors.size(), 1);
     }
 };
 

@@ -15,7 +15,7 @@ const auto downloading = u"Downloading the Uptime Kuma image"_s;
 /// Every text that `busy` takes from now on.
 QStringList& recordBusy(KumaController& kuma, QStringList& texts) {
     QObject::connect(&kuma, &KumaController::changed, &kuma, [&kuma, &texts] {
-        const QString text = kuma.busy().value_or(u"-"_s);
+        const QString text = kuma.state().busy.value_or(u"-"_s);
         if (texts.isEmpty() || texts.last() != text) {
             texts.append(text);
         }
@@ -49,7 +49,7 @@ private Q_SLOTS:
         QStringList texts;
         recordBusy(kuma, texts);
         kuma.start();
-        QVERIFY(!kuma.pulling());
+        QVERIFY(!kuma.state().pulling);
         QVERIFY(world.operationEnds());
         kuma.restart();
         QVERIFY(world.operationEnds());
@@ -68,11 +68,11 @@ private Q_SLOTS:
         kuma.start();
         kuma.stop();
         kuma.restart();
-        QCOMPARE(kuma.busy(), starting);
+        QCOMPARE(kuma.state().busy, starting);
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"info", "inspect", "image inspect", "compose version", "compose pull",
                                               "compose up", "inspect"}));
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void operationThatEndsLooksAtOnce() {
@@ -81,7 +81,7 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QVERIFY(kuma.kuma() == KumaState::starting);
+        QVERIFY(kuma.state().kuma == KumaState::starting);
         QCOMPARE(kuma.statusLine(), u"Uptime Kuma is starting…"_s);
     }
 
@@ -92,7 +92,7 @@ private Q_SLOTS:
         world.takeCommands();
         const qsizetype before = world.commands().size();
         kuma.stop();
-        QCOMPARE(kuma.busy(), u"Stopping…"_s);
+        QCOMPARE(kuma.state().busy, u"Stopping…"_s);
         QVERIFY(world.operationEnds());
         // The file of the project is not there yet, so compose fails, and the plain stop does it.
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
@@ -103,8 +103,8 @@ private Q_SLOTS:
         const Command& plainStop = world.commands().at(before + 3);
         QCOMPARE(plainStop.arguments, names({"stop", "orvanel"}));
         QCOMPARE(plainStop.limit.count(), 60.0);
-        QVERIFY(!kuma.error());
-        QVERIFY(kuma.kuma() == KumaState::stopped);
+        QVERIFY(!kuma.state().error);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
     }
 
     void stopOfAStartedServer_data() {
@@ -125,9 +125,9 @@ private Q_SLOTS:
         kuma.stop();
         QVERIFY(world.operationEnds());
         QTEST(world.takeCommands(), "commands");
-        QVERIFY(!kuma.error());
-        QVERIFY(kuma.kuma() == KumaState::stopped);
-        QVERIFY(kuma.dockerState() == DockerState::ready);
+        QVERIFY(!kuma.state().error);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
+        QVERIFY(kuma.state().dockerState == DockerState::ready);
         QCOMPARE(world.docker().container->state, std::string("exited"));
     }
 
@@ -140,7 +140,7 @@ private Q_SLOTS:
         kuma.stop();                                                           // no container
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect"}));
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
     }
 
     void stopOfAContainerThatComposeLeavesAlone() {
@@ -150,14 +150,14 @@ private Q_SLOTS:
         kuma.stop();
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "stop", "inspect"}));
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QCOMPARE(world.docker().container->state, std::string("exited"));
 
         world.docker().container->state = "running";
         world.answer("stop", 1, u"no"_s);
         kuma.stop();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{u"Docker reported an error."_s, u"no"_s}));
+        QCOMPARE(kuma.state().error, (OpError{u"Docker reported an error."_s, u"no"_s}));
     }
 
     void containerOfPlainDockerMakesRoomForThatOfCompose() {
@@ -166,7 +166,7 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.restart();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         const QStringList commands = world.takeCommands();
         const QStringList end = names({"compose up", "inspect mounts", "rm", "compose up", "inspect"});
         QCOMPARE(commands.last(end.size()), end);
@@ -187,8 +187,8 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.start();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, u"Docker reported an error."_s);
-        QVERIFY(kuma.error()->details.contains(u"is already in use"_s));
+        QCOMPARE(kuma.state().error->message, u"Docker reported an error."_s);
+        QVERIFY(kuma.state().error->details.contains(u"is already in use"_s));
         QVERIFY(world.docker().container == before);
     }
 
@@ -213,7 +213,7 @@ private Q_SLOTS:
         kuma.stop();
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "stop", "inspect"}));
-        QVERIFY(kuma.error().has_value());
+        QVERIFY(kuma.state().error.has_value());
     }
 
     void stopThatFailsIsTold() {
@@ -224,8 +224,8 @@ private Q_SLOTS:
         world.answer("stop", 1, u"docker cannot"_s);
         kuma.stop();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{u"Docker reported an error."_s, u"docker cannot"_s}));
-        QVERIFY(!kuma.suggestedPort());
+        QCOMPARE(kuma.state().error, (OpError{u"Docker reported an error."_s, u"docker cannot"_s}));
+        QVERIFY(!kuma.state().suggestedPort);
     }
 
     void stopOfADockerThatHangsEndsAtItsLimits() {
@@ -236,11 +236,11 @@ private Q_SLOTS:
         world.hang("stop");
         kuma.stop();
         world.advance(119s);
-        QVERIFY(kuma.busy().has_value());
+        QVERIFY(kuma.state().busy.has_value());
         world.advance(1s);
-        QVERIFY(!kuma.busy());
-        QCOMPARE(kuma.error()->message, u"Docker did not answer in time."_s);
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(!kuma.state().busy);
+        QCOMPARE(kuma.state().error->message, u"Docker did not answer in time."_s);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void runStop_data() {
@@ -283,7 +283,7 @@ private Q_SLOTS:
             QCOMPARE(command.limit.count(), isStop ? 60.0 : 10.0);
         }
         QVERIFY(!container || world.docker().container->state == "exited");
-        QVERIFY(!kuma.error() && !kuma.busy());
+        QVERIFY(!kuma.state().error && !kuma.state().busy);
     }
 
     void restartStopsAndStarts() {
@@ -293,12 +293,12 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         world.takeCommands();
         kuma.restart();
-        QCOMPARE(kuma.busy(), u"Restarting…"_s);
+        QCOMPARE(kuma.state().busy, u"Restarting…"_s);
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "inspect", "info", "inspect",
                                               "image inspect", "compose up", "inspect"}));
-        QVERIFY(!kuma.error());
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(!kuma.state().error);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void restartWhoseStopFailsDoesNotStart() {
@@ -312,7 +312,7 @@ private Q_SLOTS:
         kuma.restart();
         QVERIFY(world.operationEnds());
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
-        QCOMPARE(kuma.error(), (OpError{u"Docker reported an error."_s, u"(no output)"_s}));
+        QCOMPARE(kuma.state().error, (OpError{u"Docker reported an error."_s, u"(no output)"_s}));
     }
 
     void restartWithNothingRunningStarts() {
@@ -320,8 +320,8 @@ private Q_SLOTS:
         KumaController& kuma = world.controller();
         kuma.restart();
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(!kuma.state().error);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void cancelDuringTheStopOfARestartDoesNotStart() {
@@ -335,7 +335,7 @@ private Q_SLOTS:
         kuma.cancelOperation();
         QVERIFY(world.operationEnds());
         QCOMPARE(world.docker().container->state, std::string("exited"));
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
     }
 };
 

@@ -23,7 +23,7 @@ private Q_SLOTS:
         world.controller().updateNow();
         world.settle();
         QVERIFY(world.dialogs.questions.isEmpty());
-        QVERIFY(!world.controller().busy());
+        QVERIFY(!world.controller().state().busy);
     }
 
     void asksFirst() {
@@ -41,7 +41,7 @@ private Q_SLOTS:
         QCOMPARE(alert.cancelButton, u"Cancel"_s);
         world.dialogs.answerAll(false);
         world.settle();
-        QVERIFY(!kuma.busy());
+        QVERIFY(!kuma.state().busy);
         QVERIFY(world.backups.jobs.isEmpty());
         verifyUntouched(world);
     }
@@ -62,17 +62,17 @@ private Q_SLOTS:
         const std::string oldContainer = world.docker().container->id;
         QStringList texts;
         QObject::connect(&kuma, &KumaController::changed, &kuma, [&] {
-            const QString text = kuma.busy().value_or(u"-"_s);
+            const QString text = kuma.state().busy.value_or(u"-"_s);
             if (texts.isEmpty() || texts.last() != text) {
                 texts.append(text);
             }
         });
         QStringList tagsAtBackup;
-        world.backups.onWork = [&](const ScriptedBackups::Job&) { tagsAtBackup.append(kuma.imageTag()); };
+        world.backups.onWork = [&](const ScriptedBackups::Job&) { tagsAtBackup.append(kuma.state().imageTag); };
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
 
-        QVERIFY2(!kuma.error(), qPrintable(kuma.error() ? kuma.error()->details : QString()));
+        QVERIFY2(!kuma.state().error, qPrintable(kuma.state().error ? kuma.state().error->details : QString()));
         QTEST(world.takeCommands(), "commands");
         QCOMPARE(texts, (QStringList{updating, u"Downloading the Uptime Kuma image"_s,
                                      u"Restarting with the new version…"_s, u"-"_s}));
@@ -81,12 +81,12 @@ private Q_SLOTS:
         QCOMPARE(world.backups.jobs.first().arguments,
                  (QStringList{kuma.dataDir(), world.applicationSupport + u"/Orvanel/Backups"_s, u"before-update"_s}));
         QCOMPARE(tagsAtBackup, QStringList(oldTag));
-        QCOMPARE(kuma.imageTag(), newTag);
+        QCOMPARE(kuma.state().imageTag, newTag);
         QCOMPARE(storedTag(world), newTag);
-        QCOMPARE(textOf(kuma.composeURL()), composeText(newTag, kuma.port()));
+        QCOMPARE(textOf(kuma.composeURL()), composeText(newTag, kuma.state().port));
         QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2.1.0"));
         QVERIFY(world.docker().container->id != oldContainer);
-        QVERIFY(kuma.kuma() == KumaState::running);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void sameTagRunsTheWholeSequence() {
@@ -96,10 +96,10 @@ private Q_SLOTS:
         kuma.setImageTag(newTag);
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QCOMPARE(world.backups.jobs.size(), 1);
         QCOMPARE(world.takeCommands(), names({"compose pull", "inspect", "compose up", "inspect"}));
-        QCOMPARE(kuma.imageTag(), newTag);
+        QCOMPARE(kuma.state().imageTag, newTag);
     }
 
     void whatWasConfirmedIsWhatIsInstalled() {
@@ -110,11 +110,11 @@ private Q_SLOTS:
         world.releases.answer = LatestRelease{.version = u"9"_s};
         kuma.checkForUpdates();
         world.settle();
-        QCOMPARE(kuma.latestVersion(), u"9"_s);
+        QCOMPARE(kuma.state().latestVersion, u"9"_s);
         world.dialogs.answerAll(true);
         world.settle();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.imageTag(), newTag);
+        QCOMPARE(kuma.state().imageTag, newTag);
     }
 
     void withoutDataThereIsNothingToBackUp() {
@@ -123,8 +123,8 @@ private Q_SLOTS:
         world.backups.hasData = false;
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QVERIFY(!world.controller().error());
-        QCOMPARE(world.controller().imageTag(), newTag);
+        QVERIFY(!world.controller().state().error);
+        QCOMPARE(world.controller().state().imageTag, newTag);
     }
 
     void withoutAToolNothingHappens() {
@@ -135,9 +135,9 @@ private Q_SLOTS:
         kuma.setDockerOverride(QString());
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.error());
+        QVERIFY(!kuma.state().error);
         QVERIFY(world.backups.jobs.isEmpty());
-        QCOMPARE(kuma.imageTag(), oldTag);
+        QCOMPARE(kuma.state().imageTag, oldTag);
     }
 
     void backupThatFailsChangesNothing() {
@@ -146,7 +146,7 @@ private Q_SLOTS:
         world.backups.failure = u"The disk is full."_s;
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error(),
+        QCOMPARE(world.controller().state().error,
                  (OpError{u"The backup before the update failed, so nothing was changed."_s, u"The disk is full."_s}));
         QCOMPARE(world.takeCommands(), names({"inspect"}));
         verifyUntouched(world);
@@ -158,7 +158,7 @@ private Q_SLOTS:
         world.backups.databaseProblem = u"row 7 missing from index"_s;
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error(),
+        QCOMPARE(world.controller().state().error,
                  (OpError{u"The backup before the update did not pass a check, so nothing was changed."_s,
                           u"row 7 missing from index\n\nThe backup is\n%1/before-update"_s.arg(
                               world.controller().backupsDir())}));
@@ -174,9 +174,9 @@ private Q_SLOTS:
         world.home.write(u".local/share/Orvanel/docker-compose.yml/x"_s, "x");
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, u"Could not write the compose file."_s);
-        QVERIFY(!kuma.error()->details.isEmpty());
-        QCOMPARE(kuma.imageTag(), oldTag);
+        QCOMPARE(kuma.state().error->message, u"Could not write the compose file."_s);
+        QVERIFY(!kuma.state().error->details.isEmpty());
+        QCOMPARE(kuma.state().imageTag, oldTag);
         QCOMPARE(storedTag(world), oldTag);
         QCOMPARE(world.takeCommands(), names({"inspect"}));
     }
@@ -203,10 +203,10 @@ private Q_SLOTS:
         }
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QTEST(world.controller().error()->message, "message");
+        QTEST(world.controller().state().error->message, "message");
         QCOMPARE(world.takeCommands(), compose ? names({"compose pull", "inspect"}) : names({"pull", "inspect"}));
         verifyUntouched(world);
-        QVERIFY(world.controller().kuma() == KumaState::running);
+        QVERIFY(world.controller().state().kuma == KumaState::running);
     }
 
     void cancelOfTheDownloadTakesEverythingBack() {
@@ -214,10 +214,10 @@ private Q_SLOTS:
         prepareUpdate(world);
         world.hang("compose pull");
         confirmUpdate(world);
-        QCOMPARE(world.controller().imageTag(), newTag);
+        QCOMPARE(world.controller().state().imageTag, newTag);
         world.controller().cancelOperation();
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error()->message, u"Cancelled."_s);
+        QCOMPARE(world.controller().state().error->message, u"Cancelled."_s);
         verifyUntouched(world);
     }
 
@@ -226,11 +226,11 @@ private Q_SLOTS:
         prepareUpdate(world);
         world.backups.holds = true;
         confirmUpdate(world);
-        QCOMPARE(world.controller().busy(), updating);
+        QCOMPARE(world.controller().state().busy, updating);
         world.controller().cancelOperation();
         world.backups.letGo();
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error()->message, u"Cancelled."_s);
+        QCOMPARE(world.controller().state().error->message, u"Cancelled."_s);
         verifyUntouched(world);
     }
 
@@ -243,8 +243,8 @@ private Q_SLOTS:
         kuma.setImageTag(u"nightly"_s);
         kuma.cancelOperation();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.imageTag(), u"nightly"_s);
-        QCOMPARE(textOf(kuma.composeURL()), composeText(u"nightly"_s, kuma.port()));
+        QCOMPARE(kuma.state().imageTag, u"nightly"_s);
+        QCOMPARE(textOf(kuma.composeURL()), composeText(u"nightly"_s, kuma.state().port));
     }
 
     void bringUpThatFailsKeepsTheNewTag() {
@@ -254,10 +254,10 @@ private Q_SLOTS:
         world.answer("compose up", 1, u"no"_s);
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error(), (OpError{u"Docker reported an error."_s, u"no"_s}));
-        QCOMPARE(kuma.imageTag(), newTag);
+        QCOMPARE(kuma.state().error, (OpError{u"Docker reported an error."_s, u"no"_s}));
+        QCOMPARE(kuma.state().imageTag, newTag);
         QCOMPARE(storedTag(world), newTag);
-        QCOMPARE(textOf(kuma.composeURL()), composeText(newTag, kuma.port()));
+        QCOMPARE(textOf(kuma.composeURL()), composeText(newTag, kuma.state().port));
     }
 
     void nameThatIsNoTagIsRefused_data() {
@@ -278,13 +278,14 @@ private Q_SLOTS:
         world.releases.answer = LatestRelease{.version = version};
         kuma.checkForUpdates();
         QVERIFY(world.everythingEnds());
-        QCOMPARE(kuma.latestVersion(), version);
+        QCOMPARE(kuma.state().latestVersion, version);
         kuma.updateNow();
         QVERIFY(world.dialogs.questions.last().alert.message.size() < 200);
         world.dialogs.answerAll(true);
         world.settle();
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.error()->message, u"The new version's name cannot be an image tag, so nothing was changed."_s);
+        QCOMPARE(kuma.state().error->message,
+                 u"The new version's name cannot be an image tag, so nothing was changed."_s);
         QVERIFY(world.backups.jobs.isEmpty());
         verifyUntouched(world);
     }
@@ -299,11 +300,11 @@ private Q_SLOTS:
         world.settle();
         world.dialogs.answerAll(true);
         world.settle();
-        QCOMPARE(kuma.busy(), u"Stopping…"_s);
+        QCOMPARE(kuma.state().busy, u"Stopping…"_s);
         QVERIFY(world.operationEnds());
         QVERIFY(world.everythingEnds());
         QVERIFY(world.backups.jobs.isEmpty());
-        QCOMPARE(kuma.imageTag(), oldTag);
+        QCOMPARE(kuma.state().imageTag, oldTag);
     }
 };
 

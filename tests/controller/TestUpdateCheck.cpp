@@ -22,18 +22,19 @@ private Q_SLOTS:
     void newestReleaseIsPublished() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
-        QVERIFY(!kuma.latestVersion() && !kuma.releaseURL() && !kuma.updateMessage() && !kuma.checkingUpdate());
+        QVERIFY(!kuma.state().latestVersion && !kuma.state().releaseURL && !kuma.state().updateMessage &&
+                !kuma.state().checkingUpdate);
         QVERIFY(!kuma.majorChange());
         world.releases.holds = true;
         kuma.checkForUpdates();
-        QVERIFY(kuma.checkingUpdate());
-        QVERIFY(!kuma.busy());
+        QVERIFY(kuma.state().checkingUpdate);
+        QVERIFY(!kuma.state().busy);
         world.releases.letGo();
         QVERIFY(world.everythingEnds());
-        QVERIFY(!kuma.checkingUpdate());
-        QCOMPARE(kuma.latestVersion(), u"2.1.0"_s);
-        QCOMPARE(kuma.releaseURL(), page);
-        QVERIFY(!kuma.updateMessage());
+        QVERIFY(!kuma.state().checkingUpdate);
+        QCOMPARE(kuma.state().latestVersion, u"2.1.0"_s);
+        QCOMPARE(kuma.state().releaseURL, page);
+        QVERIFY(!kuma.state().updateMessage);
         QVERIFY(world.commands().isEmpty());
     }
 
@@ -59,19 +60,19 @@ private Q_SLOTS:
         world.releases.answer = ReleaseError{limited};
         kuma.checkForUpdates();
         QVERIFY(world.everythingEnds());
-        QCOMPARE(kuma.updateMessage(), limited);
-        QCOMPARE(kuma.latestVersion(), u"2.1.0"_s);
-        QCOMPARE(kuma.releaseURL(), page);
-        QVERIFY(!kuma.error());
+        QCOMPARE(kuma.state().updateMessage, limited);
+        QCOMPARE(kuma.state().latestVersion, u"2.1.0"_s);
+        QCOMPARE(kuma.state().releaseURL, page);
+        QVERIFY(!kuma.state().error);
         // The next check forgets the failure at once.
         world.releases.holds = true;
         kuma.checkForUpdates();
-        QVERIFY(!kuma.updateMessage());
+        QVERIFY(!kuma.state().updateMessage);
         world.releases.answer = LatestRelease{.version = u"2.2.0"_s};
         world.releases.letGo();
         QVERIFY(world.everythingEnds());
-        QCOMPARE(kuma.latestVersion(), u"2.2.0"_s);
-        QVERIFY(!kuma.updateMessage());
+        QCOMPARE(kuma.state().latestVersion, u"2.2.0"_s);
+        QVERIFY(!kuma.state().updateMessage);
     }
 
     void pageOfTheRelease_data() {
@@ -98,9 +99,9 @@ private Q_SLOTS:
         world.releases.answer = LatestRelease{.version = u"3"_s, .page = isTold ? std::optional(text) : std::nullopt};
         kuma.checkForUpdates();
         QVERIFY(world.everythingEnds());
-        QCOMPARE(kuma.releaseURL().has_value(), !address.isEmpty());
-        QCOMPARE(kuma.releaseURL().value_or(QUrl()).toString(), address);
-        QVERIFY(!kuma.updateMessage());
+        QCOMPARE(kuma.state().releaseURL.has_value(), !address.isEmpty());
+        QCOMPARE(kuma.state().releaseURL.value_or(QUrl()).toString(), address);
+        QVERIFY(!kuma.state().updateMessage);
     }
 
     void runsBesideAnOperation() {
@@ -110,8 +111,8 @@ private Q_SLOTS:
         kuma.start();
         kuma.checkForUpdates();
         world.settle();
-        QCOMPARE(kuma.latestVersion(), u"2.1.0"_s);
-        QCOMPARE(kuma.busy(), u"Starting Uptime Kuma…"_s);
+        QCOMPARE(kuma.state().latestVersion, u"2.1.0"_s);
+        QCOMPARE(kuma.state().busy, u"Starting Uptime Kuma…"_s);
         QVERIFY(world.operationEnds());
     }
 

@@ -37,9 +37,9 @@ private Q_SLOTS:
         lockSettings(world);
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error(), (OpError{u"The settings could not be saved."_s,
-                                                      u"%1 could not be written."_s.arg(world.settingsFile)}));
-        QCOMPARE(world.controller().imageTag(), oldTag);
+        QCOMPARE(world.controller().state().error, (OpError{u"The settings could not be saved."_s,
+                                                            u"%1 could not be written."_s.arg(world.settingsFile)}));
+        QCOMPARE(world.controller().state().imageTag, oldTag);
         QCOMPARE(textOf(composeFile), u"as it was\n"_s);
         QCOMPARE(world.takeCommands(), names({"inspect"}));
         QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
@@ -58,7 +58,8 @@ private Q_SLOTS:
         QCOMPARE(storedTag(world), newTag);
         lockSettings(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error(), (OpError{u"Docker reported an error."_s, u"no\n\n"_s + unstored(world)}));
+        QCOMPARE(world.controller().state().error,
+                 (OpError{u"Docker reported an error."_s, u"no\n\n"_s + unstored(world)}));
         verifyPinned(world, oldTag);
     }
 
@@ -71,7 +72,7 @@ private Q_SLOTS:
         lockSettings(world);
         world.controller().cancelOperation();
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().error(), (OpError{u"Cancelled."_s, unstored(world)}));
+        QCOMPARE(world.controller().state().error, (OpError{u"Cancelled."_s, unstored(world)}));
         verifyPinned(world, oldTag);
     }
 
@@ -89,8 +90,9 @@ private Q_SLOTS:
         });
         confirmUpdate(world);
         QVERIFY(world.operationEnds());
-        QCOMPARE(kuma.imageTag(), oldTag);
-        QVERIFY2(kuma.error()->details.endsWith(u"\n\n"_s + unstored(world)), qPrintable(kuma.error()->details));
+        QCOMPARE(kuma.state().imageTag, oldTag);
+        QVERIFY2(kuma.state().error->details.endsWith(u"\n\n"_s + unstored(world)),
+                 qPrintable(kuma.state().error->details));
     }
 
     void errorOfTheProgramDuringTheDownloadTakesTheTagBack() {
@@ -106,7 +108,7 @@ private Q_SLOTS:
         };
         confirmUpdate(world);
         QVERIFY(world.everythingEnds());
-        QCOMPARE(world.controller().error()->details, u"out of luck"_s);
+        QCOMPARE(world.controller().state().error->details, u"out of luck"_s);
         verifyPinned(world, oldTag);
         QCOMPARE(storedTag(world), oldTag);
     }

@@ -32,7 +32,7 @@ inline void prepareUpdate(ControllerFixture& world) {
     QVERIFY(world.operationEnds());
     kuma.checkForUpdates();
     QVERIFY(world.everythingEnds());
-    QCOMPARE(kuma.latestVersion(), newTag);
+    QCOMPARE(kuma.state().latestVersion, newTag);
     QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
     world.takeCommands();
 }
@@ -46,8 +46,8 @@ inline void confirmUpdate(ControllerFixture& world) {
 /// What the program and the compose file name; not what is stored.
 inline void verifyPinned(ControllerFixture& world, const QString& tag) {
     const KumaController& kuma = world.controller();
-    QCOMPARE(kuma.imageTag(), tag);
-    QCOMPARE(textOf(kuma.composeURL()), composeText(tag, kuma.port()));
+    QCOMPARE(kuma.state().imageTag, tag);
+    QCOMPARE(textOf(kuma.composeURL()), composeText(tag, kuma.state().port));
 }
 
 /// Nothing of the old version was touched.
@@ -56,7 +56,7 @@ inline void verifyUntouched(ControllerFixture& world) {
     QCOMPARE(storedTag(world), oldTag);
     QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
     QCOMPARE(world.docker().container->state, std::string("running"));
-    QVERIFY(!world.controller().busy() && !world.controller().pulling());
+    QVERIFY(!world.controller().state().busy && !world.controller().state().pulling);
 }
 
 } // namespace orvanel::test

@@ -120,19 +120,22 @@ class TestEngine : public QObject {
     }
 
     void verifyOldVersionRuns() const {
-        QCOMPARE(m_controller->imageTag(), oldTag);
+        QCOMPARE(m_controller->state().imageTag, oldTag);
         QCOMPARE(SettingsStore(m_settings.file()).text(u"imageTag"_s, oldTag), oldTag);
-        QCOMPARE(content(u"support/Orvanel/docker-compose.yml"_s), composeText(oldTag, m_controller->port()).toUtf8());
+        QCOMPARE(content(u"support/Orvanel/docker-compose.yml"_s),
+                 composeText(oldTag, m_controller->state().port).toUtf8());
         QCOMPARE(containerState(), u"running"_s);
         QCOMPARE(containerImage(), imageRepository() + u':' + oldTag);
     }
 
-    QString errorMessage() const { return m_controller->error() ? m_controller->error()->message : QString(); }
+    QString errorMessage() const {
+        return m_controller->state().error ? m_controller->state().error->message : QString();
+    }
 
     QString describe() const {
-        return u"busy %1, kuma %2, error %3, %4"_s.arg(m_controller->busy().value_or(u"none"_s))
-            .arg(static_cast<int>(m_controller->kuma()))
-            .arg(errorMessage(), m_controller->error() ? m_controller->error()->details : QString());
+        return u"busy %1, kuma %2, error %3, %4"_s.arg(m_controller->state().busy.value_or(u"none"_s))
+            .arg(static_cast<int>(m_controller->state().kuma))
+            .arg(errorMessage(), m_controller->state().error ? m_controller->state().error->details : QString());
     }
 
 private Q_SLOTS:
@@ -171,9 +174,9 @@ private Q_SLOTS:
     }
 
     void absent() {
-        QTRY_COMPARE_WITH_TIMEOUT(m_controller->dockerState(), DockerState::ready, engineTimeout);
-        QCOMPARE(m_controller->kuma(), KumaState::stopped);
-        QTRY_VERIFY_WITH_TIMEOUT(m_controller->composeAvailable().has_value(), engineTimeout);
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->state().dockerState, DockerState::ready, engineTimeout);
+        QCOMPARE(m_controller->state().kuma, KumaState::stopped);
+        QTRY_VERIFY_WITH_TIMEOUT(m_controller->state().composeAvailable.has_value(), engineTimeout);
         QVERIFY(!hasImage());
         QCOMPARE(await(m_controller->fetchLogs()).contains(u"No such container"_s), true);
     }
@@ -181,11 +184,12 @@ private Q_SLOTS:
     void cancelOfTheDownload() {
         m_mirror.setBytesPerSecond(qint64{1024} * 1024);
         m_controller->start();
-        QTRY_VERIFY_WITH_TIMEOUT(m_controller->pulling() && !m_controller->pullLog().isEmpty(), engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(m_controller->state().pulling && !m_controller->state().pullLog.isEmpty(),
+                                 engineTimeout);
         m_controller->cancelOperation();
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
         QCOMPARE(errorMessage(), u"Cancelled."_s);
-        QVERIFY(!m_controller->pulling());
+        QVERIFY(!m_controller->state().pulling);
         QVERIFY(!hasImage());
         QCOMPARE(containerState(), QString());
     }
@@ -196,19 +200,20 @@ private Q_SLOTS:
         QStringList logs;
         QList<KumaState> states;
         connect(m_controller.get(), &KumaController::changed, this, [&] {
-            if (m_controller->pulling() && (logs.isEmpty() || logs.last() != m_controller->pullLog())) {
-                logs.append(m_controller->pullLog());
+            if (m_controller->state().pulling && (logs.isEmpty() || logs.last() != m_controller->state().pullLog)) {
+                logs.append(m_controller->state().pullLog);
             }
-            if (states.isEmpty() || states.last() != m_controller->kuma()) {
-                states.append(m_controller->kuma());
+            if (states.isEmpty() || states.last() != m_controller->state().kuma) {
+                states.append(m_controller->state().kuma);
             }
         });
         m_controller->start();
-        QTRY_VERIFY2_WITH_TIMEOUT(m_controller->kuma() == KumaState::running, qPrintable(describe()), engineTimeout);
+        QTRY_VERIFY2_WITH_TIMEOUT(m_controller->state().kuma == KumaState::running, qPrintable(describe()),
+                                  engineTimeout);
         m_controller->disconnect(this);
         script("");
 
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
         QVERIFY2(logs.size() >= 3, "the output of the download came all at once");
         QVERIFY2(logs.last().contains(u"Pull"_s), qPrintable(logs.last()));
         QCOMPARE(states.sliced(states.size() - 2), QList<KumaState>({KumaState::starting, KumaState::running}));
@@ -217,8 +222,8 @@ private Q_SLOTS:
 
     void startOfARunningContainerChangesNothing() {
         m_controller->start();
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
         QCOMPARE(containerState(), u"running"_s);
     }
 
@@ -228,54 +233,55 @@ private Q_SLOTS:
     }
 
     void restartWithABrowserConnected() {
-        const auto browser = openPage(m_controller->port());
+        const auto browser = openPage(m_controller->state().port);
         QVERIFY(browser);
         m_controller->restart();
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
-        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->state().kuma, KumaState::running, engineTimeout);
     }
 
     void stopThenStartWithABrowserConnected() {
-        const auto browser = openPage(m_controller->port());
+        const auto browser = openPage(m_controller->state().port);
         QVERIFY(browser);
         m_controller->stop();
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
         QCOMPARE(containerState(), u"exited"_s);
         m_controller->start();
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
-        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->state().kuma, KumaState::running, engineTimeout);
     }
 
     void portTakenByAnotherProgram() {
         m_controller->stop();
         QTRY_COMPARE_WITH_TIMEOUT(containerState(), u"exited"_s, engineTimeout);
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
 
         QTcpServer other;
-        const int port = m_controller->port();
+        const int port = m_controller->state().port;
         QVERIFY(other.listen(QHostAddress::LocalHost, static_cast<quint16>(port)));
         m_controller->start();
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
         QCOMPARE(errorMessage(), u"Port %1 is already in use by another program."_s.arg(port));
-        QVERIFY(m_controller->suggestedPort());
+        QVERIFY(m_controller->state().suggestedPort);
 
-        m_controller->setPort(*m_controller->suggestedPort());
+        m_controller->setPort(*m_controller->state().suggestedPort);
         m_controller->start();
-        QTRY_VERIFY2_WITH_TIMEOUT(m_controller->kuma() == KumaState::running, qPrintable(describe()), engineTimeout);
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QTRY_VERIFY2_WITH_TIMEOUT(m_controller->state().kuma == KumaState::running, qPrintable(describe()),
+                                  engineTimeout);
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
     }
 
     void crashLoop() {
         script("exit code=3 after=100\n");
         m_controller->restart();
-        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::error, engineTimeout);
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->state().kuma, KumaState::error, engineTimeout);
         QCOMPARE(errorMessage(), u"Uptime Kuma keeps restarting. Open the logs to see why."_s);
 
         script("");
-        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->state().kuma, KumaState::running, engineTimeout);
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
     }
 
     void backupWhileRunning_data() {
@@ -290,7 +296,7 @@ private Q_SLOTS:
         m_controller->backUpNow();
         choosePath(m_home.path(name));
         QTRY_VERIFY_WITH_TIMEOUT(m_desktop.revealed.contains(m_home.path(name)), engineTimeout);
-        QVERIFY2(!m_controller->error() && !m_controller->busy(), qPrintable(describe()));
+        QVERIFY2(!m_controller->state().error && !m_controller->state().busy, qPrintable(describe()));
         QVERIFY(QFileInfo::exists(m_home.path(name)));
         QCOMPARE(containerState(), u"running"_s);
         QCOMPARE(content(database), QByteArray("precious"));
@@ -305,10 +311,10 @@ private Q_SLOTS:
         choosePath(m_home.path(name));
         QTRY_COMPARE(m_dialogs.questions.size(), 1);
         confirm();
-        QTRY_VERIFY2_WITH_TIMEOUT(content(database) == "precious" && !m_controller->busy(), qPrintable(describe()),
-                                  engineTimeout);
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
-        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+        QTRY_VERIFY2_WITH_TIMEOUT(content(database) == "precious" && !m_controller->state().busy,
+                                  qPrintable(describe()), engineTimeout);
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->state().kuma, KumaState::running, engineTimeout);
         QVERIFY(isDataInUse());
         const QStringList kept = backups(u"before-restore"_s);
         QCOMPARE(kept.size(), 1);
@@ -317,14 +323,15 @@ private Q_SLOTS:
 
     void updateWhoseDownloadIsCancelled() {
         m_controller->checkForUpdates();
-        QTRY_COMPARE(m_controller->latestVersion(), newTag);
+        QTRY_COMPARE(m_controller->state().latestVersion, newTag);
         m_mirror.setBytesPerSecond(qint64{1024} * 1024);
         m_controller->updateNow();
         confirm();
-        QTRY_VERIFY_WITH_TIMEOUT(m_controller->pulling() && !m_controller->pullLog().isEmpty(), engineTimeout);
-        QCOMPARE(m_controller->imageTag(), newTag);
+        QTRY_VERIFY_WITH_TIMEOUT(m_controller->state().pulling && !m_controller->state().pullLog.isEmpty(),
+                                 engineTimeout);
+        QCOMPARE(m_controller->state().imageTag, newTag);
         m_controller->cancelOperation();
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
         QCOMPARE(errorMessage(), u"Cancelled."_s);
         verifyOldVersionRuns();
     }
@@ -334,12 +341,13 @@ private Q_SLOTS:
         m_mirror.setBytesPerSecond(ThrottledMirror::unlimited);
         m_newestVersion = lackingTag;
         m_controller->checkForUpdates();
-        QTRY_COMPARE(m_controller->latestVersion(), lackingTag);
+        QTRY_COMPARE(m_controller->state().latestVersion, lackingTag);
         const QString before = containerId();
         m_controller->updateNow();
         confirm();
         const auto cancelled = u"Cancelled."_s;
-        QTRY_VERIFY2_WITH_TIMEOUT(!m_controller->busy() && m_controller->error() && errorMessage() != cancelled,
+        QTRY_VERIFY2_WITH_TIMEOUT(!m_controller->state().busy && m_controller->state().error &&
+                                      errorMessage() != cancelled,
                                   qPrintable(describe()), engineTimeout);
         QVERIFY2(errorMessage().startsWith(u"Docker "_s), qPrintable(describe()));
         verifyOldVersionRuns();
@@ -350,14 +358,14 @@ private Q_SLOTS:
     void update() {
         m_newestVersion = newTag;
         m_controller->checkForUpdates();
-        QTRY_COMPARE(m_controller->latestVersion(), newTag);
+        QTRY_COMPARE(m_controller->state().latestVersion, newTag);
         m_controller->updateNow();
         confirm();
-        QTRY_VERIFY2_WITH_TIMEOUT(m_controller->imageTag() == newTag && !m_controller->busy(), qPrintable(describe()),
-                                  engineTimeout);
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QTRY_VERIFY2_WITH_TIMEOUT(m_controller->state().imageTag == newTag && !m_controller->state().busy,
+                                  qPrintable(describe()), engineTimeout);
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
         QCOMPARE(containerImage(), imageRepository() + u':' + newTag);
-        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->state().kuma, KumaState::running, engineTimeout);
         QVERIFY(isDataInUse());
         QCOMPARE(content(database), QByteArray("precious"));
         const QStringList made = backups(u"before-update"_s);
@@ -369,9 +377,9 @@ private Q_SLOTS:
 
     void stop() {
         m_controller->stop();
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
-        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::stopped, engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->state().kuma, KumaState::stopped, engineTimeout);
         QCOMPARE(containerState(), u"exited"_s);
     }
 
@@ -384,9 +392,9 @@ private Q_SLOTS:
         QVERIFY2(made.isSuccess(), qPrintable(made.output));
         const QString before = containerId();
         m_controller->start();
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
-        QTRY_COMPARE_WITH_TIMEOUT(m_controller->kuma(), KumaState::running, engineTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
+        QTRY_COMPARE_WITH_TIMEOUT(m_controller->state().kuma, KumaState::running, engineTimeout);
         QVERIFY(containerId() != before);
         QVERIFY(isDataInUse());
         QCOMPARE(content(database), QByteArray("precious"));
@@ -398,8 +406,8 @@ private Q_SLOTS:
         QCOMPARE(m_dialogs.questions.size(), 1);
         m_dialogs.answerAll(true);
         QTRY_COMPARE_WITH_TIMEOUT(containerState(), QString(), engineTimeout);
-        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->busy(), engineTimeout);
-        QVERIFY2(!m_controller->error(), qPrintable(describe()));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_controller->state().busy, engineTimeout);
+        QVERIFY2(!m_controller->state().error, qPrintable(describe()));
         QVERIFY(!QFileInfo::exists(m_controller->dataDir()));
         QVERIFY(QFileInfo::exists(m_controller->composeURL()));
     }

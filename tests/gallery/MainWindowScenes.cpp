@@ -45,7 +45,7 @@ std::unique_ptr<QWidget> settingUp(GalleryWorld& world) {
     auto window = withoutDocker(world, {brew});
     world.docker().pace = 1;
     world.controller().installAndStartRuntime();
-    world.advanceUntil([&] { return world.controller().setupLog().count(u'\n') > 2; });
+    world.advanceUntil([&] { return world.controller().state().setupLog.count(u'\n') > 2; });
     return window;
 }
 
@@ -53,7 +53,7 @@ std::unique_ptr<QWidget> downloading(GalleryWorld& world) {
     world.poll();
     world.docker().pace = 1;
     world.controller().start();
-    world.advanceUntil([&] { return world.controller().pullLog().count(u'\n') > 12; });
+    world.advanceUntil([&] { return world.controller().state().pullLog.count(u'\n') > 12; });
     return mainWindow(world);
 }
 

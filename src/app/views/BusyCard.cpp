@@ -23,7 +23,7 @@ BusyCard::BusyCard(ViewContext context, QWidget* parent)
 }
 
 void BusyCard::render() {
-    m_text->setContent(m_context.controller.busy().value_or(QString()));
+    m_text->setContent(m_context.controller.state().busy.value_or(QString()));
 }
 
 } // namespace orvanel

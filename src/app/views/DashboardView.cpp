@@ -67,11 +67,11 @@ ButtonRow* DashboardView::makeControls() {
 
 void DashboardView::render() {
     const KumaController& controller = m_context.controller;
-    const bool hasPage = !isBlank(controller.slug());
-    const bool hasStatusError = controller.statusError().has_value();
+    const bool hasPage = !isBlank(controller.state().slug);
+    const bool hasStatusError = controller.state().statusError.has_value();
 
-    setUsable(m_openDashboard, controller.kuma() == KumaState::running);
-    m_startingCard->setVisible(controller.kuma() == KumaState::starting);
+    setUsable(m_openDashboard, controller.state().kuma == KumaState::running);
+    m_startingCard->setVisible(controller.state().kuma == KumaState::starting);
     // The first letter of a slug brings the monitors; the letters after it still go into the field.
     setShown(m_guide, !hasPage || m_guide->isBeingTypedIn());
     m_guide->setExplained(!hasPage);

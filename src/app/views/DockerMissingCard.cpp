@@ -47,7 +47,7 @@ QWidget* DockerMissingCard::makeFoundRow() {
 }
 
 void DockerMissingCard::useFoundTool() {
-    const std::optional<QString> found = m_context.controller.dockerElsewhere();
+    const std::optional<QString> found = m_context.controller.state().dockerElsewhere;
     if (!found) {
         return;
     }
@@ -56,12 +56,12 @@ void DockerMissingCard::useFoundTool() {
 }
 
 void DockerMissingCard::render() {
-    const bool hasHomebrew = m_context.controller.brewPath().has_value();
+    const bool hasHomebrew = m_context.controller.state().brewPath.has_value();
     m_homebrewIsNeeded->setVisible(!hasHomebrew);
     setShown(m_install, hasHomebrew);
     setShown(m_getHomebrew, !hasHomebrew);
 
-    const std::optional<QString> found = m_context.controller.dockerElsewhere();
+    const std::optional<QString> found = m_context.controller.state().dockerElsewhere;
     m_foundText->setOutsideText(u"A docker tool was found at %1."_s.arg(found.value_or(QString())));
     setShown(m_foundRow, found.has_value());
 }

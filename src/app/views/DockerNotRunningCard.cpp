@@ -49,21 +49,21 @@ DockerNotRunningCard::DockerNotRunningCard(ViewContext context, QWidget* parent)
 
 void DockerNotRunningCard::render() {
     const KumaController& controller = m_context.controller;
-    const bool hasColima = controller.colimaPath().has_value();
-    const bool hasHomebrew = controller.brewPath().has_value();
+    const bool hasColima = controller.state().colimaPath.has_value();
+    const bool hasHomebrew = controller.state().brewPath.has_value();
     m_explanation->setContent(explanation(hasColima));
     setShown(m_startColima, hasColima);
     setShown(m_installColima, !hasColima && hasHomebrew);
     setShown(m_getHomebrew, !hasColima && !hasHomebrew);
 
-    const QString details = controller.runtimeDetails();
+    const QString details = controller.state().runtimeDetails;
     m_permission->setVisible(isPermissionDenied(details));
     m_details->setDetails(details);
     setShown(m_details, !details.isEmpty());
 }
 
 QPushButton* DockerNotRunningCard::defaultButton() const {
-    return m_context.controller.colimaPath() ? m_startColima : m_installColima;
+    return m_context.controller.state().colimaPath ? m_startColima : m_installColima;
 }
 
 } // namespace orvanel

@@ -27,7 +27,7 @@ ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
 
 void ErrorCard::render() {
     const KumaController& controller = m_context.controller;
-    const OpError error = controller.error().value_or(OpError());
+    const OpError error = controller.state().error.value_or(OpError());
     if (error != m_shown) {
         m_details->collapse();
         m_shown = error;
@@ -35,7 +35,7 @@ void ErrorCard::render() {
     m_message->setOutsideText(error.message);
     setAccessibleDescription(error.message);
 
-    const std::optional<int> port = controller.suggestedPort();
+    const std::optional<int> port = controller.state().suggestedPort;
     if (port) {
         setButtonText(m_usePort, u"Use port %1 instead and start"_s.arg(*port));
     }
@@ -50,7 +50,7 @@ void ErrorCard::forget() {
 }
 
 void ErrorCard::useSuggestedPort() {
-    const std::optional<int> port = m_context.controller.suggestedPort();
+    const std::optional<int> port = m_context.controller.state().suggestedPort;
     if (!port) {
         return;
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/views/Card.h"
-#include "controller/OpError.h"
+#include "controller/ControllerState.h"
 
 namespace orvanel {
 

@@ -80,10 +80,10 @@ TextField* GuideCard::makeField() {
 }
 
 void GuideCard::render() {
-    setUsable(m_openDashboard, m_context.controller.kuma() == KumaState::running);
+    setUsable(m_openDashboard, m_context.controller.state().kuma == KumaState::running);
     // Setting the same text would move the cursor.
-    if (m_slug->text() != m_context.controller.slug()) {
-        m_slug->setText(m_context.controller.slug());
+    if (m_slug->text() != m_context.controller.state().slug) {
+        m_slug->setText(m_context.controller.state().slug);
     }
 }
 

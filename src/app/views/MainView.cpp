@@ -98,7 +98,7 @@ QScrollArea* MainView::makeScrollArea() {
 void MainView::showEvent(QShowEvent* event) {
     View::showEvent(event);
     m_trigger.setActive(true);
-    if (!event->spontaneous() && !m_context.controller.hasSeenGuide() && m_guide.isNull()) {
+    if (!event->spontaneous() && !m_context.controller.state().hasSeenGuide && m_guide.isNull()) {
         // The window that it covers must be there first.
         QMetaObject::invokeMethod(this, &MainView::showGuide, Qt::QueuedConnection);
     }
@@ -137,8 +137,8 @@ void MainView::renderHeader() {
 
 void MainView::renderCard() {
     const KumaController& controller = m_context.controller;
-    const StateCard kind = stateCardFor(controller.setupBusy(), controller.dockerState(), controller.pulling(),
-                                        controller.busy(), controller.kuma());
+    const StateCard kind = stateCardFor(controller.state().setupBusy, controller.state().dockerState,
+                                        controller.state().pulling, controller.state().busy, controller.state().kuma);
     if (kind != m_kind) {
         replaceCard(kind);
     } else {
@@ -180,7 +180,7 @@ void MainView::putErrorLast() {
 }
 
 void MainView::renderError() {
-    const std::optional<OpError> error = m_context.controller.error();
+    const std::optional<OpError> error = m_context.controller.state().error;
     if (error && m_errorCard == nullptr) {
         m_errorCard = new ErrorCard(m_context);
         m_column->insertWidget(1, m_errorCard);

@@ -3,7 +3,7 @@
 #include "app/RenderTrigger.h"
 #include "app/views/StateCard.h"
 #include "app/views/View.h"
-#include "controller/OpError.h"
+#include "controller/ControllerState.h"
 
 #include <QPointer>
 

@@ -61,20 +61,20 @@ MonitorList::MonitorList(ViewContext context, QWidget* parent)
 
 void MonitorList::render() {
     const KumaController& controller = m_context.controller;
-    const QString given = controller.statusTitle().simplified();
+    const QString given = controller.state().statusTitle.simplified();
     const QString title = given.isEmpty() ? u"Monitors"_s : given;
     m_title->setOutsideText(title);
     if (m_rows->accessibleName() != title) {
         m_rows->setAccessibleName(title);
     }
 
-    const std::optional<Clock::WallTime> updated = controller.lastStatusUpdate();
+    const std::optional<Clock::WallTime> updated = controller.state().lastStatusUpdate;
     if (updated) {
         m_updated->setContent(u"Updated %1"_s.arg(timeOfDay(*updated)));
     }
     m_updated->setVisible(updated.has_value());
 
-    m_rows->setMonitors(controller.monitors());
+    m_rows->setMonitors(controller.state().monitors);
     setShown(m_rows, !m_rows->isEmpty());
     m_emptyText->setVisible(m_rows->isEmpty());
 }

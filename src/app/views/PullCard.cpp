@@ -24,7 +24,7 @@ PullCard::PullCard(ViewContext context, QWidget* parent)
 }
 
 void PullCard::render() {
-    m_log->setLog(m_context.controller.pullLog());
+    m_log->setLog(m_context.controller.state().pullLog);
 }
 
 } // namespace orvanel

@@ -23,8 +23,8 @@ SetupCard::SetupCard(ViewContext context, QWidget* parent)
 }
 
 void SetupCard::render() {
-    m_step->setContent(m_context.controller.setupBusy().value_or(QString()));
-    m_log->setLog(m_context.controller.setupLog());
+    m_step->setContent(m_context.controller.state().setupBusy.value_or(QString()));
+    m_log->setLog(m_context.controller.state().setupLog);
 }
 
 } // namespace orvanel

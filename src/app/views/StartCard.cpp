@@ -24,8 +24,8 @@ void StartCard::render() {
     const KumaController& controller = m_context.controller;
     m_explanation->setContent(
         u"One click starts Uptime Kuma in Docker. It is only reachable from this Mac (127.0.0.1:%1)."_s.arg(
-            controller.port()));
-    setUsable(m_start, controller.dockerState() == DockerState::ready);
+            controller.state().port));
+    setUsable(m_start, controller.state().dockerState == DockerState::ready);
 }
 
 } // namespace orvanel

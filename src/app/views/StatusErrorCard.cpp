@@ -23,10 +23,10 @@ StatusErrorCard::StatusErrorCard(ViewContext context, QWidget* parent)
 
 void StatusErrorCard::render() {
     const KumaController& controller = m_context.controller;
-    m_message->setOutsideText(controller.statusError().value_or(QString()));
+    m_message->setOutsideText(controller.state().statusError.value_or(QString()));
     m_advice->setOutsideText(
         u"Check that a status page with the slug “%1” exists, is saved, and contains your monitors."_s.arg(
-            shortened(controller.slug().simplified(), longestSlug)));
+            shortened(controller.state().slug.simplified(), longestSlug)));
 }
 
 } // namespace orvanel

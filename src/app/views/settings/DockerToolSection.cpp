@@ -31,9 +31,9 @@ DockerToolSection::DockerToolSection(ViewContext context, Dialogs& dialogs, QWid
 }
 
 void DockerToolSection::render() {
-    const std::optional<QString> path = m_context.controller.dockerPath();
+    const std::optional<QString> path = m_context.controller.state().dockerPath;
     m_inUse->setOutsideText(path ? u"In use: "_s + *path : u"Docker was not found."_s);
-    showInField(m_override, m_context.controller.dockerOverride());
+    showInField(m_override, m_context.controller.state().dockerOverride);
 }
 
 QCoro::Task<void> DockerToolSection::choose(Dialogs* dialogs, KumaController* controller) {

@@ -23,7 +23,7 @@ GeneralSection::GeneralSection(ViewContext context, QWidget* parent)
         }
     });
     connect(m_stopOnQuit, &Switch::toggled, this, [&controller = context.controller](bool stop) {
-        if (stop != controller.stopOnQuit()) {
+        if (stop != controller.state().stopOnQuit) {
             controller.setStopOnQuit(stop);
         }
     });
@@ -36,7 +36,7 @@ GeneralSection::GeneralSection(ViewContext context, QWidget* parent)
 
 void GeneralSection::render() {
     m_launchAtLogin->setChecked(m_context.controller.launchAtLogin());
-    m_stopOnQuit->setChecked(m_context.controller.stopOnQuit());
+    m_stopOnQuit->setChecked(m_context.controller.state().stopOnQuit);
 }
 
 } // namespace orvanel

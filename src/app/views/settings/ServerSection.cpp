@@ -36,7 +36,7 @@ ServerSection::ServerSection(ViewContext context, QWidget* parent)
 }
 
 void ServerSection::render() {
-    const int port = m_context.controller.port();
+    const int port = m_context.controller.state().port;
     // Half-typed digits stay, unless the port was changed elsewhere.
     if (port != m_storedPort) {
         m_storedPort = port;
@@ -44,10 +44,10 @@ void ServerSection::render() {
         showPort(port);
     }
     // An operation may be starting the server on it: what was there before is past.
-    if (m_context.controller.busy()) {
+    if (m_context.controller.state().busy) {
         m_agreedPort = port;
     }
-    showInField(m_slug, m_context.controller.slug());
+    showInField(m_slug, m_context.controller.state().slug);
 }
 
 /// As long as the text is a port it is the setting; otherwise the setting is what it was before.
@@ -74,7 +74,7 @@ void ServerSection::forgetTypedPort() {
 
 void ServerSection::storePort(int port) {
     m_storedPort = port;
-    if (port != m_context.controller.port()) {
+    if (port != m_context.controller.state().port) {
         m_context.controller.setPort(port);
     }
 }

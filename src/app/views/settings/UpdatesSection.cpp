@@ -37,7 +37,7 @@ UpdatesSection::UpdatesSection(ViewContext context, QWidget* parent)
     m_update = addButton(row, u"Update"_s, [context] { context.controller.updateNow(); });
     auto* link = new LinkButton(u"Release notes"_s);
     connect(link, &LinkButton::clicked, this,
-            [context] { context.desktop.openAddress(context.controller.releaseURL().value_or(QUrl())); });
+            [context] { context.desktop.openAddress(context.controller.state().releaseURL.value_or(QUrl())); });
     row->addWidget(link);
     m_releaseNotes = link;
 }
@@ -45,17 +45,17 @@ UpdatesSection::UpdatesSection(ViewContext context, QWidget* parent)
 void UpdatesSection::render() {
     const KumaController& controller = m_context.controller;
     renderTexts();
-    setCheckEnabled(!controller.checkingUpdate());
-    setUsable(m_update, canUpdate(controller.latestVersion(), controller.imageTag(), controller.busy(),
-                                  controller.dockerState()));
-    setShown(m_releaseNotes, controller.releaseURL().has_value());
+    setCheckEnabled(!controller.state().checkingUpdate);
+    setUsable(m_update, canUpdate(controller.state().latestVersion, controller.state().imageTag,
+                                  controller.state().busy, controller.state().dockerState));
+    setShown(m_releaseNotes, controller.state().releaseURL.has_value());
 }
 
 void UpdatesSection::renderTexts() {
     const KumaController& controller = m_context.controller;
     m_pinned->setOutsideText(u"Pinned image: "_s + controller.imageReference());
-    m_newest->setOutsideText(u"Newest release: "_s + controller.latestVersion().value_or(u"not checked yet"_s));
-    const std::optional<QString> message = controller.updateMessage();
+    m_newest->setOutsideText(u"Newest release: "_s + controller.state().latestVersion.value_or(u"not checked yet"_s));
+    const std::optional<QString> message = controller.state().updateMessage;
     m_message->setOutsideText(message.value_or(QString()));
     m_message->setVisible(message.has_value());
     m_majorChange->setVisible(controller.majorChange());
@@ -66,9 +66,9 @@ void UpdatesSection::renderTexts() {
 void UpdatesSection::describeCheck() {
     const KumaController& controller = m_context.controller;
     QStringList outcome;
-    if (const std::optional<QString> message = controller.updateMessage()) {
+    if (const std::optional<QString> message = controller.state().updateMessage) {
         outcome << *message;
-    } else if (controller.latestVersion()) {
+    } else if (controller.state().latestVersion) {
         outcome << m_newest->accessibleName();
     }
     if (controller.majorChange()) {

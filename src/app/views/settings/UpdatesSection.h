@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/views/settings/SettingsSection.h"
-#include "controller/DockerState.h"
+#include "controller/ControllerState.h"
 
 #include <optional>
 

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "statuspage/MonitorRow.h"
+#include "task/Clock.h"
+
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+namespace orvanel {
+
+/// What is known of the Docker runtime.
+enum class DockerState {
+    unknown,    ///< not probed yet
+    missing,    ///< no docker tool was found
+    notRunning, ///< the tool exists, but no runtime answers
+    ready,      ///< the runtime answers
+};
+
+/// What is known of the Uptime Kuma container.
+enum class KumaState {
+    stopped,  ///< not running
+    starting, ///< running, but its page does not answer yet
+    running,  ///< up
+    error,    ///< failing, for example restarting again and again
+};
+
+/// What an error is about, where that decides what happens to it.
+enum class ErrorKind {
+    general,
+    /// The container restarts again and again; the error goes when its page answers.
+    restartLoop,
+};
+
+/// Why the last operation failed.
+struct OpError {
+    /// One sentence for the user.
+    QString message;
+    /// The raw output or explanation behind it; may be empty.
+    QString details = {};
+    ErrorKind kind = ErrorKind::general;
+
+    bool operator==(const OpError&) const = default;
+};
+
+/// Everything that the views show. The first six are the user's settings.
+struct ControllerState {
+    int port = 0;
+    /// The public status page whose monitors are shown; blank means none.
+    QString slug = {};
+    bool stopOnQuit = false;
+    /// A docker executable chosen by the user; empty means search.
+    QString dockerOverride = {};
+    QString imageTag = {};
+    bool hasSeenGuide = false;
+
+    std::optional<QString> dockerPath = {};
+    /// While there is none: a docker where Linux distributions put it, which the user may choose as the override.
+    std::optional<QString> dockerElsewhere = {};
+    DockerState dockerState = DockerState::unknown;
+    /// What the docker tool said when no runtime answered; empty in every other state. See isPermissionDenied().
+    QString runtimeDetails = {};
+    /// Whether `docker compose` works; none while not probed.
+    std::optional<bool> composeAvailable = {};
+    KumaState kuma = KumaState::stopped;
+    /// The operation under way, in words; none when idle.
+    std::optional<QString> busy = {};
+    bool pulling = false;
+    QString pullLog = {};
+    std::optional<OpError> error = {};
+    /// A free port, offered when the configured one is taken.
+    std::optional<int> suggestedPort = {};
+    /// The step of the runtime installation under way, in words, and its live output.
+    std::optional<QString> setupBusy = {};
+    QString setupLog = {};
+    std::optional<QString> brewPath = {};
+    std::optional<QString> colimaPath = {};
+    QList<MonitorRow> monitors = {};
+    QString statusTitle = {};
+    /// Why the status page could not be read.
+    std::optional<QString> statusError = {};
+    /// When the monitors were last read successfully.
+    std::optional<Clock::WallTime> lastStatusUpdate = {};
+    /// The newest Uptime Kuma release found, and its page.
+    std::optional<QString> latestVersion = {};
+    std::optional<QUrl> releaseURL = {};
+    /// Why the last update check failed.
+    std::optional<QString> updateMessage = {};
+    bool checkingUpdate = false;
+
+    bool operator==(const ControllerState&) const = default;
+};
+
+} // namespace orvanel

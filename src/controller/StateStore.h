@@ -1,0 +1,45 @@
+#pragma once
+
+#include "controller/ControllerState.h"
+
+#include <functional>
+#include <utility>
+
+namespace orvanel {
+
+/// Holds the published state, and is the only way to change it. Main thread only.
+class StateStore {
+public:
+    /// `changed` is called after each update that made a difference.
+    explicit StateStore(std::function<void()> changed)
+        : m_changed(std::move(changed)) {}
+    StateStore(const StateStore&) = delete;
+    StateStore& operator=(const StateStore&) = delete;
+
+    const ControllerState& operator*() const { return m_state; }
+    const ControllerState* operator->() const { return &m_state; }
+
+    /// Changes one field.
+    template <class Field, class Value>
+    void set(Field ControllerState::*field, Value&& value) {
+        update([&](ControllerState& state) { state.*field = std::forward<Value>(value); });
+    }
+
+    /// Changes what belongs together: `change` is given the state to write to.
+    template <class Change>
+    void update(Change change) {
+        ControllerState next = m_state;
+        change(next);
+        if (next == m_state) {
+            return;
+        }
+        m_state = std::move(next);
+        m_changed();
+    }
+
+private:
+    ControllerState m_state;
+    const std::function<void()> m_changed;
+};
+
+} // namespace orvanel
