@@ -73,8 +73,8 @@ double runCp(const QString& from, const QString& to) {
     return static_cast<double>(time.nsecsElapsed()) * 1e-9;
 }
 
-QCoro::Task<void> copyAndLeave(std::function<bool()> job, QEventLoop* loop) {
-    co_await onWorker<bool>(job);
+QCoro::Task<void> copyAndLeave(std::function<void()> job, QEventLoop* loop) {
+    co_await onWorker(job);
     loop->quit();
 }
 
@@ -96,10 +96,7 @@ OurCopy runOurs(const QString& from, const QString& to) {
         sinceTick.restart();
     });
     QElapsedTimer time;
-    const std::function<bool()> job = [&from, &to] {
-        copyTree(from, to);
-        return true;
-    };
+    const auto job = [&from, &to] { copyTree(from, to); };
     timer.start(period);
     sinceTick.start();
     time.start();

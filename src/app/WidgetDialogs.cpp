@@ -29,28 +29,27 @@ QMessageBox::Icon iconOf(Alert::Style style) {
     Q_UNREACHABLE();
 }
 
-/// Shows the dialog without waiting for it. `done` is completed with whether it was accepted, also when the window
-/// below takes it along.
-void open(QDialog* dialog, const Event<bool>& done) {
+/// Shows the dialog without waiting for it. `end` is completed with `unanswered` unless it was before: when the dialog
+/// is closed, also by the window below that takes it along.
+template <class Answer>
+void open(QDialog* dialog, const Event<Answer>& end, Answer unanswered) {
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setWindowModality(Qt::WindowModal);
-    QObject::connect(dialog, &QObject::destroyed, dialog, [done] { done.complete(false); });
+    QObject::connect(dialog, &QObject::destroyed, dialog, [end, unanswered] { end.complete(unanswered); });
     dialog->open();
 }
 
-/// The paths that an accepted dialog leaves behind.
-using ChosenPath = std::shared_ptr<std::optional<QString>>;
+/// Completed with the chosen path, or with none.
+using ChosenPath = Event<std::optional<QString>>;
 
-ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& message, const Event<bool>& done) {
-    auto chosen = std::make_shared<std::optional<QString>>();
+ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& message) {
+    const ChosenPath chosen;
     // No file dialog of this desktop has room for a message but its title.
     const bool saysMore = !message.isEmpty() && message != title;
     dialog->setWindowTitle(saysMore ? u"%1 – %2"_s.arg(title, message) : title);
-    QObject::connect(dialog, &QFileDialog::accepted, dialog, [dialog, chosen, done] {
-        *chosen = dialog->selectedFiles().value(0);
-        done.complete(true);
-    });
-    open(dialog, done);
+    QObject::connect(dialog, &QFileDialog::accepted, dialog,
+                     [dialog, chosen] { chosen.complete(dialog->selectedFiles().value(0)); });
+    open(dialog, chosen, std::optional<QString>());
     return chosen;
 }
 
@@ -114,7 +113,7 @@ QCoro::Task<bool> WidgetDialogs::confirm(Alert alert) {
         co_return false;
     }
     const Event<bool> done;
-    open(makeAlert(alert, parent, done), done);
+    open(makeAlert(alert, parent, done), done, false);
     const bool confirmed = co_await done;
     co_return confirmed;
 }
@@ -146,11 +145,10 @@ QCoro::Task<std::optional<QString>> WidgetDialogs::askForSavePath(SavePanel pane
     dialog->setOption(QFileDialog::DontConfirmOverwrite);
     dialog->setDirectory(QFileInfo(proposed).path());
     dialog->selectFile(QFileInfo(proposed).fileName());
-    const Event<bool> done;
-    const ChosenPath chosen = openPanel(dialog, panel.title, panel.message, done);
+    const ChosenPath chosen = openPanel(dialog, panel.title, panel.message);
     forbidDeleting(dialog);
-    co_await done;
-    co_return *chosen;
+    const std::optional<QString> path = co_await chosen;
+    co_return path;
 }
 
 QCoro::Task<std::optional<QString>> WidgetDialogs::chooseOpenPath(OpenPanel panel) {
@@ -160,10 +158,9 @@ QCoro::Task<std::optional<QString>> WidgetDialogs::chooseOpenPath(OpenPanel pane
     }
     auto* dialog = new OpenPathDialog(panel, parent);
     dialog->setDirectory(QDir::home());
-    const Event<bool> done;
-    const ChosenPath chosen = openPanel(dialog, panel.title, panel.message, done);
-    co_await done;
-    co_return *chosen;
+    const ChosenPath chosen = openPanel(dialog, panel.title, panel.message);
+    const std::optional<QString> path = co_await chosen;
+    co_return path;
 }
 
 } // namespace orvanel

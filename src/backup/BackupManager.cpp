@@ -129,29 +129,25 @@ ZipBackup prepareZip(const QString& dataDir, const QString& destination) {
     return zip;
 }
 
-bool placeZip(const ZipBackup& zip) {
+void placeZip(const ZipBackup& zip) {
     syncFileSystem(zip.archive);
     putInPlace(zip.archive, zip.place, *zip.work);
-    return true;
 }
 
 QCoro::Task<void> removeWork(std::shared_ptr<WorkFolder> work) {
-    const std::function<bool()> job = [work] {
-        work->remove();
-        return true;
-    };
-    co_await onWorker<bool>(job);
+    const auto job = [work] { work->remove(); };
+    co_await onWorker(job);
 }
 
 QCoro::Task<void> packAndPlace(ZipBackup zip) {
     co_await ZipArchive::pack(zip.folder, zip.archive);
-    const std::function<bool()> job = [zip] { return placeZip(zip); };
-    co_await onWorker<bool>(job);
+    const auto job = [zip] { placeZip(zip); };
+    co_await onWorker(job);
 }
 
 QCoro::Task<BackupResult> backUpToZip(QString dataDir, QString destination) {
-    const std::function<ZipBackup()> staging = [dataDir, destination] { return prepareZip(dataDir, destination); };
-    const ZipBackup zip = co_await onWorker<ZipBackup>(staging);
+    const auto staging = [dataDir, destination] { return prepareZip(dataDir, destination); };
+    const ZipBackup zip = co_await onWorker(staging);
     std::exception_ptr failure;
     try {
         co_await packAndPlace(zip);
@@ -183,22 +179,21 @@ std::optional<BackupResult> backUpAutomatically(const QString& dataDir, const QS
 QCoro::Task<void> unpackAndRestore(std::shared_ptr<WorkFolder> work, QString zip, QString dataDir, QString backupsDir) {
     const QString folder = work->path(unpackedName);
     co_await ZipArchive::unpack(zip, folder);
-    const std::function<bool()> job = [work, folder, zip, dataDir, backupsDir] {
+    const auto job = [work, folder, zip, dataDir, backupsDir] {
         restoreFolder(findUnpackedData(folder), zip, dataDir, backupsDir);
-        return true;
     };
-    co_await onWorker<bool>(job);
+    co_await onWorker(job);
 }
 
 QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir) {
-    const std::function<std::shared_ptr<WorkFolder>()> making = [zip, dataDir, backupsDir] {
+    const auto making = [zip, dataDir, backupsDir] {
         recoverData(dataDir, backupsDir);
         requireRestorePlaces(zip, dataDir, backupsDir);
         auto work = std::make_shared<WorkFolder>(QDir::tempPath(), u"orv-restore-"_s);
         makeFolder(work->path(unpackedName));
         return work;
     };
-    const auto work = co_await onWorker<std::shared_ptr<WorkFolder>>(making);
+    const auto work = co_await onWorker(making);
     std::exception_ptr failure;
     try {
         co_await unpackAndRestore(work, zip, dataDir, backupsDir);
@@ -221,19 +216,17 @@ QCoro::Task<BackupResult> BackupManager::backUp(QString dataDir, QString destina
         auto result = co_await backUpToZip(dataDir, destination);
         co_return result;
     }
-    const std::function<BackupResult()> job = [dataDir, destination] {
+    const auto job = [dataDir, destination] {
         requireNoKeptData(placeOf(destination), dataDir);
         return backUpToFolder(dataDir, destination);
     };
-    auto result = co_await onWorker<BackupResult>(job);
+    auto result = co_await onWorker(job);
     co_return result;
 }
 
 QCoro::Task<std::optional<BackupResult>> BackupManager::autoBackup(QString dataDir, QString backupsDir, QString label) {
-    const std::function<std::optional<BackupResult>()> job = [dataDir, backupsDir, label] {
-        return backUpAutomatically(dataDir, backupsDir, label);
-    };
-    auto result = co_await onWorker<std::optional<BackupResult>>(job);
+    const auto job = [dataDir, backupsDir, label] { return backUpAutomatically(dataDir, backupsDir, label); };
+    auto result = co_await onWorker(job);
     co_return result;
 }
 
@@ -242,13 +235,12 @@ QCoro::Task<void> BackupManager::restore(QString source, QString dataDir, QStrin
         co_await restoreZip(source, dataDir, backupsDir);
         co_return;
     }
-    const std::function<bool()> job = [source, dataDir, backupsDir] {
+    const auto job = [source, dataDir, backupsDir] {
         recoverData(dataDir, backupsDir);
         requireRestorePlaces(source, dataDir, backupsDir);
         restoreFolder(source, source, dataDir, backupsDir);
-        return true;
     };
-    co_await onWorker<bool>(job);
+    co_await onWorker(job);
 }
 
 void BackupManager::recover(const QString& dataDir, const QString& backupsDir) {

@@ -8,9 +8,9 @@
 namespace orvanel {
 
 QCoro::Task<bool> watchRoom(QString folder, qint64 least, std::shared_ptr<ProcessHandle> handle, std::stop_token stop) {
-    const std::function<qint64()> look = [folder] { return bytesFreeAt(folder); };
+    const auto look = [folder] { return bytesFreeAt(folder); };
     while (!stop.stop_requested()) {
-        const qint64 free = co_await onWorker<qint64>(look);
+        const qint64 free = co_await onWorker(look);
         if (free < least) {
             handle->cancel();
             co_return true;

@@ -63,12 +63,11 @@ AppError unpackError(const QString& reason) {
     return AppError(u"Could not open the zip file. "_s + reason);
 }
 
-bool requireEntries(const QString& archive, qint64 entries) {
+void requireEntries(const QString& archive, qint64 entries) {
     const auto listing = readZipListing(archive);
     if (!listing || listing->entries != entries) {
         throw packError(u"Something is missing in it."_s);
     }
-    return true;
 }
 
 /// Free bytes at which unpacking is stopped. An archive that is larger than it says may use half of what should be
@@ -91,20 +90,20 @@ qint64 leastRoomFor(const QString& archive, const QString& folder) {
 } // namespace
 
 QCoro::Task<void> ZipArchive::pack(QString folder, QString archive) {
-    const std::function<qint64()> counting = [folder] { return requirePackable(folder); };
-    const qint64 entries = co_await onWorker<qint64>(counting);
+    const auto counting = [folder] { return requirePackable(folder); };
+    const qint64 entries = co_await onWorker(counting);
     const Command command = packCommand(folder, archive);
     const CommandResult result = co_await DockerCLI::run(command.program, command.arguments, timeLimit);
     if (!result.isSuccess()) {
         throw packError(result.output);
     }
-    const std::function<bool()> checking = [archive, entries] { return requireEntries(archive, entries); };
-    co_await onWorker<bool>(checking);
+    const auto checking = [archive, entries] { requireEntries(archive, entries); };
+    co_await onWorker(checking);
 }
 
 QCoro::Task<void> ZipArchive::unpack(QString archive, QString folder) {
-    const std::function<qint64()> measuring = [archive, folder] { return leastRoomFor(archive, folder); };
-    const qint64 least = co_await onWorker<qint64>(measuring);
+    const auto measuring = [archive, folder] { return leastRoomFor(archive, folder); };
+    const qint64 least = co_await onWorker(measuring);
     const auto handle = std::make_shared<ProcessHandle>();
     std::stop_source stop;
     auto watch = watchRoom(folder, least, handle, stop.get_token());
@@ -118,11 +117,8 @@ QCoro::Task<void> ZipArchive::unpack(QString archive, QString folder) {
     if (!result.isSuccess()) {
         throw unpackError(result.output);
     }
-    const std::function<bool()> checking = [folder] {
-        requireHarmless(folder);
-        return true;
-    };
-    co_await onWorker<bool>(checking);
+    const auto checking = [folder] { requireHarmless(folder); };
+    co_await onWorker(checking);
 }
 
 } // namespace orvanel

@@ -197,9 +197,9 @@ QCoro::Task<CommandResult> KumaController::pullImage(QString docker, std::stop_t
 
 /// One that starts the container, and so has to end before anybody can stop it for good.
 QCoro::Task<CommandResult> KumaController::startingCommand(QString docker, QStringList arguments) {
-    const Event<bool> end;
+    const Event<> end;
     m_comingUp = end;
-    const auto ended = qScopeGuard([end] { end.complete(true); });
+    const auto ended = qScopeGuard([end] { end.complete(); });
     const CommandResult result = co_await command(docker, arguments, upLimit);
     co_return result;
 }
@@ -208,8 +208,8 @@ QCoro::Task<void> KumaController::bringUpEnd() {
     if (!m_comingUp) {
         co_return;
     }
-    const Event<bool> end = *m_comingUp;
-    const auto limit = m_env.clock->callAfter(bringUpPatience, [end] { end.complete(false); });
+    const Event<> end = *m_comingUp;
+    const auto limit = m_env.clock->callAfter(bringUpPatience, [end] { end.complete(); });
     co_await end;
 }
 
@@ -389,8 +389,8 @@ QCoro::Task<void> KumaController::performRemoveEverything() {
         co_return;
     }
     const DataTurns::Turn turn = co_await m_dataTurns.take();
-    const std::function<bool()> removal = [folder = dataDir()] { return QDir(folder).removeRecursively(); };
-    co_await onWorker<bool>(removal);
+    const auto removal = [folder = dataDir()] { QDir(folder).removeRecursively(); };
+    co_await onWorker(removal);
     m_state.set(&ControllerState::monitors, QList<MonitorRow>());
 }
 

@@ -8,16 +8,16 @@ namespace orvanel {
 
 struct DataTurns::State {
     bool isTaken = false;
-    std::deque<Event<bool>> waiting;
+    std::deque<Event<>> waiting;
 
     void giveBack() {
         if (waiting.empty()) {
             isTaken = false;
             return;
         }
-        const Event<bool> next = waiting.front();
+        const Event<> next = waiting.front();
         waiting.pop_front();
-        next.complete(true);
+        next.complete();
     }
 };
 
@@ -34,7 +34,7 @@ bool DataTurns::isTaken() const {
 
 QCoro::Task<DataTurns::Turn> DataTurns::takeFrom(std::shared_ptr<State> state) {
     if (state->isTaken) {
-        const Event<bool> turn;
+        const Event<> turn;
         state->waiting.push_back(turn);
         co_await turn;
     }

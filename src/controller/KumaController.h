@@ -229,7 +229,7 @@ private:
     std::shared_ptr<ProcessHandle> m_setupHandle;
 
     /// The end of the last command that brought the container up; none once its container was looked at.
-    std::optional<Event<bool>> m_comingUp;
+    std::optional<Event<>> m_comingUp;
 
     /// What the operation under way shows in m_busy, when no backup does.
     QString m_operationText;

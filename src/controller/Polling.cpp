@@ -90,9 +90,9 @@ QCoro::Task<void> KumaController::pollOnce(std::stop_token stop) {
 
 /// In a later turn of the event loop, so that the interface gets to show that nothing is known.
 QCoro::Task<void> KumaController::refreshSoon() {
-    const Event<bool> turn;
+    const Event<> turn;
     const PostToThread post = postToThisThread();
-    post([turn] { turn.complete(true); });
+    post([turn] { turn.complete(); });
     co_await turn;
     const std::stop_token never;
     co_await refresh(never);

@@ -40,8 +40,8 @@ QCoro::Task<bool> askPage(std::shared_ptr<HttpSession> session, quint16 port) {
 QCoro::Task<JsonResult> get(std::shared_ptr<HttpSession> session, quint16 port, QByteArray path) {
     const Event<HttpResult> answered = session->get(port, path, apiTerms);
     const HttpResult result = co_await answered;
-    const std::function<JsonResult()> read = [result] { return readJson(result); };
-    const JsonResult json = co_await onWorker<JsonResult>(read);
+    const auto read = [result] { return readJson(result); };
+    const JsonResult json = co_await onWorker(read);
     co_return json;
 }
 
@@ -57,10 +57,10 @@ QCoro::Task<StatusPageResult> readPage(std::shared_ptr<HttpSession> session, qui
     if (const auto* error = std::get_if<StatusPageError>(&beats)) {
         co_return *error;
     }
-    const std::function<StatusPageResult()> read = [page, beats, slug] {
+    const auto read = [page, beats, slug] {
         return readStatusPage(std::get<QJsonDocument>(page), std::get<QJsonDocument>(beats), slug);
     };
-    const StatusPageResult result = co_await onWorker<StatusPageResult>(read);
+    const StatusPageResult result = co_await onWorker(read);
     co_return result;
 }
 

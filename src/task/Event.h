@@ -7,26 +7,31 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <type_traits>
 #include <utility>
+#include <variant>
 
 namespace orvanel {
 
 /// Runs `action` from the event loop of the thread to which it belongs; dropped when that thread has ended.
-/// Made by resumeOnThisThread(), called from any thread.
+/// May be called from any thread.
 using PostToThread = std::function<void(std::function<void()>)>;
+/// For the calling thread.
 PostToThread postToThisThread();
 
-/// Something that happens once and brings a value: what a coroutine awaits when a child ends, a reply arrives or a time
-/// has passed. A copy is another handle on the same event.
+/// Something that happens once, and brings a value unless `Value` is void: what a coroutine awaits when a child ends,
+/// a reply arrives or a time has passed. A copy is another handle on the same event.
 ///
 /// complete() may be called from any thread; the first call counts, later ones are ignored. One coroutine may await
 /// it, on a thread that runs an event loop, and is resumed from that loop (never inside complete()), unless the event
 /// has already happened, when it does not suspend at all.
-template <class Value>
+template <class Value = void>
 class Event {
+    using Stored = std::conditional_t<std::is_void_v<Value>, std::monostate, Value>;
+
     struct State {
         std::mutex mutex;
-        std::optional<Value> value;
+        std::optional<Stored> value;
         std::coroutine_handle<> waiting;
         PostToThread post;
     };
@@ -35,21 +40,15 @@ public:
     Event()
         : m_state(std::make_shared<State>()) {}
 
-    void complete(Value value) const {
-        std::coroutine_handle<> waiting;
-        PostToThread post;
-        {
-            const std::lock_guard lock(m_state->mutex);
-            if (m_state->value) {
-                return;
-            }
-            m_state->value.emplace(std::move(value));
-            waiting = std::exchange(m_state->waiting, {});
-            post = std::move(m_state->post);
-        }
-        if (waiting) {
-            post([waiting] { waiting.resume(); });
-        }
+    void complete() const
+        requires(std::is_void_v<Value>)
+    {
+        happen({});
+    }
+    void complete(Stored value) const
+        requires(!std::is_void_v<Value>)
+    {
+        happen(std::move(value));
     }
 
     bool isComplete() const {
@@ -71,10 +70,29 @@ public:
 
     Value await_resume() const {
         const std::lock_guard lock(m_state->mutex);
-        return std::move(*m_state->value);
+        if constexpr (!std::is_void_v<Value>) {
+            return std::move(*m_state->value);
+        }
     }
 
 private:
+    void happen(Stored value) const {
+        std::coroutine_handle<> waiting;
+        PostToThread post;
+        {
+            const std::lock_guard lock(m_state->mutex);
+            if (m_state->value) {
+                return;
+            }
+            m_state->value.emplace(std::move(value));
+            waiting = std::exchange(m_state->waiting, {});
+            post = std::move(m_state->post);
+        }
+        if (waiting) {
+            post([waiting] { waiting.resume(); });
+        }
+    }
+
     std::shared_ptr<State> m_state;
 };
 

@@ -14,12 +14,12 @@ namespace orvanel {
 struct TaskScope::State {
     ErrorReport report;
     int running = 0;
-    std::optional<Event<bool>> idle;
+    std::optional<Event<>> idle;
 
     void ended() {
         running -= 1;
         if (running == 0 && idle) {
-            idle->complete(true);
+            idle->complete();
             idle.reset();
         }
     }
@@ -49,7 +49,7 @@ QCoro::Task<void> TaskScope::finished() {
         if (!state->idle) {
             state->idle.emplace();
         }
-        const Event<bool> idle = *state->idle;
+        const Event<> idle = *state->idle;
         co_await idle;
     }
 }

@@ -4,34 +4,35 @@
 
 #include <QCoro/QCoroTask>
 
-#include <exception>
+#include <concepts>
 #include <functional>
+#include <future>
+#include <memory>
 #include <type_traits>
-#include <variant>
 
 namespace orvanel {
 
 /// Runs `job` on a thread of the global pool. It must not throw.
 void startOnWorker(std::function<void()> job);
 
+template <class Result>
+QCoro::Task<Result> runOnWorker(std::function<Result()> job) {
+    const auto task = std::make_shared<std::packaged_task<Result()>>(std::move(job));
+    std::future<Result> result = task->get_future();
+    const Event<> done;
+    startOnWorker([task, done] {
+        (*task)();
+        done.complete();
+    });
+    co_await done;
+    co_return result.get();
+}
+
 /// Runs `job` on a thread of the global pool and ends with what it returned or threw, back on the calling thread.
 /// For whatever must not hold up the interface: parsing large answers, copying trees. `job` must own what it uses.
-template <class Result>
-    requires(!std::is_void_v<Result>)
-QCoro::Task<Result> onWorker(std::function<Result()> job) {
-    const Event<std::variant<Result, std::exception_ptr>> done;
-    startOnWorker([done, job = std::move(job)] {
-        try {
-            done.complete(job());
-        } catch (...) {
-            done.complete(std::current_exception());
-        }
-    });
-    auto outcome = co_await done;
-    if (const auto* error = std::get_if<std::exception_ptr>(&outcome)) {
-        std::rethrow_exception(*error);
-    }
-    co_return std::get<Result>(std::move(outcome));
+template <std::invocable Job>
+QCoro::Task<std::invoke_result_t<Job>> onWorker(Job job) {
+    return runOnWorker<std::invoke_result_t<Job>>(std::move(job)); // one coroutine a type of result, not a job
 }
 
 } // namespace orvanel

@@ -150,7 +150,7 @@ void RandomSequence::changeBackups() {
 
 void RandomSequence::endBackups() {
     for (const ScriptedBackups::Job& job : m_world.backups.jobs) {
-        job.go.complete(true);
+        job.go.complete();
     }
 }
 

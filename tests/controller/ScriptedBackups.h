@@ -20,7 +20,7 @@ public:
         QString kind;
         /// What the controller gave, in order.
         QStringList arguments;
-        Event<bool> go;
+        Event<> go;
     };
 
     QList<Job> jobs;
@@ -38,7 +38,7 @@ public:
     void letGo() {
         holds = false;
         for (const Job& job : jobs) {
-            job.go.complete(true);
+            job.go.complete();
         }
     }
 
@@ -62,9 +62,9 @@ private:
             onBegin(job);
         }
         if (!holds) {
-            job.go.complete(true);
+            job.go.complete();
         }
-        const Event<bool> go = job.go;
+        const Event<> go = job.go;
         co_await go;
         underWay -= 1;
         if (onWork) {

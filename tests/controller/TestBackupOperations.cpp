@@ -133,7 +133,7 @@ private Q_SLOTS:
         backUpTo(world, zip);
         backUpTo(world, u"/home/ann/Folder"_s);
         QCOMPARE(world.backups.jobs.size(), 1);
-        world.backups.jobs.first().go.complete(true);
+        world.backups.jobs.first().go.complete();
         world.settle();
         QCOMPARE(kuma.state().busy, backingUp);
         QCOMPARE(world.desktop.revealed.size(), 1);

@@ -10,7 +10,7 @@ using namespace orvanel::test;
 
 namespace {
 
-QCoro::Task<void> hold(const DataTurns* turns, QStringList* begun, QString name, Event<bool> end) {
+QCoro::Task<void> hold(const DataTurns* turns, QStringList* begun, QString name, Event<> end) {
     const DataTurns::Turn turn = co_await turns->take();
     begun->append(name);
     co_await end;
@@ -26,9 +26,9 @@ private Q_SLOTS:
         const DataTurns turns;
         TaskScope tasks;
         QStringList begun;
-        const Event<bool> first;
-        const Event<bool> second;
-        const Event<bool> third;
+        const Event<> first;
+        const Event<> second;
+        const Event<> third;
         QVERIFY(!turns.isTaken());
         tasks.start(hold(&turns, &begun, u"first"_s, first), {});
         tasks.start(hold(&turns, &begun, u"second"_s, second), {});
@@ -36,14 +36,14 @@ private Q_SLOTS:
         // With nobody before it, the first does not wait for even a turn of the event loop.
         QCOMPARE(begun, QStringList(u"first"_s));
         QVERIFY(turns.isTaken());
-        third.complete(true);
+        third.complete();
         drainEvents();
         QCOMPARE(begun.size(), 1);
-        first.complete(true);
+        first.complete();
         drainEvents();
         QCOMPARE(begun, (QStringList{u"first"_s, u"second"_s}));
         QVERIFY(turns.isTaken());
-        second.complete(true);
+        second.complete();
         drainEvents();
         QCOMPARE(begun.size(), 3);
         QVERIFY(!turns.isTaken());

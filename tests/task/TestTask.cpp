@@ -24,7 +24,7 @@ QCoro::Task<void> setAfter(Clock* clock, std::chrono::milliseconds delay, bool* 
     *done = true;
 }
 
-QCoro::Task<void> throwAfter(Event<bool> event) {
+QCoro::Task<void> throwAfter(Event<> event) {
     co_await event;
     throw std::runtime_error("the reason");
 }
@@ -104,9 +104,9 @@ private Q_SLOTS:
     void scopeReportsWhatATaskThrows() {
         QStringList reports;
         TaskScope scope([&](const QString& name, const QString& what) { reports << u"%1: %2"_s.arg(name, what); });
-        const Event<bool> event;
+        const Event<> event;
         scope.start(throwAfter(event), u"thrower"_s);
-        event.complete(true);
+        event.complete();
         await(scope.finished());
         QCOMPARE(reports, QStringList{u"thrower: the reason"_s});
         QCOMPARE(scope.running(), 0);
@@ -125,18 +125,29 @@ private Q_SLOTS:
 
     void workerRunsElsewhereAndAnswersHere() {
         QThread* ranOn = nullptr;
-        const std::function<int()> job = [&ranOn] {
+        const auto job = [&ranOn] {
             ranOn = QThread::currentThread();
             return 5;
         };
-        QCOMPARE(await(onWorker<int>(job)), 5);
+        QCOMPARE(await(onWorker(job)), 5);
+        QVERIFY(ranOn != nullptr);
+        QVERIFY(ranOn != QThread::currentThread());
+    }
+
+    void workerTakesAJobThatReturnsNothing() {
+        QThread* ranOn = nullptr;
+        const auto job = [&ranOn] { ranOn = QThread::currentThread(); };
+        static_assert(std::is_same_v<decltype(onWorker(job)), QCoro::Task<void>>);
+        await(onWorker(job));
         QVERIFY(ranOn != nullptr);
         QVERIFY(ranOn != QThread::currentThread());
     }
 
     void workerPassesOnWhatTheJobThrows() {
-        const std::function<int()> job = []() -> int { throw std::runtime_error("bad"); };
-        QVERIFY_THROWS_EXCEPTION(std::runtime_error, await(onWorker<int>(job)));
+        const auto number = []() -> int { throw std::runtime_error("bad"); };
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error, await(onWorker(number)));
+        const auto nothing = [] { throw std::runtime_error("bad"); };
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error, await(onWorker(nothing)));
     }
 
     void aFastClockPassesFaster() {

@@ -159,9 +159,9 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
                                                 DockerCLI::OutputCallback onOutput) {
     const QString tool = path.section(u'/', -1);
     // A real child never ends before its caller has had a turn of the event loop.
-    const Event<bool> turn;
+    const Event<> turn;
     const PostToThread post = postToThisThread();
-    post([turn] { turn.complete(true); });
+    post([turn] { turn.complete(); });
     CommandResult notStarted;
     notStarted.cancelled = handle && handle->isCancelled();
     if (notStarted.cancelled) {
@@ -245,8 +245,8 @@ QCoro::Task<bool> InProcessDocker::play(std::shared_ptr<Shared> shared, std::sha
         child->flush();
     }
     if (answer.hangs) {
-        const Event<bool> ended;
-        const std::stop_callback onEnd(child->end(), [ended] { ended.complete(true); });
+        const Event<> ended;
+        const std::stop_callback onEnd(child->end(), [ended] { ended.complete(); });
         co_await ended;
         co_return false;
     }
