@@ -1,12 +1,12 @@
 #include "process/DockerCLI.h"
 
+#include "process/DockerComplaint.h"
 #include "process/FileDescriptor.h"
 #include "process/ProcessRunner.h"
 
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <cerrno>
 #include <netinet/in.h>
 #include <pwd.h>
@@ -51,7 +51,9 @@ std::optional<QString> firstExecutable(const QStringList& candidates) {
     return std::nullopt;
 }
 
-bool canBind(int port, bool reuseAddress) {
+enum class AddressReuse { no, yes };
+
+bool canBind(int port, AddressReuse reuse) {
     // Port 0 would ask for any free one, and be granted.
     if (port < 1 || port > 65535) {
         return false;
@@ -61,7 +63,7 @@ bool canBind(int port, bool reuseAddress) {
         return false;
     }
     const int on = 1;
-    if (reuseAddress && ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0) {
+    if (reuse == AddressReuse::yes && ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0) {
         return false;
     }
     sockaddr_in address{};
@@ -69,10 +71,6 @@ bool canBind(int port, bool reuseAddress) {
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     return ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-}
-
-bool containsAny(const QString& text, const QStringList& phrases) {
-    return std::any_of(phrases.begin(), phrases.end(), [&](const QString& phrase) { return text.contains(phrase); });
 }
 
 } // namespace
@@ -119,42 +117,15 @@ std::optional<QString> DockerCLI::findOutsideSearchFolders() {
 }
 
 bool DockerCLI::isPortFree(int port) {
-    return canBind(port, false);
+    return canBind(port, AddressReuse::no);
 }
 
 bool DockerCLI::isPortFreeForListening(int port) {
-    return canBind(port, true);
+    return canBind(port, AddressReuse::yes);
 }
 
 QString DockerCLI::friendlyMessage(const QString& output, bool timedOut) {
-    static const QStringList portPhrases{
-        u"port is already allocated"_s,
-        u"address already in use"_s,
-        u"ports are not available"_s,
-    };
-    static const QStringList networkPhrases{
-        u"no such host"_s,           u"dial tcp"_s,
-        u"tls handshake"_s,          u"i/o timeout"_s,
-        u"network is unreachable"_s, u"temporary failure in name resolution"_s,
-        u"failed to resolve"_s,      u"failed to do request"_s,
-    };
-    if (timedOut) {
-        return u"Docker did not answer in time."_s;
-    }
-    const QString text = output.toLower();
-    if (containsAny(text, portPhrases)) {
-        return u"The port is already in use by another program."_s;
-    }
-    if (text.contains(u"no space left"_s)) {
-        return u"Your disk is full. Free some space and try again."_s;
-    }
-    if (containsAny(text, networkPhrases)) {
-        return u"Docker could not reach the internet to download the image. Check your connection."_s;
-    }
-    if (text.contains(u"cannot connect to the docker daemon"_s)) {
-        return u"Docker is not running."_s;
-    }
-    return u"Docker reported an error."_s;
+    return sentenceOf(complaintOf({.output = output, .timedOut = timedOut}));
 }
 
 QCoro::Task<CommandResult> DockerCLI::run(QString path, QStringList arguments, std::chrono::duration<double> timeout,

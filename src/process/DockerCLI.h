@@ -49,7 +49,7 @@ bool isPortFree(int port);
 /// only keeps in a closing state (TIME_WAIT, for a minute after the server closed its connections; tcp(7), socket(7)).
 bool isPortFreeForListening(int port);
 
-/// One of six sentences for the user about the failed command that wrote `output`. Never quotes the output.
+/// The sentence for the user about a failed command: see DockerComplaint, which also tells the kind of its complaint.
 QString friendlyMessage(const QString& output, bool timedOut);
 
 /// Runs an external program: `path` (not looked up anywhere) with `arguments` (no shell), in environment(), with

@@ -1,4 +1,5 @@
 #include "process/DockerCLI.h"
+#include "process/DockerComplaint.h"
 #include "process/FileDescriptor.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
@@ -263,45 +264,53 @@ private Q_SLOTS:
         }
     }
 
-    void friendlyMessages_data() {
+    void complaints_data() {
         QTest::addColumn<QString>("output");
         QTest::addColumn<bool>("timedOut");
-        QTest::addColumn<QString>("message");
-        const QString late = u"Docker did not answer in time."_s;
-        const QString port = u"The port is already in use by another program."_s;
-        const QString disk = u"Your disk is full. Free some space and try again."_s;
-        const QString network = u"Docker could not reach the internet to download the image. Check your connection."_s;
-        const QString daemon = u"Docker is not running."_s;
-        const QString other = u"Docker reported an error."_s;
-        const auto add = [](const char* output, const QString& message) {
-            QTest::newRow(output) << QString::fromLatin1(output) << false << message;
+        QTest::addColumn<DockerComplaint>("complaint");
+        using enum DockerComplaint;
+        const auto add = [](const char* output, DockerComplaint complaint) {
+            QTest::newRow(output) << QString::fromLatin1(output) << false << complaint;
         };
-        QTest::newRow("late") << u"port is already allocated"_s << true << late;
-        QTest::newRow("late and silent") << QString() << true << late;
-        add("Error: Bind for 127.0.0.1:3001 failed: port is already allocated.", port);
-        add("listen tcp4: Address already in use", port);
-        add("Ports are not available: exposing port", port);
-        add("address already in use, no space left on device, dial tcp", port);
-        add("write /x: no space left on device", disk);
-        add("dial tcp: No Space Left on device", disk);
-        add("lookup registry: no such host", network);
-        add("Dial TCP 1.2.3.4:443", network);
-        add("net/http: TLS handshake timeout", network);
-        add("read: i/o timeout", network);
-        add("connect: network is unreachable", network);
-        add("Temporary failure in name resolution", network);
-        add("failed to resolve reference", network);
-        add("failed to do request: Head", network);
-        add("dial tcp: cannot connect to the docker daemon", network);
-        add("cAnNoT connect to the DOCKER daemon at unix:///var/run/docker.sock", daemon);
+        QTest::newRow("late") << u"port is already allocated"_s << true << noAnswer;
+        QTest::newRow("late and silent") << QString() << true << noAnswer;
+        add("Error: Bind for 127.0.0.1:3001 failed: port is already allocated.", portTaken);
+        add("listen tcp4: Address already in use", portTaken);
+        add("Ports are not available: exposing port", portTaken);
+        add("address already in use, no space left on device, dial tcp", portTaken);
+        add("write /x: no space left on device", diskFull);
+        add("dial tcp: No Space Left on device", diskFull);
+        add("lookup registry: no such host", noInternet);
+        add("Dial TCP 1.2.3.4:443", noInternet);
+        add("net/http: TLS handshake timeout", noInternet);
+        add("read: i/o timeout", noInternet);
+        add("connect: network is unreachable", noInternet);
+        add("Temporary failure in name resolution", noInternet);
+        add("failed to resolve reference", noInternet);
+        add("failed to do request: Head", noInternet);
+        add("dial tcp: cannot connect to the docker daemon", noInternet);
+        add("cAnNoT connect to the DOCKER daemon at unix:///var/run/docker.sock", notRunning);
         add("", other);
         add("no such container", other);
     }
 
-    void friendlyMessages() {
+    void complaints() {
         QFETCH(const QString, output);
         QFETCH(const bool, timedOut);
-        QTEST(DockerCLI::friendlyMessage(output, timedOut), "message");
+        const CommandResult result{.status = 1, .output = output, .timedOut = timedOut};
+        QTEST(complaintOf(result), "complaint");
+        QCOMPARE(DockerCLI::friendlyMessage(output, timedOut), sentenceOf(complaintOf(result)));
+    }
+
+    void sentences() {
+        using enum DockerComplaint;
+        QCOMPARE(sentenceOf(noAnswer), u"Docker did not answer in time."_s);
+        QCOMPARE(sentenceOf(portTaken), u"The port is already in use by another program."_s);
+        QCOMPARE(sentenceOf(diskFull), u"Your disk is full. Free some space and try again."_s);
+        QCOMPARE(sentenceOf(noInternet),
+                 u"Docker could not reach the internet to download the image. Check your connection."_s);
+        QCOMPARE(sentenceOf(notRunning), u"Docker is not running."_s);
+        QCOMPARE(sentenceOf(other), u"Docker reported an error."_s);
     }
 };
 
