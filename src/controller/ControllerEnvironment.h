@@ -29,7 +29,7 @@ struct ControllerEnvironment {
     RunCommand run = &DockerCLI::run;
     std::function<std::optional<QString>(const QString& override)> findDocker = &DockerCLI::find;
     std::function<std::optional<QString>(const QString& name)> findTool = &DockerCLI::findTool;
-    std::function<std::optional<QString>()> findDockerElsewhere = &DockerCLI::findOutsideSearchFolders;
+    std::function<std::optional<QString>(const QString& name)> findToolElsewhere = &DockerCLI::findOutsideSearchFolders;
     std::function<bool(int port)> isPortFree = &DockerCLI::isPortFree;
     std::function<bool(int port)> isPortFreeForListening = &DockerCLI::isPortFreeForListening;
 

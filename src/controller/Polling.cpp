@@ -137,7 +137,8 @@ bool KumaController::findTools() {
     if (!m_state->dockerPath) {
         m_state.set(&ControllerState::dockerPath, m_env.findDocker(m_state->dockerOverride));
     }
-    m_state.set(&ControllerState::dockerElsewhere, m_state->dockerPath ? std::nullopt : m_env.findDockerElsewhere());
+    m_state.set(&ControllerState::dockerElsewhere,
+                m_state->dockerPath ? std::nullopt : m_env.findToolElsewhere(u"docker"_s));
     if (!m_state->dockerPath) {
         setDockerState(DockerState::missing);
         m_state.set(&ControllerState::kuma, KumaState::stopped);

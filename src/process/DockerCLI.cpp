@@ -4,6 +4,7 @@
 #include "process/FileDescriptor.h"
 #include "process/ProcessRunner.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -42,8 +43,9 @@ bool isExecutableFile(const QString& path) {
     return file.isFile() && file.isExecutable();
 }
 
-std::optional<QString> firstExecutable(const QStringList& candidates) {
-    for (const QString& candidate : candidates) {
+std::optional<QString> firstIn(const QStringList& folders, const QString& name) {
+    for (const QString& folder : folders) {
+        const QString candidate = folder + u'/' + name;
         if (isExecutableFile(candidate)) {
             return candidate;
         }
@@ -94,6 +96,18 @@ QMap<QString, QString> DockerCLI::environment() {
     return environment;
 }
 
+QMap<QString, QString> DockerCLI::environmentFor(const QString& path) {
+    QMap<QString, QString> result = environment();
+    QString& folders = result[u"PATH"_s];
+    const QString own = QDir::cleanPath(QFileInfo(path).path());
+    // A colon would divide the folder in two.
+    const bool canBeListed = own.startsWith(u'/') && !own.contains(u':');
+    if (canBeListed && !folders.split(u':').contains(own)) {
+        folders.prepend(own + u':');
+    }
+    return result;
+}
+
 std::optional<QString> DockerCLI::find(const QString& override) {
     const QString chosen = override.trimmed();
     if (!chosen.isEmpty() && isExecutableFile(chosen)) {
@@ -103,17 +117,15 @@ std::optional<QString> DockerCLI::find(const QString& override) {
 }
 
 std::optional<QString> DockerCLI::findTool(const QString& name) {
-    QStringList candidates = searchFolders();
-    for (QString& candidate : candidates) {
-        candidate += u'/' + name;
-    }
-    return firstExecutable(candidates);
+    return firstIn(searchFolders(), name);
 }
 
-std::optional<QString> DockerCLI::findOutsideSearchFolders() {
+std::optional<QString> DockerCLI::findOutsideSearchFolders(const QString& name) {
     const QString root = toolRoot();
-    return firstExecutable(
-        {root + u"/usr/bin/docker"_s, root + u"/snap/bin/docker"_s, root + homeFolder() + u"/.docker/bin/docker"_s});
+    const QString home = root + homeFolder();
+    const QStringList folders{root + u"/usr/bin"_s, root + u"/snap/bin"_s, home + u"/.docker/bin"_s,
+                              root + u"/home/linuxbrew/.linuxbrew/bin"_s, home + u"/.linuxbrew/bin"_s};
+    return firstIn(folders, name);
 }
 
 bool DockerCLI::isPortFree(int port) {

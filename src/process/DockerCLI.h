@@ -30,6 +30,10 @@ QStringList searchFolders();
 /// database, USER, TMPDIR and LANG as far as we have them, and DOCKER_CLI_HINTS. Read afresh at each call.
 QMap<QString, QString> environment();
 
+/// environment() for a child that runs the program `path`. When the program's folder is not in PATH, it is put in
+/// front: a tool finds its companions where it lies itself.
+QMap<QString, QString> environmentFor(const QString& path);
+
 /// The docker tool: `override` (blanks around it do not count) when it names an executable file, else the first that a
 /// search folder holds. An override that names none is ignored.
 std::optional<QString> find(const QString& override);
@@ -37,9 +41,10 @@ std::optional<QString> find(const QString& override);
 /// The first executable file of that name in a search folder.
 std::optional<QString> findTool(const QString& name);
 
-/// Docker executables in the places where Linux distributions put them and find() does not look: only ever offered to
-/// the user, who may choose one as the override. ORVANEL_TOOL_ROOT stands in for "/" here too.
-std::optional<QString> findOutsideSearchFolders();
+/// The first executable file of that name in a folder where Linux puts tools and where find() and findTool() do not
+/// look: the system's, snap's, the user's own folder for Docker, and Homebrew's. ORVANEL_TOOL_ROOT stands in for "/"
+/// here too.
+std::optional<QString> findOutsideSearchFolders(const QString& name);
 
 /// Whether a TCP socket can be bound to 127.0.0.1 on `port` right now, without any reuse option. A socket failure
 /// counts as taken.
@@ -52,7 +57,7 @@ bool isPortFreeForListening(int port);
 /// The sentence for the user about a failed command: see DockerComplaint, which also tells the kind of its complaint.
 QString friendlyMessage(const QString& output, bool timedOut);
 
-/// Runs an external program: `path` (not looked up anywhere) with `arguments` (no shell), in environment(), with
+/// Runs an external program: `path` (not looked up anywhere) with `arguments` (no shell), in environmentFor(path), with
 /// standard input from the null device. Never throws and never blocks: a program that cannot be started is a result too
 /// ("Could not run PATH: …", status -1).
 ///

@@ -61,7 +61,7 @@ void ProcessRun::start() {
         m_ended.complete(cancelledBeforeStart());
         return;
     }
-    const int error = m_child->start(m_request.path, m_request.arguments, DockerCLI::environment());
+    const int error = m_child->start(m_request.path, m_request.arguments, DockerCLI::environmentFor(m_request.path));
     if (error != 0) {
         m_ended.complete(couldNotRun(m_request.path, error));
         return;

@@ -201,15 +201,54 @@ private Q_SLOTS:
         QCOMPARE(DockerCLI::findTool(u" brew"_s), std::nullopt);
     }
 
-    void dockerOutsideTheSearchFolders() {
-        QCOMPARE(DockerCLI::findOutsideSearchFolders(), std::nullopt);
-        const QString own = addTool(passwordHome().mid(1) + u"/.docker/bin/docker"_s);
-        QCOMPARE(DockerCLI::findOutsideSearchFolders(), own);
-        const QString snap = addTool(u"snap/bin/docker"_s);
-        QCOMPARE(DockerCLI::findOutsideSearchFolders(), snap);
-        const QString system = addTool(u"usr/bin/docker"_s);
-        QCOMPARE(DockerCLI::findOutsideSearchFolders(), system);
+    void toolsOutsideTheSearchFolders_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("docker") << u"docker"_s;
+        QTest::newRow("brew") << u"brew"_s;
+        QTest::newRow("colima") << u"colima"_s;
+    }
+
+    /// Made from the last folder to the first, each of which then wins.
+    void toolsOutsideTheSearchFolders() {
+        QFETCH(const QString, name);
+        addTool(u"usr/local/bin/"_s + name);
+        addTool(u"usr/bin/other"_s);
+        QCOMPARE(DockerCLI::findOutsideSearchFolders(name), std::nullopt);
+        const QString home = passwordHome().mid(1);
+        const QStringList folders{home + u"/.linuxbrew/bin/"_s, u"home/linuxbrew/.linuxbrew/bin/"_s,
+                                  home + u"/.docker/bin/"_s, u"snap/bin/"_s, u"usr/bin/"_s};
+        for (const QString& folder : folders) {
+            const QString tool = addTool(folder + name);
+            QCOMPARE(DockerCLI::findOutsideSearchFolders(name), tool);
+        }
+    }
+
+    void findAndFindToolDoNotLookElsewhere() {
+        addTool(u"usr/bin/docker"_s);
         QCOMPARE(DockerCLI::find({}), std::nullopt);
+        QCOMPARE(DockerCLI::findTool(u"docker"_s), std::nullopt);
+    }
+
+    void pathBeginsWithAForeignToolsFolder_data() {
+        QTest::addColumn<QString>("program");
+        QTest::addColumn<QString>("front");
+        QTest::newRow("foreign") << u"/snap/bin/docker"_s << u"/snap/bin:"_s;
+        QTest::newRow("blanks in it") << u"/opt/my tools//docker"_s << u"/opt/my tools:"_s;
+        QTest::newRow("search folder") << u"/opt/homebrew/bin/docker"_s << QString();
+        QTest::newRow("system's folder") << u"/usr/bin/docker"_s << QString();
+        QTest::newRow("written oddly") << u"/usr//bin/../bin/docker"_s << QString();
+        QTest::newRow("part of a folder's name") << u"/usr/docker"_s << u"/usr:"_s;
+        QTest::newRow("colon") << u"/opt/a:b/docker"_s << QString();
+        QTest::newRow("no folder") << u"docker"_s << QString();
+    }
+
+    void pathBeginsWithAForeignToolsFolder() {
+        QFETCH(const QString, program);
+        QFETCH(const QString, front);
+        qunsetenv("ORVANEL_TOOL_ROOT");
+        auto expected = DockerCLI::environment();
+        expected[u"PATH"_s].prepend(front);
+        QCOMPARE(DockerCLI::environmentFor(program), expected);
     }
 
     void freePortStaysFree() {

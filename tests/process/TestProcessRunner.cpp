@@ -116,7 +116,7 @@ private Q_SLOTS:
     void environmentIsOursAlone() {
         qputenv("ORVANEL_TEST_FOREIGN", "1");
         QStringList expected;
-        const auto environment = DockerCLI::environment();
+        const auto environment = DockerCLI::environmentFor(QString::fromUtf8(PROCESS_TEST_CHILD));
         for (auto it = environment.cbegin(); it != environment.cend(); ++it) {
             expected << it.key() + u'=' + it.value() + u'\n';
         }
