@@ -1,5 +1,7 @@
+#include "app/CommandLine.h"
 #include "app/LegacyTray.h"
 #include "app/OrvanelApp.h"
+#include "app/StartupMessages.h"
 #include "app/UserEnvironment.h"
 #include "platform/AppIdentity.h"
 #include "platform/QuitSignals.h"
@@ -18,17 +20,52 @@
 #include <optional>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
 using namespace orvanel;
 
 namespace {
 
-/// A launcher may have closed them; the next files opened, sockets mostly, would be taken for them.
+/// A launcher may have closed them. The next files that are opened, usually sockets, would then take their numbers.
 void openStandardStreams() {
     int descriptor = 0;
     do {
         descriptor = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     } while (descriptor >= 0 && descriptor <= 2);
     ::close(descriptor);
+}
+
+void print(FILE* stream, const QString& text) {
+    std::fputs(qPrintable(text), stream);
+}
+
+/// The exit status where the command line only asks for words, or makes no sense; none where the program is to run.
+/// Needs no display.
+std::optional<int> answerAtOnce(int argc, const char* const* argv) {
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    const auto commandLine = CommandLine::of(arguments);
+    switch (commandLine.wish) {
+    case CommandLine::Wish::showHelp:
+        print(stdout, CommandLine::help());
+        return 0;
+    case CommandLine::Wish::showVersion:
+        print(stdout, u"Orvanel %1\n"_s.arg(QCoreApplication::applicationVersion()));
+        return 0;
+    case CommandLine::Wish::refuse:
+        print(stderr, u"orvanel: \"%1\" is not an option; see \"orvanel --help\".\n"_s.arg(commandLine.unknown));
+        return 2;
+    case CommandLine::Wish::run:
+        break;
+    }
+    return std::nullopt;
+}
+
+/// Ends the program where there is no display.
+std::unique_ptr<QApplication> makeApplication(int& argc, char** argv) {
+    const StartupMessages messages;
+    return std::make_unique<QApplication>(argc, argv);
 }
 
 /// `window`: the token with which the main window opens at once, if it does.
@@ -69,7 +106,10 @@ int main(int argc, char* argv[]) {
     QCoreApplication::setOrganizationName(identity::applicationName());
     QCoreApplication::setApplicationVersion(QString::fromUtf8(ORVANEL_VERSION));
     QGuiApplication::setDesktopFileName(identity::desktopId());
-    const QApplication application(argc, argv);
+    if (const auto status = answerAtOnce(argc, argv)) {
+        return *status;
+    }
+    const auto application = makeApplication(argc, argv);
     // In KiB. Each new window's buttons are drawn, and would be kept, as new pictures until ten MiB of them are there.
     QPixmapCache::setCacheLimit(128);
     // Wherever it was started, it must not keep that folder from being removed or unmounted.

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QMap>
 #include <QTest>
 
 #include <csignal>
@@ -24,6 +25,31 @@ bool wasStopped(const RunningProgram& world) {
 
 std::string containerState(const RunningProgram& world) {
     return world.tools.state().container->state;
+}
+
+/// How a run ended that only answers.
+struct Answer {
+    std::optional<int> code;
+    QString output;
+    QString errors;
+};
+
+/// Runs the program on no display, unless `variables` name one.
+Answer answerTo(const QStringList& arguments, const QMap<QString, QString>& variables = {}) {
+    const TestHome home;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    for (const QString& name : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s, u"XDG_SESSION_TYPE"_s}) {
+        environment.remove(name);
+    }
+    for (const QString& name : variables.keys()) {
+        environment.insert(name, variables.value(name));
+    }
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(QString::fromUtf8(ORVANEL_PROGRAM), arguments);
+    const auto code = RunningProgram::exitCode(process);
+    return {code, QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
 }
 
 } // namespace
@@ -197,6 +223,61 @@ private Q_SLOTS:
         }
         RunningProgram::signal(program, SIGTERM);
         QCOMPARE(RunningProgram::exitCode(program), 0);
+    }
+
+    void helpAndVersionNeedNoDisplay_data() {
+        QTest::addColumn<QString>("option");
+        QTest::addColumn<QString>("firstLine");
+        const auto version = u"Orvanel "_s + QString::fromUtf8(ORVANEL_VERSION);
+        QTest::newRow("--help") << u"--help"_s << u"Usage: orvanel [OPTION]"_s;
+        QTest::newRow("-h") << u"-h"_s << u"Usage: orvanel [OPTION]"_s;
+        QTest::newRow("--version") << u"--version"_s << version;
+        QTest::newRow("-v") << u"-v"_s << version;
+    }
+    void helpAndVersionNeedNoDisplay() {
+        QFETCH(const QString, option);
+        QFETCH(const QString, firstLine);
+        const Answer answer = answerTo({option});
+        QCOMPARE(answer.code, std::optional(0));
+        QCOMPARE(answer.output.section(u'\n', 0, 0), firstLine);
+        QCOMPARE(answer.errors, QString());
+    }
+
+    void anUnknownOptionIsRefused() {
+        const Answer answer = answerTo({u"--frobnicate"_s});
+        QCOMPARE(answer.code, std::optional(2));
+        QCOMPARE(answer.output, QString());
+        QCOMPARE(answer.errors, u"orvanel: \"--frobnicate\" is not an option; see \"orvanel --help\".\n"_s);
+    }
+
+    void withoutADisplayItSaysSoAndEnds_data() {
+        QTest::addColumn<QString>("platform");
+        QTest::addColumn<QString>("variable");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("none") << QString() << QString() << QString();
+        QTest::newRow("X11, nothing there") << QString() << u"DISPLAY"_s << u":9977"_s;
+        QTest::newRow("X11 alone, nothing there") << u"xcb"_s << u"DISPLAY"_s << u":9977"_s;
+        QTest::newRow("Wayland, nothing there") << QString() << u"WAYLAND_DISPLAY"_s << u"wayland-9977"_s;
+        QTest::newRow("Wayland alone, nothing there") << u"wayland"_s << u"WAYLAND_DISPLAY"_s << u"wayland-9977"_s;
+        QTest::newRow("a platform that Qt does not have") << u"nonsense"_s << QString() << QString();
+    }
+    void withoutADisplayItSaysSoAndEnds() {
+        QFETCH(const QString, platform);
+        QFETCH(const QString, variable);
+        QFETCH(const QString, value);
+        QMap<QString, QString> variables;
+        if (!variable.isEmpty()) {
+            variables.insert(variable, value);
+        }
+        if (!platform.isEmpty()) {
+            variables.insert(u"QT_QPA_PLATFORM"_s, platform);
+        }
+        const Answer answer = answerTo({}, variables);
+        QCOMPARE(answer.code, std::optional(1));
+        QCOMPARE(answer.output, QString());
+        QCOMPARE(answer.errors.count(u'\n'), 1);
+        QVERIFY2(answer.errors.contains(u"start Orvanel in a graphical session"_s), qPrintable(answer.errors));
+        QVERIFY2(answer.errors.contains(value), qPrintable(answer.errors));
     }
 
     void doesNotStayInTheFolderWhereItWasStarted() {
