@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Lives through what a package lives through: validated, installed, started from the application menu, upgraded while the
-# program runs, removed. Sourced by ./package after make_it, as root.
+# Takes the package through its life: validates it, installs it, starts it from the application menu, upgrades it while the
+# program runs, and removes it. Sourced by ./package after make_it, as root.
 # shellcheck source=scripts/stage.sh
 source "${root:?}/scripts/stage.sh"
 
@@ -17,10 +17,10 @@ end_check() {
     [[ -z $home ]] || rm -rf "$home"
 }
 
-# in_home COMMAND…: as a program of a session of its own, with nothing of the user's.
+# in_home COMMAND…: runs it as a program of a session of its own, with nothing of the user's.
 in_home() { env -i "${session[@]}" DBUS_SESSION_BUS_ADDRESS="$bus" "$@"; }
 
-# A session whose bus can start our program, and nothing else.
+# Starts a session whose bus can start our program and nothing else.
 start_session() {
     home=$(mktemp -d "${TMPDIR:-/tmp}/orvanel-package.XXXXXX")
     mkdir -p "$home"/{config/Orvanel,data,cache,temp,tools/usr/local/bin,services}
@@ -33,13 +33,13 @@ start_session() {
     start_bus "$home/services" -i "${session[@]}"
 }
 
-# ask METHOD ARGUMENT: of the bus itself.
+# ask METHOD ARGUMENT: calls a method of the bus itself.
 ask() {
     in_home gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
         --method "org.freedesktop.DBus.$1" "$2" 2>/dev/null
 }
 
-# wait_for WHAT COMMAND…: up to 20 seconds.
+# wait_for WHAT COMMAND…: waits up to 20 seconds until the command succeeds.
 wait_for() {
     local tries what=$1
     shift
@@ -47,22 +47,23 @@ wait_for() {
         ! "$@" || return 0
         sleep 0.1
     done
-    fail "$what; what the program said: $(cat "$home/bus.log")"
+    fail "$what; the program's output: $(cat "$home/bus.log")"
 }
 
 is_running() { [[ $(ask NameHasOwner "$id") == *true* ]]; }
 shows_window() { in_home xwininfo -root -tree | grep -q '"Orvanel": ("orvanel" "Orvanel")'; }
-# Also while nobody has asked how it ended: it is not our child, and the first process of a container may never ask.
+# A process that has ended but was not reaped counts too: it is not our child, and the first process of a container may
+# never reap it.
 has_ended() { [[ $(sed 's/.*) //' "/proc/$pid/stat" 2>/dev/null) =~ ^(Z|$) ]]; }
 
 # Sets $pid.
 find_program() {
-    wait_for "The program did not come onto the bus" is_running
+    wait_for "The program did not appear on the bus" is_running
     pid=$(ask GetConnectionUnixProcessID "$id" | grep -oE '[0-9]+,' | tr -d ,)
-    [[ $(readlink "/proc/$pid/exe") == /usr/bin/orvanel ]] || fail "It was another program that started."
+    [[ $(readlink "/proc/$pid/exe") == /usr/bin/orvanel ]] || fail "Another program has started."
 }
 
-# By the command in the entry; its window then opens because nothing here shows its icon.
+# Runs the command in the menu entry. The window opens by itself because nothing here shows the icon.
 start_from_menu() {
     say "Starting it from its entry in the application menu"
     in_home gio launch "/usr/share/applications/$id.desktop"
@@ -70,18 +71,18 @@ start_from_menu() {
     wait_for "The program showed no window" shows_window
 }
 
-# As the application menus of large desktops do: the bus starts it. Its window must not take the 5 seconds after which it
-# would open by itself.
+# Application menus of large desktops let the bus start the program. The window must come before the 5 seconds after which
+# it would open by itself.
 start_by_bus() {
     local began
     say "Letting the bus start it"
-    ! is_running || fail "It runs already."
+    ! is_running || fail "The program is already running."
     in_home gdbus call --session --timeout 25 --dest "$id" --object-path "/${id//.//}" \
-        --method org.freedesktop.Application.Activate "{}" >/dev/null || fail "The bus could not start it: $(cat "$home/bus.log")"
+        --method org.freedesktop.Application.Activate "{}" >/dev/null || fail "The bus could not start the program: $(cat "$home/bus.log")"
     began=$(date +%s%N)
     find_program
     wait_for "The program showed no window" shows_window
-    (($(date +%s%N) - began < 3500000000)) || fail "The window opened late, as if nobody had asked for it."
+    (($(date +%s%N) - began < 3500000000)) || fail "The window opened only after the 5 seconds without a panel."
 }
 
 end_program() {
@@ -89,30 +90,62 @@ end_program() {
     wait_for "The program did not end" has_ended
 }
 
-# carries FIELD NAME: whether the package names that other one there.
+# carries FIELD NAME: whether that field of the package names the other package.
 carries() { [[ ", $(dpkg-deb -f "${package:?}" "$1")," =~ ,\ $2[\ ,] ]]; }
 
 validate() {
     local content=$root/build/package/content file
-    say "Validating it"
+    say "Validating the package"
     rm -rf "$content"
     dpkg-deb -x "$package" "$content"
-    desktop-file-validate "$content/usr/share/applications/$id.desktop" || fail "The desktop file is not well."
-    appstreamcli validate --no-net "$content/usr/share/metainfo/$id.metainfo.xml" || fail "The metainfo is not well."
+    desktop-file-validate "$content/usr/share/applications/$id.desktop" || fail "The desktop file is not valid."
+    appstreamcli validate --no-net "$content/usr/share/metainfo/$id.metainfo.xml" || fail "The metainfo file is not valid."
     man --warnings --local-file "$content/usr/share/man/man1/orvanel.1.gz" 2>"$root/build/package/man.log" >/dev/null ||
-        fail "man could not show the page: $(cat "$root/build/package/man.log")"
-    [[ ! -s $root/build/package/man.log ]] || fail "The man page is not well: $(cat "$root/build/package/man.log")"
-    lintian --allow-root --fail-on error "$package" || fail "lintian found an error."
+        fail "man could not show the manual page: $(cat "$root/build/package/man.log")"
+    [[ ! -s $root/build/package/man.log ]] || fail "The manual page has errors: $(cat "$root/build/package/man.log")"
+    check_publisher "$content"
     file=$content/usr/share/icons/hicolor/48x48/apps/$id.png
     [[ $(file --brief --mime-type "$file") == image/png ]] || fail "The package has no rendered icon."
-    grep -qi "mit license\|permission is hereby granted" "$content/usr/share/licenses/orvanel/LICENSE" || fail "The package has no licence."
+    grep -qi "mit license\|permission is hereby granted" "$content/usr/share/licenses/orvanel/LICENSE" || fail "The package does not contain the licence."
     carries Depends libarchive-tools || fail "The package does not depend on the archiver."
-    carries Depends qt6-svg-plugins || fail "The package does not depend on what draws its icons."
+    carries Depends qt6-svg-plugins || fail "The package does not depend on the plug-in that draws its icons."
     carries Recommends docker.io || fail "The package does not recommend Docker."
     check_launchers "$content" /usr/bin/orvanel
 }
 
-# check_launchers ROOT PROGRAM: ROOT is the folder of the package, or the prefix of the installation.
+# set_by_publisher NAME: the value that the package was configured with.
+set_by_publisher() { sed -n "s/^ORVANEL_$1:STRING=//p" build/release/CMakeCache.txt; }
+
+# says FILE WORDS VALUE: the file contains the words with the value, or without a value nothing like them.
+says() {
+    if [[ -n $3 ]]; then
+        grep -qF "$2$3" "$1" || fail "$1 does not name $3."
+    elif grep -F "$2" "$1"; then
+        fail "$1 names an address that nobody has set."
+    fi
+}
+
+# check_publisher CONTENT: lintian demands an address of the maintainer, which only a publisher has.
+check_publisher() {
+    local metainfo=$1/usr/share/metainfo/$id.metainfo.xml maintainer control=$root/build/package/control
+    local -a suppressed=()
+    dpkg-deb -f "$package" >"$control"
+    says "$control" "Homepage: " "$(set_by_publisher HOMEPAGE)"
+    says "$metainfo" '<url type="homepage">' "$(set_by_publisher HOMEPAGE)"
+    says "$metainfo" '<url type="bugtracker">' "$(set_by_publisher BUG_TRACKER)"
+    says "$metainfo" '<image type="source">' "$(set_by_publisher PICTURES)"
+    maintainer=$(set_by_publisher MAINTAINER)
+    if [[ -n $maintainer ]]; then
+        says "$control" "Maintainer: " "$maintainer"
+    else
+        ! grep -q "^Maintainer:.*@" "$control" || fail "The package names a maintainer that nobody has set."
+        suppressed=(--suppress-tags "malformed-contact,bogus-mail-host-in-debian-changelog")
+        note "The package names no maintainer; lintian's demand for one is left out."
+    fi
+    lintian --allow-root --fail-on error "${suppressed[@]}" "$package" || fail "lintian found an error."
+}
+
+# check_launchers ROOT PROGRAM: ROOT is the unpacked package, or the prefix of the installation.
 check_launchers() {
     local share=$1/share
     [[ ! -d $1/usr ]] || share=$1/usr/share
@@ -121,12 +154,12 @@ check_launchers() {
     grep -qxF "TryExec=$2" "$share/applications/$id.desktop" || fail "The application menu would look for another program than $2."
 }
 
-# As on a system without packages of Debian's kind.
+# Installs as on a system without Debian packages.
 install_by_cmake() {
     local folder=$home/prefix file
     say "Installing it by CMake into a folder"
-    cmake --install build/release --prefix "$folder" >"$home/install.log" 2>&1 || fail "It could not be installed: $(cat "$home/install.log")"
-    [[ -x $folder/bin/orvanel ]] || fail "The program is not there."
+    cmake --install build/release --prefix "$folder" >"$home/install.log" 2>&1 || fail "CMake could not install it: $(cat "$home/install.log")"
+    [[ -x $folder/bin/orvanel ]] || fail "CMake did not install the program."
     check_launchers "$folder" "$folder/bin/orvanel"
     for file in applications/$id.desktop metainfo/$id.metainfo.xml man/man1/orvanel.1.gz licenses/orvanel/LICENSE \
         icons/hicolor/scalable/apps/$id.svg icons/hicolor/48x48/apps/$id.png; do
@@ -139,12 +172,12 @@ install_package() {
     cp "$1" "$home/temp/orvanel.deb" # apt's own user must be able to read it
     chmod a+rx "$home" "$home/temp"
     installed_here=yes
-    apt_get install --no-install-recommends "$home/temp/orvanel.deb" || fail "It could not be installed; apt's reason stands in $apt_log."
+    apt_get install --no-install-recommends "$home/temp/orvanel.deb" || fail "Could not install the package; apt's reason is in $apt_log."
     cp "/usr/share/dbus-1/services/$id.service" "$home/services" # all that this session's bus may start
     [[ $(dpkg-query -W -f '${Version}' orvanel) == "$(dpkg-deb -f "$1" Version)" ]] || fail "Another version is installed."
 }
 
-# What there is by our name where packages lie, sorted; clones of the sources too. Temporary files may come and go.
+# Prints, sorted, what has our name in the folders of packages; clones of the sources too. Temporary files may come and go.
 traces() {
     find /usr /etc /opt /var -xdev -iname '*orvanel*' -not -path '/var/tmp/*' -not -path "${TMPDIR:-/tmp}/*" \
         -print -prune 2>/dev/null | LC_ALL=C sort
@@ -153,10 +186,10 @@ traces() {
 remove_package() {
     local -a files
     local left file
-    say "Removing it"
+    say "Removing the package"
     mapfile -t files < <(dpkg -L orvanel)
-    ((${#files[@]} > 5)) || fail "The package holds next to nothing."
-    apt_get purge orvanel || fail "It could not be removed; apt's reason stands in $apt_log."
+    ((${#files[@]} > 5)) || fail "The package contains hardly any files."
+    apt_get purge orvanel || fail "Could not remove the package; apt's reason is in $apt_log."
     installed_here=
     for file in "${files[@]}"; do
         [[ -d $file || ! -e $file ]] || fail "$file was left behind."
@@ -166,7 +199,7 @@ remove_package() {
     [[ -f $home/config/Orvanel/Orvanel.conf ]] || fail "The user's settings are gone."
 }
 
-# make_older VERSION FILE: an older package, with a file that the newer one has not any more and another that has changed.
+# make_older VERSION FILE: makes an older package, with a file that the newer one no longer has and another that differs.
 make_older() {
     local tree=$home/older
     dpkg-deb -R "$package" "$tree"
@@ -178,7 +211,7 @@ make_older() {
 }
 
 check_package() {
-    ! is_installed orvanel || fail "Orvanel is installed on this machine; the check would remove it."
+    ! is_installed orvanel || fail "Orvanel is installed on this computer; the check would remove it."
     apt_log=$root/build/apt.log
     trap end_check EXIT
     trap 'exit 130' INT
@@ -190,11 +223,11 @@ check_package() {
     traces_before=$(traces) || true
     make_older 0.0.1 "$home/older.deb"
     install_package "$home/older.deb"
-    [[ -e /usr/share/doc/orvanel/gone ]] || fail "The older package is not what was installed."
+    [[ -e /usr/share/doc/orvanel/gone ]] || fail "The installed package is not the older one."
     start_from_menu
     install_package "$package"
-    [[ ! -e /usr/share/doc/orvanel/gone ]] || fail "The upgrade left a file behind that the package has not any more."
-    [[ -z $(dpkg --verify orvanel) ]] || fail "The upgrade did not bring all files: $(dpkg --verify orvanel)"
+    [[ ! -e /usr/share/doc/orvanel/gone ]] || fail "The upgrade left a file behind that the new package no longer has."
+    [[ -z $(dpkg --verify orvanel) ]] || fail "Files differ from the package after the upgrade: $(dpkg --verify orvanel)"
     ! has_ended || fail "The upgrade ended the running program."
     end_program
     start_by_bus
