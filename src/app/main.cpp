@@ -121,7 +121,7 @@ int main(int argc, char* argv[]) {
     case SingleInstance::Outcome::AlreadyRunning:
         return 0;
     case SingleInstance::Outcome::DataInUse:
-        std::fputs("Orvanel: a copy that cannot be reached from here runs on the same data.\n", stderr);
+        std::fputs("orvanel: Another copy of Orvanel, which cannot be reached from here, uses the same data.\n", stderr);
         return 1;
     case SingleInstance::Outcome::Successor:
         window = tokens.activationToken;
