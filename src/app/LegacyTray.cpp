@@ -14,19 +14,19 @@ namespace {
 template <class Reply>
 using Owned = std::unique_ptr<Reply, decltype(&std::free)>;
 
-/// On platforms without such panels.
+/// For platforms that have no such panels.
 class NoTray final : public LegacyTray {
 public:
     bool isPresent() const override { return false; }
 };
 
-/// A panel owns a selection named after the screen, and tells everybody when it takes it. Qt listens to such news
-/// already.
+/// A panel owns an X selection that is named after the screen, and announces when it takes it. Qt already listens to
+/// such announcements.
 class X11Tray final : public LegacyTray, public QAbstractNativeEventFilter {
 public:
     explicit X11Tray(xcb_connection_t* connection)
         : m_connection(connection) {
-        // Of the first screen: more than one is not in use any more.
+        // Only the first screen counts: displays with several X screens are no longer in use.
         const auto selection = intern("_NET_SYSTEM_TRAY_S0");
         const auto manager = intern("MANAGER");
         m_selection = answer(selection);

@@ -6,20 +6,22 @@
 
 namespace orvanel {
 
-/// An old panel of X11 (System Tray Protocol, "XEmbed") that takes icons. It is found without QSystemTrayIcon, because
-/// asking that would settle for the whole process that newer panels are never used.
+/// An X11 panel of the old kind, which embeds the windows of icons (System Tray Protocol, "XEmbed"). It is found
+/// without QSystemTrayIcon, because the first use of that class decides for the whole process which kind of panel it
+/// uses.
 class LegacyTray : public QObject {
     Q_OBJECT
 
 public:
-    /// That of the display of the application, which must be there; on a display that is not X11 there never is one.
+    /// The panel of the application's display; the application object must exist. Other displays than X11 never have
+    /// one.
     static std::unique_ptr<LegacyTray> ofDisplay();
 
     /// Asks the X server.
     virtual bool isPresent() const = 0;
 
 Q_SIGNALS:
-    /// One has come, maybe in the place of another.
+    /// A panel has appeared, possibly in place of another.
     void appeared();
 };
 

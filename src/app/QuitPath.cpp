@@ -31,8 +31,8 @@ bool QuitPath::eventFilter(QObject* watched, QEvent* event) {
     return true;
 }
 
-/// Not at once: tasks that were just told to stop end in the next few turns of the event loop, and so do questions
-/// whose windows were closed.
+/// Waits a few turns of the event loop: tasks that were just told to stop end in them, and so do questions whose
+/// windows were closed.
 void QuitPath::leave() {
     m_turnsLeft = 3;
     m_exit.start(0, this);

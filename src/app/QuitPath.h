@@ -7,9 +7,9 @@ namespace orvanel {
 
 class AppDelegate;
 
-/// The only way out of the program. Whatever asks the application to quit (menu, keys, signals, the end of the session)
-/// comes by here: the first request is put to the delegate, and the program ends when that agrees, with exit code 0.
-/// Requests that come meanwhile change nothing.
+/// The only way out of the program. Every request to quit (menu, keys, signals, the end of the session) passes through
+/// here. The delegate is asked at the first request, and the program ends with exit code 0 when the delegate agrees.
+/// Later requests change nothing.
 class QuitPath final : public QObject {
     Q_OBJECT
 

@@ -70,7 +70,7 @@ std::unique_ptr<QApplication> makeApplication(int& argc, char** argv) {
 
 /// `window`: the token with which the main window opens at once, if it does.
 int run(SingleInstance& instance, const std::optional<QString>& window) {
-    // Never released: tasks that still run when the program ends use them to the very end.
+    // Never released: tasks may still use them while the program ends.
     static auto* const environment = new UserEnvironment;
     const std::unique_ptr<LegacyTray> legacyTray = LegacyTray::ofDisplay();
     static auto* const app = new OrvanelApp({environment->forController(), QDBusConnection::sessionBus(), *legacyTray});
@@ -80,7 +80,7 @@ int run(SingleInstance& instance, const std::optional<QString>& window) {
     QObject::connect(&instance, &SingleInstance::activated, app, &OrvanelApp::openMainWindow);
     QObject::connect(app, &OrvanelApp::quitting, &instance, &SingleInstance::leave);
     QObject::connect(&environment->notifier(), &DesktopNotifier::activated, app, &OrvanelApp::openMainWindow);
-    // The login item alone says whether the program starts with the session; the session must not start it as well.
+    // Only the login item decides whether the program starts with the session, so the session must not restart it.
     const auto neverRestart = [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); };
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp, neverRestart, Qt::DirectConnection);
     QObject::connect(qApp, &QGuiApplication::saveStateRequest, qApp, neverRestart, Qt::DirectConnection);
@@ -89,8 +89,8 @@ int run(SingleInstance& instance, const std::optional<QString>& window) {
         app->openMainWindow(*window);
     }
     const int code = QCoreApplication::exec();
-    // A job on the data may still be under way. The end does not wait for it without bound, and the lock on the data is
-    // not given up before it is over.
+    // A job on the data may still run. The program does not wait for it for ever, and keeps the lock on the data until
+    // the process ends.
     if (!QThreadPool::globalInstance()->waitForDone(1000)) {
         std::_Exit(code);
     }
@@ -110,9 +110,9 @@ int main(int argc, char* argv[]) {
         return *status;
     }
     const auto application = makeApplication(argc, argv);
-    // In KiB. Each new window's buttons are drawn, and would be kept, as new pictures until ten MiB of them are there.
+    // In KiB. Qt caches the pictures of every new window's buttons, by default up to ten MiB.
     QPixmapCache::setCacheLimit(128);
-    // Wherever it was started, it must not keep that folder from being removed or unmounted.
+    // The folder where the program was started can then be removed or unmounted.
     QDir::setCurrent(QDir::homePath());
 
     SingleInstance instance;
@@ -121,7 +121,8 @@ int main(int argc, char* argv[]) {
     case SingleInstance::Outcome::AlreadyRunning:
         return 0;
     case SingleInstance::Outcome::DataInUse:
-        std::fputs("orvanel: Another copy of Orvanel, which cannot be reached from here, uses the same data.\n", stderr);
+        std::fputs("orvanel: Another copy of Orvanel, which cannot be reached from here, uses the same data.\n",
+                   stderr);
         return 1;
     case SingleInstance::Outcome::Successor:
         window = tokens.activationToken;

@@ -14,9 +14,9 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-// A copy that was killed this moment gives up its name and its lock one after the other.
+// A copy that has just been killed loses its name and its lock one after the other.
 constexpr std::chrono::milliseconds patienceWithLock{1000};
-// Above all that a copy may wait for before it ends: a container that comes up and its stop, with their own limits.
+// Longer than a copy can take to end: it may wait for a container to come up and then stop it, both with limits.
 constexpr std::chrono::minutes patienceWithLeaving{4};
 
 const QString tokenKey = u"activation-token"_s;
@@ -36,7 +36,7 @@ public:
 
     Q_SCRIPTABLE Q_SLOT void Activate(const QVariantMap& platformData) { // NOLINT(readability-identifier-naming)
         if (m_instance->m_isLeaving) {
-            // The call was under way when the name was given up; whoever made it finds the name free now.
+            // The call was under way when the name was given up. The caller will find the name free.
             sendErrorReply(QDBusError::ServiceUnknown, u"Orvanel is leaving."_s);
             return;
         }
@@ -84,14 +84,14 @@ SingleInstance::Outcome SingleInstance::start(const LaunchTokens& tokens) {
     if (answer == Answer::Given) {
         return Outcome::AlreadyRunning;
     }
-    // A copy that died during the question and one that hangs look the same; only the dead one has left its name.
+    // A copy that died during the call and one that hangs look the same, but only the dead one has lost its name.
     if (takeName()) {
         return runUnderLock(Outcome::First);
     }
     return answer == Answer::Missing ? Outcome::AlreadyRunning : runUnderLock(Outcome::NoBus);
 }
 
-// The object stands before the name is known, so that no call can miss it.
+// The object comes before the name, so that no call can miss it.
 bool SingleInstance::takeName() {
     m_isRegistered =
         m_bus.registerObject(identity::busPath(), m_application.get(), QDBusConnection::ExportScriptableSlots) &&
@@ -113,7 +113,7 @@ SingleInstance::Answer SingleInstance::activateRunning(const LaunchTokens& token
     QDBusMessage call = QDBusMessage::createMethodCall(identity::desktopId(), identity::busPath(),
                                                        u"org.freedesktop.Application"_s, u"Activate"_s);
     call.setArguments({platformData});
-    // The bus may know how to start the program: that must not happen here, it would be a third copy.
+    // The bus may be able to start the program; that would be a third copy.
     call.setAutoStartService(false);
     const QDBusMessage reply = m_bus.call(call, QDBus::Block, m_limit);
     if (reply.type() != QDBusMessage::ErrorMessage) {
@@ -126,7 +126,7 @@ void SingleInstance::leave() {
     m_isLeaving = true;
     m_lock.announceEnd();
     if (std::exchange(m_isRegistered, false)) {
-        // Not by unregisterService(), which waits for the bus.
+        // unregisterService() would wait for the bus.
         QDBusMessage call = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
                                                            u"org.freedesktop.DBus"_s, u"ReleaseName"_s);
         call.setArguments({identity::desktopId()});
@@ -149,7 +149,7 @@ SingleInstance::Outcome SingleInstance::runUnderLock(Outcome outcome) {
     case DataLock::Result::TakenOver:
         return Outcome::Successor;
     case DataLock::Result::Taken:
-    // A place without locks must not keep the program from running.
+    // The program must also run where files cannot be locked.
     case DataLock::Result::Impossible:
         break;
     }

@@ -12,9 +12,9 @@
 
 namespace orvanel {
 
-/// One running copy of the program for one user: the first owns a name on the session bus and answers there to
-/// org.freedesktop.Application; a later one tells it to come to the front. A lock in the data folder keeps off copies
-/// that cannot see each other on a bus. Main thread.
+/// Keeps the program to one running copy per user. The first copy owns a name on the session bus and implements
+/// org.freedesktop.Application there; a later copy asks it to come to the front. A lock in the data folder keeps copies
+/// apart that cannot see each other on a bus. Main thread.
 class SingleInstance final : public QObject {
     Q_OBJECT
 
@@ -22,13 +22,13 @@ public:
     enum class Outcome {
         /// Run: this is the only copy.
         First,
-        /// Run: this is the only copy, but somebody who saw the last one leave may expect its window.
+        /// Run: this is the only copy. It waited for the last one to end, so the user may expect its window.
         Successor,
-        /// Leave: another copy runs and was told to come to the front, even if it did not answer in time.
+        /// Leave: another copy runs and was asked to come to the front, though it may not have answered in time.
         AlreadyRunning,
         /// Run: this is the only copy, but later ones cannot reach it.
         NoBus,
-        /// Leave: a copy that cannot be reached runs on the same data, or one that is leaving does not come to its end.
+        /// Leave: a copy that cannot be reached uses the same data, or a copy that is leaving does not end.
         DataInUse,
     };
 
@@ -37,7 +37,7 @@ public:
         QString activationToken;
         QString startupId;
 
-        /// From the environment. To be called before the application object is made: Qt takes them away.
+        /// From the environment. Call it before the application object is made, because Qt removes them.
         static LaunchTokens fromEnvironment();
     };
 
@@ -49,17 +49,17 @@ public:
     /// The lock beside this user's data.
     static QString usersLockFile();
 
-    /// To be called once, before the event loop runs; blocks, for `limit` and a moment at most, or as long as the copy
-    /// that still holds the data is leaving.
+    /// Call it once, before the event loop runs. Blocks for little more than `limit`, or as long as the copy that still
+    /// holds the data takes to leave.
     Outcome start(const LaunchTokens& tokens);
 
-    /// This copy is on its way out: from now on a later start does not ask it for anything, but waits for its end and
-    /// runs. The lock is kept.
+    /// This copy is about to end: a later start no longer asks it for anything, but waits for its end and then runs.
+    /// The lock is kept.
     void leave();
 
 Q_SIGNALS:
-    /// A later start, or the desktop, asks for the main window. The token, which may be empty, lets it come to the
-    /// front.
+    /// A later start, or the desktop, asks for the main window. The token, which may be empty, allows the window to
+    /// come to the front.
     void activated(const QString& activationToken);
 
 private:

@@ -18,7 +18,7 @@ const QString watcherName = u"org.kde.StatusNotifierWatcher"_s;
 const QString watcherPath = u"/StatusNotifierWatcher"_s;
 const QString propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 
-// At login the panel may be busy for long; nobody waits for this answer, so there is no limit.
+// At login the panel may be busy for a long time. Nothing waits for this answer, so it has no time limit.
 constexpr int noLimit = std::numeric_limits<int>::max();
 
 } // namespace
@@ -30,7 +30,7 @@ TrayHostWatcher::TrayHostWatcher(QDBusConnection bus)
     }
     auto* service = new QDBusServiceWatcher(watcherName, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(service, &QDBusServiceWatcher::serviceOwnerChanged, this, &TrayHostWatcher::onServiceOwnerChanged);
-    // Whoever sends these only makes us ask, so the sender is not named: that would wait for the bus.
+    // No sender is named, because resolving it would wait for the bus. These signals only make us ask again.
     m_bus.connect({}, watcherPath, watcherName, u"StatusNotifierHostRegistered"_s, this, SLOT(ask()));
     m_bus.connect({}, watcherPath, watcherName, u"StatusNotifierHostUnregistered"_s, this, SLOT(ask()));
     m_bus.connect({}, watcherPath, propertiesInterface, u"PropertiesChanged"_s, this, SLOT(ask()));

@@ -7,17 +7,18 @@ class QDBusPendingCallWatcher;
 
 namespace orvanel {
 
-/// Whether a panel is there that shows status icons (org.kde.StatusNotifierWatcher with a registered host). Known
-/// some moments after creation. Never touches QSystemTrayIcon, whose first use settles its way for the whole process.
+/// Whether there is a panel that shows status icons (org.kde.StatusNotifierWatcher with a registered host). The answer
+/// comes some moments after the construction. QSystemTrayIcon is not used for it, because the first use of that class
+/// decides for the whole process which kind of panel it uses.
 class TrayHostWatcher final : public QObject {
     Q_OBJECT
 
 public:
     explicit TrayHostWatcher(QDBusConnection bus = QDBusConnection::sessionBus());
 
-    /// False until known, and always without a session bus.
+    /// False until the answer is there, and always without a session bus.
     bool hostAvailable() const;
-    /// Whether there is a watcher, with or without a host: it has answered, or was asked and takes its time.
+    /// Whether there is a watcher, with or without a host: it has answered, or was asked and has not refused.
     bool watcherPresent() const;
 
 Q_SIGNALS:
@@ -33,7 +34,7 @@ private:
     QDBusConnection m_bus;
     bool m_available = false;
     bool m_hasAnswered = false;
-    /// The question whose answer counts: the one asked last.
+    /// The last question; only its answer counts.
     QDBusPendingCallWatcher* m_pending = nullptr;
 };
 

@@ -12,7 +12,7 @@ struct xcb_connection_t;
 
 namespace orvanel::test {
 
-/// The windows on an X display that has no window manager.
+/// The windows on an X display without a window manager.
 class DisplayWindows {
 public:
     explicit DisplayWindows(const QString& display);
@@ -20,11 +20,11 @@ public:
     DisplayWindows(const DisplayWindows&) = delete;
     DisplayWindows& operator=(const DisplayWindows&) = delete;
 
-    /// Of those that are seen now.
+    /// Titles of the windows that are visible now.
     QStringList titles() const;
-    /// The least size that the seen window of that title says it may have.
+    /// The minimum size that the visible window of that title asks for.
     std::optional<QSize> leastSizeOf(const QString& title) const;
-    /// Plays a panel of the old kind, that takes icons and never shows them.
+    /// Plays a panel of the old kind, which accepts icons but never shows them.
     void offerLegacyTray();
     /// Whether a program has asked that panel to take its icon.
     bool wasAskedToTakeAnIcon();

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel::test {
 namespace {
 
-/// How long the main thread of a process was ready to run, but was not let: the second figure of proc(5)'s schedstat.
+/// How long the main thread of a process waited for a processor: the second figure of proc(5)'s schedstat.
 std::chrono::nanoseconds waitedForProcessor(qint64 pid) {
     QFile file(u"/proc/%1/schedstat"_s.arg(pid));
     if (!file.open(QIODevice::ReadOnly)) {
@@ -23,7 +23,7 @@ std::chrono::nanoseconds waitedForProcessor(qint64 pid) {
     return std::chrono::nanoseconds(file.readAll().split(' ').value(1).toLongLong());
 }
 
-/// Nobody answers there.
+/// Nothing answers on this port.
 constexpr int port = 13977;
 
 } // namespace
@@ -78,7 +78,7 @@ QProcess& RunningProgram::startThrough(const QString& program, QStringList argum
 }
 
 bool RunningProgram::knowsItsContainer() const {
-    // Asked last in the first round.
+    // This is the last question of the first round.
     return waitUntil([this] { return hasCalled(u"compose version"_s); });
 }
 

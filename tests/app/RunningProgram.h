@@ -14,8 +14,8 @@
 
 namespace orvanel::test {
 
-/// The real program in a process of its own, in a throw-away home, on a bus of its own, with a stand-in docker.
-/// It has no display that anybody could see.
+/// The real program in a process of its own, with a throw-away home, a private bus and a stand-in docker. Its windows
+/// go to a display that shows nothing.
 class RunningProgram {
 public:
     RunningProgram();
@@ -27,20 +27,20 @@ public:
     TestHome home;
     PrivateBus bus;
     standin::StandInTools tools;
-    /// Of the next start; the bus and a display that is not there unless a test changes that.
+    /// The environment of the next start: the private bus and the offscreen platform, unless a test changes that.
     QProcessEnvironment environment;
-    /// Where the next start writes its errors; empty: where ours go.
+    /// File for the standard error of the next start; empty: ours.
     QString errorFile;
 
-    /// One line of the settings.
+    /// Adds a line to the settings.
     void setting(const QByteArray& line);
-    /// A container in that state, and the files of an earlier run; its page does not answer.
+    /// Adds a container in that state and the files of an earlier run; its page does not answer.
     void addContainer(const char* state);
 
-    /// Makes the container's stop take its time.
+    /// Makes the container's stop take that long.
     void delayStop(int milliseconds) const;
 
-    /// Starts the program, or, with one of it running, another copy.
+    /// Starts the program; if a copy already runs, starts another.
     QProcess& start();
     /// Starts `program` with the program's path as its last argument.
     QProcess& startThrough(const QString& program, QStringList arguments);
@@ -50,8 +50,8 @@ public:
     bool hasCalled(const QString& command) const { return tools.commands().contains(command); }
 
     static void signal(const QProcess& process, int number);
-    /// How long a copy takes to end after a signal, without the time in which the machine had no processor for it or
-    /// for us; none when it did not end.
+    /// How long a copy takes to end after a signal, not counting the time in which it or we waited for a processor;
+    /// none when it did not end.
     static std::optional<std::chrono::milliseconds> timeToEnd(QProcess& process, int number);
     /// The same, after anything else that ends it.
     static std::optional<std::chrono::milliseconds> timeToEnd(QProcess& process, const std::function<void()>& cause);

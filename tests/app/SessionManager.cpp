@@ -7,13 +7,13 @@
 #include <cstring>
 #include <vector>
 
-// The last of all: it defines common words.
+// This header comes last, because it defines common words as macros.
 #include <X11/SM/SMlib.h>
 
 namespace orvanel::test {
 namespace {
 
-/// A program is greeted with a request to save its work, as the protocol wants it, and is ready when it has answered.
+/// The protocol greets a program with a request to save its work; the program is ready when it has answered.
 enum class Phase { nobody, greeted, ready, ending, saved };
 
 } // namespace
@@ -128,7 +128,7 @@ SessionManager::SessionManager()
     constexpr auto room = 256;
     const auto meet = [](SmsConn client, SmPointer data, unsigned long* mask, SmsCallbacks* callbacks,
                          char**) -> Status {
-        // The library wants all of them.
+        // The library requires all of these callbacks.
         *mask = SmsRegisterClientProcMask | SmsInteractRequestProcMask | SmsInteractDoneProcMask |
                 SmsSaveYourselfRequestProcMask | SmsSaveYourselfP2RequestProcMask | SmsSaveYourselfDoneProcMask |
                 SmsCloseConnectionProcMask | SmsSetPropertiesProcMask | SmsDeletePropertiesProcMask |
@@ -138,7 +138,7 @@ SessionManager::SessionManager()
         return 1;
     };
     const auto letIn = [](char*) -> Bool { return True; };
-    // What a program that ends leaves unread must not end this one.
+    // Unread messages to a program that has ended must not end this one.
     IceSetIOErrorHandler([](IceConn) {});
     if (SmsInitialize("Orvanel", "1", meet, m_session.get(), letIn, room, error.data()) == 0 ||
         IceListenForConnections(&m_session->listenerCount, &m_session->listeners, room, error.data()) == 0) {

@@ -21,8 +21,8 @@ class Display {
 public:
     virtual ~Display() = default;
     virtual void addTo(RunningProgram& program) const = 0;
-    /// The least size that the program's main window asked for, in points of the display; none without a window that
-    /// is shown.
+    /// The minimum size that the program's main window asked for, in points of the display; none while the window is
+    /// not shown.
     virtual std::optional<QSize> leastSizeOfWindow() const = 0;
 };
 
@@ -39,7 +39,7 @@ private:
     DisplayWindows m_windows{m_display.name()};
 };
 
-/// Nobody can look at the windows of others there, so the program's own words to the compositor are read.
+/// A Wayland client cannot see the windows of others, so the test reads the program's own messages to the compositor.
 class Wayland final : public Display {
 public:
     explicit Wayland(int scale)
@@ -49,7 +49,7 @@ public:
         m_display.addTo(program.environment);
         program.environment.insert(u"WAYLAND_DEBUG"_s, u"client"_s);
         program.errorFile = m_folder.filePath(u"words"_s);
-        // What Qt's plugin left, in libraries that it has unloaded by then, cannot be told from what we left.
+        // Leaks of Qt's plug-in, whose libraries are unloaded by then, cannot be told from ours.
         const auto options = u"ASAN_OPTIONS"_s;
         program.environment.insert(options, program.environment.value(options) + u":detect_leaks=0"_s);
     }
@@ -58,7 +58,7 @@ public:
         const QString words = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
         // An object and its number: "xdg_toplevel@12", since libwayland 1.23 "xdg_toplevel#12".
         static const QRegularExpression least(u"xdg_toplevel[@#]\\d+\\.set_min_size\\((\\d+), (\\d+)\\)"_s);
-        // Shown: it has a title, a name and a picture.
+        // A window that is shown has a title, a name and a picture.
         static const QRegularExpression picture(u"wl_surface[@#]\\d+\\.attach\\(wl_buffer[@#]"_s);
         const auto size = least.match(words);
         if (!size.hasMatch() || !words.contains(u"set_title(\"Orvanel\")"_s) ||
@@ -94,7 +94,7 @@ private Q_SLOTS:
         QTest::newRow("x11, scale 1") << u"x11"_s << 1 << 1.0;
         QTest::newRow("x11, scale 1.5") << u"x11"_s << 1 << 1.5;
         QTest::newRow("x11, scale 2") << u"x11"_s << 1 << 2.0;
-        // The compositor knows whole scales only; the program's own factor makes the one between.
+        // The compositor knows only whole scales; the program's own factor adds the one between.
         QTest::newRow("wayland, scale 1") << u"wayland"_s << 1 << 1.0;
         QTest::newRow("wayland, scale 1 by 1.5") << u"wayland"_s << 1 << 1.5;
         QTest::newRow("wayland, scale 2") << u"wayland"_s << 2 << 1.0;

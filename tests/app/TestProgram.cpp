@@ -27,14 +27,14 @@ std::string containerState(const RunningProgram& world) {
     return world.tools.state().container->state;
 }
 
-/// How a run ended that only answers.
+/// The outcome of a run that ends by itself.
 struct Answer {
     std::optional<int> code;
     QString output;
     QString errors;
 };
 
-/// Runs the program on no display, unless `variables` name one.
+/// Runs the program without a display, unless `variables` name one.
 Answer answerTo(const QStringList& arguments, const QMap<QString, QString>& variables = {}) {
     const TestHome home;
     auto environment = QProcessEnvironment::systemEnvironment();
@@ -87,7 +87,7 @@ private Q_SLOTS:
         QVERIFY(world.knowsItsContainer());
         RunningProgram::signal(program, number);
         QVERIFY(waitUntil([&] { return wasStopped(world); }));
-        // Impatience changes nothing.
+        // Further signals change nothing.
         RunningProgram::signal(program, number);
         RunningProgram::signal(program, SIGTERM);
         QCOMPARE(RunningProgram::exitCode(program), 0);
@@ -102,7 +102,7 @@ private Q_SLOTS:
         QTest::newRow("SIGHUP") << SIGHUP << false;
         QTest::newRow("with a child that does not end") << SIGTERM << true;
     }
-    /// A session that ends waits 5 s for its programs, a child that hangs has 10 s.
+    /// A session that ends may wait only 5 s for its programs, and a child that hangs has a limit of 10 s.
     void itsEndTakesUnderTwoSeconds() {
         QFETCH(const int, number);
         QFETCH(const bool, hangs);
@@ -194,7 +194,7 @@ private Q_SLOTS:
         QCOMPARE(RunningProgram::exitCode(first), 0);
         QVERIFY(waitUntil([&] { return world.tools.commands().count(composeVersion) > askedByFirst; }));
         QCOMPARE(second.state(), QProcess::Running);
-        // It can be reached by its name now.
+        // The second copy owns the name now.
         QProcess& third = world.start();
         QCOMPARE(RunningProgram::exitCode(third), 0);
         RunningProgram::signal(second, SIGTERM);

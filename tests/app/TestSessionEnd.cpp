@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// SmRestartNever, by the protocol.
+/// SmRestartNever in the protocol.
 constexpr int never = 3;
 
 bool isStopped(const RunningProgram& world) {
@@ -61,7 +61,7 @@ private Q_SLOTS:
         session.endSession();
         QVERIFY(waitUntil([&] { return session.saved().has_value(); }));
         QCOMPARE(session.saved(), std::optional(true));
-        // The login item alone says whether it starts with the next session.
+        // Only the login item decides whether it starts with the next session.
         QCOMPARE(session.restartStyle(), std::optional(never));
         // Another program may still keep the session from ending.
         QCOMPARE(program.state(), QProcess::Running);
@@ -81,8 +81,8 @@ private Q_SLOTS:
         QTest::newRow("wayland") << true << false;
         QTest::newRow("wayland, that should stop the container") << true << true;
     }
-    /// The libraries of a display that is gone end the program where it stands: there is no time to stop a container,
-    /// which runs on. The next start finds all in order.
+    /// When the display goes away, its libraries end the program at once. There is no time to stop a container, which
+    /// keeps running; the next start finds everything in order.
     void leavesWithItsDisplay() {
         QFETCH(const bool, isWayland);
         QFETCH(const bool, stopsOnQuit);
@@ -111,7 +111,7 @@ private Q_SLOTS:
         });
         QVERIFY2(ending && *ending < 2s, qPrintable(inMilliseconds(ending)));
         const auto exitCode = RunningProgram::exitCode(program);
-        // Qt's own: 1 in 6.4, -1 in 6.8 for Wayland.
+        // This exit code is Qt's: 1 in 6.4, -1 in 6.8 for Wayland.
         QVERIFY2(exitCode == 1 || (isWayland && exitCode == 255), qPrintable(QString::number(exitCode.value_or(-1))));
         QCOMPARE(world.tools.state().container->state, "running");
 

@@ -27,7 +27,7 @@ const auto isStarting = u"Uptime Kuma is starting…"_s;
 const auto isRunning = u"Uptime Kuma is running"_s;
 const auto isStopped = u"Uptime Kuma is stopped"_s;
 
-/// Counts what the item tells the panel.
+/// Counts the item's signals to the panel.
 class NewsCounter final : public QObject {
     Q_OBJECT
 
@@ -56,7 +56,7 @@ private Q_SLOTS:
     void onEntries() { entries += 1; }
 };
 
-/// The program on a desktop with a display and, once it is opened, a status area.
+/// The program on a desktop with a display and, once it is open, a status area.
 struct Desktop {
     Desktop()
         : windows(display.name())
@@ -70,7 +70,7 @@ struct Desktop {
     DisplayWindows windows;
     StatusArea area;
 
-    /// For tests that wait for time to pass: makes the program's pauses a tenth.
+    /// Makes the program's pauses ten times shorter, for tests that wait for them.
     void hurry() { program.environment.insert(u"ORVANEL_HASTE"_s, u"10"_s); }
 
     TrayItem* item() { return area.item(); }
@@ -94,7 +94,7 @@ struct Desktop {
     bool showsWindow() {
         return waitUntil([&] { return windows.titles().contains(title); });
     }
-    /// What a person sees, with the entries that cannot be chosen in brackets.
+    /// The menu as a person sees it, with disabled entries in brackets.
     QStringList menu() {
         QStringList lines;
         for (const MenuEntry& one : item()->menu().entries()) {
@@ -137,7 +137,7 @@ private Q_SLOTS:
         QVERIFY(desktop.saysInTheTray(isStarting));
         const NewsCounter news(desktop.program.bus.connect());
         const qsizetype calls = desktop.program.tools.calls().size();
-        // Some rounds of polling in which nothing changes.
+        // Several rounds of polling, in which nothing changes.
         QVERIFY(waitUntil([&] { return desktop.program.tools.calls().size() >= calls + 2; }));
         QCOMPARE(news.toolTips, 0);
         QCOMPARE(news.icons, 0);
@@ -148,10 +148,10 @@ private Q_SLOTS:
         QCOMPARE(news.toolTips, 1);
         // The dot was gray before.
         QCOMPARE(news.icons, 0);
-        // The status, and two entries that changed places.
+        // The status line, and the two entries that changed places.
         QVERIFY(news.layouts + news.entries >= 1);
         QVERIFY(news.layouts + news.entries <= 4);
-        // "Stop" has made room for "Start".
+        // "Start" has replaced "Stop".
         QVERIFY(desktop.entry(u"Start"_s).has_value());
         QVERIFY(!desktop.entry(u"Stop"_s).has_value());
     }
@@ -241,7 +241,7 @@ private Q_SLOTS:
         QVERIFY(desktop.area.open());
         desktop.program.start();
         QVERIFY(desktop.saysInTheTray(isStopped));
-        // Two rounds of polling are longer than the program waits for a panel.
+        // Two rounds of polling take longer than the program waits for a panel.
         const qsizetype calls = desktop.program.tools.calls().size();
         QVERIFY(waitUntil([&] { return desktop.program.tools.calls().size() >= calls + 3; }));
         QCOMPARE(desktop.windows.titles(), QStringList());

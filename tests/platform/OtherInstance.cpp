@@ -1,5 +1,5 @@
-// Another process with a SingleInstance, as TestSingleInstance needs it: OtherInstance BUS-ADDRESS LOCK-FILE
-// Says on its standard output what became of it, one line each: "First" (and so on), "activated TOKEN".
+// Another process with a SingleInstance, for TestSingleInstance: OtherInstance BUS-ADDRESS LOCK-FILE
+// Prints what happens to it, one line each: the outcome of its start ("First" …), and "activated TOKEN".
 #include "platform/SingleInstance.h"
 
 #include <QCoreApplication>
