@@ -2,7 +2,8 @@
 
 #include "backup/DataCopy.h"
 #include "backup/DiskRoom.h"
-#include "backup/FileError.h"
+#include "backup/FileSystem.h"
+#include "backup/Recovery.h"
 #include "backup/Restore.h"
 #include "backup/SafePaths.h"
 #include "backup/Swap.h"

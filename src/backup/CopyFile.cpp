@@ -1,6 +1,6 @@
 #include "backup/CopyFile.h"
 
-#include "backup/FileError.h"
+#include "backup/FileSystem.h"
 #include "process/FileDescriptor.h"
 
 #include <algorithm>

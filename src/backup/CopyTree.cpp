@@ -1,7 +1,7 @@
 #include "backup/CopyTree.h"
 
 #include "backup/CopyFile.h"
-#include "backup/FileError.h"
+#include "backup/FileSystem.h"
 
 #include <QFile>
 

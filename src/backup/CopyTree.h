@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backup/Folder.h"
+#include "backup/FileSystem.h"
 
 #include <QString>
 

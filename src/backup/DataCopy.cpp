@@ -1,8 +1,7 @@
 #include "backup/DataCopy.h"
 
 #include "backup/CopyTree.h"
-#include "backup/DatabaseCheck.h"
-#include "backup/DatabaseCopy.h"
+#include "backup/Database.h"
 #include "backup/RemoveTree.h"
 #include "backup/SafePaths.h"
 #include "backup/Swap.h"

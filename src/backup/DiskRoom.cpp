@@ -1,7 +1,9 @@
 #include "backup/DiskRoom.h"
 
-#include "backup/Folder.h"
-#include "process/AppError.h"
+#include "backup/FileSystem.h"
+#include "task/Sleep.h"
+#include "task/SystemClock.h"
+#include "task/Worker.h"
 
 #include <QFile>
 #include <QLocale>
@@ -71,6 +73,19 @@ void requireRoom(const QString& path, qint64 bytes) {
     if (free < bytes) {
         throw AppError(roomSentence(bytes, free));
     }
+}
+
+QCoro::Task<bool> watchRoom(QString folder, qint64 least, std::shared_ptr<ProcessHandle> handle, std::stop_token stop) {
+    const auto look = [folder] { return bytesFreeAt(folder); };
+    while (!stop.stop_requested()) {
+        const qint64 free = co_await onWorker(look);
+        if (free < least) {
+            handle->cancel();
+            co_return true;
+        }
+        co_await sleepFor(&SystemClock::instance(), std::chrono::milliseconds(200), stop);
+    }
+    co_return false;
 }
 
 } // namespace orvanel

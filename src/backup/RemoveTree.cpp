@@ -1,7 +1,6 @@
 #include "backup/RemoveTree.h"
 
-#include "backup/FileError.h"
-#include "backup/Folder.h"
+#include "backup/FileSystem.h"
 
 #include <QFile>
 

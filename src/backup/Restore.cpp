@@ -3,21 +3,17 @@
 #include "backup/BackupManager.h"
 #include "backup/CopyTree.h"
 #include "backup/DiskRoom.h"
-#include "backup/FileError.h"
-#include "backup/Leftover.h"
+#include "backup/FileSystem.h"
+#include "backup/Recovery.h"
 #include "backup/RemoveTree.h"
-#include "backup/RestoreNote.h"
 #include "backup/SafePaths.h"
 #include "backup/Swap.h"
-#include "backup/SwapNote.h"
 #include "backup/UnpackedCheck.h"
 #include "backup/WorkFolder.h"
 
-#include <QDebug>
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -126,15 +122,6 @@ private:
     std::optional<WorkFolder> m_copy;
 };
 
-/// Whether a restore that was killed has still to be dealt with: what it kept is then not to be deleted, whatever its
-/// name. `own` is the work folder of this one.
-bool isRestorePending(const QString& parent, const QString& own) {
-    const auto leftovers = leftoversIn(parent, WorkFolder::hidden);
-    return std::any_of(leftovers.begin(), leftovers.end(), [&](const Leftover& leftover) {
-        return leftover.path != own && hasRestoreNote(leftover.folder.get());
-    });
-}
-
 /// What a restore kept before this one, unless the user restores from it.
 void removeOlder(const QStringList& names, const QString& backupsDir, const QString& origin) {
     for (const QString& name : names) {
@@ -152,27 +139,6 @@ void removeOlder(const QStringList& names, const QString& backupsDir, const QStr
 }
 
 } // namespace
-
-void recoverData(const QString& dataDir, const QString& backupsDir) {
-    QString place;
-    try {
-        place = dataPlaceOf(dataDir);
-    } catch (const AppError&) {
-        // Where the data folder cannot even be made yet, nothing was left.
-        return;
-    }
-    const QString parent = parentOf(place);
-    const FileDescriptor above(::open(QFile::encodeName(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    for (const Leftover& leftover : leftoversIn(parent, WorkFolder::hidden)) {
-        try {
-            undoSwap(leftover.folder.get(), above.get());
-            finishRestore(leftover.folder.get(), place, backupsDir);
-        } catch (const AppError& error) {
-            // The note is still there: the next start tries again. The data may be in another one.
-            qWarning() << "What a crashed restore left cannot be put back yet:" << error.message();
-        }
-    }
-}
 
 QString findUnpackedData(const QString& folder) {
     if (BackupManager::looksLikeData(folder)) {

@@ -4,9 +4,6 @@
 
 namespace orvanel {
 
-/// Contract: BackupManager::recover().
-void recoverData(const QString& dataDir, const QString& backupsDir);
-
 /// The folder with data that an archive was unpacked to: `folder` itself or the first entry in it that looks like data.
 /// Throws a sentence when there is none.
 QString findUnpackedData(const QString& folder);

@@ -1,7 +1,6 @@
 #include "backup/SafePaths.h"
 
-#include "backup/FileError.h"
-#include "backup/Folder.h"
+#include "backup/FileSystem.h"
 
 #include <QDir>
 #include <QFile>
@@ -47,33 +46,6 @@ QString resolved(const QString& path) {
     return result ? QFile::decodeName(result.get()) : QString();
 }
 
-QString freeName(const QString& path) {
-    QString name = path;
-    for (int number = 2; statusOf(name); ++number) {
-        name = path + u'-' + QString::number(number);
-    }
-    return name;
-}
-
-void makeFolder(const QString& path) {
-    if (QDir(path).exists()) {
-        return;
-    }
-    errno = 0;
-    if (!QDir().mkpath(path)) {
-        throw fileError(path, errno != 0 ? errno : EEXIST);
-    }
-}
-
-QString parentOf(const QString& place) {
-    const auto slash = place.lastIndexOf(u'/');
-    return slash > 0 ? place.left(slash) : u"/"_s;
-}
-
-QString nameOf(const QString& place) {
-    return place.mid(place.lastIndexOf(u'/') + 1);
-}
-
 QString placeOf(const QString& path) {
     const QString whole = withoutTrailingSlashes(QDir::isAbsolutePath(path) ? path : QDir::currentPath() + u'/' + path);
     const QString name = nameOf(whole);
@@ -107,13 +79,6 @@ QStringList dataPlacesOf(const QString& dataDir) {
 
 QString dataPlaceOf(const QString& dataDir) {
     return dataPlacesOf(dataDir).last();
-}
-
-bool isSame(const QString& path, const QString& other) {
-    struct stat first {};
-    struct stat second {};
-    return ::stat(QFile::encodeName(path).constData(), &first) == 0 &&
-           ::stat(QFile::encodeName(other).constData(), &second) == 0 && FileId(first) == FileId(second);
 }
 
 bool isInside(const QString& path, const QString& folder) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "backup/FileSystem.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -19,20 +21,6 @@ QStringList dataPlacesOf(const QString& dataDir);
 /// Where the data folder is or would be: placeOf() the end of all links, of which the last may lead to nothing. Throws
 /// what the platform says when the folder that would hold it cannot be reached.
 QString dataPlaceOf(const QString& dataDir);
-
-/// The folder that holds `place`, and its name there. `place` comes from placeOf() or
-/// dataPlaceOf().
-QString parentOf(const QString& place);
-QString nameOf(const QString& place);
-
-/// `path`, or when something is there already, the first of "PATH-2", "PATH-3", … where nothing is.
-QString freeName(const QString& path);
-
-/// Makes a folder with the folders above it, unless it is there. Throws what the platform says.
-void makeFolder(const QString& path);
-
-/// Whether both are the same file or folder, by whatever names.
-bool isSame(const QString& path, const QString& other);
 
 /// Whether `path`, which need not exist, is `folder` or lies anywhere in it, also through links and mounts: one of
 /// the folders above it is the very same.

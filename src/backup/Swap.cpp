@@ -1,10 +1,7 @@
 #include "backup/Swap.h"
 
-#include "backup/FileError.h"
-#include "backup/Folder.h"
-#include "backup/Rename.h"
+#include "backup/FileSystem.h"
 #include "backup/SafePaths.h"
-#include "backup/SwapNote.h"
 #include "backup/WorkFolder.h"
 
 #include <QFile>
@@ -12,6 +9,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <optional>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,20 +19,56 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-Place placeAt(const QString& path) {
-    return {AT_FDCWD, QFile::encodeName(path).toStdString()};
+/// What a swap in two steps writes down in its work folder before the first of them, so that a later run can undo it:
+/// `name` in the folder that holds the work folder is put into the work folder's "replaced", and `fresh` in the work
+/// folder then gets its place.
+struct SwapNote {
+    std::string fresh;
+    std::string name;
+};
+
+const std::string noteName = "swapping";
+const std::string replacedName = "replaced";
+
+/// What the system would read as another name, because it ends at the first NUL, is none.
+bool isPlainName(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+           name.find('\0') == std::string::npos;
 }
 
-int renameToNothing(const QString& from, const QString& to) {
-    return renameToNothing(placeAt(from), placeAt(to));
-}
-
-void syncFolder(const QString& path) {
-    const FileDescriptor folder(::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot; they keep their names safe otherwise or not at all.
-    if (folder.isOpen()) {
-        ::fsync(folder.get());
+/// The two names are told apart by what no name can hold.
+std::optional<SwapNote> parse(const std::string& text) {
+    const auto slash = text.find('/');
+    if (slash == std::string::npos) {
+        return std::nullopt;
     }
+    SwapNote note{text.substr(0, slash), text.substr(slash + 1)};
+    return isPlainName(note.fresh) && isPlainName(note.name) ? std::optional(std::move(note)) : std::nullopt;
+}
+
+/// 0 when it is there, ENOENT when it is not; anything else tells neither.
+int lookFor(int folder, const std::string& name) {
+    struct stat status {};
+    return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+}
+
+bool isEmpty(int folder) {
+    try {
+        return entriesOf(folder, {}).empty();
+    } catch (const AppError&) {
+        return false;
+    }
+}
+
+bool moveBack(int replaced, const std::string& name, int parent) {
+    constexpr int lastNumber = 1000;
+    int code = renameToNothing({replaced, name}, {parent, name});
+    for (int number = 2; number <= lastNumber && (code == EEXIST || code == ENOTEMPTY); ++number) {
+        code = renameToNothing({replaced, name}, {parent, name + "-" + std::to_string(number)});
+    }
+    ::fsync(parent);
+    ::fsync(replaced);
+    return code == 0;
 }
 
 int replaceInTwoSteps(const QString& fresh, const QString& destination, WorkFolder& work) {
@@ -42,7 +77,7 @@ int replaceInTwoSteps(const QString& fresh, const QString& destination, WorkFold
     }
     const QString old = work.replaced() + u'/' + nameOf(destination);
     const auto nameAt = [](const QString& path) { return QFile::encodeName(nameOf(path)).toStdString(); };
-    int code = writeSwapNote(work.descriptor(), {nameAt(fresh), nameAt(destination)});
+    int code = writeNote(work.descriptor(), noteName, nameAt(fresh) + "/" + nameAt(destination));
     if (code != 0) {
         return code;
     }
@@ -67,7 +102,7 @@ int replaceInTwoSteps(const QString& fresh, const QString& destination, WorkFold
 }
 
 int replace(const QString& fresh, const QString& destination, WorkFolder& work) {
-    const int code = rename(placeAt(fresh), placeAt(destination), RENAME_EXCHANGE);
+    const int code = rename(fresh, destination, RENAME_EXCHANGE);
     if (code == ENOENT || (isUnknownFlag(code) && !statusOf(destination))) {
         return renameToNothing(fresh, destination);
     }
@@ -75,38 +110,12 @@ int replace(const QString& fresh, const QString& destination, WorkFolder& work) 
         return code;
     }
     if (!isFolder(fresh) && !isFolder(destination)) {
-        return rename(placeAt(fresh), placeAt(destination), 0);
+        return rename(fresh, destination, 0);
     }
     return replaceInTwoSteps(fresh, destination, work);
 }
 
 } // namespace
-
-void syncFileSystem(const QString& path) {
-    const FileDescriptor file(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC));
-    if (!file.isOpen() || ::syncfs(file.get()) != 0) {
-        throw fileError(path, errno);
-    }
-}
-
-void moveTo(const QString& from, const QString& to) {
-    if (!moveIfPossible(from, to)) {
-        throw fileError(from, EXDEV);
-    }
-}
-
-bool moveIfPossible(const QString& from, const QString& to) {
-    const int code = renameToNothing(from, to);
-    if (code == EXDEV) {
-        return false;
-    }
-    if (code != 0) {
-        throw fileError(code == EEXIST || code == ENOTEMPTY ? to : from, code);
-    }
-    syncFolder(parentOf(to));
-    syncFolder(parentOf(from));
-    return true;
-}
 
 void putInPlace(const QString& fresh, const QString& destination, WorkFolder& work) {
     const int code = replace(fresh, destination, work);
@@ -115,6 +124,34 @@ void putInPlace(const QString& fresh, const QString& destination, WorkFolder& wo
     }
     syncFolder(parentOf(destination));
     syncFolder(work.path());
+}
+
+bool undoSwap(int work, int parent) {
+    std::optional<std::string> text;
+    try {
+        text = readNote(work, noteName);
+    } catch (const AppError&) {
+        return false;
+    }
+    if (!text) {
+        return true;
+    }
+    const FileDescriptor replaced = openFolder(work, replacedName);
+    if (!replaced.isOpen()) {
+        return errno == ENOENT || errno == ELOOP || errno == ENOTDIR;
+    }
+    const auto note = parse(*text);
+    if (!note) {
+        return isEmpty(replaced.get());
+    }
+    if (lookFor(replaced.get(), note->name) == ENOENT) {
+        return true;
+    }
+    // An empty folder may have been made by whoever missed it. Any other is left alone.
+    ::unlinkat(parent, note->name.c_str(), AT_REMOVEDIR);
+    // What is no longer in the work folder got the place: what it replaced is not wanted any more.
+    const bool isDone = lookFor(work, note->fresh) == ENOENT && lookFor(parent, note->name) == 0;
+    return isDone || moveBack(replaced.get(), note->name, parent);
 }
 
 } // namespace orvanel

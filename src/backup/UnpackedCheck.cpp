@@ -1,7 +1,6 @@
 #include "backup/UnpackedCheck.h"
 
-#include "backup/FileError.h"
-#include "backup/Folder.h"
+#include "backup/FileSystem.h"
 
 #include <QFile>
 #include <QStringDecoder>

@@ -1,21 +1,42 @@
 #include "backup/WorkFolder.h"
 
-#include "backup/FileError.h"
-#include "backup/Leftover.h"
+#include "backup/Recovery.h"
 #include "backup/RemoveTree.h"
-#include "backup/RestoreNote.h"
-#include "backup/SwapNote.h"
+#include "backup/Swap.h"
 
 #include <QFile>
 #include <QUuid>
 
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
+
+bool isOurName(const QString& name, const QString& prefix) {
+    if (!name.startsWith(prefix)) {
+        return false;
+    }
+    const QString rest = name.mid(prefix.size());
+    const QUuid uuid = QUuid::fromString(rest);
+    return !uuid.isNull() && uuid.toString(QUuid::WithoutBraces).toUpper() == rest;
+}
+
+/// Opens and locks a work folder; a closed descriptor when that is not possible or another process holds it. A file
+/// system without locks holds nothing.
+FileDescriptor lockFolder(const QString& path) {
+    FileDescriptor folder = openFolder(AT_FDCWD, QFile::encodeName(path).toStdString());
+    if (folder.isOpen() && ::flock(folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        folder.reset();
+    }
+    return folder;
+}
 
 QString uuidText() {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
@@ -83,6 +104,65 @@ void WorkFolder::remove() {
         // The next run at this place tries again.
     }
     m_lock.reset();
+}
+
+std::vector<Leftover> leftoversIn(const QString& parent, const QString& prefix) {
+    std::vector<Leftover> leftovers;
+    const QStringList names = namesIn(parent);
+    for (const QString& name : names) {
+        if (!isOurName(name, prefix)) {
+            continue;
+        }
+        const QString path = parent + u'/' + name;
+        FileDescriptor folder = lockFolder(path);
+        struct stat status {};
+        if (folder.isOpen() && ::fstat(folder.get(), &status) == 0 && status.st_uid == ::geteuid()) {
+            leftovers.push_back({path, std::move(folder)});
+        }
+    }
+    return leftovers;
+}
+
+int writeNote(int folder, const std::string& name, const std::string& text) {
+    constexpr mode_t own = S_IRUSR | S_IWUSR;
+    const FileDescriptor file(
+        ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, own));
+    if (!file.isOpen()) {
+        return errno;
+    }
+    const ssize_t written = ::pwrite(file.get(), text.data(), text.size(), 0);
+    if (written < 0) {
+        return errno;
+    }
+    if (static_cast<std::size_t>(written) != text.size()) {
+        return ENOSPC;
+    }
+    // The name counts as well; a file system that cannot sync a folder keeps it otherwise or not at all.
+    ::fsync(folder);
+    return ::fsync(file.get()) == 0 ? 0 : errno;
+}
+
+std::optional<std::string> readNote(int folder, const std::string& name) {
+    const FileDescriptor file(::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file.isOpen() && errno == ENOENT) {
+        return std::nullopt;
+    }
+    if (!file.isOpen() && errno == ELOOP) {
+        return "";
+    }
+    if (!file.isOpen()) {
+        throw fileError(name, errno);
+    }
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
+        return "";
+    }
+    std::array<char, 1024> words{};
+    const ssize_t length = ::pread(file.get(), words.data(), words.size(), 0);
+    if (length < 0) {
+        throw fileError(name, errno);
+    }
+    return std::string(words.data(), static_cast<std::size_t>(length));
 }
 
 } // namespace orvanel

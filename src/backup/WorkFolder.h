@@ -1,8 +1,12 @@
 #pragma once
 
-#include "backup/Folder.h"
+#include "backup/FileSystem.h"
 
 #include <QString>
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace orvanel {
 
@@ -32,7 +36,8 @@ public:
     /// Leaves the folder as what a crash leaves: the next run at this place gives back what it holds, then removes it.
     void keep() { m_lock.reset(); }
 
-    /// Whether its disk can hold links; a stick or card made for every system cannot, nor permissions.
+    /// Whether its disk supports links. A FAT or exFAT disk, as most USB sticks are, does not; nor does it keep
+    /// permissions.
     bool holdsLinks() const;
 
     QString path() const { return m_path; }
@@ -49,5 +54,23 @@ private:
     FileDescriptor m_lock;
     FileId m_id;
 };
+
+/// A work folder that a crashed run left. It is locked as long as this lives: no other run takes it for one.
+struct Leftover {
+    QString path;
+    FileDescriptor folder;
+};
+
+/// This user's work folders in `parent` with names of `prefix` and a UUID whose makers no longer live. Blocks; any
+/// thread.
+std::vector<Leftover> leftoversIn(const QString& parent, const QString& prefix);
+
+/// Writes a new file with a few words for a later run into an open work folder, and waits until it is on the disk. 0,
+/// or errno. It lies where no archive is ever unpacked to. Blocks; any thread.
+int writeNote(int folder, const std::string& name, const std::string& text);
+
+/// The words of the note of that name; none when nothing of that name is there. Empty when it is none that this user's
+/// writeNote() made. Throws what the platform says when it cannot be read: another time it may.
+std::optional<std::string> readNote(int folder, const std::string& name);
 
 } // namespace orvanel

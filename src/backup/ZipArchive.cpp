@@ -1,15 +1,18 @@
 #include "backup/ZipArchive.h"
 
 #include "backup/DiskRoom.h"
-#include "backup/RoomWatch.h"
 #include "backup/SafePaths.h"
 #include "backup/UnpackedCheck.h"
-#include "backup/ZipListing.h"
 #include "process/AppError.h"
 #include "process/DockerCLI.h"
 #include "task/Worker.h"
 
+#include <QFile>
 #include <QFileInfo>
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -18,7 +21,7 @@ namespace {
 
 constexpr std::chrono::seconds timeLimit{600};
 
-struct Command {
+struct ToolCall {
     QString program;
     QStringList arguments;
 };
@@ -29,12 +32,12 @@ std::optional<QString> findDitto() {
 }
 
 /// In another locale than a UTF-8 one, bsdtar drops every name that is not ASCII.
-Command bsdtar(const QStringList& arguments) {
+ToolCall bsdtar(const QStringList& arguments) {
     return {u"/usr/bin/env"_s, QStringList{u"LC_ALL=C.UTF-8"_s, u"/usr/bin/bsdtar"_s} + arguments};
 }
 
 /// The quickest compression: what grows large here is a database, and there is a time limit.
-Command packCommand(const QString& folder, const QString& archive) {
+ToolCall packCommand(const QString& folder, const QString& archive) {
     if (const auto ditto = findDitto()) {
         return {*ditto, {u"-c"_s, u"-k"_s, u"--keepParent"_s, folder, archive}};
     }
@@ -47,7 +50,7 @@ Command packCommand(const QString& folder, const QString& archive) {
 
 /// Without -P, bsdtar writes neither through links nor to absolute names or "..". Owners are not taken over, blocks of
 /// zeros become holes, and nobody is asked for the password of an encrypted archive.
-Command unpackCommand(const QString& archive, const QString& folder) {
+ToolCall unpackCommand(const QString& archive, const QString& folder) {
     if (const auto ditto = findDitto()) {
         return {*ditto, {u"-x"_s, u"-k"_s, archive, folder}};
     }
@@ -63,8 +66,17 @@ AppError unpackError(const QString& reason) {
     return AppError(u"Could not open the zip file. "_s + reason);
 }
 
+bool beginsLikeZip(const QString& archive) {
+    QFile file(archive);
+    return file.open(QIODevice::ReadOnly) && file.read(2) == "PK";
+}
+
+struct CloseArchive {
+    void operator()(archive* file) const { ::archive_read_free(file); }
+};
+
 void requireEntries(const QString& archive, qint64 entries) {
-    const auto listing = readZipListing(archive);
+    const auto listing = ZipArchive::list(archive);
     if (!listing || listing->entries != entries) {
         throw packError(u"Something is missing in it."_s);
     }
@@ -77,7 +89,7 @@ qint64 leastRoomFor(const QString& archive, const QString& folder) {
         throw unpackError(u"It is not a zip archive."_s);
     }
     constexpr qint64 perEntry = 4096;
-    const auto listing = readZipListing(archive);
+    const auto listing = ZipArchive::list(archive);
     const qint64 free = bytesFreeAt(folder);
     const qint64 entries = listing ? listing->entries * perEntry : 0;
     const qint64 bytes = listing ? listing->bytes : 0;
@@ -89,10 +101,31 @@ qint64 leastRoomFor(const QString& archive, const QString& folder) {
 
 } // namespace
 
+std::optional<ZipListing> ZipArchive::list(const QString& archive) {
+    constexpr std::size_t block = std::size_t{64} * 1024;
+    const std::unique_ptr<::archive, CloseArchive> file(::archive_read_new());
+    // Only the reader that begins with the list at the end: the other one unpacks all to find the next entry.
+    if (::archive_read_support_format_zip_seekable(file.get()) != ARCHIVE_OK ||
+        ::archive_read_open_filename(file.get(), QFile::encodeName(archive).constData(), block) != ARCHIVE_OK) {
+        return std::nullopt;
+    }
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    ZipListing listing;
+    archive_entry* entry = nullptr;
+    int result = ::archive_read_next_header(file.get(), &entry);
+    while (result == ARCHIVE_OK || result == ARCHIVE_WARN) {
+        const qint64 bytes = ::archive_entry_size(entry);
+        listing.bytes = bytes < 0 || bytes > most - listing.bytes ? most : listing.bytes + bytes;
+        ++listing.entries;
+        result = ::archive_read_next_header(file.get(), &entry);
+    }
+    return result == ARCHIVE_EOF ? std::optional(listing) : std::nullopt;
+}
+
 QCoro::Task<void> ZipArchive::pack(QString folder, QString archive) {
     const auto counting = [folder] { return requirePackable(folder); };
     const qint64 entries = co_await onWorker(counting);
-    const Command command = packCommand(folder, archive);
+    const ToolCall command = packCommand(folder, archive);
     const CommandResult result = co_await DockerCLI::run(command.program, command.arguments, timeLimit);
     if (!result.isSuccess()) {
         throw packError(result.output);
@@ -107,7 +140,7 @@ QCoro::Task<void> ZipArchive::unpack(QString archive, QString folder) {
     const auto handle = std::make_shared<ProcessHandle>();
     std::stop_source stop;
     auto watch = watchRoom(folder, least, handle, stop.get_token());
-    const Command command = unpackCommand(archive, folder);
+    const ToolCall command = unpackCommand(archive, folder);
     const CommandResult result = co_await DockerCLI::run(command.program, command.arguments, timeLimit, handle);
     stop.request_stop();
     const bool ranOut = co_await watch;

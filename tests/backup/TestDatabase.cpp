@@ -1,6 +1,5 @@
 #include "backup/BackupManager.h"
-#include "backup/DatabaseCheck.h"
-#include "backup/DatabaseCopy.h"
+#include "backup/Database.h"
 
 #include "DataFolder.h"
 #include "Interception.h"

@@ -1,5 +1,5 @@
 #include "backup/BackupManager.h"
-#include "backup/ZipListing.h"
+#include "backup/ZipArchive.h"
 
 #include "DataFolder.h"
 #include "Message.h"
@@ -89,9 +89,11 @@ private Q_SLOTS:
         row("device", {database, specialEntry("data/device", S_IFCHR)});
         row("more than the disk holds", {database, {.name = "data/bomb", .saidSize = quint64{1} << 50}},
             "Could not open the zip file. The disk has too little room: ");
+        constexpr quint64 largest = ~quint64{0} >> 1;
         row("a size that no disk holds",
-            {database, {.name = "data/a", .saidSize = ~quint64{0}}, {.name = "data/b", .saidSize = ~quint64{0}}},
+            {database, {.name = "data/a", .saidSize = largest}, {.name = "data/b", .saidSize = largest}},
             "Could not open the zip file. The disk has too little room: ");
+        row("a size that no number holds", {database, {.name = "data/a", .saidSize = ~quint64{0}}});
         row("larger than it says",
             {database, {.name = "data/bomb", .content = QByteArray(100'000, 'x'), .saidSize = 10}});
         row("zip of zips", {{.name = "data.zip", .content = zipOf({database})}}, noData);
@@ -219,11 +221,10 @@ private Q_SLOTS:
         const DataFolder folder;
         const auto read = [&](const QByteArray& bytes) {
             folder.write(u"a.zip"_s, bytes);
-            return readZipListing(folder.path(u"a.zip"_s));
+            return ZipArchive::list(folder.path(u"a.zip"_s));
         };
         const QByteArray good = zipOf({database, {.name = "data/big", .saidSize = quint64{6} << 30}});
         QCOMPARE(read(good), (ZipListing{.entries = 2, .bytes = (qint64{6} << 30) + 8}));
-        QCOMPARE(read(zipOf({})), ZipListing());
         // Whatever byte is wrong, reading it ends; the sanitizers watch where it reads.
         for (qsizetype at = 0; at < good.size(); ++at) {
             QByteArray bad = good;

@@ -18,13 +18,14 @@ void noteRestore(const WorkFolder& work, const QString& fresh, const QString& ke
 /// Removes the note: nothing was moved, and nothing will be.
 void forgetRestore(const WorkFolder& work);
 
-/// Whether a work folder, open, has such a note, be it unreadable, which finishRestore() has not dealt with yet.
+/// Whether a work folder, open, has such a note, be it unreadable, which recoverData() has not dealt with yet.
 bool hasRestoreNote(int work);
 
-/// Deals with what a crashed run noted in the open work folder `work`: where it ended between its two steps, the
-/// previous data comes back from `backupsDir` to `place`, the data folder's, if nothing or an empty folder is there;
-/// else it stays among the backups, under a name that no later restore deletes. Throws what the platform says when that
-/// cannot be told or done now; the note is then still there. Blocks; any thread.
-void finishRestore(int work, const QString& place, const QString& backupsDir);
+/// Whether a restore that was killed has still to be dealt with: what it kept is then not to be deleted, whatever its
+/// name. `parent` holds the data folder, `own` is the work folder of this run.
+bool isRestorePending(const QString& parent, const QString& own);
+
+/// Contract: BackupManager::recover().
+void recoverData(const QString& dataDir, const QString& backupsDir);
 
 } // namespace orvanel

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orvanel {
+
+using namespace Qt::StringLiterals;
+
+/// The files that make up the database `name` and only fit together: the database first, then its logs.
+std::vector<std::string> databaseFiles(const QString& name = u"kuma.db"_s);
+
+/// Copies the files of the database `name` from the folder `source` into `target`; what has such a name and is no file
+/// stays as it is. When one of them changed meanwhile, all are copied again, up to three times; after that the copy is
+/// as good as it gets, and only checkDatabase() can tell. Throws what the platform says. Blocks; any thread.
+void copyDatabase(const QString& source, const QString& target, const QString& name = u"kuma.db"_s);
+
+/// What SQLite complains about in the database `name` in `folder` with the log that lies beside it; none when all is
+/// well or the file is none of SQLite's. The check is made on a scratch copy in `scratch`, a folder that it makes and
+/// removes, or when that fails in the temporary directory: opening a database can change it. Blocks; any thread.
+std::optional<QString> checkDatabase(const QString& folder, const QString& scratch, const QString& name = u"kuma.db"_s);
+
+} // namespace orvanel
