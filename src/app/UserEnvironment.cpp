@@ -1,6 +1,6 @@
 #include "app/UserEnvironment.h"
 
-#include "platform/Folders.h"
+#include "platform/UserFiles.h"
 #include "task/FastClock.h"
 #include "task/SystemClock.h"
 

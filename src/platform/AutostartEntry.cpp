@@ -2,9 +2,7 @@
 
 #include "platform/AppIdentity.h"
 #include "platform/DesktopEntry.h"
-#include "platform/ExecLine.h"
-#include "platform/Folders.h"
-#include "platform/SmallFile.h"
+#include "platform/UserFiles.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -9,7 +9,7 @@ namespace orvanel {
 class Desktop {
 public:
     Desktop() = default;
-    virtual ~Desktop();
+    virtual ~Desktop() = default;
     Desktop(const Desktop&) = delete;
     Desktop& operator=(const Desktop&) = delete;
 

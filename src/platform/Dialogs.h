@@ -39,7 +39,7 @@ struct OpenPanel {
 class Dialogs {
 public:
     Dialogs() = default;
-    virtual ~Dialogs();
+    virtual ~Dialogs() = default;
     Dialogs(const Dialogs&) = delete;
     Dialogs& operator=(const Dialogs&) = delete;
 

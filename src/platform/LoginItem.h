@@ -10,7 +10,7 @@ namespace orvanel {
 class LoginItem {
 public:
     LoginItem() = default;
-    virtual ~LoginItem();
+    virtual ~LoginItem() = default;
     LoginItem(const LoginItem&) = delete;
     LoginItem& operator=(const LoginItem&) = delete;
 

@@ -8,7 +8,7 @@ namespace orvanel {
 class Notifier {
 public:
     Notifier() = default;
-    virtual ~Notifier();
+    virtual ~Notifier() = default;
     Notifier(const Notifier&) = delete;
     Notifier& operator=(const Notifier&) = delete;
 

@@ -1,14 +1,14 @@
 #include "platform/SettingsStore.h"
 
 #include "platform/AppIdentity.h"
-#include "platform/Folders.h"
-#include "platform/IniText.h"
-#include "platform/SmallFile.h"
+#include "platform/UserFiles.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QSettings>
-#include <QTemporaryFile>
+#include <QStringDecoder>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -19,36 +19,68 @@ namespace {
 constexpr qsizetype longestText = 6000;
 
 /// What lies where the settings file belongs.
-enum class FileState { Missing, Good, Broken, Unusable };
+enum class SettingsFile { Missing, Good, Broken, Unusable };
 
 QString usersFile() {
     const QString name = identity::applicationName();
     return u"%1/%2/%2.conf"_s.arg(folders::configuration(), name);
 }
 
-bool isText(const QByteArray& content) {
-    return !content.contains('\0');
+/// No quote stays open at the end of the line, and no backslash takes the next line in.
+bool isWholeLine(const QByteArray& line) {
+    bool isQuoted = false;
+    qsizetype i = 0;
+    for (; i < line.size(); ++i) {
+        if (line[i] == '\\') {
+            ++i;
+        } else if (line[i] == '"') {
+            isQuoted = !isQuoted;
+        }
+    }
+    return !isQuoted && i == line.size();
 }
 
-FileState inspect(const QString& path) {
+/// Whether QSettings understands all of it: text in lines that are keys, sections or comments. It drops what it does
+/// not understand, and writes the file without it.
+bool isSettingsText(const QByteArray& content) {
+    // Without a state, a character that is cut at the end is an error too.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString decoded = decoder(content);
+    if (decoder.hasError() || decoded.contains(QChar::Null)) {
+        return false;
+    }
+    const QByteArrayList lines = content.split('\n');
+    return std::all_of(lines.begin(), lines.end(), [](const QByteArray& rawLine) {
+        const QByteArray line = rawLine.trimmed();
+        const bool isComment = line.isEmpty() || line.startsWith(';') || line.startsWith('#');
+        return isComment || (isWholeLine(line) && (line.startsWith('[') ? line.endsWith(']') : line.contains('=')));
+    });
+}
+
+SettingsFile inspect(const QString& path) {
     const QFileInfo info(path);
     if (!info.exists()) {
-        return FileState::Missing;
+        return SettingsFile::Missing;
     }
     if (!info.isFile()) {
-        return FileState::Unusable;
+        return SettingsFile::Unusable;
     }
     if (info.size() > smallFileLimit) {
-        return FileState::Broken;
+        return SettingsFile::Broken;
     }
     const auto content = readSmallFile(path);
     if (!content) {
-        return FileState::Unusable;
+        return SettingsFile::Unusable;
     }
-    return isText(*content) && isHarmlessIni(*content) ? FileState::Good : FileState::Broken;
+    return isSettingsText(*content) ? SettingsFile::Good : SettingsFile::Broken;
 }
 
-QVariantHash valuesIn(const QString& path) {
+/// What QSettings understands of the file, even where that is not all.
+QVariantHash readValues(const QString& path) {
+    const auto content = readSmallFile(path);
+    if (!content || content->contains('\0')) {
+        return {};
+    }
     QVariantHash values;
     const QSettings settings(path, QSettings::IniFormat);
     const QStringList keys = settings.allKeys();
@@ -56,22 +88,6 @@ QVariantHash valuesIn(const QString& path) {
         values.insert(key, settings.value(key));
     }
     return values;
-}
-
-// A text with some bad lines still gives the good ones.
-QVariantHash readValues(const QString& path) {
-    const auto content = readSmallFile(path);
-    if (!content || !isText(*content)) {
-        return {};
-    }
-    if (isHarmlessIni(*content)) {
-        return valuesIn(path);
-    }
-    QTemporaryFile goodLines;
-    if (!goodLines.open() || goodLines.write(harmlessIniLines(*content)) < 0 || !goodLines.flush()) {
-        return {};
-    }
-    return valuesIn(goodLines.fileName());
 }
 
 // The file is UTF-8, which has no place for half a surrogate pair: what holds now is what the next start reads.
@@ -149,13 +165,13 @@ bool SettingsStore::set(const QString& key, const QString& value) {
     if (value.size() > longestText) {
         return false;
     }
-    const FileState state = inspect(m_file);
-    if (state == FileState::Unusable || (state == FileState::Broken && !moveAside(m_file))) {
+    const SettingsFile state = inspect(m_file);
+    if (state == SettingsFile::Unusable || (state == SettingsFile::Broken && !moveAside(m_file))) {
         return false;
     }
     // A new object each time: the status of a QSettings never returns from an error.
     QSettings settings(m_file, QSettings::IniFormat);
-    if (state != FileState::Good) {
+    if (state != SettingsFile::Good) {
         for (auto kept = m_values.cbegin(); kept != m_values.cend(); ++kept) {
             if (kept.value().toString().size() <= longestText) {
                 settings.setValue(kept.key(), kept.value());

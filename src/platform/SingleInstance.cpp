@@ -1,7 +1,7 @@
 #include "platform/SingleInstance.h"
 
 #include "platform/AppIdentity.h"
-#include "platform/Folders.h"
+#include "platform/UserFiles.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>

@@ -1,7 +1,6 @@
 // Any bytes as a desktop entry, and any text as one of its values.
 #include "Fuzz.h"
 #include "platform/DesktopEntry.h"
-#include "platform/ExecLine.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,6 +1,5 @@
 #include "platform/AutostartEntry.h"
 #include "platform/DesktopEntry.h"
-#include "platform/ExecLine.h"
 #include "support/FilePermissions.h"
 #include "support/TestClass.h"
 #include "support/TestHome.h"

@@ -1,5 +1,4 @@
 #include "platform/DesktopEntry.h"
-#include "platform/ExecLine.h"
 #include "support/TestClass.h"
 
 #include <QTest>

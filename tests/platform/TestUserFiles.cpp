@@ -1,4 +1,4 @@
-#include "platform/Folders.h"
+#include "platform/UserFiles.h"
 #include "support/TestClass.h"
 #include "support/TestHome.h"
 
@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
-class TestFolders : public QObject {
+class TestUserFiles : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -37,5 +37,5 @@ private Q_SLOTS:
     }
 };
 
-ORVANEL_TEST(TestFolders)
-#include "TestFolders.moc"
+ORVANEL_TEST(TestUserFiles)
+#include "TestUserFiles.moc"

@@ -1,6 +1,8 @@
-#include "platform/Folders.h"
+#include "platform/UserFiles.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QStandardPaths>
 
 using namespace Qt::StringLiterals;
@@ -28,3 +30,23 @@ QString configuration() {
 }
 
 } // namespace orvanel::folders
+
+namespace orvanel {
+
+std::optional<QByteArray> readSmallFile(const QString& path) {
+    const QFileInfo info(path);
+    if (!info.isFile() || info.size() > smallFileLimit) {
+        return std::nullopt;
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return std::nullopt;
+    }
+    QByteArray content = file.read(smallFileLimit);
+    if (file.error() != QFileDevice::NoError) {
+        return std::nullopt;
+    }
+    return content;
+}
+
+} // namespace orvanel

@@ -5,6 +5,17 @@
 
 #include <optional>
 
+/// Where this user's files belong. Absolute paths that need not exist; read from the environment at each call.
+namespace orvanel::folders {
+
+/// The user's application data ("~/.local/share" unless XDG_DATA_HOME says otherwise).
+QString applicationSupport();
+
+/// The user's configuration ("~/.config" unless XDG_CONFIG_HOME says otherwise).
+QString configuration();
+
+} // namespace orvanel::folders
+
 namespace orvanel {
 
 /// Largest file that readSmallFile() takes, in bytes: far more than a settings file or a desktop entry needs. A larger

@@ -1,7 +1,0 @@
-#include "platform/Desktop.h"
-
-namespace orvanel {
-
-Desktop::~Desktop() = default;
-
-} // namespace orvanel

@@ -1,7 +1,0 @@
-#include "platform/Dialogs.h"
-
-namespace orvanel {
-
-Dialogs::~Dialogs() = default;
-
-} // namespace orvanel

@@ -1,7 +1,0 @@
-#include "platform/LoginItem.h"
-
-namespace orvanel {
-
-LoginItem::~LoginItem() = default;
-
-} // namespace orvanel

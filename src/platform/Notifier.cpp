@@ -1,7 +1,0 @@
-#include "platform/Notifier.h"
-
-namespace orvanel {
-
-Notifier::~Notifier() = default;
-
-} // namespace orvanel
