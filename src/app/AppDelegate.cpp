@@ -8,8 +8,8 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel {
 
-bool stopsContainerFirst(bool stopOnQuit, KumaState kuma, DockerState dockerState) {
-    return stopOnQuit && kuma != KumaState::stopped && dockerState == DockerState::ready;
+bool stopsContainerFirst(const ControllerState& state) {
+    return state.stopOnQuit && state.kuma != KumaState::stopped && state.dockerState == DockerState::ready;
 }
 
 AppDelegate::AppDelegate(KumaController& controller)
@@ -21,8 +21,11 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
     m_controller.shutdownPolling();
-    const KumaState kuma = m_controller.mayBeComingUp() ? KumaState::starting : m_controller.state().kuma;
-    if (!stopsContainerFirst(m_controller.state().stopOnQuit, kuma, m_controller.state().dockerState)) {
+    ControllerState state = m_controller.state();
+    if (m_controller.mayBeComingUp()) {
+        state.kuma = KumaState::starting;
+    }
+    if (!stopsContainerFirst(state)) {
         return TerminateReply::TerminateNow;
     }
     m_tasks.start(stopThenReply(), u"stop before the end"_s);
@@ -34,14 +37,14 @@ QCoro::Task<void> AppDelegate::stopThenReply() {
     std::exception_ptr failure;
     if (docker) {
         try {
-            // A stop beside it would find nothing to stop yet.
+            // A stop beside a start that is still under way would find nothing to stop yet.
             co_await m_controller.bringUpEnd();
             co_await m_controller.runStop(*docker);
         } catch (...) {
             failure = std::current_exception();
         }
     }
-    // Whatever became of the stop: nobody may be kept from leaving.
+    // Even a failed stop must not keep the user from quitting.
     Q_EMIT replyToApplicationShouldTerminate(true);
     if (failure) {
         std::rethrow_exception(failure);

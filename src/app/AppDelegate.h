@@ -9,18 +9,18 @@ namespace orvanel {
 
 class KumaController;
 
-/// Whether the container has to be stopped before the program may end: where the user wants that, something runs, and
-/// Docker can be told.
-bool stopsContainerFirst(bool stopOnQuit, KumaState kuma, DockerState dockerState);
+/// Whether the container must be stopped before the program ends: the user wants that, the container is not stopped,
+/// and Docker answers.
+bool stopsContainerFirst(const ControllerState& state);
 
-/// What the program does when it has started, and when it is asked to end.
+/// What the program does when it has started and when it is asked to quit.
 class AppDelegate final : public QObject {
     Q_OBJECT
 
 public:
     enum class TerminateReply {
         TerminateNow,
-        /// replyToApplicationShouldTerminate() follows, in any case.
+        /// replyToApplicationShouldTerminate() always follows.
         TerminateLater,
     };
 
@@ -28,7 +28,7 @@ public:
 
     void applicationDidFinishLaunching();
     bool applicationShouldTerminateAfterLastWindowClosed() const { return false; }
-    /// Ends the polling, and begins to stop the container where that comes first.
+    /// Ends the polling, and begins to stop the container where it must be stopped first.
     TerminateReply applicationShouldTerminate();
 
 Q_SIGNALS:

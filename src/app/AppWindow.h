@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/views/View.h"
+
 #include <QWidget>
 
 class QAbstractButton;
@@ -7,8 +9,11 @@ class QAction;
 
 namespace orvanel {
 
-/// What all windows of the program share: Ctrl+Q quits, also in what is asked over them, Ctrl+W closes, Return presses
-/// a button, and their texts follow the desktop's font.
+class Dialogs;
+class MainView;
+
+/// What all windows of the program share: Ctrl+Q quits, also in a question over the window, Ctrl+W closes, Return
+/// presses a button, and texts follow the desktop's font.
 class AppWindow : public QWidget {
     Q_OBJECT
 
@@ -16,7 +21,7 @@ public:
     explicit AppWindow(const QString& title);
 
 protected:
-    /// The button that Return presses while none has the focus, or nullptr.
+    /// The button that Return presses while no button has the focus, or nullptr.
     virtual QAbstractButton* defaultButton() const { return nullptr; }
 
     void childEvent(QChildEvent* event) override;
@@ -25,6 +30,38 @@ protected:
 
 private:
     QAction* m_quit;
+};
+
+/// The window "main".
+class MainWindow final : public AppWindow {
+    Q_OBJECT
+
+public:
+    explicit MainWindow(ViewContext context);
+
+protected:
+    QAbstractButton* defaultButton() const override;
+
+private:
+    MainView* m_view;
+};
+
+/// The window "logs".
+class LogsWindow final : public AppWindow {
+    Q_OBJECT
+
+public:
+    /// The controller, dialogs and clock must outlive the window and the questions that it has asked.
+    LogsWindow(KumaController& controller, Dialogs& dialogs, Clock& clock);
+};
+
+/// The window "settings".
+class SettingsWindow final : public AppWindow {
+    Q_OBJECT
+
+public:
+    /// The dialogs must outlive the window and the questions that it has asked.
+    SettingsWindow(ViewContext context, Dialogs& dialogs);
 };
 
 } // namespace orvanel

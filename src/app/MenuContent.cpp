@@ -1,6 +1,6 @@
 #include "app/MenuContent.h"
 
-#include "app/widgets/Buttons.h"
+#include "app/widgets/PlainText.h"
 #include "controller/KumaController.h"
 #include "platform/Desktop.h"
 
@@ -11,11 +11,15 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// Whatever is told to the panel goes over the bus, so nothing is told twice.
-void setEntry(QAction* action, bool visible, bool enabled) {
+// Every change goes to the panel over the bus, so these tell only real changes.
+
+void showEntry(QAction* action, bool visible) {
     if (action->isVisible() != visible) {
         action->setVisible(visible);
     }
+}
+
+void enableEntry(QAction* action, bool enabled) {
     if (action->isEnabled() != enabled) {
         action->setEnabled(enabled);
     }
@@ -23,12 +27,12 @@ void setEntry(QAction* action, bool visible, bool enabled) {
 
 } // namespace
 
-MenuOffers menuOffers(KumaState kuma, DockerState dockerState, const std::optional<QString>& busy) {
-    const bool isStopped = kuma == KumaState::stopped;
+MenuOffers menuOffers(const ControllerState& state) {
+    const bool isStopped = state.kuma == KumaState::stopped;
     return {
-        .dashboard = kuma == KumaState::running,
+        .dashboard = state.kuma == KumaState::running,
         .showsStart = isStopped,
-        .startOrStop = !busy && (!isStopped || dockerState == DockerState::ready),
+        .startOrStop = !state.busy && (!isStopped || state.dockerState == DockerState::ready),
     };
 }
 
@@ -36,7 +40,7 @@ MenuContent::MenuContent(KumaController& controller, Desktop& desktop, Painter p
     : m_controller(controller)
     , m_painter(painter) {
     m_status = addEntry({});
-    // Section titles do not reach the panel, a disabled entry does.
+    // A disabled entry, because section titles do not reach the panel.
     m_status->setEnabled(false);
     m_menu.addSeparator();
     m_openDashboard = addEntry(u"Open dashboard"_s);
@@ -65,15 +69,16 @@ void MenuContent::render() {
     if (m_status->text() != status) {
         m_status->setText(status);
     }
-    const MenuOffers offers =
-        menuOffers(m_controller.state().kuma, m_controller.state().dockerState, m_controller.state().busy);
-    setEntry(m_openDashboard, true, offers.dashboard);
-    setEntry(m_start, offers.showsStart, offers.showsStart && offers.startOrStop);
-    setEntry(m_stop, !offers.showsStart, !offers.showsStart && offers.startOrStop);
+    const MenuOffers offers = menuOffers(m_controller.state());
+    enableEntry(m_openDashboard, offers.dashboard);
+    showEntry(m_start, offers.showsStart);
+    enableEntry(m_start, offers.showsStart && offers.startOrStop);
+    showEntry(m_stop, !offers.showsStart);
+    enableEntry(m_stop, !offers.showsStart && offers.startOrStop);
 }
 
-/// On its way over the bus the first '&' becomes '_', the panel's mark of a mnemonic, unless another follows it; the
-/// panel takes every '_' for such a mark, unless it is doubled.
+/// Qt sends the first '&' over the bus as '_', the panel's mark of a mnemonic, unless another '&' follows it. The panel
+/// takes every '_' for such a mark unless it is doubled.
 QString MenuContent::entryText(const QString& text, Painter painter) {
     if (painter == Painter::ourselves) {
         return plainButtonText(text);

@@ -4,39 +4,37 @@
 
 #include <QMenu>
 
-#include <optional>
-
 namespace orvanel {
 
-/// What the entries of the menu that change offer. Of "Start" and "Stop" exactly one is shown.
+/// What the changing entries of the menu offer. Either "Start" or "Stop" is shown, never both.
 struct MenuOffers {
     bool dashboard = false;
     bool showsStart = false;
-    /// Whether the one of "Start" and "Stop" that is shown can be chosen.
+    /// Whether the shown one of "Start" and "Stop" can be chosen.
     bool startOrStop = false;
 };
 
-MenuOffers menuOffers(KumaState kuma, DockerState dockerState, const std::optional<QString>& busy);
+MenuOffers menuOffers(const ControllerState& state);
 
 class Desktop;
 class KumaController;
 
-/// The menu of the status icon. Built once; afterwards its entries only change.
+/// The menu of the status icon. It is built once; afterwards its entries only change.
 class MenuContent final : public QObject {
     Q_OBJECT
 
 public:
-    /// Who paints the menu: each reads '&' and '_' in another way.
+    /// Who paints the menu. They differ in how they read '&' and '_'.
     enum class Painter { panel, ourselves };
 
     MenuContent(KumaController& controller, Desktop& desktop, Painter painter);
 
     QMenu& menu() { return m_menu; }
 
-    /// Brings the entries up to the controller's state, touching only those that differ.
+    /// Shows the controller's current state, changing only entries that differ.
     void render();
 
-    /// The text of an entry that shows `text` as it stands.
+    /// The text for an entry that must show `text` as it is written.
     static QString entryText(const QString& text, Painter painter);
 
 Q_SIGNALS:

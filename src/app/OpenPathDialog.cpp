@@ -18,7 +18,7 @@ OpenPathDialog::OpenPathDialog(const OpenPanel& panel, QWidget* parent)
     }
 }
 
-/// A dialog for folders shows files, but neither lets them be chosen nor takes one for an answer.
+/// A dialog for folders shows files, but does not accept them.
 void OpenPathDialog::takeFilesToo() {
     setOption(QFileDialog::DontUseNativeDialog);
     setOption(QFileDialog::ShowDirsOnly, false);
@@ -27,7 +27,7 @@ void OpenPathDialog::takeFilesToo() {
     if (name == nullptr || buttons == nullptr) {
         return;
     }
-    // This comes after the dialog's own look at the name.
+    // Connected after the dialog's own slot, which disables the button for a file.
     connect(name, &QLineEdit::textChanged, this, [this, buttons] {
         if (isFileChosen()) {
             buttons->button(QDialogButtonBox::Open)->setEnabled(true);
@@ -42,11 +42,11 @@ bool OpenPathDialog::isFileChosen() const {
 
 void OpenPathDialog::accept() {
     if (m_takesEither && isFileChosen()) {
-        // Not by the dialog's own accept(), which refuses files.
+        // QFileDialog::accept() would refuse a file.
         done(QDialog::Accepted);
         return;
     }
-    // That one complains about a name that does not exist.
+    // QFileDialog::accept() would complain about a name that does not exist.
     if (QFileInfo::exists(selectedFiles().value(0))) {
         QFileDialog::accept();
     }

@@ -6,8 +6,8 @@
 
 namespace orvanel {
 
-/// Lets the user choose an existing file, an existing folder, or either, which no desktop's own dialog can. It changes
-/// nothing on the disk, and has no questions of its own: they would hold up everything until they are answered.
+/// Lets the user choose an existing file, an existing folder, or either, which no desktop's own dialog offers. It
+/// changes nothing on the disk, and asks nothing itself: QFileDialog's own questions run a nested event loop.
 class OpenPathDialog final : public QFileDialog {
     Q_OBJECT
 

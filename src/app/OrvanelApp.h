@@ -9,30 +9,30 @@
 
 namespace orvanel {
 
-/// The program: the one controller, and the surfaces that show it: the status item and the windows.
-/// Lives beside the application object, whose quitting it takes over. Where tasks still run when the program ends, it
-/// must not be destroyed (see KumaController); its surfaces go with the event loop.
+/// What the program runs in. The dialogs of `controller` are left out: the program brings its own.
+struct AppEnvironment {
+    ControllerEnvironment controller;
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    LegacyTray& legacyTray;
+};
+
+/// The program: the one controller, the status item and the windows.
+/// It lives beside the application object, and takes over its quitting. While tasks still run at the program's end it
+/// must not be destroyed (see KumaController). The status item and the windows go with the event loop.
 class OrvanelApp final : public QObject {
     Q_OBJECT
 
 public:
-    struct Surroundings {
-        /// Without dialogs: the app brings its own.
-        ControllerEnvironment controller;
-        QDBusConnection bus = QDBusConnection::sessionBus();
-        LegacyTray& legacyTray;
-    };
+    explicit OrvanelApp(const AppEnvironment& environment);
 
-    explicit OrvanelApp(const Surroundings& surroundings);
-
-    /// The event loop is about to run.
+    /// Call it just before the event loop runs.
     void start();
 
-    /// See Windows::open(). Once the program is quitting, nothing is opened any more.
+    /// See Windows::open(). A program that is quitting opens nothing.
     void openMainWindow(const QString& activationToken = {});
 
     KumaController& controller() { return m_controller; }
-    /// The open one, or nullptr.
+    /// The open window, or nullptr.
     QWidget* window(const QString& id) const;
     QWidget* mainWindow() const { return window(windowId::main()); }
     /// From start() to quitting(); otherwise nullptr.
@@ -49,10 +49,10 @@ private:
     QWidget* windowForQuestions();
     void takeDown();
 
-    const Surroundings m_surroundings;
+    const AppEnvironment m_environment;
     std::unique_ptr<Windows> m_windows;
     WidgetDialogs m_dialogs;
-    /// Questions of windows that may be closed meanwhile.
+    /// Each asks over its window, which may be closed meanwhile.
     WidgetDialogs m_logsDialogs;
     WidgetDialogs m_settingsDialogs;
     KumaController m_controller;

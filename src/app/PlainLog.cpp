@@ -25,12 +25,12 @@ bool isLineEnd(char16_t c) {
     return isBetween(c, u'\n', u'\r') || c == nextLine || c == 0x2028 || c == 0x2029;
 }
 
-/// They turn text around that follows, also on other lines.
+/// Bidirectional controls change the direction of the text after them, even on other lines.
 bool isBidiControl(char16_t c) {
     return c == 0x061c || c == 0x200e || c == 0x200f || isBetween(c, 0x202a, 0x202e) || isBetween(c, 0x2066, 0x2069);
 }
 
-/// Text frames of Qt begin and end with characters that are none.
+/// Code points that are no characters. Qt marks the beginning and end of text frames with them.
 bool isNoCharacter(char16_t c) {
     return isBetween(c, 0xfdd0, 0xfdef) || c >= 0xfffe;
 }
@@ -49,8 +49,8 @@ bool isPlain(const QString& text) {
     return std::all_of(text.begin(), text.end(), [](QChar c) { return isOrdinary(c.unicode()); });
 }
 
-/// Where the log was cut at its front, a sequence may have been cut too: "[31mred", "0;31mred", "]0;title" and a bell.
-/// A single number before an 'm' is more often a duration; what follows tells.
+/// The length of what is left of a sequence at the front of a log that was cut there: "[31mred", "0;31mred", "]0;title"
+/// and a bell. A single number before an 'm' is more often a duration; the next characters tell which.
 qsizetype cutSequenceLength(const QString& text) {
     static const QRegularExpression cut(uR"re(^(?:\[[0-9;:]*m|[0-9]{0,3}(?:;[0-9]{0,3})+m)re"
                                         R"re(|[0-9]{1,3}m(?=[^\sa-z0-9]|[0-9]{4}))re"
@@ -58,10 +58,10 @@ qsizetype cutSequenceLength(const QString& text) {
     return cut.match(text).capturedLength();
 }
 
-/// Reads a text once, from one end to the other.
-class Reader {
+/// Reads a text once from beginning to end.
+class LogReader {
 public:
-    explicit Reader(const QString& text)
+    explicit LogReader(const QString& text)
         : m_text(text)
         , m_at(cutSequenceLength(text)) {}
 
@@ -87,7 +87,7 @@ private:
         return m_at < m_text.size() && isBetween(m_text[m_at].unicode(), first, last);
     }
 
-    /// What a control character leaves behind.
+    /// Skips a control character and its sequence, and returns what stands for them.
     QString takeControl() {
         const char16_t c = peek();
         m_at += 1;
@@ -104,7 +104,7 @@ private:
         return {};
     }
 
-    /// Terminals write "\r\r\n" as well as "\r\n". A carriage return alone would overwrite its line; here it ends it.
+    /// Terminals write "\r\r\n" as well as "\r\n". A carriage return alone, which overwrites the line, ends it here.
     void skipRestOfLineEnd(char16_t c) {
         if (c != u'\r') {
             return;
@@ -128,7 +128,7 @@ private:
         skipOne(0x30, 0x7e);
     }
 
-    /// The rest of a sequence that ESC and `kind` began, or the one character that stands for both.
+    /// Skips the rest of a sequence that began with ESC and `kind`, or with the one character for both.
     void skipSequence(char16_t kind) {
         if (kind == u'[') {
             skipWhile(0x30, 0x3f);
@@ -139,8 +139,8 @@ private:
         }
     }
 
-    /// One that is never ended takes the rest of its line and no more. An escape ends it, and is left to be read as any
-    /// other: read from here, strings within strings would need a stack as deep.
+    /// A string without an end takes only the rest of its line. An escape ends it and is left for the caller: reading
+    /// it here would need a stack as deep as strings can be nested.
     void skipString() {
         while (m_at < m_text.size()) {
             const char16_t c = peek();
@@ -173,7 +173,7 @@ private:
 
 QString plainLog(const QString& text) {
     const bool isAlready = cutSequenceLength(text) == 0 && isPlain(text);
-    return isAlready ? text : Reader(text).plain();
+    return isAlready ? text : LogReader(text).plain();
 }
 
 } // namespace orvanel

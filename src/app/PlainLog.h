@@ -4,10 +4,9 @@
 
 namespace orvanel {
 
-/// A program's output as text that can be shown, copied and stored without doing anything: terminal escape sequences
-/// (also one whose beginning or end was cut off), bidirectional controls and other control characters are taken out,
-/// and every kind of line end is a line feed. Tabs stay. Other text stays as it is, unless
-/// it begins like the rest of a sequence whose beginning was cut off.
+/// A program's output as plain text that is safe to show, copy and save. Terminal escape sequences, whole or cut off,
+/// bidirectional controls and other control characters are removed, and every kind of line end becomes a line feed.
+/// Tabs stay, and so does all other text, unless it starts like the rest of a sequence that was cut off.
 QString plainLog(const QString& text);
 
 } // namespace orvanel

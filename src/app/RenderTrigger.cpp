@@ -31,7 +31,7 @@ void RenderTrigger::onChanged() {
     m_stale = true;
     if (m_active && !m_posted) {
         m_posted = true;
-        // Behind everything else that waits, which may change more.
+        // Low priority, because the events before it may change more.
         QCoreApplication::postEvent(this, new QEvent(renderEvent()), Qt::LowEventPriority);
     }
 }
@@ -48,7 +48,7 @@ bool RenderTrigger::event(QEvent* event) {
 }
 
 void RenderTrigger::renderNow() {
-    // First, so that a change made while rendering is rendered too.
+    // Before rendering, so that a change made meanwhile is rendered too.
     m_stale = false;
     m_render();
 }

@@ -8,16 +8,16 @@ namespace orvanel {
 
 class KumaController;
 
-/// Calls a view's render when the controller's state has changed: at most once per turn of the event loop, however many
-/// properties changed in it, and not at all while the view is not seen.
+/// Calls a view's render when the controller's state has changed: at most once per turn of the event loop, however
+/// often the state changed in it, and never while the view is hidden.
 class RenderTrigger final : public QObject {
     Q_OBJECT
 
 public:
-    /// Inactive at first.
+    /// The trigger is inactive at first.
     RenderTrigger(const KumaController& controller, std::function<void()> render);
 
-    /// Becoming active renders at once what has changed meanwhile.
+    /// Activating it renders at once if the state has changed meanwhile.
     void setActive(bool active);
 
 protected:

@@ -14,7 +14,7 @@ namespace StatusIcon {
 /// a transparent margin.
 QImage image(Health health, int size = 16);
 
-/// The same in every size that panels ask for, each drawn for itself.
+/// The image in every size that panels ask for, each drawn separately.
 QIcon icon(Health health);
 
 } // namespace StatusIcon

@@ -7,27 +7,31 @@ namespace orvanel {
 namespace {
 
 constexpr std::chrono::seconds panelLimit{5};
-/// At login the list of icons may be there long before the panel that shows them.
+/// At login the watcher, which keeps the list of icons, may be there long before the panel that shows them.
 constexpr std::chrono::seconds panelLimitWithWatcher{60};
 
 } // namespace
 
-StatusItem::StatusItem(Surroundings surroundings)
-    : m_surroundings(std::move(surroundings))
-    , m_panels(std::make_unique<TrayHostWatcher>(m_surroundings.bus))
-    , m_trigger(m_surroundings.controller, [this] { render(); }) {
+StatusItem::StatusItem(KumaController& controller, Desktop& desktop, Clock& clock, LegacyTray& legacyTray,
+                       const QDBusConnection& bus)
+    : m_controller(controller)
+    , m_desktop(desktop)
+    , m_clock(clock)
+    , m_legacyTray(legacyTray)
+    , m_panels(std::make_unique<TrayHostWatcher>(bus))
+    , m_trigger(controller, [this] { render(); }) {
     connect(m_panels.get(), &TrayHostWatcher::hostAvailableChanged, this, [this](bool available) {
         if (available) {
             makeIcon(MenuContent::Painter::panel);
         }
     });
-    connect(&m_surroundings.legacyTray, &LegacyTray::appeared, this, [this] { considerLegacyTray(); });
-    m_patience = m_surroundings.clock.callAfter(panelLimit, [this] { onPanelOverdue(); });
+    connect(&m_legacyTray, &LegacyTray::appeared, this, [this] { considerLegacyTray(); });
+    m_patience = m_clock.callAfter(panelLimit, [this] { onPanelOverdue(); });
 }
 
 void StatusItem::onPanelOverdue() {
     m_isOverdue = true;
-    if (!m_panels->watcherPresent() && m_surroundings.legacyTray.isPresent()) {
+    if (!m_panels->watcherPresent() && m_legacyTray.isPresent()) {
         makeIcon(MenuContent::Painter::ourselves);
         return;
     }
@@ -35,14 +39,14 @@ void StatusItem::onPanelOverdue() {
     Q_EMIT noPanel();
 }
 
-/// A panel of the new kind often follows the old one in the same moment.
+/// A panel of the new kind often comes in the same moment as the old one, so the icon waits for it.
 void StatusItem::considerLegacyTray() {
-    if (hasIcon() || !m_isOverdue || !m_surroundings.legacyTray.isPresent()) {
+    if (hasIcon() || !m_isOverdue || !m_legacyTray.isPresent()) {
         return;
     }
     const std::chrono::seconds limit = m_panels->watcherPresent() ? panelLimitWithWatcher : panelLimit;
-    m_patience = m_surroundings.clock.callAfter(limit, [this] {
-        if (m_surroundings.legacyTray.isPresent()) {
+    m_patience = m_clock.callAfter(limit, [this] {
+        if (m_legacyTray.isPresent()) {
             makeIcon(MenuContent::Painter::ourselves);
         }
     });
@@ -52,11 +56,11 @@ void StatusItem::makeIcon(MenuContent::Painter painter) {
     if (hasIcon()) {
         return;
     }
-    // It may be the sender of the signal that brought us here.
+    // Deleted later, because it may be the sender of the signal that is being handled.
     m_panels.release()->deleteLater();
     m_patience.reset();
 
-    m_menu = std::make_unique<MenuContent>(m_surroundings.controller, m_surroundings.desktop, painter);
+    m_menu = std::make_unique<MenuContent>(m_controller, m_desktop, painter);
     m_icon = std::make_unique<QSystemTrayIcon>();
     m_icon->setContextMenu(&m_menu->menu());
     connect(m_menu.get(), &MenuContent::openWindowRequested, this, &StatusItem::openWindowRequested);
@@ -70,7 +74,7 @@ void StatusItem::makeIcon(MenuContent::Painter painter) {
 }
 
 void StatusItem::render() {
-    const KumaController& controller = m_surroundings.controller;
+    const KumaController& controller = m_controller;
     const Health health = controller.health();
     if (health != m_health) {
         m_health = health;

@@ -15,30 +15,24 @@
 
 namespace orvanel {
 
-/// The program's place in the status area. The icon appears when there is a panel to show it, now or later;
-/// Qt brings it back by itself when the panel restarts. An old panel (see LegacyTray) gets it only where none of the
-/// new kind comes, because that choice is for good.
+/// The program's place in the status area. The icon appears as soon as there is a panel to show it, and Qt brings it
+/// back when the panel restarts. An old panel (see LegacyTray) gets the icon only where no panel of the new kind comes,
+/// because Qt makes that choice once for the whole process.
 class StatusItem final : public QObject {
     Q_OBJECT
 
 public:
-    struct Surroundings {
-        KumaController& controller;
-        Desktop& desktop;
-        Clock& clock;
-        QDBusConnection bus = QDBusConnection::sessionBus();
-        LegacyTray& legacyTray;
-    };
+    /// All of them must outlive the item.
+    StatusItem(KumaController& controller, Desktop& desktop, Clock& clock, LegacyTray& legacyTray,
+               const QDBusConnection& bus = QDBusConnection::sessionBus());
 
-    explicit StatusItem(Surroundings surroundings);
-
-    /// Whether the icon was made. Until then QSystemTrayIcon has not been touched.
+    /// Whether the icon has been made. Until then QSystemTrayIcon has not been used.
     bool hasIcon() const { return m_icon != nullptr; }
 
 Q_SIGNALS:
     /// The user asks for the main window.
     void openWindowRequested();
-    /// There was no panel for some seconds after the start, so the icon is no way in.
+    /// No panel came within some seconds of the start, so the user needs another way to reach the program.
     void noPanel();
 
 private:
@@ -47,7 +41,10 @@ private:
     void considerLegacyTray();
     void render();
 
-    const Surroundings m_surroundings;
+    KumaController& m_controller;
+    Desktop& m_desktop;
+    Clock& m_clock;
+    LegacyTray& m_legacyTray;
     /// Only until the icon is made.
     std::unique_ptr<TrayHostWatcher> m_panels;
     std::unique_ptr<Clock::Timer> m_patience;
@@ -56,7 +53,7 @@ private:
     std::unique_ptr<MenuContent> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_icon;
     std::optional<Health> m_health;
-    /// Each made once: Qt keeps the pictures of every icon that it ever drew.
+    /// Each icon is made once, because Qt keeps the pictures of every icon that it ever drew.
     std::map<Health, QIcon> m_icons;
     RenderTrigger m_trigger;
 };

@@ -7,8 +7,8 @@
 namespace orvanel {
 namespace {
 
-/// Where the tools are stand-ins (ORVANEL_TOOL_ROOT), the controller's pauses can be made ORVANEL_HASTE times as short,
-/// so that a test lives through days. Real tools are never asked that often, and time limits never change.
+/// With stand-in tools (ORVANEL_TOOL_ROOT), ORVANEL_HASTE makes the controller's pauses that many times as short, so
+/// that a test can simulate days. Real tools are never asked that often, and time limits never change.
 Clock& controllersClock() {
     const int haste = qEnvironmentVariableIntValue("ORVANEL_HASTE");
     if (haste < 2 || qEnvironmentVariableIsEmpty("ORVANEL_TOOL_ROOT")) {

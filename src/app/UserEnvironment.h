@@ -8,14 +8,14 @@
 
 namespace orvanel {
 
-/// The user's own settings, desktop, status page and source of releases, as the running program uses them.
+/// What the running program works with: the user's settings and desktop, the status page, and the source of releases.
 class UserEnvironment final {
 public:
     UserEnvironment();
     UserEnvironment(const UserEnvironment&) = delete;
     UserEnvironment& operator=(const UserEnvironment&) = delete;
 
-    /// All but the dialogs, which belong to the windows. Refers to this object.
+    /// Everything but the dialogs, which belong to the windows. It refers to this object.
     ControllerEnvironment forController();
 
     DesktopNotifier& notifier() { return m_notifier; }

@@ -1,7 +1,7 @@
 #include "app/WidgetDialogs.h"
 
 #include "app/OpenPathDialog.h"
-#include "app/widgets/Buttons.h"
+#include "app/widgets/PlainText.h"
 #include "app/widgets/PushButton.h"
 #include "task/Event.h"
 
@@ -29,8 +29,8 @@ QMessageBox::Icon iconOf(Alert::Style style) {
     Q_UNREACHABLE();
 }
 
-/// Shows the dialog without waiting for it. `end` is completed with `unanswered` unless it was before: when the dialog
-/// is closed, also by the window below that takes it along.
+/// Shows the dialog without waiting for it. `end` is completed with `unanswered` when the dialog is deleted without an
+/// answer, even together with the window below.
 template <class Answer>
 void open(QDialog* dialog, const Event<Answer>& end, Answer unanswered) {
     dialog->setAttribute(Qt::WA_DeleteOnClose);
@@ -53,8 +53,8 @@ ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& m
     return chosen;
 }
 
-/// Qt's own dialog lets files be deleted and renamed, and asks or complains in a way that holds up everything until it
-/// is answered. New folders can be made still.
+/// Qt's dialog lets the user delete and rename files, with questions that run a nested event loop. Making new folders
+/// stays possible.
 void forbidDeleting(QFileDialog* dialog) {
     for (QShortcut* shortcut : dialog->findChildren<QShortcut*>()) {
         shortcut->setEnabled(shortcut->key() != QKeySequence(QKeySequence::Delete));
@@ -73,32 +73,32 @@ Alert replaceQuestion(const QString& name) {
     return {
         .style = Alert::Style::Warning,
         .message = u"\"%1\" already exists. Do you want to replace it?"_s.arg(name),
-        .informativeText = u"What it holds now is lost then."_s,
+        .informativeText = u"Its current contents will be lost."_s,
         .confirmButton = u"Replace"_s,
         .cancelButton = u"Cancel"_s,
         .confirmsByReturn = false,
     };
 }
 
-/// A link that leads nowhere would be replaced too.
+/// A broken link counts too, because it would be replaced as well.
 bool isTaken(const QFileInfo& place) {
     return place.exists() || place.isSymLink();
 }
 
-QMessageBox* makeAlert(const Alert& alert, QWidget* parent, const Event<bool>& done) {
+QMessageBox* makeAlert(const Alert& alert, QWidget* parent, const Event<bool>& confirmed) {
     auto* box = new QMessageBox(iconOf(alert.style), u"Orvanel"_s, alert.message, QMessageBox::NoButton, parent);
     box->setInformativeText(alert.informativeText);
     for (QLabel* label : box->findChildren<QLabel*>()) {
         label->setTextFormat(Qt::PlainText);
     }
-    // Of our own, because the key that asked may still be held down.
+    // PushButtons, because they ignore the key that asked while it is still held down.
     auto* confirm = new PushButton(plainButtonText(alert.confirmButton), PushButton::Kind::plain);
     auto* cancel = new PushButton(plainButtonText(alert.cancelButton), PushButton::Kind::plain);
     box->addButton(confirm, QMessageBox::AcceptRole);
     box->addButton(cancel, QMessageBox::RejectRole);
     box->setDefaultButton(alert.confirmsByReturn ? confirm : cancel);
     box->setEscapeButton(cancel);
-    QObject::connect(confirm, &QPushButton::clicked, box, [done] { done.complete(true); });
+    QObject::connect(confirm, &QPushButton::clicked, box, [confirmed] { confirmed.complete(true); });
     return box;
 }
 
@@ -112,10 +112,11 @@ QCoro::Task<bool> WidgetDialogs::confirm(Alert alert) {
     if (parent == nullptr) {
         co_return false;
     }
-    const Event<bool> done;
-    open(makeAlert(alert, parent, done), done, false);
-    const bool confirmed = co_await done;
-    co_return confirmed;
+    const Event<bool> confirmed;
+    const bool unanswered = false;
+    open(makeAlert(alert, parent, confirmed), confirmed, unanswered);
+    const bool answer = co_await confirmed;
+    co_return answer;
 }
 
 QCoro::Task<std::optional<QString>> WidgetDialogs::chooseSavePath(SavePanel panel) {
@@ -141,7 +142,7 @@ QCoro::Task<std::optional<QString>> WidgetDialogs::askForSavePath(SavePanel pane
     }
     auto* dialog = new QFileDialog(parent);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
-    // The dialog's own question would hold up everything until it is answered.
+    // The dialog's own question would run a nested event loop.
     dialog->setOption(QFileDialog::DontConfirmOverwrite);
     dialog->setDirectory(QFileInfo(proposed).path());
     dialog->selectFile(QFileInfo(proposed).fileName());

@@ -8,16 +8,16 @@ class QWidget;
 
 namespace orvanel {
 
-/// Questions in windows of their own, each over the main window and only in the way of that one.
+/// Asks in windows of their own, which block only the window that they are over.
 class WidgetDialogs final : public Dialogs {
 public:
-    /// Gives the window over which the question is asked, opened if need be; nullptr when there can be none any more.
+    /// Gives the window over which to ask, opening it if needed, or nullptr when the program is quitting.
     using ParentWindow = std::function<QWidget*()>;
 
     explicit WidgetDialogs(ParentWindow parentWindow);
 
     QCoro::Task<bool> confirm(Alert alert) override;
-    /// Asks once more before it gives a path where something is already.
+    /// Asks before it returns the path of something that exists.
     QCoro::Task<std::optional<QString>> chooseSavePath(SavePanel panel) override;
     QCoro::Task<std::optional<QString>> chooseOpenPath(OpenPanel panel) override;
 

@@ -9,10 +9,10 @@ namespace {
 
 constexpr char tokenVariable[] = "XDG_ACTIVATION_TOKEN";
 
-/// What takes the keys: the question over the window, if there is one.
+/// What gets the keys: the question over the window, or else the window.
 QWidget* foremost(QWidget* window) {
     for (QDialog* dialog : window->findChildren<QDialog*>()) {
-        // Of the desktop's own dialogs there is only a stand-in here that is never seen.
+        // For the desktop's own dialogs Qt has only a stand-in here, which is never visible.
         if (dialog->isVisible() && dialog->isModal() && !dialog->testAttribute(Qt::WA_DontShowOnScreen)) {
             return foremost(dialog);
         }
@@ -20,7 +20,7 @@ QWidget* foremost(QWidget* window) {
     return window;
 }
 
-/// Qt takes the token from the environment, at the request to activate a window that is shown already.
+/// Qt reads the token from the environment when a window that is already shown is activated.
 void bringToFront(QWidget* window, const QString& activationToken) {
     if (!activationToken.isEmpty()) {
         qputenv(tokenVariable, activationToken.toUtf8());
@@ -31,7 +31,7 @@ void bringToFront(QWidget* window, const QString& activationToken) {
     QWidget* const front = foremost(window);
     front->raise();
     front->activateWindow();
-    // Children, and later windows, must not take it for theirs.
+    // Child processes and later windows must not use the same token.
     qunsetenv(tokenVariable);
 }
 

@@ -22,7 +22,8 @@ inline QString settings() {
 }
 } // namespace windowId
 
-/// The program's windows, by id. Each is made when it is first asked for, is there once, and goes when it is closed.
+/// The program's windows, by id. Each is made when it is first asked for, exists only once, and is deleted when it is
+/// closed.
 class Windows final {
 public:
     using Factory = std::function<QWidget*()>;
@@ -34,15 +35,15 @@ public:
 
     void add(const QString& id, const Factory& make);
 
-    /// Opens the window, or brings the open one to the front, and activates the program. The token is what the desktop
-    /// gave whoever asks for it; without one it may only draw attention to the window.
+    /// Opens the window or brings the open one to the front, and activates the program. The token is the one that the
+    /// desktop gave for this; without it the desktop may only draw attention to the window.
     QWidget* open(const QString& id, const QString& activationToken = {});
     /// The open window, or nullptr.
     QWidget* find(const QString& id) const;
     /// The open window that has the user's attention, or nullptr.
     QWidget* active() const;
 
-    /// Closes all windows and refuses to open others: the program is about to leave.
+    /// Closes all windows and opens no others, because the program is quitting.
     void closeForGood();
 
 private:

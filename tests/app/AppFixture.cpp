@@ -47,7 +47,7 @@ AppFixture::~AppFixture() {
 
 OrvanelApp& AppFixture::app() {
     if (!m_app) {
-        m_app = std::make_unique<OrvanelApp>(OrvanelApp::Surroundings{environment(), m_bus, legacyTray});
+        m_app = std::make_unique<OrvanelApp>(AppEnvironment{environment(), m_bus, legacyTray});
     }
     return *m_app;
 }

@@ -47,7 +47,7 @@ struct ShownSettings {
     }
     QLineEdit* port() const { return field(u"Port"_s); }
     QLineEdit* slug() const { return field(u"Status page slug"_s); }
-    QLineEdit* dockerOverride() const { return field(u"Path of the docker command line tool"_s); }
+    QLineEdit* dockerOverride() const { return field(u"Path to the docker command line tool"_s); }
     /// Replaces what stands in the field by what is typed.
     void type(QLineEdit* field, const QString& text) {
         field->setFocus();
@@ -58,7 +58,7 @@ struct ShownSettings {
     }
     bool showsPortHint() const {
         for (const QLabel* label : view.findChildren<QLabel*>()) {
-            if (label->isVisible() && label->text().startsWith(u"This is no port to use"_s)) {
+            if (label->isVisible() && label->text().startsWith(u"Enter a port from "_s)) {
                 return port()->accessibleDescription() == label->text();
             }
         }

@@ -2,8 +2,8 @@
 
 #include "ControllerFixture.h"
 #include "Find.h"
-#include "app/MainWindow.h"
-#include "app/widgets/Dot.h"
+#include "app/AppWindow.h"
+#include "app/widgets/Drawings.h"
 
 #include <QTest>
 
@@ -12,15 +12,15 @@ using namespace Qt::StringLiterals;
 namespace orvanel::test {
 
 /// The main window in a world where a test plays Docker.
-struct Shown {
-    Shown()
+struct ShownWindow {
+    ShownWindow()
         : window(ViewContext{world.controller(), world.desktop, world.clock,
                              [this](const QString& id) { opened << id; }}) {
         world.controller().setHasSeenGuide(true);
         // What lies on the real machine does not count.
         qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(world.home.path(u"tools"_s)));
     }
-    ~Shown() { qunsetenv("ORVANEL_TOOL_ROOT"); }
+    ~ShownWindow() { qunsetenv("ORVANEL_TOOL_ROOT"); }
 
     ControllerFixture world;
     /// Ids of the windows that were asked for.

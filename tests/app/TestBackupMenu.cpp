@@ -1,5 +1,5 @@
 #include "ShownWindow.h"
-#include "app/views/StartCard.h"
+#include "app/views/StateCards.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
 
@@ -29,7 +29,7 @@ protected:
     }
 };
 
-QAbstractButton* backupButton(const Shown& view) {
+QAbstractButton* backupButton(const ShownWindow& view) {
     return button(&view.window, u"Backup"_s);
 }
 
@@ -47,7 +47,7 @@ private Q_SLOTS:
     }
     void itOpensByKey() {
         QFETCH(const Qt::Key, key);
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         QAbstractButton* const backup = backupButton(view);
@@ -70,7 +70,7 @@ private Q_SLOTS:
     }
 
     void itClosesByTheButtonToo() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         QAbstractButton* const backup = backupButton(view);
@@ -85,7 +85,7 @@ private Q_SLOTS:
     }
 
     void aCardThatGoesTakesItsOpenMenuAlong() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         QAbstractButton* const backup = backupButton(view);
@@ -106,7 +106,7 @@ private Q_SLOTS:
     }
 
     void aScreenReaderOpensIt() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         QAbstractButton* const backup = backupButton(view);

@@ -1,10 +1,7 @@
 #include "ShownWindow.h"
-#include "app/views/BusyCard.h"
 #include "app/views/DashboardView.h"
-#include "app/views/DockerMissingCard.h"
-#include "app/views/DockerNotRunningCard.h"
-#include "app/views/SetupCard.h"
-#include "app/views/StartCard.h"
+#include "app/views/DockerCards.h"
+#include "app/views/StateCards.h"
 #include "app/widgets/TextBox.h"
 #include "support/TestClass.h"
 
@@ -33,18 +30,18 @@ const auto showDetails = u"Show details"_s;
 const auto openDashboard = u"Open dashboard"_s;
 const auto needsHomebrew = u"Homebrew is needed for the one-click install and was not found."_s;
 
-void install(Shown& view, const QString& tool) {
+void install(ShownWindow& view, const QString& tool) {
     view.world.installedTools.insert(tool, u"/opt/bin/"_s + tool);
 }
 
-void openWithoutRuntime(Shown& view, standin::Daemon daemon) {
+void openWithoutRuntime(ShownWindow& view, standin::Daemon daemon) {
     view.world.docker().daemon = daemon;
     view.open();
     view.poll();
 }
 
 /// A window without a slug, whose page answers.
-void openGuideCard(Shown& view) {
+void openGuideCard(ShownWindow& view) {
     QVERIFY(view.world.isPolledAsRunning());
     view.open();
 }
@@ -71,7 +68,7 @@ class TestCards : public QObject {
 
 private Q_SLOTS:
     void setupShowsItsOutputAndCanBeCancelled() {
-        Shown view;
+        ShownWindow view;
         view.world.installedDocker = std::nullopt;
         install(view, brew);
         view.open();
@@ -90,7 +87,7 @@ private Q_SLOTS:
     }
 
     void missingDockerWithHomebrew() {
-        Shown view;
+        ShownWindow view;
         view.world.installedDocker = std::nullopt;
         install(view, brew);
         view.open();
@@ -107,7 +104,7 @@ private Q_SLOTS:
     }
 
     void missingDockerWithoutHomebrew() {
-        Shown view;
+        ShownWindow view;
         view.world.installedDocker = std::nullopt;
         view.open();
         view.poll();
@@ -129,7 +126,7 @@ private Q_SLOTS:
     }
 
     void dockerFoundElsewhereCanBeUsed() {
-        Shown view;
+        ShownWindow view;
         view.world.installedDocker = std::nullopt;
         const QString tool = view.world.home.write(u"tools/usr/bin/docker"_s, "#!/bin/sh\n", true);
         view.world.executables = {tool};
@@ -142,7 +139,7 @@ private Q_SLOTS:
     }
 
     void oneThatIsInstalledElsewhereLaterIsNoticed() {
-        Shown view;
+        ShownWindow view;
         view.world.installedDocker = std::nullopt;
         view.open();
         view.poll();
@@ -157,7 +154,7 @@ private Q_SLOTS:
     }
 
     void withoutOneElsewhereNothingIsOffered() {
-        Shown view;
+        ShownWindow view;
         view.world.installedDocker = std::nullopt;
         view.open();
         view.poll();
@@ -165,7 +162,7 @@ private Q_SLOTS:
     }
 
     void colimaThatIsNotStarted() {
-        Shown view;
+        ShownWindow view;
         install(view, brew);
         install(view, colima);
         openWithoutRuntime(view, standin::Daemon::down);
@@ -181,7 +178,7 @@ private Q_SLOTS:
     }
 
     void noRuntimeWithHomebrew() {
-        Shown view;
+        ShownWindow view;
         install(view, brew);
         openWithoutRuntime(view, standin::Daemon::down);
         QVERIFY(shows(&view.window, u"The docker command line tool is installed, but no Docker runtime "
@@ -196,7 +193,7 @@ private Q_SLOTS:
     }
 
     void noRuntimeAndNoHomebrew() {
-        Shown view;
+        ShownWindow view;
         openWithoutRuntime(view, standin::Daemon::down);
         QVERIFY(button(&view.window, startColima) == nullptr);
         QVERIFY(button(&view.window, installColima) == nullptr);
@@ -220,10 +217,10 @@ private Q_SLOTS:
     }
     void aRuntimeThatRefusesSaysWhy() {
         QFETCH(const bool, refuses);
-        Shown view;
+        ShownWindow view;
         openWithoutRuntime(view, refuses ? standin::Daemon::denied : standin::Daemon::down);
-        const bool isSaid = shows(&view.window, u"Docker refused: you are not in the group “docker” yet. "
-                                                "Join it, then log out and in again."_s);
+        const bool isSaid = shows(&view.window, u"You need permission to use Docker. Join the group “docker”, then "
+                                                "log out and back in."_s);
         QCOMPARE(isSaid, refuses);
         QCOMPARE(button(&view.window, showDetails)->accessibleDescription(), u"Collapsed"_s);
         view.click(showDetails);
@@ -237,7 +234,7 @@ private Q_SLOTS:
     }
 
     void theDashboardOpensTheOtherWindows() {
-        Shown view;
+        ShownWindow view;
         openGuideCard(view);
         view.click(u"Logs"_s);
         view.click(settings);
@@ -245,14 +242,14 @@ private Q_SLOTS:
     }
 
     void theStartCardOpensTheSettings() {
-        Shown view;
+        ShownWindow view;
         view.open();
         view.click(settings);
         QCOMPARE(view.opened, QStringList(u"settings"_s));
     }
 
     void theBackupMenuBacksUpAndRestores() {
-        Shown view;
+        ShownWindow view;
         openGuideCard(view);
         const QMenu* const menu = button(&view.window, u"Backup"_s)->findChild<QMenu*>();
         const QList<QAction*> entries = menu->actions();
@@ -270,7 +267,7 @@ private Q_SLOTS:
     }
 
     void pressingStartDoesNotLeadTheKeysToCancel() {
-        Shown view;
+        ShownWindow view;
         view.world.delay("info", 5s);
         view.open();
         view.poll();
@@ -305,7 +302,7 @@ private Q_SLOTS:
         QFETCH(const QString, docker);
         QFETCH(const QStringList, tools);
         QFETCH(const QStringList, expected);
-        Shown view;
+        ShownWindow view;
         for (const QString& tool : tools) {
             install(view, tool);
         }

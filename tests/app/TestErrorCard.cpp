@@ -1,9 +1,8 @@
 #include "ShownWindow.h"
-#include "app/views/BusyCard.h"
 #include "app/views/DashboardView.h"
 #include "app/views/ErrorCard.h"
 #include "app/views/MonitorRows.h"
-#include "app/views/StartCard.h"
+#include "app/views/StateCards.h"
 #include "app/widgets/TextBox.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
@@ -22,14 +21,14 @@ namespace {
 const auto start = u"Start Uptime Kuma"_s;
 const auto showDetails = u"Show details"_s;
 
-void fail(Shown& view, const QString& why) {
+void fail(ShownWindow& view, const QString& why) {
     view.world.loginItem.failure = why;
     view.world.controller().setLaunchAtLogin(true);
     view.world.settle();
 }
 
 /// Many more monitors than the window has room for.
-void openWithLongList(Shown& view) {
+void openWithLongList(ShownWindow& view) {
     view.world.controller().setSlug(u"home"_s);
     QList<MonitorRow> monitors;
     for (int id = 1; id <= 300; ++id) {
@@ -42,7 +41,7 @@ void openWithLongList(Shown& view) {
 }
 
 /// From its first line to its last, at once and when all is laid out.
-bool isErrorInView(const Shown& view) {
+bool isErrorInView(const ShownWindow& view) {
     const auto* const area = view.window.findChild<QScrollArea*>();
     const auto isInView = [&] {
         const auto* const card = visible<ErrorCard>(&view.window);
@@ -88,7 +87,7 @@ class TestErrorCard : public QObject {
 
 private Q_SLOTS:
     void theSameErrorAgainBeginsCollapsed() {
-        Shown view;
+        ShownWindow view;
         view.open();
         view.poll();
         fail(view, u"why"_s);
@@ -105,7 +104,7 @@ private Q_SLOTS:
     }
 
     void anotherErrorBeginsCollapsed() {
-        Shown view;
+        ShownWindow view;
         view.open();
         fail(view, u"one"_s);
         view.click(showDetails);
@@ -118,7 +117,7 @@ private Q_SLOTS:
     void openDetailsGoOnWithTheNewText() {
         const auto first = u"Cannot connect to the Docker daemon at tcp://one."_s;
         const auto second = u"Cannot connect to the Docker daemon at tcp://two."_s;
-        Shown view;
+        ShownWindow view;
         view.world.answer("inspect", 1, first);
         view.open();
         view.poll();
@@ -135,7 +134,7 @@ private Q_SLOTS:
     }
 
     void detailsThatCloseLeadTheKeysNowhere() {
-        Shown view;
+        ShownWindow view;
         view.open();
         view.poll();
         fail(view, u"one"_s);
@@ -146,14 +145,14 @@ private Q_SLOTS:
     }
 
     void anErrorBelowALongListIsScrolledTo() {
-        Shown view;
+        ShownWindow view;
         openWithLongList(view);
         fail(view, u"why"_s);
         QVERIFY(isErrorInView(view));
     }
 
     void anErrorThatComesWithTheLongListIsScrolledTo() {
-        Shown view;
+        ShownWindow view;
         openWithLongList(view);
         view.world.answer("compose stop", 1, u"why"_s);
         view.world.answer("stop", 1, u"why"_s);
@@ -164,14 +163,14 @@ private Q_SLOTS:
     }
 
     void anErrorFromBeforeTheWindowIsScrolledTo() {
-        Shown view;
+        ShownWindow view;
         fail(view, u"why"_s);
         openWithLongList(view);
         QVERIFY(isErrorInView(view));
     }
 
     void anotherErrorIsScrolledToAgain() {
-        Shown view;
+        ShownWindow view;
         openWithLongList(view);
         fail(view, u"one"_s);
         QScrollBar* const bar = view.window.findChild<QScrollArea*>()->verticalScrollBar();
@@ -190,7 +189,7 @@ private Q_SLOTS:
     }
     void oneReadingThatFailsLeavesTheListAsItWas() {
         QFETCH(const bool, goesElsewhere);
-        Shown view;
+        ShownWindow view;
         openWithLongList(view);
         const auto good = view.world.page.status;
         auto* const list = visible<MonitorRows>(&view.window);
@@ -217,7 +216,7 @@ private Q_SLOTS:
 
     /// No frame shows the new card at a place where it does not stay, nor the old one again.
     void cardsChangeInOneStep() {
-        Shown view;
+        ShownWindow view;
         view.world.controller().setSlug(u"home"_s);
         view.world.page.status = statusPage({monitor(1, 1), monitor(2, 0)});
         view.open();

@@ -1,8 +1,8 @@
 #include "ShownWindow.h"
+#include "app/views/DashboardCards.h"
 #include "app/views/GuideCard.h"
 #include "app/views/GuideView.h"
 #include "app/views/MonitorList.h"
-#include "app/views/StatusErrorCard.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
 
@@ -19,12 +19,12 @@ namespace {
 const auto openDashboard = u"Open dashboard"_s;
 
 /// A window without a slug, whose page answers.
-void openGuideCard(Shown& view) {
+void openGuideCard(ShownWindow& view) {
     QVERIFY(view.world.isPolledAsRunning());
     view.open();
 }
 
-QLineEdit* slugField(Shown& view) {
+QLineEdit* slugField(ShownWindow& view) {
     return visible<QLineEdit>(&view.window);
 }
 
@@ -41,7 +41,7 @@ class TestGuide : public QObject {
 
 private Q_SLOTS:
     void theGuideIsReadOnce() {
-        Shown view;
+        ShownWindow view;
         view.world.controller().setHasSeenGuide(false);
         view.open();
         QVERIFY(waitUntil([&] { return guideOf(view.window) != nullptr && guideOf(view.window)->isVisible(); }));
@@ -71,7 +71,7 @@ private Q_SLOTS:
     }
 
     void theGuideComesWithNoLaterWindowEither() {
-        Shown view;
+        ShownWindow view;
         view.world.controller().setHasSeenGuide(false);
         view.open();
         QVERIFY(waitUntil([&] { return guideOf(view.window) != nullptr; }));
@@ -85,7 +85,7 @@ private Q_SLOTS:
     }
 
     void theGuideDismissedIsSeenToo() {
-        Shown view;
+        ShownWindow view;
         view.world.controller().setHasSeenGuide(false);
         view.open();
         QVERIFY(waitUntil([&] { return guideOf(view.window) != nullptr; }));
@@ -94,7 +94,7 @@ private Q_SLOTS:
     }
 
     void theGuideThatGoesWithItsWindowComesAgain() {
-        Shown view;
+        ShownWindow view;
         view.world.controller().setHasSeenGuide(false);
         {
             MainWindow window(
@@ -106,7 +106,7 @@ private Q_SLOTS:
     }
 
     void theGuideCardLeadsToAStatusPage() {
-        Shown view;
+        ShownWindow view;
         openGuideCard(view);
         QVERIFY(visible<GuideCard>(&view.window) != nullptr);
         QVERIFY(visible<MonitorList>(&view.window) == nullptr);
@@ -122,7 +122,7 @@ private Q_SLOTS:
     }
 
     void whileThePageDoesNotAnswerTheSlugCanStillBeTyped() {
-        Shown view;
+        ShownWindow view;
         view.world.page.answers = false;
         QVERIFY(!view.world.isPolledAsRunning());
         view.open();
@@ -132,7 +132,7 @@ private Q_SLOTS:
     }
 
     void theFirstLetterBringsTheMonitorsAndTheOthersAreNotLost() {
-        Shown view;
+        ShownWindow view;
         openGuideCard(view);
         QLineEdit* const field = slugField(view);
         field->setFocus();
@@ -162,7 +162,7 @@ private Q_SLOTS:
     }
 
     void aWrongSlugBringsTheWarning() {
-        Shown view;
+        ShownWindow view;
         openGuideCard(view);
         view.world.page.status = StatusPageError{u"Nothing there."_s};
         QTest::keyClicks(slugField(view), u"hoem"_s);

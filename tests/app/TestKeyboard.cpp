@@ -1,10 +1,9 @@
 #include "ShownWindow.h"
-#include "app/views/BusyCard.h"
 #include "app/views/ErrorCard.h"
 #include "app/views/GuideCard.h"
 #include "app/views/GuideView.h"
 #include "app/views/MonitorList.h"
-#include "app/views/StartCard.h"
+#include "app/views/StateCards.h"
 #include "app/widgets/TextField.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
@@ -27,7 +26,7 @@ const auto usePort = u"Use port 3002 instead and start"_s;
 const auto showDetails = u"Show details"_s;
 
 /// What a keyboard does: its keys go to whatever has the focus.
-void press(Shown& view, Qt::Key key) {
+void press(ShownWindow& view, Qt::Key key) {
     QWidget* const focused = view.window.focusWidget();
     QTest::keyClick(focused != nullptr ? focused : &view.window, key);
     view.world.settle();
@@ -42,18 +41,18 @@ void hold(QWidget& window, Qt::Key key) {
     }
 }
 
-bool isButtonFocused(const Shown& view) {
+bool isButtonFocused(const ShownWindow& view) {
     return qobject_cast<QAbstractButton*>(view.window.focusWidget()) != nullptr;
 }
 
-void fail(Shown& view) {
+void fail(ShownWindow& view) {
     view.world.loginItem.failure = u"why"_s;
     view.world.controller().setLaunchAtLogin(true);
     view.world.settle();
 }
 
 /// The texts of what Tab reaches, from the top; a field by its name.
-QStringList tabOrder(Shown& view) {
+QStringList tabOrder(ShownWindow& view) {
     QStringList reached;
     view.window.findChild<QScrollArea*>()->setFocus();
     const QWidget* const first = view.window.focusWidget();
@@ -69,7 +68,7 @@ QStringList tabOrder(Shown& view) {
     return {};
 }
 
-void openWithPortTaken(Shown& view) {
+void openWithPortTaken(ShownWindow& view) {
     view.world.listeningPorts = {3001};
     view.open();
     view.poll();
@@ -85,7 +84,7 @@ class TestKeyboard : public QObject {
 
 private Q_SLOTS:
     void aButtonThatGoesGrayLeadsNoKeyToTheNext() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         button(&view.window, openDashboard)->setFocus();
@@ -99,7 +98,7 @@ private Q_SLOTS:
     }
 
     void theButtonForThePortLeadsNoKeyToCancel() {
-        Shown view;
+        ShownWindow view;
         openWithPortTaken(view);
         view.world.delay("info", 5s);
         button(&view.window, usePort)->setFocus();
@@ -115,7 +114,7 @@ private Q_SLOTS:
     }
 
     void thePortIsChangedBeforeTheStart() {
-        Shown view;
+        ShownWindow view;
         openWithPortTaken(view);
         KumaController& controller = view.world.controller();
         QList<int> portsWhileBusy;
@@ -139,7 +138,7 @@ private Q_SLOTS:
     }
     void aKeyThatIsHeldDownPressesNothing() {
         QFETCH(const Qt::Key, key);
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         button(&view.window, openDashboard)->setFocus();
@@ -165,7 +164,7 @@ private Q_SLOTS:
 
     /// Also when the card above it came later than the error.
     void tabGoesThroughTheWindowAsItReads() {
-        Shown view;
+        ShownWindow view;
         view.open();
         fail(view);
         view.click(showDetails);
@@ -181,7 +180,7 @@ private Q_SLOTS:
     }
 
     void detailsOpenedLateStandWhereTheyAre() {
-        Shown view;
+        ShownWindow view;
         view.world.docker().daemon = standin::Daemon::down;
         view.open();
         view.poll();
@@ -192,7 +191,7 @@ private Q_SLOTS:
     }
 
     void aScreenReaderMeetsTheErrorLast() {
-        Shown view;
+        ShownWindow view;
         view.open();
         fail(view);
         QVERIFY(view.world.isPolledAsRunning());
@@ -203,7 +202,7 @@ private Q_SLOTS:
     }
 
     void withNothingToInstallWithReturnDoesNothing() {
-        Shown view;
+        ShownWindow view;
         view.world.docker().daemon = standin::Daemon::down;
         view.open();
         view.poll();
@@ -214,7 +213,7 @@ private Q_SLOTS:
     }
 
     void aSlugThatIsEnteredReplacesTheCardByItself() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         auto* const field = visible<TextField>(&view.window);
@@ -238,7 +237,7 @@ private Q_SLOTS:
     }
 
     void returnEndsTheTypingAtOnce() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         fail(view);
@@ -259,7 +258,7 @@ private Q_SLOTS:
 
     void typingWaitsWhileTheFieldIsLeftForAWhile() {
         QFETCH(const Qt::FocusReason, reason);
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         auto* const field = visible<TextField>(&view.window);
@@ -279,7 +278,7 @@ private Q_SLOTS:
     }
 
     void typingWaitsForATextInTheMaking() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         auto* const field = visible<TextField>(&view.window);
@@ -302,7 +301,7 @@ private Q_SLOTS:
     }
 
     void anotherFocusEndsTheTypingAtOnce() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         visible<TextField>(&view.window)->setFocus();

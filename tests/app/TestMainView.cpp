@@ -1,17 +1,13 @@
 #include "Palettes.h"
 #include "ShownWindow.h"
-#include "app/views/BusyCard.h"
+#include "app/views/DashboardCards.h"
 #include "app/views/DashboardView.h"
 #include "app/views/ErrorCard.h"
 #include "app/views/MonitorList.h"
 #include "app/views/MonitorRows.h"
-#include "app/views/PullCard.h"
-#include "app/views/StartCard.h"
-#include "app/views/StateCard.h"
-#include "app/views/StatusErrorCard.h"
-#include "app/widgets/BusyBar.h"
-#include "app/widgets/Dot.h"
-#include "app/widgets/Spinner.h"
+#include "app/views/StateCards.h"
+#include "app/widgets/Drawings.h"
+#include "app/widgets/Progress.h"
 #include "app/widgets/TextBox.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
@@ -45,54 +41,55 @@ class TestMainView : public QObject {
 
 private Q_SLOTS:
     void whichCardIsShown_data() {
-        QTest::addColumn<DockerState>("docker");
-        QTest::addColumn<bool>("pulling");
-        QTest::addColumn<bool>("busy");
-        QTest::addColumn<KumaState>("kuma");
+        QTest::addColumn<ControllerState>("state");
         QTest::addColumn<StateCard>("card");
-        const auto row = [](const char* name, DockerState docker, bool pulling, bool busy, KumaState kuma,
-                            StateCard card) { QTest::newRow(name) << docker << pulling << busy << kuma << card; };
         using enum KumaState;
-        const DockerState ready = DockerState::ready;
-        const DockerState unknown = DockerState::unknown;
-        row("missing", DockerState::missing, true, true, running, StateCard::dockerMissing);
-        row("not running", DockerState::notRunning, true, true, running, StateCard::dockerNotRunning);
-        row("pulling", ready, true, true, stopped, StateCard::pull);
-        row("pulling at the start", unknown, true, true, stopped, StateCard::pull);
-        row("busy", ready, false, true, running, StateCard::busy);
-        row("busy at the start", unknown, false, true, stopped, StateCard::busy);
-        row("stopped", ready, false, false, stopped, StateCard::start);
-        row("at the start", unknown, false, false, stopped, StateCard::start);
-        row("unknown again", unknown, false, false, running, StateCard::start);
-        row("starting", ready, false, false, starting, StateCard::dashboard);
-        row("running", ready, false, false, running, StateCard::dashboard);
-        row("error", ready, false, false, error, StateCard::dashboard);
+        using enum DockerState;
+        const std::optional<QString> busy = u"Busy"_s;
+        const auto row = [](const char* name, const ControllerState& state, StateCard card) {
+            QTest::newRow(name) << state << card;
+        };
+        row("missing", {.dockerState = missing, .kuma = running, .busy = busy, .pulling = true},
+            StateCard::dockerMissing);
+        row("not running", {.dockerState = notRunning, .kuma = running, .busy = busy, .pulling = true},
+            StateCard::dockerNotRunning);
+        row("pulling", {.dockerState = ready, .busy = busy, .pulling = true}, StateCard::pull);
+        row("pulling at the start", {.busy = busy, .pulling = true}, StateCard::pull);
+        row("busy", {.dockerState = ready, .kuma = running, .busy = busy}, StateCard::busy);
+        row("busy at the start", {.busy = busy}, StateCard::busy);
+        row("stopped", {.dockerState = ready}, StateCard::start);
+        row("at the start", {}, StateCard::start);
+        row("unknown again", {.kuma = running}, StateCard::start);
+        row("starting", {.dockerState = ready, .kuma = starting}, StateCard::dashboard);
+        row("running", {.dockerState = ready, .kuma = running}, StateCard::dashboard);
+        row("error", {.dockerState = ready, .kuma = error}, StateCard::dashboard);
     }
     void whichCardIsShown() {
-        QFETCH(const DockerState, docker);
-        QFETCH(const bool, pulling);
-        QFETCH(const bool, busy);
-        QFETCH(const KumaState, kuma);
+        QFETCH(const ControllerState, state);
         QFETCH(const StateCard, card);
-        QCOMPARE(stateCardFor(std::nullopt, docker, pulling, busy ? std::optional(u"Busy"_s) : std::nullopt, kuma),
-                 card);
+        QCOMPARE(stateCardFor(state), card);
     }
 
     void aSetupComesBeforeEverything() {
-        const auto setup = u"Installing"_s;
-        QCOMPARE(stateCardFor(setup, DockerState::missing, true, setup, KumaState::running), StateCard::setup);
-        QCOMPARE(stateCardFor(setup, DockerState::ready, false, std::nullopt, KumaState::stopped), StateCard::setup);
+        ControllerState state;
+        state.setupBusy = u"Installing"_s;
+        QCOMPARE(stateCardFor(state), StateCard::setup);
+        state.dockerState = DockerState::missing;
+        state.kuma = KumaState::running;
+        state.busy = u"Busy"_s;
+        state.pulling = true;
+        QCOMPARE(stateCardFor(state), StateCard::setup);
     }
 
     void windowIsAsItShouldBe() {
-        const Shown view;
+        const ShownWindow view;
         QCOMPARE(view.window.windowTitle(), u"Orvanel"_s);
         QCOMPARE(view.window.minimumSize(), QSize(560, 520));
         QCOMPARE(view.window.maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
     }
 
     void atTheStartNothingCanBeStarted() {
-        Shown view;
+        ShownWindow view;
         view.open();
         QCOMPARE(view.statusLine(), u"Checking Docker…"_s);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
@@ -102,7 +99,7 @@ private Q_SLOTS:
     }
 
     void missingDockerCanBeCheckedAgain() {
-        Shown view;
+        ShownWindow view;
         view.world.installedDocker = std::nullopt;
         view.open();
         view.poll();
@@ -113,7 +110,7 @@ private Q_SLOTS:
     }
 
     void dockerThatDoesNotRunCanBeCheckedAgain() {
-        Shown view;
+        ShownWindow view;
         view.world.docker().daemon = standin::Daemon::down;
         view.open();
         view.poll();
@@ -124,7 +121,7 @@ private Q_SLOTS:
     }
 
     void startCardTellsThePort() {
-        Shown view;
+        ShownWindow view;
         view.world.controller().setPort(3005);
         view.open();
         QVERIFY(shows(&view.window, u"One click starts Uptime Kuma in Docker. It is only reachable from "
@@ -132,7 +129,7 @@ private Q_SLOTS:
     }
 
     void returnStarts() {
-        Shown view;
+        ShownWindow view;
         view.open();
         view.poll();
         QTest::keyClick(&view.window, Qt::Key_Return);
@@ -140,7 +137,7 @@ private Q_SLOTS:
     }
 
     void returnPressesTheFocusedButtonFirst() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         button(&view.window, u"Restart"_s)->setFocus();
@@ -150,7 +147,7 @@ private Q_SLOTS:
     }
 
     void busyCardCanCancel() {
-        Shown view;
+        ShownWindow view;
         view.world.delay("info", 5s);
         view.open();
         view.poll();
@@ -165,7 +162,7 @@ private Q_SLOTS:
     }
 
     void pullCardShowsTheDownload() {
-        Shown view;
+        ShownWindow view;
         view.open();
         view.poll();
         view.world.docker().pace = 1;
@@ -190,7 +187,7 @@ private Q_SLOTS:
     }
 
     void dashboardOperates() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         QVERIFY(visible<DashboardView>(&view.window) != nullptr);
@@ -203,7 +200,7 @@ private Q_SLOTS:
     }
 
     void whileStartingTheDashboardIsLocked() {
-        Shown view;
+        ShownWindow view;
         view.world.page.answers = false;
         QVERIFY(!view.world.isPolledAsRunning());
         view.open();
@@ -217,7 +214,7 @@ private Q_SLOTS:
     }
 
     void errorCardWithoutDetails() {
-        Shown view;
+        ShownWindow view;
         view.open();
         view.poll();
         view.world.loginItem.failure = QString();
@@ -230,7 +227,7 @@ private Q_SLOTS:
     }
 
     void errorCardShowsDetailsAsTheyStand() {
-        Shown view;
+        ShownWindow view;
         view.open();
         view.world.loginItem.failure = u"<b>no & no</b>"_s;
         view.world.controller().setLaunchAtLogin(true);
@@ -241,7 +238,7 @@ private Q_SLOTS:
     }
 
     void takenPortCanBeReplaced() {
-        Shown view;
+        ShownWindow view;
         view.world.listeningPorts = {3001};
         view.open();
         view.poll();
@@ -265,7 +262,7 @@ private Q_SLOTS:
     void withoutASlugThereIsNoMonitorList() {
         QFETCH(const QString, slug);
         QFETCH(const bool, isBlank);
-        Shown view;
+        ShownWindow view;
         view.world.controller().setSlug(slug);
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
@@ -273,7 +270,7 @@ private Q_SLOTS:
     }
 
     void statusErrorReplacesTheList() {
-        Shown view;
+        ShownWindow view;
         view.world.controller().setSlug(u"a<b>&c"_s);
         view.world.page.status = StatusPageError{u"Nothing there."_s};
         QVERIFY(view.world.isPolledAsRunning());
@@ -286,7 +283,7 @@ private Q_SLOTS:
     }
 
     void nothingIsDrawnWhileHidden() {
-        Shown view;
+        ShownWindow view;
         view.open();
         view.window.hide();
         view.poll();
@@ -296,7 +293,7 @@ private Q_SLOTS:
     }
 
     void focusStaysWhileNothingOfItChanges() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         QAbstractButton* const restart = button(&view.window, u"Restart"_s);
@@ -308,7 +305,7 @@ private Q_SLOTS:
     }
 
     void everythingIsReachedByTab() {
-        Shown view;
+        ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
         QStringList reached;
@@ -322,14 +319,14 @@ private Q_SLOTS:
     }
 
     void controlWCloses() {
-        Shown view;
+        ShownWindow view;
         view.open();
         QTest::keyClick(&view.window, Qt::Key_W, Qt::ControlModifier);
         QVERIFY(!view.window.isVisible());
     }
 
     void everythingThatMattersHasAName() {
-        Shown view;
+        ShownWindow view;
         view.world.controller().setSlug(u"home"_s);
         view.world.page.status = statusPage({monitor(1, 1)});
         QVERIFY(view.world.isPolledAsRunning());
@@ -356,7 +353,7 @@ private Q_SLOTS:
 
     void paletteSwitchIsFollowed() {
         QApplication::setPalette(lightPalette());
-        Shown view;
+        ShownWindow view;
         view.open();
         const QImage light = view.window.grab().toImage();
         QCOMPARE(light.pixelColor(view.healthDot()->geometry().center()), dotColor(Meaning::inactive, lightPalette()));

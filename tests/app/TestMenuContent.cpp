@@ -68,12 +68,16 @@ private Q_SLOTS:
         for (const KumaState kuma : kumaStates) {
             for (const DockerState docker : dockerStates) {
                 const bool isStopped = kuma == KumaState::stopped;
-                const MenuOffers idle = menuOffers(kuma, docker, std::nullopt);
+                ControllerState state;
+                state.kuma = kuma;
+                state.dockerState = docker;
+                const MenuOffers idle = menuOffers(state);
                 QCOMPARE(idle.dashboard, kuma == KumaState::running);
                 QCOMPARE(idle.showsStart, isStopped);
                 QCOMPARE(idle.startOrStop, isStopped ? docker == DockerState::ready : true);
 
-                const MenuOffers busy = menuOffers(kuma, docker, busyText);
+                state.busy = busyText;
+                const MenuOffers busy = menuOffers(state);
                 QCOMPARE(busy.dashboard, idle.dashboard);
                 QCOMPARE(busy.showsStart, isStopped);
                 QVERIFY(!busy.startOrStop);

@@ -1,7 +1,7 @@
 #include "ShownWindow.h"
+#include "app/views/DashboardCards.h"
 #include "app/views/DashboardView.h"
 #include "app/views/MonitorList.h"
-#include "app/views/StatusErrorCard.h"
 #include "app/widgets/TextLabel.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
@@ -16,7 +16,7 @@ using namespace orvanel::test;
 namespace {
 
 /// The visible label that a screen reader calls that, or nullptr.
-TextLabel* labelCalled(const Shown& view, const QString& name) {
+TextLabel* labelCalled(const ShownWindow& view, const QString& name) {
     for (TextLabel* label : view.window.findChildren<TextLabel*>()) {
         if (label->isVisible() && label->accessibleName() == name) {
             return label;
@@ -25,7 +25,7 @@ TextLabel* labelCalled(const Shown& view, const QString& name) {
     return nullptr;
 }
 
-void openDashboard(Shown& view, const QString& slug, const StatusPageResult& page) {
+void openDashboard(ShownWindow& view, const QString& slug, const StatusPageResult& page) {
     view.world.controller().setSlug(slug);
     view.world.page.status = page;
     QVERIFY(view.world.isPolledAsRunning());
@@ -43,7 +43,7 @@ bool isWritten(TextLabel& label, const QRect& area) {
 }
 
 /// Whether the cards stand within the window's width, and nothing needs a second look to be found.
-bool isInBounds(const Shown& view) {
+bool isInBounds(const ShownWindow& view) {
     const auto* area = view.window.findChild<QScrollArea*>();
     return area->widget()->width() == area->viewport()->width() &&
            area->widget()->height() <= 2 * area->viewport()->height();
@@ -68,7 +68,7 @@ private Q_SLOTS:
     void titlesStayInOneLine() {
         QFETCH(const QString, title);
         QFETCH(const bool, isCut);
-        Shown view;
+        ShownWindow view;
         openDashboard(view, u"home"_s, statusPage({monitor(1, 1)}, title));
         const TextLabel* const label = labelCalled(view, title.simplified());
         QVERIFY(label != nullptr);
@@ -82,7 +82,7 @@ private Q_SLOTS:
 
     void aTitleTakesTheRoomThatTheWindowGives() {
         const auto title = u"word "_s.repeated(24).simplified();
-        Shown view;
+        ShownWindow view;
         openDashboard(view, u"home"_s, statusPage({monitor(1, 1)}, title));
         const TextLabel* const label = labelCalled(view, title);
         QVERIFY(label->text().endsWith(u"…"_s));
@@ -99,7 +99,7 @@ private Q_SLOTS:
     }
     void titlesBeginWhereTheWindowsLinesDo() {
         QFETCH(const QString, title);
-        Shown view;
+        ShownWindow view;
         openDashboard(view, u"home"_s, statusPage({monitor(1, 1)}, title));
         TextLabel* const label = labelCalled(view, title);
         QVERIFY(label != nullptr);
@@ -121,7 +121,7 @@ private Q_SLOTS:
     }
     void slugsAreBrokenAndCut() {
         QFETCH(const QString, slug);
-        Shown view;
+        ShownWindow view;
         openDashboard(view, slug, StatusPageError{QString(3000, u'e')});
         auto* const card = visible<StatusErrorCard>(&view.window);
         QVERIFY(card != nullptr);

@@ -1,7 +1,6 @@
 #include "AppFixture.h"
 #include "Find.h"
-#include "app/LogsWindow.h"
-#include "app/SettingsWindow.h"
+#include "app/AppWindow.h"
 #include "app/views/LogsView.h"
 #include "app/widgets/Switch.h"
 #include "app/widgets/TextBox.h"

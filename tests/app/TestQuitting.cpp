@@ -41,9 +41,13 @@ private Q_SLOTS:
     void whenTheContainerIsStoppedFirst() {
         for (const KumaState kuma : kumaStates) {
             for (const DockerState docker : dockerStates) {
-                QVERIFY(!stopsContainerFirst(false, kuma, docker));
+                ControllerState state;
+                state.kuma = kuma;
+                state.dockerState = docker;
+                QVERIFY(!stopsContainerFirst(state));
+                state.stopOnQuit = true;
                 const bool expected = kuma != KumaState::stopped && docker == DockerState::ready;
-                QCOMPARE(stopsContainerFirst(true, kuma, docker), expected);
+                QCOMPARE(stopsContainerFirst(state), expected);
             }
         }
     }

@@ -1,5 +1,5 @@
 #include "ShownSettings.h"
-#include "app/views/settings/PortText.h"
+#include "app/views/settings/ServerSection.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
 
@@ -71,8 +71,7 @@ private Q_SLOTS:
         settings.type(settings.port(), typed);
         QCOMPARE(settings.kuma().state().port, 3001);
         QVERIFY(settings.showsPortHint());
-        QVERIFY(shows(&settings.view, u"This is no port to use: type a number from 1024 to 65535. Until "
-                                      "then the port stays 3001."_s));
+        QVERIFY(shows(&settings.view, u"Enter a port from 1024 to 65535. Until then, 3001 is kept."_s));
         QCOMPARE(settings.port()->text(), typed);
         settings.type(settings.port(), u"3007"_s);
         QCOMPARE(settings.kuma().state().port, 3007);

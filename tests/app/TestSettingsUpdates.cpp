@@ -37,10 +37,16 @@ private Q_SLOTS:
         QFETCH(const bool, isBusy);
         QFETCH(const DockerState, docker);
         QFETCH(const bool, can);
-        const auto optional = [](bool isThere, const QString& text) {
-            return isThere ? std::optional(text) : std::nullopt;
-        };
-        QCOMPARE(canUpdate(optional(!latest.isNull(), latest), u"2"_s, optional(isBusy, u"Stopping…"_s), docker), can);
+        ControllerState state;
+        state.imageTag = u"2"_s;
+        state.dockerState = docker;
+        if (!latest.isNull()) {
+            state.latestVersion = latest;
+        }
+        if (isBusy) {
+            state.busy = u"Stopping…"_s;
+        }
+        QCOMPARE(canUpdate(state), can);
     }
 
     void anUpdateIsFoundAndOffered() {

@@ -1,7 +1,7 @@
 #include "Contrast.h"
 #include "Palettes.h"
 #include "ShownSettings.h"
-#include "app/SettingsWindow.h"
+#include "app/AppWindow.h"
 #include "app/views/settings/SettingsSection.h"
 #include "app/widgets/StateColors.h"
 #include "support/Await.h"
@@ -41,7 +41,7 @@ private Q_SLOTS:
                  "Danger zone",
                  "About",
                  "Orvanel controls Uptime Kuma running in Docker on this Mac.",
-                 "Uptime Kuma is the work of the Uptime Kuma project, published under the MIT License.",
+                 "Uptime Kuma is made by the Uptime Kuma project and published under the MIT License.",
              }) {
             QVERIFY2(shows(&settings.view, QString::fromUtf8(text)), text);
         }
@@ -253,7 +253,7 @@ private Q_SLOTS:
                                    u"Launch at login"_s,
                                    u"Stop the container when I quit"_s,
                                    u"Reveal data folder in Finder"_s,
-                                   u"Path of the docker command line tool"_s,
+                                   u"Path to the docker command line tool"_s,
                                    u"Choose…"_s,
                                    checkText,
                                    updateText,

@@ -1,5 +1,5 @@
 #include "AppFixture.h"
-#include "app/MainWindow.h"
+#include "app/AppWindow.h"
 #include "standin/desktop/StatusArea.h"
 #include "support/Await.h"
 #include "support/TestClass.h"

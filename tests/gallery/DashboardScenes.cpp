@@ -1,5 +1,5 @@
 #include "Scenes.h"
-#include "app/MainWindow.h"
+#include "app/AppWindow.h"
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;

@@ -1,5 +1,5 @@
 #include "Scenes.h"
-#include "app/LogsWindow.h"
+#include "app/AppWindow.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,6 +1,6 @@
 #include "Find.h"
 #include "Scenes.h"
-#include "app/MainWindow.h"
+#include "app/AppWindow.h"
 #include "app/views/GuideView.h"
 
 #include <QTest>

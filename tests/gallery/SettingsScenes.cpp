@@ -1,5 +1,5 @@
 #include "Scenes.h"
-#include "app/SettingsWindow.h"
+#include "app/AppWindow.h"
 
 #include <QLineEdit>
 #include <QScrollArea>

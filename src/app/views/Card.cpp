@@ -1,6 +1,6 @@
 #include "app/views/Card.h"
 
-#include "app/widgets/AccessibleRole.h"
+#include "app/widgets/Accessibility.h"
 #include "app/widgets/ButtonRow.h"
 
 #include <QHBoxLayout>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/views/View.h"
-#include "app/widgets/Symbol.h"
+#include "app/widgets/Drawings.h"
 #include "app/widgets/TextLabel.h"
 
 class QVBoxLayout;

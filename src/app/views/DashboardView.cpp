@@ -1,10 +1,9 @@
 #include "app/views/DashboardView.h"
 
 #include "app/Windows.h"
+#include "app/views/DashboardCards.h"
 #include "app/views/GuideCard.h"
 #include "app/views/MonitorList.h"
-#include "app/views/StartingCard.h"
-#include "app/views/StatusErrorCard.h"
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "app/widgets/Focus.h"
@@ -24,7 +23,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// No status page is chosen. Line breaks do not count as blanks here.
+/// Whether no status page is chosen. Line breaks do not count as blanks here.
 bool isBlank(const QString& slug) {
     return std::all_of(slug.begin(), slug.end(),
                        [](QChar c) { return c == u'\t' || c.category() == QChar::Separator_Space; });
@@ -66,13 +65,13 @@ ButtonRow* DashboardView::makeControls() {
 }
 
 void DashboardView::render() {
-    const KumaController& controller = m_context.controller;
-    const bool hasPage = !isBlank(controller.state().slug);
-    const bool hasStatusError = controller.state().statusError.has_value();
+    const ControllerState& state = m_context.controller.state();
+    const bool hasPage = !isBlank(state.slug);
+    const bool hasStatusError = state.statusError.has_value();
 
-    setUsable(m_openDashboard, controller.state().kuma == KumaState::running);
-    m_startingCard->setVisible(controller.state().kuma == KumaState::starting);
-    // The first letter of a slug brings the monitors; the letters after it still go into the field.
+    setUsable(m_openDashboard, state.kuma == KumaState::running);
+    m_startingCard->setVisible(state.kuma == KumaState::starting);
+    // The first letter of a slug brings the monitors, but the next letters still go into the field.
     setShown(m_guide, !hasPage || m_guide->isBeingTypedIn());
     m_guide->setExplained(!hasPage);
     m_guide->render();
@@ -88,7 +87,7 @@ void DashboardView::render() {
     }
 }
 
-/// One reading that fails takes the list away only for a while: it comes back as it was left.
+/// A failed reading hides the list only for a while: it comes back as it was.
 void DashboardView::showList(bool shown) {
     QScrollArea* const area = surroundingArea(this);
     if (area == nullptr || shown == m_monitors->isVisibleTo(this)) {
@@ -111,7 +110,7 @@ void DashboardView::hideList(QScrollArea* area) {
         LeftList{scrolledTo, area->verticalScrollBar()->value(), m_monitors->isAncestorOf(focused) ? focused : nullptr};
 }
 
-/// Unless the user has gone elsewhere meanwhile.
+/// Focus and scroll position come back too, unless the user has moved on meanwhile.
 void DashboardView::bringListBack(QScrollArea* area) {
     setShown(m_monitors, true);
     const std::optional<LeftList> left = std::exchange(m_left, std::nullopt);

@@ -15,7 +15,7 @@ class GuideCard;
 class MonitorList;
 class StatusErrorCard;
 
-/// Uptime Kuma is starting or running: its controls, and what is known of the monitors.
+/// The view while Uptime Kuma is starting or running: its controls, and what is known of the monitors.
 class DashboardView final : public View {
     Q_OBJECT
 
@@ -38,7 +38,7 @@ private:
     StatusErrorCard* m_statusError;
     MonitorList* m_monitors;
 
-    /// How the list was left, and the window without it.
+    /// The state in which the list was hidden, and where the window was scrolled to afterwards.
     struct LeftList {
         int scrolledTo;
         int scrolledToWithout;

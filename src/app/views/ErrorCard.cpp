@@ -1,6 +1,6 @@
 #include "app/views/ErrorCard.h"
 
-#include "app/widgets/AccessibleRole.h"
+#include "app/widgets/Accessibility.h"
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "app/widgets/DetailsSection.h"
@@ -17,8 +17,8 @@ ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
     : Card(u"Error"_s, parent)
     , m_context(context)
     , m_details(new DetailsSection) {
-    // The only kind of thing that screen readers read out by themselves, with the labels in it, when it comes into
-    // view; Qt passes no alert on to them.
+    // Screen readers read out only this role by themselves, labels included, when it comes into view. Qt does not
+    // pass alerts on to them.
     setAccessibleRole(this, QAccessible::Notification);
     m_message = addHeading(Symbol::Kind::crossOctagon, TextStyle::headline, {}, Meaning::bad);
     m_usePort = addButton(addButtonRow(), {}, [this] { useSuggestedPort(); });
@@ -26,8 +26,8 @@ ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
 }
 
 void ErrorCard::render() {
-    const KumaController& controller = m_context.controller;
-    const OpError error = controller.state().error.value_or(OpError());
+    const ControllerState& state = m_context.controller.state();
+    const OpError error = state.error.value_or(OpError());
     if (error != m_shown) {
         m_details->collapse();
         m_shown = error;
@@ -35,7 +35,7 @@ void ErrorCard::render() {
     m_message->setOutsideText(error.message);
     setAccessibleDescription(error.message);
 
-    const std::optional<int> port = controller.state().suggestedPort;
+    const std::optional<int> port = state.suggestedPort;
     if (port) {
         setButtonText(m_usePort, u"Use port %1 instead and start"_s.arg(*port));
     }

@@ -7,16 +7,16 @@ namespace orvanel {
 
 class DetailsSection;
 
-/// Why the last operation failed, below whatever else is shown.
+/// Why the last operation failed. It stands below the other card.
 class ErrorCard final : public Card {
     Q_OBJECT
 
 public:
     explicit ErrorCard(ViewContext context, QWidget* parent = nullptr);
 
-    /// Only to be called while there is an error.
+    /// Call it only while there is an error.
     void render() override;
-    /// The error is gone: the next one, even the same again, begins with its details collapsed.
+    /// Call it when the error is gone: the next error, even the same again, starts with its details collapsed.
     void forget();
 
 private:

@@ -16,7 +16,7 @@ namespace orvanel {
 namespace {
 
 constexpr int fieldWidth = 180;
-/// So long after a key no other one of the same word is waited for.
+/// Typing ends this long after the last key.
 constexpr std::chrono::seconds typingPause{2};
 
 const char* const steps[] = {
@@ -81,7 +81,7 @@ TextField* GuideCard::makeField() {
 
 void GuideCard::render() {
     setUsable(m_openDashboard, m_context.controller.state().kuma == KumaState::running);
-    // Setting the same text would move the cursor.
+    // Setting the same text again would move the cursor.
     if (m_slug->text() != m_context.controller.state().slug) {
         m_slug->setText(m_context.controller.state().slug);
     }
@@ -96,7 +96,7 @@ void GuideCard::onTyped() {
     m_pause = m_context.clock.callAfter(typingPause, [this] { endTyping(); });
 }
 
-/// A text in the making is not cut off, however long its letters are looked for.
+/// A text that is still being composed is never cut off, however long its characters are looked for.
 void GuideCard::onComposed(const QInputMethodEvent& event) {
     onTyped();
     if (!event.preeditString().isEmpty()) {
@@ -104,7 +104,7 @@ void GuideCard::onComposed(const QInputMethodEvent& event) {
     }
 }
 
-/// Not from within what the field does with a key or with the focus, as it may go now; nor from within the timer.
+/// Queued, because the field may be deleted now, and it may be the one handling a key or the focus; so may the timer.
 void GuideCard::endTyping() {
     const auto end = [this] {
         m_isBeingTypedIn = false;
@@ -114,7 +114,7 @@ void GuideCard::endTyping() {
     QMetaObject::invokeMethod(this, end, Qt::QueuedConnection);
 }
 
-/// Return in the field belongs to the field: it ends the typing and presses no button.
+/// Return in the field ends the typing and presses no button.
 bool GuideCard::isHandledKey(const QKeyEvent& event) {
     if (event.key() != Qt::Key_Return && event.key() != Qt::Key_Enter) {
         return false;
@@ -135,7 +135,7 @@ bool GuideCard::eventFilter(QObject* watched, QEvent* event) {
     }
     if (watched == m_slug && event->type() == QEvent::FocusOut) {
         const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
-        // Another window, or the field's own menu, takes the keys only for a while.
+        // Another window or the field's own menu takes the focus only for a while.
         if (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason) {
             m_pause.reset();
         } else {

@@ -10,7 +10,7 @@ namespace orvanel {
 
 class TextField;
 
-/// Why no monitors are shown yet, and the field for the slug that changes it.
+/// Why no monitors are shown yet, and the field for the slug that brings them.
 class GuideCard final : public Card {
     Q_OBJECT
 
@@ -19,12 +19,11 @@ public:
 
     void render() override;
 
-    /// Without its explanation the card is only the field. So it may stay while a slug is being typed, whose first
-    /// letter already brings the monitors.
+    /// Without its explanation the card is only the field. That is how it stays while a slug is being typed, whose
+    /// first letter already brings the monitors.
     void setExplained(bool explained);
-    /// Whether keys go into the field that belong together: until Return, until something else has the focus, or until
-    /// a moment after the last; an input method's text in the making is one of them as long as it takes. What is looked
-    /// up in another window meanwhile takes the time that it takes.
+    /// Whether the user is typing: until Return, until another control has the focus, or until a moment after the last
+    /// key. A text that an input method is still composing, and a look into another window, may take any time.
     bool isBeingTypedIn() const { return m_isBeingTypedIn; }
 
 Q_SIGNALS:
@@ -46,7 +45,7 @@ private:
     QWidget* m_explanation;
     TextField* m_slug;
     bool m_isBeingTypedIn = false;
-    /// Set while the field could take more keys.
+    /// Set while the end of typing depends on the time.
     std::unique_ptr<Clock::Timer> m_pause;
 };
 

@@ -1,8 +1,8 @@
 #include "app/views/GuideView.h"
 
 #include "app/widgets/Buttons.h"
+#include "app/widgets/Drawings.h"
 #include "app/widgets/PushButton.h"
-#include "app/widgets/Symbol.h"
 #include "app/widgets/TextLabel.h"
 
 #include <QHBoxLayout>
@@ -91,13 +91,13 @@ void GuideView::showPage(int page) {
     m_text->setContent(content.text);
     m_position->setContent(u"%1 of %2"_s.arg(page + 1).arg(pages().size()));
     setButtonText(m_next, page == lastPage() ? u"Get started"_s : u"Next"_s);
-    // Where a screen reader stays on the button, it still tells of the new page.
+    // A screen reader stays on the button, but reads out the new page.
     setAccessibleName(content.title);
     setAccessibleDescription(content.text);
     fitSize();
 }
 
-/// Larger only where a large font needs it.
+/// Larger than usual only where a large font needs it.
 void GuideView::fitSize() {
     layout()->activate();
     setFixedSize(frame.width(), std::max(frame.height(), layout()->totalHeightForWidth(frame.width())));
@@ -111,7 +111,7 @@ void GuideView::goOn() {
     showPage(m_page + 1);
 }
 
-/// Held down, Return would leaf through all pages at once.
+/// A Return that is held down would turn all pages at once.
 void GuideView::keyPressEvent(QKeyEvent* event) {
     if (isReturn(*event) && event->isAutoRepeat()) {
         return;

@@ -8,8 +8,8 @@ class PushButton;
 class Symbol;
 class TextLabel;
 
-/// The introduction for a new user: three pages, one after the other. A sheet over the window that is its parent;
-/// finished() tells that it was read or dismissed.
+/// The introduction for a new user, three pages one after the other, as a sheet over its parent window. finished()
+/// comes when it was read or dismissed.
 class GuideView final : public QDialog {
     Q_OBJECT
 

@@ -27,7 +27,7 @@ QString noLogs() {
     return u"No logs yet."_s;
 }
 
-/// Whole or not at all; when it fails nobody is told.
+/// Writes the whole file or nothing. A failure is not reported.
 void writeFile(const QString& path, const QString& text) {
     QSaveFile file(path);
     if (file.open(QIODevice::WriteOnly)) {
@@ -38,9 +38,11 @@ void writeFile(const QString& path, const QString& text) {
 
 } // namespace
 
-LogsView::LogsView(Surroundings surroundings, QWidget* parent)
+LogsView::LogsView(KumaController& controller, Dialogs& dialogs, Clock& clock, QWidget* parent)
     : QWidget(parent)
-    , m_surroundings(surroundings)
+    , m_controller(controller)
+    , m_dialogs(dialogs)
+    , m_clock(clock)
     , m_follow(new Switch(u"Follow"_s))
     , m_logs(new TextBox(u"Logs"_s)) {
     m_logs->setPlaceholderText(noLogs());
@@ -79,7 +81,7 @@ QHBoxLayout* LogsView::makeToolbar() {
 void LogsView::addShortcut(const QKeySequence& keys, void (LogsView::*action)()) {
     auto* shortcut = new QAction(this);
     shortcut->setShortcut(keys);
-    // A key held down must not start one reading after another.
+    // A key that is held down must not start one reading after another.
     shortcut->setAutoRepeat(false);
     connect(shortcut, &QAction::triggered, this, action);
     addAction(shortcut);
@@ -89,13 +91,12 @@ void LogsView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (!m_hasBegun) {
         m_hasBegun = true;
-        m_tasks.start(follow(this, &m_surroundings.controller, &m_surroundings.clock, m_followTask.get_token()),
-                      u"follow the logs"_s);
+        m_tasks.start(follow(this, &m_controller, &m_clock, m_followTask.get_token()), u"follow the logs"_s);
     }
 }
 
 void LogsView::refresh() {
-    m_tasks.start(fetchOnce(this, &m_surroundings.controller), u"refresh the logs"_s);
+    m_tasks.start(fetchOnce(this, &m_controller), u"refresh the logs"_s);
 }
 
 void LogsView::copy() {
@@ -103,12 +104,12 @@ void LogsView::copy() {
 }
 
 void LogsView::save() {
-    m_tasks.start(chooseAndSave(this, &m_surroundings.dialogs), u"save the logs"_s);
+    m_tasks.start(chooseAndSave(this, &m_dialogs), u"save the logs"_s);
 }
 
 void LogsView::setLogs(const QString& text) {
     m_logs->setContent(text);
-    // A screen reader is not told of a placeholder.
+    // A screen reader does not read the placeholder.
     m_logs->setAccessibleDescription(m_logs->content().isEmpty() ? noLogs() : QString());
 }
 
@@ -135,7 +136,7 @@ QCoro::Task<void> LogsView::fetchOnce(Self self, KumaController* controller) {
 
 QCoro::Task<void> LogsView::chooseAndSave(Self self, Dialogs* dialogs) {
     const SavePanel panel{
-        .title = u"Save the logs of Uptime Kuma"_s, .message = {}, .proposedName = u"uptime-kuma-logs.txt"_s};
+        .title = u"Save the Uptime Kuma logs"_s, .message = {}, .proposedName = u"uptime-kuma-logs.txt"_s};
     const std::optional<QString> path = co_await dialogs->chooseSavePath(panel);
     if (path && !self.isNull()) {
         startOnWorker([path = *path, text = self->m_logs->content()] { writeFile(path, text); });

@@ -18,21 +18,15 @@ class KumaController;
 class Switch;
 class TextBox;
 
-/// The content of the logs window: what the container has last printed, read again every two seconds while "Follow" is
-/// on. Reading begins when the view is first shown; once "Follow" has ended it, it stays ended for the life of the
+/// The content of the logs window: the container's latest output, read every two seconds while "Follow" is on. Reading
+/// begins when the view is first shown. Once switching "Follow" off has ended it, it stays ended for the life of the
 /// view.
 class LogsView final : public QWidget {
     Q_OBJECT
 
 public:
-    /// All of them outlive the view, and what it has under way when it goes.
-    struct Surroundings {
-        KumaController& controller;
-        Dialogs& dialogs;
-        Clock& clock;
-    };
-
-    explicit LogsView(Surroundings surroundings, QWidget* parent = nullptr);
+    /// The controller, dialogs and clock must outlive the view and the tasks that it leaves behind.
+    LogsView(KumaController& controller, Dialogs& dialogs, Clock& clock, QWidget* parent = nullptr);
     ~LogsView() override;
 
     void refresh();
@@ -46,7 +40,7 @@ protected:
 
 private:
     using Self = QPointer<LogsView>;
-    // The view may be gone whenever one of these goes on.
+    // The view may be gone whenever one of these resumes.
     static QCoro::Task<void> follow(Self self, KumaController* controller, Clock* clock, std::stop_token stop);
     static QCoro::Task<void> fetchOnce(Self self, KumaController* controller);
     static QCoro::Task<void> chooseAndSave(Self self, Dialogs* dialogs);
@@ -55,11 +49,13 @@ private:
     void addShortcut(const QKeySequence& keys, void (LogsView::*action)());
     void setLogs(const QString& text);
 
-    const Surroundings m_surroundings;
+    KumaController& m_controller;
+    Dialogs& m_dialogs;
+    Clock& m_clock;
     Switch* m_follow;
     TextBox* m_logs;
     bool m_hasBegun = false;
-    /// Stopped when the view goes.
+    /// Stopped when the view is deleted.
     std::stop_source m_followTask;
     TaskScope m_tasks;
 };

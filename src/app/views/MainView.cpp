@@ -1,16 +1,10 @@
 #include "app/views/MainView.h"
 
-#include "app/views/BusyCard.h"
 #include "app/views/DashboardView.h"
-#include "app/views/DockerMissingCard.h"
-#include "app/views/DockerNotRunningCard.h"
+#include "app/views/DockerCards.h"
 #include "app/views/ErrorCard.h"
 #include "app/views/GuideView.h"
-#include "app/views/PullCard.h"
-#include "app/views/SetupCard.h"
-#include "app/views/StartCard.h"
-#include "app/widgets/Divider.h"
-#include "app/widgets/Dot.h"
+#include "app/widgets/Drawings.h"
 #include "app/widgets/Focus.h"
 #include "app/widgets/TextLabel.h"
 #include "controller/KumaController.h"
@@ -34,7 +28,7 @@ bool canBeFocused(const QWidget* widget) {
     return widget->focusPolicy() != Qt::NoFocus;
 }
 
-/// Also where it is hidden or gray now.
+/// The last widget that can ever have the focus, even if it is hidden or disabled now.
 QWidget* lastToFocus(const QWidget* card) {
     QWidget* last = nullptr;
     for (QWidget* widget : card->findChildren<QWidget*>()) {
@@ -45,7 +39,7 @@ QWidget* lastToFocus(const QWidget* card) {
     return last;
 }
 
-/// Screen readers tell of what comes into view, not of what changes there.
+/// Screen readers announce what comes into view, but not what changes there.
 void tellAgain(QWidget* notification) {
     for (const QAccessible::Event type : {QAccessible::ObjectHide, QAccessible::ObjectShow}) {
         QAccessibleEvent event(notification, type);
@@ -99,7 +93,7 @@ void MainView::showEvent(QShowEvent* event) {
     View::showEvent(event);
     m_trigger.setActive(true);
     if (!event->spontaneous() && !m_context.controller.state().hasSeenGuide && m_guide.isNull()) {
-        // The window that it covers must be there first.
+        // The guide covers the window, which must be there first.
         QMetaObject::invokeMethod(this, &MainView::showGuide, Qt::QueuedConnection);
     }
 }
@@ -136,9 +130,7 @@ void MainView::renderHeader() {
 }
 
 void MainView::renderCard() {
-    const KumaController& controller = m_context.controller;
-    const StateCard kind = stateCardFor(controller.state().setupBusy, controller.state().dockerState,
-                                        controller.state().pulling, controller.state().busy, controller.state().kuma);
+    const StateCard kind = stateCardFor(m_context.controller.state());
     if (kind != m_kind) {
         replaceCard(kind);
     } else {
@@ -146,7 +138,7 @@ void MainView::renderCard() {
     }
 }
 
-/// In one go, so that nothing half made is ever seen.
+/// The new card is complete before it is shown.
 void MainView::replaceCard(StateCard kind) {
     View* const old = m_card;
     m_kind = kind;
@@ -155,7 +147,7 @@ void MainView::replaceCard(StateCard kind) {
     m_column->insertWidget(0, m_card);
     if (old != nullptr) {
         setShown(old, false);
-        // Deleted later: a button of it may be what brought us here.
+        // Deleted later, because one of its buttons may have been pressed to get here.
         old->deleteLater();
     }
     m_card->show();
@@ -164,7 +156,7 @@ void MainView::replaceCard(StateCard kind) {
     m_column->activate();
 }
 
-/// For Tab and for screen readers what was made last comes last, wherever it stands.
+/// Tab and screen readers follow the order in which widgets were made, not where they stand.
 void MainView::putErrorLast() {
     if (m_errorCard == nullptr) {
         return;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/RenderTrigger.h"
-#include "app/views/StateCard.h"
+#include "app/views/StateCards.h"
 #include "app/views/View.h"
 #include "controller/ControllerState.h"
 
@@ -17,8 +17,8 @@ class ErrorCard;
 class GuideView;
 class TextLabel;
 
-/// The content of the main window: the health in one line, and below it the one card for the state of things, with an
-/// error card under it while there is an error.
+/// The content of the main window: the health in one line, below it the card for the current state, and below that the
+/// error card while there is an error.
 class MainView final : public View {
     Q_OBJECT
 
@@ -52,9 +52,9 @@ private:
     View* m_card = nullptr;
     /// Made with the first error.
     ErrorCard* m_errorCard = nullptr;
-    /// The one that is shown.
+    /// The error that is shown.
     std::optional<OpError> m_error;
-    /// Only until it is done.
+    /// Only until the guide is done.
     QPointer<GuideView> m_guide;
     RenderTrigger m_trigger;
 };

@@ -1,7 +1,6 @@
 #include "app/views/MonitorDelegate.h"
 
 #include "app/views/MonitorModel.h"
-#include "app/views/MonitorStatus.h"
 #include "app/widgets/TextStyle.h"
 
 #include <QFontDatabase>
@@ -19,7 +18,7 @@ namespace {
 constexpr int dotDiameter = 10;
 constexpr int rowPadding = 4;
 constexpr int pingWidth = 80;
-/// More than any window shows; measuring all of a text of any length would take its time.
+/// More characters than any window shows. Measuring longer texts would take time.
 constexpr qsizetype longestShown = 400;
 constexpr float dividerOpacity = 0.15F;
 constexpr float selectionOpacity = 0.16F;
@@ -29,7 +28,7 @@ bool fits(const QString& text, const QFont& font, int width) {
     return text.size() <= longestShown && QFontMetrics(font).horizontalAdvance(text.simplified()) <= width;
 }
 
-/// In one line, and cut to the width.
+/// The text in one line, cut to the width.
 QString fitted(const QString& text, const QFont& font, int width) {
     return QFontMetrics(font).elidedText(text.left(longestShown).simplified(), Qt::ElideRight, width);
 }
@@ -47,7 +46,7 @@ void paintSelection(QPainter* painter, const QStyleOptionViewItem& option) {
     painter->drawRoundedRect(QRectF(option.rect).adjusted(0.5, 0.5, -0.5, -1.5), selectionRadius, selectionRadius);
 }
 
-/// At that end of the line, whatever language the text is in.
+/// Aligns a text to that end of the line, whatever language it is in.
 int alignedTo(Qt::Alignment end, Qt::LayoutDirection direction) {
     const Qt::Alignment visual = QStyle::visualAlignment(direction, end) | Qt::AlignAbsolute | Qt::AlignVCenter;
     return static_cast<int>(visual) | static_cast<int>(Qt::TextSingleLine);
@@ -72,11 +71,12 @@ int MonitorDelegate::rowHeight() const {
 }
 
 QSize MonitorDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const {
-    // The list is as wide as its surroundings.
+    // The list takes the width that it gets.
     return {0, rowHeight()};
 }
 
-MonitorDelegate::Places MonitorDelegate::placesIn(const QStyleOptionViewItem& option, const MonitorRow& monitor) const {
+MonitorDelegate::Columns MonitorDelegate::columnsIn(const QStyleOptionViewItem& option,
+                                                    const MonitorRow& monitor) const {
     const QRect row = option.rect.adjusted(spacing::lines, 0, -spacing::lines, -1);
     const QRect dot(row.left(), row.top() + (row.height() - dotDiameter) / 2, dotDiameter, dotDiameter);
     const int pingColumn = std::max(pingWidth, QFontMetrics(m_pingFont).horizontalAdvance(pingText(monitor)));
@@ -97,7 +97,7 @@ bool MonitorDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, cons
         return QStyledItemDelegate::helpEvent(event, view, option, index);
     }
     const MonitorRow& monitor = static_cast<const MonitorModel*>(index.model())->monitor(index);
-    const int room = placesIn(option, monitor).names.width();
+    const int room = columnsIn(option, monitor).names.width();
     if (fits(monitor.name, m_nameFont, room) && fits(monitor.group, m_groupFont, room)) {
         QToolTip::hideText();
         return true;
@@ -124,7 +124,7 @@ void MonitorDelegate::paintNames(QPainter* painter, const QRect& area, const Mon
     }
 }
 
-/// A number stands before its unit everywhere.
+/// Everywhere, a number comes before its unit.
 void MonitorDelegate::paintPing(QPainter* painter, const QRect& area, const MonitorRow& monitor,
                                 const QStyleOptionViewItem& option) const {
     painter->setLayoutDirection(Qt::LeftToRight);
@@ -141,15 +141,15 @@ void MonitorDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     painter->setRenderHint(QPainter::Antialiasing);
     paintSelection(painter, option);
 
-    const Places places = placesIn(option, monitor);
+    const Columns columns = columnsIn(option, monitor);
     painter->setPen(Qt::NoPen);
     painter->setBrush(dotColor(status.meaning, palette));
-    painter->drawEllipse(QRectF(places.dot));
-    paintPing(painter, places.ping, monitor, option);
+    painter->drawEllipse(QRectF(columns.dot));
+    paintPing(painter, columns.ping, monitor, option);
     painter->setFont(m_nameFont);
     painter->setPen(secondaryTextColor(palette));
-    painter->drawText(places.word, alignedTo(Qt::AlignRight, option.direction), status.word);
-    paintNames(painter, places.names, monitor, option);
+    painter->drawText(columns.word, alignedTo(Qt::AlignRight, option.direction), status.word);
+    paintNames(painter, columns.names, monitor, option);
 
     QColor line = palette.color(QPalette::WindowText);
     line.setAlphaF(dividerOpacity);

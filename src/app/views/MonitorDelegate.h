@@ -14,26 +14,26 @@ class MonitorDelegate final : public QStyledItemDelegate {
 public:
     explicit MonitorDelegate(QObject* parent = nullptr);
 
-    /// All rows are equally high; with groups there is room for two lines.
+    /// All rows have the same height. With groups they have room for two lines.
     void setHasGroups(bool hasGroups) { m_hasGroups = hasGroups; }
     int rowHeight() const;
-    /// The desktop's font has changed.
+    /// Call it when the desktop's font has changed.
     void refreshFonts();
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
-    /// A tooltip only where the row does not show all of the names.
+    /// Shows a tooltip only where the row does not show the names whole.
     bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
                    const QModelIndex& index) override;
 
 private:
-    struct Places {
+    struct Columns {
         QRect dot;
         QRect names;
         QRect word;
         QRect ping;
     };
-    Places placesIn(const QStyleOptionViewItem& option, const MonitorRow& monitor) const;
+    Columns columnsIn(const QStyleOptionViewItem& option, const MonitorRow& monitor) const;
     void paintNames(QPainter* painter, const QRect& area, const MonitorRow& monitor,
                     const QStyleOptionViewItem& option) const;
     void paintPing(QPainter* painter, const QRect& area, const MonitorRow& monitor,

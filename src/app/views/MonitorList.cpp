@@ -22,7 +22,7 @@ QString timeOfDay(Clock::WallTime time) {
     static const QRegularExpression zone(u"[\\s,]*[\\(\\[]?\\bt+\\b[\\)\\]]?"_s);
     QString format = QLocale().timeFormat(QLocale::LongFormat);
     format.remove(zone);
-    // Some locales name the time of day more closely than QLocale can write it.
+    // Some locales name parts of the day more finely than QLocale can write them.
     format.replace(u'B', u"AP "_s);
     return QLocale().toString(local, format.trimmed());
 }
@@ -60,21 +60,21 @@ MonitorList::MonitorList(ViewContext context, QWidget* parent)
 }
 
 void MonitorList::render() {
-    const KumaController& controller = m_context.controller;
-    const QString given = controller.state().statusTitle.simplified();
+    const ControllerState& state = m_context.controller.state();
+    const QString given = state.statusTitle.simplified();
     const QString title = given.isEmpty() ? u"Monitors"_s : given;
     m_title->setOutsideText(title);
     if (m_rows->accessibleName() != title) {
         m_rows->setAccessibleName(title);
     }
 
-    const std::optional<Clock::WallTime> updated = controller.state().lastStatusUpdate;
+    const std::optional<Clock::WallTime> updated = state.lastStatusUpdate;
     if (updated) {
         m_updated->setContent(u"Updated %1"_s.arg(timeOfDay(*updated)));
     }
     m_updated->setVisible(updated.has_value());
 
-    m_rows->setMonitors(controller.state().monitors);
+    m_rows->setMonitors(state.monitors);
     setShown(m_rows, !m_rows->isEmpty());
     m_emptyText->setVisible(m_rows->isEmpty());
 }

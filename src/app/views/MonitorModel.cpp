@@ -1,7 +1,6 @@
 #include "app/views/MonitorModel.h"
 
-#include "app/views/MonitorStatus.h"
-#include "app/widgets/ToolTip.h"
+#include "app/widgets/PlainText.h"
 #include "platform/ShortText.h"
 
 #include <algorithm>
@@ -12,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// Half of what a tooltip shows, so that the group has room below the longest name.
+/// Half as long as a tooltip, so that the group fits below the longest name.
 constexpr qsizetype longestName = 500;
 
 QString namesOf(const MonitorRow& monitor) {
@@ -28,6 +27,21 @@ bool haveSameIds(const QList<MonitorRow>& one, const QList<MonitorRow>& other) {
 }
 
 } // namespace
+
+MonitorStatus monitorStatus(std::optional<std::int64_t> code) {
+    switch (code.value_or(-1)) {
+    case 0:
+        return {u"Down"_s, Meaning::bad};
+    case 1:
+        return {u"Up"_s, Meaning::good};
+    case 2:
+        return {u"Pending"_s, Meaning::pending};
+    case 3:
+        return {u"Maintenance"_s, Meaning::maintenance};
+    default:
+        return {u"No data"_s, Meaning::inactive};
+    }
+}
 
 QString pingText(const MonitorRow& monitor) {
     return monitor.ping ? u"%1 ms"_s.arg(*monitor.ping) : u"–"_s;
@@ -76,7 +90,7 @@ void MonitorModel::setMonitors(const QList<MonitorRow>& monitors) {
     endResetModel();
 }
 
-/// In one piece, from the first row that differs to the last: views repaint what of it is seen.
+/// One signal for all rows from the first that differs to the last: views repaint only those that are visible.
 void MonitorModel::tellChanges(const QList<MonitorRow>& old) {
     const auto first = std::mismatch(m_monitors.begin(), m_monitors.end(), old.begin()).first;
     if (first == m_monitors.end()) {

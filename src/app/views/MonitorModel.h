@@ -1,19 +1,22 @@
 #pragma once
 
+#include "app/widgets/StateColors.h"
 #include "statuspage/MonitorRow.h"
 
 #include <QAbstractListModel>
 
+#include <optional>
+
 namespace orvanel {
 
-/// The monitors of the status page as a list that says exactly what changes.
+/// The monitors of the status page as a list that tells exactly what has changed.
 class MonitorModel final : public QAbstractListModel {
     Q_OBJECT
 
 public:
     using QAbstractListModel::QAbstractListModel;
 
-    /// The text of DisplayRole is the name; AccessibleTextRole says the whole row in words.
+    /// DisplayRole has the name, AccessibleTextRole the whole row in words.
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
 
@@ -22,8 +25,8 @@ public:
     auto begin() const { return m_monitors.begin(); }
     auto end() const { return m_monitors.end(); }
 
-    /// The same monitors in the same order only change; others replace the whole list (modelReset). What is the same as
-    /// before is not mentioned at all.
+    /// The same monitors in the same order give dataChanged, others replace the whole list (modelReset). The same list
+    /// again gives no signal.
     void setMonitors(const QList<MonitorRow>& monitors);
     /// The row of the monitor with that id, or -1.
     int rowOf(std::int64_t id) const;
@@ -33,6 +36,15 @@ private:
 
     QList<MonitorRow> m_monitors;
 };
+
+/// How a monitor's latest status code is shown.
+struct MonitorStatus {
+    QString word;
+    Meaning meaning;
+};
+
+/// Without a code, and with codes other than 0 to 3, it says that there is no data.
+MonitorStatus monitorStatus(std::optional<std::int64_t> code);
 
 /// "123 ms", or a dash when the monitor has no response time.
 QString pingText(const MonitorRow& monitor);

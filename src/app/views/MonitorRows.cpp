@@ -21,12 +21,12 @@ MonitorRows::MonitorRows(QWidget* parent)
     setFrameShape(QFrame::NoFrame);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    // As high as its rows; else what it stands in would take all the height that is left.
+    // Otherwise the list would take all the height that is left.
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setUniformItemSizes(true);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
-    // Tab leaves the list; arrows walk in it.
+    // Tab leaves the list; the arrow keys move in it.
     setTabKeyNavigation(false);
     viewport()->setAutoFillBackground(false);
     setItemDelegate(m_delegate);
@@ -70,7 +70,7 @@ void MonitorRows::keepInPlace(const SeenRows& seen) {
         const int hidden = (row - i) * m_delegate->rowHeight() + seen.hiddenPart;
         const int wanted = mapTo(area->widget(), QPoint(0, hidden)).y();
         QScrollBar* const bar = area->verticalScrollBar();
-        // The layout learns only later that there are more rows.
+        // The layout takes note of more rows only later.
         bar->setMaximum(std::max(bar->maximum(), wanted));
         bar->setValue(wanted);
         return;
@@ -113,7 +113,7 @@ void MonitorRows::changeEvent(QEvent* event) {
     }
 }
 
-/// Of the list itself all is always in view; a page is what the window shows of it.
+/// The list itself is always in view as a whole, so a page is the part that the window shows.
 QModelIndex MonitorRows::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) {
     const QScrollArea* const area = surroundingArea(this);
     const bool isPage = action == MovePageDown || action == MovePageUp;
@@ -130,7 +130,7 @@ void MonitorRows::wheelEvent(QWheelEvent* event) {
     event->ignore();
 }
 
-/// What the keys go to comes into view. What the mouse goes to is in view, and must not move under it.
+/// A row chosen with the keys comes into view. A row chosen with the mouse is in view, and must not move under it.
 void MonitorRows::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
     QListView::currentChanged(current, previous);
     QScrollArea* const area = surroundingArea(this);

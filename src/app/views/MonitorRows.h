@@ -10,15 +10,15 @@ struct MonitorRow;
 class MonitorDelegate;
 class MonitorModel;
 
-/// The rows of the monitor list, as high as all of them together: what scrolls is the window's one column, and of
-/// thousands of rows only those in view are ever painted.
+/// The rows of the monitor list. It is as high as all rows together, because the window's one column scrolls, not the
+/// list. Of thousands of rows only those in view are painted.
 class MonitorRows final : public QListView {
     Q_OBJECT
 
 public:
     explicit MonitorRows(QWidget* parent = nullptr);
 
-    /// Selection and focus stay with their monitors, and so does what is read at the upper edge of the window.
+    /// Selection and focus stay with their monitors, and the rows in view stay where they are.
     void setMonitors(const QList<MonitorRow>& monitors);
     bool isEmpty() const;
 
@@ -29,7 +29,7 @@ protected:
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
 
 private:
-    /// The rows in view while the first of all is not, and how much of the upper one is hidden.
+    /// The rows in view, if the list is scrolled, and how much of the upper one is hidden.
     struct SeenRows {
         QList<std::int64_t> ids;
         int hiddenPart = 0;

@@ -1,11 +1,12 @@
 #include "app/views/SettingsView.h"
 
-#include "app/views/settings/AboutSection.h"
-#include "app/views/settings/DangerSection.h"
 #include "app/views/settings/DockerToolSection.h"
 #include "app/views/settings/GeneralSection.h"
 #include "app/views/settings/ServerSection.h"
 #include "app/views/settings/UpdatesSection.h"
+#include "app/widgets/ButtonRow.h"
+#include "app/widgets/Buttons.h"
+#include "controller/KumaController.h"
 
 #include <QEvent>
 #include <QScrollArea>
@@ -14,6 +15,29 @@
 using namespace Qt::StringLiterals;
 
 namespace orvanel {
+namespace {
+
+class DangerSection final : public SettingsSection {
+public:
+    explicit DangerSection(ViewContext context)
+        : SettingsSection(u"Danger zone"_s) {
+        addDestructiveButton(addButtonRow(), u"Remove everything…"_s,
+                             [context] { context.controller.removeEverything(); });
+    }
+    void render() override {}
+};
+
+class AboutSection final : public SettingsSection {
+public:
+    AboutSection()
+        : SettingsSection(u"About"_s) {
+        addCaption(u"Orvanel controls Uptime Kuma running in Docker on this Mac."_s);
+        addCaption(u"Uptime Kuma is made by the Uptime Kuma project and published under the MIT License."_s);
+    }
+    void render() override {}
+};
+
+} // namespace
 
 SettingsView::SettingsView(ViewContext context, Dialogs& dialogs, QWidget* parent)
     : View(parent)
@@ -60,7 +84,7 @@ void SettingsView::hideEvent(QHideEvent* event) {
     m_trigger.setActive(false);
 }
 
-/// The login item may have been changed in the desktop's own settings meanwhile.
+/// The desktop's own settings may have changed the login item meanwhile.
 bool SettingsView::event(QEvent* event) {
     if (event->type() == QEvent::WindowActivate) {
         render();

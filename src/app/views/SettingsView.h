@@ -15,7 +15,7 @@ class SettingsView final : public View {
     Q_OBJECT
 
 public:
-    /// The dialogs outlive the view, and the questions that it has asked.
+    /// The dialogs must outlive the view and the questions that it has asked.
     SettingsView(ViewContext context, Dialogs& dialogs, QWidget* parent = nullptr);
 
     void render() override;

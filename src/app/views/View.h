@@ -12,12 +12,12 @@ class Clock;
 class Desktop;
 class KumaController;
 
-/// What every view is given: the state that it draws and the operations that it calls. All of it outlives the views.
+/// What every view is given: the state that it draws and the operations that it calls. All of it must outlive the view.
 struct ViewContext {
     KumaController& controller;
     Desktop& desktop;
     Clock& clock;
-    /// Opens the window of that id (see windowId), or brings the open one to the front, and activates the program.
+    /// Opens the window of that id (see windowId) or brings the open one to the front, and activates the program.
     std::function<void(const QString& id)> openWindow;
 };
 
@@ -28,7 +28,7 @@ class View : public QWidget {
 public:
     using QWidget::QWidget;
 
-    /// Brings what is shown up to the controller's state, changing only what differs.
+    /// Shows the controller's current state, changing only what differs.
     virtual void render() = 0;
 
     /// The button that Return presses, or nullptr.

@@ -10,7 +10,7 @@
 namespace orvanel {
 namespace {
 
-/// Below what the layout of a button usually goes.
+/// Smaller than layouts usually make a button: the size of its text.
 QSize leastSize(QLayoutItem* item) {
     QWidget* const widget = item->widget();
     return widget != nullptr ? widget->minimumSizeHint() : item->minimumSize();
@@ -43,10 +43,10 @@ QLayoutItem* ButtonRow::takeAt(int index) {
 }
 
 int ButtonRow::heightForWidth(int width) const {
-    return arrange(QRect(0, 0, width, 0), false);
+    return arrange(QRect(0, 0, width, 0), [](QLayoutItem*, const QRect&) {});
 }
 
-/// All in one row.
+/// The size of all items in one row.
 QSize ButtonRow::sizeHint() const {
     QSize size;
     for (const QLayoutItem* item : m_items) {
@@ -59,7 +59,7 @@ QSize ButtonRow::sizeHint() const {
     return size;
 }
 
-/// As wide as the widest.
+/// The width of the widest item.
 QSize ButtonRow::minimumSize() const {
     QSize size;
     for (QLayoutItem* item : m_items) {
@@ -72,10 +72,10 @@ QSize ButtonRow::minimumSize() const {
 
 void ButtonRow::setGeometry(const QRect& area) {
     QLayout::setGeometry(area);
-    arrange(area, true);
+    arrange(area, [](QLayoutItem* item, const QRect& place) { item->setGeometry(place); });
 }
 
-/// Whether all stand in one row if none is wider than it must be.
+/// Whether all fit into one row only if none is wider than it must be.
 bool ButtonRow::isTight(int width) const {
     int usual = -spacing();
     int least = -spacing();
@@ -88,7 +88,7 @@ bool ButtonRow::isTight(int width) const {
     return usual > width && least <= width;
 }
 
-int ButtonRow::arrange(const QRect& area, bool move) const {
+int ButtonRow::arrange(const QRect& area, const std::function<void(QLayoutItem*, const QRect&)>& place) const {
     const Qt::LayoutDirection direction =
         parentWidget() != nullptr ? parentWidget()->layoutDirection() : Qt::LeftToRight;
     const bool tight = isTight(area.width());
@@ -104,9 +104,7 @@ int ButtonRow::arrange(const QRect& area, bool move) const {
             corner = QPoint(area.left(), corner.y() + rowHeight + spacing());
             rowHeight = 0;
         }
-        if (move) {
-            item->setGeometry(QStyle::visualRect(direction, area, QRect(corner, size)));
-        }
+        place(item, QStyle::visualRect(direction, area, QRect(corner, size)));
         corner.rx() += size.width() + spacing();
         rowHeight = std::max(rowHeight, size.height());
     }

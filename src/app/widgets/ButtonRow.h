@@ -2,10 +2,12 @@
 
 #include <QLayout>
 
+#include <functional>
+
 namespace orvanel {
 
-/// Buttons that belong together, side by side, closer where room is scarce; what does not fit goes on in the next row,
-/// so that large fonts and narrow windows cut nothing off.
+/// Puts buttons side by side, closer where room is scarce. Those that do not fit go into the next row, so large fonts
+/// and narrow windows cut nothing off.
 class ButtonRow final : public QLayout {
     Q_OBJECT
 
@@ -27,8 +29,8 @@ public:
 
 private:
     bool isTight(int width) const;
-    /// Places the items when `move` is set; the height that they take.
-    int arrange(const QRect& area, bool move) const;
+    /// Calls `place` with the place of each item, and returns the height that they take.
+    int arrange(const QRect& area, const std::function<void(QLayoutItem*, const QRect&)>& place) const;
 
     QList<QLayoutItem*> m_items;
 };

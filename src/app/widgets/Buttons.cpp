@@ -1,12 +1,11 @@
 #include "app/widgets/Buttons.h"
 
 #include "app/widgets/MenuButton.h"
+#include "app/widgets/PlainText.h"
 #include "app/widgets/PushButton.h"
 
 #include <QLayout>
 #include <QMenu>
-
-using namespace Qt::StringLiterals;
 
 namespace orvanel {
 namespace {
@@ -19,11 +18,6 @@ QPushButton* add(QLayout* layout, const QString& text, PushButton::Kind kind, st
 }
 
 } // namespace
-
-QString plainButtonText(const QString& text) {
-    QString plain = text;
-    return plain.replace(u'&', u"&&"_s);
-}
 
 void setButtonText(QAbstractButton* button, const QString& text) {
     const QString plain = plainButtonText(text);

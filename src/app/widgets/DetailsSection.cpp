@@ -23,13 +23,13 @@ DetailsSection::DetailsSection(QWidget* parent)
     m_button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_button->setAutoRaise(true);
     m_button->setFocusPolicy(Qt::StrongFocus);
-    connect(m_button, &QToolButton::clicked, this, [this] { setOpen(!m_isOpen); });
+    connect(m_button, &QToolButton::clicked, this, [this] { m_isOpen ? collapse() : expand(); });
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins({});
     column->setSpacing(spacing::related);
     column->addWidget(m_button, 0, Qt::AlignLeading);
-    setOpen(false);
+    collapse();
 }
 
 void DetailsSection::setDetails(const QString& text) {
@@ -43,26 +43,35 @@ void DetailsSection::setDetails(const QString& text) {
     }
 }
 
-void DetailsSection::setOpen(bool open) {
-    m_isOpen = open;
-    m_button->setArrowType(open ? Qt::DownArrow : Qt::RightArrow);
-    m_button->setAccessibleDescription(open ? u"Expanded"_s : u"Collapsed"_s);
-    if (open && m_box == nullptr) {
+void DetailsSection::expand() {
+    m_isOpen = true;
+    m_button->setArrowType(Qt::DownArrow);
+    m_button->setAccessibleDescription(u"Expanded"_s);
+    if (m_box == nullptr) {
         m_box = new TextBox(u"Details"_s);
         m_box->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
         layout()->addWidget(m_box);
-        // Also where the window has got other things since.
+        // Without this the box would come after whatever the window has got since.
         setTabOrder(m_button, m_box);
     }
+    m_box->setContent(m_details);
+    m_box->show();
+    layout()->activate();
+    fitBox();
+}
+
+void DetailsSection::collapse() {
+    m_isOpen = false;
+    m_button->setArrowType(Qt::RightArrow);
+    m_button->setAccessibleDescription(u"Collapsed"_s);
     if (m_box != nullptr) {
-        m_box->setContent(open ? m_details : QString());
-        setShown(m_box, open);
+        hideSafely(m_box);
+        m_box->setContent({});
         layout()->activate();
-        fitBox();
     }
 }
 
-/// How lines wrap depends on the width.
+/// The height depends on the width, which decides how lines wrap.
 void DetailsSection::fitBox() {
     if (m_isOpen) {
         m_box->fitHeight(highest);

@@ -15,20 +15,20 @@ class DetailsSection final : public QWidget {
 public:
     explicit DetailsSection(QWidget* parent = nullptr);
 
-    /// An open section stays open, with the new text in the place of the old.
+    /// An open section stays open and shows the new text.
     void setDetails(const QString& text);
-    void collapse() { setOpen(false); }
+    void collapse();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void setOpen(bool open);
+    void expand();
     void fitBox();
 
     QToolButton* m_button;
     bool m_isOpen = false;
-    /// Made when the section is opened.
+    /// Made when the section is first opened.
     TextBox* m_box = nullptr;
     QString m_details;
 };

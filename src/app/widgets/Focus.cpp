@@ -34,11 +34,17 @@ void giveUpFocus(const QWidget* leaving) {
     }
 }
 
+void hideSafely(QWidget* widget) {
+    giveUpFocus(widget);
+    widget->hide();
+}
+
 void setShown(QWidget* widget, bool shown) {
-    if (!shown) {
-        giveUpFocus(widget);
+    if (shown) {
+        widget->show();
+    } else {
+        hideSafely(widget);
     }
-    widget->setVisible(shown);
 }
 
 void setUsable(QWidget* widget, bool usable) {

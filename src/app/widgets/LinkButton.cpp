@@ -1,16 +1,16 @@
 #include "app/widgets/LinkButton.h"
 
-#include "app/widgets/Buttons.h"
+#include "app/widgets/Accessibility.h"
+#include "app/widgets/PlainText.h"
 #include "app/widgets/PushButton.h"
 #include "app/widgets/StateColors.h"
 
-#include <QAccessibleWidget>
 #include <QPainter>
 
 namespace orvanel {
 namespace {
 
-/// Around the text, where the focus is shown.
+/// Around the text, for the ring that shows the focus.
 constexpr int room = 16;
 
 class AccessibleLink final : public QAccessibleWidget {
@@ -32,29 +32,16 @@ private:
     LinkButton* const m_button;
 };
 
-QAccessibleInterface* makeInterface(const QString&, QObject* object) {
-    auto* button = qobject_cast<LinkButton*>(object);
-    return button != nullptr ? new AccessibleLink(button) : nullptr;
-}
-
-void installInterface() {
-    static const bool isInstalled = [] {
-        QAccessible::installFactory(&makeInterface);
-        return true;
-    }();
-    Q_UNUSED(isInstalled)
-}
-
 } // namespace
 
 LinkButton::LinkButton(const QString& text, QWidget* parent)
     : QPushButton(plainButtonText(text), parent) {
-    installInterface();
+    describeBy<LinkButton, AccessibleLink>();
     setCursor(Qt::PointingHandCursor);
 }
 
 QSize LinkButton::sizeHint() const {
-    // As high as the buttons beside it.
+    // The link is as high as the buttons beside it.
     const int height = QPushButton::sizeHint().height() + PushButton::room.height();
     return {fontMetrics().horizontalAdvance(text()) + room, height};
 }

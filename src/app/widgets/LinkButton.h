@@ -4,7 +4,7 @@
 
 namespace orvanel {
 
-/// A link: it looks like one, is one to a screen reader, and is pressed like a button.
+/// A button that looks like a link, and is one to a screen reader.
 class LinkButton final : public QPushButton {
     Q_OBJECT
 

@@ -1,6 +1,7 @@
 #include "app/widgets/MenuButton.h"
 
-#include <QAccessibleWidget>
+#include "app/widgets/Accessibility.h"
+
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
@@ -12,7 +13,7 @@ namespace {
 
 constexpr int narrowArrowRoom = 16;
 
-/// To a screen reader it is what Qt's own one is.
+/// The same to a screen reader as a QPushButton with a menu.
 class MenuButtonFace final : public QAccessibleWidget {
 public:
     explicit MenuButtonFace(MenuButton* button)
@@ -43,11 +44,6 @@ private:
     MenuButton* const m_button;
 };
 
-QAccessibleInterface* makeFace(const QString&, QObject* object) {
-    auto* button = qobject_cast<MenuButton*>(object);
-    return button != nullptr ? new MenuButtonFace(button) : nullptr;
-}
-
 bool isHeldKey(const QEvent& event) {
     return event.type() == QEvent::KeyPress && static_cast<const QKeyEvent&>(event).isAutoRepeat();
 }
@@ -61,11 +57,7 @@ bool choosesEntry(const QKeyEvent& event) {
 MenuButton::MenuButton(const QString& text, QWidget* parent)
     : PushButton(text, Kind::plain, parent)
     , m_menu(new QMenu(this)) {
-    static const bool isInstalled = [] {
-        QAccessible::installFactory(&makeFace);
-        return true;
-    }();
-    Q_UNUSED(isInstalled)
+    describeBy<MenuButton, MenuButtonFace>();
     m_menu->installEventFilter(this);
     connect(this, &QPushButton::clicked, this, &MenuButton::openMenu);
     connect(m_menu, &QMenu::aboutToHide, this, [this] { setDown(false); });
@@ -95,7 +87,7 @@ void MenuButton::openMenu() {
     setDown(true);
 }
 
-/// Below the button; above it where the screen ends.
+/// The menu opens below the button, or above it where the screen ends.
 QPoint MenuButton::menuPlace() const {
     const QSize size = m_menu->sizeHint();
     const int x = isRightToLeft() ? width() - size.width() : 0;
@@ -105,18 +97,18 @@ QPoint MenuButton::menuPlace() const {
     return below.y() + size.height() > room.bottom() && above.y() >= room.top() ? above : below;
 }
 
-/// The card may go while the menu is open.
+/// The button may be hidden while its menu is open.
 void MenuButton::hideEvent(QHideEvent* event) {
     PushButton::hideEvent(event);
     m_menu->hide();
 }
 
 bool MenuButton::eventFilter(QObject* watched, QEvent* event) {
-    // The key that opened the menu chooses nothing in it while it is held down.
+    // The key that opened the menu must not choose an entry while it is held down.
     if (watched == m_menu && isHeldKey(*event) && choosesEntry(*static_cast<QKeyEvent*>(event))) {
         return true;
     }
-    // A click on the button closes the open menu; passed on, it would open it again.
+    // A click on the button closes the open menu. If it reached the button too, the menu would open again.
     if (watched == m_menu && event->type() == QEvent::MouseButtonPress &&
         rect().contains(mapFromGlobal(static_cast<QMouseEvent*>(event)->globalPosition().toPoint()))) {
         m_menu->setAttribute(Qt::WA_NoMouseReplay);

@@ -4,7 +4,7 @@
 
 namespace orvanel {
 
-/// A push button that opens a menu below it. Qt's own one runs an event loop of its own for as long as its menu is
+/// A push button that opens a menu below it. QPushButton::setMenu() would run a nested event loop while the menu is
 /// open.
 class MenuButton final : public PushButton {
     Q_OBJECT

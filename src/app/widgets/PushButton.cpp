@@ -30,7 +30,7 @@ QSize PushButton::minimumSizeHint() const {
     return {textWidth + narrowRoom, sizeHint().height()};
 }
 
-/// A key that is held down presses once: what it brought may have a button in the same place.
+/// A key that is held down presses only once, because a new view may have another button in the same place.
 void PushButton::keyPressEvent(QKeyEvent* event) {
     switch (event->key()) {
     case Qt::Key_Return:
@@ -61,7 +61,7 @@ void PushButton::applyColors() {
     const QPalette surroundings = parentWidget() != nullptr ? parentWidget()->palette() : QApplication::palette();
     if (m_kind == Kind::destructive) {
         const QColor text = textColor(Meaning::bad, surroundings);
-        // Setting the palette brings us here again.
+        // setPalette() calls this function again.
         if (palette().color(QPalette::Active, QPalette::ButtonText) != text) {
             QPalette own;
             own.setColor(QPalette::ButtonText, text);
@@ -71,9 +71,9 @@ void PushButton::applyColors() {
     }
     const QColor text = surroundings.color(QPalette::Active, QPalette::HighlightedText);
     const QColor highlight = surroundings.color(QPalette::Active, QPalette::Highlight);
-    // Styles draw a default button much lighter than it is told.
+    // Styles draw a default button much lighter than its colour.
     const QColor background = text.lightness() > highlight.lightness() ? highlight.darker(darkening) : highlight;
-    // Setting the palette brings us here again.
+    // setPalette() calls this function again.
     if (palette().color(QPalette::Active, QPalette::Button) == background &&
         palette().color(QPalette::Active, QPalette::ButtonText) == text) {
         return;

@@ -4,7 +4,7 @@
 
 namespace orvanel {
 
-/// A push button with room around its text; as the default one of its view it has the desktop's highlight colour.
+/// A push button with room around its text. The default button of a view has the desktop's highlight colour.
 class PushButton : public QPushButton {
     Q_OBJECT
 
@@ -15,13 +15,13 @@ public:
         destructive, ///< red, for what deletes
     };
 
-    /// By how much it is larger than the desktop's own.
+    /// How much larger it is than the desktop's own buttons.
     static constexpr QSize room{16, 4};
 
     PushButton(const QString& text, Kind kind, QWidget* parent = nullptr);
 
     QSize sizeHint() const override;
-    /// Where room is scarce: the text with just enough around it.
+    /// The size for where room is scarce: the text with just enough around it.
     QSize minimumSizeHint() const override;
 
 protected:

@@ -84,7 +84,7 @@ QColor secondaryTextColor(const QPalette& palette) {
 
 void usePlainPlaceholder(QWidget* widget) {
     const QColor color = secondaryTextColor(widget->palette());
-    // Setting the palette is such a change again.
+    // setPalette() changes the palette again.
     if (widget->palette().color(QPalette::PlaceholderText) != color) {
         QPalette own;
         own.setColor(QPalette::PlaceholderText, color);

@@ -9,8 +9,8 @@ class QWidget;
 
 namespace orvanel {
 
-/// What a coloured dot, symbol or text says. One colour for each meaning, in a version for light and one for dark
-/// surroundings; nothing is ever told by its colour alone.
+/// What a coloured dot, symbol or text says. Each meaning has one colour for light and one for dark surroundings.
+/// Colour is never the only sign: words say the same.
 enum class Meaning {
     inactive,    ///< gray
     good,        ///< green
@@ -26,20 +26,20 @@ QString spokenHealth(Health health);
 /// Whether the palette has light text on a darker window.
 bool isDark(const QPalette& palette);
 
-/// For dots and symbols: at least 3:1 against the window.
+/// The colour of dots and symbols: at least 3:1 against the window.
 QColor dotColor(Meaning meaning, const QPalette& palette);
-/// For text: at least 4.5:1 against the window and the cards.
+/// The colour of text: at least 4.5:1 against the window and the cards.
 QColor textColor(Meaning meaning, const QPalette& palette);
-/// For less important text: at least 4.5:1 as well.
+/// The colour of less important text: at least 4.5:1 as well.
 QColor secondaryTextColor(const QPalette& palette);
-/// Gives the widget's placeholder the colour of less important text; to be called again when its palette changes.
+/// Gives the widget's placeholder the colour of less important text. Call it again when the palette changes.
 void usePlainPlaceholder(QWidget* widget);
 
-/// For the track of a switch that is off: at least 3:1 against the window and against the white knob on it.
+/// The track of a switch that is off: at least 3:1 against the window and against the white knob on it.
 QColor switchOffColor(const QPalette& palette);
 
-/// For the status icon, whose panel may be light or dark without our knowledge: the dot, and the thin ring inside its
-/// edge. One of the two stands out on any panel.
+/// The dot of the status icon and the thin ring inside its edge. The panel may be light or dark, and one of the two
+/// stands out on either.
 QColor statusDotColor(Meaning meaning);
 QColor statusRingColor(Meaning meaning);
 

@@ -1,6 +1,6 @@
 #include "app/widgets/Switch.h"
 
-#include "app/widgets/Buttons.h"
+#include "app/widgets/PlainText.h"
 #include "app/widgets/StateColors.h"
 #include "app/widgets/TextStyle.h"
 
@@ -12,9 +12,9 @@ namespace orvanel {
 namespace {
 
 constexpr QSize track{36, 20};
-/// Between the knob and the edge of its track.
+/// Between the knob and the edge of the track.
 constexpr double gap = 3;
-/// Room for the ring that shows the focus.
+/// For the ring that shows the focus.
 constexpr int ring = 2;
 
 } // namespace

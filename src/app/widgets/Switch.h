@@ -4,7 +4,7 @@
 
 namespace orvanel {
 
-/// A check box drawn as a switch: its text, and the switch at the other end of the row. All of it can be clicked.
+/// A check box drawn as a switch at the other end of the row from its text. The whole row can be clicked.
 class Switch final : public QCheckBox {
     Q_OBJECT
 

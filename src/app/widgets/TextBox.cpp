@@ -1,7 +1,6 @@
 #include "app/widgets/TextBox.h"
 
 #include "app/PlainLog.h"
-#include "app/widgets/KeptText.h"
 #include "app/widgets/StateColors.h"
 #include "app/widgets/TextStyle.h"
 
@@ -20,16 +19,16 @@ namespace {
 
 constexpr double cornerRadius = 6;
 constexpr double usualShade = 0.08;
-/// On a dark window the same shade would hardly be seen.
+/// On a dark window the usual shade would hardly be visible.
 constexpr double darkFactor = 3.75;
 constexpr int margin = 8;
 
-/// What can be laid out while the user waits: of lines that are longer than any the pieces are shown, and of more lines
-/// than anybody reads the last.
+/// The limits of what is laid out while the user waits. Longer lines are shown in pieces, and of more lines only the
+/// last ones.
 constexpr qsizetype longestLine = 20000;
 constexpr qsizetype mostLines = 10000;
 
-/// The end of the last line is no empty line below it.
+/// The text without the line break at its end, which would show as an empty line.
 QStringView linesOf(const QString& text) {
     return QStringView(text).chopped(text.endsWith(u'\n') ? 1 : 0);
 }
@@ -65,7 +64,7 @@ void removeText(QTextDocument* document, qsizetype from, qsizetype to) {
     cursor.removeSelectedText();
 }
 
-/// Where a selection, or the bare cursor, begins and ends.
+/// Where a selection, or the cursor without one, begins and ends.
 struct Selection {
     int anchor = 0;
     int position = 0;
@@ -75,7 +74,7 @@ struct Selection {
         , position(cursor.position()) {}
     bool operator==(const Selection&) const = default;
 
-    /// Where it is when only the kept part of the text is left, at the front.
+    /// Moves it to where it is when only the kept part of the text is left, at the front.
     void moveWith(const KeptText& kept) {
         for (int* end : {&anchor, &position}) {
             *end = asPosition(std::clamp<qsizetype>(*end - kept.from, 0, kept.size));
@@ -83,7 +82,41 @@ struct Selection {
     }
 };
 
+constexpr int boxHeight = 180;
+
+/// How many characters of the next text are searched for in the old one. Shorter common parts are not worth finding.
+constexpr qsizetype keyLength = 120;
+/// A log that repeats itself has the beginning in many places; one of the first is good enough.
+constexpr int maximumTries = 20;
+
+qsizetype commonLength(QStringView one, QStringView other) {
+    const auto [end, ignored] = std::mismatch(one.begin(), one.end(), other.begin(), other.end());
+    const qsizetype length = end - one.begin();
+    const bool splitsCharacter = length > 0 && one[length - 1].isHighSurrogate();
+    return splitsCharacter ? length - 1 : length;
+}
+
 } // namespace
+
+KeptText keptText(QStringView old, QStringView next) {
+    KeptText best{.from = 0, .size = commonLength(old, next)};
+    if (best.size == old.size() || next.size() < keyLength) {
+        return best;
+    }
+    const QStringView key = next.first(keyLength);
+    qsizetype at = old.indexOf(key);
+    for (int tries = 0; at >= 0 && tries < maximumTries; ++tries) {
+        const qsizetype size = commonLength(old.sliced(at), next);
+        if (size > best.size) {
+            best = {.from = at, .size = size};
+        }
+        if (at + size == old.size()) {
+            break;
+        }
+        at = old.indexOf(key, at + 1);
+    }
+    return best;
+}
 
 TextBox::TextBox(const QString& name, QWidget* parent)
     : QPlainTextEdit(parent)
@@ -151,7 +184,7 @@ void TextBox::showText(const QString& text) {
     verticalScrollBar()->setValue(isTopKept ? top.block().firstLineNumber() + hiddenLines : 0);
 }
 
-/// Lines that come into view are wrapped only then, so that the end may move away.
+/// Lines are wrapped only when they come into view, which may move the end away.
 void TextBox::scrollToEnd() {
     QScrollBar* const bar = verticalScrollBar();
     do {
@@ -160,7 +193,7 @@ void TextBox::scrollToEnd() {
 }
 
 void TextBox::fitHeight(int maximum) {
-    // Lines with letters of other fonts are higher. A box only just as high as its lines would scroll, says Qt.
+    // Each line is measured, because letters of other fonts are higher. The last pixel keeps Qt from scrolling.
     double height = 2 * margin + document()->documentMargin() + 1;
     for (QTextBlock block = document()->firstBlock(); block.isValid() && height < maximum; block = block.next()) {
         height += blockBoundingRect(block).height();
@@ -175,7 +208,7 @@ void TextBox::setShade(double opacity) {
 
 void TextBox::resizeEvent(QResizeEvent* event) {
     QPlainTextEdit::resizeEvent(event);
-    // Narrower lines wrap into more of them.
+    // In a narrower box the lines wrap more often.
     if (m_isFollowing) {
         scrollToEnd();
     }
@@ -189,12 +222,12 @@ void TextBox::changeEvent(QEvent* event) {
 }
 
 bool TextBox::event(QEvent* event) {
-    // What is selected is copied here; without a selection others may have something to copy.
+    // The box copies a selection. Without one the key is for whoever else has something to copy.
     if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy)) {
         event->setAccepted(textCursor().hasSelection());
         return true;
     }
-    // The box itself, below its transparent viewport.
+    // This paints the box below its transparent viewport.
     if (event->type() == QEvent::Paint) {
         paintBox();
         return true;
@@ -202,7 +235,7 @@ bool TextBox::event(QEvent* event) {
     return QPlainTextEdit::event(event);
 }
 
-/// Qt would offer it formatted as well, and what is pasted into a letter would bring our font and colours with it.
+/// Plain text only: Qt would add formatted text, and pasting that into a letter would bring our font and colours.
 QMimeData* TextBox::createMimeDataFromSelection() const {
     auto* copied = new QMimeData;
     copied->setText(textCursor().selectedText().replace(QChar::ParagraphSeparator, u'\n'));
@@ -217,6 +250,19 @@ void TextBox::paintBox() {
     shade.setAlphaF(static_cast<float>(isDark(palette()) ? m_shade * darkFactor : m_shade));
     painter.setBrush(shade);
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
+}
+
+LogBox::LogBox(const QString& name, const QString& placeholder, QWidget* parent)
+    : TextBox(name, parent) {
+    setFixedHeight(boxHeight);
+    // Otherwise the card around the box would take all the height that is left.
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    setFollowing(true);
+    setPlaceholderText(placeholder);
+}
+
+void LogBox::setLog(const QString& text) {
+    setContent(text);
 }
 
 } // namespace orvanel

@@ -4,7 +4,19 @@
 
 namespace orvanel {
 
-/// Output of a tool: small monospaced, selectable, scrolling, and never anything but plain text (see plainLog()).
+/// The part of a text that is also the beginning of the text that follows it.
+struct KeptText {
+    qsizetype from = 0;
+    qsizetype size = 0;
+
+    bool operator==(const KeptText&) const = default;
+};
+
+/// The part of `old` that may stay when it becomes `next`. It is found where the text only grew, and also where lines
+/// went at its front, as in a log of which only the end is read. No character is cut in two.
+KeptText keptText(QStringView old, QStringView next);
+
+/// The output of a tool in small monospaced letters: selectable, scrolling, always plain text (see plainLog()).
 class TextBox : public QPlainTextEdit {
     Q_OBJECT
 
@@ -12,16 +24,16 @@ public:
     /// `name` is what a screen reader calls it.
     explicit TextBox(const QString& name, QWidget* parent = nullptr);
 
-    /// Changes what differs from the text shown and no more: what is selected stays selected, and the place in the
-    /// text stays where it is, also where lines went at the front while others came at the end. False when it is the
-    /// same. A line of more than 20,000 characters is shown in pieces, and of more than 10,000 lines only the last are.
+    /// Changes only what differs from the text shown: the selection and the scroll position stay, even where lines went
+    /// at the front while others came at the end. Returns false for the same text. Lines of more than 20,000 characters
+    /// are shown in pieces, and only the last 10,000 lines are shown.
     bool setContent(const QString& text);
     /// The text as plainLog() has made it.
     QString content() const { return m_plain; }
 
-    /// Whether the end comes into view with every change. At first it does not.
+    /// Whether every change brings the end into view; off at first.
     void setFollowing(bool following) { m_isFollowing = following; }
-    /// As high as the text, but no higher than this many pixels. Without it the layout decides.
+    /// Makes the box as high as its text, but at most this many pixels. Without this call the layout decides.
     void fitHeight(int maximum);
     /// How much darker than its surroundings the box is in a light palette, from 0 to 1.
     void setShade(double opacity);
@@ -42,6 +54,17 @@ private:
     QString m_shown;
     bool m_isFollowing = false;
     double m_shade;
+};
+
+/// The live output of a tool, in a box of fixed height that keeps the newest line in view.
+class LogBox final : public TextBox {
+    Q_OBJECT
+
+public:
+    /// `placeholder` is shown while there is no output.
+    LogBox(const QString& name, const QString& placeholder, QWidget* parent = nullptr);
+
+    void setLog(const QString& text);
 };
 
 } // namespace orvanel

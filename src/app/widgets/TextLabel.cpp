@@ -1,6 +1,6 @@
 #include "app/widgets/TextLabel.h"
 
-#include "app/widgets/ToolTip.h"
+#include "app/widgets/PlainText.h"
 #include "platform/ShortText.h"
 
 #include <QApplication>
@@ -10,9 +10,9 @@
 namespace orvanel {
 namespace {
 
-/// From here on a word may be broken anywhere.
+/// Longer words may break anywhere after this many characters.
 constexpr int longWord = 20;
-/// Some lines of text. Nobody reads more in a label.
+/// Some lines of text; a label has no room for more.
 constexpr qsizetype longest = 400;
 
 /// Surrogates, and marks that belong to the letter before them.
@@ -66,7 +66,7 @@ void TextLabel::setElided() {
     setWordWrap(false);
 }
 
-/// All lines begin at the same end, whatever language a text is in.
+/// All lines begin on the same side, whatever language a text is in.
 void TextLabel::alignWithLayout() {
     const Qt::Alignment beginning = QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft);
     setAlignment(beginning | Qt::AlignAbsolute | Qt::AlignVCenter);
@@ -96,7 +96,7 @@ QSize TextLabel::sizeHint() const {
     return m_isElided ? QSize(fontMetrics().horizontalAdvance(m_line), usual.height()) : usual;
 }
 
-/// A word of any length from outside must not make the window wider.
+/// A long word must not make the window wider.
 QSize TextLabel::minimumSizeHint() const {
     const QSize usual = QLabel::minimumSizeHint();
     return wordWrap() || m_isElided ? QSize(1, usual.height()) : usual;
@@ -128,7 +128,7 @@ void TextLabel::applyColor() {
     }
     const QPalette surroundings = parentWidget() != nullptr ? parentWidget()->palette() : QApplication::palette();
     const QColor color = m_meaning ? textColor(*m_meaning, surroundings) : secondaryTextColor(surroundings);
-    // Setting the palette brings us here again.
+    // setPalette() calls this function again.
     if (palette().color(QPalette::WindowText) != color) {
         QPalette own;
         own.setColor(QPalette::WindowText, color);

@@ -9,24 +9,24 @@
 
 namespace orvanel {
 
-/// A label in one of our text styles, always plain text, wrapped where it is too long. Follows the desktop's font and
-/// palette.
+/// A label in one of our text styles. It is always plain text, wraps where it is too long, and follows the desktop's
+/// font and palette.
 class TextLabel final : public QLabel {
     Q_OBJECT
 
 public:
     explicit TextLabel(TextStyle style, const QString& text = {}, QWidget* parent = nullptr);
 
-    /// The palette's own text colour is the default.
+    /// The default is the palette's text colour.
     void setSecondary();
     void setMeaning(Meaning meaning);
 
-    /// One line, cut to the room that there is.
+    /// Shows one line, cut where the room ends.
     void setElided();
 
     void setContent(const QString& text);
-    /// The same for a text from outside, of any length and with words of any length: neither makes the window wider or
-    /// much higher. A screen reader says all of it, and what is cut is in the tooltip.
+    /// For a text from outside: neither its length nor long words make the window wider or much higher. A screen reader
+    /// reads all of it, and the tooltip has a text that was cut.
     void setOutsideText(const QString& text);
 
     QSize sizeHint() const override;
@@ -42,7 +42,7 @@ private:
     void alignWithLayout();
 
     bool m_isElided = false;
-    /// Of a label that is elided: what it would show with more room.
+    /// What an elided label would show with more room.
     QString m_line;
     bool m_secondary = false;
     std::optional<Meaning> m_meaning;

@@ -38,7 +38,7 @@ constexpr char styleProperty[] = "textStyle";
 QFont fontOf(TextStyle style) {
     const QFont desktop = QApplication::font();
     QFont font = style == TextStyle::smallMonospaced ? QFontDatabase::systemFont(QFontDatabase::FixedFont) : desktop;
-    // A desktop may give its font in pixels; then it has no size in points.
+    // A font that the desktop gives in pixels has no size in points.
     if (desktop.pointSizeF() > 0) {
         font.setPointSizeF(desktop.pointSizeF() * scaleOf(style));
     } else {

@@ -6,7 +6,7 @@ class QWidget;
 
 namespace orvanel {
 
-/// Text styles, each relative to the font that the desktop gives its programs.
+/// Text styles, relative to the desktop's font.
 enum class TextStyle {
     body,
     headline, ///< bold
@@ -15,15 +15,15 @@ enum class TextStyle {
     callout,  ///< a little smaller
     caption,  ///< small
     smallMonospaced,
-    picture, ///< for a symbol that stands alone
+    picture, ///< for a symbol without text beside it
 };
 
 QFont fontOf(TextStyle style);
 
 void setTextStyle(QWidget* widget, TextStyle style);
 
-/// Gives all widgets below that have a text style its font again. Only windows are told when the desktop's font
-/// changes.
+/// Renews the fonts of all widgets in the window that have a text style. Call it when the desktop's font has changed,
+/// which only windows learn.
 void refreshTextStyles(const QWidget* window);
 
 /// Distances, in logical pixels.
@@ -36,7 +36,7 @@ inline constexpr int items = 16;
 inline constexpr int parts = 10;
 /// Between the lines of a list.
 inline constexpr int lines = 4;
-/// Between things that belong together: a symbol and its heading, the buttons of a row.
+/// Between a symbol and its heading, or the buttons of a row.
 inline constexpr int related = 8;
 } // namespace spacing
 

@@ -14,10 +14,10 @@ namespace orvanel {
 DockerToolSection::DockerToolSection(ViewContext context, Dialogs& dialogs, QWidget* parent)
     : SettingsSection(u"Docker command line tool"_s, parent)
     , m_context(context)
-    , m_override(new TextField(u"Path of the docker command line tool"_s)) {
+    , m_override(new TextField(u"Path to the docker command line tool"_s)) {
     m_inUse = addCaption();
     m_override->setPlaceholderText(u"Automatic"_s);
-    m_override->setAccessibleDescription(u"Empty: automatic"_s);
+    m_override->setAccessibleDescription(u"Leave it empty to find the tool automatically."_s);
     connect(m_override, &QLineEdit::textEdited, this,
             [context](const QString& path) { context.controller.setDockerOverride(path); });
 

@@ -7,7 +7,7 @@ namespace orvanel {
 
 class Dialogs;
 
-/// Which docker tool is in use, and the choice of another.
+/// Shows which docker tool is in use, and lets the user choose another.
 class DockerToolSection final : public SettingsSection {
     Q_OBJECT
 

@@ -16,7 +16,8 @@ GeneralSection::GeneralSection(ViewContext context, QWidget* parent)
     , m_context(context)
     , m_launchAtLogin(new Switch(u"Launch at login"_s))
     , m_stopOnQuit(new Switch(u"Stop the container when I quit"_s)) {
-    // Not by clicked(): a screen reader toggles a switch without a click. What render() shows is known already.
+    // Not clicked(), because a screen reader toggles a switch without a click. The conditions leave out what render()
+    // shows.
     connect(m_launchAtLogin, &Switch::toggled, this, [&controller = context.controller](bool launch) {
         if (launch != controller.launchAtLogin()) {
             controller.setLaunchAtLogin(launch);

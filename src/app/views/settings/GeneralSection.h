@@ -6,7 +6,7 @@ namespace orvanel {
 
 class Switch;
 
-/// How the program starts and ends, and where its data lies.
+/// How the program starts and quits, and where its data is.
 class GeneralSection final : public SettingsSection {
     Q_OBJECT
 

@@ -1,14 +1,39 @@
 #include "app/views/settings/ServerSection.h"
 
-#include "app/views/settings/PortText.h"
 #include "controller/KumaController.h"
 
 #include <QAction>
 #include <QLineEdit>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace orvanel {
+namespace {
+
+constexpr qsizetype mostDigits = 5;
+
+bool isDigits(const QString& text) {
+    return text.size() <= mostDigits &&
+           std::all_of(text.begin(), text.end(), [](QChar c) { return u'0' <= c && c <= u'9'; });
+}
+
+} // namespace
+
+std::optional<int> portFrom(const QString& typed) {
+    const QString digits = typed.trimmed();
+    if (digits.isEmpty() || !isDigits(digits)) {
+        return std::nullopt;
+    }
+    const int port = digits.toInt();
+    return lowestPort <= port && port <= highestPort ? std::optional(port) : std::nullopt;
+}
+
+bool mayBecomePort(const QString& typed) {
+    const QString digits = typed.trimmed();
+    return digits.size() < mostDigits && isDigits(digits);
+}
 
 ServerSection::ServerSection(ViewContext context, QWidget* parent)
     : SettingsSection(u"Uptime Kuma"_s, parent)
@@ -37,30 +62,34 @@ ServerSection::ServerSection(ViewContext context, QWidget* parent)
 
 void ServerSection::render() {
     const int port = m_context.controller.state().port;
-    // Half-typed digits stay, unless the port was changed elsewhere.
+    // A half-typed port stays, unless the setting was changed elsewhere.
     if (port != m_storedPort) {
         m_storedPort = port;
         m_agreedPort = port;
         showPort(port);
     }
-    // An operation may be starting the server on it: what was there before is past.
+    // An operation may be starting the server on this port, so there is no going back to the one before.
     if (m_context.controller.state().busy) {
         m_agreedPort = port;
     }
     showInField(m_slug, m_context.controller.state().slug);
 }
 
-/// As long as the text is a port it is the setting; otherwise the setting is what it was before.
+/// While the text is a valid port, it is the setting. Otherwise the setting is what it was before.
 void ServerSection::onPortEdited(const QString& text) {
     const std::optional<int> port = portFrom(text);
     storePort(port.value_or(m_agreedPort));
-    setPortHint(!port && !mayBecomePort(text));
+    if (port || mayBecomePort(text)) {
+        hidePortHint();
+    } else {
+        showPortHint();
+    }
 }
 
 void ServerSection::onPortEditingFinished() {
     const std::optional<int> port = portFrom(m_port->text());
     if (!port) {
-        setPortHint(true);
+        showPortHint();
         return;
     }
     m_agreedPort = *port;
@@ -81,17 +110,20 @@ void ServerSection::storePort(int port) {
 
 void ServerSection::showPort(int port) {
     showInField(m_port, QString::number(port));
-    setPortHint(false);
+    hidePortHint();
 }
 
-void ServerSection::setPortHint(bool isShown) {
+void ServerSection::showPortHint() {
     const QString hint =
-        isShown ? u"This is no port to use: type a number from %1 to %2. Until then the port stays %3."_s.arg(
-                      QString::number(lowestPort), QString::number(highestPort), QString::number(m_agreedPort))
-                : QString();
+        u"Enter a port from %1 to %2. Until then, %3 is kept."_s.arg(lowestPort).arg(highestPort).arg(m_agreedPort);
     m_portHint->setContent(hint);
-    m_portHint->setVisible(isShown);
+    m_portHint->show();
     m_port->setAccessibleDescription(hint);
+}
+
+void ServerSection::hidePortHint() {
+    m_portHint->hide();
+    m_port->setAccessibleDescription({});
 }
 
 } // namespace orvanel

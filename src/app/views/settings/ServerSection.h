@@ -4,7 +4,17 @@
 
 namespace orvanel {
 
-/// Where Uptime Kuma is reached, and which of its status pages is shown.
+/// The ports that a server without root rights can have. The settings take no other.
+inline constexpr int lowestPort = 1024;
+inline constexpr int highestPort = 65535;
+
+/// The port that the user typed in plain digits, or none. Blanks around it do not count.
+std::optional<int> portFrom(const QString& typed);
+
+/// Whether more digits could make a port of it.
+bool mayBecomePort(const QString& typed);
+
+/// The port of Uptime Kuma, and the status page whose monitors are shown.
 class ServerSection final : public SettingsSection {
     Q_OBJECT
 
@@ -19,13 +29,14 @@ private:
     void forgetTypedPort();
     void storePort(int port);
     void showPort(int port);
-    void setPortHint(bool isShown);
+    void showPortHint();
+    void hidePortHint();
 
     ViewContext m_context;
     QLineEdit* m_port;
     TextLabel* m_portHint;
     QLineEdit* m_slug;
-    /// The setting as this section knows it, and what it goes back to when what is typed turns out to be no port.
+    /// The setting as this section knows it, and the port that it goes back to when the user types no valid one.
     std::optional<int> m_storedPort;
     int m_agreedPort = 0;
 };

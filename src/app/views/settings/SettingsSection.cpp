@@ -1,6 +1,6 @@
 #include "app/views/settings/SettingsSection.h"
 
-#include "app/widgets/Divider.h"
+#include "app/widgets/Drawings.h"
 #include "app/widgets/TextField.h"
 
 #include <QHBoxLayout>
@@ -39,7 +39,7 @@ void showInField(QLineEdit* field, const QString& text) {
     if (field->text() != text) {
         field->setText(text);
         if (!field->hasFocus()) {
-            field->home(false);
+            field->setCursorPosition(0);
         }
     }
 }

@@ -14,15 +14,15 @@ public:
     using Card::Card;
 
 protected:
-    /// A text field in a row, with its name before it.
+    /// Adds a text field in a row, with its name before it.
     QLineEdit* addField(const QString& label);
-    /// A small explanation in the secondary colour.
+    /// Adds a small explanation in the secondary colour.
     TextLabel* addCaption(const QString& text = {});
-    /// Between settings of one group.
+    /// Adds a line between two settings.
     void addDivider();
 };
 
-/// Brings a field up to its setting. The same text is not set again, because that would move the cursor.
+/// Shows a setting in its field. The same text is not set again, because that would move the cursor.
 void showInField(QLineEdit* field, const QString& text);
 
 } // namespace orvanel

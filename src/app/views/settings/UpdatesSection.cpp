@@ -13,9 +13,9 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel {
 
-bool canUpdate(const std::optional<QString>& latestVersion, const QString& imageTag, const std::optional<QString>& busy,
-               DockerState dockerState) {
-    return latestVersion && *latestVersion != imageTag && !busy && dockerState == DockerState::ready;
+bool canUpdate(const ControllerState& state) {
+    return state.latestVersion && *state.latestVersion != state.imageTag && !state.busy &&
+           state.dockerState == DockerState::ready;
 }
 
 UpdatesSection::UpdatesSection(ViewContext context, QWidget* parent)
@@ -43,12 +43,11 @@ UpdatesSection::UpdatesSection(ViewContext context, QWidget* parent)
 }
 
 void UpdatesSection::render() {
-    const KumaController& controller = m_context.controller;
+    const ControllerState& state = m_context.controller.state();
     renderTexts();
-    setCheckEnabled(!controller.state().checkingUpdate);
-    setUsable(m_update, canUpdate(controller.state().latestVersion, controller.state().imageTag,
-                                  controller.state().busy, controller.state().dockerState));
-    setShown(m_releaseNotes, controller.state().releaseURL.has_value());
+    renderCheckButton();
+    setUsable(m_update, canUpdate(m_context.controller.state()));
+    setShown(m_releaseNotes, state.releaseURL.has_value());
 }
 
 void UpdatesSection::renderTexts() {
@@ -62,7 +61,7 @@ void UpdatesSection::renderTexts() {
     describeCheck();
 }
 
-/// How the last check ended, for those who hear where the focus is.
+/// Tells screen readers, whose focus is on the button, how the last check ended.
 void UpdatesSection::describeCheck() {
     const KumaController& controller = m_context.controller;
     QStringList outcome;
@@ -80,8 +79,9 @@ void UpdatesSection::describeCheck() {
     }
 }
 
-/// A button that is switched off loses the focus; it gets it back unless the user has gone on since.
-void UpdatesSection::setCheckEnabled(bool isEnabled) {
+/// A button that is disabled loses the focus. It gets it back afterwards unless the user has moved on meanwhile.
+void UpdatesSection::renderCheckButton() {
+    const bool isEnabled = !m_context.controller.state().checkingUpdate;
     if (isEnabled == m_check->isEnabled()) {
         return;
     }

@@ -8,10 +8,9 @@
 namespace orvanel {
 
 /// Whether "Update" can be pressed.
-bool canUpdate(const std::optional<QString>& latestVersion, const QString& imageTag, const std::optional<QString>& busy,
-               DockerState dockerState);
+bool canUpdate(const ControllerState& state);
 
-/// Which Uptime Kuma is pinned, which is the newest, and the way from one to the other.
+/// The pinned Uptime Kuma, the newest one, and the buttons that check for it and update to it.
 class UpdatesSection final : public SettingsSection {
     Q_OBJECT
 
@@ -23,7 +22,7 @@ public:
 private:
     void renderTexts();
     void describeCheck();
-    void setCheckEnabled(bool isEnabled);
+    void renderCheckButton();
 
     ViewContext m_context;
     TextLabel* m_pinned;
@@ -33,7 +32,7 @@ private:
     QPushButton* m_check;
     QPushButton* m_update;
     QWidget* m_releaseNotes;
-    /// Where the keys go while the check that they asked for runs.
+    /// What has the focus while the check that was started from the button runs.
     QWidget* m_focusMeanwhile = nullptr;
 };
 

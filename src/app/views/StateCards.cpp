@@ -1,0 +1,103 @@
+#include "app/views/StateCards.h"
+
+#include "app/Windows.h"
+#include "app/widgets/ButtonRow.h"
+#include "app/widgets/Buttons.h"
+#include "app/widgets/Focus.h"
+#include "app/widgets/Progress.h"
+#include "app/widgets/TextBox.h"
+#include "controller/KumaController.h"
+
+#include <QHBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace orvanel {
+
+StateCard stateCardFor(const ControllerState& state) {
+    if (state.setupBusy) {
+        return StateCard::setup;
+    }
+    if (state.dockerState == DockerState::missing) {
+        return StateCard::dockerMissing;
+    }
+    if (state.dockerState == DockerState::notRunning) {
+        return StateCard::dockerNotRunning;
+    }
+    if (state.pulling) {
+        return StateCard::pull;
+    }
+    if (state.busy) {
+        return StateCard::busy;
+    }
+    if (state.kuma == KumaState::stopped || state.dockerState == DockerState::unknown) {
+        return StateCard::start;
+    }
+    return StateCard::dashboard;
+}
+
+SetupCard::SetupCard(ViewContext context, QWidget* parent)
+    : Card(u"Runtime setup in progress"_s, parent)
+    , m_context(context)
+    , m_step(addText(TextStyle::title3))
+    , m_log(new LogBox(u"Output of the setup"_s, u"Waiting for output…"_s)) {
+    column()->addWidget(new BusyBar(u"Setup in progress"_s));
+    addButton(addButtonRow(), u"Cancel"_s, [context] { context.controller.cancelSetup(); });
+    column()->addWidget(m_log);
+}
+
+void SetupCard::render() {
+    m_step->setContent(m_context.controller.state().setupBusy.value_or(QString()));
+    m_log->setLog(m_context.controller.state().setupLog);
+}
+
+PullCard::PullCard(ViewContext context, QWidget* parent)
+    : Card(u"Downloading the Uptime Kuma image"_s, parent)
+    , m_context(context)
+    , m_log(new LogBox(u"Output of the download"_s, u"Waiting for Docker…"_s)) {
+    addText(TextStyle::title3, u"Downloading the Uptime Kuma image"_s);
+    addText(TextStyle::body, u"This is a few hundred MB and only happens the first time."_s);
+    column()->addWidget(new BusyBar(u"Download in progress"_s));
+    addButton(addButtonRow(), u"Cancel"_s, [context] { context.controller.cancelOperation(); });
+    column()->addWidget(m_log);
+}
+
+void PullCard::render() {
+    m_log->setLog(m_context.controller.state().pullLog);
+}
+
+BusyCard::BusyCard(ViewContext context, QWidget* parent)
+    : Card(u"Operation in progress"_s, parent)
+    , m_context(context)
+    , m_text(new TextLabel(TextStyle::body)) {
+    auto* row = new QHBoxLayout;
+    row->setSpacing(spacing::related);
+    row->addWidget(new Spinner);
+    row->addWidget(m_text, 1);
+    addButton(row, u"Cancel"_s, [context] { context.controller.cancelOperation(); });
+    column()->addLayout(row);
+}
+
+void BusyCard::render() {
+    m_text->setContent(m_context.controller.state().busy.value_or(QString()));
+}
+
+StartCard::StartCard(ViewContext context, QWidget* parent)
+    : Card(u"Uptime Kuma is stopped"_s, parent)
+    , m_context(context) {
+    addHeading(Symbol::Kind::playCircle, TextStyle::title3, u"Uptime Kuma is stopped"_s);
+    m_explanation = addText(TextStyle::body);
+    ButtonRow* const row = addButtonRow();
+    m_start = addDefaultButton(row, u"Start Uptime Kuma"_s, [context] { context.controller.start(); });
+    addButton(row, u"Settings"_s, [context] { context.openWindow(windowId::settings()); });
+}
+
+void StartCard::render() {
+    const ControllerState& state = m_context.controller.state();
+    m_explanation->setContent(
+        u"One click starts Uptime Kuma in Docker. It is only reachable from this Mac (127.0.0.1:%1)."_s.arg(
+            state.port));
+    setUsable(m_start, state.dockerState == DockerState::ready);
+}
+
+} // namespace orvanel
