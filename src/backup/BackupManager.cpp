@@ -36,8 +36,7 @@ bool isZip(const QString& path) {
     return name.size() > 4 && name.endsWith(u".zip", Qt::CaseInsensitive);
 }
 
-/// Whether there is a data folder, perhaps at the end of a link. One that cannot be looked at may well be there: throws
-/// what the platform says of it.
+/// Whether there is a data folder, perhaps at the end of a link. Throws the file error when that cannot be told.
 bool exists(const QString& dataDir) {
     struct stat status {};
     if (::stat(QFile::encodeName(dataDir).constData(), &status) == 0) {
@@ -65,7 +64,7 @@ BackupResult backUpToFolder(const QString& dataDir, const QString& destination) 
     return {destination, std::move(problem)};
 }
 
-/// The way of a zip backup through its steps.
+/// A zip backup on its way through its steps.
 struct ZipBackup {
     /// Beside the destination, for the archive, and where the copy of the data is made from which it is packed.
     std::shared_ptr<WorkFolder> work;
@@ -80,13 +79,13 @@ struct ZipBackup {
 void copyToPack(ZipBackup& zip, const QString& dataDir, std::shared_ptr<WorkFolder> staging) {
     zip.staging = std::move(staging);
     makeFolder(zip.staging->path(toPackName));
-    // The one folder in the archive is named like the data folder: a name that is none of ours.
+    // The single folder in the archive has the name of the data folder.
     const QString name = toPackName + u'/' + nameOf(placeOf(dataDir));
     zip.folder = zip.staging->path(name);
     zip.problem = copyData(dataDir, *zip.staging, name);
 }
 
-/// Goes the second way when the first fails. When both do, the first tells why.
+/// Tries the second way when the first fails. When both fail, throws the reason of the first.
 template <class First, class Second>
 void tryInTurn(const First& first, const Second& second) {
     try {
@@ -101,8 +100,9 @@ void tryInTurn(const First& first, const Second& second) {
     }
 }
 
-/// The disk that holds the data can hold a copy of whatever is in it, with permissions and dates, but a server is at
-/// work there: it is spared where the other one is as good and has room for the copy and the archive.
+/// The copy that is packed is made beside the destination where that disk supports links and has space for the copy and
+/// the archive: that spares the disk on which the server is working. Otherwise it is made beside the data, where links,
+/// permissions and dates are sure to be kept.
 void stageZip(ZipBackup& zip, const QString& dataDir) {
     const qint64 bytes = bytesUsedBy(dataDir);
     const auto besideDestination = [&] { copyToPack(zip, dataDir, zip.work); };
@@ -170,7 +170,7 @@ std::optional<BackupResult> backUpAutomatically(const QString& dataDir, const QS
         return std::nullopt;
     }
     if (isInside(backupsDir, dataDir)) {
-        throw AppError(u"The Backups folder must not lie inside the data folder."_s);
+        throw AppError(u"The Backups folder must not be inside the data folder."_s);
     }
     makeFolder(backupsDir);
     const QString destination = freeName(backupsDir + u'/' + label + u'-' + BackupManager::timestamp());

@@ -19,7 +19,7 @@ namespace {
 
 constexpr mode_t permissions = S_IRWXU | S_IRWXG | S_IRWXO;
 constexpr std::size_t blockSize = std::size_t{256} * 1024;
-/// Up to here one read and one write cost less than having the kernel do it.
+/// Up to this size, one read and one write are faster than a copy by the kernel.
 constexpr off_t smallFile = blockSize;
 
 class Copier {
@@ -36,7 +36,7 @@ public:
         if (means.clone && ::ioctl(m_target, FICLONE, m_source) == 0) {
             return;
         }
-        // Without it between these two file systems there is none for the next file either.
+        // These two file systems cannot share blocks, so the next file need not be tried.
         means.clone = false;
         constexpr blkcnt_t unit = 512;
         if (status.st_blocks * unit < status.st_size && copyExtents(status.st_size)) {
@@ -69,7 +69,7 @@ private:
     [[noreturn]] void failReading() const { throw fileError(m_copy.fromPath + "/" + m_copy.name, errno); }
     [[noreturn]] void failWriting() const { throw fileError(m_copy.toPath + "/" + m_copy.name, errno); }
 
-    /// The parts between the holes; false when the file system cannot tell them.
+    /// Copies the parts between the holes; false when the file system does not report holes.
     bool copyExtents(off_t size) {
         off_t data = ::lseek(m_source, 0, SEEK_DATA);
         if (data < 0 && errno != ENXIO) {
@@ -81,7 +81,7 @@ private:
             copyRange(data, end);
             data = ::lseek(m_source, end, SEEK_DATA);
         }
-        // Only this says that nothing but a hole is left.
+        // ENXIO means that only a hole is left; anything else is a read error.
         if (data < 0 && errno != ENXIO) {
             failReading();
         }
@@ -105,7 +105,7 @@ private:
         }
     }
 
-    /// 0 where the kernel cannot do it, which is different between file systems and versions.
+    /// Bytes copied; 0 where the kernel cannot copy, which depends on its version and the file systems.
     ssize_t copyInKernel(off_t offset, off_t end) {
         constexpr off_t most = off_t{64} * 1024 * 1024;
         off_t to = offset;
@@ -117,7 +117,7 @@ private:
         return std::max<ssize_t>(copied, 0);
     }
 
-    /// 0 at the end of the file.
+    /// Bytes copied; 0 at the end of the file.
     ssize_t copyBlock(off_t offset, off_t end) {
         thread_local const std::unique_ptr<char[]> block(new char[blockSize]);
         const auto wanted = static_cast<std::size_t>(std::min(end - offset, off_t{blockSize}));
@@ -141,7 +141,7 @@ private:
         std::vector<char> value(65536);
         const ssize_t size = ::fgetxattr(m_source, name, value.data(), value.size());
         if (size >= 0) {
-            // A file system without room or sense for them loses nothing of the data.
+            // Attributes are extras: a file system that does not take them still holds all the data.
             ::fsetxattr(m_target, name, value.data(), static_cast<std::size_t>(size), 0);
         }
     }
@@ -151,7 +151,7 @@ private:
     int m_target;
 };
 
-/// Throws what the platform said of a call that failed, unless the file system does not keep what it was to keep.
+/// Throws when a call failed, unless the file system simply does not support permissions or dates.
 void requireKept(int result, const std::string& path) {
     const bool isRefusal = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL;
     if (result != 0 && !isRefusal) {
@@ -191,7 +191,7 @@ bool copyFile(const FileCopy& copy, CopyMeans& means) {
     const timespec times[] = {status.st_atim, status.st_mtim};
     requireKept(::fchmod(target.get(), status.st_mode & permissions), path);
     requireKept(::futimens(target.get(), times), path);
-    // Some file systems say only here that an upload failed or that a quota is used up.
+    // Network file systems may report a failed upload or a full quota only on close.
     if (::close(target.release()) != 0) {
         throw fileError(path, errno);
     }

@@ -50,11 +50,14 @@ public:
             thread = std::thread([this] { work(); });
         }
     }
-    ~FileWorkers() { end(true); }
+    ~FileWorkers() {
+        drop();
+        join();
+    }
     FileWorkers(const FileWorkers&) = delete;
     FileWorkers& operator=(const FileWorkers&) = delete;
 
-    /// False once the work has failed: there is no sense in going on.
+    /// False once the work has failed: adding more is pointless.
     bool add(FileTask task) {
         std::unique_lock lock(m_mutex);
         m_room.wait(lock, [this] { return m_tasks.size() < most || m_error; });
@@ -67,7 +70,7 @@ public:
     }
 
     void finish() {
-        end(false);
+        join();
         if (m_error) {
             std::rethrow_exception(m_error);
         }
@@ -77,13 +80,16 @@ private:
     /// Bounds the open folders as well.
     static constexpr std::size_t most = 128;
 
-    void end(bool dropTasks) {
+    void drop() {
+        const std::lock_guard lock(m_mutex);
+        m_tasks.clear();
+    }
+
+    /// Waits until all tasks are done.
+    void join() {
         {
             const std::lock_guard lock(m_mutex);
             m_isEnding = true;
-            if (dropTasks) {
-                m_tasks.clear();
-            }
         }
         m_more.notify_all();
         for (std::thread& thread : m_threads) {
@@ -194,7 +200,7 @@ private:
             throw fileError(pair->fromPath, errno);
         }
         if (FileId(status) == m_options.never) {
-            throw AppError(u"A backup cannot lie inside the data folder. Choose another place."_s);
+            throw AppError(u"A backup cannot be saved inside the data folder. Choose another place."_s);
         }
         if (depth > deepest) {
             throw fileError(pair->fromPath, ENAMETOOLONG);
@@ -207,7 +213,7 @@ private:
         if (!pair->to.isOpen()) {
             throw fileError(pair->toPath, errno);
         }
-        // Its permissions and dates come last: what is put into it would change or forbid them.
+        // Permissions and dates are set last: a read-only folder takes no files, and each file changes the date.
         m_folders.push_back({pair->toPath, status});
         for (const std::string& entry : entriesOf(pair->from.get(), pair->fromPath)) {
             copyEntry(pair, entry, relative.empty() ? entry : relative + "/" + entry, depth);
@@ -248,7 +254,7 @@ private:
         }
         if (::symlinkat(text.data(), folder.to.get(), name.c_str()) != 0) {
             if (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS) {
-                throw AppError(u"The disk cannot hold links, such as %1. A zip file can."_s.arg(
+                throw AppError(u"This disk does not support links (%1). Back up to a zip file instead."_s.arg(
                     shownPath(folder.fromPath + "/" + name)));
             }
             throw fileError(folder.toPath + "/" + name, errno);
@@ -256,7 +262,7 @@ private:
         copyProperties(folder.to.get(), name, status);
     }
 
-    /// Further names of a file are made into links when all files are there.
+    /// Further names of a file become hard links once all files are copied.
     bool isFirstName(const struct stat& status, const FolderPair& folder, const std::string& name) {
         if (status.st_nlink == 1) {
             return true;
@@ -271,7 +277,7 @@ private:
     void linkAgain() {
         for (const SecondName& second : m_secondNames) {
             const std::string path = second.toPath + "/" + second.name;
-            // The first name may have vanished under its copy, and not every file system has links.
+            // The first name may be gone meanwhile, and not every file system supports hard links.
             if (::link(second.firstPath.c_str(), path.c_str()) != 0) {
                 copyOne(second.fromPath, second.toPath, second.name);
             }
@@ -279,7 +285,7 @@ private:
     }
 
     void finishFolders() {
-        // The innermost first: a folder may forbid to go through it.
+        // Innermost first: an outer folder may deny access to what is in it.
         for (auto folder = m_folders.rbegin(); folder != m_folders.rend(); ++folder) {
             copyProperties(AT_FDCWD, folder->path, folder->status);
         }

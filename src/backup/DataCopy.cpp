@@ -29,9 +29,9 @@ QString linkedDatabase(const QString& folder) {
     return !path.isEmpty() && kindOf(path) == S_IFREG ? path : QString();
 }
 
-/// Where the database is a link that leads out of the copy, takes the file that it leads to in its place: the link
-/// alone would keep nothing, and a zip that holds it could not be restored. Its logs lie beside that file; what lies
-/// beside the link under their names belongs to another database and must not be taken for them.
+/// Where the database is a link that points outside the copy, replaces the link by the file itself: the link alone
+/// would save nothing, and a zip that contains it could not be restored. The logs that belong to the database are
+/// beside that file; files of the same names beside the link belong to another database and are left out.
 void copyLinkedDatabase(const QString& dataDir, const QString& copy, const WorkFolder& work) {
     if (kindOf(copy + database) != S_IFLNK) {
         return;
@@ -56,7 +56,7 @@ void copyLinkedDatabase(const QString& dataDir, const QString& copy, const WorkF
     }
 }
 
-/// What is said of a copy in which there is nothing in the database's place.
+/// The problem of a copy without a database; none when the data has no database either.
 std::optional<QString> problemWithoutDatabase(const QString& dataDir) {
     switch (kindOf(dataDir + database)) {
     case 0:
@@ -64,9 +64,9 @@ std::optional<QString> problemWithoutDatabase(const QString& dataDir) {
     case S_IFREG:
     case S_IFLNK:
     case S_IFDIR:
-        return u"kuma.db was made while the backup was being made, so the backup does not hold it."_s;
+        return u"kuma.db was created during the backup, so the backup does not contain it."_s;
     default:
-        return u"kuma.db is no file, so the backup does not hold it."_s;
+        return u"kuma.db is not a file, so the backup does not contain it."_s;
     }
 }
 
@@ -74,7 +74,7 @@ std::optional<QString> checkCopy(const QString& dataDir, const QString& copy, co
     for (const QString& log : {u"kuma.db-wal"_s, u"kuma.db-journal"_s}) {
         const mode_t kind = kindOf(copy + u'/' + log);
         if (kind != 0 && kind != S_IFREG) {
-            return u"%1 is no file, so the database was not checked."_s.arg(log);
+            return u"%1 is not a file, so the database was not checked."_s.arg(log);
         }
     }
     switch (kindOf(copy + database)) {
@@ -83,12 +83,12 @@ std::optional<QString> checkCopy(const QString& dataDir, const QString& copy, co
     case S_IFLNK: {
         const QString target = linkedDatabase(copy);
         if (target.isEmpty() || !isInside(target, copy)) {
-            return u"kuma.db is a link that leads to no file, so the backup does not hold the database."_s;
+            return u"kuma.db is a broken link, so the backup does not contain the database."_s;
         }
         return checkDatabase(parentOf(target), scratch, nameOf(target));
     }
     case S_IFDIR:
-        return u"kuma.db is a folder, so it was not checked."_s;
+        return u"kuma.db is a folder, so the database was not checked."_s;
     default:
         return problemWithoutDatabase(dataDir);
     }

@@ -38,7 +38,7 @@ bool isFile(const QString& path) {
     return status && S_ISREG(status->st_mode);
 }
 
-/// One of the database's files on its way.
+/// One of the database's files, in the source and in the copy.
 struct FilePair {
     std::string name;
     QString source;
@@ -54,7 +54,7 @@ std::vector<FileState> statesOf(const std::vector<FilePair>& files) {
     return states;
 }
 
-/// Removes what an earlier attempt copied, and what has become a file meanwhile. The names of those that are files now.
+/// Removes what an earlier attempt copied. Returns the names of the files that exist now.
 std::vector<std::string> clear(const std::vector<FilePair>& files) {
     std::vector<std::string> names;
     for (const FilePair& file : files) {
@@ -86,8 +86,8 @@ struct EndStatement {
 
 /// Looks at the indexes as well as at the pages: a torn copy may be whole page by page and yet not fit together.
 ///
-/// The copy is nobody else's, so it is opened without locks and without memory to share: some network and FUSE file
-/// systems have neither, and a good backup must not be called bad for that.
+/// No other process uses the copy, so it is opened without locks and without shared memory. Some network and FUSE file
+/// systems support neither, and a good backup must not fail the check for that reason.
 std::optional<QString> checkOpenedFile(const QString& path) {
     sqlite3* opened = nullptr;
     const int result = ::sqlite3_open_v2(path.toUtf8().constData(), &opened, SQLITE_OPEN_READWRITE, "unix-none");
@@ -135,7 +135,7 @@ qint64 bytesOf(const QString& folder, const QString& name) {
     return sum;
 }
 
-/// Where the scratch copy could not be made beside the backup, with which the disk may be full. `reason` tells why.
+/// Used when the scratch copy could not be made beside the backup, for example on a full disk. `reason` tells why.
 std::optional<QString> checkInTemporaryFolder(const QString& folder, const QString& name, const AppError& reason) {
     try {
         const QString parent = QDir::tempPath();
@@ -143,7 +143,7 @@ std::optional<QString> checkInTemporaryFolder(const QString& folder, const QStri
         const WorkFolder work(parent, u"orv-check-"_s);
         return checkIn(work.path(u"scratch"_s), folder, name);
     } catch (const AppError&) {
-        return u"The check could not be made. %1"_s.arg(reason.message());
+        return u"The database could not be checked. %1"_s.arg(reason.message());
     }
 }
 

@@ -64,8 +64,8 @@ qint64 bytesFreeAt(const QString& path) {
 
 QString roomSentence(qint64 needed, qint64 free) {
     const QLocale words(QLocale::English);
-    return u"The disk has too little room: %1 are needed and %2 are free."_s.arg(words.formattedDataSize(needed),
-                                                                                 words.formattedDataSize(free));
+    return u"There is not enough space on the disk: %1 needed, %2 free."_s.arg(words.formattedDataSize(needed),
+                                                                               words.formattedDataSize(free));
 }
 
 void requireRoom(const QString& path, qint64 bytes) {

@@ -16,8 +16,8 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// A folder can only get another parent when its owner may write into it. Gives that right while it lives, to the
-/// folder that had not got it, wherever that is by then.
+/// A folder can only be moved to another parent when its owner may write into it. Adds that permission while it lives
+/// and takes it back at the end, wherever the folder is by then.
 class Movable {
 public:
     explicit Movable(const NameIn& place)
@@ -80,7 +80,7 @@ std::vector<std::string> entriesOf(int folder, const std::string& path) {
     struct Close {
         void operator()(DIR* stream) const { ::closedir(stream); }
     };
-    // The stream closes its descriptor, and its position belongs to it alone.
+    // The stream gets a descriptor of its own: it closes it, and moves its read position.
     const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (own < 0) {
         throw fileError(path, errno);
@@ -203,7 +203,7 @@ int renameToNothing(const QString& from, const QString& to) {
 
 void syncFolder(const QString& path) {
     const FileDescriptor folder(::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot; they keep their names safe otherwise or not at all.
+    // Some file systems cannot sync a folder; there is nothing else to do.
     if (folder.isOpen()) {
         ::fsync(folder.get());
     }

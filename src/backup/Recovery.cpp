@@ -42,7 +42,7 @@ bool isKept(const QString& kept) {
 }
 
 void giveBack(const QString& kept, const QString& place, const QString& backupsDir) {
-    // An empty folder may have been made by whoever missed it. Any other is left alone.
+    // An empty folder in its place was made by a program that missed it. Anything else is left alone.
     ::rmdir(QFile::encodeName(place).constData());
     if (!statusOf(place)) {
         moveTo(kept, place);
@@ -66,7 +66,7 @@ void finishRestore(int work, const QString& place, const QString& backupsDir) {
         const QString name = QFile::decodeName(text->substr(slash + 1).c_str());
         const QString kept = backupsDir + u'/' + name;
         const bool isOurName = name.startsWith(keptPrefix) && !name.contains(u'/');
-        // What is no longer in the work folder has become the data folder.
+        // When the fresh data has left the work folder, it has become the data folder: the restore was complete.
         const bool isDone = !isThere(work, text->substr(0, slash)) && statusOf(place);
         if (isOurName && isKept(kept) && !isDone) {
             giveBack(kept, place, backupsDir);
@@ -108,7 +108,7 @@ void recoverData(const QString& dataDir, const QString& backupsDir) {
     try {
         place = dataPlaceOf(dataDir);
     } catch (const AppError&) {
-        // Where the data folder cannot even be made yet, nothing was left.
+        // Without a folder for the data folder, no restore can have begun.
         return;
     }
     const QString parent = parentOf(place);
@@ -118,7 +118,8 @@ void recoverData(const QString& dataDir, const QString& backupsDir) {
             undoSwap(leftover.folder.get(), above.get());
             finishRestore(leftover.folder.get(), place, backupsDir);
         } catch (const AppError& error) {
-            // The note is still there: the next start tries again. The data may be in another one.
+            // The note is still there, so the next start tries again. Meanwhile another note may tell where the data
+            // is.
             qWarning() << "What a crashed restore left cannot be put back yet:" << error.message();
         }
     }

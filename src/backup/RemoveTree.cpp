@@ -12,12 +12,12 @@
 namespace orvanel {
 namespace {
 
-/// Each level costs an open descriptor. What lies deeper is lifted up to the top and removed from there.
+/// Each level costs an open descriptor. Deeper folders are moved up to the top and removed from there.
 constexpr int deepest = 40;
 
 class Removal {
 public:
-    /// The folder itself stays; false when something in it does.
+    /// Removes what is in the folder, not the folder itself; false when something could not be removed.
     bool empty(int top, const std::string& path) {
         m_top = top;
         do {
@@ -37,7 +37,7 @@ private:
     }
 
     void emptyFolder(int folder, const std::string& path, int depth) {
-        // An owner may have left himself without these rights; others' folders stay as they are.
+        // The owner may lack these permissions; a folder of another user stays as it is.
         ::fchmod(folder, S_IRWXU);
         std::vector<std::string> names;
         try {

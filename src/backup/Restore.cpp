@@ -23,7 +23,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// A folder can only be given another parent by those who may write into it, and Docker may have made it as root.
+/// Only a user who may write into a folder can move it, and Docker may have created the data folder as root.
 void requireMovable(const QString& dataDir) {
     const auto status = statusOf(dataDir);
     const bool isOwn = status && status->st_uid == ::geteuid();
@@ -38,7 +38,8 @@ FileId idOf(const QString& path) {
     return status ? FileId(*status) : FileId();
 }
 
-/// Whether a rename can lead from one to the other: a mount in between forbids it even within one file system.
+/// Whether a rename between the two places is possible: a mount point in between prevents it even within one file
+/// system.
 bool isOneMount(const QString& path, const QString& other) {
     const auto mountOf = [](const QString& at) {
         struct statx status {};
@@ -50,10 +51,10 @@ bool isOneMount(const QString& path, const QString& other) {
     return idOf(path).device == idOf(other).device && mountOf(path) == mountOf(other);
 }
 
-/// In the work folder among the backups.
+/// Name of the copy in the work folder in the Backups folder.
 const QString copyName = u"data"_s;
 
-/// The data folder's way to its place among the backups: a rename, or a copy where none can lead there.
+/// Moves the data folder to its place among the backups: by a rename, or by a copy where a rename is not possible.
 class KeptData {
 public:
     KeptData(QString dataDir, QString backupsDir)
@@ -65,8 +66,7 @@ public:
         }
     }
 
-    /// Its result is where the data is kept. When it throws, the data folder is as it was, or the sentence tells where
-    /// it is.
+    /// Returns where the data is kept. When it throws, the data folder is as it was, or the sentence tells where it is.
     QString replaceBy(const QString& fresh, WorkFolder& work) {
         QString kept = freeName(m_backupsDir + u'/' + keptPrefix + BackupManager::timestamp());
         if (!m_copy) {
@@ -102,7 +102,7 @@ private:
 
     void takeBack(const QString& kept, const AppError& error, WorkFolder& work) const {
         if (m_copy) {
-            // Only a copy that is not needed: the data itself is where it was.
+            // The data itself is still in its place, so the copy is not needed.
             if (idOf(m_dataDir) == m_id) {
                 removeTree(kept);
             }
@@ -122,7 +122,7 @@ private:
     std::optional<WorkFolder> m_copy;
 };
 
-/// What a restore kept before this one, unless the user restores from it.
+/// Removes what earlier restores kept, except the folder from which the user restores.
 void removeOlder(const QStringList& names, const QString& backupsDir, const QString& origin) {
     for (const QString& name : names) {
         const QString older = backupsDir + u'/' + name;
@@ -148,7 +148,7 @@ QString findUnpackedData(const QString& folder) {
     for (const QString& name : names) {
         QString inner = folder + u'/' + name;
         if (name != u"__MACOSX" && isFolder(inner) && BackupManager::looksLikeData(inner)) {
-            // What stays inside the whole may still leave this part of it.
+            // A link may stay inside the archive and still point outside this folder of it.
             requireHarmless(inner);
             return inner;
         }
@@ -161,7 +161,7 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
         throw AppError(u"That folder does not look like an Uptime Kuma data folder (no kuma.db)."_s);
     }
     makeFolder(backupsDir);
-    // Where the data folder is a link, what it leads to is replaced, and the link stays.
+    // Where the data folder is a link, its target is replaced and the link stays.
     const QString data = dataPlaceOf(dataDir);
     requireMovable(data);
 
@@ -177,7 +177,7 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
     const QString backups = resolved(backupsDir);
     const QStringList before = namesIn(backups);
     const QString kept = KeptData(data, backups).replaceBy(fresh, work);
-    // An empty folder, made by whoever missed the data, is not worth what was kept before it.
+    // An empty data folder, made by a program that missed the data, must not push out an earlier kept copy.
     if (BackupManager::looksLikeData(kept) && !isRestorePending(parentOf(data), work.path())) {
         removeOlder(before, backups, origin);
     }

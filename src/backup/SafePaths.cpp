@@ -32,7 +32,7 @@ bool isKeptName(const QString& name) {
 }
 
 AppError keptDataError() {
-    return AppError(u"That folder holds data kept from before a restore or an update. Choose "
+    return AppError(u"That folder contains data kept by an earlier restore or update. Choose "
                     "another place."_s);
 }
 
@@ -83,7 +83,7 @@ QString dataPlaceOf(const QString& dataDir) {
 
 bool isInside(const QString& path, const QString& folder) {
     if (!statusOf(folder)) {
-        // Without a folder to recognise there are only names.
+        // The folder does not exist, so only the names can be compared.
         return (QDir::cleanPath(path) + u'/').startsWith(QDir::cleanPath(folder) + u'/');
     }
     QString existing = QDir::isAbsolutePath(path) ? path : QDir::currentPath() + u'/' + path;
@@ -102,18 +102,18 @@ bool isInside(const QString& path, const QString& folder) {
 }
 
 void requireBackupPlace(const QString& destination, const QString& dataDir) {
-    // What a link points to is never touched: only the link itself would be replaced.
+    // Only the link itself would be replaced, never what it points to.
     const auto status = statusOf(destination);
     const bool isLink = status && S_ISLNK(status->st_mode);
     const QStringList places = dataPlacesOf(dataDir);
     if (isInside(parentOf(destination), dataDir) || (!isLink && isInside(destination, dataDir)) ||
         places.contains(destination)) {
-        throw AppError(u"A backup cannot lie inside the data folder. Choose another place."_s);
+        throw AppError(u"A backup cannot be saved inside the data folder. Choose another place."_s);
     }
     const bool holdsData = std::any_of(places.begin(), places.end(),
                                        [&](const QString& place) { return isInside(parentOf(place), destination); });
     if (!isLink && holdsData) {
-        throw AppError(u"A backup cannot replace a folder that holds the data folder. Choose another place."_s);
+        throw AppError(u"A backup cannot replace a folder that contains the data folder. Choose another place."_s);
     }
     const QStringList names = isLink ? QStringList() : namesIn(destination);
     for (const QString& name : names) {
@@ -140,10 +140,11 @@ void requireRestorePlaces(const QString& source, const QString& dataDir, const Q
         throw AppError(u"A backup inside the data folder cannot be restored. Move it elsewhere first."_s);
     }
     if (isInside(dataDir, source)) {
-        throw AppError(u"A folder that holds the data folder cannot be restored. Move the backup elsewhere first."_s);
+        throw AppError(
+            u"A folder that contains the data folder cannot be restored. Move the backup elsewhere first."_s);
     }
     if (isInside(backupsDir, dataDir) || isInside(dataDir, backupsDir)) {
-        throw AppError(u"The Backups folder and the data folder must not lie inside each other."_s);
+        throw AppError(u"The Backups folder and the data folder must not be inside each other."_s);
     }
 }
 

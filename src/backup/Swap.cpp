@@ -30,13 +30,13 @@ struct SwapNote {
 const std::string noteName = "swapping";
 const std::string replacedName = "replaced";
 
-/// What the system would read as another name, because it ends at the first NUL, is none.
+/// A name with a NUL is refused: the system would read it only up to there.
 bool isPlainName(const std::string& name) {
     return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
            name.find('\0') == std::string::npos;
 }
 
-/// The two names are told apart by what no name can hold.
+/// The two names are separated by a slash, which no name can contain.
 std::optional<SwapNote> parse(const std::string& text) {
     const auto slash = text.find('/');
     if (slash == std::string::npos) {
@@ -46,7 +46,7 @@ std::optional<SwapNote> parse(const std::string& text) {
     return isPlainName(note.fresh) && isPlainName(note.name) ? std::optional(std::move(note)) : std::nullopt;
 }
 
-/// 0 when it is there, ENOENT when it is not; anything else tells neither.
+/// 0 when it exists, ENOENT when it does not; any other error tells neither.
 int lookFor(int folder, const std::string& name) {
     struct stat status {};
     return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
@@ -90,12 +90,12 @@ int replaceInTwoSteps(const QString& fresh, const QString& destination, WorkFold
     if (code != 0) {
         if (renameToNothing(old, destination) != 0) {
             work.keep();
-            throw AppError(u"%1. What was there is now in %2"_s.arg(fileError(destination, code).message(),
-                                                                    shownPath(work.replaced())));
+            throw AppError(u"%1. The previous content is now in %2"_s.arg(fileError(destination, code).message(),
+                                                                          shownPath(work.replaced())));
         }
         return code;
     }
-    // From here on it is not to be put back: it is about to be deleted, piece by piece.
+    // Moved out of "replaced", the old content is no longer restored after a crash: it is about to be deleted.
     syncFolder(parentOf(destination));
     renameToNothing(old, work.path(u"old"_s));
     return 0;
@@ -147,9 +147,9 @@ bool undoSwap(int work, int parent) {
     if (lookFor(replaced.get(), note->name) == ENOENT) {
         return true;
     }
-    // An empty folder may have been made by whoever missed it. Any other is left alone.
+    // An empty folder in its place was made by a program that missed it. Anything else is left alone.
     ::unlinkat(parent, note->name.c_str(), AT_REMOVEDIR);
-    // What is no longer in the work folder got the place: what it replaced is not wanted any more.
+    // When the fresh content has left the work folder, it has its place: the swap was complete.
     const bool isDone = lookFor(work, note->fresh) == ENOENT && lookFor(parent, note->name) == 0;
     return isDone || moveBack(replaced.get(), note->name, parent);
 }

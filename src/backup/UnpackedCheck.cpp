@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// Each level costs an open descriptor. No data folder is that deep, but an archive may be.
+/// Each level costs an open descriptor. No data folder is that deep, but an archive can be.
 constexpr int deepest = 200;
 /// An archive is unpacked into a folder above the one that was packed.
 constexpr int deepestUnpacked = deepest + 1;
@@ -57,8 +57,8 @@ void visitAll(const QString& folder, int levels, const Visit& visit) {
     visitAll(top.get(), path, 0, levels, visit);
 }
 
-/// Whether a link in a folder `depth` below the top stays below it. Climbing is allowed only at the beginning, where it
-/// is known which folders are climbed: after that, a name may itself be a link.
+/// Whether a link in a folder `depth` levels below the top points to a place below the top. ".." is allowed only at the
+/// beginning of its target: after a name, which may itself be a link, it could lead anywhere.
 bool staysInside(std::string_view target, int depth) {
     if (target.starts_with('/')) {
         return false;
@@ -82,7 +82,7 @@ bool staysInside(std::string_view target, int depth) {
 }
 
 [[noreturn]] void refuse(const std::string& path, const QString& what) {
-    throw AppError(u"Could not open the zip file. It holds %1: %2"_s.arg(what, shownPath(path)));
+    throw AppError(u"Could not open the zip file. It contains %1: %2"_s.arg(what, shownPath(path)));
 }
 
 /// Whether the link `name` in the open folder `folder`, `depth` below the top, stays below it.
@@ -103,7 +103,7 @@ void requireText(const std::string& name, const std::string& path) {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = decoder.decode(QByteArrayView(name.data(), static_cast<qsizetype>(name.size())));
     if (decoder.hasError()) {
-        throw packError(u"A name in it is no UTF-8 text"_s, path);
+        throw packError(u"A file name is not valid UTF-8"_s, path);
     }
 }
 
@@ -119,7 +119,7 @@ void requireHarmless(const QString& folder) {
              [&](int parent, const std::string& name, const std::string& path, const struct stat& status, int depth) {
                  if (S_ISLNK(status.st_mode)) {
                      if (!isLinkInside(parent, name, path, depth)) {
-                         refuse(path, u"a link that leads out of it"_s);
+                         refuse(path, u"a link that points outside it"_s);
                      }
                  } else if (S_ISREG(status.st_mode) && status.st_nlink > 1) {
                      --files.try_emplace(FileId(status), Names{status.st_nlink, path}).first->second.missing;
@@ -129,7 +129,7 @@ void requireHarmless(const QString& folder) {
              });
     for (const auto& [id, names] : files) {
         if (names.missing > 0) {
-            refuse(names.path, u"another name of a file outside of it"_s);
+            refuse(names.path, u"a hard link to a file outside it"_s);
         }
     }
 }
@@ -140,7 +140,8 @@ qint64 requirePackable(const QString& folder) {
              [&](int parent, const std::string& name, const std::string& path, const struct stat& status, int depth) {
                  requireText(name, path);
                  if (S_ISLNK(status.st_mode) && !isLinkInside(parent, name, path, depth)) {
-                     throw packError(u"A link in it leads out of it, which only a backup to a folder can hold"_s, path);
+                     throw packError(
+                         u"A link points outside the data folder. Only a backup to a folder can contain it"_s, path);
                  }
                  ++entries;
              });

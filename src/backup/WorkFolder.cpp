@@ -42,8 +42,8 @@ QString uuidText() {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
 }
 
-/// Removes what a crashed run left. Only a work folder of a swap has taken something away: in one that an archive was
-/// unpacked to, a stranger may have laid whatever looks like it.
+/// Removes what a crashed run left. `mayHaveSwapped` is false for a folder that an archive was unpacked to: a note of a
+/// swap in it may come from the archive and must not be believed.
 void removeLeftover(const Leftover& leftover, const QString& parent, bool mayHaveSwapped) {
     const FileDescriptor above(::open(QFile::encodeName(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const int folder = leftover.folder.get();
@@ -53,7 +53,7 @@ void removeLeftover(const Leftover& leftover, const QString& parent, bool mayHav
     try {
         removeTree(leftover.path);
     } catch (const AppError&) {
-        // Perhaps next time; it is in nobody's way.
+        // The next run at this place tries again.
         return;
     }
 }
@@ -87,7 +87,7 @@ WorkFolder::~WorkFolder() {
 bool WorkFolder::holdsLinks() const {
     const char* const name = "link";
     if (::symlinkat("nowhere", m_lock.get(), name) != 0) {
-        // What fails for another reason, as on a full disk, says nothing of that.
+        // Any other failure, such as a full disk, does not tell whether links are supported.
         return errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS;
     }
     ::unlinkat(m_lock.get(), name, 0);
@@ -137,7 +137,7 @@ int writeNote(int folder, const std::string& name, const std::string& text) {
     if (static_cast<std::size_t>(written) != text.size()) {
         return ENOSPC;
     }
-    // The name counts as well; a file system that cannot sync a folder keeps it otherwise or not at all.
+    // The name must reach the disk as well. Some file systems cannot sync a folder; there is nothing else to do.
     ::fsync(folder);
     return ::fsync(file.get()) == 0 ? 0 : errno;
 }

@@ -31,25 +31,25 @@ std::optional<QString> findDitto() {
     return ditto.isFile() && ditto.isExecutable() ? std::optional(ditto.filePath()) : std::nullopt;
 }
 
-/// In another locale than a UTF-8 one, bsdtar drops every name that is not ASCII.
+/// Outside a UTF-8 locale, bsdtar drops every name that is not ASCII.
 ToolCall bsdtar(const QStringList& arguments) {
     return {u"/usr/bin/env"_s, QStringList{u"LC_ALL=C.UTF-8"_s, u"/usr/bin/bsdtar"_s} + arguments};
 }
 
-/// The quickest compression: what grows large here is a database, and there is a time limit.
+/// With the fastest compression: databases grow large, and there is a time limit.
 ToolCall packCommand(const QString& folder, const QString& archive) {
     if (const auto ditto = findDitto()) {
         return {*ditto, {u"-c"_s, u"-k"_s, u"--keepParent"_s, folder, archive}};
     }
     const QString name = nameOf(folder);
-    // A name that begins with "@" would stand for an archive to be taken in.
+    // bsdtar takes a name that begins with "@" for an archive to be included.
     const QString entry = name.startsWith(u'@') ? u"./"_s + name : name;
     return bsdtar({u"-c"_s, u"--format"_s, u"zip"_s, u"--options"_s, u"zip:compression-level=1"_s, u"-f"_s, archive,
                    u"-C"_s, parentOf(folder), u"--"_s, entry});
 }
 
-/// Without -P, bsdtar writes neither through links nor to absolute names or "..". Owners are not taken over, blocks of
-/// zeros become holes, and nobody is asked for the password of an encrypted archive.
+/// Without -P, bsdtar writes neither through links nor to absolute names or "..". Owners are not restored, blocks of
+/// zeros become holes, and an encrypted archive fails instead of asking for its password.
 ToolCall unpackCommand(const QString& archive, const QString& folder) {
     if (const auto ditto = findDitto()) {
         return {*ditto, {u"-x"_s, u"-k"_s, archive, folder}};
@@ -78,12 +78,12 @@ struct CloseArchive {
 void requireEntries(const QString& archive, qint64 entries) {
     const auto listing = ZipArchive::list(archive);
     if (!listing || listing->entries != entries) {
-        throw packError(u"Something is missing in it."_s);
+        throw packError(u"Some files are missing from it."_s);
     }
 }
 
-/// Free bytes at which unpacking is stopped. An archive that is larger than it says may use half of what should be
-/// left.
+/// The number of free bytes at which unpacking is stopped. An archive that is larger than it says may use half of what
+/// should be left.
 qint64 leastRoomFor(const QString& archive, const QString& folder) {
     if (!beginsLikeZip(archive)) {
         throw unpackError(u"It is not a zip archive."_s);
@@ -104,7 +104,7 @@ qint64 leastRoomFor(const QString& archive, const QString& folder) {
 std::optional<ZipListing> ZipArchive::list(const QString& archive) {
     constexpr std::size_t block = std::size_t{64} * 1024;
     const std::unique_ptr<::archive, CloseArchive> file(::archive_read_new());
-    // Only the reader that begins with the list at the end: the other one unpacks all to find the next entry.
+    // Only the reader that starts with the list at the end. The other one unpacks everything to find the next entry.
     if (::archive_read_support_format_zip_seekable(file.get()) != ARCHIVE_OK ||
         ::archive_read_open_filename(file.get(), QFile::encodeName(archive).constData(), block) != ARCHIVE_OK) {
         return std::nullopt;
@@ -145,7 +145,7 @@ QCoro::Task<void> ZipArchive::unpack(QString archive, QString folder) {
     stop.request_stop();
     const bool ranOut = co_await watch;
     if (ranOut) {
-        throw unpackError(u"The disk has too little room for it."_s);
+        throw unpackError(u"There is not enough space on the disk."_s);
     }
     if (!result.isSuccess()) {
         throw unpackError(result.output);

@@ -23,7 +23,7 @@ QString fileIn(const QString& folder) {
     return u"%1/%2.desktop"_s.arg(folder, identity::desktopId());
 }
 
-// Also true for a link that leads nowhere: it hides the system's file as any other.
+// True for a broken link as well: it hides the system's file like any other file.
 bool isThere(const QString& path) {
     const QFileInfo info(path);
     return info.exists() || info.isSymLink();
@@ -77,13 +77,13 @@ void switchOn(DesktopEntry& entry, const QString& program, const QStringList& de
     }
     entry.setValue("Hidden", u"false"_s);
     entry.setValue("X-GNOME-Autostart-enabled", u"true"_s);
-    // The status area should stand before its icon comes.
+    // The status area should be there before the icon.
     entry.setDefault("X-GNOME-Autostart-Delay", u"3"_s);
     entry.setDefault("X-KDE-autostart-after", u"panel"_s);
     entry.setDefault("X-LXQt-Need-Tray", u"true"_s);
 }
 
-// Both keys, as some desktops read only the one and some only the other.
+// Sets both keys: some desktops read only one, some only the other.
 void switchOff(DesktopEntry& entry) {
     entry.setDefault("Type", u"Application"_s);
     entry.setDefault("Name", identity::applicationName());
@@ -146,10 +146,11 @@ QString AutostartEntry::entryThatCounts() const {
 
 std::optional<QString> AutostartEntry::write(const QByteArray& content) const {
     if (!QDir().mkpath(m_places.userFolder)) {
-        return u"The folder %1 could not be made."_s.arg(m_places.userFolder);
+        return u"The folder %1 could not be created."_s.arg(m_places.userFolder);
     }
-    // People link to the program's entry in the application menu: written through such a link, as QSaveFile would,
-    // "Hidden" would hide the program there as well. A new file that takes the link's place leaves its target alone.
+    // The file may be a link to the program's entry in the application menu. QSaveFile would write through the link,
+    // and "Hidden" would hide the program in the menu as well; a new file replaces the link and leaves its target
+    // alone.
     QTemporaryFile file(userFile() + u".XXXXXX"_s);
     file.setAutoRemove(true);
     if (!file.open() || file.write(content) != content.size() || !file.flush() ||

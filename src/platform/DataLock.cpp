@@ -54,7 +54,7 @@ DataLock::Result DataLock::take(std::chrono::milliseconds patience, std::chrono:
         }
         QThread::msleep(10);
     }
-    // The last holder may have died while it was leaving. Where this fails, somebody may wait longer than needed.
+    // The last holder may have died while it was leaving. If this fails, a waiting process only waits longer.
     [[maybe_unused]] const int emptied = ::ftruncate(descriptor, 0);
     m_descriptor = descriptor;
     return isLeaving ? Result::TakenOver : Result::Taken;

@@ -7,12 +7,12 @@
 namespace orvanel {
 
 /// Keeps two copies of the program off the same data. The kernel holds the lock for the process, so it is gone with
-/// the process, however that ended; the file stays, and what is in it is only a word to those who wait.
+/// the process, however it ended. The file stays; its content is only a message to processes that wait.
 class DataLock {
 public:
     enum class Result {
         Taken,
-        /// From a process that was on its way out.
+        /// Taken from a process that was about to end.
         TakenOver,
         HeldElsewhere,
         /// The file cannot be made or locked here.
@@ -28,7 +28,7 @@ public:
     /// Waits up to `patience`, blocking, while another process holds the lock; up to `patienceWithLeaving` while that
     /// one has announced its end.
     Result take(std::chrono::milliseconds patience = {}, std::chrono::milliseconds patienceWithLeaving = {});
-    /// Tells those who wait for the lock that this process is on its way out.
+    /// Tells processes that wait for the lock that this one is about to end.
     void announceEnd();
     void release();
 

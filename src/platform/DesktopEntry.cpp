@@ -56,7 +56,7 @@ QString escaped(QString text) {
     if (text.startsWith(u' ')) {
         text.replace(0, 1, u"\\s"_s);
     }
-    // Blanks around a value do not belong to it.
+    // Spaces around a value are not part of it.
     if (text.endsWith(u' ')) {
         text.replace(text.size() - 1, 1, u"\\s"_s);
     }
@@ -146,7 +146,7 @@ qsizetype DesktopEntry::endOfMainGroup() const {
     return next - m_lines.begin();
 }
 
-// Keys must not repeat; where they do, the common readers let the last one win.
+// Keys must not repeat; where they do, most readers take the last one.
 qsizetype DesktopEntry::lineOf(const QByteArray& key) const {
     for (auto line = endOfMainGroup() - 1; line > m_header; --line) {
         if (keyOf(m_lines[line]) == key) {

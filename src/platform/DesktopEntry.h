@@ -49,7 +49,7 @@ namespace orvanel::execline {
 /// One argument, quoted so that it comes out of arguments() as it is.
 QString quoted(const QString& argument);
 
-/// The arguments of an Exec value, without field codes such as %u. Lenient where people are.
+/// The arguments of an Exec value, without field codes such as %u. Accepts common mistakes.
 QStringList arguments(const QString& exec);
 
 } // namespace orvanel::execline

@@ -17,14 +17,14 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// More than any server shows of a title.
+/// No server shows more of a title.
 constexpr qsizetype longestTitle = 200;
 
 const QString serverName = u"org.freedesktop.Notifications"_s;
 const QString serverPath = u"/org/freedesktop/Notifications"_s;
 const QString defaultAction = u"default"_s;
 
-/// Nobody waits for the bus to tell who the server is.
+/// Nothing waits for this answer of the bus, so it needs no limit.
 constexpr int noLimit = std::numeric_limits<int>::max();
 
 QDBusMessage callTo(const QString& method) {
@@ -148,7 +148,7 @@ void DesktopNotifier::onCapabilities(QDBusPendingCallWatcher* watcher) {
     if (!reply.isError()) {
         m_capabilities = reply.value();
     }
-    // A server that does not say what it can do gets the plainest form.
+    // A server that does not tell its capabilities gets plain text without actions.
     const auto waiting = std::exchange(m_waiting, {});
     for (const News& news : waiting) {
         send(news);

@@ -44,7 +44,7 @@ void FreedesktopDesktop::openAddress(const QUrl& address) {
 void FreedesktopDesktop::reveal(const QString& path) {
     const QFileInfo item(path);
     const auto openFolder = [open = m_open, folder = QUrl::fromLocalFile(item.absolutePath())] { open(folder); };
-    // Without a bus the call would never be answered, not even with an error.
+    // Without a bus the call would never be answered, not even by an error.
     if (!m_bus.isConnected()) {
         openFolder();
         return;

@@ -4,7 +4,7 @@
 
 namespace orvanel {
 
-/// Posts desktop notifications. Main thread; never blocks; failures are silent, as nobody could act on them.
+/// Posts desktop notifications. Main thread; never blocks. Failures are silent, because the user cannot act on them.
 class Notifier {
 public:
     Notifier() = default;
@@ -14,7 +14,7 @@ public:
 
     /// Whether this program can post at all here.
     virtual bool mayPost() const = 0;
-    /// Asks, once a run, for leave to show alerts and play a sound; where no leave is needed, gets ready to post.
+    /// Asks once a run for permission to show alerts and play a sound; where none is needed, prepares for posting.
     virtual void requestAuthorization() = 0;
     /// Both texts are plain. No notification replaces an earlier one.
     virtual void post(const QString& title, const QString& body) = 0;

@@ -8,7 +8,7 @@
 namespace orvanel {
 namespace {
 
-// What the handler needs: it may run at any moment, so these are all it touches.
+// A signal handler may run at any moment, so it touches nothing but these.
 std::atomic<int> writeEnd{-1};
 std::atomic<pid_t> owner{0};
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<pid_t>::is_always_lock_free);
@@ -17,7 +17,7 @@ void handle(int signal) {
     const int savedErrno = errno;
     if (::getpid() == owner) {
         const char byte = 0;
-        // A full socket is as good as written: the request is under way.
+        // When the socket is full, a request is already waiting in it.
         [[maybe_unused]] const auto written = ::write(writeEnd, &byte, 1);
     } else {
         // A child between fork and exec still has our handler and socket, but the signal is meant for it alone.

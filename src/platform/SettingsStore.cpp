@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// All texts that are set fit into one small file.
+/// Longer texts are refused, so that the file stays small.
 constexpr qsizetype longestText = 6000;
 
 /// What lies where the settings file belongs.
@@ -90,7 +90,7 @@ QVariantHash readValues(const QString& path) {
     return values;
 }
 
-// The file is UTF-8, which has no place for half a surrogate pair: what holds now is what the next start reads.
+// UTF-8 cannot hold half a surrogate pair. Replaced here, this run has the same value as the next one reads.
 QString withoutHalfPairs(QString text) {
     for (qsizetype i = 0; i < text.size(); ++i) {
         if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
@@ -169,7 +169,7 @@ bool SettingsStore::set(const QString& key, const QString& value) {
     if (state == SettingsFile::Unusable || (state == SettingsFile::Broken && !moveAside(m_file))) {
         return false;
     }
-    // A new object each time: the status of a QSettings never returns from an error.
+    // A new object each time, because a QSettings keeps its error status.
     QSettings settings(m_file, QSettings::IniFormat);
     if (state != SettingsFile::Good) {
         for (auto kept = m_values.cbegin(); kept != m_values.cend(); ++kept) {

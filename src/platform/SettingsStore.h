@@ -5,8 +5,8 @@
 
 namespace orvanel {
 
-/// The per-user defaults store: small values by key, each with its type. Whatever else lies under a key, or in a file
-/// that somebody edited by hand, reads as the fallback. The file is read once, at creation. Main thread.
+/// The per-user defaults store: small values by key, each with its type. Anything else under a key, for example
+/// after an edit by hand, reads as the fallback. The file is read once, at creation. Main thread.
 class SettingsStore {
 public:
     /// The user's own store ("Orvanel.conf" in the folder "Orvanel" of the configuration home).

@@ -73,7 +73,7 @@ private Q_SLOTS:
         folder.write(u"copy.zip"_s, "the old backup");
         QVERIFY(QFile::link(target, folder.data(link)));
         const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
-        QVERIFY2(message.startsWith(u"Could not create the zip file. A link in it leads out of it, "),
+        QVERIFY2(message.startsWith(u"Could not create the zip file. A link points outside the data folder. "),
                  qPrintable(message));
         QVERIFY2(message.endsWith(u"/data/"_s + link), qPrintable(message));
         QCOMPARE(folder.read(u"copy.zip"_s), QByteArray("the old backup"));

@@ -87,7 +87,7 @@ private Q_SLOTS:
         QCOMPARE(::mkfifo(name(folder.data(u"kuma.db"_s)).constData(), 0600), 0);
         const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
         QCOMPARE(folder.names(u"copy"_s), QStringList{u"db-config.json"_s});
-        QCOMPARE(result.databaseProblem, u"kuma.db is no file, so the backup does not hold it."_s);
+        QCOMPARE(result.databaseProblem, u"kuma.db is not a file, so the backup does not contain it."_s);
     }
 
     void folderInTheDatabasesPlaceComesAlong() {
@@ -95,7 +95,7 @@ private Q_SLOTS:
         folder.write(u"Orvanel/data/kuma.db/inner"_s, "in it");
         const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
         QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
-        QCOMPARE(result.databaseProblem, u"kuma.db is a folder, so it was not checked."_s);
+        QCOMPARE(result.databaseProblem, u"kuma.db is a folder, so the database was not checked."_s);
     }
 
     void holesStayHoles() {
@@ -367,7 +367,7 @@ private Q_SLOTS:
         await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
         QCOMPARE(::access((name(folder.path(u"copy"_s)) + "/odd\xff\xfename").constData(), F_OK), 0);
         const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
-        QVERIFY2(message.startsWith(u"Could not create the zip file. A name in it is no UTF-8 text: "),
+        QVERIFY2(message.startsWith(u"Could not create the zip file. A file name is not valid UTF-8: "),
                  qPrintable(message));
         QVERIFY(!QFileInfo::exists(folder.path(u"copy.zip"_s)));
         ::unlink((name(folder.path(u"copy"_s)) + "/odd\xff\xfename").constData());

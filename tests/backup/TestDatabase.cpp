@@ -212,8 +212,7 @@ private Q_SLOTS:
         folder.write(u"Orvanel/data/db-config.json"_s, "{}");
         QVERIFY(QFile::link(u"/app/data/real.db"_s, folder.data(u"kuma.db"_s)));
         const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
-        QCOMPARE(result.databaseProblem,
-                 u"kuma.db is a link that leads to no file, so the backup does not hold the database."_s);
+        QCOMPARE(result.databaseProblem, u"kuma.db is a broken link, so the backup does not contain the database."_s);
         QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
     }
 
@@ -234,7 +233,7 @@ private Q_SLOTS:
         };
         const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
         QCOMPARE(result.databaseProblem,
-                 u"kuma.db was made while the backup was being made, so the backup does not hold it."_s);
+                 u"kuma.db was created during the backup, so the backup does not contain it."_s);
         QVERIFY(!QFileInfo::exists(folder.path(u"copy/kuma.db"_s)));
     }
 
@@ -243,7 +242,7 @@ private Q_SLOTS:
         folder.write(u"Orvanel/data/kuma.db"_s, "database");
         QVERIFY(QFile::link(u"elsewhere"_s, folder.data(u"kuma.db-wal"_s)));
         const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
-        QCOMPARE(result.databaseProblem, u"kuma.db-wal is no file, so the database was not checked."_s);
+        QCOMPARE(result.databaseProblem, u"kuma.db-wal is not a file, so the database was not checked."_s);
         QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
     }
 

@@ -155,7 +155,7 @@ private Q_SLOTS:
             return at.starts_with(stick);
         };
         const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"stick/copy.zip"_s)));
-        const QString sentence = hasLink ? u"The disk has too little room: "_s : u"none"_s;
+        const QString sentence = hasLink ? u"There is not enough space on the disk: "_s : u"none"_s;
         QVERIFY2(message.startsWith(sentence), qPrintable(message));
         QCOMPARE(folder.names(u"stick"_s), hasLink ? QStringList() : QStringList{u"copy.zip"_s});
         QCOMPARE(folder.names(u"Orvanel"_s), QStringList{u"data"_s});
@@ -176,7 +176,7 @@ private Q_SLOTS:
         qputenv("TMPDIR", QFile::encodeName(folder.path(u"elsewhere"_s)));
         const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"disk/copy"_s)));
         QVERIFY(result.databaseProblem);
-        const QString start = u"The check could not be made. "_s + folder.path(u"disk/"_s);
+        const QString start = u"The database could not be checked. "_s + folder.path(u"disk/"_s);
         QVERIFY2(result.databaseProblem->startsWith(start) == isElsewhereFull, qPrintable(*result.databaseProblem));
         QCOMPARE(difference(folder.data(), folder.path(u"disk/copy"_s)), QString());
         QCOMPARE(folder.names(u"elsewhere"_s), QStringList());
@@ -190,7 +190,7 @@ private Q_SLOTS:
         const auto before = describe(folder.data());
         const QString message =
             messageOf(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
-        QVERIFY2(message.startsWith(u"The disk has too little room: "), qPrintable(message));
+        QVERIFY2(message.startsWith(u"There is not enough space on the disk: "), qPrintable(message));
         QCOMPARE(difference(before, describe(folder.data())), QString());
         QCOMPARE(folder.kept(), QStringList());
     }
@@ -227,7 +227,7 @@ private Q_SLOTS:
         const QString message =
             messageOf(BackupManager::restore(folder.path(u"bomb.zip"_s), folder.data(), folder.backups()));
         QVERIFY2(message.startsWith(u"Could not open the zip file. "), qPrintable(message));
-        QCOMPARE(message.contains(u"too little room: "), isListed);
+        QCOMPARE(message.contains(u"not enough space on the disk: "), isListed);
         QCOMPARE(folder.names(u"tmp"_s), QStringList());
         QCOMPARE(difference(before, describe(folder.data())), QString());
     }
@@ -300,7 +300,7 @@ private Q_SLOTS:
         };
         const QString message =
             messageOf(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
-        QCOMPARE(message.contains(u". What was there is now in "), !canTakeBack);
+        QCOMPARE(message.contains(u". The previous content is now in "), !canTakeBack);
         QCOMPARE(folder.kept().size(), kept);
         interception().renameFailure = {};
         if (!canTakeBack) {
@@ -341,7 +341,7 @@ private Q_SLOTS:
         const auto before = describe(folder.path(u"Orvanel"_s));
         const QString message =
             messageOf(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
-        QVERIFY2(message.startsWith(u"The disk has too little room: "), qPrintable(message));
+        QVERIFY2(message.startsWith(u"There is not enough space on the disk: "), qPrintable(message));
         QCOMPARE(describe(folder.path(u"Orvanel"_s)).keys(), before.keys());
         QCOMPARE(folder.read(u"Orvanel/data/large"_s), noise(5'000'000));
     }

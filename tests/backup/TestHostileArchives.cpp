@@ -88,11 +88,11 @@ private Q_SLOTS:
         row("the data is a link inside", {{.name = "real/inner/kuma.db"}, linkEntry("data", "real/inner")}, noData);
         row("device", {database, specialEntry("data/device", S_IFCHR)});
         row("more than the disk holds", {database, {.name = "data/bomb", .saidSize = quint64{1} << 50}},
-            "Could not open the zip file. The disk has too little room: ");
+            "Could not open the zip file. There is not enough space on the disk: ");
         constexpr quint64 largest = ~quint64{0} >> 1;
         row("a size that no disk holds",
             {database, {.name = "data/a", .saidSize = largest}, {.name = "data/b", .saidSize = largest}},
-            "Could not open the zip file. The disk has too little room: ");
+            "Could not open the zip file. There is not enough space on the disk: ");
         row("a size that no number holds", {database, {.name = "data/a", .saidSize = ~quint64{0}}});
         row("larger than it says",
             {database, {.name = "data/bomb", .content = QByteArray(100'000, 'x'), .saidSize = 10}});

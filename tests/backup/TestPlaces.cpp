@@ -87,7 +87,7 @@ private Q_SLOTS:
             folder.fill();
             folder.write(u"Orvanel/Backups/"_s + name + u"/kuma.db"_s, "kept");
             QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.backups())),
-                     u"That folder holds data kept from before a restore or an update. Choose another place."_s);
+                     u"That folder contains data kept by an earlier restore or update. Choose another place."_s);
             QVERIFY(QFileInfo::exists(folder.backups(name)));
         }
     }
@@ -113,7 +113,7 @@ private Q_SLOTS:
         QVERIFY(QFile::link(folder.backups(), folder.path(u"linked"_s)));
         const auto before = describe(folder.path());
         QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.path(place))),
-                 u"That folder holds data kept from before a restore or an update. Choose another place."_s);
+                 u"That folder contains data kept by an earlier restore or update. Choose another place."_s);
         QCOMPARE(difference(before, describe(folder.path())), QString());
     }
 
@@ -164,9 +164,9 @@ private Q_SLOTS:
         }
         const QString message = messageOf(
             BackupManager::restore(folder.path(u"linked"_s), folder.path(u"other"_s), folder.path(u"other/Backups"_s)));
-        QVERIFY2(message.contains(u"must not lie inside each other"), qPrintable(message));
+        QVERIFY2(message.contains(u"must not be inside each other"), qPrintable(message));
         QCOMPARE(messageOf(BackupManager::autoBackup(folder.data(), folder.data(u"Backups"_s), u"x"_s)),
-                 u"The Backups folder must not lie inside the data folder."_s);
+                 u"The Backups folder must not be inside the data folder."_s);
         QCOMPARE(difference(before, describe(folder.path())), QString());
     }
 
@@ -210,7 +210,7 @@ private Q_SLOTS:
         QCOMPARE(difference(before, describe(folder.backups(folder.kept().value(0)))), QString());
     }
 
-    /// As on a stick that every system can read.
+    /// As on a FAT or exFAT disk, which most USB sticks are.
     void diskWithoutLinksTakesAZip() {
         const DataFolder folder;
         folder.fill();
@@ -219,8 +219,9 @@ private Q_SLOTS:
             return at.starts_with(stick);
         };
         const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"stick/copy"_s)));
-        const QString start = u"The disk cannot hold links, such as "_s + folder.data();
-        QVERIFY2(message.startsWith(start) && message.endsWith(u". A zip file can."), qPrintable(message));
+        const QString start = u"This disk does not support links ("_s + folder.data();
+        QVERIFY2(message.startsWith(start) && message.endsWith(u"). Back up to a zip file instead."),
+                 qPrintable(message));
         await(BackupManager::backUp(folder.data(), folder.path(u"stick/copy.zip"_s)));
         QCOMPARE(folder.names(u"stick"_s), QStringList{u"copy.zip"_s});
         QCOMPARE(folder.names(u"Orvanel"_s), QStringList{u"data"_s});
@@ -289,7 +290,7 @@ private Q_SLOTS:
             return from.find(".orvanel-") != std::string::npos && to.ends_with("/copy") ? EIO : 0;
         };
         const QString message = messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
-        const QString start = folder.path(u"copy"_s) + u": Input/output error. What was there is now in "_s;
+        const QString start = folder.path(u"copy"_s) + u": Input/output error. The previous content is now in "_s;
         QVERIFY2(message.startsWith(start), qPrintable(message));
         QFile old(message.mid(start.size()) + u"/copy/old"_s);
         QVERIFY2(old.open(QIODevice::ReadOnly) && old.readAll() == "old", qPrintable(message));

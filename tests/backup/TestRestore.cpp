@@ -137,7 +137,7 @@ private Q_SLOTS:
         // A tool that says nothing and does nothing is not believed.
         makeDitto(folder, ": >\"$5\"");
         QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s))),
-                 u"Could not create the zip file. Something is missing in it."_s);
+                 u"Could not create the zip file. Some files are missing from it."_s);
         QCOMPARE(folder.read(u"copy.zip"_s), QByteArray("PK, the old backup"));
         QCOMPARE(difference(before, describe(folder.data())), QString());
         QVERIFY(folder.names().filter(u".orvanel"_s).isEmpty());
