@@ -2,7 +2,7 @@
 // bare QListView with a QStandardItemModel that shows as many names, and prints a line a figure. To be run offscreen.
 
 #include "app/views/MonitorRows.h"
-#include "statuspage/MonitorRow.h"
+#include "statuspage/StatusPageResult.h"
 
 #include <QApplication>
 #include <QScrollArea>

@@ -1,8 +1,7 @@
 #include "app/UserEnvironment.h"
 
 #include "platform/UserFiles.h"
-#include "task/FastClock.h"
-#include "task/SystemClock.h"
+#include "task/Clock.h"
 
 namespace orvanel {
 namespace {

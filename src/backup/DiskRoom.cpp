@@ -1,8 +1,7 @@
 #include "backup/DiskRoom.h"
 
 #include "backup/FileSystem.h"
-#include "task/Sleep.h"
-#include "task/SystemClock.h"
+#include "task/Clock.h"
 #include "task/Worker.h"
 
 #include <QFile>

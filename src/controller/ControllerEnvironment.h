@@ -7,7 +7,7 @@
 #include "platform/Notifier.h"
 #include "platform/SettingsStore.h"
 #include "process/DockerCLI.h"
-#include "release/ReleaseResult.h"
+#include "release/ReleaseAnswer.h"
 #include "statuspage/StatusPageClient.h"
 #include "task/Clock.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "statuspage/MonitorRow.h"
+#include "statuspage/StatusPageResult.h"
 
 #include <QMap>
 

@@ -1,8 +1,8 @@
 #include "backup/BackupManager.h"
 #include "controller/ContainerAnswer.h"
 #include "controller/KumaController.h"
+#include "task/Clock.h"
 #include "task/Event.h"
-#include "task/Sleep.h"
 
 #include <QDebug>
 

@@ -1,7 +1,7 @@
 #include "controller/CappedLog.h"
 #include "controller/KumaController.h"
 #include "controller/LogFeed.h"
-#include "task/Sleep.h"
+#include "task/Clock.h"
 
 #include <QPointer>
 #include <QScopeGuard>

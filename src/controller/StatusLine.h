@@ -1,7 +1,7 @@
 #pragma once
 
 #include "controller/ControllerState.h"
-#include "statuspage/MonitorRow.h"
+#include "statuspage/StatusPageResult.h"
 
 #include <optional>
 

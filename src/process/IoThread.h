@@ -1,17 +1,36 @@
 #pragma once
 
 #include "process/FileDescriptor.h"
-#include "process/Mailbox.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <unordered_map>
+#include <vector>
 
 class QEventLoop;
 
 namespace orvanel {
+
+/// Actions that any thread leaves for one thread, which is woken through a descriptor. May outlive its reader; what is
+/// posted then is dropped with it.
+class Mailbox {
+public:
+    Mailbox();
+
+    void post(std::function<void()> action);
+
+    /// Readable while there are actions; -1 when the system had none left to give.
+    int descriptor() const { return m_wake.get(); }
+    std::vector<std::function<void()>> takeAll();
+
+private:
+    const FileDescriptor m_wake;
+    std::mutex m_mutex;
+    std::vector<std::function<void()>> m_actions;
+};
 
 /// Told on the I/O thread that one of its descriptors is readable or hung up.
 class DescriptorWatcher {

@@ -2,7 +2,7 @@
 
 #include "process/IoThread.h"
 #include "process/ProcessRun.h"
-#include "task/SystemClock.h"
+#include "task/Clock.h"
 
 #include <QCoreApplication>
 

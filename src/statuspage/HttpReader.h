@@ -1,12 +1,28 @@
 #pragma once
 
-#include "statuspage/HttpResult.h"
-
+#include <QByteArray>
 #include <QByteArrayView>
+#include <QString>
 
 #include <optional>
+#include <variant>
 
 namespace orvanel {
+
+/// What a web server answered.
+struct HttpAnswer {
+    /// 0 when what came back is not HTTP.
+    int status = 0;
+    /// Whole for status 200, empty for any other.
+    QByteArray body;
+};
+
+/// Why no answer came: the end of a sentence for the user, with its full stop.
+struct HttpFailure {
+    QString description;
+};
+
+using HttpResult = std::variant<HttpAnswer, HttpFailure>;
 
 /// Takes one HTTP/1 answer apart as its bytes arrive, and knows when it has enough: no more memory is used than the
 /// largest accepted answer needs, whatever the server sends.

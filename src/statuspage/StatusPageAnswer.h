@@ -1,6 +1,6 @@
 #pragma once
 
-#include "statuspage/HttpResult.h"
+#include "statuspage/HttpReader.h"
 #include "statuspage/StatusPageResult.h"
 
 #include <QJsonDocument>

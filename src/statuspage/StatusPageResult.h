@@ -1,10 +1,29 @@
 #pragma once
 
-#include "statuspage/MonitorRow.h"
+#include <QList>
+#include <QString>
 
+#include <cstdint>
+#include <optional>
 #include <variant>
 
 namespace orvanel {
+
+/// One monitor of the status page, as its latest heartbeat left it.
+struct MonitorRow {
+    std::int64_t id = 0;
+    QString name;
+    /// The status page group that lists the monitor; empty when the group has no name.
+    QString group;
+    /// 0 down, 1 up, 2 pending, 3 maintenance; any other code, or none, means that nothing is known.
+    std::optional<std::int64_t> status;
+    /// Response time in milliseconds.
+    std::optional<std::int64_t> ping;
+    /// Uptime of the last 24 hours, from 0 to 1.
+    std::optional<double> uptime24;
+
+    bool operator==(const MonitorRow&) const = default;
+};
 
 /// A status page as it was read: its monitors in the page's order.
 struct StatusPageData {

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <QCoro/QCoroTask>
+
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <stop_token>
 
 namespace orvanel {
 
@@ -36,5 +39,36 @@ public:
     [[nodiscard]] virtual std::unique_ptr<Timer> callAfter(std::chrono::milliseconds delay,
                                                            std::function<void()> action) = 0;
 };
+
+/// The machine's own clock.
+class SystemClock final : public Clock {
+public:
+    /// One for the whole program; it has no state.
+    static SystemClock& instance();
+
+    TimePoint now() const override;
+    WallTime wallTime() const override;
+    std::unique_ptr<Timer> callAfter(std::chrono::milliseconds delay, std::function<void()> action) override;
+};
+
+/// Passes `factor` times as fast as another clock; only the time of day is that clock's own.
+class FastClock final : public Clock {
+public:
+    /// `clock` must outlive this one.
+    FastClock(Clock& clock, int factor);
+
+    TimePoint now() const override;
+    WallTime wallTime() const override;
+    std::unique_ptr<Timer> callAfter(std::chrono::milliseconds delay, std::function<void()> action) override;
+
+private:
+    Clock& m_clock;
+    const int m_factor;
+    const TimePoint m_start;
+};
+
+/// Ends when `duration` has passed on `clock`, or earlier when `stop` is requested (from any thread).
+/// `clock` must outlive the sleep.
+QCoro::Task<void> sleepFor(Clock* clock, std::chrono::milliseconds duration, std::stop_token stop = {});
 
 } // namespace orvanel

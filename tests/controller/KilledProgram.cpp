@@ -5,7 +5,7 @@
 #include "RecordingPlatform.h"
 #include "controller/KumaController.h"
 #include "support/Await.h"
-#include "task/SystemClock.h"
+#include "task/Clock.h"
 
 #include <QCoreApplication>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "release/ReleaseResult.h"
+#include "release/ReleaseAnswer.h"
 #include "task/Event.h"
 
 #include <QCoro/QCoroTask>

@@ -4,7 +4,7 @@
 #include "statuspage/StatusPageClient.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
-#include "task/SystemClock.h"
+#include "task/Clock.h"
 
 #include <QDir>
 #include <QFile>

@@ -5,7 +5,7 @@
 #include "controller/KumaController.h"
 #include "support/Await.h"
 #include "support/TestHome.h"
-#include "task/SystemClock.h"
+#include "task/Clock.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -3,7 +3,7 @@
 #include "support/Await.h"
 #include "support/FakeClock.h"
 #include "support/TestClass.h"
-#include "task/SystemClock.h"
+#include "task/Clock.h"
 
 #include <QTcpServer>
 

@@ -1,9 +1,7 @@
 #include "support/Await.h"
 #include "support/FakeClock.h"
 #include "support/TestClass.h"
-#include "task/FastClock.h"
-#include "task/Sleep.h"
-#include "task/SystemClock.h"
+#include "task/Clock.h"
 #include "task/TaskScope.h"
 #include "task/Worker.h"
 

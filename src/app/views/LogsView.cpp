@@ -6,7 +6,7 @@
 #include "app/widgets/TextStyle.h"
 #include "controller/KumaController.h"
 #include "platform/Dialogs.h"
-#include "task/Sleep.h"
+#include "task/Clock.h"
 #include "task/Worker.h"
 
 #include <QAction>

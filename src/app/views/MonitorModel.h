@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/widgets/StateColors.h"
-#include "statuspage/MonitorRow.h"
+#include "statuspage/StatusPageResult.h"
 
 #include <QAbstractListModel>
 

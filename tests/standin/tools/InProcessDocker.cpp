@@ -1,8 +1,8 @@
 #include "standin/tools/InProcessDocker.h"
 
 #include "standin/tools/StandInDocker.h"
+#include "task/Clock.h"
 #include "task/Event.h"
-#include "task/Sleep.h"
 
 #include <algorithm>
 #include <atomic>

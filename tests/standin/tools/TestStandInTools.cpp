@@ -3,7 +3,7 @@
 #include "standin/tools/StandInTools.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
-#include "task/SystemClock.h"
+#include "task/Clock.h"
 
 #include <QFile>
 #include <QRegularExpression>
