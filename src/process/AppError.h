@@ -6,7 +6,7 @@
 
 namespace orvanel {
 
-/// A failure that the program noticed itself, worded for the user. Thrown by the backup operations only.
+/// A failure that Orvanel itself noticed, worded for the user. Only the backup operations throw it.
 class AppError final : public std::exception {
 public:
     explicit AppError(QString message)

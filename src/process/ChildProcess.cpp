@@ -31,7 +31,7 @@ public:
         return m_pointers.data();
     }
 
-    /// A zero byte inside a text would silently cut it.
+    /// A zero byte would silently cut the text short.
     bool hasZeroByte() const {
         return std::any_of(m_texts.begin(), m_texts.end(),
                            [](const std::string& text) { return text.find('\0') != std::string::npos; });
@@ -42,21 +42,21 @@ private:
     std::vector<char*> m_pointers;
 };
 
-/// What the child changes between its birth and the program's start. Calls in here fail only for lack of memory, which
-/// ends the program anyway, as every allocation here does.
+/// What the child changes before it runs the program. These calls fail only if memory runs out, which ends Orvanel
+/// anyway.
 class SpawnPlan {
 public:
     explicit SpawnPlan(int output) {
         ::posix_spawn_file_actions_init(&m_actions);
-        // The null device comes after the pipe: its number may be 0 in a program that was started without streams.
+        // The null device comes after the pipe, which may have the number 0 if Orvanel was started without streams.
         ::posix_spawn_file_actions_adddup2(&m_actions, output, STDOUT_FILENO);
         ::posix_spawn_file_actions_adddup2(&m_actions, output, STDERR_FILENO);
         ::posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         ::posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1);
 
         ::posix_spawnattr_init(&m_attributes);
-        // A session of its own makes a group of its own, and has no terminal on which a child could ask, and be stopped
-        // for asking in the background.
+        // A new session brings a process group of its own. It has no terminal: a child that asked something there would
+        // be stopped, as it runs in the background.
         ::posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
         sigset_t signals{};
         sigemptyset(&signals);
@@ -87,7 +87,7 @@ FileDescriptor openProcessDescriptor(pid_t pid) {
     return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
 }
 
-/// A child that somebody has stopped takes the signal only when it goes on.
+/// A stopped child receives the SIGTERM only once it is continued.
 void terminateFamily(pid_t pid) {
     ::kill(-pid, SIGTERM);
     ::kill(-pid, SIGCONT);
@@ -133,19 +133,23 @@ int ChildProcess::start(const QString& path, const QStringList& arguments, const
     if (const int error = plan.spawn(&pid, path, argumentTexts, environmentTexts); error != 0) {
         return error;
     }
-    // Closed first, so that there is a number for the next descriptor even when no other is left.
+    // Closed first, so that its number is free for the next descriptor even if no other is left.
     childsEnd.reset();
     m_output = std::move(output);
     m_end = openProcessDescriptor(pid);
     if (!m_end.isOpen()) {
-        // Kernels before 5.3, and sandboxes that know nothing newer.
+        // Kernels before 5.3 and some sandboxes have no pidfd_open.
         m_endIsPolled = true;
         m_end = openTicker();
     }
-    const std::lock_guard lock(m_mutex);
-    m_pid = pid;
-    if (m_terminateWanted) {
-        terminateFamily(m_pid);
+    bool isTerminated = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_pid = pid;
+        isTerminated = m_terminateWanted;
+    }
+    if (isTerminated) {
+        terminate();
     }
     return 0;
 }
@@ -173,6 +177,12 @@ void ChildProcess::terminate() {
         terminateFamily(m_pid);
     }
     m_onTerminate();
+}
+
+void ChildProcess::giveUp() {
+    m_output.reset();
+    const std::lock_guard lock(m_mutex);
+    m_isOver = true;
 }
 
 std::int32_t ChildProcess::reap() {

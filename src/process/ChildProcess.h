@@ -14,27 +14,31 @@
 
 namespace orvanel {
 
-/// One child in a session, and so in a process group, of its own, whose output comes through a single pipe. terminate()
-/// may be called from any thread, everything else belongs to the I/O thread. Once ended it stays a zombie until reap():
-/// that keeps its id from being given to a stranger, whom a late signal would hit.
+/// One child, in a session and process group of its own, whose output comes through a single pipe. terminate() may be
+/// called from any thread, everything else only from the I/O thread. An ended child stays a zombie until reap():
+/// otherwise its id could pass to another process, which a late signal would hit.
 class ChildProcess final : public RunningProcess {
 public:
-    /// `onTerminate` is called after each SIGTERM sent, on the thread that asked for it.
+    /// `onTerminate` is called after each SIGTERM sent, on the thread that sent it.
     explicit ChildProcess(std::function<void()> onTerminate);
 
-    /// Starts the program, with exactly this environment and nothing of ours: no descriptors, ignored or blocked
-    /// signals. Answers 0 or the error number of the failure. A terminate() that came before reaches the child now.
+    /// Starts the program with exactly this environment. The child inherits none of our descriptors, and no ignored or
+    /// blocked signals. Returns 0 or the error number. If terminate() was called before, the child is sent SIGTERM now.
     int start(const QString& path, const QStringList& arguments, const QMap<QString, QString>& environment);
 
     /// The reading end of the pipe, non-blocking.
     int outputDescriptor() const { return m_output.get(); }
-    /// Becomes readable when the child has ended, and perhaps before: ask hasEnded() then.
+    /// Becomes readable when the child has ended, and perhaps earlier: hasEnded() tells.
     int endDescriptor() const { return m_end.get(); }
     bool hasEnded() const;
 
     void terminate() override;
 
-    /// Takes leave of the ended child and closes the descriptors. Answers its exit status, or 128 + signal number.
+    /// Leaves the running child alone: its output is closed, and terminate() does nothing from now on. The child must
+    /// still be reaped when it has ended.
+    void giveUp();
+
+    /// Reaps the ended child and closes the descriptors. Returns its exit status, or 128 + signal number.
     std::int32_t reap();
 
 private:

@@ -24,7 +24,7 @@ QString toolRoot() {
     return qEnvironmentVariable("ORVANEL_TOOL_ROOT");
 }
 
-/// As the password database tells it: $HOME may be anybody's after a sudo.
+/// From the password database: after sudo, $HOME may be another user's.
 QString homeFolder() {
     std::vector<char> room(1024);
     passwd entry{};
@@ -56,7 +56,7 @@ std::optional<QString> firstIn(const QStringList& folders, const QString& name) 
 enum class AddressReuse { no, yes };
 
 bool canBind(int port, AddressReuse reuse) {
-    // Port 0 would ask for any free one, and be granted.
+    // Binding to port 0 always succeeds: the system then chooses a port.
     if (port < 1 || port > 65535) {
         return false;
     }

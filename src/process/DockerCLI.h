@@ -14,12 +14,12 @@
 
 namespace orvanel {
 
-/// What everything that touches the docker tool and its companions relies on: where they are, in which environment
-/// children run, how one is run, and what Docker's complaints mean to a person. No state; any thread.
+/// How Orvanel uses the docker tool and its companions: where they are, how they are run and in which environment, and
+/// what Docker's error messages mean to people. There is no state. All functions may be called from any thread.
 namespace DockerCLI {
 
-/// Given one chunk of a child's output as it arrives, on the runner's own thread: all children wait meanwhile, so it
-/// must be quick, and it must not throw.
+/// Called with each chunk of a child's output as it arrives, on the runner's own thread. All children wait until it
+/// returns, so it must be quick. It must not throw.
 using OutputCallback = std::function<void(QString chunk)>;
 
 /// The folders in which tools are looked for, in order. The inherited PATH is never searched.
@@ -27,15 +27,15 @@ using OutputCallback = std::function<void(QString chunk)>;
 QStringList searchFolders();
 
 /// The complete environment of every child: PATH from searchFolders() and the system's folders, HOME from the password
-/// database, USER, TMPDIR and LANG as far as we have them, and DOCKER_CLI_HINTS. Read afresh at each call.
+/// database, USER, TMPDIR and LANG if they are set for Orvanel, and DOCKER_CLI_HINTS. Read afresh at each call.
 QMap<QString, QString> environment();
 
-/// environment() for a child that runs the program `path`. When the program's folder is not in PATH, it is put in
-/// front: a tool finds its companions where it lies itself.
+/// environment() for a child that runs the program `path`. If PATH lacks the program's folder, the folder is put in
+/// front, so that a tool finds its companions beside itself.
 QMap<QString, QString> environmentFor(const QString& path);
 
-/// The docker tool: `override` (blanks around it do not count) when it names an executable file, else the first that a
-/// search folder holds. An override that names none is ignored.
+/// The docker tool: `override`, without blanks around it, if it names an executable file; otherwise the first one in a
+/// search folder.
 std::optional<QString> find(const QString& override);
 
 /// The first executable file of that name in a search folder.
@@ -46,31 +46,33 @@ std::optional<QString> findTool(const QString& name);
 /// here too.
 std::optional<QString> findOutsideSearchFolders(const QString& name);
 
-/// Whether a TCP socket can be bound to 127.0.0.1 on `port` right now, without any reuse option. A socket failure
-/// counts as taken.
+/// Whether a TCP socket can be bound to 127.0.0.1 on `port` right now, without any reuse option. False if no socket can
+/// be made.
 bool isPortFree(int port);
 
-/// The same question with SO_REUSEADDR: still false while anybody listens there, but true for a port that the system
-/// only keeps in a closing state (TIME_WAIT, for a minute after the server closed its connections; tcp(7), socket(7)).
+/// The same with SO_REUSEADDR: still false while a program listens on the port, but true while the system only keeps it
+/// in a closing state (TIME_WAIT, for a minute after the server closed its connections; see tcp(7) and socket(7)).
 bool isPortFreeForListening(int port);
 
-/// The sentence for the user about a failed command: see DockerComplaint, which also tells the kind of its complaint.
+/// One sentence for the user about a failed command. DockerComplaint.h also tells of what kind the failure is.
 QString friendlyMessage(const QString& output, bool timedOut);
 
 /// Runs an external program: `path` (not looked up anywhere) with `arguments` (no shell), in environmentFor(path), with
-/// standard input from the null device. Never throws and never blocks: a program that cannot be started is a result too
-/// ("Could not run PATH: …", status -1).
+/// standard input from the null device. Never throws and never blocks. If the program cannot be started, the result
+/// says so ("Could not run PATH: …", status -1).
 ///
-/// At `timeout` the child's process group gets SIGTERM, as it does when `handle` is cancelled; there is no second,
-/// forceful kill, so the run ends when the child does. A grandchild that keeps the output open after the child's end
-/// is read on, but not past `timeout` or a cancel; `timeout` alone leaves it in peace. With a handle that has been
-/// cancelled already nothing is started.
+/// At `timeout`, or when `handle` is cancelled, the child's process group is sent SIGTERM, never SIGKILL. If the child
+/// lives on 5 s later, the run ends without it: timed out or cancelled, with status -1 and the output so far. The
+/// child's output is closed then, and it is reaped whenever it ends.
+///
+/// If a grandchild keeps the output open after the child has ended, its output is read too, until `timeout` or a
+/// cancel; `timeout` sends no signal then. If the handle has already been cancelled, nothing is started.
 QCoro::Task<CommandResult> run(QString path, QStringList arguments, std::chrono::duration<double> timeout,
                                std::shared_ptr<ProcessHandle> handle = {}, OutputCallback onOutput = {});
 
 } // namespace DockerCLI
 
-/// The shape of DockerCLI::run, for those who are handed the way to run commands.
+/// A function like DockerCLI::run, for code that is told how to run commands.
 using RunCommand = std::function<QCoro::Task<CommandResult>(
     QString path, QStringList arguments, std::chrono::duration<double> timeout, std::shared_ptr<ProcessHandle> handle,
     DockerCLI::OutputCallback onOutput)>;

@@ -4,7 +4,7 @@
 
 namespace orvanel {
 
-/// What a failed docker command complained about, as far as it makes a difference to people.
+/// Why a docker command failed, as far as it makes a difference to the user.
 enum class DockerComplaint {
     noAnswer,
     portTaken,
@@ -14,7 +14,7 @@ enum class DockerComplaint {
     other,
 };
 
-/// A time limit that was reached comes first, whatever the output says; then the output is searched for Docker's own
+/// A command that timed out gave no answer, whatever its output says. Otherwise the output is searched for Docker's own
 /// phrases, in the order above.
 DockerComplaint complaintOf(const CommandResult& result);
 

@@ -26,7 +26,7 @@ public:
     int get() const { return m_fd; }
     bool isOpen() const { return m_fd >= 0; }
 
-    /// Whoever calls it closes the descriptor from then on.
+    /// Gives the descriptor to the caller, who must close it.
     int release() { return std::exchange(m_fd, -1); }
 
     void reset() {

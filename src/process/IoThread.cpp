@@ -12,8 +12,8 @@
 namespace orvanel {
 namespace {
 
-/// A child that writes line by line is slowed down by a reader that it has to wake for each line. After a turn that
-/// brought only a little, the reader looks away for a moment, in which the next lines gather in the pipe.
+/// A child that writes line by line is slowed down if each line wakes the reader. After a turn that read only a little,
+/// the reader pauses for a moment, in which the next lines gather in the pipe.
 constexpr std::size_t fewBytes = 16384;
 constexpr std::chrono::microseconds pause{50};
 
@@ -22,8 +22,8 @@ int addToEpoll(int epoll, int descriptor) {
     return ::epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event) == 0 ? 0 : errno;
 }
 
-/// A launcher may have left us SIGCHLD ignored; the system would then throw away how our children ended, and their ids
-/// could be a stranger's before we know.
+/// A launcher may have left SIGCHLD ignored. The system would then reap our children itself: we would not learn how
+/// they ended, and could signal another process that has got the id of one.
 void keepEndedChildren() {
     struct sigaction action {};
     if (::sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
@@ -49,8 +49,8 @@ void Mailbox::post(std::function<void()> action) {
 }
 
 std::vector<std::function<void()>> Mailbox::takeAll() {
-    // Before the actions are taken: one that is posted in between then wakes the reader once too often, never too
-    // seldom.
+    // Reset before the actions are taken: an action that is posted in between then wakes the reader once too often.
+    // The other way round it might not wake it at all.
     eventfd_t wakes = 0;
     ::eventfd_read(m_wake.get(), &wakes);
     const std::lock_guard lock(m_mutex);
@@ -63,7 +63,7 @@ IoThread::IoThread() = default;
 
 IoThread::~IoThread() {
     if (m_thread.joinable()) {
-        // There, because timers end on the thread that made them.
+        // On the thread itself, because timers must be destroyed where they were made.
         m_mailbox->post([this] { m_watchers.clear(); });
         stop();
     }
@@ -131,8 +131,8 @@ std::size_t IoThread::serveReady() {
             bytesRead += watcher->ready(descriptor);
         }
     }
-    // Last: a new child may be given the number of a descriptor that was closed in this turn, whose event it would take
-    // for its own.
+    // Last, because a new child may get the number of a descriptor that was closed in this turn, and would take that
+    // one's event for its own.
     if (hasMail) {
         for (const auto& action : m_mailbox->takeAll()) {
             action();

@@ -14,15 +14,15 @@ class QEventLoop;
 
 namespace orvanel {
 
-/// Actions that any thread leaves for one thread, which is woken through a descriptor. May outlive its reader; what is
-/// posted then is dropped with it.
+/// Actions that any thread posts to one thread, which is woken through a descriptor. The mailbox may outlive that
+/// thread; actions that are posted then never run.
 class Mailbox {
 public:
     Mailbox();
 
     void post(std::function<void()> action);
 
-    /// Readable while there are actions; -1 when the system had none left to give.
+    /// Readable while there are actions; -1 if the system refused a descriptor.
     int descriptor() const { return m_wake.get(); }
     std::vector<std::function<void()>> takeAll();
 
@@ -32,7 +32,7 @@ private:
     std::vector<std::function<void()>> m_actions;
 };
 
-/// Told on the I/O thread that one of its descriptors is readable or hung up.
+/// An object that is told, on the I/O thread, when a descriptor is readable or hung up.
 class DescriptorWatcher {
 public:
     DescriptorWatcher() = default;
@@ -40,12 +40,12 @@ public:
     DescriptorWatcher(const DescriptorWatcher&) = delete;
     DescriptorWatcher& operator=(const DescriptorWatcher&) = delete;
 
-    /// Answers how many bytes it read.
+    /// Returns how many bytes it read.
     virtual std::size_t ready(int descriptor) = 0;
 };
 
-/// The one thread that waits for all children. It runs a Qt event loop, so that a Clock works there, in which a single
-/// notifier stands for all watched descriptors: one wake-up serves everything that is ready, whatever their number.
+/// The one thread that waits for all children. It runs a Qt event loop, so that a Clock works on it. A single notifier
+/// stands for all watched descriptors, so that one wake-up serves everything that is ready.
 class IoThread {
 public:
     IoThread();
@@ -53,15 +53,15 @@ public:
     IoThread(const IoThread&) = delete;
     IoThread& operator=(const IoThread&) = delete;
 
-    /// Starts the thread unless it runs. Answers 0 or the error number of what the system refused. Any thread.
+    /// Starts the thread unless it runs already. Returns 0 or an error number. May be called from any thread.
     int start();
-    /// Ends the thread and waits for that; what it watched is left as it is. Not to be started again.
+    /// Ends the thread and waits for its end. What it watched stays as it is. The thread cannot be started again.
     void stop();
 
-    /// Where any thread leaves actions for this one.
+    /// Where other threads post actions to this one.
     const std::shared_ptr<Mailbox>& mailbox() const { return m_mailbox; }
 
-    /// Only on the thread itself. A watcher is kept alive as long as it watches.
+    /// Only called on the thread itself. A watcher is kept alive as long as it watches.
     void watch(int descriptor, std::shared_ptr<DescriptorWatcher> watcher);
     void unwatch(int descriptor);
 

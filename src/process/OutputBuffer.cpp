@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::size_t mostBytes = 2'000'000;
 constexpr std::size_t keptBytes = 1'000'000;
-/// Twice what is ever kept: most cuts then only move the beginning on, and few copy what is kept to the front. Pages
-/// that were never written to cost nothing, and all are given back at once (malloc would keep them for later).
+/// Twice what is ever kept, so that most cuts only move the beginning on and few copy the rest to the front. Pages that
+/// are never written to cost nothing, and all are given back at once (malloc would keep them).
 constexpr std::size_t spaceBytes = std::size_t{4} * 1024 * 1024;
 
 } // namespace

@@ -22,13 +22,13 @@ public:
     OutputBuffer(const OutputBuffer&) = delete;
     OutputBuffer& operator=(const OutputBuffer&) = delete;
 
-    /// Where the next chunk can be read to without being copied again: chunkSize bytes, valid until the next call.
+    /// Space for the next chunk, which is not copied again: chunkSize bytes, valid until the next call.
     std::span<char> room();
-    /// Appends what is now in the first `count` bytes of room(), and answers it.
+    /// Appends the first `count` bytes of room() and returns them.
     QByteArrayView commit(std::size_t count);
 
     std::size_t size() const { return m_end - m_begin; }
-    /// All bytes kept, decoded as a whole; a character that the cut at the front split shows as U+FFFD.
+    /// All bytes kept, decoded as a whole. If the cut split the first character, its rest becomes U+FFFD.
     QString string() const;
 
 private:

@@ -11,11 +11,15 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// So many chunks of one child are read before the others have their turn. More than a pipe holds (64 KiB): a single
-/// turn after the child's end takes everything that the child itself wrote.
+/// How many chunks of one child are read before the others have their turn. They are more than a pipe holds (64 KiB),
+/// so that one turn after the child's end reads everything that the child itself wrote.
 constexpr int chunksPerTurn = 16;
 
-/// A clock counts in whole milliseconds, and no further than an int (24 days).
+/// How long a child may live on after the first SIGTERM.
+constexpr std::chrono::seconds patience{5};
+constexpr std::int32_t givenUp = -1;
+
+/// A clock takes whole milliseconds, at most as many as an int holds (24 days).
 std::chrono::milliseconds toMilliseconds(std::chrono::duration<double> timeout) {
     constexpr double most = std::numeric_limits<int>::max();
     const double milliseconds = std::ceil(timeout.count() * 1000.0);
@@ -42,7 +46,7 @@ ProcessRun::ProcessRun(IoThread* io, Clock* clock, RunRequest request, Event<Com
     , m_request(std::move(request))
     , m_ended(std::move(ended)) {}
 
-/// A call of `step` that any thread may make; it happens in a later turn of the I/O thread, if the run is still there.
+/// A function that any thread may call: `step` then runs in a later turn of the I/O thread, if the run has not ended.
 std::function<void()> ProcessRun::later(void (ProcessRun::*step)()) {
     return [mailbox = m_io->mailbox(), weakRun = weak_from_this(), step] {
         mailbox->post([weakRun, step] {
@@ -56,7 +60,7 @@ std::function<void()> ProcessRun::later(void (ProcessRun::*step)()) {
 
 void ProcessRun::start() {
     m_child = std::make_shared<ChildProcess>(later(&ProcessRun::terminateAsked));
-    // From here on a cancel finds the child, started or not; one that came before is answered without any.
+    // From here on a cancel finds the child, started or not. After a cancel that came earlier, none is started.
     if (m_request.handle && !m_request.handle->setProcess(m_child)) {
         m_ended.complete(cancelledBeforeStart());
         return;
@@ -73,9 +77,6 @@ void ProcessRun::start() {
 }
 
 std::size_t ProcessRun::ready(int descriptor) {
-    if (m_isFinished) {
-        return 0;
-    }
     if (descriptor == m_child->endDescriptor()) {
         if (m_child->hasEnded()) {
             childEnded();
@@ -84,7 +85,7 @@ std::size_t ProcessRun::ready(int descriptor) {
     }
     const std::size_t bytesRead = readOutput();
     if (m_childHasEnded && !m_outputIsOpen) {
-        finish();
+        finish(m_child->reap());
     }
     return bytesRead;
 }
@@ -99,21 +100,39 @@ void ProcessRun::timeLimitReached() {
     childEnded();
 }
 
-/// The child has been sent SIGTERM. While it runs nothing more is to be done; its end is what ends the run.
+/// The child has been sent SIGTERM, and perhaps not for the first time.
 void ProcessRun::terminateAsked() {
     if (m_childHasEnded) {
         childEnded();
+    } else if (!m_patience) {
+        m_patience = m_clock->callAfter(patience, later(&ProcessRun::patienceEnded));
     }
 }
 
-/// The child has ended, or something changed since: reads what it left in the pipe and ends the run, unless a
-/// grandchild still has something to say and the time to say it.
+/// The child should have ended by now. If it ignores SIGTERM, the run ends without it, so that nobody waits for ever.
+void ProcessRun::patienceEnded() {
+    if (m_child->hasEnded()) {
+        childEnded();
+        return;
+    }
+    closeOutput();
+    m_child->giveUp();
+    finish(givenUp);
+}
+
+/// The child has ended, now or earlier: reads what is left in the pipe and ends the run, unless a grandchild holds the
+/// pipe open and there is still time.
 void ProcessRun::childEnded() {
     m_childHasEnded = true;
     m_io->unwatch(m_child->endDescriptor());
+    if (m_isFinished) {
+        m_child->reap();
+        return;
+    }
     readOutput();
     if (!m_outputIsOpen || !mayLinger()) {
-        finish();
+        closeOutput();
+        finish(m_child->reap());
     }
 }
 
@@ -122,14 +141,14 @@ bool ProcessRun::mayLinger() const {
     return !m_isPastLimit && !cancelled;
 }
 
-/// Reads what is there, within the bounds of one turn; answers how much it was.
+/// Reads what is there, at most as much as one turn allows. Returns the number of bytes.
 std::size_t ProcessRun::readOutput() {
     std::size_t bytesRead = 0;
     for (int chunk = 0; chunk < chunksPerTurn && m_outputIsOpen; ++chunk) {
         const std::size_t count = readChunk();
         bytesRead += count;
-        // Less than a whole chunk means that there is no more for now. Once the child has ended nothing would tell us
-        // of more, so then only an empty pipe does.
+        // Less than a whole chunk means that there is no more for now. Once the child has ended, only an empty pipe
+        // means that: no event would tell us of the rest.
         if (count == 0 || (count < OutputBuffer::chunkSize && !m_childHasEnded)) {
             break;
         }
@@ -137,7 +156,7 @@ std::size_t ProcessRun::readOutput() {
     return bytesRead;
 }
 
-/// Answers 0 when there is nothing, for now or for ever.
+/// Returns 0 if there is nothing to read, for now or for ever.
 std::size_t ProcessRun::readChunk() {
     const std::span<char> room = m_output.room();
     ssize_t count = -1;
@@ -163,12 +182,12 @@ void ProcessRun::closeOutput() {
     m_outputIsOpen = false;
 }
 
-void ProcessRun::finish() {
+void ProcessRun::finish(std::int32_t status) {
     m_isFinished = true;
-    closeOutput();
     m_timeLimit.reset();
+    m_patience.reset();
     CommandResult result;
-    result.status = m_child->reap();
+    result.status = status;
     result.output = m_output.string();
     result.timedOut = m_timedOut;
     result.cancelled = m_request.handle && m_request.handle->isCancelled();

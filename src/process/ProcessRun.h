@@ -9,12 +9,12 @@
 
 namespace orvanel {
 
-/// The result of a program that could not be started, for the system's reason `error`.
+/// The result of a program that could not be started; `error` is the system's error number.
 CommandResult couldNotRun(const QString& path, int error);
 /// The result of a run whose handle was cancelled before there was a child.
 CommandResult cancelledBeforeStart();
 
-/// What a caller asks for; the meaning of the fields is told at DockerCLI::run().
+/// What a caller asks for. DockerCLI::run() explains the fields.
 struct RunRequest {
     QString path;
     QStringList arguments;
@@ -25,8 +25,9 @@ struct RunRequest {
 
 /// One run from its start to its result, all on the I/O thread.
 ///
-/// It ends when the child has ended and the pipe is at its end. Should a grandchild hold the pipe open longer, the run
-/// goes on reading until its time limit or a cancel.
+/// It ends when the child has ended and the pipe is at its end. If a grandchild holds the pipe open longer, the run
+/// goes on reading until its time limit or a cancel. If the child ignores SIGTERM, the run ends without it; then this
+/// object stays only to reap the child.
 class ProcessRun final : public DescriptorWatcher, public std::enable_shared_from_this<ProcessRun> {
 public:
     ProcessRun(IoThread* io, Clock* clock, RunRequest request, Event<CommandResult> ended);
@@ -39,11 +40,12 @@ private:
     void timeLimitReached();
     void terminateAsked();
     void childEnded();
+    void patienceEnded();
     std::size_t readOutput();
     std::size_t readChunk();
     void closeOutput();
     bool mayLinger() const;
-    void finish();
+    void finish(std::int32_t status);
 
     IoThread* const m_io;
     Clock* const m_clock;
@@ -51,6 +53,7 @@ private:
     const Event<CommandResult> m_ended;
     std::shared_ptr<ChildProcess> m_child;
     std::unique_ptr<Clock::Timer> m_timeLimit;
+    std::unique_ptr<Clock::Timer> m_patience;
     OutputBuffer m_output;
     bool m_outputIsOpen = false;
     bool m_childHasEnded = false;

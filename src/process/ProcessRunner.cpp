@@ -15,8 +15,8 @@ ProcessRunner::ProcessRunner(Clock* clock)
 ProcessRunner::~ProcessRunner() = default;
 
 ProcessRunner& ProcessRunner::shared() {
-    // Never deleted, so that nothing that is still pending at the program's end can find it gone. Its thread ends with
-    // the application object, while all of Qt that it uses is there.
+    // Never deleted, because runs may still be pending when the program ends. The thread ends with the application
+    // object, as long as the parts of Qt that it uses exist.
     static ProcessRunner* const runner = [] {
         qAddPostRoutine([] { shared().m_io->stop(); });
         return new ProcessRunner(&SystemClock::instance());

@@ -11,18 +11,18 @@ namespace orvanel {
 class IoThread;
 struct RunRequest;
 
-/// Runs children on one I/O thread of its own, which starts with the first run. No thread waits for a single child.
+/// Runs children on one I/O thread of its own, which starts with the first run and serves all of them.
 class ProcessRunner {
 public:
     /// Time limits are measured on `clock`, which must outlive the runner.
     explicit ProcessRunner(Clock* clock);
-    /// Runs that have not ended never do: their children are left alone, and whoever awaits them waits for ever.
+    /// Runs that have not ended by now never end: their children are left alone, and nobody who awaits them is resumed.
     ~ProcessRunner();
     ProcessRunner(const ProcessRunner&) = delete;
     ProcessRunner& operator=(const ProcessRunner&) = delete;
 
-    /// The program's runner, on the machine's own clock. It lives until the application object goes, which does not
-    /// wait for children.
+    /// The program's own runner, on the computer's clock. Its thread ends with the application object, without waiting
+    /// for children.
     static ProcessRunner& shared();
 
     /// See DockerCLI::run(). Called from any thread that runs an event loop, where it also ends.

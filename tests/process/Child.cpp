@@ -93,7 +93,7 @@ int descriptors(const Arguments&) {
     return 0;
 }
 
-/// What of the signals this process has inherited: blocked and ignored ones.
+/// Prints which signals this process has inherited as blocked or ignored.
 int signals(const Arguments&) {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {
@@ -109,7 +109,7 @@ int session(const Arguments&) {
     return 0;
 }
 
-/// Says its id first.
+/// Prints its id first.
 int stopItself(const Arguments&) {
     say(std::to_string(getpid()) + " ");
     raise(SIGSTOP);
@@ -161,7 +161,7 @@ int stay(const Arguments&) {
     return 0;
 }
 
-/// Not impressed by SIGTERM: counts each one aloud and runs until FILE exists.
+/// Survives SIGTERM: prints the number of each one, and runs until FILE exists.
 int countTerms(const Arguments& arguments) {
     static volatile sig_atomic_t terms = 0;
     signal(SIGTERM, [](int) { terms = terms + 1; });
@@ -178,6 +178,14 @@ int countTerms(const Arguments& arguments) {
     return 3;
 }
 
+/// Prints its id, ignores SIGTERM and runs until FILE exists.
+int deaf(const Arguments& arguments) {
+    signal(SIGTERM, SIG_IGN);
+    say(std::to_string(getpid()) + " ");
+    waitUntil([&] { return exists(arguments.at(0)); });
+    return 7;
+}
+
 /// Closes its streams and runs on until FILE exists.
 int closeOutput(const Arguments& arguments) {
     say("last words");
@@ -188,7 +196,7 @@ int closeOutput(const Arguments& arguments) {
 }
 
 /// Ends with status 6 and leaves a grandchild that holds the output until FILE exists, then says " late" and makes
-/// FILE.survived. Says the ids of both first.
+/// FILE.survived. Prints the ids of both first.
 int leaveGrandchild(const Arguments& arguments) {
     const std::string& file = arguments.at(0);
     const pid_t grandchild = fork();
@@ -203,7 +211,7 @@ int leaveGrandchild(const Arguments& arguments) {
     return 6;
 }
 
-/// Runs until a signal ends it, with a grandchild that holds the output and does not mind SIGTERM.
+/// Runs until a signal ends it, with a grandchild that holds the output and ignores SIGTERM.
 int stayWithStubbornGrandchild(const Arguments&) {
     if (fork() == 0) {
         signal(SIGTERM, SIG_IGN);
@@ -213,7 +221,7 @@ int stayWithStubbornGrandchild(const Arguments&) {
     return 0;
 }
 
-/// Ends with status 6 and leaves a grandchild that writes without end and does not mind SIGTERM.
+/// Ends with status 6 and leaves a grandchild that writes without end and ignores SIGTERM.
 int leaveChatterer(const Arguments&) {
     say(std::to_string(getpid()) + " ");
     if (fork() == 0) {
@@ -262,6 +270,7 @@ const std::map<std::string, int (*)(const Arguments&)> faces = {
     {"garbage", garbage},
     {"stay", stay},
     {"count-terms", countTerms},
+    {"deaf", deaf},
     {"close-output", closeOutput},
     {"leave-grandchild", leaveGrandchild},
     {"leave-chatterer", leaveChatterer},

@@ -73,7 +73,7 @@ bool forbidProcessDescriptors() {
 
 } // namespace
 
-/// Much, many, and at the wrong moment.
+/// Much output, many runs, and events at inconvenient moments.
 class TestProcessLoad : public QObject {
     Q_OBJECT
 

@@ -129,10 +129,11 @@ private Q_SLOTS:
         child.terminate();
         QCOMPARE(signalsTold, 0);
         QCOMPARE(child.start(QString::fromUtf8(PROCESS_TEST_CHILD), {u"stay"_s}, DockerCLI::environment()), 0);
+        QCOMPARE(signalsTold, 1);
         QVERIFY(waitUntil([&] { return child.hasEnded(); }));
         QCOMPARE(child.reap(), terminated);
         child.terminate();
-        QCOMPARE(signalsTold, 0);
+        QCOMPARE(signalsTold, 1);
     }
 
     void cancelEndsTheChild() {
@@ -179,7 +180,7 @@ private Q_SLOTS:
         QCOMPARE(await(std::move(task)).status, terminated);
     }
 
-    void childThatIgnoresTheSignalIsWaitedFor() {
+    void childThatIgnoresTheSignalIsWaitedForAWhile() {
         const TestHome home;
         ProcessRunner runner(&m_clock);
         const LiveOutput live;
@@ -189,7 +190,8 @@ private Q_SLOTS:
         QVERIFY(live.arrives(u"ready"_s));
         m_clock.advance(10s);
         QVERIFY(live.arrives(u"term 1"_s));
-        m_clock.advance(1h);
+        QVERIFY(waitUntil([&] { return m_clock.untilNextTimer() == 5s; }));
+        m_clock.advance(4s);
         handle->cancel();
         QVERIFY(live.arrives(u"term 2"_s));
         QVERIFY(!task.isReady());
@@ -199,6 +201,83 @@ private Q_SLOTS:
         QVERIFY(result.timedOut);
         QVERIFY(result.cancelled);
         QCOMPARE(result.output, u"ready term 1 term 2 done"_s);
+    }
+
+    void deafChildIsGivenUpAfterTheTimeLimit() {
+        const TestHome home;
+        ProcessRunner runner(&m_clock);
+        QVERIFY(await(runChild(&runner, {u"exit"_s, u"0"_s})).isSuccess());
+        const auto files = openFiles();
+        const auto threads = threadCount();
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        auto task = runChild(&runner, {u"deaf"_s, home.path(u"go"_s)}, handle, live.callback(), 10s);
+        QVERIFY(waitUntil([&] { return saidId(live) > 0; }));
+        m_clock.advance(10s);
+        QVERIFY(waitUntil([&] { return m_clock.untilNextTimer() == 5s; }));
+        m_clock.advance(4999ms);
+        QCOMPARE(m_clock.pendingTimers(), 1);
+        QVERIFY(!task.isReady());
+        m_clock.advance(1ms);
+        const CommandResult result = await(std::move(task));
+        QVERIFY(result.timedOut);
+        QVERIFY(!result.cancelled);
+        QCOMPARE(result.status, -1);
+        QCOMPARE(result.output, live.text());
+        QCOMPARE(m_clock.pendingTimers(), 0);
+
+        // The child lives on. A late cancel does not reach it, its pipe is closed, and only its end is watched.
+        handle->cancel();
+        QCOMPARE(openFiles(), files + 1);
+        QCOMPARE(threadCount(), threads);
+        QVERIFY(processState(saidId(live)) != ' ' && processState(saidId(live)) != 'Z');
+        QVERIFY(await(runChild(&runner, {u"exit"_s, u"0"_s})).isSuccess());
+        home.write(u"go"_s, {});
+        QVERIFY(waitUntil([&] { return processState(saidId(live)) == ' '; }));
+        QVERIFY(waitUntil([&] { return openFiles() == files; }));
+    }
+
+    void deafChildIsGivenUpAfterACancel() {
+        const TestHome home;
+        ProcessRunner runner(&m_clock);
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        auto task = runChild(&runner, {u"deaf"_s, home.path(u"go"_s)}, handle, live.callback(), 10s);
+        QVERIFY(waitUntil([&] { return saidId(live) > 0; }));
+        m_clock.advance(7s);
+        handle->cancel();
+        QVERIFY(waitUntil([&] { return m_clock.pendingTimers() == 2; }));
+        // Asked twice, the child gets no more time.
+        m_clock.advance(3s);
+        QVERIFY(waitUntil([&] { return m_clock.pendingTimers() == 1; }));
+        QCOMPARE(m_clock.untilNextTimer(), 2s);
+        m_clock.advance(1999ms);
+        QVERIFY(!task.isReady());
+        m_clock.advance(1ms);
+        const CommandResult result = await(std::move(task));
+        QVERIFY(result.cancelled);
+        QVERIFY(result.timedOut);
+        QCOMPARE(result.status, -1);
+        home.write(u"go"_s, {});
+        QVERIFY(waitUntil([&] { return processState(saidId(live)) == ' '; }));
+    }
+
+    void runnerEndsBeforeAChildThatWasGivenUp() {
+        const TestHome home;
+        const auto files = openFiles();
+        const LiveOutput live;
+        {
+            ProcessRunner runner(&m_clock);
+            auto task = runChild(&runner, {u"deaf"_s, home.path(u"go"_s)}, {}, live.callback(), 10s);
+            QVERIFY(waitUntil([&] { return saidId(live) > 0; }));
+            m_clock.advance(10s);
+            QVERIFY(waitUntil([&] { return m_clock.pendingTimers() == 1; }));
+            m_clock.advance(5s);
+            QVERIFY(await(std::move(task)).timedOut);
+        }
+        QCOMPARE(openFiles(), files);
+        home.write(u"go"_s, {});
+        QVERIFY(endsUnreaped(live));
     }
 
     void childThatWasStoppedEndsToo() {
@@ -238,7 +317,7 @@ private Q_SLOTS:
         QCOMPARE(live.text(), result.output);
     }
 
-    /// It is left in peace, too: a tool may well leave a service behind.
+    /// The grandchild is left alone, because a tool may leave a service behind on purpose.
     void grandchildIsReadNoLongerThanTheTimeLimit() {
         const TestHome home;
         ProcessRunner runner(&m_clock);
