@@ -4,6 +4,8 @@
 
 #include <QTimer>
 
+#include <ctime>
+
 namespace orvanel {
 namespace {
 
@@ -11,7 +13,7 @@ class QtTimer final : public Clock::Timer {
 public:
     QtTimer(std::chrono::milliseconds delay, std::function<void()> action) {
         m_timer.setSingleShot(true);
-        m_timer.setTimerType(Qt::PreciseTimer); // the others may fire early, by a twentieth
+        m_timer.setTimerType(Qt::PreciseTimer); // the other types may fire 5 % early
         m_timer.callOnTimeout(&m_timer, std::move(action));
         m_timer.start(delay);
     }
@@ -32,7 +34,10 @@ SystemClock& SystemClock::instance() {
 }
 
 Clock::TimePoint SystemClock::now() const {
-    return std::chrono::steady_clock::now();
+    // steady_clock stands still while the computer sleeps.
+    timespec time{};
+    ::clock_gettime(CLOCK_BOOTTIME, &time);
+    return TimePoint(std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
 }
 
 Clock::WallTime SystemClock::wallTime() const {
@@ -57,7 +62,7 @@ Clock::WallTime FastClock::wallTime() const {
 }
 
 std::unique_ptr<Clock::Timer> FastClock::callAfter(std::chrono::milliseconds delay, std::function<void()> action) {
-    // Never early by this clock's own measure.
+    // Rounded up, so that by this clock it is never early.
     const auto pause = delay / m_factor + std::chrono::milliseconds(delay.count() % m_factor > 0 ? 1 : 0);
     return m_clock.callAfter(pause, std::move(action));
 }

@@ -9,12 +9,12 @@
 
 namespace orvanel {
 
-/// Time as the program sees it, so that a test can turn the hands itself.
+/// Time as the program sees it. Tests put a clock in its place that they set themselves.
 class Clock {
 public:
-    /// Monotonic time: never set back, stands still while the machine is suspended.
+    /// Monotonic time: it is never set back, and goes on while the computer sleeps.
     using TimePoint = std::chrono::steady_clock::time_point;
-    /// Time of day, for showing to people only.
+    /// Time of day. Only for showing to people: it may be set back.
     using WallTime = std::chrono::system_clock::time_point;
 
     /// A pending call of callAfter(). Destroying it on the thread that made it cancels the call.
@@ -35,12 +35,13 @@ public:
     virtual WallTime wallTime() const = 0;
 
     /// Calls `action` once, `delay` from now, from the event loop of the calling thread, unless the returned timer
-    /// is destroyed before. May be called from any thread that runs a Qt event loop.
+    /// is destroyed before. While the computer sleeps the delay stands still, so that a download's time limit, say,
+    /// does not run out in the meantime. May be called from any thread that runs a Qt event loop.
     [[nodiscard]] virtual std::unique_ptr<Timer> callAfter(std::chrono::milliseconds delay,
                                                            std::function<void()> action) = 0;
 };
 
-/// The machine's own clock.
+/// The computer's own clock.
 class SystemClock final : public Clock {
 public:
     /// One for the whole program; it has no state.
@@ -51,7 +52,7 @@ public:
     std::unique_ptr<Timer> callAfter(std::chrono::milliseconds delay, std::function<void()> action) override;
 };
 
-/// Passes `factor` times as fast as another clock; only the time of day is that clock's own.
+/// A clock that runs `factor` times as fast as another. The time of day stays that of the other.
 class FastClock final : public Clock {
 public:
     /// `clock` must outlive this one.

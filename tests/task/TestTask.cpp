@@ -7,8 +7,17 @@
 
 #include <QThread>
 
+#include <array>
+#include <fcntl.h>
+#include <sched.h>
 #include <stdexcept>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
+
+#ifndef CLONE_NEWTIME
+#define CLONE_NEWTIME 0x00000080
+#endif
 
 using namespace Qt::StringLiterals;
 using namespace orvanel;
@@ -31,6 +40,40 @@ QCoro::Task<int> valueOf(Event<int> event, QThread** resumedOn) {
     const int value = co_await event;
     *resumedOn = QThread::currentThread();
     co_return value;
+}
+
+/// What the system's clock shows in a child whose computer has slept so long; none where that cannot be arranged.
+std::optional<Clock::TimePoint> nowAfterSleeping(std::chrono::seconds asleep) {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return std::nullopt;
+    }
+    // A child of its own for the namespace, which cannot be left again, and in it another one that lives there.
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::unshare(CLONE_NEWTIME) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWTIME) != 0) {
+            ::_exit(1);
+        }
+        const int offsets = ::open("/proc/self/timens_offsets", O_WRONLY | O_CLOEXEC);
+        if (::dprintf(offsets, "boottime %lld 0\n", static_cast<long long>(asleep.count())) < 0) {
+            ::_exit(1);
+        }
+        const pid_t sleeper = ::fork();
+        if (sleeper == 0) {
+            const auto now = SystemClock::instance().now();
+            const bool isWritten = ::write(ends[1], &now, sizeof now) == sizeof now;
+            ::_exit(isWritten ? 0 : 1);
+        }
+        int status = 1;
+        ::waitpid(sleeper, &status, 0);
+        ::_exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
+    }
+    ::close(ends[1]);
+    Clock::TimePoint now;
+    const bool isRead = ::read(ends[0], &now, sizeof now) == sizeof now;
+    ::close(ends[0]);
+    ::waitpid(child, nullptr, 0);
+    return isRead ? std::optional(now) : std::nullopt;
 }
 
 } // namespace
@@ -97,6 +140,18 @@ private Q_SLOTS:
         TaskScope scope;
         scope.start(setAfter(&SystemClock::instance(), 1ms, &done, {}), u"sleeper"_s);
         QVERIFY(waitUntil([&] { return done; }));
+    }
+
+    /// A time namespace whose boot lies further back stands in for a computer that has slept.
+    void systemClockCountsTheTimeAsleep() {
+        constexpr auto asleep = 1000000s;
+        const auto before = SystemClock::instance().now();
+        const std::optional<Clock::TimePoint> after = nowAfterSleeping(asleep);
+        if (!after) {
+            QSKIP("this system does not let the test make a time namespace");
+        }
+        QVERIFY(*after >= before + asleep);
+        QVERIFY(*after < before + asleep + 1h);
     }
 
     void scopeReportsWhatATaskThrows() {
