@@ -17,7 +17,7 @@ QString value(const QProcessEnvironment& environment, const QString& name) {
     return text.isEmpty() ? environment.value(name.toUpper()).trimmed() : text;
 }
 
-/// A web server's scripts find a request's header "Proxy" in HTTP_PROXY: nobody trusts that one.
+/// HTTP_PROXY is ignored, as in other programs: scripts of a web server find a request's "Proxy" header in it.
 QString proxyText(const QString& scheme, const QProcessEnvironment& environment) {
     const QString own =
         scheme == u"http"_s ? environment.value(u"http_proxy"_s).trimmed() : value(environment, u"https_proxy"_s);
@@ -29,7 +29,7 @@ bool isThisMachine(const QString& host) {
     return host == u"localhost"_s || (address.setAddress(host) && address.isLoopback());
 }
 
-/// "example.org" and ".example.org" both stand for the domain and all below it; a port narrows it down.
+/// "example.org" and ".example.org" both mean the domain and everything below it. A port may narrow it down.
 bool isExempt(const QUrl& address, const QString& exemption) {
     if (exemption == u"*"_s) {
         return true;

@@ -10,9 +10,9 @@ namespace orvanel {
 
 /// The newest release of Uptime Kuma, as its project publishes it.
 struct LatestRelease {
-    /// Its tag, without one leading lower-case "v"; whatever else the project wrote there.
+    /// The release's tag, without one leading lower-case "v" and otherwise unchanged.
     QString version;
-    /// The address of its page, as it stands; none when the project told none.
+    /// The address of the release's page, unchanged; none if the answer has none.
     std::optional<QString> page = {};
 
     bool operator==(const LatestRelease&) const = default;
@@ -27,10 +27,11 @@ struct ReleaseError {
 
 using ReleaseResult = std::variant<LatestRelease, ReleaseError>;
 
-/// The newest release in the answer of the release endpoint: its HTTP status (0 when it is not HTTP) and its body.
+/// Reads the newest release from the answer of the release endpoint: its HTTP status (0 if it is not HTTP) and its
+/// body.
 ReleaseResult readRelease(int status, const QByteArray& body);
 
-/// The sentence for an answer that never came, or never wholly. `description` says why and ends with a full stop.
+/// The sentence for an answer that did not arrive, or not completely. `description` says why and ends with a full stop.
 ReleaseError transferError(const QString& description);
 
 } // namespace orvanel

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int mostRedirects = 5;
 
-/// Asked again for each address that a redirect leads to.
+/// Qt asks it again for each address that a redirect leads to.
 class EnvironmentProxies final : public QNetworkProxyFactory {
 public:
     QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery& query) override {
@@ -25,7 +25,7 @@ QNetworkRequest requestFor(const QUrl& endpoint) {
     QNetworkRequest request(endpoint);
     request.setRawHeader("User-Agent", "Orvanel");
     request.setRawHeader("Accept", "application/vnd.github+json");
-    // What is unpacked on the way could be any number of times longer than what came.
+    // A compressed answer could grow without limit when it is unpacked.
     request.setRawHeader("Accept-Encoding", "identity");
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
     request.setMaximumRedirectsAllowed(mostRedirects);

@@ -13,10 +13,10 @@ class QNetworkAccessManager;
 namespace orvanel {
 
 /// Asks the Uptime Kuma project for its newest release. Lives on one thread with an event loop; `clock` must outlive
-/// it. What is still under way when it goes ends in an error.
+/// it. Requests that are under way when it is destroyed end in an error.
 ///
-/// One answer may take 10 s and be 1 MiB long. Redirects are followed a few times, from https only to https. No
-/// authentication and no cookies are sent; the proxy is that of the environment (see EnvironmentProxy.h).
+/// An answer may take 10 s and be 1 MiB long. Up to five redirects are followed, from https only to https. No
+/// authentication and no cookies are sent. The proxy is that of the environment (see EnvironmentProxy.h).
 class ReleaseClient {
 public:
     /// The latest-release endpoint of the project in the GitHub REST API.
@@ -34,7 +34,7 @@ private:
 
     Clock& m_clock;
     const QUrl m_endpoint;
-    /// Made at the first request: most days bring none.
+    /// Made at the first request, because most days bring none.
     std::unique_ptr<QNetworkAccessManager> m_network;
 };
 

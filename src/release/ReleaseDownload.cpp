@@ -14,7 +14,7 @@ namespace {
 
 constexpr auto limit = 10s;
 constexpr qint64 longestAnswer = qint64(1024) * 1024;
-/// How much may lie unread.
+/// How much Qt reads ahead of us.
 constexpr qint64 readAtOnce = qint64(64) * 1024;
 
 bool isRedirectRefused(QNetworkReply::NetworkError error) {

@@ -12,8 +12,8 @@ class QNetworkReply;
 
 namespace orvanel {
 
-/// One request under way, from its sending to its end. Deletes itself, and the reply, when it has ended; one that is
-/// deleted before ends in an error.
+/// One request, from its sending to its end. When it has ended, it deletes itself and the reply. If it is deleted
+/// before, it ends in an error.
 class ReleaseDownload final : public QObject {
     Q_OBJECT
 

@@ -40,7 +40,7 @@ std::optional<HttpResult> HttpReader::feed(QByteArrayView bytes) {
             result = appendBody(&rest);
             continue;
         }
-        // Seen at the first bytes: what speaks another protocol may wait for us after its greeting.
+        // Decided by the first bytes, because a server of another protocol may wait for us after its greeting.
         if (m_part == Part::StatusLine && !rest.startsWith(protocol.first(std::min(protocol.size(), rest.size())))) {
             return notHttp();
         }
@@ -118,7 +118,7 @@ HttpReader::Result HttpReader::readHeader(QByteArrayView line) {
 }
 
 HttpReader::Result HttpReader::endHead() {
-    // A notice before the answer, after which another head follows. 101 would change the protocol: that is an answer.
+    // An interim answer, after which the real head follows. 101 is a final one: it changes the protocol.
     if (m_status < 200 && m_status != 101) {
         m_part = Part::StatusLine;
         m_isChunked = false;
@@ -140,7 +140,7 @@ HttpReader::Result HttpReader::endHead() {
     return m_length == 0 ? Result(HttpAnswer{m_status, {}}) : std::nullopt;
 }
 
-/// The number of bytes in hexadecimal digits, then perhaps ";" and what nobody uses. 0 ends the body.
+/// The number of bytes in hexadecimal digits, then perhaps ";" and extensions, which are ignored. 0 ends the body.
 HttpReader::Result HttpReader::readChunkSize(QByteArrayView line) {
     const qsizetype semicolon = line.indexOf(';');
     const QByteArrayView digits = (semicolon < 0 ? line : line.first(semicolon)).trimmed();

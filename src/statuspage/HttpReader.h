@@ -11,9 +11,9 @@ namespace orvanel {
 
 /// What a web server answered.
 struct HttpAnswer {
-    /// 0 when what came back is not HTTP.
+    /// 0 if the answer is not HTTP.
     int status = 0;
-    /// Whole for status 200, empty for any other.
+    /// Complete for status 200, empty for any other status.
     QByteArray body;
 };
 
@@ -24,22 +24,22 @@ struct HttpFailure {
 
 using HttpResult = std::variant<HttpAnswer, HttpFailure>;
 
-/// Takes one HTTP/1 answer apart as its bytes arrive, and knows when it has enough: no more memory is used than the
-/// largest accepted answer needs, whatever the server sends.
+/// Parses one HTTP/1 answer as its bytes arrive. Whatever the server sends, it uses no more memory than the largest
+/// accepted answer needs.
 class HttpReader {
 public:
-    /// Larger bodies are refused while they arrive, and so are heads.
+    /// Larger bodies and heads are refused while they arrive.
     static constexpr qint64 largestBody = qint64(16) * 1024 * 1024;
     static constexpr qint64 largestHead = qint64(64) * 1024;
 
-    /// Without the body, the answer is complete with its head: status line and headers.
+    /// If the body is not read, the answer is complete after its head: the status line and the headers.
     explicit HttpReader(bool readsBody)
         : m_readsBody(readsBody) {}
 
-    /// The result, once the bytes so far decide it; nothing may be fed after that.
+    /// Returns the result as soon as it is known. After that, nothing more may be fed.
     std::optional<HttpResult> feed(QByteArrayView bytes);
 
-    /// The result when the server has closed the connection before it was decided.
+    /// The result if the server closes the connection before feed() returned one.
     HttpResult end();
 
 private:
@@ -55,13 +55,13 @@ private:
 
     bool m_readsBody;
     Part m_part = Part::StatusLine;
-    /// What has come of a line whose end has not.
+    /// The beginning of a line whose end has not arrived yet.
     QByteArray m_begun;
     qint64 m_headSize = 0;
     int m_status = 0;
     bool m_isChunked = false;
     std::optional<qint64> m_length;
-    /// What is still to come of the body or the chunk; none: the rest of the connection.
+    /// The bytes that are still missing from the body or chunk; none if the body lasts until the connection is closed.
     std::optional<qint64> m_missing;
     QByteArray m_body;
 };

@@ -21,8 +21,8 @@ namespace {
 /// How much is taken from the connection in one turn of the event loop.
 constexpr qint64 readAtOnce = qint64(256) * 1024;
 
-/// HTTP/1.1 keeps the connection open after the answer, as far as the server knows. So it is we who close it, and ours
-/// is the side whose port stays in a closing state for a minute: the server's port can be taken again at once.
+/// With HTTP/1.1 the server leaves the connection open after its answer, and we close it. The port that then stays in a
+/// closing state for a minute is ours: the server's port can be bound again at once.
 QByteArray requestFor(quint16 port, const QByteArray& path) {
     return "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + QByteArray::number(port) +
            "\r\nAccept: */*\r\nAccept-Encoding: identity\r\n\r\n";
@@ -42,8 +42,8 @@ HttpFailure failureOf(const QTcpSocket& socket) {
 
 } // namespace
 
-/// One request from its sending to its end. It ends once; the session then settles it from the event loop, never
-/// inside a signal of the socket or inside a timer.
+/// One request from its sending to its end. After its end the session deletes it from the event loop, never inside a
+/// signal of the socket or inside a timer.
 class HttpSession::Exchange {
 public:
     Exchange(HttpSession& session, Terms terms)
@@ -58,7 +58,7 @@ public:
         QObject::connect(&m_socket, &QTcpSocket::errorOccurred, &m_socket, [this] { onError(); });
     }
 
-    /// Closes the connection. Whoever still waits is told that it was in vain.
+    /// Closes the connection. If there is no result yet, the request ends as cancelled.
     ~Exchange() { m_answered.complete(m_result.value_or(cancelled())); }
 
     Exchange(const Exchange&) = delete;
@@ -102,7 +102,7 @@ private:
             return;
         }
         m_result = std::move(result);
-        // Only the session may be looked at then: it can have been closed in between, and this exchange gone.
+        // By then the session may have been closed and this exchange deleted, so only the session is used.
         const auto settle = [session = &m_session, exchange = this] { session->settle(exchange); };
         QMetaObject::invokeMethod(&m_session.m_context, settle, Qt::QueuedConnection);
     }

@@ -12,8 +12,8 @@
 
 namespace orvanel {
 
-/// Plain GET requests to a server on 127.0.0.1: fresh every time, without proxy, cookies, cache or redirects, each on a
-/// connection of its own that is closed here as soon as the answer is known. Lives on one thread with an event loop.
+/// Plain GET requests to a server on 127.0.0.1, without proxy, cookies, cache or redirects. Each has a connection of
+/// its own, which is closed from our side as soon as the answer is known. Lives on one thread with an event loop.
 class HttpSession {
 public:
     /// What is read, and how long it may take.
@@ -21,7 +21,7 @@ public:
         /// The longest wait for the next sign of life.
         std::chrono::milliseconds silence;
         std::chrono::milliseconds total;
-        /// Otherwise the answer is complete with its head: status line and headers.
+        /// If false, the answer is complete after its head: the status line and the headers.
         bool readsBody;
     };
 
@@ -30,10 +30,10 @@ public:
     HttpSession(const HttpSession&) = delete;
     HttpSession& operator=(const HttpSession&) = delete;
 
-    /// `path` goes over the wire as it is.
+    /// Sends `path` as it is.
     Event<HttpResult> get(quint16 port, const QByteArray& path, Terms terms);
 
-    /// Ends what is under way with a failure, and whatever is asked later. The clock is not used any more.
+    /// Ends all requests with a failure, later ones too. The clock is not used any more.
     void close();
 
 private:
@@ -43,7 +43,7 @@ private:
     Clock* m_clock;
     bool m_isClosed = false;
     std::vector<std::unique_ptr<Exchange>> m_exchanges;
-    /// Where the ends of exchanges are posted to.
+    /// Receives the ends of exchanges from the event loop.
     QObject m_context;
 };
 

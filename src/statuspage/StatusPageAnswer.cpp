@@ -23,7 +23,7 @@ std::optional<std::int64_t> integerOf(const QJsonValue& value) {
     if (!value.isDouble()) {
         return std::nullopt;
     }
-    // A whole number is taken as it stands: a double would round the large ones.
+    // Whole numbers are not read as doubles, which would round large ones.
     if (const qint64 whole = value.toInteger(inexact); whole != inexact) {
         return whole;
     }
@@ -50,7 +50,7 @@ public:
         : m_beats(answer[u"heartbeatList"].toObject())
         , m_uptimes(answer[u"uptimeList"].toObject()) {}
 
-    /// Remembered: an answer may list one monitor very often, each time with the same long list of beats.
+    /// Remembered, because an answer may list one monitor many times, each time with the same long list of beats.
     LatestBeat latest(std::int64_t id) {
         const auto known = m_latest.constFind(id);
         if (known != m_latest.cend()) {

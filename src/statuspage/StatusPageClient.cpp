@@ -18,13 +18,13 @@ using namespace std::chrono_literals;
 constexpr HttpSession::Terms readinessTerms{.silence = 2500ms, .total = 2500ms, .readsBody = false};
 constexpr HttpSession::Terms apiTerms{.silence = 5s, .total = 15s, .readsBody = true};
 
-/// None for a number that cannot stand in an address.
+/// None if the number is no TCP port.
 std::optional<quint16> portOf(int port) {
     const bool fits = port >= 0 && port <= std::numeric_limits<quint16>::max();
     return fits ? std::optional(static_cast<quint16>(port)) : std::nullopt;
 }
 
-/// The slug as one segment of a path; none when it is not valid text.
+/// The slug as one segment of a path; none if it is not valid text.
 std::optional<QByteArray> encodedSlug(const QString& slug) {
     constexpr auto allowedInSegment = "!$&'()*+,;=:@";
     return slug.isValidUtf16() ? std::optional(QUrl::toPercentEncoding(slug, allowedInSegment)) : std::nullopt;

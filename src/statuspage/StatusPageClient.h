@@ -12,8 +12,8 @@ namespace orvanel {
 class HttpSession;
 
 /// Reads the public status pages of the Uptime Kuma server on 127.0.0.1, without ever logging in.
-/// Lives on one thread with an event loop; `clock` must outlive it. What is still under way when it goes ends in an
-/// error. Answers over 16 MiB are refused, redirects are answers like any other (never followed), and no proxy is used.
+/// Lives on one thread with an event loop; `clock` must outlive it. Requests that are under way when it is destroyed
+/// end in an error. Answers over 16 MiB are refused, redirects are never followed, and no proxy is used.
 class StatusPageClient {
 public:
     explicit StatusPageClient(Clock& clock);
@@ -32,7 +32,7 @@ private:
     std::shared_ptr<HttpSession> session();
 
     Clock& m_clock;
-    /// Made at the first request; shared with the requests under way, which may end after the client.
+    /// Made at the first request, and shared with the requests under way, which may outlive the client.
     std::shared_ptr<HttpSession> m_session;
 };
 

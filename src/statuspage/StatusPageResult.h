@@ -15,7 +15,7 @@ struct MonitorRow {
     QString name;
     /// The status page group that lists the monitor; empty when the group has no name.
     QString group;
-    /// 0 down, 1 up, 2 pending, 3 maintenance; any other code, or none, means that nothing is known.
+    /// 0 down, 1 up, 2 pending, 3 maintenance; with any other code, or none, the status is unknown.
     std::optional<std::int64_t> status;
     /// Response time in milliseconds.
     std::optional<std::int64_t> ping;

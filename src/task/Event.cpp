@@ -8,8 +8,8 @@
 namespace orvanel {
 namespace {
 
-/// Hands actions over to its own thread. Qt's queue could carry them itself, but only a lock of ours lets the thread
-/// sanitizer see that what one thread left is what the other finds.
+/// Hands actions over to its own thread. Qt's queue could carry them, but the thread sanitizer cannot see Qt's locks:
+/// it would report each hand-over as a data race.
 class Receiver final : public QObject {
 public:
     static void post(const std::shared_ptr<Receiver>& receiver, std::function<void()> action) {
@@ -28,7 +28,7 @@ public:
 
 private:
     struct Entry {
-        std::shared_ptr<Receiver> self; // kept, or it might be deleted before its turn comes
+        std::shared_ptr<Receiver> self; // keeps the receiver alive until the action has run
         std::function<void()> action;
     };
 
@@ -44,7 +44,7 @@ private:
 } // namespace
 
 PostToThread postToThisThread() {
-    // Deleted in its own thread, whoever drops the last copy: it may be the thread that completes the event.
+    // The last copy may be dropped on the thread that completes the event; the receiver must be deleted on its own.
     const std::shared_ptr<Receiver> receiver(new Receiver, [](Receiver* object) { object->deleteLater(); });
     return [receiver](std::function<void()> action) { Receiver::post(receiver, std::move(action)); };
 }

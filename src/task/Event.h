@@ -13,18 +13,18 @@
 
 namespace orvanel {
 
-/// Runs `action` from the event loop of the thread to which it belongs; dropped when that thread has ended.
-/// May be called from any thread.
+/// Posts an action to one thread, whose event loop runs it. May be called from any thread. Once the thread has ended,
+/// actions are dropped.
 using PostToThread = std::function<void(std::function<void()>)>;
-/// For the calling thread.
+/// A function that posts to the calling thread.
 PostToThread postToThisThread();
 
 /// Something that happens once, and brings a value unless `Value` is void: what a coroutine awaits when a child ends,
 /// a reply arrives or a time has passed. A copy is another handle on the same event.
 ///
-/// complete() may be called from any thread; the first call counts, later ones are ignored. One coroutine may await
-/// it, on a thread that runs an event loop, and is resumed from that loop (never inside complete()), unless the event
-/// has already happened, when it does not suspend at all.
+/// complete() may be called from any thread. The first call counts, later ones are ignored. One coroutine may await the
+/// event, on a thread that runs an event loop: if the event has already happened, the coroutine goes on at once;
+/// otherwise the event loop resumes it, never complete() itself.
 template <class Value = void>
 class Event {
     using Stored = std::conditional_t<std::is_void_v<Value>, std::monostate, Value>;

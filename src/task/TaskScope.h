@@ -8,13 +8,12 @@
 
 namespace orvanel {
 
-/// Owns the tasks that nobody awaits: it keeps count of them, catches what they throw, and lets its owner wait for
-/// their end. The tasks run on when the scope goes first; what they use must then outlive them.
-/// Lives on one thread, like its tasks.
+/// Owns tasks that nobody awaits: it counts them, catches what they throw, and lets its owner wait for their end. If
+/// the scope is destroyed first, its tasks run on, and what they use must outlive them. The scope and its tasks live on
+/// one thread.
 class TaskScope {
 public:
-    /// Told what a task threw: the task's name and the error's text. The default writes it to the program's
-    /// standard error.
+    /// Called with the name of a task that threw, and the error's text. The default writes both to standard error.
     using ErrorReport = std::function<void(const QString& name, const QString& what)>;
 
     explicit TaskScope(ErrorReport report = {});
@@ -22,12 +21,12 @@ public:
     TaskScope(const TaskScope&) = delete;
     TaskScope& operator=(const TaskScope&) = delete;
 
-    /// Takes over a task that is already running. `name` says in an error report which one it was.
+    /// Takes over a task that is already running. `name` identifies it in an error report.
     void start(QCoro::Task<void> task, QString name);
 
     int running() const;
 
-    /// Ends when no task is running any more. One caller at a time.
+    /// Ends when no task is running any more. Only one caller may wait at a time.
     QCoro::Task<void> finished();
 
 private:

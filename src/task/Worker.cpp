@@ -7,8 +7,8 @@
 namespace orvanel {
 namespace {
 
-/// Qt could carry the function itself, but only a lock of ours, older than both, lets the thread sanitizer see that
-/// what one thread left is what the other finds.
+/// Guards the hand-over of jobs. Qt's own locks would do, but the thread sanitizer cannot see them: it would report
+/// each hand-over as a data race.
 constinit std::mutex handover;
 
 class Job final : public QRunnable {

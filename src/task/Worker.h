@@ -15,6 +15,7 @@ namespace orvanel {
 /// Runs `job` on a thread of the global pool. It must not throw.
 void startOnWorker(std::function<void()> job);
 
+/// What onWorker() is made of.
 template <class Result>
 QCoro::Task<Result> runOnWorker(std::function<Result()> job) {
     const auto task = std::make_shared<std::packaged_task<Result()>>(std::move(job));
@@ -29,10 +30,10 @@ QCoro::Task<Result> runOnWorker(std::function<Result()> job) {
 }
 
 /// Runs `job` on a thread of the global pool and ends with what it returned or threw, back on the calling thread.
-/// For whatever must not hold up the interface: parsing large answers, copying trees. `job` must own what it uses.
+/// For work that must not hold up the interface: parsing large answers, copying trees. `job` must own what it uses.
 template <std::invocable Job>
 QCoro::Task<std::invoke_result_t<Job>> onWorker(Job job) {
-    return runOnWorker<std::invoke_result_t<Job>>(std::move(job)); // one coroutine a type of result, not a job
+    return runOnWorker<std::invoke_result_t<Job>>(std::move(job)); // compiled once for each result type, not each job
 }
 
 } // namespace orvanel
