@@ -53,15 +53,41 @@ void removeLeftoversBeside(const QString& dataDir) {
     WorkFolder::removeLeftovers(parentOf(dataPlaceOf(dataDir)));
 }
 
+/// A free name beside `place`, before the extension of a zip: "copy (check failed).zip", "copy (check failed) 2.zip", …
+QString placeBeside(const QString& place, const DatabaseCheck& check) {
+    const qsizetype extension = isZip(place) ? 4 : 0;
+    const QString stem = place.chopped(extension) + (check.problem ? u" (check failed)"_s : u" (not checked)"_s);
+    QString beside = stem + place.last(extension);
+    for (int number = 2; statusOf(beside); ++number) {
+        beside = stem + u' ' + QString::number(number) + place.last(extension);
+    }
+    return beside;
+}
+
+/// Puts the backup `fresh`, which lies in `work`, where it was wanted. One that did not pass its check never replaces
+/// an older one.
+BackupResult place(const QString& fresh, const QString& destination, const DatabaseCheck& check, WorkFolder& work) {
+    BackupResult result{destination, check.problem, check.notMade};
+    const QString wanted = placeOf(destination);
+    if (check.hasPassed()) {
+        putInPlace(fresh, wanted, work);
+        return result;
+    }
+    if (statusOf(wanted)) {
+        result.path = placeBeside(wanted, check);
+    }
+    moveTo(fresh, placeOf(result.path));
+    return result;
+}
+
 BackupResult backUpToFolder(const QString& dataDir, const QString& destination) {
-    const QString place = placeOf(destination);
-    requireBackupPlace(place, dataDir);
+    const QString wanted = placeOf(destination);
+    requireBackupPlace(wanted, dataDir);
     removeLeftoversBeside(dataDir);
-    WorkFolder work(parentOf(place));
+    WorkFolder work(parentOf(wanted));
     const QString name = u"copy"_s;
-    auto problem = copyData(dataDir, work, name);
-    putInPlace(work.path(name), place, work);
-    return {destination, std::move(problem)};
+    const DatabaseCheck check = copyData(dataDir, work, name);
+    return place(work.path(name), destination, check, work);
 }
 
 /// A zip backup on its way through its steps.
@@ -69,10 +95,10 @@ struct ZipBackup {
     /// Beside the destination, for the archive, and where the copy of the data is made from which it is packed.
     std::shared_ptr<WorkFolder> work;
     std::shared_ptr<WorkFolder> staging;
-    QString place;
+    QString destination;
     QString folder;
     QString archive;
-    std::optional<QString> problem;
+    DatabaseCheck check;
 };
 
 /// Copies the data to where it is packed from, in `staging`.
@@ -82,7 +108,7 @@ void copyToPack(ZipBackup& zip, const QString& dataDir, std::shared_ptr<WorkFold
     // The single folder in the archive has the name of the data folder.
     const QString name = toPackName + u'/' + nameOf(placeOf(dataDir));
     zip.folder = zip.staging->path(name);
-    zip.problem = copyData(dataDir, *zip.staging, name);
+    zip.check = copyData(dataDir, *zip.staging, name);
 }
 
 /// Tries the second way when the first fails. When both fail, throws the reason of the first.
@@ -120,19 +146,20 @@ void stageZip(ZipBackup& zip, const QString& dataDir) {
 
 ZipBackup prepareZip(const QString& dataDir, const QString& destination) {
     ZipBackup zip;
-    zip.place = placeOf(destination);
-    requireBackupPlace(zip.place, dataDir);
-    requireNoKeptData(zip.place, dataDir);
+    zip.destination = destination;
+    const QString wanted = placeOf(destination);
+    requireBackupPlace(wanted, dataDir);
+    requireNoKeptData(wanted, dataDir);
     removeLeftoversBeside(dataDir);
-    zip.work = std::make_shared<WorkFolder>(parentOf(zip.place));
+    zip.work = std::make_shared<WorkFolder>(parentOf(wanted));
     zip.archive = zip.work->path(u"archive.zip"_s);
     stageZip(zip, dataDir);
     return zip;
 }
 
-void placeZip(const ZipBackup& zip) {
+BackupResult placeZip(const ZipBackup& zip) {
     syncFileSystem(zip.archive);
-    putInPlace(zip.archive, zip.place, *zip.work);
+    return place(zip.archive, zip.destination, zip.check, *zip.work);
 }
 
 QCoro::Task<void> removeWork(std::shared_ptr<WorkFolder> work) {
@@ -140,18 +167,20 @@ QCoro::Task<void> removeWork(std::shared_ptr<WorkFolder> work) {
     co_await onWorker(job);
 }
 
-QCoro::Task<void> packAndPlace(ZipBackup zip) {
+QCoro::Task<BackupResult> packAndPlace(ZipBackup zip) {
     co_await ZipArchive::pack(zip.folder, zip.archive);
-    const auto job = [zip] { placeZip(zip); };
-    co_await onWorker(job);
+    const auto job = [zip] { return placeZip(zip); };
+    auto result = co_await onWorker(job);
+    co_return result;
 }
 
 QCoro::Task<BackupResult> backUpToZip(QString dataDir, QString destination) {
     const auto staging = [dataDir, destination] { return prepareZip(dataDir, destination); };
     const ZipBackup zip = co_await onWorker(staging);
+    BackupResult result;
     std::exception_ptr failure;
     try {
-        co_await packAndPlace(zip);
+        result = co_await packAndPlace(zip);
     } catch (...) {
         failure = std::current_exception();
     }
@@ -160,7 +189,7 @@ QCoro::Task<BackupResult> backUpToZip(QString dataDir, QString destination) {
     if (failure) {
         std::rethrow_exception(failure);
     }
-    co_return BackupResult{destination, zip.problem};
+    co_return result;
 }
 
 std::optional<BackupResult> backUpAutomatically(const QString& dataDir, const QString& backupsDir,

@@ -9,10 +9,12 @@ namespace orvanel {
 
 /// A backup that was made.
 struct BackupResult {
+    /// Where it is: at the chosen place, or beside it when its database did not pass and an older backup is there.
     QString path;
-    /// What the check of the copied database complained about; none when it passed or there was no database to check.
-    /// The backup is kept in any case.
-    std::optional<QString> databaseProblem;
+    /// Why the copied database did not pass its check; none when it passed or there was none to check.
+    std::optional<QString> databaseProblem = {};
+    /// Why the check could not be made; the database may be good or bad. At most one of the two is there.
+    std::optional<QString> databaseNotChecked = {};
 
     bool operator==(const BackupResult&) const = default;
 };
@@ -25,8 +27,10 @@ struct BackupResult {
 namespace BackupManager {
 
 /// Copies the data folder to `destination`: into a zip archive when its extension is "zip" in any case, else into a
-/// folder. What was there is replaced when the copy is complete. Refused when `destination` is, holds or lies inside
-/// the data folder, also through links, and when it is or would be taken for data kept by a restore or an update.
+/// folder. What was there is replaced when the copy is complete and its database passed the check. Otherwise the new
+/// backup is kept beside it as "NAME (check failed)" or "NAME (not checked)", with a number if need be. Refused when
+/// `destination` is, holds or lies inside the data folder, also through links, and when it is or would be taken for
+/// data kept by a restore or an update.
 QCoro::Task<BackupResult> backUp(QString dataDir, QString destination);
 
 /// Copies the data folder into `backupsDir`, as `label` and the time; none, and nothing is made, when there is no data

@@ -1,7 +1,6 @@
 #include "backup/DataCopy.h"
 
 #include "backup/CopyTree.h"
-#include "backup/Database.h"
 #include "backup/RemoveTree.h"
 #include "backup/SafePaths.h"
 #include "backup/Swap.h"
@@ -70,11 +69,11 @@ std::optional<QString> problemWithoutDatabase(const QString& dataDir) {
     }
 }
 
-std::optional<QString> checkCopy(const QString& dataDir, const QString& copy, const QString& scratch) {
+DatabaseCheck checkCopy(const QString& dataDir, const QString& copy, const QString& scratch) {
     for (const QString& log : {u"kuma.db-wal"_s, u"kuma.db-journal"_s}) {
         const mode_t kind = kindOf(copy + u'/' + log);
         if (kind != 0 && kind != S_IFREG) {
-            return u"%1 is not a file, so the database was not checked."_s.arg(log);
+            return {.problem = u"%1 is not a file, so the database was not checked."_s.arg(log)};
         }
     }
     switch (kindOf(copy + database)) {
@@ -83,20 +82,20 @@ std::optional<QString> checkCopy(const QString& dataDir, const QString& copy, co
     case S_IFLNK: {
         const QString target = linkedDatabase(copy);
         if (target.isEmpty() || !isInside(target, copy)) {
-            return u"kuma.db is a broken link, so the backup does not contain the database."_s;
+            return {.problem = u"kuma.db is a broken link, so the backup does not contain the database."_s};
         }
         return checkDatabase(parentOf(target), scratch, nameOf(target));
     }
     case S_IFDIR:
-        return u"kuma.db is a folder, so the database was not checked."_s;
+        return {.problem = u"kuma.db is a folder, so the database was not checked."_s};
     default:
-        return problemWithoutDatabase(dataDir);
+        return {.problem = problemWithoutDatabase(dataDir)};
     }
 }
 
 } // namespace
 
-std::optional<QString> copyData(const QString& dataDir, const WorkFolder& work, const QString& name) {
+DatabaseCheck copyData(const QString& dataDir, const WorkFolder& work, const QString& name) {
     const QString copy = work.path(name);
     // The files of the database come last and together, so that little time passes between them.
     CopyOptions options{
@@ -112,9 +111,9 @@ std::optional<QString> copyData(const QString& dataDir, const WorkFolder& work, 
         options.leaveOut.insert(file);
     }
     copyTree(dataDir, copy, options);
-    auto problem = checkCopy(dataDir, copy, work.path(u"scratch"_s));
+    auto check = checkCopy(dataDir, copy, work.path(u"scratch"_s));
     syncFileSystem(work.path());
-    return problem;
+    return check;
 }
 
 } // namespace orvanel

@@ -84,6 +84,22 @@ struct EndStatement {
     void operator()(sqlite3_stmt* statement) const { ::sqlite3_finalize(statement); }
 };
 
+/// Whether the check failed for want of space, memory or permission.
+bool isNoFaultOfTheDatabase(int code) {
+    constexpr int primary = 0xFF;
+    switch (code & primary) {
+    case SQLITE_PERM:
+    case SQLITE_NOMEM:
+    case SQLITE_READONLY:
+    case SQLITE_IOERR:
+    case SQLITE_FULL:
+    case SQLITE_CANTOPEN:
+        return true;
+    default:
+        return false;
+    }
+}
+
 /// Looks at the indexes as well as at the pages: a torn copy may be whole page by page and yet not fit together.
 ///
 /// No other process uses the copy, so it is opened without locks and without shared memory. Some network and FUSE file
@@ -92,7 +108,13 @@ std::optional<QString> checkOpenedFile(const QString& path) {
     sqlite3* opened = nullptr;
     const int result = ::sqlite3_open_v2(path.toUtf8().constData(), &opened, SQLITE_OPEN_READWRITE, "unix-none");
     const std::unique_ptr<sqlite3, CloseDatabase> database(opened);
-    const auto complaint = [&] { return QString::fromUtf8(::sqlite3_errmsg(database.get())); };
+    const auto complaint = [&] {
+        QString text = QString::fromUtf8(::sqlite3_errmsg(database.get()));
+        if (isNoFaultOfTheDatabase(::sqlite3_errcode(database.get()))) {
+            throw AppError(text);
+        }
+        return text;
+    };
     const char* const alone = "PRAGMA locking_mode=EXCLUSIVE";
     if (result != SQLITE_OK || ::sqlite3_exec(opened, alone, nullptr, nullptr, nullptr) != SQLITE_OK) {
         return complaint();
@@ -119,7 +141,7 @@ std::optional<QString> checkOpenedFile(const QString& path) {
     return lines.join(u'\n');
 }
 
-/// Throws what the platform says when the scratch copy cannot be made.
+/// Throws when the check cannot be made.
 std::optional<QString> checkIn(const QString& scratch, const QString& folder, const QString& name) {
     QDir().mkdir(scratch);
     copyFiles(folder, scratch, databaseFiles(name));
@@ -135,15 +157,15 @@ qint64 bytesOf(const QString& folder, const QString& name) {
     return sum;
 }
 
-/// Used when the scratch copy could not be made beside the backup, for example on a full disk. `reason` tells why.
-std::optional<QString> checkInTemporaryFolder(const QString& folder, const QString& name, const AppError& reason) {
+/// Used when the check could not be made beside the backup, for example on a full disk. `reason` tells why.
+DatabaseCheck checkInTemporaryFolder(const QString& folder, const QString& name, const AppError& reason) {
     try {
         const QString parent = QDir::tempPath();
         requireRoom(parent, bytesOf(folder, name));
         const WorkFolder work(parent, u"orv-check-"_s);
-        return checkIn(work.path(u"scratch"_s), folder, name);
+        return {.problem = checkIn(work.path(u"scratch"_s), folder, name)};
     } catch (const AppError&) {
-        return u"The database could not be checked. %1"_s.arg(reason.message());
+        return {.notMade = reason.message()};
     }
 }
 
@@ -170,18 +192,19 @@ void copyDatabase(const QString& source, const QString& target, const QString& n
     }
 }
 
-std::optional<QString> checkDatabase(const QString& folder, const QString& scratch, const QString& name) {
+DatabaseCheck checkDatabase(const QString& folder, const QString& scratch, const QString& name) {
     if (!hasDatabaseHeader(folder + u'/' + name)) {
-        return std::nullopt;
+        return {};
     }
-    std::optional<QString> problem;
+    DatabaseCheck check;
     try {
-        problem = checkIn(scratch, folder, name);
+        check.problem = checkIn(scratch, folder, name);
     } catch (const AppError& error) {
-        problem = checkInTemporaryFolder(folder, name, error);
+        removeTree(scratch);
+        check = checkInTemporaryFolder(folder, name, error);
     }
     removeTree(scratch);
-    return problem;
+    return check;
 }
 
 } // namespace orvanel

@@ -158,6 +158,39 @@ private Q_SLOTS:
         QVERIFY(QFileInfo::exists(result.path));
     }
 
+    void badBackupNeverReplacesAnEarlierOne_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<QString>("second");
+        QTest::newRow("folder") << u"copy"_s << u"copy (check failed)"_s << u"copy (check failed) 2"_s;
+        QTest::newRow("zip") << u"my.copy.zip"_s << u"my.copy (check failed).zip"_s
+                             << u"my.copy (check failed) 2.zip"_s;
+    }
+
+    void badBackupNeverReplacesAnEarlierOne() {
+        QFETCH(const QString, name);
+        QFETCH(const QString, first);
+        QFETCH(const QString, second);
+        const DataFolder folder;
+        folder.fill();
+        const QString place = folder.path(name);
+        QCOMPARE(await(BackupManager::backUp(folder.data(), place)).path, place);
+        const auto earlier = describe(place);
+        folder.write(u"Orvanel/data/kuma.db"_s, QByteArray("SQLite format 3\0", 16) + QByteArray(100'000, 'x'));
+        for (const QString& beside : {folder.path(first), folder.path(second)}) {
+            const auto result = await(BackupManager::backUp(folder.data(), place));
+            QVERIFY(result.databaseProblem);
+            QCOMPARE(result.path, beside);
+            QVERIFY(QFileInfo::exists(beside));
+        }
+        QCOMPARE(difference(earlier, describe(place)), QString());
+        QVERIFY(folder.names().filter(u".orvanel-"_s).isEmpty());
+        // A good one replaces it again.
+        folder.write(u"Orvanel/data/kuma.db"_s, "no database of SQLite");
+        QCOMPARE(await(BackupManager::backUp(folder.data(), place)).path, place);
+        QVERIFY(!difference(earlier, describe(place)).isEmpty());
+    }
+
     void linkedDatabaseIsInTheBackup_data() {
         QTest::addColumn<QString>("target");
         QTest::addColumn<bool>("staysALink");
@@ -250,10 +283,10 @@ private Q_SLOTS:
         const DataFolder folder;
         for (const QByteArray& content : {QByteArray(), QByteArray("SQLite format 3"), QByteArray(100'000, 'x')}) {
             folder.write(u"data/kuma.db"_s, content);
-            QCOMPARE(checkDatabase(folder.path(u"data"_s), folder.path(u"scratch"_s)), std::nullopt);
+            QCOMPARE(checkDatabase(folder.path(u"data"_s), folder.path(u"scratch"_s)), DatabaseCheck());
         }
         folder.write(u"data/kuma.db"_s, QByteArray("SQLite format 3\0", 16) + QByteArray(100'000, 'x'));
-        QVERIFY(checkDatabase(folder.path(u"data"_s), folder.path(u"scratch"_s)));
+        QVERIFY(checkDatabase(folder.path(u"data"_s), folder.path(u"scratch"_s)).problem);
         QVERIFY(!QFileInfo::exists(folder.path(u"scratch"_s)));
     }
 
@@ -280,7 +313,7 @@ private Q_SLOTS:
                 QCOMPARE(::fcntl(locked.get(), F_OFD_SETLK, &whole), 0);
             }
         };
-        QCOMPARE(checkDatabase(folder.data(), scratch), std::nullopt);
+        QCOMPARE(checkDatabase(folder.data(), scratch), DatabaseCheck());
         QVERIFY(locked.isOpen());
         QByteArray made(65536, '\0');
         made.truncate(::read(watch.get(), made.data(), static_cast<std::size_t>(made.size())));

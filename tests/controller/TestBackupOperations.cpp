@@ -106,9 +106,9 @@ private Q_SLOTS:
         world.backups.databaseProblem = u"row 7 missing from index"_s;
         backUpTo(world, zip);
         QVERIFY(world.everythingEnds());
-        QCOMPARE(
-            world.controller().state().error,
-            (OpError{u"The backup was made, but its database did not pass a check."_s, u"row 7 missing from index"_s}));
+        QCOMPARE(world.controller().state().error,
+                 (OpError{u"The backup was made, but its database did not pass a check."_s,
+                          u"row 7 missing from index\n\nThe backup is\n"_s + zip}));
         QVERIFY(!world.controller().state().busy);
         QCOMPARE(world.desktop.revealed, QStringList(zip));
     }

@@ -141,9 +141,13 @@ private Q_SLOTS:
 
     void databaseThatDidNotPassIsTold() {
         QVERIFY(!databaseError(std::nullopt));
-        QVERIFY(!databaseError(BackupResult{.path = u"/b"_s, .databaseProblem = std::nullopt}));
+        QVERIFY(!databaseError(BackupResult{.path = u"/b"_s}));
         QCOMPARE(databaseError(BackupResult{.path = u"/b"_s, .databaseProblem = u"row 7"_s}),
-                 (OpError{u"The backup was made, but its database did not pass a check."_s, u"row 7"_s}));
+                 (OpError{u"The backup was made, but its database did not pass a check."_s,
+                          u"row 7\n\nThe backup is\n/b"_s}));
+        QCOMPARE(databaseError(BackupResult{.path = u"/b"_s, .databaseNotChecked = u"disk full"_s}),
+                 (OpError{u"The backup was made, but its database could not be checked."_s,
+                          u"disk full\n\nThe backup is\n/b"_s}));
     }
 
     void permissionDenied_data() {
