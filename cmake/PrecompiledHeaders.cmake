@@ -1,6 +1,11 @@
 # A source spends most of its compile time in the headers of Qt. They are read once for all targets of one kind.
 # ./test --lint reads the sources without them, so each file still has to include what it uses.
 
+# CMake's own flags name the header once more, by its whole path, which ccache would take for a difference between folders.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    set(CMAKE_CXX_COMPILE_OPTIONS_USE_PCH -Xclang -include-pch -Xclang <PCH_FILE>)
+endif()
+
 # orvanel_precompile(NAME TYPE HEADERS … LIBRARIES …): a target that others reuse the compiled headers of.
 function(orvanel_precompile name type)
     cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "HEADERS;LIBRARIES")
@@ -14,6 +19,11 @@ function(orvanel_precompile name type)
     set_target_properties(${name} PROPERTIES AUTOMOC OFF AUTORCC OFF)
     target_link_libraries(${name} PRIVATE orvanel_flags ${arg_LIBRARIES})
     target_precompile_headers(${name} PRIVATE ${arg_HEADERS})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER "${PROJECT_SOURCE_DIR}/cmake/precompile")
+    else()
+        set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER "")
+    endif()
 endfunction()
 
 set(standard_headers <chrono> <filesystem> <functional> <memory> <optional> <stop_token> <variant>)
@@ -24,11 +34,19 @@ set(widget_libraries Qt6::Core Qt6::DBus Qt6::Widgets QCoro6::Core)
 
 orvanel_precompile(precompiled_library library HEADERS ${core_headers} LIBRARIES ${core_libraries})
 orvanel_precompile(precompiled_widget_library library HEADERS ${widget_headers} LIBRARIES ${widget_libraries})
-if(ORVANEL_BUILD_TESTS)
-    # Not linked: Qt6::Test brings macros that name the folder of each target, and they must agree.
-    orvanel_precompile(precompiled_test program HEADERS ${core_headers} <QtTest> LIBRARIES ${core_libraries})
-    orvanel_precompile(precompiled_widget_test program HEADERS ${widget_headers} <QtTest> LIBRARIES ${widget_libraries})
-    foreach(name precompiled_test precompiled_widget_test)
-        target_include_directories(${name} SYSTEM PRIVATE $<TARGET_PROPERTY:Qt6::Test,INTERFACE_INCLUDE_DIRECTORIES>)
-    endforeach()
-endif()
+
+# Qt6::Test without its macros, which name the folder of each target: neither compiled headers nor cached objects could
+# be shared.
+add_library(orvanel_qt_test INTERFACE)
+target_include_directories(orvanel_qt_test SYSTEM INTERFACE $<TARGET_PROPERTY:Qt6::Test,INTERFACE_INCLUDE_DIRECTORIES>)
+target_link_libraries(orvanel_qt_test INTERFACE Qt6::Core $<LINK_ONLY:Qt6::Test>)
+
+# What the test programs are compiled with. The optimizer would take half of the time, for nothing.
+add_library(orvanel_test_flags INTERFACE)
+target_compile_options(orvanel_test_flags INTERFACE $<$<CONFIG:Debug>:-O0>)
+target_link_libraries(orvanel_test_flags INTERFACE orvanel_flags orvanel_qt_test)
+
+orvanel_precompile(precompiled_test program
+    HEADERS ${core_headers} <QtTest> LIBRARIES ${core_libraries} orvanel_test_flags)
+orvanel_precompile(precompiled_widget_test program
+    HEADERS ${widget_headers} <QtTest> LIBRARIES ${widget_libraries} orvanel_test_flags)

@@ -1,42 +1,17 @@
-#include "RecordingPlatform.h"
-#include "ThrottledMirror.h"
+#include "EngineWorld.h"
 
 #include "controller/ComposeFile.h"
-#include "controller/KumaController.h"
 #include "support/Await.h"
-#include "support/TestHome.h"
-#include "task/Clock.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QTcpServer>
-#include <QTcpSocket>
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
 namespace {
-
-constexpr int engineTimeout = 90'000;
-
-const auto oldTag = u"2"_s;
-const auto newTag = u"2.1.0"_s;
-/// The registry has no image of that name.
-const auto lackingTag = u"2.2.0"_s;
-const auto database = u"support/Orvanel/data/kuma.db"_s;
-
-QCoro::Task<ReleaseResult> latestRelease(QString version) {
-    co_return LatestRelease{.version = version};
-}
-
-quint16 portFrom(const char* variable) {
-    const int port = qEnvironmentVariableIntValue(variable);
-    if (port <= 0 || port > 65535) {
-        qFatal("%s holds no port: start this program through tests/engine/run", variable);
-    }
-    return static_cast<quint16>(port);
-}
 
 /// A port that nobody listens on at this moment.
 quint16 freePort() {
@@ -45,79 +20,11 @@ quint16 freePort() {
     return server.serverPort();
 }
 
-/// A browser that has loaded the page and keeps its connection. Docker accepts connections before the server in the
-/// container does, and closes them without a byte: then it tries again.
-std::unique_ptr<QTcpSocket> openPage(int port) {
-    std::unique_ptr<QTcpSocket> browser;
-    const bool isOpen = waitUntil([&] {
-        if (!browser || browser->state() == QAbstractSocket::UnconnectedState) {
-            browser = std::make_unique<QTcpSocket>();
-            browser->connectToHost(QHostAddress::LocalHost, static_cast<quint16>(port));
-            browser->write("GET /dashboard HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: keep-alive\r\n\r\n");
-        }
-        return browser->bytesAvailable() > 0;
-    });
-    return isOpen ? std::move(browser) : nullptr;
-}
-
 } // namespace
 
-/// The controller's whole way with a real engine, in the order of the functions: each begins where the last one ended.
-class TestEngine : public QObject {
+/// The controller with a real engine. The functions run in their order: each begins where the last one ended.
+class TestEngine : public QObject, EngineWorld {
     Q_OBJECT
-
-    TestHome m_home;
-    QString m_docker = qEnvironmentVariable("ORVANEL_ENGINE_DOCKER");
-    ThrottledMirror m_mirror{portFrom("ORVANEL_ENGINE_MIRROR_PORT"), portFrom("ORVANEL_ENGINE_REGISTRY_PORT")};
-    SettingsStore m_settings{m_home.path(u"settings.conf"_s)};
-    StatusPageClient m_statusPage{SystemClock::instance()};
-    RecordingNotifier m_notifier;
-    RecordingLoginItem m_loginItem;
-    RecordingDesktop m_desktop;
-    RecordingDialogs m_dialogs;
-    QString m_newestVersion = newTag;
-    std::unique_ptr<KumaController> m_controller;
-
-    CommandResult docker(const QStringList& arguments) const {
-        return await(DockerCLI::run(m_docker, arguments, std::chrono::seconds(60)));
-    }
-
-    QString containerState() const {
-        const CommandResult result = docker({u"inspect"_s, u"-f"_s, u"{{.State.Status}}"_s, u"orvanel"_s});
-        return result.status == 0 ? result.output.trimmed() : QString();
-    }
-
-    bool hasImage() const { return docker({u"image"_s, u"inspect"_s, m_controller->imageReference()}).status == 0; }
-
-    /// The stand-in server reads its moods from the data folder.
-    void script(const QByteArray& lines) const { m_home.write(u"support/Orvanel/data/kuma-script"_s, lines); }
-
-    QByteArray content(const QString& path) const {
-        QFile file(m_home.path(path));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
-    /// A part of what the engine knows about the container, as its template names it.
-    QString container(const QString& part) const {
-        const QStringList arguments{u"inspect"_s, u"-f"_s, part, u"orvanel"_s};
-        return docker(arguments).output.trimmed();
-    }
-    QString containerImage() const { return container(u"{{.Config.Image}}"_s); }
-    QString containerId() const { return container(u"{{.Id}}"_s); }
-
-    QStringList backups(const QString& name) const {
-        return QDir(m_controller->backupsDir()).entryList({name + u"-*"_s}, QDir::Dirs);
-    }
-
-    void choosePath(const QString& path) { m_dialogs.pathQuestions.takeLast().answer.complete(path); }
-    void confirm() { m_dialogs.questions.takeLast().answer.complete(true); }
-
-    /// The server in the container writes into the data folder as it stands now.
-    bool isDataInUse() const {
-        const QString log = u"support/Orvanel/data/kuma-requests.log"_s;
-        const qsizetype before = content(log).size();
-        return waitUntil([&] { return content(log).size() > before; });
-    }
 
     void verifyOldVersionRuns() const {
         QCOMPARE(m_controller->state().imageTag, oldTag);
@@ -128,16 +35,6 @@ class TestEngine : public QObject {
         QCOMPARE(containerImage(), imageRepository() + u':' + oldTag);
     }
 
-    QString errorMessage() const {
-        return m_controller->state().error ? m_controller->state().error->message : QString();
-    }
-
-    QString describe() const {
-        return u"busy %1, kuma %2, error %3, %4"_s.arg(m_controller->state().busy.value_or(u"none"_s))
-            .arg(static_cast<int>(m_controller->state().kuma))
-            .arg(errorMessage(), m_controller->state().error ? m_controller->state().error->details : QString());
-    }
-
 private Q_SLOTS:
     void initTestCase() {
         QVERIFY2(m_mirror.isListening(), "the mirror's port is taken");
@@ -146,32 +43,10 @@ private Q_SLOTS:
         m_settings.setInteger(u"port"_s, freePort());
         m_settings.setText(u"dockerOverride"_s, m_docker);
 
-        ControllerEnvironment environment;
-        environment.defaults = &m_settings;
-        environment.clock = &SystemClock::instance();
-        environment.notifier = &m_notifier;
-        environment.loginItem = &m_loginItem;
-        environment.desktop = &m_desktop;
-        environment.dialogs = &m_dialogs;
-        environment.applicationSupport = m_home.path(u"support"_s);
-        environment.pageAnswers = [this](int port) { return m_statusPage.pageAnswers(port); };
-        environment.fetchStatusPage = [this](int port, QString slug) { return m_statusPage.fetch(port, slug); };
-        environment.fetchLatestRelease = [this] { return latestRelease(m_newestVersion); };
-        m_controller = std::make_unique<KumaController>(environment);
-        m_controller->begin();
+        beginController();
     }
 
-    void cleanupTestCase() {
-        if (m_controller) {
-            m_controller->cancelOperation();
-            m_controller->shutdownPolling();
-            await(m_controller->finished());
-        }
-        docker({u"rm"_s, u"-f"_s, u"orvanel"_s});
-        for (const QString& tag : {oldTag, newTag}) {
-            docker({u"rmi"_s, u"-f"_s, imageRepository() + u':' + tag});
-        }
-    }
+    void cleanupTestCase() { end(); }
 
     void absent() {
         QTRY_COMPARE_WITH_TIMEOUT(m_controller->state().dockerState, DockerState::ready, engineTimeout);

@@ -4,14 +4,14 @@
 
 namespace orvanel::standin {
 
-Answer answerBrewInstall(DockerState& state, Surroundings& surroundings) {
+Answer answerBrewInstall(DockerState& state, Host& host) {
     Answer answer;
     answer.say(Stream::out, "==> Fetching downloads for: colima and docker\n", paced(state, 900));
     for (const char* formula : {"colima", "docker"}) {
         answer.say(Stream::out, std::string("==> Fetching ") + formula + "\n", paced(state, 700));
         answer.say(Stream::out, std::string("==> Downloading the bottle of ") + formula + "\n", paced(state, 300));
     }
-    answer.then = [world = &surroundings](DockerState& later) {
+    answer.then = [world = &host](DockerState& later) {
         Answer installed;
         std::istringstream tools(later.brewBrings);
         for (std::string tool; tools >> tool;) {

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "Answer.h"
-#include "Surroundings.h"
+#include "Host.h"
 
 namespace orvanel::standin {
 
 /// `brew install colima docker`.
-Answer answerBrewInstall(DockerState& state, Surroundings& surroundings);
+Answer answerBrewInstall(DockerState& state, Host& host);
 
 /// `colima start`.
 Answer answerColimaStart(DockerState& state);

@@ -18,7 +18,7 @@ constexpr double overhead = 150; // ms that any compose command takes
 struct Project {
     std::string name;
     ComposeFile file;
-    Surroundings* surroundings = nullptr;
+    Host* host = nullptr;
     bool ownsContainer(const DockerState& state) const {
         return state.container && state.container->owner == Owner::compose;
     }
@@ -72,7 +72,7 @@ Answer download(const DockerState& state, const Shared& project, std::function<A
 Answer start(DockerState& state, const Shared& project) {
     Answer answer;
     answer.say(Stream::err, event(project, "Starting"));
-    const auto error = engine::start(state, *project->surroundings);
+    const auto error = engine::start(state, *project->host);
     if (error) {
         answer.exitCode = 1;
         return answer.say(Stream::err, *error, paced(state, 200));
@@ -118,11 +118,11 @@ Answer recreate(DockerState& state, const Shared& project) {
     Answer answer;
     answer.say(Stream::err, event(project, "Recreate"), paced(state, overhead));
     const double time = engine::stopTime(state);
-    answer.waitFor = engine::beginStop(state, *project->surroundings);
+    answer.waitFor = engine::beginStop(state, *project->host);
     answer.say(Stream::err, "", paced(state, time));
     answer.then = [project](DockerState& later) {
         if (project->ownsContainer(later)) {
-            engine::remove(later, *project->surroundings);
+            engine::remove(later, *project->host);
         }
         if (later.container || !later.images.contains(project->file.image)) {
             return createAndStart(later, project);
@@ -160,11 +160,11 @@ Answer stop(DockerState& state, const Shared& project, std::function<Answer(Dock
     Answer answer;
     answer.say(Stream::err, event(project, "Stopping"), paced(state, overhead));
     const double time = engine::stopTime(state);
-    answer.waitFor = engine::beginStop(state, *project->surroundings);
+    answer.waitFor = engine::beginStop(state, *project->host);
     answer.say(Stream::err, "", paced(state, time));
     answer.onTerm.daemonCarriesOn = true;
     answer.then = [project, id = state.container->id, next = std::move(next)](DockerState& later) {
-        engine::endStop(later, id, *project->surroundings);
+        engine::endStop(later, id, *project->host);
         Answer stopped;
         stopped.say(Stream::err, event(project, "Stopped"));
         stopped.then = next;
@@ -176,7 +176,7 @@ Answer stop(DockerState& state, const Shared& project, std::function<Answer(Dock
 Answer takeDown(DockerState& state, const Shared& project) {
     Answer answer;
     if (project->ownsContainer(state)) {
-        engine::remove(state, *project->surroundings);
+        engine::remove(state, *project->host);
         answer.say(Stream::err, event(project, "Removing"));
         answer.say(Stream::err, event(project, "Removed"), paced(state, 60));
     }
@@ -207,19 +207,19 @@ Answer command(DockerState& state, const std::string& verb, const Shared& projec
 
 } // namespace
 
-Answer answerCompose(DockerState& state, const Arguments& arguments, Surroundings& surroundings) {
+Answer answerCompose(DockerState& state, const Arguments& arguments, Host& host) {
     if (arguments.at(1) == "version") {
         Answer answer;
         return answer.say(Stream::out, "Docker Compose version v2.26.1\n", paced(state, 80));
     }
     const std::string& path = arguments.at(4);
-    const auto text = surroundings.readFile(path);
+    const auto text = host.readFile(path);
     if (!text) {
         return failure(14, "open " + path + ": no such file or directory\n");
     }
     auto project = std::make_shared<Project>();
     project->name = arguments.at(2);
-    project->surroundings = &surroundings;
+    project->host = &host;
     try {
         project->file = composeFileFromText(*text, path);
     } catch (const std::runtime_error& error) {

@@ -9,17 +9,17 @@ bool hasLife(const Container& container) {
     return container.state == "running" || container.state == "restarting" || container.state == "paused";
 }
 
-void launch(const DockerState& state, Container& container, Surroundings& surroundings) {
+void launch(const DockerState& state, Container& container, Host& host) {
     container.server = {};
     if (!state.server.empty() && state.crashLoop == 0) {
         const std::string& folder = state.serverFolder.empty() ? container.data : state.serverFolder;
-        container.server = surroundings.startServer(state.server, container.port, folder);
+        container.server = host.startServer(state.server, container.port, folder);
     }
 }
 
 } // namespace
 
-void catchUp(DockerState& state, Surroundings& surroundings) {
+void catchUp(DockerState& state, Host& host) {
     if (state.daemonUpAfter >= 0 && state.daemonUpAfter-- == 0) {
         state.daemon = Daemon::up;
     }
@@ -27,16 +27,16 @@ void catchUp(DockerState& state, Surroundings& surroundings) {
         return;
     }
     Container& container = *state.container;
-    if (surroundings.isAlive(container.server)) {
+    if (host.isAlive(container.server)) {
         return;
     }
     if (container.stopping || container.restartPolicy.empty() || container.restartPolicy == "no") {
         container.stopping = true;
-        endStop(state, container.id, surroundings);
+        endStop(state, container.id, host);
         return;
     }
     container.restarts += 1;
-    launch(state, container, surroundings);
+    launch(state, container, host);
 }
 
 std::string look(DockerState& state) {
@@ -58,7 +58,7 @@ void create(DockerState& state, Container container) {
     state.container = std::move(container);
 }
 
-std::optional<std::string> start(DockerState& state, Surroundings& surroundings) {
+std::optional<std::string> start(DockerState& state, Host& host) {
     if (!state.container) {
         return words::noSuchContainer(Client::v28, "orvanel");
     }
@@ -67,7 +67,7 @@ std::optional<std::string> start(DockerState& state, Surroundings& surroundings)
         return "Error response from daemon: cannot start a paused container, try unpause instead\n";
     }
     PortHolder holder = state.portHolder;
-    if (holder == PortHolder::nobody && !state.server.empty() && surroundings.isPortTaken(container.port)) {
+    if (holder == PortHolder::nobody && !state.server.empty() && host.isPortTaken(container.port)) {
         holder = PortHolder::process;
     }
     if (holder != PortHolder::nobody) {
@@ -77,43 +77,43 @@ std::optional<std::string> start(DockerState& state, Surroundings& surroundings)
     container.stopping = false;
     container.restarts = 0;
     container.state = "running";
-    launch(state, container, surroundings);
+    launch(state, container, host);
     return std::nullopt;
 }
 
-ServerProcess beginStop(DockerState& state, Surroundings& surroundings) {
+ServerProcess beginStop(DockerState& state, Host& host) {
     Container& container = *state.container;
     if (!hasLife(container)) {
         return {};
     }
     container.stopping = true;
     if (container.server.pid != 0) {
-        surroundings.endServer(container.server, false);
+        host.endServer(container.server, false);
     }
     return container.server;
 }
 
-void endStop(DockerState& state, const std::string& id, Surroundings& surroundings) {
+void endStop(DockerState& state, const std::string& id, Host& host) {
     if (!state.container || state.container->id != id || !state.container->stopping) {
         return;
     }
     Container& container = *state.container;
     // A server that does not end on request is ended by force, as the daemon does it after its grace period.
     if (container.server.pid != 0) {
-        surroundings.endServer(container.server, true);
+        host.endServer(container.server, true);
     }
     container.server = {};
     container.stopping = false;
     container.state = "exited";
 }
 
-void remove(DockerState& state, Surroundings& surroundings) {
+void remove(DockerState& state, Host& host) {
     if (state.container && state.container->server.pid != 0) {
-        surroundings.endServer(state.container->server, true);
+        host.endServer(state.container->server, true);
     }
     state.container.reset();
     state.log.clear();
-    surroundings.clearServerLog();
+    host.clearServerLog();
 }
 
 std::optional<std::string> inRegistry(const DockerState& state, const std::string& reference) {

@@ -19,7 +19,7 @@ using std::chrono::milliseconds;
 using namespace std::chrono_literals;
 
 /// Without processes: a running container is only a word.
-class InProcessDocker::World final : public Surroundings {
+class InProcessDocker::World final : public Host {
 public:
     std::optional<std::string> readFile(const std::string& path) override {
         const std::ifstream file(path, std::ios::binary);

@@ -80,16 +80,16 @@ Answer imageInspect(const DockerState& state, const std::string& reference) {
                       paced(state, 60));
 }
 
-Answer stop(DockerState& state, Surroundings& surroundings) {
+Answer stop(DockerState& state, Host& host) {
     if (!state.container) {
         return failure(1, words::noSuchContainer(Client::v28, "orvanel"));
     }
     Answer answer;
     const double time = engine::stopTime(state);
-    answer.waitFor = engine::beginStop(state, surroundings);
+    answer.waitFor = engine::beginStop(state, host);
     answer.say(Stream::out, "", paced(state, time));
     answer.onTerm.daemonCarriesOn = true;
-    answer.then = [id = state.container->id, world = &surroundings](DockerState& later) {
+    answer.then = [id = state.container->id, world = &host](DockerState& later) {
         engine::endStop(later, id, *world);
         Answer stopped;
         return stopped.say(Stream::out, "orvanel\n");
@@ -97,11 +97,11 @@ Answer stop(DockerState& state, Surroundings& surroundings) {
     return answer;
 }
 
-Answer remove(DockerState& state, Surroundings& surroundings) {
+Answer remove(DockerState& state, Host& host) {
     if (!state.container) {
         return failure(0, words::noSuchContainer(state.client, "orvanel"));
     }
-    engine::remove(state, surroundings);
+    engine::remove(state, host);
     Answer answer;
     return answer.say(Stream::out, "orvanel\n", paced(state, 400));
 }
@@ -117,13 +117,13 @@ std::string lastLines(const std::string& text, std::size_t count) {
 }
 
 /// The server's warnings and errors come on the other stream.
-Answer logs(const DockerState& state, const std::string& count, Surroundings& surroundings) {
+Answer logs(const DockerState& state, const std::string& count, Host& host) {
     if (!state.container) {
         return failure(1, words::noSuchContainer(state.client, "orvanel"));
     }
     Answer answer;
     answer.say(Stream::out, "", paced(state, 60));
-    std::istringstream lines(lastLines(state.log + surroundings.serverLog(), std::stoul(count)));
+    std::istringstream lines(lastLines(state.log + host.serverLog(), std::stoul(count)));
     for (std::string line; std::getline(lines, line);) {
         const bool isBad = line.find("WARN") != std::string::npos || line.find("ERROR") != std::string::npos;
         answer.say(isBad ? Stream::err : Stream::out, line + "\n");
@@ -206,13 +206,13 @@ RunOrder runOrder(Client client, const Arguments& arguments) {
     return order;
 }
 
-Answer createAndStart(DockerState& state, Container container, Surroundings& surroundings) {
+Answer createAndStart(DockerState& state, Container container, Host& host) {
     if (state.container) {
         return runFailure(state, words::nameConflict(*state.container));
     }
     container.imageId = state.images[container.image];
     engine::create(state, std::move(container));
-    const auto error = engine::start(state, surroundings);
+    const auto error = engine::start(state, host);
     Answer answer;
     answer.say(Stream::out, state.container->id + "\n", paced(state, 500));
     if (error) {
@@ -222,7 +222,7 @@ Answer createAndStart(DockerState& state, Container container, Surroundings& sur
     return answer;
 }
 
-Answer run(DockerState& state, const Arguments& arguments, Surroundings& surroundings) {
+Answer run(DockerState& state, const Arguments& arguments, Host& host) {
     RunOrder order;
     try {
         order = runOrder(state.client, arguments);
@@ -237,10 +237,10 @@ Answer run(DockerState& state, const Arguments& arguments, Surroundings& surroun
         return runFailure(state, *refused);
     }
     if (state.images.contains(order.container.image)) {
-        return createAndStart(state, order.container, surroundings);
+        return createAndStart(state, order.container, host);
     }
     const std::string& reference = order.container.image;
-    Answer answer = pull(state, reference, Stream::err, [order, world = &surroundings](DockerState& later) {
+    Answer answer = pull(state, reference, Stream::err, [order, world = &host](DockerState& later) {
         return createAndStart(later, order.container, *world);
     });
     if (answer.exitCode != 0) {
@@ -268,8 +268,7 @@ Answer processes(const DockerState& state) {
 
 } // namespace
 
-Answer answerPlain(const std::string& name, DockerState& state, const Arguments& arguments,
-                   Surroundings& surroundings) {
+Answer answerPlain(const std::string& name, DockerState& state, const Arguments& arguments, Host& host) {
     if (name == "info") {
         return info(state);
     }
@@ -283,20 +282,20 @@ Answer answerPlain(const std::string& name, DockerState& state, const Arguments&
         return imageInspect(state, arguments.back());
     }
     if (name == "run") {
-        return run(state, arguments, surroundings);
+        return run(state, arguments, host);
     }
     const auto refused = refusal(state);
     if (refused) {
         return failure(1, *refused);
     }
     if (name == "stop") {
-        return stop(state, surroundings);
+        return stop(state, host);
     }
     if (name == "rm") {
-        return remove(state, surroundings);
+        return remove(state, host);
     }
     if (name == "logs") {
-        return logs(state, arguments.at(2), surroundings);
+        return logs(state, arguments.at(2), host);
     }
     if (name == "pull") {
         if (!isImageReference(arguments.back())) {

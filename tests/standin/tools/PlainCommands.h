@@ -1,13 +1,13 @@
 #pragma once
 
 #include "Answer.h"
-#include "Surroundings.h"
+#include "Host.h"
 
 #include <string>
 
 namespace orvanel::standin {
 
 /// The commands of docker itself, `name` being one of commandName(), with a daemon that is there or refuses.
-Answer answerPlain(const std::string& name, DockerState& state, const Arguments& arguments, Surroundings& surroundings);
+Answer answerPlain(const std::string& name, DockerState& state, const Arguments& arguments, Host& host);
 
 } // namespace orvanel::standin

@@ -88,9 +88,8 @@ OnTerm onTermOf(const std::string& name) {
     return name.starts_with("compose ") ? OnTerm{.exitCode = 130, .err = "canceled\n"} : OnTerm{};
 }
 
-Answer dockerAnswer(const std::string& name, DockerState& state, const Arguments& arguments,
-                    Surroundings& surroundings) {
-    engine::catchUp(state, surroundings);
+Answer dockerAnswer(const std::string& name, DockerState& state, const Arguments& arguments, Host& host) {
+    engine::catchUp(state, host);
     const bool isCompose = name.starts_with("compose ");
     if (isCompose && !state.compose) {
         return answerWithoutCompose(state, arguments);
@@ -98,8 +97,7 @@ Answer dockerAnswer(const std::string& name, DockerState& state, const Arguments
     if (state.daemon == Daemon::hangs) {
         return {.hangs = true, .onTerm = onTermOf(name)};
     }
-    Answer answer =
-        isCompose ? answerCompose(state, arguments, surroundings) : answerPlain(name, state, arguments, surroundings);
+    Answer answer = isCompose ? answerCompose(state, arguments, host) : answerPlain(name, state, arguments, host);
     if (!state.warning.empty()) {
         answer.pieces.insert(answer.pieces.begin(), {{}, Stream::err, state.warning});
     }
@@ -107,14 +105,14 @@ Answer dockerAnswer(const std::string& name, DockerState& state, const Arguments
 }
 
 Answer ordinaryAnswer(const std::string& name, const std::string& tool, DockerState& state, const Arguments& arguments,
-                      Surroundings& surroundings) {
+                      Host& host) {
     if (tool == "brew") {
-        return answerBrewInstall(state, surroundings);
+        return answerBrewInstall(state, host);
     }
     if (tool == "colima") {
         return answerColimaStart(state);
     }
-    return dockerAnswer(name, state, arguments, surroundings);
+    return dockerAnswer(name, state, arguments, host);
 }
 
 Answer overridden(const Override& one, const std::string& name, std::function<Answer(DockerState&)> ordinary) {
@@ -143,12 +141,12 @@ std::optional<std::string> commandName(const std::string& tool, const Arguments&
     return std::nullopt;
 }
 
-Answer answer(const std::string& tool, DockerState& state, const Arguments& arguments, Surroundings& surroundings) {
+Answer answer(const std::string& tool, DockerState& state, const Arguments& arguments, Host& host) {
     const auto name = commandName(tool, arguments);
     if (!name) {
         return unknownCall(state, tool, arguments);
     }
-    const auto ordinary = [=, name = *name, world = &surroundings](DockerState& later) {
+    const auto ordinary = [=, name = *name, world = &host](DockerState& later) {
         return ordinaryAnswer(name, tool, later, arguments, *world);
     };
     const auto taken = takeOverride(state, *name);

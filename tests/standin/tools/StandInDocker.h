@@ -2,7 +2,7 @@
 
 #include "Answer.h"
 #include "DockerState.h"
-#include "Surroundings.h"
+#include "Host.h"
 
 #include <optional>
 #include <string>
@@ -16,7 +16,7 @@ namespace orvanel::standin {
 std::optional<std::string> commandName(const std::string& tool, const Arguments& arguments);
 
 /// The answer of a tool, with the words, streams and exit codes of the real one; of a chain, the first. Looks at
-/// nothing but its arguments. `surroundings` must outlive the chain.
-Answer answer(const std::string& tool, DockerState& state, const Arguments& arguments, Surroundings& surroundings);
+/// nothing but its arguments. `host` must outlive the chain.
+Answer answer(const std::string& tool, DockerState& state, const Arguments& arguments, Host& host);
 
 } // namespace orvanel::standin

@@ -1,6 +1,6 @@
 #include "standin/tools/StandInTools.h"
 
-#include "standin/tools/HostSurroundings.h"
+#include "standin/tools/RealHost.h"
 #include "standin/tools/StandInDocker.h"
 
 #include <QDir>
@@ -30,7 +30,7 @@ StandInTools::StandInTools(const QStringList& tools) {
 StandInTools::~StandInTools() {
     const auto container = state().container;
     if (container) {
-        HostSurroundings(folder().path(), {}).endServer(container->server, true);
+        RealHost(folder().path(), {}).endServer(container->server, true);
     }
     if (m_rootBefore) {
         qputenv(rootVariable, *m_rootBefore);

@@ -1,6 +1,6 @@
 #include "ToolMain.h"
 
-#include "HostSurroundings.h"
+#include "RealHost.h"
 #include "StandInDocker.h"
 #include "StateFolder.h"
 
@@ -30,9 +30,9 @@ bool signalWithin(const sigset_t& signals, milliseconds time) {
 /// Carries out one command of one tool, a chain of answers.
 class Performance {
 public:
-    Performance(const StateFolder& folder, HostSurroundings& surroundings)
+    Performance(const StateFolder& folder, RealHost& host)
         : m_folder(folder)
-        , m_surroundings(surroundings)
+        , m_host(host)
         , m_parent(getppid()) {
         sigemptyset(&m_endSignals);
         sigaddset(&m_endSignals, SIGTERM);
@@ -103,7 +103,7 @@ private:
 
     bool waitForEnd(const ServerProcess& server) {
         milliseconds waited{0};
-        while (server.pid != 0 && m_surroundings.isAlive(server) && waited < stopPatience) {
+        while (server.pid != 0 && m_host.isAlive(server) && waited < stopPatience) {
             if (!pause(5ms)) {
                 return false;
             }
@@ -125,7 +125,7 @@ private:
     }
 
     const StateFolder& m_folder;
-    HostSurroundings& m_surroundings;
+    RealHost& m_host;
     const pid_t m_parent;
     sigset_t m_endSignals{};
     OnTerm m_onTerm;
@@ -165,10 +165,8 @@ int toolMain(const char* tool, int argumentCount, char** argumentValues) {
         if (isCompose && folder.load().client == Client::v20) {
             leaveToPlugIn();
         }
-        HostSurroundings surroundings(folder.path(), StateFolder::toolFolder(argumentValues[0]));
-        return Performance(folder, surroundings).run([&](DockerState& state) {
-            return answer(tool, state, arguments, surroundings);
-        });
+        RealHost host(folder.path(), StateFolder::toolFolder(argumentValues[0]));
+        return Performance(folder, host).run([&](DockerState& state) { return answer(tool, state, arguments, host); });
     } catch (const std::exception& error) {
         std::fprintf(stderr, "stand-in %s: %s\n", tool, error.what());
         return 99;

@@ -8,12 +8,12 @@
 namespace orvanel::standin {
 
 /// What the stand-in tools touch outside their state. The calls come with the state locked, so none may take long.
-class Surroundings {
+class Host {
 public:
-    Surroundings() = default;
-    virtual ~Surroundings() = default;
-    Surroundings(const Surroundings&) = delete;
-    Surroundings& operator=(const Surroundings&) = delete;
+    Host() = default;
+    virtual ~Host() = default;
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
 
     virtual std::optional<std::string> readFile(const std::string& path) = 0;
 

@@ -1,16 +1,16 @@
 #pragma once
 
-#include "Surroundings.h"
+#include "Host.h"
 
 #include <string>
 
 namespace orvanel::standin {
 
-/// The surroundings of the stand-in executables: real files, ports and processes.
-class HostSurroundings final : public Surroundings {
+/// The host of the stand-in executables: real files, ports and processes.
+class RealHost final : public Host {
 public:
     /// `stateFolder` takes the server's log; `toolFolder` is where the tool that runs lies.
-    HostSurroundings(std::string stateFolder, std::string toolFolder);
+    RealHost(std::string stateFolder, std::string toolFolder);
 
     std::optional<std::string> readFile(const std::string& path) override;
     bool isPortTaken(int port) override;

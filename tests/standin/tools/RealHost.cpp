@@ -1,4 +1,4 @@
-#include "HostSurroundings.h"
+#include "RealHost.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -103,11 +103,11 @@ int spawnDetached(char* const* arguments, const char* logPath) {
 
 } // namespace
 
-HostSurroundings::HostSurroundings(std::string stateFolder, std::string toolFolder)
+RealHost::RealHost(std::string stateFolder, std::string toolFolder)
     : m_stateFolder(std::move(stateFolder))
     , m_toolFolder(std::move(toolFolder)) {}
 
-std::optional<std::string> HostSurroundings::readFile(const std::string& path) {
+std::optional<std::string> RealHost::readFile(const std::string& path) {
     const std::ifstream file(path, std::ios::binary);
     if (!file) {
         return std::nullopt;
@@ -117,7 +117,7 @@ std::optional<std::string> HostSurroundings::readFile(const std::string& path) {
     return text.str();
 }
 
-bool HostSurroundings::isPortTaken(int port) {
+bool RealHost::isPortTaken(int port) {
     const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int yes = 1;
     // As docker's own port proxy does it: a port that is only closing is free.
@@ -131,7 +131,7 @@ bool HostSurroundings::isPortTaken(int port) {
     return taken;
 }
 
-ServerProcess HostSurroundings::startServer(const std::string& program, int port, const std::string& folder) {
+ServerProcess RealHost::startServer(const std::string& program, int port, const std::string& folder) {
     std::filesystem::create_directories(folder);
     std::vector<std::string> words{program,   "--address", "127.0.0.1", "--port", std::to_string(port),
                                    "--state", folder};
@@ -145,28 +145,28 @@ ServerProcess HostSurroundings::startServer(const std::string& program, int port
     return {pid, statusOf(pid).started};
 }
 
-bool HostSurroundings::isAlive(const ServerProcess& server) {
+bool RealHost::isAlive(const ServerProcess& server) {
     const ProcessStatus status = statusOf(server.pid);
     // The first thread may be over before the others, which still hold the port.
     const bool isOver = status.state == 'X' || (status.state == 'Z' && status.threads <= 1);
     return server.pid > 0 && status.started == server.started && !isOver;
 }
 
-void HostSurroundings::endServer(const ServerProcess& server, bool atOnce) {
+void RealHost::endServer(const ServerProcess& server, bool atOnce) {
     if (isAlive(server)) {
         kill(server.pid, atOnce ? SIGKILL : SIGTERM);
     }
 }
 
-std::string HostSurroundings::serverLog() {
+std::string RealHost::serverLog() {
     return readFile(logPath()).value_or(std::string());
 }
 
-void HostSurroundings::clearServerLog() {
+void RealHost::clearServerLog() {
     std::filesystem::remove(logPath());
 }
 
-void HostSurroundings::installTool(const std::string& tool, const std::string& fromFolder) {
+void RealHost::installTool(const std::string& tool, const std::string& fromFolder) {
     const std::filesystem::path target = std::filesystem::path(m_toolFolder) / tool;
     const std::filesystem::path source = fromFolder.empty()
                                              ? std::filesystem::canonical("/proc/self/exe").parent_path() / tool
