@@ -1,11 +1,8 @@
 # shellcheck shell=bash
-# What the commands of this folder share: telling, building, testing. Sourced after `set -euo pipefail`.
+# Shared by the commands in this folder: messages, building, testing. Sourced after `set -euo pipefail`.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 cd "$root" || exit
-
-# A fresh clone in another folder finds what an earlier one compiled.
-export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
 
 say() { printf '==> %s\n' "$*"; }
 note() { printf '    %s\n' "$*"; }
@@ -17,22 +14,22 @@ fail() {
 # shellcheck source=scripts/packages.sh
 source "$root/scripts/packages.sh"
 
-# Every run writes below build/, which a run by another user (root, mostly) may have made its own.
+# Every command writes into build/, where a command that another user ran, usually root, may have left files.
 check_build_folder() {
     local foreign
-    mkdir -p build 2>/dev/null || fail "The folder build/ cannot be made in $root."
-    # Whoever installs by CMake, as root, leaves a list and launchers there that the next to do so replaces.
+    mkdir -p build 2>/dev/null || fail "You need permission to make the folder build/ in $root."
+    # The next cmake --install replaces the list and the launchers that one by root leaves there.
     foreign=$(find build -maxdepth 3 ! -writable ! -user "$EUID" ! -type l ! -name install_manifest.txt \
         ! -path 'build/*/packaging/*' -print -quit 2>/dev/null) || true
     [[ -z $foreign ]] ||
-        fail "$foreign belongs to another user ($(stat -c %U "$foreign")): remove the folder build/, or run this as that user."
+        fail "$foreign belongs to another user ($(stat -c %U "$foreign")). Remove the folder build/, or run this command as that user."
 }
 
-# Whether configuring PRESET again would change nothing. Ninja itself follows changes of the CMakeLists.
+# is_configured PRESET COMPILER: whether the folder of the preset is up to date. Ninja follows changes of the CMakeLists.
 is_configured() {
     local folder=build/$1 compiler=$2
     [[ -f $folder/build.ninja && ! CMakePresets.json -nt $folder/CMakeCache.txt ]] || return 1
-    grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$folder/CMakeCache.txt" || return 1 # that of a clone that was moved
+    grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$folder/CMakeCache.txt" || return 1 # else the clone was moved
     grep -qE "^CMAKE_CXX_COMPILER:[A-Z]+=(.*/)?${compiler//+/\\+}\$" "$folder/CMakeCache.txt"
 }
 
@@ -47,11 +44,11 @@ configure() {
     rm -f "build/$preset"/{CMakeCache.txt,build.ninja}
     if ! cmake --preset "$preset" -DCMAKE_CXX_COMPILER="$compiler" >"$log" 2>&1; then
         cat "$log" >&2
-        fail "CMake could not configure build/$preset; its reason stands above and in $log."
+        fail "CMake could not configure build/$preset; its output is above and in $log."
     fi
 }
 
-# Lets a line through every tenth of the way, and whatever the compiler has to say. By the shell itself: Debian 13's awk
+# Prints a line for each tenth of the way, and all that the compiler says. The shell itself reads, because Debian 13's awk
 # reads a pipe in blocks that take minutes to fill.
 build_progress() {
     local line tenth shown=0
@@ -79,15 +76,15 @@ build() {
     check_build_folder
     say "Building build/$preset"
     cmake --build --preset "$preset" "${targets[@]}" 2>&1 | build_progress ||
-        fail "The build in build/$preset failed; the compiler's reason stands above."
+        fail "The build in build/$preset failed; the compiler's output is above."
 }
 
-# sanitized COMMAND…: with what programs need that were built with a sanitizer.
+# sanitized COMMAND…: runs a program that was built with a sanitizer.
 sanitized() {
     local -a fixed_addresses=()
-    # Older sanitizers stumble over kernels that spread addresses widely (Ubuntu 24.04 and later).
+    # Older sanitizers fail on kernels that spread addresses widely (Ubuntu 24.04 and later).
     setarch -R true 2>/dev/null && fixed_addresses=(setarch -R)
-    # The sanitizers look on PATH for the tool that turns addresses into names.
+    # The sanitizers find the tool that turns addresses into names on the PATH.
     PATH="$(llvm_folder):$PATH" "${fixed_addresses[@]}" "$@"
 }
 
@@ -96,6 +93,6 @@ run_tests() {
     local folder=$1
     shift
     say "Running the tests of $folder"
-    sanitized ctest --test-dir "$folder" --parallel 2 --output-on-failure --no-tests=error "$@" </dev/null ||
-        fail "Tests failed: their output stands above."
+    sanitized ctest --test-dir "$folder" --parallel 2 --output-on-failure --no-tests=error --no-label-summary "$@" </dev/null ||
+        fail "Tests failed; their output is above."
 }

@@ -1,13 +1,13 @@
 # shellcheck shell=bash
-# Which packages are needed, and how they get onto this machine. Sourced by common.sh.
+# Finds out which packages are missing and installs them. Sourced by common.sh.
 
-# The versions of clang that build Orvanel, in the order in which they are wished for. GCC would do from version 13 on, but
-# Debian 12 has an older one that miscompiles coroutines: with clang everywhere, all machines run what the tests ran.
+# The versions of clang that build Orvanel, the preferred ones first. GCC 13 builds it too, but Debian 12 has an older GCC that
+# miscompiles coroutines. With clang everywhere, all machines run what the tests ran.
 clang_versions=(18 16 19 17 20 21)
 
 os_field() { (. /etc/os-release 2>/dev/null && printf '%s' "${!1:-}") || true; }
 
-# Debian, Ubuntu, and what is made from them.
+# Debian, Ubuntu and their derivatives.
 has_apt() {
     [[ " $(os_field ID) $(os_field ID_LIKE) " =~ \ (debian|ubuntu)\  ]] && command -v apt-get >/dev/null
 }
@@ -15,7 +15,7 @@ has_apt() {
 is_installed() { [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) == installed ]]; }
 is_offered() { [[ $(LC_ALL=C apt-cache policy "$1" 2>/dev/null) =~ Candidate:\ [^\(] ]]; }
 
-# The version of clang to build with: one that is here, else the first that apt has.
+# The version of clang to build with: an installed one, else the first that apt offers.
 clang_version() {
     local test version
     for test in is_installed is_offered; do
@@ -26,7 +26,7 @@ clang_version() {
             fi
         done
     done
-    # No lists of apt yet: what the two promised distributions have.
+    # apt has no lists yet: the versions of the supported distributions.
     if [[ $(os_field ID)$(os_field VERSION_ID) == debian12 ]]; then echo 16; else echo 18; fi
 }
 
@@ -38,7 +38,7 @@ compiler() {
     fi
 }
 
-# Where the tools of LLVM go by their plain names.
+# The folder where the tools of LLVM have their plain names.
 llvm_folder() {
     if has_apt; then
         echo "/usr/lib/llvm-$(clang_version)/bin"
@@ -47,13 +47,13 @@ llvm_folder() {
     fi
 }
 
-# rows PURPOSE…: the lines of packages.txt for these purposes, each package once.
+# rows PURPOSE…: the rows of packages.txt for these purposes, each package once.
 rows() {
     awk -v wanted=" $* " '
         NF == 3 && $1 !~ /^#/ && index(wanted, " " $1 " ") && !seen[$2]++ { print $2, $3 }' scripts/packages.txt
 }
 
-# chosen PACKAGE|PACKAGE…: the first of them that there is here, else the last.
+# chosen PACKAGE|PACKAGE…: the first one that is installed or offered, else the last.
 chosen() {
     local package
     for package in ${1//|/ }; do
@@ -99,28 +99,28 @@ as_root() {
     if ((EUID == 0)); then
         "$@"
     elif { : </dev/tty; } 2>/dev/null; then
-        sudo "$@" # asks for the password on the terminal, whatever its input is
+        sudo "$@" # asks for the password on the terminal, even with another input
     else
         sudo -n "$@"
     fi
 }
 
-# apt_get ARGUMENT…: asks nothing, waits for another apt to end, restarts no service; the whole output goes to the log.
+# apt_get ARGUMENT…: asks nothing, waits until another apt ends, restarts no service, and logs its whole output.
 apt_get() {
     as_root env DEBIAN_FRONTEND=noninteractive NEEDRESTART_MODE=l LC_ALL=C.UTF-8 \
         apt-get -q -y -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" </dev/null 2>&1 |
         tee -a "$apt_log" | sed -unE '/newly installed|^Need to get|^Fetched/s/^/    /p'
 }
 
-# False where not all lists could be had; whether the others do is seen by what is offered then.
+# Fails where some lists could not be fetched. The others may still be enough.
 update_lists() {
     local before deadline=$((SECONDS + 300)) waits=
-    say "Asking apt for its lists of packages"
+    say "Updating the lists of packages"
     while before=$(wc -c <"$apt_log") && ! apt_get update -o APT::Update::Error-Mode=any; do
-        # apt waits for another one when it installs, but not when it updates its lists.
+        # apt waits for another apt when it installs, but not when it updates its lists.
         tail -c +$((before + 1)) "$apt_log" | grep -q "Could not get lock" || return 1
         ((SECONDS < deadline)) || return 1
-        [[ $waits ]] || note "Another apt is at work here; waiting for it to end"
+        [[ $waits ]] || note "Waiting for another apt to end"
         waits=yes
         sleep 2
     done
@@ -131,25 +131,25 @@ all_offered() {
     for package in "$@"; do is_offered "$package" || return 1; done
 }
 
-# Installing the package of a server would start it. What the tests need of a server they start themselves, as a copy of
-# their own, so apt is told to start nothing: by Debian's means for that, a file that is there only while apt works.
+# Debian starts a server when its package is installed, unless this file forbids it. The tests start their own servers, so the
+# file is there while apt works.
 install_starting_nothing() (
     policy=/usr/sbin/policy-rc.d mark="Written by Orvanel's scripts/packages.sh"
     if [[ ! -e $policy ]] || grep -q "$mark" "$policy"; then
         trap 'as_root rm -f "$policy"' EXIT
         { printf '#!/bin/sh\n# %s\nexit 101\n' "$mark" | as_root tee "$policy" >/dev/null && as_root chmod 755 "$policy"; } ||
-            fail "$policy, which keeps servers from being started, could not be written; the reason stands above."
+            fail "$policy, which keeps servers from starting, could not be written; the reason is above."
     fi
     install_removing_nothing "$@" && exit
     update_lists || true # the lists may be older than the packages that they name
-    install_removing_nothing "$@" || fail "apt-get could not install the packages; its reason stands in $apt_log."
+    install_removing_nothing "$@" || fail "apt-get could not install the packages; its output is in $apt_log."
 )
 
-# Told not to ask, apt would remove whatever is in the way, such as Docker's own packages for those of the distribution.
+# apt, when it may not ask, removes packages that conflict, such as Docker's own packages with those of the distribution.
 install_removing_nothing() {
     local in_the_way
     in_the_way=$(LC_ALL=C apt-get -s install --no-install-recommends "$@" 2>/dev/null | awk '/^Remv/ { print "    " $2 }') || true
-    [[ -z $in_the_way ]] || fail "Installing $* would remove these packages, which is for you to decide:"$'\n'"$in_the_way"
+    [[ -z $in_the_way ]] || fail "To install $*, apt would have to remove the packages below. Remove them first if you agree."$'\n'"$in_the_way"
     apt_get install --no-remove --no-install-recommends "$@"
 }
 
@@ -159,7 +159,7 @@ install_with_apt() {
     mapfile -t missing < <(missing_from_apt "$@")
     ((${#missing[@]})) || return 0
     ((EUID == 0)) || command -v sudo >/dev/null ||
-        fail "Packages are missing, and there is no sudo to install them with. Please run as root: apt-get install --no-install-recommends ${missing[*]}"
+        fail "Packages are missing, and there is no sudo to install them. Run as root: apt-get install --no-install-recommends ${missing[*]}"
 
     check_build_folder
     apt_log=build/apt.log
@@ -168,11 +168,11 @@ install_with_apt() {
         update_lists || not_updated=yes
         mapfile -t missing < <(missing_from_apt "$@") # fresh lists may offer another clang
         all_offered "${missing[@]}" || [[ -z $not_updated ]] ||
-            fail "apt-get could not update its lists of packages; its reason stands in $apt_log. Needed, and not all in the lists: ${missing[*]}."
+            fail "apt-get could not update its lists of packages; its output is in $apt_log. You need: ${missing[*]}."
         all_offered "${missing[@]}" ||
-            fail "$(os_field PRETTY_NAME) does not have all of the packages that are needed: ${missing[*]}. Debian 12 and Ubuntu 24.04 do."
+            fail "You need these packages, and $(os_field PRETTY_NAME) does not offer all of them: ${missing[*]}. Debian 12 and 13 do."
     fi
-    say "Installing ${missing[*]} and what they need (all of apt's words: $apt_log)"
+    say "Installing ${missing[*]} and what they need (apt's output: $apt_log)"
     install_starting_nothing "${missing[@]}" || exit
 }
 
@@ -180,12 +180,12 @@ check_elsewhere() {
     local -a missing
     mapfile -t missing < <(missing_elsewhere "$@")
     ((${#missing[@]})) || return 0
-    say "These are missing, by the names that Debian gives them:"
+    say "You need these packages, here under their Debian names:"
     printf '    %s\n' "${missing[@]}"
-    fail "Packages can be installed for you on Debian and Ubuntu only: please install the above with the tools of $(os_field PRETTY_NAME), then try again."
+    fail "This command installs packages on Debian and Ubuntu only. Install the packages above with the tools of $(os_field PRETTY_NAME), then try again."
 }
 
-# need PURPOSE…: returns when everything that packages.txt lists for these purposes is on this machine.
+# need PURPOSE…: installs what packages.txt lists for these purposes.
 need() {
     if has_apt; then
         install_with_apt "$@"

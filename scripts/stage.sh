@@ -1,11 +1,11 @@
 # shellcheck shell=bash
-# A display and a session bus of one's own, for the demo and the benchmark. Sourced after common.sh. Both need $home, a
-# throw-away folder with a private folder "run" in it; what they start is in $children, the newest last.
+# A private display and session bus, for the demo and the benchmarks. Sourced after common.sh. Both need $home, a temporary
+# folder with a private folder "run". The processes that they start are in $children, the newest last.
 
 home=
 children=()
 
-# end_child PID [SECONDS]: asks a process that we started to end, and makes sure after that time (10).
+# end_child PID [SECONDS]: asks a process that we started to end, and kills it after that time (10).
 end_child() {
     local tries
     kill -TERM "$1" 2>/dev/null || return 0
@@ -22,7 +22,7 @@ end_children() {
     children=()
 }
 
-# first_line FILE PID: waits for what the process writes there when it is ready.
+# first_line FILE PID: waits for the line that the process writes there when it is ready.
 first_line() {
     local tries
     for ((tries = 0; tries < 300; tries++)); do
@@ -45,11 +45,11 @@ start_display() {
     display=:$(first_line "$home/display" $!) || fail "Xvfb did not start: $(<"$home/xvfb.log")"
 }
 
-# start_bus [FOLDER NAME=VALUE…]: a session bus that starts no service of the user's. It knows of none, or only of those in
-# FOLDER, which then start with these variables. Sets $bus.
+# start_bus [FOLDER NAME=VALUE…]: a session bus that starts no service of the user's. It knows no services, or only those in
+# FOLDER, which start with these variables. Sets $bus.
 start_bus() {
     local services=${1:+<servicedir>$1</servicedir>} folder
-    folder=$(printf '%s' "$home/run" | od -An -v -tx1 | tr -d '\n' | tr ' ' '%') # blanks and more must not stand in an address
+    folder=$(printf '%s' "$home/run" | od -An -v -tx1 | tr -d '\n' | tr ' ' '%') # an address may not contain blanks
     cat >"$home/bus.conf" <<BUS
 <!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">

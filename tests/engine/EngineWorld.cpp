@@ -1,5 +1,6 @@
 #include "EngineWorld.h"
 
+#include "controller/ComposeFile.h"
 #include "support/Await.h"
 #include "task/Clock.h"
 
