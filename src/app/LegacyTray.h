@@ -19,10 +19,14 @@ public:
 
     /// Asks the X server.
     virtual bool isPresent() const = 0;
+    /// Asks the panel, if there is one, to embed that native window.
+    virtual void dock(quintptr window) = 0;
 
 Q_SIGNALS:
     /// A panel has appeared, possibly in place of another.
     void appeared();
+    /// The panel that was asked last has gone.
+    void disappeared();
 };
 
 } // namespace orvanel

@@ -10,6 +10,7 @@ namespace orvanel {
 OrvanelApp::OrvanelApp(const AppEnvironment& environment)
     : m_environment(environment)
     , m_windows(std::make_unique<Windows>())
+    , m_userTime(std::make_unique<UserTime>())
     , m_dialogs([this] { return windowForQuestions(); })
     , m_logsDialogs([this] { return window(windowId::logs()); })
     , m_settingsDialogs([this] { return window(windowId::settings()); })
@@ -24,6 +25,7 @@ OrvanelApp::OrvanelApp(const AppEnvironment& environment)
     // No window and no icon may outlive the application object, whatever ended its event loop.
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
         m_statusItem.reset();
+        m_userTime.reset();
         m_windows.reset();
     });
 }
@@ -38,8 +40,12 @@ QWidget* OrvanelApp::windowForQuestions() {
     if (m_windows == nullptr) {
         return nullptr;
     }
-    QWidget* const active = m_windows->active();
-    return active != nullptr ? active : m_windows->open(windowId::main());
+    if (QWidget* const active = m_windows->active()) {
+        return active;
+    }
+    // Once more, so that it comes to the front where the user asked elsewhere, in the menu of a panel.
+    openMainWindow();
+    return m_windows->open(windowId::main());
 }
 
 void OrvanelApp::addWindows() {
@@ -68,7 +74,8 @@ void OrvanelApp::start() {
         std::make_unique<StatusItem>(m_controller, *m_environment.controller.desktop, *m_environment.controller.clock,
                                      m_environment.legacyTray, m_environment.bus);
     connect(m_statusItem.get(), &StatusItem::openWindowRequested, this, [this] { openMainWindow(); });
-    connect(m_statusItem.get(), &StatusItem::noPanel, this, [this] { openMainWindow(); });
+    // Nobody asked for it, so it must not take the keyboard from another program.
+    connect(m_statusItem.get(), &StatusItem::noPanel, this, [this] { m_windows->open(windowId::main()); });
     QMetaObject::invokeMethod(&m_delegate, &AppDelegate::applicationDidFinishLaunching, Qt::QueuedConnection);
 }
 
@@ -87,7 +94,7 @@ QWidget* OrvanelApp::window(const QString& id) const {
 
 void OrvanelApp::openMainWindow(const QString& activationToken) {
     if (m_windows != nullptr) {
-        m_windows->open(windowId::main(), activationToken);
+        m_userTime->renew([this, activationToken] { m_windows->open(windowId::main(), activationToken); });
     }
 }
 

@@ -3,6 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/QuitPath.h"
 #include "app/StatusItem.h"
+#include "app/UserTime.h"
 #include "app/WidgetDialogs.h"
 #include "app/Windows.h"
 #include "controller/KumaController.h"
@@ -28,7 +29,8 @@ public:
     /// Call it just before the event loop runs.
     void start();
 
-    /// See Windows::open(). A program that is quitting opens nothing.
+    /// For a user who asks for it. See Windows::open(); on X11 the window opens a moment later. A program that is
+    /// quitting opens nothing.
     void openMainWindow(const QString& activationToken = {});
 
     KumaController& controller() { return m_controller; }
@@ -51,6 +53,7 @@ private:
 
     const AppEnvironment m_environment;
     std::unique_ptr<Windows> m_windows;
+    std::unique_ptr<UserTime> m_userTime;
     WidgetDialogs m_dialogs;
     /// Each asks over its window, which may be closed meanwhile.
     WidgetDialogs m_logsDialogs;

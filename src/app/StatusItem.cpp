@@ -1,5 +1,6 @@
 #include "app/StatusItem.h"
 
+#include "app/LegacyIcon.h"
 #include "app/StatusIcon.h"
 #include "controller/KumaController.h"
 
@@ -7,8 +8,6 @@ namespace orvanel {
 namespace {
 
 constexpr std::chrono::seconds panelLimit{5};
-/// At login the watcher, which keeps the list of icons, may be there long before the panel that shows them.
-constexpr std::chrono::seconds panelLimitWithWatcher{60};
 
 } // namespace
 
@@ -22,55 +21,97 @@ StatusItem::StatusItem(KumaController& controller, Desktop& desktop, Clock& cloc
     , m_trigger(controller, [this] { render(); }) {
     connect(m_panels.get(), &TrayHostWatcher::hostAvailableChanged, this, [this](bool available) {
         if (available) {
-            makeIcon(MenuContent::Painter::panel);
+            makeIcon();
         }
     });
-    connect(&m_legacyTray, &LegacyTray::appeared, this, [this] { considerLegacyTray(); });
+    connect(&m_legacyTray, &LegacyTray::appeared, this, [this] { onLegacyTrayAppeared(); });
+    connect(&m_legacyTray, &LegacyTray::disappeared, this, [this] { dropLegacyIcon(); });
     m_patience = m_clock.callAfter(panelLimit, [this] { onPanelOverdue(); });
 }
 
+StatusItem::~StatusItem() = default;
+
 void StatusItem::onPanelOverdue() {
     m_isOverdue = true;
-    if (!m_panels->watcherPresent() && m_legacyTray.isPresent()) {
-        makeIcon(MenuContent::Painter::ourselves);
-        return;
+    makeLegacyIcon();
+    if (!hasIcon()) {
+        Q_EMIT noPanel();
     }
-    considerLegacyTray();
-    Q_EMIT noPanel();
 }
 
-/// A panel of the new kind often comes in the same moment as the old one, so the icon waits for it.
-void StatusItem::considerLegacyTray() {
-    if (hasIcon() || !m_isOverdue || !m_legacyTray.isPresent()) {
-        return;
+/// A panel of the new kind often follows the old one in the same moment.
+void StatusItem::onLegacyTrayAppeared() {
+    if (m_isOverdue && m_icon == nullptr) {
+        dropLegacyIcon();
+        m_patience = m_clock.callAfter(panelLimit, [this] { makeLegacyIcon(); });
     }
-    const std::chrono::seconds limit = m_panels->watcherPresent() ? panelLimitWithWatcher : panelLimit;
-    m_patience = m_clock.callAfter(limit, [this] {
-        if (m_legacyTray.isPresent()) {
-            makeIcon(MenuContent::Painter::ourselves);
-        }
-    });
 }
 
-void StatusItem::makeIcon(MenuContent::Painter painter) {
-    if (hasIcon()) {
+void StatusItem::makeLegacyIcon() {
+    if (hasIcon() || !m_legacyTray.isPresent()) {
+        return;
+    }
+    makeMenu(MenuContent::Painter::ourselves);
+    m_legacyIcon = std::make_unique<LegacyIcon>(m_legacyTray, m_menu->menu());
+    connect(m_legacyIcon.get(), &LegacyIcon::clicked, this, &StatusItem::openWindowRequested);
+    m_trigger.setActive(true);
+    render();
+}
+
+/// A click on the icon, or its menu, may be what brought us here.
+void StatusItem::dropLegacyIcon() {
+    if (m_legacyIcon == nullptr) {
+        return;
+    }
+    m_trigger.setActive(false);
+    m_legacyIcon->hide();
+    m_legacyIcon.release()->deleteLater();
+    m_menu->menu().close();
+    m_menu.release()->deleteLater();
+    m_health.reset();
+}
+
+void StatusItem::makeMenu(MenuContent::Painter painter) {
+    m_menu = std::make_unique<MenuContent>(m_controller, m_desktop, painter);
+    connect(m_menu.get(), &MenuContent::openWindowRequested, this, &StatusItem::openWindowRequested);
+}
+
+void StatusItem::makeIcon() {
+    if (m_icon != nullptr) {
         return;
     }
     // Deleted later, because it may be the sender of the signal that is being handled.
     m_panels.release()->deleteLater();
     m_patience.reset();
+    dropLegacyIcon();
 
-    m_menu = std::make_unique<MenuContent>(m_controller, m_desktop, painter);
+    makeMenu(MenuContent::Painter::panel);
     m_icon = std::make_unique<QSystemTrayIcon>();
     m_icon->setContextMenu(&m_menu->menu());
-    connect(m_menu.get(), &MenuContent::openWindowRequested, this, &StatusItem::openWindowRequested);
     connect(m_icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger) {
             Q_EMIT openWindowRequested();
         }
     });
     m_trigger.setActive(true);
+    render();
     m_icon->show();
+}
+
+void StatusItem::setIcon(const QIcon& icon) {
+    if (m_icon != nullptr) {
+        m_icon->setIcon(icon);
+    } else {
+        m_legacyIcon->setIcon(icon);
+    }
+}
+
+void StatusItem::setToolTip(const QString& text) {
+    if (m_icon == nullptr) {
+        m_legacyIcon->setToolTip(text);
+    } else if (m_icon->toolTip() != text) {
+        m_icon->setToolTip(text);
+    }
 }
 
 void StatusItem::render() {
@@ -82,12 +123,10 @@ void StatusItem::render() {
         if (icon.isNull()) {
             icon = StatusIcon::icon(health);
         }
-        m_icon->setIcon(icon);
+        setIcon(icon);
     }
     const QString status = controller.statusLine();
-    if (m_icon->toolTip() != status) {
-        m_icon->setToolTip(status);
-    }
+    setToolTip(status);
     m_menu->render();
 }
 

@@ -15,9 +15,11 @@
 
 namespace orvanel {
 
-/// The program's place in the status area. The icon appears as soon as there is a panel to show it, and Qt brings it
-/// back when the panel restarts. An old panel (see LegacyTray) gets the icon only where no panel of the new kind comes,
-/// because Qt makes that choice once for the whole process.
+class LegacyIcon;
+
+/// The program's place in the status area. The icon appears when there is a panel to show it, now or later. A panel of
+/// the old kind (see LegacyTray) gets it if none of the new kind has come after five seconds; if one comes later, the
+/// icon moves there and stays. Qt brings it back by itself when that panel restarts.
 class StatusItem final : public QObject {
     Q_OBJECT
 
@@ -26,8 +28,10 @@ public:
     StatusItem(KumaController& controller, Desktop& desktop, Clock& clock, LegacyTray& legacyTray,
                const QDBusConnection& bus = QDBusConnection::sessionBus());
 
-    /// Whether the icon has been made. Until then QSystemTrayIcon has not been used.
-    bool hasIcon() const { return m_icon != nullptr; }
+    ~StatusItem() override;
+
+    /// Whether there is an icon, in a panel of either kind.
+    bool hasIcon() const { return m_icon != nullptr || m_legacyIcon != nullptr; }
 
 Q_SIGNALS:
     /// The user asks for the main window.
@@ -36,21 +40,29 @@ Q_SIGNALS:
     void noPanel();
 
 private:
-    void makeIcon(MenuContent::Painter painter);
     void onPanelOverdue();
-    void considerLegacyTray();
+    void onLegacyTrayAppeared();
+    void makeLegacyIcon();
+    void dropLegacyIcon();
+    void makeMenu(MenuContent::Painter painter);
+    void makeIcon();
+    void setIcon(const QIcon& icon);
+    void setToolTip(const QString& text);
     void render();
 
     KumaController& m_controller;
     Desktop& m_desktop;
     Clock& m_clock;
     LegacyTray& m_legacyTray;
-    /// Only until the icon is made.
+    /// Only until there is an icon in a panel of the new kind.
     std::unique_ptr<TrayHostWatcher> m_panels;
     std::unique_ptr<Clock::Timer> m_patience;
     bool m_isOverdue = false;
 
     std::unique_ptr<MenuContent> m_menu;
+    /// In a panel of the old kind.
+    std::unique_ptr<LegacyIcon> m_legacyIcon;
+    /// In a panel of the new kind. Not touched before there is one: see TrayHostWatcher.
     std::unique_ptr<QSystemTrayIcon> m_icon;
     std::optional<Health> m_health;
     /// Each icon is made once, because Qt keeps the pictures of every icon that it ever drew.

@@ -2,6 +2,7 @@
 #include "app/LegacyTray.h"
 #include "app/OrvanelApp.h"
 #include "app/StartupMessages.h"
+#include "app/StartupSequence.h"
 #include "app/UserEnvironment.h"
 #include "platform/AppIdentity.h"
 #include "platform/QuitSignals.h"
@@ -68,8 +69,8 @@ std::unique_ptr<QApplication> makeApplication(int& argc, char** argv) {
     return std::make_unique<QApplication>(argc, argv);
 }
 
-/// `window`: the token with which the main window opens at once, if it does.
-int run(SingleInstance& instance, const std::optional<QString>& window) {
+/// `startupId`: see endStartupSequence(). `window`: the token with which the main window opens at once, if it does.
+int run(SingleInstance& instance, const QString& startupId, const std::optional<QString>& window) {
     // Never released: tasks may still use them while the program ends.
     static auto* const environment = new UserEnvironment;
     const std::unique_ptr<LegacyTray> legacyTray = LegacyTray::ofDisplay();
@@ -77,7 +78,10 @@ int run(SingleInstance& instance, const std::optional<QString>& window) {
 
     const QuitSignals signals_;
     QObject::connect(&signals_, &QuitSignals::quitRequested, qApp, &QCoreApplication::quit);
-    QObject::connect(&instance, &SingleInstance::activated, app, &OrvanelApp::openMainWindow);
+    QObject::connect(&instance, &SingleInstance::activated, app, [](const QString& token, const QString& id) {
+        app->openMainWindow(token);
+        endStartupSequence(id);
+    });
     QObject::connect(app, &OrvanelApp::quitting, &instance, &SingleInstance::leave);
     QObject::connect(&environment->notifier(), &DesktopNotifier::activated, app, &OrvanelApp::openMainWindow);
     // Only the login item decides whether the program starts with the session, so the session must not restart it.
@@ -85,6 +89,8 @@ int run(SingleInstance& instance, const std::optional<QString>& window) {
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp, neverRestart, Qt::DirectConnection);
     QObject::connect(qApp, &QGuiApplication::saveStateRequest, qApp, neverRestart, Qt::DirectConnection);
     app->start();
+    // Qt ends it with the first window, which may not open for long.
+    endStartupSequence(startupId);
     if (window) {
         app->openMainWindow(*window);
     }
@@ -119,6 +125,7 @@ int main(int argc, char* argv[]) {
     std::optional<QString> window;
     switch (instance.start(tokens)) {
     case SingleInstance::Outcome::AlreadyRunning:
+        endStartupSequence(tokens.startupId);
         return 0;
     case SingleInstance::Outcome::DataInUse:
         std::fputs("orvanel: Another copy of Orvanel, which cannot be reached from here, uses the same data.\n",
@@ -131,5 +138,5 @@ int main(int argc, char* argv[]) {
     case SingleInstance::Outcome::NoBus:
         break;
     }
-    return run(instance, window);
+    return run(instance, tokens.startupId, window);
 }

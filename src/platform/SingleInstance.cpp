@@ -40,9 +40,8 @@ public:
             sendErrorReply(QDBusError::ServiceUnknown, u"Orvanel is leaving."_s);
             return;
         }
-        const QString token = platformData.value(tokenKey).toString();
-        const QString startupId = platformData.value(startupIdKey).toString();
-        Q_EMIT m_instance->activated(token.isEmpty() ? startupId : token);
+        Q_EMIT m_instance->activated(platformData.value(tokenKey).toString(),
+                                     platformData.value(startupIdKey).toString());
     }
 
     Q_SCRIPTABLE Q_SLOT void Open(const QStringList&, const QVariantMap& platformData) { Activate(platformData); }

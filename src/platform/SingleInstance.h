@@ -58,9 +58,9 @@ public:
     void leave();
 
 Q_SIGNALS:
-    /// A later start, or the desktop, asks for the main window. The token, which may be empty, allows the window to
-    /// come to the front.
-    void activated(const QString& activationToken);
+    /// A later start, or the desktop, asks for the main window. Both texts may be empty. The token allows the window to
+    /// come to the front on Wayland; the id names the startup sequence that the window ends on X11.
+    void activated(const QString& activationToken, const QString& startupId);
 
 private:
     class Application;

@@ -43,10 +43,6 @@ bool TrayHostWatcher::hostAvailable() const {
     return m_available;
 }
 
-bool TrayHostWatcher::watcherPresent() const {
-    return m_hasAnswered || m_pending != nullptr;
-}
-
 void TrayHostWatcher::onServiceOwnerChanged(const QString&, const QString&, const QString& newOwner) {
     onHostGone();
     if (!newOwner.isEmpty()) {
@@ -56,7 +52,6 @@ void TrayHostWatcher::onServiceOwnerChanged(const QString&, const QString&, cons
 
 void TrayHostWatcher::onHostGone() {
     m_pending = nullptr;
-    m_hasAnswered = false;
     setAvailable(false);
 }
 
@@ -75,7 +70,6 @@ void TrayHostWatcher::onAnswer(QDBusPendingCallWatcher* watcher) {
     }
     m_pending = nullptr;
     const QDBusPendingReply<QDBusVariant> reply = *watcher;
-    m_hasAnswered = !reply.isError();
     setAvailable(!reply.isError() && reply.value().variant().toBool());
 }
 

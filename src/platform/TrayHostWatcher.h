@@ -18,8 +18,6 @@ public:
 
     /// False until the answer is there, and always without a session bus.
     bool hostAvailable() const;
-    /// Whether there is a watcher, with or without a host: it has answered, or was asked and has not refused.
-    bool watcherPresent() const;
 
 Q_SIGNALS:
     void hostAvailableChanged(bool available);
@@ -33,7 +31,6 @@ private:
 
     QDBusConnection m_bus;
     bool m_available = false;
-    bool m_hasAnswered = false;
     /// The last question; only its answer counts.
     QDBusPendingCallWatcher* m_pending = nullptr;
 };

@@ -4,6 +4,8 @@
 #include "app/OrvanelApp.h"
 #include "support/PrivateBus.h"
 
+#include <utility>
+
 namespace orvanel::test {
 
 /// The whole program but for its process, in the world of a ControllerFixture. It has no session bus unless the test
@@ -18,14 +20,21 @@ public:
     class FakeLegacyTray final : public LegacyTray {
     public:
         bool isPresent() const override { return m_present; }
+        void dock(quintptr /*window*/) override { m_hasIcon = m_present; }
         void appear() {
             m_present = true;
             Q_EMIT appeared();
         }
-        void goAway() { m_present = false; }
+        void goAway() {
+            m_present = false;
+            if (std::exchange(m_hasIcon, false)) {
+                Q_EMIT disappeared();
+            }
+        }
 
     private:
         bool m_present = false;
+        bool m_hasIcon = false;
     };
     FakeLegacyTray legacyTray;
 

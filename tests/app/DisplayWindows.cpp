@@ -1,23 +1,16 @@
 #include "DisplayWindows.h"
 
+#include "Xcb.h"
+
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <xcb/xcb.h>
+#include <xcb/xtest.h>
 
 namespace orvanel::test {
 namespace {
 
-template <class Reply>
-std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
-    return {reply, &std::free};
-}
-
-quint32 atom(xcb_connection_t* connection, const char* name) {
-    const auto question = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name);
-    const auto reply = owned(xcb_intern_atom_reply(connection, question, nullptr));
-    return reply ? reply->atom : XCB_ATOM_NONE;
-}
+constexpr std::int16_t panelPlace = 700;
+constexpr std::uint16_t iconSide = 24;
 
 } // namespace
 
@@ -79,22 +72,67 @@ std::optional<QSize> DisplayWindows::leastSizeOf(const QString& title) const {
     return std::nullopt;
 }
 
-bool DisplayWindows::wasAskedToTakeAnIcon() {
+/// A panel moves the icon into itself, gives it a size and shows it.
+void DisplayWindows::readRequests() {
     while (const auto event = owned(xcb_poll_for_event(m_connection))) {
         const auto* message = reinterpret_cast<const xcb_client_message_event_t*>(event.get());
         constexpr quint32 requestDock = 0;
         if ((event->response_type & 0x7fU) == XCB_CLIENT_MESSAGE &&
             message->type == atom(m_connection, "_NET_SYSTEM_TRAY_OPCODE") && message->data.data32[1] == requestDock) {
-            m_wasAsked = true;
+            const xcb_window_t icon = message->data.data32[2];
+            const std::array<quint32, 2> size{iconSide, iconSide};
+            xcb_reparent_window(m_connection, icon, m_panel, 0, 0);
+            xcb_configure_window(m_connection, icon, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size.data());
+            xcb_map_window(m_connection, icon);
+            xcb_flush(m_connection);
         }
     }
-    return m_wasAsked;
+}
+
+bool DisplayWindows::legacyTrayHasIcon() {
+    readRequests();
+    const auto tree = owned(xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_panel), nullptr));
+    return tree && xcb_query_tree_children_length(tree.get()) > 0;
+}
+
+std::optional<QColor> DisplayWindows::legacyIconColor() {
+    readRequests();
+    const auto image =
+        owned(xcb_get_image_reply(m_connection,
+                                  xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root,
+                                                panelPlace + iconSide / 2, panelPlace + iconSide / 2, 1, 1, ~0U),
+                                  nullptr));
+    if (!image || xcb_get_image_data_length(image.get()) != 4) {
+        return std::nullopt;
+    }
+    const std::uint8_t* bytes = xcb_get_image_data(image.get());
+    return QColor(bytes[2], bytes[1], bytes[0]);
+}
+
+void DisplayWindows::clickLegacyIcon() {
+    constexpr std::int16_t middle = panelPlace + iconSide / 2;
+    constexpr std::uint8_t leftButton = 1;
+    xcb_test_fake_input(m_connection, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, m_root, middle, middle, 0);
+    xcb_test_fake_input(m_connection, XCB_BUTTON_PRESS, leftButton, XCB_CURRENT_TIME, m_root, 0, 0, 0);
+    xcb_test_fake_input(m_connection, XCB_BUTTON_RELEASE, leftButton, XCB_CURRENT_TIME, m_root, 0, 0, 0);
+    xcb_flush(m_connection);
+}
+
+void DisplayWindows::withdrawLegacyTray() {
+    const auto tree = owned(xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_panel), nullptr));
+    for (int i = 0; tree && i < xcb_query_tree_children_length(tree.get()); ++i) {
+        xcb_reparent_window(m_connection, xcb_query_tree_children(tree.get())[i], m_root, 0, 0);
+    }
+    xcb_destroy_window(m_connection, m_panel);
+    xcb_flush(m_connection);
 }
 
 void DisplayWindows::offerLegacyTray() {
-    const xcb_window_t window = xcb_generate_id(m_connection);
-    xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, m_root, 0, 0, 10, 10, 0,
+    m_panel = xcb_generate_id(m_connection);
+    const xcb_window_t window = m_panel;
+    xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, m_root, panelPlace, panelPlace, iconSide, iconSide, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_map_window(m_connection, window);
     const xcb_atom_t selection = atom(m_connection, "_NET_SYSTEM_TRAY_S0");
     xcb_set_selection_owner(m_connection, window, selection, XCB_CURRENT_TIME);
     xcb_client_message_event_t news{};

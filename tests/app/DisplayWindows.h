@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QSize>
 #include <QString>
 #include <QStringList>
@@ -24,10 +25,14 @@ public:
     QStringList titles() const;
     /// The minimum size that the visible window of that title asks for.
     std::optional<QSize> leastSizeOf(const QString& title) const;
-    /// Plays a panel of the old kind, which accepts icons but never shows them.
+    /// Plays a panel of the old kind, which embeds icons.
     void offerLegacyTray();
-    /// Whether a program has asked that panel to take its icon.
-    bool wasAskedToTakeAnIcon();
+    /// Ends that panel; the icon's window goes back to its program.
+    void withdrawLegacyTray();
+    bool legacyTrayHasIcon();
+    /// In the middle of the icon's place in the panel.
+    std::optional<QColor> legacyIconColor();
+    void clickLegacyIcon();
 
 private:
     struct Seen {
@@ -35,10 +40,11 @@ private:
         QString title;
     };
     std::vector<Seen> seen() const;
+    void readRequests();
 
     xcb_connection_t* const m_connection;
     quint32 m_root = 0;
-    bool m_wasAsked = false;
+    quint32 m_panel = 0;
 };
 
 } // namespace orvanel::test

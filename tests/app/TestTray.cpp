@@ -23,6 +23,7 @@ using orvanel::standin::TrayItem;
 namespace {
 
 const auto title = u"Orvanel"_s;
+const auto legacyTitle = u"Orvanel status icon"_s;
 const auto isStarting = u"Uptime Kuma is starting…"_s;
 const auto isRunning = u"Uptime Kuma is running"_s;
 const auto isStopped = u"Uptime Kuma is stopped"_s;
@@ -252,7 +253,7 @@ private Q_SLOTS:
         desktop.hurry();
         desktop.windows.offerLegacyTray();
         desktop.program.start();
-        QVERIFY(waitUntil([&] { return desktop.windows.wasAskedToTakeAnIcon(); }));
+        QVERIFY(waitUntil([&] { return desktop.windows.legacyTrayHasIcon(); }));
         QVERIFY(!desktop.windows.titles().contains(title));
     }
 
@@ -262,20 +263,45 @@ private Q_SLOTS:
         desktop.program.start();
         QVERIFY(desktop.showsWindow());
         desktop.windows.offerLegacyTray();
-        QVERIFY(waitUntil([&] { return desktop.windows.wasAskedToTakeAnIcon(); }));
+        QVERIFY(waitUntil([&] { return desktop.windows.legacyTrayHasIcon(); }));
     }
 
-    void prefersAPanelOfTheNewKindThatComesLate() {
+    void movesToAPanelOfTheNewKindThatComesLate() {
         Desktop desktop;
         desktop.hurry();
         desktop.area.setHasHost(false);
         QVERIFY(desktop.area.open());
         desktop.windows.offerLegacyTray();
         desktop.program.start();
-        QVERIFY(desktop.showsWindow());
+        QVERIFY(waitUntil([&] { return desktop.windows.legacyTrayHasIcon(); }));
+        QVERIFY(!desktop.windows.titles().contains(title));
         desktop.area.setHasHost(true);
         QVERIFY(desktop.saysInTheTray(isStopped));
-        QVERIFY(!desktop.windows.wasAskedToTakeAnIcon());
+        QVERIFY(waitUntil([&] { return !desktop.windows.legacyTrayHasIcon(); }));
+        desktop.item()->activate();
+        QVERIFY(desktop.showsWindow());
+    }
+
+    void showsItsDotInAPanelOfTheOldKind() {
+        Desktop desktop;
+        desktop.hurry();
+        desktop.windows.offerLegacyTray();
+        desktop.program.start();
+        QVERIFY(waitUntil([&] { return desktop.windows.legacyIconColor() == statusDotColor(Meaning::inactive); }));
+        desktop.windows.clickLegacyIcon();
+        QVERIFY(desktop.showsWindow());
+    }
+
+    void leavesAPanelOfTheOldKindThatGoes() {
+        Desktop desktop;
+        desktop.hurry();
+        desktop.windows.offerLegacyTray();
+        desktop.program.start();
+        QVERIFY(waitUntil([&] { return desktop.windows.legacyTrayHasIcon(); }));
+        desktop.windows.withdrawLegacyTray();
+        QVERIFY(waitUntil([&] { return !desktop.windows.titles().contains(legacyTitle); }));
+        desktop.windows.offerLegacyTray();
+        QVERIFY(waitUntil([&] { return desktop.windows.legacyTrayHasIcon(); }));
     }
 
     void clickOpensTheWindow() {

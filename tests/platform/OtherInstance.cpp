@@ -1,5 +1,5 @@
 // Another process with a SingleInstance, for TestSingleInstance: OtherInstance BUS-ADDRESS LOCK-FILE
-// Prints what happens to it, one line each: the outcome of its start ("First" …), and "activated TOKEN".
+// Prints what happens to it, one line each: the outcome of its start ("First" …), and "activated [TOKEN] [STARTUP-ID]".
 #include "platform/SingleInstance.h"
 
 #include <QCoreApplication>
@@ -42,7 +42,9 @@ int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     SingleInstance instance(arguments.value(2), QDBusConnection::connectToBus(arguments.value(1), u"bus"_s));
-    QObject::connect(&instance, &SingleInstance::activated, [](const QString& token) { say(u"activated "_s + token); });
+    QObject::connect(&instance, &SingleInstance::activated, [](const QString& token, const QString& startupId) {
+        say(u"activated [%1] [%2]"_s.arg(token, startupId));
+    });
     const auto outcome = instance.start(tokens);
     say(nameOf(outcome));
     const bool leaves =

@@ -127,11 +127,11 @@ private Q_SLOTS:
         {
             SingleInstance instance(lockFile(), bus.connect());
             QCOMPARE(instance.start({u"token"_s, u"startup"_s}), Outcome::AlreadyRunning);
-            QCOMPARE(first.line(), u"activated token"_s);
+            QCOMPARE(first.line(), u"activated [token] [startup]"_s);
         }
         SingleInstance instance(lockFile(), bus.connect());
         QCOMPARE(instance.start({QString(), u"startup"_s}), Outcome::AlreadyRunning);
-        QCOMPARE(first.line(), u"activated startup"_s);
+        QCOMPARE(first.line(), u"activated [] [startup]"_s);
     }
 
     void desktopMayActivateInEachWay() {
@@ -172,7 +172,7 @@ private Q_SLOTS:
         first.send(SIGCONT);
         QCOMPARE(outcome, Outcome::AlreadyRunning);
         // The question was kept for it.
-        QCOMPARE(first.line(), u"activated"_s);
+        QCOMPARE(first.line(), u"activated [] []"_s);
     }
 
     void killedCopyBlocksNoStart() {
