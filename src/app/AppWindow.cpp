@@ -15,7 +15,11 @@
 #include <QKeyEvent>
 #include <QPushButton>
 #include <QScreen>
+#include <QShowEvent>
 #include <QVBoxLayout>
+#include <QWindow>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -27,6 +31,7 @@ static void bringIcons() {
 namespace orvanel {
 namespace {
 
+constexpr QSize anySize{QWIDGETSIZE_MAX, QWIDGETSIZE_MAX};
 constexpr QSize mainMinimum{560, 520};
 constexpr QSize mainAtFirst{640, 600};
 constexpr QSize logsMinimum{600, 400};
@@ -49,8 +54,9 @@ void fillWith(QWidget* window, QWidget* view) {
 
 } // namespace
 
-AppWindow::AppWindow(const QString& title)
-    : m_quit(new QAction(this)) {
+AppWindow::AppWindow(const QString& title, EscapeKey escapeKey)
+    : m_escapeKey(escapeKey)
+    , m_quit(new QAction(this)) {
     setWindowTitle(title);
     // All windows share one icon, because Qt keeps what it drew of every icon that is made.
     if (QApplication::windowIcon().isNull()) {
@@ -86,6 +92,10 @@ void AppWindow::changeEvent(QEvent* event) {
 /// Qt gives only dialogs a default button, so Return is handled here: it presses the focused button, or else the
 /// default one.
 void AppWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape && m_escapeKey == EscapeKey::closes && !event->isAutoRepeat()) {
+        close();
+        return;
+    }
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     // A Return that is held down would press whatever button comes next.
     if (!isReturn || event->isAutoRepeat()) {
@@ -101,11 +111,54 @@ void AppWindow::keyPressEvent(QKeyEvent* event) {
     }
 }
 
+void AppWindow::setSizes(QSize minimum, QSize maximum, QSize atFirst) {
+    m_minimum = minimum;
+    m_maximum = maximum;
+    resize(atFirst);
+    fitToScreen();
+}
+
+/// Where a size is larger than the free part of the screen, the content scrolls.
+void AppWindow::fitToScreen() {
+    // A window that was never shown has no frame yet.
+    const QSize frame = frameGeometry().size() - size();
+    const QSize room = screen()->availableSize() - frame;
+    setMinimumSize(m_minimum.boundedTo(room));
+    setMaximumSize(m_maximum == anySize ? anySize : m_maximum.boundedTo(room));
+    if (isMaximized() || isFullScreen()) {
+        return;
+    }
+    resize(size().boundedTo(room));
+    const QRect free = screen()->availableGeometry();
+    const QPoint corner = frameGeometry().topLeft();
+    const QPoint lowest = free.bottomRight() - QPoint(frameGeometry().width(), frameGeometry().height()) + QPoint(1, 1);
+    const QPoint inside(std::clamp(corner.x(), free.left(), std::max(free.left(), lowest.x())),
+                        std::clamp(corner.y(), free.top(), std::max(free.top(), lowest.y())));
+    if (isVisible() && inside != corner) {
+        move(inside);
+    }
+}
+
+void AppWindow::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (event->spontaneous()) {
+        return;
+    }
+    followScreen();
+    connect(windowHandle(), &QWindow::screenChanged, this, &AppWindow::followScreen, Qt::UniqueConnection);
+}
+
+void AppWindow::followScreen() {
+    disconnect(m_screenChanges);
+    m_screenChanges = connect(screen(), &QScreen::availableGeometryChanged, this, &AppWindow::fitToScreen);
+    // Queued, because the window system tells of the frame only after the window is shown.
+    QMetaObject::invokeMethod(this, &AppWindow::fitToScreen, Qt::QueuedConnection);
+}
+
 MainWindow::MainWindow(ViewContext context)
-    : AppWindow(u"Orvanel"_s)
+    : AppWindow(u"Orvanel"_s, EscapeKey::nothing)
     , m_view(new MainView(context)) {
-    setMinimumSize(mainMinimum);
-    resize(mainAtFirst);
+    setSizes(mainMinimum, anySize, mainAtFirst);
     fillWith(this, m_view);
 }
 
@@ -114,16 +167,14 @@ QAbstractButton* MainWindow::defaultButton() const {
 }
 
 LogsWindow::LogsWindow(KumaController& controller, Dialogs& dialogs, Clock& clock)
-    : AppWindow(u"Uptime Kuma Logs"_s) {
-    setMinimumSize(logsMinimum);
-    resize(logsAtFirst);
+    : AppWindow(u"Uptime Kuma Logs"_s, EscapeKey::closes) {
+    setSizes(logsMinimum, anySize, logsAtFirst);
     fillWith(this, new LogsView(controller, dialogs, clock));
 }
 
 SettingsWindow::SettingsWindow(ViewContext context, Dialogs& dialogs)
-    : AppWindow(u"Settings"_s) {
-    // On a small screen the settings scroll.
-    setFixedSize(settingsFrame.boundedTo(screen()->availableSize()));
+    : AppWindow(u"Settings"_s, EscapeKey::closes) {
+    setSizes(settingsFrame, settingsFrame, settingsFrame);
     fillWith(this, new SettingsView(context, dialogs));
 }
 

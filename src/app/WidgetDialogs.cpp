@@ -3,12 +3,14 @@
 #include "app/OpenPathDialog.h"
 #include "app/widgets/PlainText.h"
 #include "app/widgets/PushButton.h"
+#include "app/widgets/TextLabel.h"
 #include "task/Event.h"
 
 #include <QAbstractItemView>
 #include <QAction>
 #include <QDir>
 #include <QLabel>
+#include <QLayout>
 #include <QMessageBox>
 #include <QShortcut>
 
@@ -42,11 +44,24 @@ void open(QDialog* dialog, const Event<Answer>& end, Answer unanswered) {
 /// Completed with the chosen path, or with none.
 using ChosenPath = Event<std::optional<QString>>;
 
-ChosenPath openPanel(QFileDialog* dialog, const QString& title, const QString& message) {
+/// Gives the dialog its title and, where the message says more, a line with it at the top. The desktop's own dialogs
+/// have no place for such a line, so the dialog is Qt's then. Call it before anything else of the dialog is set.
+void setTexts(QFileDialog* dialog, const QString& title, const QString& message) {
+    dialog->setWindowTitle(title);
+    if (message.isEmpty() || message == title) {
+        return;
+    }
+    dialog->setOption(QFileDialog::DontUseNativeDialog);
+    auto* line = new TextLabel(TextStyle::body, message);
+    const QMargins margins = dialog->layout()->contentsMargins();
+    line->setContentsMargins(margins.left(), margins.top(), margins.right(), 0);
+    // The one place of a layout that is above all of its rows.
+    dialog->layout()->setMenuBar(line);
+    dialog->setAccessibleDescription(message);
+}
+
+ChosenPath openPanel(QFileDialog* dialog) {
     const ChosenPath chosen;
-    // No file dialog of this desktop has room for a message but its title.
-    const bool saysMore = !message.isEmpty() && message != title;
-    dialog->setWindowTitle(saysMore ? u"%1 – %2"_s.arg(title, message) : title);
     QObject::connect(dialog, &QFileDialog::accepted, dialog,
                      [dialog, chosen] { chosen.complete(dialog->selectedFiles().value(0)); });
     open(dialog, chosen, std::optional<QString>());
@@ -141,12 +156,13 @@ QCoro::Task<std::optional<QString>> WidgetDialogs::askForSavePath(SavePanel pane
         co_return std::nullopt;
     }
     auto* dialog = new QFileDialog(parent);
+    setTexts(dialog, panel.title, panel.message);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     // The dialog's own question would run a nested event loop.
     dialog->setOption(QFileDialog::DontConfirmOverwrite);
     dialog->setDirectory(QFileInfo(proposed).path());
     dialog->selectFile(QFileInfo(proposed).fileName());
-    const ChosenPath chosen = openPanel(dialog, panel.title, panel.message);
+    const ChosenPath chosen = openPanel(dialog);
     forbidDeleting(dialog);
     const std::optional<QString> path = co_await chosen;
     co_return path;
@@ -158,8 +174,9 @@ QCoro::Task<std::optional<QString>> WidgetDialogs::chooseOpenPath(OpenPanel pane
         co_return std::nullopt;
     }
     auto* dialog = new OpenPathDialog(panel, parent);
+    setTexts(dialog, panel.title, panel.message);
     dialog->setDirectory(QDir::home());
-    const ChosenPath chosen = openPanel(dialog, panel.title, panel.message);
+    const ChosenPath chosen = openPanel(dialog);
     const std::optional<QString> path = co_await chosen;
     co_return path;
 }

@@ -1,8 +1,13 @@
 #include "app/Windows.h"
 
+#include <QApplication>
 #include <QDialog>
 
 #include <utility>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace orvanel {
 namespace {
@@ -18,6 +23,13 @@ QWidget* foremost(QWidget* window) {
         }
     }
     return window;
+}
+
+/// A window lets go of many small pieces of memory, which the C library would keep for this program.
+void returnFreeMemory() {
+#ifdef __GLIBC__
+    ::malloc_trim(0);
+#endif
 }
 
 /// Qt reads the token from the environment when a window that is already shown is activated.
@@ -56,6 +68,7 @@ QWidget* Windows::open(const QString& id, const QString& activationToken) {
         }
         window = make();
         window->setAttribute(Qt::WA_DeleteOnClose);
+        QObject::connect(window, &QObject::destroyed, qApp, &returnFreeMemory, Qt::QueuedConnection);
         m_windows.insert(id, window);
     }
     bringToFront(window, activationToken);

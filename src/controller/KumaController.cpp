@@ -60,30 +60,32 @@ QCoro::Task<void> KumaController::finished() {
     co_await m_backups.finished();
 }
 
-void KumaController::setPort(int port) {
+bool KumaController::setPort(int port) {
     m_state.set(&ControllerState::port, port);
-    saved(m_env.defaults->setInteger(portKey(), port));
+    return saved(m_env.defaults->setInteger(portKey(), port));
 }
 
-void KumaController::setSlug(const QString& slug) {
+bool KumaController::setSlug(const QString& slug) {
     m_state.set(&ControllerState::slug, slug);
-    saved(m_env.defaults->setText(slugKey(), slug));
+    const bool isSaved = saved(m_env.defaults->setText(slugKey(), slug));
     forgetBaseline();
     m_state.set(&ControllerState::monitors, QList<MonitorRow>());
     m_state.set(&ControllerState::statusError, std::nullopt);
     m_lastStatusFetch = std::nullopt;
+    return isSaved;
 }
 
-void KumaController::setStopOnQuit(bool stop) {
+bool KumaController::setStopOnQuit(bool stop) {
     m_state.set(&ControllerState::stopOnQuit, stop);
-    saved(m_env.defaults->setBoolean(stopOnQuitKey(), stop));
+    return saved(m_env.defaults->setBoolean(stopOnQuitKey(), stop));
 }
 
-void KumaController::setDockerOverride(const QString& path) {
+bool KumaController::setDockerOverride(const QString& path) {
     m_state.set(&ControllerState::dockerOverride, path);
-    saved(m_env.defaults->setText(dockerOverrideKey(), path));
+    const bool isSaved = saved(m_env.defaults->setText(dockerOverrideKey(), path));
     m_state.set(&ControllerState::dockerPath, std::nullopt);
     m_state.set(&ControllerState::composeAvailable, std::nullopt);
+    return isSaved;
 }
 
 bool KumaController::setImageTag(const QString& tag) {

@@ -28,13 +28,13 @@ public:
     explicit KumaController(ControllerEnvironment environment);
     ~KumaController() override;
 
-    // --- Settings (KumaController.cpp). Each is written to the defaults store the moment it is set, as it is.
+    // --- Settings (KumaController.cpp). Each is written to the defaults store the moment it is set, as it is. False when
+    // it could not be stored, which is published as an error; it then holds for this run only.
 
-    void setPort(int port);
-    void setSlug(const QString& slug);
-    void setStopOnQuit(bool stop);
-    void setDockerOverride(const QString& path);
-    /// False when it could not be stored, which is published as an error; it then holds for this run only.
+    bool setPort(int port);
+    bool setSlug(const QString& slug);
+    bool setStopOnQuit(bool stop);
+    bool setDockerOverride(const QString& path);
     bool setImageTag(const QString& tag);
     void setHasSeenGuide(bool seen);
 

@@ -18,10 +18,15 @@ inline const auto notesText = u"Release notes"_s;
 
 /// The settings in a world where a test plays Docker.
 struct ShownSettings {
-    ShownSettings()
-        : view({world.controller(), world.desktop, world.clock, {}}, world.dialogs) {}
+    /// `prepare` is called before there is a controller.
+    explicit ShownSettings(const std::function<void(ControllerFixture& world)>& prepare = [](ControllerFixture&) {})
+        : world(prepare)
+        , view({world.controller(), world.desktop, world.clock, {}}, world.dialogs) {}
 
-    ControllerFixture world;
+    struct PreparedWorld : ControllerFixture {
+        explicit PreparedWorld(const std::function<void(ControllerFixture& world)>& prepare) { prepare(*this); }
+    };
+    PreparedWorld world;
     SettingsView view;
 
     void open() {

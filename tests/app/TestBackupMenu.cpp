@@ -35,11 +35,29 @@ QAbstractButton* backupButton(const ShownWindow& view) {
 
 } // namespace
 
-/// The menu of the dashboard.
+/// The menu of the dashboard and of the start card.
 class TestBackupMenu : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void theStartCardHasItToo() {
+        ShownWindow view;
+        view.open();
+        view.poll();
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+        QAbstractButton* const backup = backupButton(view);
+        QVERIFY(backup != nullptr);
+        QVERIFY(backup->x() > button(&view.window, u"Settings"_s)->x());
+        QStringList entries;
+        for (const QAction* entry : backup->findChild<QMenu*>()->actions()) {
+            entries << entry->text();
+        }
+        QCOMPARE(entries, (QStringList{u"Back up now…"_s, u"Restore…"_s}));
+        backup->findChild<QMenu*>()->actions().at(1)->trigger();
+        view.world.settle();
+        QCOMPARE(view.world.dialogs.pathQuestions.size(), 1);
+    }
+
     void itOpensByKey_data() {
         QTest::addColumn<Qt::Key>("key");
         QTest::newRow("Return") << Qt::Key_Return;

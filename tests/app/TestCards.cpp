@@ -241,6 +241,50 @@ private Q_SLOTS:
         QCOMPARE(view.opened, (QStringList{u"logs"_s, settings.toLower()}));
     }
 
+    void checkAgainKeepsTheFocus_data() {
+        QTest::addColumn<bool>("isInstalled");
+        QTest::newRow("not installed") << false;
+        QTest::newRow("not running") << true;
+    }
+    void checkAgainKeepsTheFocus() {
+        QFETCH(const bool, isInstalled);
+        ShownWindow view;
+        openWithoutRuntime(view, standin::Daemon::down);
+        if (!isInstalled) {
+            view.world.installedDocker = std::nullopt;
+            view.world.controller().recheck();
+            view.world.settle();
+        }
+        button(&view.window, checkAgain)->setFocus();
+        QTest::keyClick(button(&view.window, checkAgain), Qt::Key_Space);
+        view.world.settle();
+        QVERIFY(button(&view.window, checkAgain) != nullptr);
+        QVERIFY(button(&view.window, checkAgain)->hasFocus());
+    }
+
+    void checkAgainTakesNoFocusFromTheUser() {
+        ShownWindow view;
+        view.world.installedDocker = std::nullopt;
+        view.world.loginItem.failure = u"why"_s;
+        view.open();
+        view.poll();
+        view.world.controller().setLaunchAtLogin(true);
+        view.world.settle();
+        QAbstractButton* const details = button(&view.window, showDetails);
+        QVERIFY(details != nullptr);
+        button(&view.window, checkAgain)->setFocus();
+        // The user goes on to the error in the moment in which another card is shown.
+        connect(&view.world.controller(), &KumaController::changed, &view.window, [&view, details] {
+            if (visible<StartCard>(&view.window) != nullptr) {
+                details->setFocus();
+            }
+        });
+        QTest::keyClick(button(&view.window, checkAgain), Qt::Key_Space);
+        view.world.settle();
+        QVERIFY(button(&view.window, checkAgain) != nullptr);
+        QVERIFY(details->hasFocus());
+    }
+
     void theStartCardOpensTheSettings() {
         ShownWindow view;
         view.open();
@@ -294,7 +338,7 @@ private Q_SLOTS:
         row("Colima not started", "down", {brew, colima}, {startColima, checkAgain, settings, showDetails});
         row("no Colima", "down", {brew}, {installColima, checkAgain, settings, showDetails});
         row("neither", "down", {}, {getHomebrew, checkAgain, settings, showDetails});
-        row("stopped", "up", {}, {u"Start Uptime Kuma"_s, settings});
+        row("stopped", "up", {}, {u"Start Uptime Kuma"_s, settings, u"Backup"_s});
         row("running", "running", {},
             {openDashboard, u"Stop"_s, u"Restart"_s, u"Logs"_s, u"Backup"_s, settings, openDashboard});
     }

@@ -6,6 +6,7 @@
 #include "support/Await.h"
 #include "support/TestClass.h"
 
+#include <QAccessible>
 #include <QLineEdit>
 #include <QTest>
 
@@ -40,6 +41,13 @@ class TestGuide : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void aSlugFromAssistiveTechnologyIsStored() {
+        ShownWindow view;
+        openGuideCard(view);
+        accessible(slugField(view))->editableTextInterface()->replaceText(0, 0, u"home"_s);
+        QCOMPARE(view.world.controller().state().slug, u"home"_s);
+    }
+
     void theGuideIsReadOnce() {
         ShownWindow view;
         view.world.controller().setHasSeenGuide(false);

@@ -176,7 +176,7 @@ private Q_SLOTS:
         view.click(u"Stop"_s);
         QVERIFY(view.world.operationEnds());
         fail(view);
-        QCOMPARE(tabOrder(view), (QStringList{start, u"Settings"_s, showDetails}));
+        QCOMPARE(tabOrder(view), (QStringList{start, u"Settings"_s, u"Backup"_s, showDetails}));
     }
 
     void detailsOpenedLateStandWhereTheyAre() {

@@ -28,13 +28,12 @@ MonitorRow row(std::optional<std::int64_t> status, std::optional<std::int64_t> p
     return {.id = 1, .name = name, .group = group, .status = status, .ping = ping, .uptime24 = {}};
 }
 
-/// One row, as the list paints it.
-QImage pictureOf(const MonitorRow& monitor, const QPalette& palette) {
+/// One row, as the list paints it; as high as it is by itself unless a height is given.
+QImage pictureOf(const MonitorRow& monitor, const QPalette& palette, int height = 0) {
     MonitorModel model;
     model.setMonitors({monitor});
-    MonitorDelegate delegate;
-    delegate.setHasGroups(true);
-    QImage picture(rowWidth, delegate.rowHeight(), QImage::Format_RGB32);
+    const MonitorDelegate delegate;
+    QImage picture(rowWidth, height > 0 ? height : delegate.rowHeight(monitor), QImage::Format_RGB32);
     picture.fill(palette.color(QPalette::Window));
     QPainter painter(&picture);
     QStyleOptionViewItem option;
@@ -116,7 +115,7 @@ private Q_SLOTS:
             QCOMPARE(picture.pixelColor(spacing::lines + 11, height / 2), palette.color(QPalette::Window));
 
             const QRect timePlace(rowWidth - spacing::lines - pingWidth, 0, pingWidth, height);
-            QCOMPARE(picture.copy(timePlace), textAlone(timePlace, picture.height(), time, TextStyle::smallMonospaced,
+            QCOMPARE(picture.copy(timePlace), textAlone(timePlace, picture.height(), time, TextStyle::monospaced,
                                                         palette.color(QPalette::WindowText), palette));
             const int wordWidth = QFontMetrics(fontOf(TextStyle::body)).horizontalAdvance(word);
             const QRect wordPlace(timePlace.left() - spacing::related - wordWidth, 0, wordWidth, height);
@@ -142,8 +141,8 @@ private Q_SLOTS:
             QCOMPARE(picture.pixelColor(rowWidth - spacing::lines - 5, height / 2), dot);
 
             const QRect timePlace(spacing::lines, 0, pingWidth, height);
-            QVERIFY(picture.copy(timePlace) == textAlone(timePlace, picture.height(), u"12 ms"_s,
-                                                         TextStyle::smallMonospaced, text, palette, Qt::AlignLeft));
+            QVERIFY(picture.copy(timePlace) == textAlone(timePlace, picture.height(), u"12 ms"_s, TextStyle::monospaced,
+                                                         text, palette, Qt::AlignLeft));
             // The name begins beside the dot, and ends soon.
             const int nameEnd = rowWidth - spacing::lines - 10 - spacing::related;
             const int nameWidth = QFontMetrics(fontOf(TextStyle::body)).horizontalAdvance(name);
@@ -163,12 +162,38 @@ private Q_SLOTS:
     }
 
     void aGroupStandsUnderTheName() {
-        const QImage alone = pictureOf(row(1), lightPalette());
         const QImage grouped = pictureOf(row(1, {}, u"Web"_s, u"Group"_s), lightPalette());
+        const QImage alone = pictureOf(row(1), lightPalette(), grouped.height());
         QVERIFY(alone != grouped);
         // What is not of the names stays where it is.
         const QRect right(rowWidth / 2, 0, rowWidth / 2, alone.height());
         QCOMPARE(alone.copy(right), grouped.copy(right));
+    }
+
+    void rowsAreAsHighAsTheirTexts() {
+        constexpr int padding = 4;
+        constexpr int divider = 1;
+        const int name = QFontMetrics(fontOf(TextStyle::body)).lineSpacing();
+        const int group = QFontMetrics(fontOf(TextStyle::caption)).lineSpacing();
+        MonitorRows list;
+        list.resize(rowWidth, 200);
+        MonitorRow grouped = row(1, {}, u"Web"_s, u"Group"_s);
+        grouped.id = 2;
+        list.setMonitors({row(1), grouped});
+        QCOMPARE(list.sizeHintForIndex(list.model()->index(0, 0)).height(), name + 2 * padding + divider);
+        QCOMPARE(list.sizeHintForIndex(list.model()->index(1, 0)).height(), name + group + 2 * padding + divider);
+        QCOMPARE(list.height(), 2 * (name + 2 * padding + divider) + group);
+        // A group that comes or goes changes its row.
+        list.setMonitors({row(1, {}, u"Web"_s, u"Group"_s), grouped});
+        QCOMPARE(list.height(), 2 * (name + group + 2 * padding + divider));
+        QCOMPARE(list.visualRect(list.model()->index(1, 0)).top(), name + group + 2 * padding + divider);
+    }
+
+    void aResponseTimeIsAsLargeAsTheName() {
+        const QFont name = fontOf(TextStyle::body);
+        const QFont time = fontOf(TextStyle::monospaced);
+        QCOMPARE(time.pointSizeF(), name.pointSizeF());
+        QVERIFY(time.family() != name.family());
     }
 
     void namesThatAreCutAreInTheToolTip() {

@@ -130,6 +130,29 @@ private Q_SLOTS:
         QCOMPARE((row + 4) * rowHeight - hidden(), top);
     }
 
+    void rowsOfDifferentHeightsStayWhereTheyAre() {
+        QList<MonitorRow> list = rows(200);
+        for (int i = 0; i < list.size(); i += 3) {
+            list[i].group = u"Group"_s;
+        }
+        ListedMonitors view(list);
+        view.open();
+        drainEvents();
+        const auto* const area = view.window.findChild<QScrollArea*>();
+        area->verticalScrollBar()->setValue(1501);
+        const auto placeOf = [&](std::int64_t id) {
+            const int y = view.list()->visualRect(view.model().index(view.model().rowOf(id))).y();
+            return view.list()->mapTo(area->viewport(), QPoint(0, y)).y();
+        };
+        const int before = placeOf(100);
+        list.prepend(monitor(1000, 1));
+        list[1].group.clear();
+        list.removeAt(7);
+        view.nextReading(list);
+        drainEvents();
+        QCOMPARE(placeOf(100), before);
+    }
+
     void aListSeenFromItsBeginningStaysThere() {
         QList<MonitorRow> list = rows(200);
         ListedMonitors view(list);

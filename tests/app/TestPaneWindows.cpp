@@ -101,6 +101,32 @@ private Q_SLOTS:
         QCOMPARE(count<SettingsWindow>(), 1);
     }
 
+    void escapeClosesThem() {
+        Running world;
+        world.open();
+        for (QWidget* const window : {world.openLogs(), world.openSettings()}) {
+            QTest::keyClick(window->focusWidget() != nullptr ? window->focusWidget() : window, Qt::Key_Escape);
+            QVERIFY(!window->isVisible());
+            world.settle();
+        }
+        QTest::keyClick(world.mainWindow(), Qt::Key_Escape);
+        QVERIFY(world.mainWindow()->isVisible());
+    }
+
+    void escapeInAnEditedPortOnlyForgetsIt() {
+        Running world;
+        world.open();
+        QWidget* const settings = world.openSettings();
+        QLineEdit* const port = portField(settings);
+        typePort(port, u"3005"_s);
+        QTest::keyClick(port, Qt::Key_Escape);
+        QCOMPARE(port->text(), u"3001"_s);
+        QCOMPARE(world.kuma().state().port, 3001);
+        QVERIFY(settings->isVisible());
+        QTest::keyClick(port, Qt::Key_Escape);
+        QVERIFY(!settings->isVisible());
+    }
+
     void closedWindowsAreDestroyedAndComeBackNew() {
         Running world;
         world.open();

@@ -129,7 +129,7 @@ private Q_SLOTS:
 
     void labelsFollowTheFont() {
         const QFont before = QApplication::font();
-        AppWindow window(u"Window"_s);
+        AppWindow window(u"Window"_s, AppWindow::EscapeKey::nothing);
         const TextLabel title(TextStyle::title3, u"title"_s, &window);
         QFont larger = before;
         larger.setPointSizeF(before.pointSizeF() * 2);

@@ -176,7 +176,9 @@ private Q_SLOTS:
         box.show();
         QCOMPARE(box.height(), 180);
         QCOMPARE(box.placeholderText(), u"Waiting…"_s);
+        QCOMPARE(box.accessibleDescription(), u"Waiting…"_s);
         box.setLog(lines(200));
+        QCOMPARE(box.accessibleDescription(), QString());
         QVERIFY(box.verticalScrollBar()->maximum() > 0);
         QVERIFY(isAtEnd(box));
         box.verticalScrollBar()->setValue(0);

@@ -1,3 +1,4 @@
+#include "Find.h"
 #include "app/OpenPathDialog.h"
 #include "app/WidgetDialogs.h"
 #include "support/Await.h"
@@ -174,7 +175,15 @@ private Q_SLOTS:
         auto* dialog = shown<QFileDialog>();
         QVERIFY(dialog != nullptr);
         QCOMPARE(dialog->acceptMode(), QFileDialog::AcceptSave);
-        QCOMPARE(dialog->windowTitle(), u"Save – Where to?"_s);
+        QCOMPARE(dialog->windowTitle(), u"Save"_s);
+        auto* const line = visibleWith<QLabel>(dialog, u"Where to?"_s);
+        QVERIFY(line != nullptr);
+        // At the top, and over nothing else.
+        QCOMPARE(line->y(), 0);
+        for (const QWidget* widget : dialog->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+            const bool isBelow = widget == line || widget->isHidden() || widget->y() >= line->height();
+            QVERIFY2(isBelow, qPrintable(widget->objectName()));
+        }
         QCOMPARE(dialog->parentWidget(), m_window);
         QVERIFY(dialog->selectedFiles().value(0).endsWith(u"/Backup"_s));
         dialog->selectFile(home.path(u"Other"_s));
@@ -247,6 +256,7 @@ private Q_SLOTS:
         const auto file = answerOf(asked.chooseOpenPath(panel));
         QCOMPARE(shown<QFileDialog>()->fileMode(), QFileDialog::ExistingFile);
         QCOMPARE(shown<QFileDialog>()->windowTitle(), u"Choose it"_s);
+        QVERIFY(!shows(shown<QFileDialog>(), u"Choose it"_s));
         shown<QFileDialog>()->reject();
         QVERIFY(waitUntil([&] { return file->isGiven; }));
 

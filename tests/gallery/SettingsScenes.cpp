@@ -1,6 +1,7 @@
 #include "Scenes.h"
 #include "app/AppWindow.h"
 
+#include <QCheckBox>
 #include <QLineEdit>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -62,6 +63,23 @@ void typeWrongPort(QWidget& window) {
     QTest::keyClicks(port, u"70000"_s);
 }
 
+/// The folder of the settings is gone, and a file stands in its place.
+std::unique_ptr<QWidget> unwritable(GalleryWorld& world) {
+    world.home.write(u"file"_s, "");
+    world.settingsFile = world.home.path(u"file/Orvanel.conf"_s);
+    world.loginItem.failure = u"~/.config/autostart: Permission denied"_s;
+    return settings(world);
+}
+
+void changeEverything(QWidget& window) {
+    for (QLineEdit* field : window.findChildren<QLineEdit*>()) {
+        field->setText(u"3055"_s);
+    }
+    for (QCheckBox* box : window.findChildren<QCheckBox*>()) {
+        box->click();
+    }
+}
+
 void scrollToEnd(QWidget& window) {
     QScrollBar* bar = window.findChild<QScrollArea*>()->verticalScrollBar();
     bar->setValue(bar->maximum());
@@ -74,6 +92,7 @@ std::vector<Scene> settingsScenes() {
         {"settings-first", settings, {}},
         {"settings-in-use", inUse, {}},
         {"settings-wrong-port", inUse, typeWrongPort},
+        {"settings-not-saved", unwritable, changeEverything},
         {"settings-end", inUse, scrollToEnd},
         {"settings-new-release", newRelease, scrollToEnd},
         {"settings-major-release", majorRelease, scrollToEnd},

@@ -31,6 +31,12 @@ bool isBlank(const QString& slug) {
 
 } // namespace
 
+void addBackupMenu(QLayout* layout, const ViewContext& context) {
+    QMenu* const backup = addMenuButton(layout, u"Backup"_s);
+    addMenuEntry(backup, u"Back up now…"_s, [context] { context.controller.backUpNow(); });
+    addMenuEntry(backup, u"Restore…"_s, [context] { context.controller.restoreBackup(); });
+}
+
 DashboardView::DashboardView(ViewContext context, QWidget* parent)
     : View(parent)
     , m_context(context)
@@ -57,9 +63,7 @@ ButtonRow* DashboardView::makeControls() {
     addButton(row, u"Stop"_s, [context] { context.controller.stop(); });
     addButton(row, u"Restart"_s, [context] { context.controller.restart(); });
     addButton(row, u"Logs"_s, [context] { context.openWindow(windowId::logs()); });
-    QMenu* const backup = addMenuButton(row, u"Backup"_s);
-    addMenuEntry(backup, u"Back up now…"_s, [context] { context.controller.backUpNow(); });
-    addMenuEntry(backup, u"Restore…"_s, [context] { context.controller.restoreBackup(); });
+    addBackupMenu(row, context);
     addButton(row, u"Settings"_s, [context] { context.openWindow(windowId::settings()); });
     return row;
 }

@@ -6,6 +6,7 @@
 
 #include <optional>
 
+class QLayout;
 class QScrollArea;
 
 namespace orvanel {
@@ -14,6 +15,9 @@ class ButtonRow;
 class GuideCard;
 class MonitorList;
 class StatusErrorCard;
+
+/// Adds the menu "Backup" of the dashboard and the start card.
+void addBackupMenu(QLayout* layout, const ViewContext& context);
 
 /// The view while Uptime Kuma is starting or running: its controls, and what is known of the monitors.
 class DashboardView final : public View {

@@ -49,7 +49,7 @@ DockerMissingCard::DockerMissingCard(ViewContext context, QWidget* parent)
     m_install = addDefaultButton(row, u"Install Colima and Docker"_s,
                                  [context] { context.controller.installAndStartRuntime(); });
     m_getHomebrew = addGetHomebrewButton(row, context);
-    addButton(row, u"Check again"_s, [context] { context.controller.recheck(); });
+    m_checkAgain = addButton(row, u"Check again"_s, [context] { context.controller.recheck(); });
     addButton(row, u"Settings"_s, [context] { context.openWindow(windowId::settings()); });
 }
 
@@ -101,7 +101,7 @@ DockerNotRunningCard::DockerNotRunningCard(ViewContext context, QWidget* parent)
     m_installColima =
         addDefaultButton(row, u"Install Colima"_s, [context] { context.controller.installAndStartRuntime(); });
     m_getHomebrew = addGetHomebrewButton(row, context);
-    addButton(row, u"Check again"_s, [context] { context.controller.recheck(); });
+    m_checkAgain = addButton(row, u"Check again"_s, [context] { context.controller.recheck(); });
     addButton(row, u"Settings"_s, [context] { context.openWindow(windowId::settings()); });
     column()->addWidget(m_details);
 }

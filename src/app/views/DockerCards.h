@@ -15,6 +15,7 @@ public:
 
     void render() override;
     QPushButton* defaultButton() const override { return m_install; }
+    QPushButton* checkAgainButton() const override { return m_checkAgain; }
 
 private:
     QWidget* makeFoundRow();
@@ -26,6 +27,7 @@ private:
     TextLabel* m_homebrewIsNeeded;
     QPushButton* m_install;
     QPushButton* m_getHomebrew;
+    QPushButton* m_checkAgain;
 };
 
 /// Docker is installed, but no runtime answers.
@@ -37,6 +39,7 @@ public:
 
     void render() override;
     QPushButton* defaultButton() const override;
+    QPushButton* checkAgainButton() const override { return m_checkAgain; }
 
 private:
     ViewContext m_context;
@@ -45,6 +48,7 @@ private:
     QPushButton* m_startColima;
     QPushButton* m_installColima;
     QPushButton* m_getHomebrew;
+    QPushButton* m_checkAgain;
     DetailsSection* m_details;
 };
 

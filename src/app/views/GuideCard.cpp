@@ -72,7 +72,7 @@ TextField* GuideCard::makeField() {
     field->setFixedWidth(fieldWidth);
     field->setPlaceholderText(u"my-slug"_s);
     field->installEventFilter(this);
-    connect(field, &QLineEdit::textEdited, this, [this](const QString& text) {
+    connect(field, &TextField::changedByUser, this, [this](const QString& text) {
         onTyped();
         m_context.controller.setSlug(text);
     });
@@ -81,10 +81,7 @@ TextField* GuideCard::makeField() {
 
 void GuideCard::render() {
     setUsable(m_openDashboard, m_context.controller.state().kuma == KumaState::running);
-    // Setting the same text again would move the cursor.
-    if (m_slug->text() != m_context.controller.state().slug) {
-        m_slug->setText(m_context.controller.state().slug);
-    }
+    m_slug->showValue(m_context.controller.state().slug);
 }
 
 void GuideCard::setExplained(bool explained) {

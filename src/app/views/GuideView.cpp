@@ -7,6 +7,9 @@
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 
 #include <algorithm>
 #include <array>
@@ -16,7 +19,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-constexpr QSize frame{440, 320};
+constexpr QSize usualSize{440, 320};
 constexpr int padding = 28;
 
 struct Page {
@@ -59,21 +62,33 @@ TextLabel* addCentred(QVBoxLayout* column, TextStyle style) {
 
 GuideView::GuideView(QWidget* parent)
     : QDialog(parent)
+    , m_area(new QScrollArea)
     , m_next(new PushButton({}, PushButton::Kind::byDefault)) {
     setWindowTitle(u"Welcome to Orvanel"_s);
     setWindowModality(Qt::WindowModal);
+    auto* page = new QWidget;
+    auto* lines = new QVBoxLayout(page);
+    lines->setContentsMargins({});
+    lines->setSpacing(spacing::items);
+    for (const Page& content : pages()) {
+        auto* symbol = new Symbol(content.symbol, TextStyle::picture);
+        symbol->setAccented();
+        m_symbols << symbol;
+        lines->addWidget(symbol, 0, Qt::AlignHCenter);
+    }
+    m_title = addCentred(lines, TextStyle::title2);
+    m_text = addCentred(lines, TextStyle::body);
+    lines->addStretch();
+    m_area->setAccessibleName(u"Introduction"_s);
+    m_area->setFrameShape(QFrame::NoFrame);
+    m_area->setWidgetResizable(true);
+    m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_area->setWidget(page);
+
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(padding, padding, padding, padding);
     column->setSpacing(spacing::items);
-    for (const Page& page : pages()) {
-        auto* symbol = new Symbol(page.symbol, TextStyle::picture);
-        symbol->setAccented();
-        m_symbols << symbol;
-        column->addWidget(symbol, 0, Qt::AlignHCenter);
-    }
-    m_title = addCentred(column, TextStyle::title2);
-    m_text = addCentred(column, TextStyle::body);
-    column->addStretch();
+    column->addWidget(m_area, 1);
     m_position = addCentred(column, TextStyle::body);
     m_position->setSecondary();
     column->addWidget(m_next, 0, Qt::AlignHCenter);
@@ -83,6 +98,7 @@ GuideView::GuideView(QWidget* parent)
 
 void GuideView::showPage(int page) {
     m_page = page;
+    m_area->verticalScrollBar()->setValue(0);
     const Page& content = pages().at(static_cast<std::size_t>(page));
     for (int i = 0; i < m_symbols.size(); ++i) {
         m_symbols[i]->setVisible(i == page);
@@ -97,10 +113,17 @@ void GuideView::showPage(int page) {
     fitSize();
 }
 
-/// Larger than usual only where a large font needs it.
+/// Larger than usual only where a large font needs it, and never larger than the screen.
 void GuideView::fitSize() {
-    layout()->activate();
-    setFixedSize(frame.width(), std::max(frame.height(), layout()->totalHeightForWidth(frame.width())));
+    QLayout* const lines = m_area->widget()->layout();
+    lines->activate();
+    const int page = lines->totalHeightForWidth(usualSize.width() - 2 * padding);
+    const int below = m_position->sizeHint().height() + m_next->sizeHint().height() + 2 * spacing::items;
+    const int needed = std::max(usualSize.height(), page + below + 2 * padding);
+    const QSize room = screen()->availableSize() - (frameGeometry().size() - size());
+    const QSize fitting = QSize(usualSize.width(), needed).boundedTo(room);
+    m_area->setFocusPolicy(fitting.height() < needed ? Qt::StrongFocus : Qt::NoFocus);
+    setFixedSize(fitting);
 }
 
 void GuideView::goOn() {
@@ -117,6 +140,12 @@ void GuideView::keyPressEvent(QKeyEvent* event) {
         return;
     }
     QDialog::keyPressEvent(event);
+}
+
+void GuideView::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    // The frame around the guide is known only now.
+    QMetaObject::invokeMethod(this, &GuideView::fitSize, Qt::QueuedConnection);
 }
 
 void GuideView::changeEvent(QEvent* event) {

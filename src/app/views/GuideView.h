@@ -2,6 +2,8 @@
 
 #include <QDialog>
 
+class QScrollArea;
+
 namespace orvanel {
 
 class PushButton;
@@ -19,6 +21,7 @@ public:
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void showPage(int page);
@@ -26,6 +29,8 @@ private:
     void fitSize();
 
     int m_page = 0;
+    /// Scrolls where the screen is too small for the page.
+    QScrollArea* m_area;
     QList<Symbol*> m_symbols;
     TextLabel* m_title;
     TextLabel* m_text;

@@ -23,10 +23,6 @@ namespace {
 constexpr std::chrono::seconds followInterval{2};
 constexpr double shade = 0.06;
 
-QString noLogs() {
-    return u"No logs yet."_s;
-}
-
 /// Writes the whole file or nothing. A failure is not reported.
 void writeFile(const QString& path, const QString& text) {
     QSaveFile file(path);
@@ -45,8 +41,7 @@ LogsView::LogsView(KumaController& controller, Dialogs& dialogs, Clock& clock, Q
     , m_clock(clock)
     , m_follow(new Switch(u"Follow"_s))
     , m_logs(new TextBox(u"Logs"_s)) {
-    m_logs->setPlaceholderText(noLogs());
-    m_logs->setAccessibleDescription(noLogs());
+    m_logs->setPlaceholder(u"No logs yet."_s);
     m_logs->setShade(shade);
     connect(m_follow, &Switch::toggled, m_logs, &TextBox::setFollowing);
     m_follow->setChecked(true);
@@ -107,19 +102,13 @@ void LogsView::save() {
     m_tasks.start(chooseAndSave(this, &m_dialogs), u"save the logs"_s);
 }
 
-void LogsView::setLogs(const QString& text) {
-    m_logs->setContent(text);
-    // A screen reader does not read the placeholder.
-    m_logs->setAccessibleDescription(m_logs->content().isEmpty() ? noLogs() : QString());
-}
-
 QCoro::Task<void> LogsView::follow(Self self, KumaController* controller, Clock* clock, std::stop_token stop) {
     while (!stop.stop_requested()) {
         const QString text = co_await controller->fetchLogs();
         if (self.isNull()) {
             co_return;
         }
-        self->setLogs(text);
+        self->m_logs->setContent(text);
         if (!self->m_follow->isChecked()) {
             co_return;
         }
@@ -130,7 +119,7 @@ QCoro::Task<void> LogsView::follow(Self self, KumaController* controller, Clock*
 QCoro::Task<void> LogsView::fetchOnce(Self self, KumaController* controller) {
     const QString text = co_await controller->fetchLogs();
     if (!self.isNull()) {
-        self->setLogs(text);
+        self->m_logs->setContent(text);
     }
 }
 

@@ -47,7 +47,6 @@ private:
 
     QHBoxLayout* makeToolbar();
     void addShortcut(const QKeySequence& keys, void (LogsView::*action)());
-    void setLogs(const QString& text);
 
     KumaController& m_controller;
     Dialogs& m_dialogs;

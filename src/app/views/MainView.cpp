@@ -11,6 +11,7 @@
 
 #include <QAccessible>
 #include <QHBoxLayout>
+#include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QShowEvent>
@@ -146,7 +147,9 @@ void MainView::replaceCard(StateCard kind) {
     m_card->render();
     m_column->insertWidget(0, m_card);
     if (old != nullptr) {
-        setShown(old, false);
+        const QPushButton* const checkAgain = old->checkAgainButton();
+        m_returnsToCheckAgain = m_returnsToCheckAgain || (checkAgain != nullptr && checkAgain->hasFocus());
+        hideSafely(old);
         // Deleted later, because one of its buttons may have been pressed to get here.
         old->deleteLater();
     }
@@ -154,6 +157,20 @@ void MainView::replaceCard(StateCard kind) {
     putErrorLast();
     m_area->verticalScrollBar()->setValue(0);
     m_column->activate();
+    returnToCheckAgain();
+}
+
+/// The card of "Check again" makes room for another while Docker is asked. If it comes back, so does the focus, unless
+/// the user has moved it meanwhile.
+void MainView::returnToCheckAgain() {
+    if (!m_returnsToCheckAgain || m_context.controller.state().dockerState == DockerState::unknown) {
+        return;
+    }
+    m_returnsToCheckAgain = false;
+    QPushButton* const checkAgain = m_card->checkAgainButton();
+    if (checkAgain != nullptr && window()->focusWidget() == m_area) {
+        checkAgain->setFocus(Qt::OtherFocusReason);
+    }
 }
 
 /// Tab and screen readers follow the order in which widgets were made, not where they stand.

@@ -40,6 +40,7 @@ private:
     void renderError();
     void replaceCard(StateCard kind);
     void putErrorLast();
+    void returnToCheckAgain();
     void showGuide();
     View* makeCard(StateCard kind) const;
 
@@ -50,6 +51,8 @@ private:
     QVBoxLayout* m_column = nullptr;
     std::optional<StateCard> m_kind;
     View* m_card = nullptr;
+    /// "Check again" had the focus in a card that was replaced while the state of Docker is unknown.
+    bool m_returnsToCheckAgain = false;
     /// Made with the first error.
     ErrorCard* m_errorCard = nullptr;
     /// The error that is shown.

@@ -62,17 +62,19 @@ MonitorDelegate::MonitorDelegate(QObject* parent)
 void MonitorDelegate::refreshFonts() {
     m_nameFont = fontOf(TextStyle::body);
     m_groupFont = fontOf(TextStyle::caption);
-    m_pingFont = fontOf(TextStyle::smallMonospaced);
+    m_pingFont = fontOf(TextStyle::monospaced);
+    constexpr int divider = 1;
+    m_lowRow = QFontMetrics(m_nameFont).lineSpacing() + 2 * rowPadding + divider;
+    m_highRow = m_lowRow + QFontMetrics(m_groupFont).lineSpacing();
 }
 
-int MonitorDelegate::rowHeight() const {
-    const int group = m_hasGroups ? QFontMetrics(m_groupFont).lineSpacing() : spacing::lines;
-    return QFontMetrics(m_nameFont).lineSpacing() + group + 2 * rowPadding + 1;
+int MonitorDelegate::rowHeight(const MonitorRow& monitor) const {
+    return monitor.group.isEmpty() ? m_lowRow : m_highRow;
 }
 
-QSize MonitorDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const {
+QSize MonitorDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex& index) const {
     // The list takes the width that it gets.
-    return {0, rowHeight()};
+    return {0, rowHeight(static_cast<const MonitorModel*>(index.model())->monitor(index))};
 }
 
 MonitorDelegate::Columns MonitorDelegate::columnsIn(const QStyleOptionViewItem& option,

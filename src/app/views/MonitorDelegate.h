@@ -14,9 +14,8 @@ class MonitorDelegate final : public QStyledItemDelegate {
 public:
     explicit MonitorDelegate(QObject* parent = nullptr);
 
-    /// All rows have the same height. With groups they have room for two lines.
-    void setHasGroups(bool hasGroups) { m_hasGroups = hasGroups; }
-    int rowHeight() const;
+    /// A row with a group has two lines.
+    int rowHeight(const MonitorRow& monitor) const;
     /// Call it when the desktop's font has changed.
     void refreshFonts();
 
@@ -39,7 +38,8 @@ private:
     void paintPing(QPainter* painter, const QRect& area, const MonitorRow& monitor,
                    const QStyleOptionViewItem& option) const;
 
-    bool m_hasGroups = false;
+    int m_lowRow = 0;
+    int m_highRow = 0;
     QFont m_nameFont;
     QFont m_groupFont;
     QFont m_pingFont;

@@ -23,7 +23,6 @@ MonitorRows::MonitorRows(QWidget* parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     // Otherwise the list would take all the height that is left.
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    setUniformItemSizes(true);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     // Tab leaves the list; the arrow keys move in it.
@@ -47,15 +46,16 @@ MonitorRows::SeenRows MonitorRows::seenRows() const {
         return {};
     }
     const int hidden = area->verticalScrollBar()->value() - mapTo(area->widget(), QPoint()).y();
-    if (hidden <= 0) {
+    if (hidden <= 0 || hidden >= m_edges.last()) {
         return {};
     }
-    const int rowHeight = m_delegate->rowHeight();
-    const int end = std::min(m_monitors->rowCount(), (hidden + area->viewport()->height()) / rowHeight + 1);
+    const int first = rowAt(hidden);
+    const int end = hidden + area->viewport()->height();
     SeenRows seen;
-    seen.hiddenPart = hidden % rowHeight;
-    for (int row = hidden / rowHeight; row < end; ++row) {
+    seen.hiddenPart = hidden - topOf(first);
+    for (int row = first; row < m_monitors->rowCount() && topOf(row) < end; ++row) {
         seen.ids << m_monitors->monitor(m_monitors->index(row)).id;
+        seen.tops << topOf(row) - topOf(first);
     }
     return seen;
 }
@@ -67,7 +67,7 @@ void MonitorRows::keepInPlace(const SeenRows& seen) {
             continue;
         }
         const QScrollArea* const area = surroundingArea(this);
-        const int hidden = (row - i) * m_delegate->rowHeight() + seen.hiddenPart;
+        const int hidden = topOf(row) - seen.tops[i] + seen.hiddenPart;
         const int wanted = mapTo(area->widget(), QPoint(0, hidden)).y();
         QScrollBar* const bar = area->verticalScrollBar();
         // The layout takes note of more rows only later.
@@ -90,26 +90,33 @@ void MonitorRows::setMonitors(const QList<MonitorRow>& monitors) {
                                                                        : QItemSelectionModel::NoUpdate);
     }
     m_isRefreshing = false;
-    fitHeight();
+    layOutRows();
     keepInPlace(seen);
 }
 
-void MonitorRows::fitHeight() {
-    const bool hasGroups = std::any_of(m_monitors->begin(), m_monitors->end(),
-                                       [](const MonitorRow& monitor) { return !monitor.group.isEmpty(); });
-    m_delegate->setHasGroups(hasGroups);
-    const int wanted = m_delegate->rowHeight() * m_monitors->rowCount();
-    if (wanted != height()) {
-        setFixedHeight(wanted);
-        scheduleDelayedItemsLayout();
+void MonitorRows::layOutRows() {
+    QList<int> edges{0};
+    edges.reserve(m_monitors->rowCount() + 1);
+    for (const MonitorRow& monitor : *m_monitors) {
+        edges << edges.last() + m_delegate->rowHeight(monitor);
     }
+    if (edges == m_edges) {
+        return;
+    }
+    m_edges = edges;
+    setFixedHeight(m_edges.last());
+    scheduleDelayedItemsLayout();
+}
+
+int MonitorRows::rowAt(int y) const {
+    return static_cast<int>(std::upper_bound(m_edges.begin(), m_edges.end(), y) - m_edges.begin()) - 1;
 }
 
 void MonitorRows::changeEvent(QEvent* event) {
     QListView::changeEvent(event);
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
         m_delegate->refreshFonts();
-        fitHeight();
+        layOutRows();
     }
 }
 
@@ -120,9 +127,17 @@ QModelIndex MonitorRows::moveCursor(CursorAction action, Qt::KeyboardModifiers m
     if (!isPage || area == nullptr || isEmpty()) {
         return QListView::moveCursor(action, modifiers);
     }
-    const int page = std::max(1, area->viewport()->height() / m_delegate->rowHeight() - 1);
-    const int row = currentIndex().row() + (action == MovePageDown ? page : -page);
-    return m_monitors->index(std::clamp(row, 0, m_monitors->rowCount() - 1));
+    // One row of the page before stays in view.
+    const int last = m_monitors->rowCount() - 1;
+    const int current = std::max(0, currentIndex().row());
+    const int page = area->viewport()->height();
+    if (action == MovePageDown) {
+        const int row = rowAt(std::min(topOf(current) + page, m_edges.last() - 1)) - 1;
+        return m_monitors->index(std::min(std::max(row, current + 1), last));
+    }
+    const int above = topOf(current + 1) - page - 1;
+    const int row = above < 0 ? 0 : rowAt(above) + 1;
+    return m_monitors->index(std::clamp(row, 0, std::max(0, current - 1)));
 }
 
 /// The window scrolls, not the list.
@@ -138,9 +153,9 @@ void MonitorRows::currentChanged(const QModelIndex& current, const QModelIndex& 
     if (area == nullptr || !current.isValid() || m_isRefreshing || isPressed) {
         return;
     }
-    const int rowHeight = m_delegate->rowHeight();
-    const QPoint middle = mapTo(area->widget(), QPoint(0, current.row() * rowHeight + rowHeight / 2));
-    area->ensureVisible(0, middle.y(), 0, rowHeight);
+    const int height = topOf(current.row() + 1) - topOf(current.row());
+    const QPoint middle = mapTo(area->widget(), QPoint(0, topOf(current.row()) + height / 2));
+    area->ensureVisible(0, middle.y(), 0, height);
 }
 
 } // namespace orvanel

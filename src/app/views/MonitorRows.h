@@ -32,15 +32,22 @@ private:
     /// The rows in view, if the list is scrolled, and how much of the upper one is hidden.
     struct SeenRows {
         QList<std::int64_t> ids;
+        /// The distance of each from the first.
+        QList<int> tops;
         int hiddenPart = 0;
     };
     SeenRows seenRows() const;
     void keepInPlace(const SeenRows& seen);
     std::optional<std::int64_t> currentId() const;
-    void fitHeight();
+    void layOutRows();
+    /// The distance of a row's upper edge from that of the list. The last edge is the end of the last row.
+    int topOf(int row) const { return m_edges.at(row); }
+    /// The row at that distance, which must be within the list.
+    int rowAt(int y) const;
 
     MonitorModel* m_monitors;
     MonitorDelegate* m_delegate;
+    QList<int> m_edges{0};
     bool m_isRefreshing = false;
 };
 

@@ -1,6 +1,7 @@
 #include "app/views/StateCards.h"
 
 #include "app/Windows.h"
+#include "app/views/DashboardView.h"
 #include "app/widgets/ButtonRow.h"
 #include "app/widgets/Buttons.h"
 #include "app/widgets/Focus.h"
@@ -90,6 +91,8 @@ StartCard::StartCard(ViewContext context, QWidget* parent)
     ButtonRow* const row = addButtonRow();
     m_start = addDefaultButton(row, u"Start Uptime Kuma"_s, [context] { context.controller.start(); });
     addButton(row, u"Settings"_s, [context] { context.openWindow(windowId::settings()); });
+    // A new computer needs no running server to get its data back.
+    addBackupMenu(row, context);
 }
 
 void StartCard::render() {

@@ -33,6 +33,9 @@ public:
 
     /// The button that Return presses, or nullptr.
     virtual QPushButton* defaultButton() const { return nullptr; }
+
+    /// The button that makes the controller look again, which may replace this view for a moment, or nullptr.
+    virtual QPushButton* checkAgainButton() const { return nullptr; }
 };
 
 } // namespace orvanel

@@ -146,6 +146,7 @@ bool TextBox::setContent(const QString& text) {
     }
     m_plain = plain;
     showText(shownText(plain));
+    describe();
     if (m_isFollowing) {
         scrollToEnd();
     }
@@ -190,6 +191,16 @@ void TextBox::scrollToEnd() {
     do {
         bar->setValue(bar->maximum());
     } while (bar->value() < bar->maximum());
+}
+
+void TextBox::setPlaceholder(const QString& text) {
+    setPlaceholderText(text);
+    describe();
+}
+
+/// Screen readers do not read placeholders.
+void TextBox::describe() {
+    setAccessibleDescription(m_plain.isEmpty() ? placeholderText() : QString());
 }
 
 void TextBox::fitHeight(int maximum) {
@@ -258,7 +269,7 @@ LogBox::LogBox(const QString& name, const QString& placeholder, QWidget* parent)
     // Otherwise the card around the box would take all the height that is left.
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setFollowing(true);
-    setPlaceholderText(placeholder);
+    setPlaceholder(placeholder);
 }
 
 void LogBox::setLog(const QString& text) {

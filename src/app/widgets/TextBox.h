@@ -31,6 +31,8 @@ public:
     /// The text as plainLog() has made it.
     QString content() const { return m_plain; }
 
+    /// Sets what an empty box says, on the screen and to a screen reader.
+    void setPlaceholder(const QString& text);
     /// Whether every change brings the end into view; off at first.
     void setFollowing(bool following) { m_isFollowing = following; }
     /// Makes the box as high as its text, but at most this many pixels. Without this call the layout decides.
@@ -46,6 +48,7 @@ protected:
 
 private:
     void showText(const QString& text);
+    void describe();
     void scrollToEnd();
     void paintBox();
 
@@ -61,7 +64,7 @@ class LogBox final : public TextBox {
     Q_OBJECT
 
 public:
-    /// `placeholder` is shown while there is no output.
+    /// An empty box shows `placeholder`.
     LogBox(const QString& name, const QString& placeholder, QWidget* parent = nullptr);
 
     void setLog(const QString& text);

@@ -16,6 +16,23 @@ TextField::TextField(const QString& name, QWidget* parent)
     setAccessibleName(name);
     setTextMargins(room);
     usePlainPlaceholder(this);
+    connect(this, &QLineEdit::textChanged, this, [this](const QString& text) {
+        if (!m_isShowingValue) {
+            Q_EMIT changedByUser(text);
+        }
+    });
+}
+
+void TextField::showValue(const QString& value) {
+    if (text() == value) {
+        return;
+    }
+    m_isShowingValue = true;
+    setText(value);
+    m_isShowingValue = false;
+    if (!hasFocus()) {
+        setCursorPosition(0);
+    }
 }
 
 void TextField::changeEvent(QEvent* event) {

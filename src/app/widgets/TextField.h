@@ -4,7 +4,7 @@
 
 namespace orvanel {
 
-/// A line of text to be typed, with room around it, and a placeholder that can be read.
+/// A line of text for the user to change, with room around it and a legible placeholder.
 class TextField final : public QLineEdit {
     Q_OBJECT
 
@@ -12,8 +12,20 @@ public:
     /// `name` is what a screen reader calls it.
     explicit TextField(const QString& name, QWidget* parent = nullptr);
 
+    /// Shows the value that the field stands for. Where it is shown already nothing happens, because setting the same
+    /// text would move the cursor.
+    void showValue(const QString& value);
+
+Q_SIGNALS:
+    /// The user has changed the text: with keys, the menu, the mouse, or through assistive technology, of which Qt's
+    /// own textEdited() does not tell.
+    void changedByUser(const QString& text);
+
 protected:
     void changeEvent(QEvent* event) override;
+
+private:
+    bool m_isShowingValue = false;
 };
 
 } // namespace orvanel

@@ -11,7 +11,7 @@ namespace orvanel {
 
 /// A label in one of our text styles. It is always plain text, wraps where it is too long, and follows the desktop's
 /// font and palette.
-class TextLabel final : public QLabel {
+class TextLabel : public QLabel {
     Q_OBJECT
 
 public:

@@ -14,6 +14,7 @@ double scaleOf(TextStyle style) {
     switch (style) {
     case TextStyle::body:
     case TextStyle::headline:
+    case TextStyle::monospaced:
         return 1;
     case TextStyle::title2:
         return 1.4;
@@ -37,7 +38,8 @@ constexpr char styleProperty[] = "textStyle";
 
 QFont fontOf(TextStyle style) {
     const QFont desktop = QApplication::font();
-    QFont font = style == TextStyle::smallMonospaced ? QFontDatabase::systemFont(QFontDatabase::FixedFont) : desktop;
+    const bool isMonospaced = style == TextStyle::monospaced || style == TextStyle::smallMonospaced;
+    QFont font = isMonospaced ? QFontDatabase::systemFont(QFontDatabase::FixedFont) : desktop;
     // A font that the desktop gives in pixels has no size in points.
     if (desktop.pointSizeF() > 0) {
         font.setPointSizeF(desktop.pointSizeF() * scaleOf(style));

@@ -14,6 +14,7 @@ enum class TextStyle {
     title3,   ///< larger, bold
     callout,  ///< a little smaller
     caption,  ///< small
+    monospaced,
     smallMonospaced,
     picture, ///< for a symbol without text beside it
 };

@@ -18,33 +18,37 @@ DockerToolSection::DockerToolSection(ViewContext context, Dialogs& dialogs, QWid
     m_inUse = addCaption();
     m_override->setPlaceholderText(u"Automatic"_s);
     m_override->setAccessibleDescription(u"Leave it empty to find the tool automatically."_s);
-    connect(m_override, &QLineEdit::textEdited, this,
-            [context](const QString& path) { context.controller.setDockerOverride(path); });
 
     auto* row = new QHBoxLayout;
     row->setSpacing(spacing::related);
     row->addWidget(m_override, 1);
     addButton(row, u"Choose…"_s, [this, &dialogs] {
-        m_tasks.start(choose(&dialogs, &m_context.controller), u"choose the docker tool"_s);
+        m_tasks.start(choose(this, &dialogs, &m_context.controller), u"choose the docker tool"_s);
     });
     column()->addLayout(row);
+    m_problem = addProblem(m_override);
+    connect(m_override, &TextField::changedByUser, this,
+            [this](const QString& path) { m_problem->showWhetherSaved(m_context.controller.setDockerOverride(path)); });
 }
 
 void DockerToolSection::render() {
     const std::optional<QString> path = m_context.controller.state().dockerPath;
     m_inUse->setOutsideText(path ? u"In use: "_s + *path : u"Docker was not found."_s);
-    showInField(m_override, m_context.controller.state().dockerOverride);
+    m_override->showValue(m_context.controller.state().dockerOverride);
 }
 
-QCoro::Task<void> DockerToolSection::choose(Dialogs* dialogs, KumaController* controller) {
+QCoro::Task<void> DockerToolSection::choose(Self self, Dialogs* dialogs, KumaController* controller) {
     const OpenPanel panel{.title = u"Choose the docker command line tool"_s,
                           .message = u"Choose the docker command line tool"_s,
                           .filesAllowed = true,
                           .foldersAllowed = false};
     const std::optional<QString> path = co_await dialogs->chooseOpenPath(panel);
     if (path && !path->isEmpty()) {
-        controller->setDockerOverride(*path);
+        const bool isSaved = controller->setDockerOverride(*path);
         controller->recheck();
+        if (!self.isNull()) {
+            self->m_problem->showWhetherSaved(isSaved);
+        }
     }
 }
 

@@ -3,6 +3,8 @@
 #include "app/views/settings/SettingsSection.h"
 #include "task/TaskScope.h"
 
+#include <QPointer>
+
 namespace orvanel {
 
 class Dialogs;
@@ -17,12 +19,14 @@ public:
     void render() override;
 
 private:
+    using Self = QPointer<DockerToolSection>;
     // The section may be gone when the question is answered.
-    static QCoro::Task<void> choose(Dialogs* dialogs, KumaController* controller);
+    static QCoro::Task<void> choose(Self self, Dialogs* dialogs, KumaController* controller);
 
     ViewContext m_context;
     TextLabel* m_inUse;
-    QLineEdit* m_override;
+    TextField* m_override;
+    SettingProblem* m_problem;
     TaskScope m_tasks;
 };
 

@@ -16,22 +16,27 @@ GeneralSection::GeneralSection(ViewContext context, QWidget* parent)
     , m_context(context)
     , m_launchAtLogin(new Switch(u"Launch at login"_s))
     , m_stopOnQuit(new Switch(u"Stop the container when I quit"_s)) {
-    // Not clicked(), because a screen reader toggles a switch without a click. The conditions leave out what render()
-    // shows.
-    connect(m_launchAtLogin, &Switch::toggled, this, [&controller = context.controller](bool launch) {
-        if (launch != controller.launchAtLogin()) {
-            controller.setLaunchAtLogin(launch);
-        }
-    });
-    connect(m_stopOnQuit, &Switch::toggled, this, [&controller = context.controller](bool stop) {
-        if (stop != controller.state().stopOnQuit) {
-            controller.setStopOnQuit(stop);
-        }
-    });
     column()->addWidget(m_launchAtLogin);
+    SettingProblem* const launchProblem = addProblem(m_launchAtLogin);
     addDivider();
     column()->addWidget(m_stopOnQuit);
+    SettingProblem* const stopProblem = addProblem(m_stopOnQuit);
     addDivider();
+    // Not clicked(), because a screen reader toggles a switch without a click. The conditions leave out what render()
+    // shows.
+    KumaController& controller = context.controller;
+    connect(m_launchAtLogin, &Switch::toggled, this, [&controller, launchProblem](bool launch) {
+        if (launch != controller.launchAtLogin()) {
+            controller.setLaunchAtLogin(launch);
+            const bool isChanged = launch == controller.launchAtLogin();
+            launchProblem->showProblem(isChanged ? QString() : u"Could not change launch at login."_s);
+        }
+    });
+    connect(m_stopOnQuit, &Switch::toggled, this, [&controller, stopProblem](bool stop) {
+        if (stop != controller.state().stopOnQuit) {
+            stopProblem->showWhetherSaved(controller.setStopOnQuit(stop));
+        }
+    });
     addButton(addButtonRow(), u"Reveal data folder in Finder"_s, [context] { context.controller.revealDataFolder(); });
 }
 

@@ -1,9 +1,9 @@
 #include "app/views/settings/ServerSection.h"
 
+#include "app/widgets/TextField.h"
 #include "controller/KumaController.h"
 
 #include <QAction>
-#include <QLineEdit>
 
 #include <algorithm>
 
@@ -40,22 +40,25 @@ ServerSection::ServerSection(ViewContext context, QWidget* parent)
     , m_context(context) {
     m_port = addField(u"Port"_s);
     m_port->setInputMethodHints(Qt::ImhDigitsOnly);
-    connect(m_port, &QLineEdit::textEdited, this, &ServerSection::onPortEdited);
+    connect(m_port, &TextField::changedByUser, this, &ServerSection::onPortEdited);
     connect(m_port, &QLineEdit::editingFinished, this, &ServerSection::onPortEditingFinished);
-    auto* forget = new QAction(m_port);
-    forget->setShortcut(Qt::Key_Escape);
-    forget->setShortcutContext(Qt::WidgetShortcut);
-    connect(forget, &QAction::triggered, this, &ServerSection::forgetTypedPort);
-    m_port->QWidget::addAction(forget);
-    m_portHint = addText(TextStyle::caption);
-    m_portHint->setMeaning(Meaning::pending);
-    m_portHint->hide();
+    // While there is nothing to forget, the key is the window's.
+    m_forget = new QAction(m_port);
+    m_forget->setShortcut(Qt::Key_Escape);
+    m_forget->setShortcutContext(Qt::WidgetShortcut);
+    m_forget->setEnabled(false);
+    connect(m_forget, &QAction::triggered, this, &ServerSection::forgetTypedPort);
+    m_port->QWidget::addAction(m_forget);
+    m_portProblem = addProblem(m_port);
     addCaption(u"Press Start or Restart after changing the port. The container is only reachable from "
                "this Mac."_s);
 
     addDivider();
     m_slug = addField(u"Status page slug"_s);
-    connect(m_slug, &QLineEdit::textEdited, this, [context](const QString& text) { context.controller.setSlug(text); });
+    SettingProblem* const slugProblem = addProblem(m_slug);
+    connect(m_slug, &TextField::changedByUser, this, [context, slugProblem](const QString& text) {
+        slugProblem->showWhetherSaved(context.controller.setSlug(text));
+    });
     addCaption(u"The slug of a status page you created in the dashboard. Used to show your monitors "
                "here."_s);
 }
@@ -66,23 +69,29 @@ void ServerSection::render() {
     if (port != m_storedPort) {
         m_storedPort = port;
         m_agreedPort = port;
+        m_isPortSaved = true;
         showPort(port);
     }
     // An operation may be starting the server on this port, so there is no going back to the one before.
     if (m_context.controller.state().busy) {
         m_agreedPort = port;
     }
-    showInField(m_slug, m_context.controller.state().slug);
+    m_slug->showValue(m_context.controller.state().slug);
 }
 
 /// While the text is a valid port, it is the setting. Otherwise the setting is what it was before.
 void ServerSection::onPortEdited(const QString& text) {
     const std::optional<int> port = portFrom(text);
     storePort(port.value_or(m_agreedPort));
+    m_forget->setEnabled(text != QString::number(m_agreedPort));
     if (port || mayBecomePort(text)) {
         hidePortHint();
     } else {
         showPortHint();
+    }
+    // Assistive technology sets the text without giving the field the focus, so nothing else ends the editing.
+    if (!m_port->hasFocus()) {
+        onPortEditingFinished();
     }
 }
 
@@ -104,26 +113,23 @@ void ServerSection::forgetTypedPort() {
 void ServerSection::storePort(int port) {
     m_storedPort = port;
     if (port != m_context.controller.state().port) {
-        m_context.controller.setPort(port);
+        m_isPortSaved = m_context.controller.setPort(port);
     }
 }
 
 void ServerSection::showPort(int port) {
-    showInField(m_port, QString::number(port));
+    m_port->showValue(QString::number(port));
+    m_forget->setEnabled(port != m_agreedPort);
     hidePortHint();
 }
 
 void ServerSection::showPortHint() {
-    const QString hint =
-        u"Enter a port from %1 to %2. Until then, %3 is kept."_s.arg(lowestPort).arg(highestPort).arg(m_agreedPort);
-    m_portHint->setContent(hint);
-    m_portHint->show();
-    m_port->setAccessibleDescription(hint);
+    m_portProblem->showProblem(
+        u"Enter a port from %1 to %2. Until then, %3 is kept."_s.arg(lowestPort).arg(highestPort).arg(m_agreedPort));
 }
 
 void ServerSection::hidePortHint() {
-    m_portHint->hide();
-    m_port->setAccessibleDescription({});
+    m_portProblem->showWhetherSaved(m_isPortSaved);
 }
 
 } // namespace orvanel

@@ -2,6 +2,8 @@
 
 #include "app/views/settings/SettingsSection.h"
 
+class QAction;
+
 namespace orvanel {
 
 /// The ports that a server without root rights can have. The settings take no other.
@@ -33,9 +35,12 @@ private:
     void hidePortHint();
 
     ViewContext m_context;
-    QLineEdit* m_port;
-    TextLabel* m_portHint;
-    QLineEdit* m_slug;
+    TextField* m_port;
+    /// What Escape does while the field does not show the setting.
+    QAction* m_forget;
+    SettingProblem* m_portProblem;
+    bool m_isPortSaved = true;
+    TextField* m_slug;
     /// The setting as this section knows it, and the port that it goes back to when the user types no valid one.
     std::optional<int> m_storedPort;
     int m_agreedPort = 0;

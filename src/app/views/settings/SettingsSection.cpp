@@ -5,6 +5,8 @@
 
 #include <QHBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
 namespace {
 
@@ -12,7 +14,25 @@ constexpr int fieldWidth = 260;
 
 } // namespace
 
-QLineEdit* SettingsSection::addField(const QString& label) {
+SettingProblem::SettingProblem(QWidget* control)
+    : TextLabel(TextStyle::caption)
+    , m_control(control)
+    , m_usualDescription(control->accessibleDescription()) {
+    setMeaning(Meaning::pending);
+    hide();
+}
+
+void SettingProblem::showProblem(const QString& problem) {
+    setContent(problem);
+    setVisible(!problem.isEmpty());
+    m_control->setAccessibleDescription(problem.isEmpty() ? m_usualDescription : problem);
+}
+
+void SettingProblem::showWhetherSaved(bool isSaved) {
+    showProblem(isSaved ? QString() : u"This could not be saved. It will be lost when Orvanel quits."_s);
+}
+
+TextField* SettingsSection::addField(const QString& label) {
     auto* field = new TextField(label);
     field->setFixedWidth(fieldWidth);
     auto* name = new TextLabel(TextStyle::body, label);
@@ -25,6 +45,12 @@ QLineEdit* SettingsSection::addField(const QString& label) {
     return field;
 }
 
+SettingProblem* SettingsSection::addProblem(QWidget* control) {
+    auto* problem = new SettingProblem(control);
+    column()->addWidget(problem);
+    return problem;
+}
+
 TextLabel* SettingsSection::addCaption(const QString& text) {
     TextLabel* caption = addText(TextStyle::caption, text);
     caption->setSecondary();
@@ -33,15 +59,6 @@ TextLabel* SettingsSection::addCaption(const QString& text) {
 
 void SettingsSection::addDivider() {
     column()->addWidget(new Divider);
-}
-
-void showInField(QLineEdit* field, const QString& text) {
-    if (field->text() != text) {
-        field->setText(text);
-        if (!field->hasFocus()) {
-            field->setCursorPosition(0);
-        }
-    }
 }
 
 } // namespace orvanel
