@@ -2,7 +2,7 @@
 
 #include <QStringDecoder>
 
-#include <cstring>
+#include <algorithm>
 #include <new>
 #include <sys/mman.h>
 
@@ -11,9 +11,10 @@ namespace {
 
 constexpr std::size_t mostBytes = 2'000'000;
 constexpr std::size_t keptBytes = 1'000'000;
-/// Twice what is ever kept, so that most cuts only move the beginning on and few copy the rest to the front. Pages that
-/// are never written to cost nothing, and all are given back at once (malloc would keep them).
-constexpr std::size_t spaceBytes = std::size_t{4} * 1024 * 1024;
+/// A ring, as small as it can be for the processor's cache: what is kept and one more chunk. Its pages cost nothing
+/// until they are written to, and all are given back at once (malloc would keep them).
+constexpr std::size_t spaceBytes = std::size_t{2} * 1024 * 1024;
+static_assert(spaceBytes >= mostBytes + OutputBuffer::chunkSize);
 
 } // namespace
 
@@ -38,25 +39,28 @@ std::span<char> OutputBuffer::room() {
         }
         m_space = static_cast<char*>(space);
     }
-    if (m_end + chunkSize > spaceBytes) {
-        std::memmove(m_space, m_space + m_begin, size());
-        m_end = size();
-        m_begin = 0;
-    }
-    return {m_space + m_end, chunkSize};
+    return {m_space + m_end, std::min(chunkSize, spaceBytes - m_end)};
 }
 
 QByteArrayView OutputBuffer::commit(std::size_t count) {
     const QByteArrayView chunk(m_space + m_end, static_cast<qsizetype>(count));
-    m_end += count;
-    if (size() > mostBytes) {
-        m_begin = m_end - keptBytes;
+    m_end = (m_end + count) % spaceBytes;
+    m_size += count;
+    if (m_size > mostBytes) {
+        m_size = keptBytes;
     }
     return chunk;
 }
 
 QString OutputBuffer::string() const {
-    return decodeUtf8({m_space + m_begin, static_cast<qsizetype>(size())});
+    const std::size_t begin = (m_end + spaceBytes - m_size) % spaceBytes;
+    const std::size_t untilTheEdge = std::min(m_size, spaceBytes - begin);
+    if (untilTheEdge == m_size) {
+        return decodeUtf8({m_space + begin, static_cast<qsizetype>(m_size)});
+    }
+    QByteArray bytes(m_space + begin, static_cast<qsizetype>(untilTheEdge));
+    bytes.append(m_space, static_cast<qsizetype>(m_size - untilTheEdge));
+    return decodeUtf8(bytes);
 }
 
 } // namespace orvanel

@@ -22,19 +22,20 @@ public:
     OutputBuffer(const OutputBuffer&) = delete;
     OutputBuffer& operator=(const OutputBuffer&) = delete;
 
-    /// Space for the next chunk, which is not copied again: chunkSize bytes, valid until the next call.
+    /// Space for the next chunk, which is not copied again: chunkSize bytes, or less at the edge of the buffer. Valid
+    /// until the next call.
     std::span<char> room();
     /// Appends the first `count` bytes of room() and returns them.
     QByteArrayView commit(std::size_t count);
 
-    std::size_t size() const { return m_end - m_begin; }
+    std::size_t size() const { return m_size; }
     /// All bytes kept, decoded as a whole. If the cut split the first character, its rest becomes U+FFFD.
     QString string() const;
 
 private:
     char* m_space = nullptr;
-    std::size_t m_begin = 0;
     std::size_t m_end = 0;
+    std::size_t m_size = 0;
 };
 
 } // namespace orvanel

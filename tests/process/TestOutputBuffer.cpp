@@ -88,10 +88,14 @@ private Q_SLOTS:
         for (int round = 0; round < 900; ++round) {
             const auto size = static_cast<qsizetype>(random() % OutputBuffer::chunkSize);
             const QByteArray chunk = source.mid(static_cast<qsizetype>(random() % OutputBuffer::chunkSize), size);
-            append(&buffer, chunk);
-            expected += chunk;
-            if (expected.size() >= 2'000'001) {
-                expected = expected.last(1'000'000);
+            for (QByteArrayView rest = chunk; !rest.isEmpty();) {
+                const auto piece = rest.first(std::min(rest.size(), static_cast<qsizetype>(buffer.room().size())));
+                append(&buffer, piece);
+                expected += piece;
+                if (expected.size() >= 2'000'001) {
+                    expected = expected.last(1'000'000);
+                }
+                rest = rest.sliced(piece.size());
             }
             QCOMPARE(buffer.size(), static_cast<std::size_t>(expected.size()));
             if (round % 50 == 0) {
