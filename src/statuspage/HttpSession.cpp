@@ -10,10 +10,7 @@
 
 using namespace Qt::StringLiterals;
 
-// Why not QNetworkAccessManager: a server that sends headers without end keeps its thread in a loop that nothing ends,
-// it sends a request again by itself when the connection breaks, takes "." and ".." out of paths, tells a server that
-// does not speak HTTP and one that closes at once with the same word, and lets go of a connection only by waiting for
-// its thread.
+// docs/architecture.md tells why this is not QNetworkAccessManager.
 
 namespace orvanel {
 namespace {
