@@ -30,6 +30,14 @@ class TestQProcess : public QObject {
     }
 
 private Q_SLOTS:
+    void initTestCase() {
+#ifdef __has_feature
+#if __has_feature(thread_sanitizer)
+        QSKIP("the thread sanitizer ends programs in which QProcess forks");
+#endif
+#endif
+    }
+
     /// Our runner reads it: TestProcessStop, grandchildIsReadToItsEnd.
     void losesWhatAGrandchildWritesLater() {
         const TestHome home;
