@@ -28,9 +28,11 @@ QString passwordHome() {
 /// An IPv4 socket, bound to a port that the system chose.
 class BoundSocket {
 public:
-    explicit BoundSocket(in_addr_t address, bool reuse = true)
+    enum class Reuse { no, yes };
+
+    explicit BoundSocket(in_addr_t address, Reuse reuse = Reuse::yes)
         : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        const int on = reuse ? 1 : 0;
+        const int on = reuse == Reuse::yes ? 1 : 0;
         ::setsockopt(m_socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
         sockaddr_in name{};
         name.sin_family = AF_INET;
@@ -274,7 +276,7 @@ private Q_SLOTS:
     }
 
     void portThatIsOnlyBoundIsTaken() {
-        const BoundSocket holder(INADDR_LOOPBACK, false);
+        const BoundSocket holder(INADDR_LOOPBACK, BoundSocket::Reuse::no);
         QVERIFY(!DockerCLI::isPortFree(holder.port()));
         QVERIFY(!DockerCLI::isPortFreeForListening(holder.port()));
     }

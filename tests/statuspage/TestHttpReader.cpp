@@ -12,6 +12,9 @@ const QString closed = u"the server closed the connection."_s;
 const QString garbled = u"the answer is garbled."_s;
 const QString tooLarge = u"the answer is too large."_s;
 
+constexpr bool withBody = true;
+constexpr bool withoutBody = false;
+
 /// "404", "200 and the body", or the description of a failure.
 QString text(const HttpResult& result) {
     if (const auto* failure = std::get_if<HttpFailure>(&result)) {
@@ -22,7 +25,7 @@ QString text(const HttpResult& result) {
 }
 
 /// What a reader makes of bytes that arrive in these pieces, before the connection ends.
-QString readPieces(const QByteArrayList& pieces, bool readsBody = true) {
+QString readPieces(const QByteArrayList& pieces, bool readsBody = withBody) {
     HttpReader reader(readsBody);
     for (const QByteArray& piece : pieces) {
         if (const auto result = reader.feed(piece)) {
@@ -129,9 +132,9 @@ private Q_SLOTS:
     }
 
     void withoutBodyTheHeadIsEnough() {
-        QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n"}, false), u"200"_s);
-        QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 99999999999\r\n\r\n"}, false), u"200"_s);
-        QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n"}, false), closed);
+        QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n"}, withoutBody), u"200"_s);
+        QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 99999999999\r\n\r\n"}, withoutBody), u"200"_s);
+        QCOMPARE(readPieces({"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n"}, withoutBody), closed);
     }
 
     void bodiesUpToTheLimitAreKept() {
