@@ -33,16 +33,11 @@ AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
 }
 
 QCoro::Task<void> AppDelegate::stopThenReply() {
-    const std::optional<QString> docker = m_controller.state().dockerPath;
     std::exception_ptr failure;
-    if (docker) {
-        try {
-            // A stop beside a start that is still under way would find nothing to stop yet.
-            co_await m_controller.bringUpEnd();
-            co_await m_controller.runStop(*docker);
-        } catch (...) {
-            failure = std::current_exception();
-        }
+    try {
+        co_await m_controller.runStop();
+    } catch (...) {
+        failure = std::current_exception();
     }
     // Even a failed stop must not keep the user from quitting.
     Q_EMIT replyToApplicationShouldTerminate(true);

@@ -6,6 +6,7 @@
 #include "app/UserTime.h"
 #include "app/WidgetDialogs.h"
 #include "app/Windows.h"
+#include "controller/ControllerEnvironment.h"
 #include "controller/KumaController.h"
 
 namespace orvanel {

@@ -3,7 +3,7 @@
 #include "app/LegacyTray.h"
 #include "app/MenuContent.h"
 #include "app/RenderTrigger.h"
-#include "controller/Health.h"
+#include "controller/StatusSummary.h"
 #include "platform/TrayHostWatcher.h"
 #include "task/Clock.h"
 

@@ -5,6 +5,7 @@
 #include "platform/DesktopNotifier.h"
 #include "platform/FreedesktopDesktop.h"
 #include "release/ReleaseClient.h"
+#include "statuspage/StatusPageClient.h"
 
 namespace orvanel {
 

@@ -1,9 +1,6 @@
-#include "controller/ContainerAnswer.h"
-#include "controller/DatabaseError.h"
-#include "controller/KumaController.h"
+#include "controller/BackupOperations.h"
 
 #include <QDir>
-#include <QPointer>
 
 #include <exception>
 
@@ -12,15 +9,11 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-QString backingUpText() {
-    return u"Backing up…"_s;
-}
-
 SavePanel backupPanel(const QString& timestamp) {
     return {
         .title = u"Back up Uptime Kuma data"_s,
-        .message = u"A name ending in .zip makes a zip file; otherwise a folder is created. Uptime Kuma "
-                   "keeps running."_s,
+        .message =
+            u"A name ending in .zip makes a zip file; otherwise a folder is created. Uptime Kuma keeps running."_s,
         .proposedName = u"Uptime Kuma backup %1.zip"_s.arg(timestamp),
     };
 }
@@ -38,143 +31,157 @@ Alert restoreQuestion(const QString& dataDir) {
     return {
         .style = Alert::Style::Warning,
         .message = u"Restore this backup?"_s,
-        .informativeText = u"Uptime Kuma will be stopped and the data in\n%1\nwill be replaced by the "
-                           "backup. The current data is kept once in the Backups folder, then Uptime "
-                           "Kuma starts again."_s.arg(dataDir),
+        .informativeText =
+            u"Uptime Kuma will be stopped and the data in\n%1\nwill be replaced by the backup. The current "
+            "data is kept once in the Backups folder, then Uptime Kuma starts again."_s.arg(dataDir),
         .confirmButton = u"Restore"_s,
         .cancelButton = u"Cancel"_s,
     };
 }
 
+/// What to tell of a backup whose database did not pass the check, or could not be checked.
+std::optional<OpError> databaseError(const BackupResult& backup) {
+    const QString details = u"%1\n\nThe backup is\n%2"_s;
+    if (backup.databaseProblem) {
+        return OpError{u"The backup was made, but its database did not pass a check."_s,
+                       details.arg(*backup.databaseProblem, backup.path)};
+    }
+    if (backup.databaseNotChecked) {
+        return OpError{u"The backup was made, but its database could not be checked."_s,
+                       details.arg(*backup.databaseNotChecked, backup.path)};
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
-void KumaController::backUpNow() {
+BackupOperations::BackupOperations(const ContainerContext& context, const std::shared_ptr<Operations>& operations,
+                                   ContainerOperations& containerOperations, const DataTurns& dataTurns,
+                                   Dialogs& dialogs, Desktop& desktop, TaskScope& tasks)
+    : m_context(context)
+    , m_operations(operations)
+    , m_containerOperations(containerOperations)
+    , m_dataTurns(dataTurns)
+    , m_dialogs(dialogs)
+    , m_desktop(desktop)
+    , m_tasks(tasks) {}
+
+void BackupOperations::backUpNow() {
     m_tasks.start(askForBackup(), u"question about a backup"_s);
 }
 
-QCoro::Task<void> KumaController::askForBackup() {
-    const SavePanel panel = backupPanel(m_env.timestamp());
-    const std::optional<QString> destination = co_await m_env.dialogs->chooseSavePath(panel);
+QCoro::Task<void> BackupOperations::askForBackup() {
+    const SavePanel panel = backupPanel(m_context.host.timestamp());
+    const std::optional<QString> destination = co_await m_dialogs.chooseSavePath(panel);
     if (!destination || destination->isEmpty()) {
         co_return;
     }
-    m_state.set(&ControllerState::busy, backingUpText());
-    m_backupsUnderWay += 1;
-    m_backups.start(performBackup(this, *destination), backingUpText());
+    m_operations->backupBegan();
+    const Backup backup{.dataDir = m_context.files.dataDir(),
+                        .destination = *destination,
+                        .backUp = m_context.host.backUp,
+                        .dataTurns = m_dataTurns,
+                        .desktop = m_desktop,
+                        .operations = m_operations};
+    m_backups.start(performBackup(backup), backingUpText());
 }
 
-/// The controller may go meanwhile: the backup is made, and shown, all the same.
-QCoro::Task<void> KumaController::performBackup(QPointer<KumaController> controller, QString destination) {
-    Desktop* const desktop = controller->m_env.desktop;
-    const auto backUp = controller->m_env.backUp;
-    const QString dataDir = controller->dataDir();
+QCoro::Task<void> BackupOperations::performBackup(Backup backup) {
     std::optional<OpError> error;
     std::optional<QString> made;
     {
-        const DataTurns::Turn turn = co_await controller->m_dataTurns.take();
+        const DataTurns::Turn turn = co_await backup.dataTurns.take();
         try {
-            const BackupResult backup = co_await backUp(dataDir, destination);
-            made = backup.path;
-            error = databaseError(backup);
+            const BackupResult result = co_await backup.backUp(backup.dataDir, backup.destination);
+            made = result.path;
+            error = databaseError(result);
         } catch (const std::exception& failure) {
             error = OpError{u"The backup failed."_s, QString::fromUtf8(failure.what())};
         }
     }
-    if (controller) {
-        controller->backupEnded(error);
+    if (const auto operations = backup.operations.lock()) {
+        operations->backupEnded(error);
     }
     if (made) {
-        desktop->reveal(*made);
+        backup.desktop.reveal(*made);
     }
 }
 
-/// The operation that runs beside the backup keeps its own words; without one, whatever backups there are have theirs.
-void KumaController::showBackups() {
-    if (m_opTask) {
-        m_state.set(&ControllerState::busy, m_operationText);
-        return;
-    }
-    m_state.set(&ControllerState::busy, m_backupsUnderWay > 0 ? std::optional(backingUpText()) : std::nullopt);
-}
-
-void KumaController::backupEnded(const std::optional<OpError>& error) {
-    m_backupsUnderWay -= 1;
-    showBackups();
-    if (error) {
-        replaceError(*error);
-    }
-}
-
-void KumaController::restoreBackup() {
+void BackupOperations::restoreBackup() {
     m_tasks.start(askForRestore(), u"question about a restore"_s);
 }
 
-QCoro::Task<void> KumaController::askForRestore() {
+QCoro::Task<void> BackupOperations::askForRestore() {
     const OpenPanel panel = restorePanel();
-    const std::optional<QString> source = co_await m_env.dialogs->chooseOpenPath(panel);
+    const std::optional<QString> source = co_await m_dialogs.chooseOpenPath(panel);
     if (!source || source->isEmpty()) {
         co_return;
     }
-    const Alert question = restoreQuestion(dataDir());
-    const bool confirmed = co_await m_env.dialogs->confirm(question);
+    const Alert question = restoreQuestion(m_context.files.dataDir());
+    const bool confirmed = co_await m_dialogs.confirm(question);
     if (confirmed) {
-        runOp(u"Restoring backup…"_s,
-              [this, source = *source](std::stop_token stop) { return performRestore(source, stop); });
+        m_operations->run(u"Restoring backup…"_s,
+                          [this, source = *source](std::stop_token stop) { return performRestore(source, stop); });
     }
 }
 
-QCoro::Task<void> KumaController::performRestore(QString source, std::stop_token stop) {
-    std::optional<QString> failure;
-    {
-        // Before the stop: a backup that is under way need not have the server stand still.
-        const DataTurns::Turn turn = co_await m_dataTurns.take();
-        if (!m_state->dockerPath) {
-            m_state.set(&ControllerState::dockerPath, m_env.findDocker(m_state->dockerOverride));
-        }
-        const bool isStopped = co_await tryStop();
-        if (!isStopped) {
-            co_return;
-        }
-        // A stop that could not look at the container ends without an error, and the server may be running.
-        const ContainerLook look = co_await lookAtContainer();
-        if (mayServerRun(look)) {
-            m_state.set(&ControllerState::error, unknownContainerError(look.answer, u"Nothing was restored."_s));
-            co_return;
-        }
-        try {
-            co_await m_env.restore(source, dataDir(), backupsDir());
-        } catch (const std::exception& thrown) {
-            failure = QString::fromUtf8(thrown.what());
-        }
+QCoro::Task<Outcome> BackupOperations::performRestore(QString source, std::stop_token stop) {
+    const Outcome notReplaced = co_await replaceData(source);
+    if (notReplaced) {
+        co_return notReplaced;
     }
-    if (failure) {
-        m_state.set(&ControllerState::error, OpError{u"The restore failed. "_s + *failure, *failure});
-        co_return;
+    const Outcome notStopped = co_await stopWhatCameBack();
+    const Outcome notStarted = co_await m_containerOperations.performStart(stop);
+    co_return notStarted ? notStarted : notStopped;
+}
+
+QCoro::Task<Outcome> BackupOperations::replaceData(QString source) {
+    // Before the stop: a backup that is under way need not have the server stand still.
+    const DataTurns::Turn turn = co_await m_dataTurns.take();
+    findContainer(m_context);
+    const Outcome notStopped = co_await m_containerOperations.performStop();
+    if (notStopped) {
+        co_return notStopped;
     }
-    co_await stopWhatCameBack();
-    co_await performStart(stop);
+    // A stop that could not look at the container ends without an error, and the server may be running.
+    const QString consequence = u"Nothing was restored."_s;
+    const Outcome obstacle = co_await m_containerOperations.obstacleToData(consequence);
+    if (obstacle) {
+        co_return obstacle;
+    }
+    try {
+        co_await m_context.host.restore(source, m_context.files.dataDir(), m_context.files.backupsDir());
+    } catch (const std::exception& thrown) {
+        const QString reason = QString::fromUtf8(thrown.what());
+        co_return failed(u"The restore failed. "_s + reason, reason);
+    }
+    co_return std::nullopt;
 }
 
 /// A daemon that came back meanwhile has started its containers again, and that one works on the data that was
 /// replaced.
-QCoro::Task<void> KumaController::stopWhatCameBack() {
-    if (!m_state->dockerPath) {
-        co_return;
+QCoro::Task<Outcome> BackupOperations::stopWhatCameBack() {
+    const std::optional<Container> known = knownContainer(m_context);
+    if (!known) {
+        co_return std::nullopt;
     }
-    const QString docker = *m_state->dockerPath;
-    const std::optional<QString> state = co_await containerState(docker);
-    if (state == u"running"_s) {
-        co_await performStop();
+    const Container container = *known;
+    const std::optional<QString> word = co_await container.state();
+    if (word != u"running"_s) {
+        co_return std::nullopt;
     }
+    const Outcome stopped = co_await m_containerOperations.performStop();
+    co_return stopped;
 }
 
-void KumaController::revealDataFolder() {
+void BackupOperations::revealDataFolder() {
+    const ContainerFiles& files = m_context.files;
     // An empty folder must not come in the way of a restore, which is just filling the new one.
     if (!m_dataTurns.isTaken()) {
-        BackupManager::recover(dataDir(), backupsDir());
-        QDir().mkpath(dataDir());
+        BackupManager::recover(files.dataDir(), files.backupsDir());
+        QDir().mkpath(files.dataDir());
     }
-    m_env.desktop->reveal(dataDir());
+    m_desktop.reveal(files.dataDir());
 }
 
 } // namespace orvanel

@@ -1,6 +1,38 @@
 #include "controller/CappedLog.h"
 
+#include "task/Event.h"
+
+#include <memory>
+#include <mutex>
+#include <utility>
+
 namespace orvanel {
+namespace {
+
+struct Feed {
+    std::mutex mutex;
+    QString waiting;
+    bool isPosted = false;
+
+    /// Whether the receiving thread must be told to come and take it.
+    bool add(const QString& chunk) {
+        const std::lock_guard lock(mutex);
+        waiting += chunk;
+        // What stays is enough to have any log cut that it is appended to, and holds all that is kept of that.
+        if (waiting.size() > 2 * cappedLogLimit) {
+            waiting = waiting.last(cappedLogLimit);
+        }
+        return !std::exchange(isPosted, true);
+    }
+
+    QString take() {
+        const std::lock_guard lock(mutex);
+        isPosted = false;
+        return std::exchange(waiting, {});
+    }
+};
+
+} // namespace
 
 QString appendCapped(QString log, const QString& chunk) {
     constexpr qsizetype kept = 20000;
@@ -11,6 +43,24 @@ QString appendCapped(QString log, const QString& chunk) {
     }
     const qsizetype start = log.size() - kept;
     return log.sliced(log.at(start).isLowSurrogate() ? start + 1 : start);
+}
+
+DockerCLI::OutputCallback logFeed(std::function<void(const QString& text)> append) {
+    const auto feed = std::make_shared<Feed>();
+    const PostToThread post = postToThisThread();
+    return [feed, post, append = std::move(append)](QString chunk) {
+        if (feed->add(chunk)) {
+            post([feed, append] { append(feed->take()); });
+        }
+    };
+}
+
+DockerCLI::OutputCallback cappedLogFeed(StateStore& state, QString ControllerState::*log) {
+    return logFeed([weak = state.weak_from_this(), log](const QString& text) {
+        if (const auto store = weak.lock()) {
+            store->set(log, appendCapped(**store.*log, text));
+        }
+    });
 }
 
 } // namespace orvanel

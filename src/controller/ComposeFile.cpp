@@ -1,14 +1,16 @@
 #include "controller/ComposeFile.h"
 
 #include "backup/BackupManager.h"
-#include "controller/KumaController.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
+#include <QTemporaryFile>
 
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -16,6 +18,10 @@ namespace orvanel {
 
 QString imageRepository() {
     return u"louislam/uptime-kuma"_s;
+}
+
+QString imageReference(const QString& tag) {
+    return u"%1:%2"_s.arg(imageRepository(), tag);
 }
 
 QString composeText(const QString& imageTag, int port) {
@@ -36,6 +42,10 @@ QString composeText(const QString& imageTag, int port) {
 
 namespace {
 
+QString described(const QString& path, const std::error_code& error) {
+    return u"%1: %2"_s.arg(path, QString::fromStdString(error.message()));
+}
+
 /// A file that cannot be read, or is longer than any text of ours, is simply another text.
 bool holds(const QString& path, const QByteArray& content) {
     QFile file(path);
@@ -44,64 +54,55 @@ bool holds(const QString& path, const QByteArray& content) {
            file.readAll() == content;
 }
 
-/// QSaveFile refuses to take the place of a file that may not be written, and would inherit that it may not be read.
-void makeReplaceable(const QString& path) {
+/// Writes beside the file and takes its place when all is on disk, so that a failure leaves the old file whole.
+/// QSaveFile refuses a file that may not be written, and does not tell when the last of the text finds the disk full.
+std::optional<QString> replaceFile(const QString& path, const QByteArray& content) {
     const QFileInfo existing(path);
-    if (existing.isFile() && !(existing.isReadable() && existing.isWritable())) {
-        QFile::remove(path);
+    const QString target = existing.isSymLink() ? existing.symLinkTarget() : path;
+    QTemporaryFile file(target + u".XXXXXX"_s);
+    const bool isWritten = file.open() && file.write(content) == content.size() && file.flush();
+    if (!isWritten) {
+        return u"%1: %2"_s.arg(path, file.errorString());
     }
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
+    const QByteArray from = QFile::encodeName(file.fileName());
+    if (::fsync(file.handle()) != 0 || ::rename(from.constData(), QFile::encodeName(target).constData()) != 0) {
+        return described(path, {errno, std::generic_category()});
+    }
+    file.setAutoRemove(false);
+    return std::nullopt;
 }
 
 } // namespace
 
-std::optional<QString> KumaController::prepareFiles() {
+ContainerFiles::ContainerFiles(const QString& applicationSupport)
+    : m_folder(applicationSupport + u"/Orvanel"_s) {}
+
+QString ContainerFiles::dataDir() const {
+    return m_folder + u"/data"_s;
+}
+
+QString ContainerFiles::backupsDir() const {
+    return m_folder + u"/Backups"_s;
+}
+
+QString ContainerFiles::composeFile() const {
+    return m_folder + u"/docker-compose.yml"_s;
+}
+
+std::optional<QString> ContainerFiles::prepare(const QString& imageTag, int port) const {
     // What a killed restore took away must come back before an empty folder takes its place.
     BackupManager::recover(dataDir(), backupsDir());
     std::error_code error;
     std::filesystem::create_directories(QFile::encodeName(dataDir()).toStdString(), error);
     if (error) {
-        return u"%1: %2"_s.arg(dataDir(), QString::fromStdString(error.message()));
+        return described(dataDir(), error);
     }
-    const QByteArray text = composeText(m_state->imageTag, m_state->port).toUtf8();
-    if (holds(composeURL(), text)) {
+    const QByteArray text = composeText(imageTag, port).toUtf8();
+    if (holds(composeFile(), text)) {
         return std::nullopt;
     }
-    makeReplaceable(composeURL());
-    QSaveFile file(composeURL());
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
-        return u"%1: %2"_s.arg(composeURL(), file.errorString());
-    }
-    return std::nullopt;
-}
-
-QStringList KumaController::composeArgs(const QStringList& extra) const {
-    return QStringList{u"compose"_s, u"-p"_s, u"orvanel"_s, u"-f"_s, composeURL()} + extra;
-}
-
-QCoro::Task<bool> KumaController::ensureCompose(QString docker) {
-    if (m_state->composeAvailable) {
-        co_return *m_state->composeAvailable;
-    }
-    const QStringList arguments{u"compose"_s, u"version"_s};
-    const CommandResult result = co_await command(docker, arguments, std::chrono::seconds(10));
-    // The user may have chosen another tool meanwhile, about which this answer says nothing.
-    if (m_state->dockerPath != docker) {
-        co_return result.isSuccess();
-    }
-    // Somebody else may have asked at the same time; all go by the first answer.
-    if (!m_state->composeAvailable) {
-        m_state.set(&ControllerState::composeAvailable, result.isSuccess());
-    }
-    co_return *m_state->composeAvailable;
-}
-
-std::optional<int> KumaController::freePort() const {
-    for (int candidate = 3002; candidate <= 3010; ++candidate) {
-        if (candidate != m_state->port && m_env.isPortFree(candidate)) {
-            return candidate;
-        }
-    }
-    return std::nullopt;
+    return replaceFile(composeFile(), text);
 }
 
 } // namespace orvanel

@@ -2,13 +2,37 @@
 
 #include <QString>
 
+#include <optional>
+
 namespace orvanel {
 
 /// The Uptime Kuma project's official image repository, without tag.
 QString imageRepository();
 
+/// The image that `tag` names: repository, colon, tag.
+QString imageReference(const QString& tag);
+
 /// The text of the compose file that describes the one service: Uptime Kuma, published on 127.0.0.1 only, with the
 /// folder "data" beside the file as its data folder.
 QString composeText(const QString& imageTag, int port);
+
+/// Where Uptime Kuma's data and the files around it lie: the folder "Orvanel" in the user's application-support folder.
+class ContainerFiles {
+public:
+    explicit ContainerFiles(const QString& applicationSupport);
+
+    /// Uptime Kuma's data, mounted into the container.
+    QString dataDir() const;
+    /// The automatic backups, and the data that a restore has replaced.
+    QString backupsDir() const;
+    QString composeFile() const;
+
+    /// Creates the data folder, and writes the compose file where its text differs. The description of the failure, or
+    /// none after success.
+    std::optional<QString> prepare(const QString& imageTag, int port) const;
+
+private:
+    QString m_folder;
+};
 
 } // namespace orvanel

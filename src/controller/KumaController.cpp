@@ -1,156 +1,245 @@
 #include "controller/KumaController.h"
 
-#include "controller/ComposeFile.h"
-#include "controller/StatusLine.h"
+#include "controller/BackupOperations.h"
+#include "controller/ControllerEnvironment.h"
+#include "controller/ImageTag.h"
+#include "controller/Poller.h"
+#include "controller/RuntimeSetup.h"
+#include "controller/Updater.h"
 
 using namespace Qt::StringLiterals;
 
 namespace orvanel {
-namespace {
 
-constexpr int defaultPort = 3001;
+/// Who does the work, in the order in which each needs the ones before.
+struct KumaController::Parts {
+    Parts(const ControllerEnvironment& env, std::function<void()> changed)
+        : host(env.host ? env.host : std::make_shared<const HostFunctions>())
+        , loginItem(*env.loginItem)
+        , state(std::make_shared<StateStore>(std::move(changed)))
+        , settings(*env.defaults, *state)
+        , files(env.applicationSupport)
+        , bringUp(*env.clock)
+        , operations(std::make_shared<Operations>(*state, tasks, refresh))
+        , containerOperations(context, *operations, dataTurns, *env.dialogs, tasks)
+        , statusWatch(*state, *env.clock, *env.notifier, env.fetchStatusPage)
+        , poller(context, *operations, statusWatch, *env.clock, env.pageAnswers, tasks)
+        , runtimeSetup(context, *env.clock, refresh, tasks)
+        , updater(context, settings, *operations, containerOperations, dataTurns, *env.dialogs, env.fetchLatestRelease,
+                  tasks)
+        , backups(context, operations, containerOperations, dataTurns, *env.dialogs, *env.desktop, tasks) {}
 
-QString portKey() {
-    return u"port"_s;
-}
-QString slugKey() {
-    return u"slug"_s;
-}
-QString stopOnQuitKey() {
-    return u"stopOnQuit"_s;
-}
-QString dockerOverrideKey() {
-    return u"dockerOverride"_s;
-}
-QString imageTagKey() {
-    return u"imageTag"_s;
-}
-QString hasSeenGuideKey() {
-    return u"hasSeenGuide"_s;
-}
+    const std::shared_ptr<const HostFunctions> host;
+    LoginItem& loginItem;
+    TaskScope tasks;
+    const std::shared_ptr<StateStore> state;
+    UserSettings settings;
+    const ContainerFiles files;
+    BringUp bringUp;
+    const ContainerContext context{*state, *host, files, bringUp};
+    const DataTurns dataTurns;
+    const Operations::Refresh refresh = [this](std::stop_token stop) { return poller.refresh(stop); };
+    const std::shared_ptr<Operations> operations;
+    ContainerOperations containerOperations;
+    StatusWatch statusWatch;
+    Poller poller;
+    RuntimeSetup runtimeSetup;
+    Updater updater;
+    BackupOperations backups;
+};
 
-int validPort(int port) {
-    return port >= 1024 && port <= 65535 ? port : defaultPort;
-}
-
-} // namespace
-
-KumaController::KumaController(ControllerEnvironment environment)
-    : m_env(std::move(environment)) {
-    const SettingsStore& defaults = *m_env.defaults;
-    m_state.set(&ControllerState::port, validPort(defaults.integer(portKey(), 0)));
-    m_state.set(&ControllerState::slug, defaults.text(slugKey(), {}));
-    m_state.set(&ControllerState::stopOnQuit, defaults.boolean(stopOnQuitKey(), false));
-    m_state.set(&ControllerState::dockerOverride, defaults.text(dockerOverrideKey(), {}));
-    m_state.set(&ControllerState::imageTag, defaults.text(imageTagKey(), u"2"_s));
-    m_state.set(&ControllerState::hasSeenGuide, defaults.boolean(hasSeenGuideKey(), false));
-}
+KumaController::KumaController(const ControllerEnvironment& environment)
+    : m_parts(std::make_unique<Parts>(environment, [this] { Q_EMIT changed(); })) {}
 
 KumaController::~KumaController() {
-    Q_ASSERT(m_tasks.running() == 0);
+    Q_ASSERT(m_parts->tasks.running() == 0);
 }
 
-QCoro::Task<CommandResult> KumaController::command(QString path, QStringList arguments,
-                                                   std::chrono::seconds limit) const {
-    return m_env.run(path, arguments, limit, nullptr, nullptr);
-}
-
-QCoro::Task<void> KumaController::finished() {
-    co_await m_tasks.finished();
-    co_await m_backups.finished();
+const ControllerState& KumaController::state() const {
+    return **m_parts->state;
 }
 
 bool KumaController::setPort(int port) {
-    m_state.set(&ControllerState::port, port);
-    return saved(m_env.defaults->setInteger(portKey(), port));
+    return m_parts->settings.setPort(port);
 }
 
 bool KumaController::setSlug(const QString& slug) {
-    m_state.set(&ControllerState::slug, slug);
-    const bool isSaved = saved(m_env.defaults->setText(slugKey(), slug));
-    forgetBaseline();
-    m_state.set(&ControllerState::monitors, QList<MonitorRow>());
-    m_state.set(&ControllerState::statusError, std::nullopt);
-    m_lastStatusFetch = std::nullopt;
+    const bool isSaved = m_parts->settings.setSlug(slug);
+    m_parts->statusWatch.forget();
     return isSaved;
 }
 
 bool KumaController::setStopOnQuit(bool stop) {
-    m_state.set(&ControllerState::stopOnQuit, stop);
-    return saved(m_env.defaults->setBoolean(stopOnQuitKey(), stop));
+    return m_parts->settings.setStopOnQuit(stop);
 }
 
 bool KumaController::setDockerOverride(const QString& path) {
-    m_state.set(&ControllerState::dockerOverride, path);
-    const bool isSaved = saved(m_env.defaults->setText(dockerOverrideKey(), path));
-    m_state.set(&ControllerState::dockerPath, std::nullopt);
-    m_state.set(&ControllerState::composeAvailable, std::nullopt);
-    return isSaved;
+    return m_parts->settings.setDockerOverride(path);
 }
 
 bool KumaController::setImageTag(const QString& tag) {
-    m_state.set(&ControllerState::imageTag, tag);
-    return saved(m_env.defaults->setText(imageTagKey(), tag));
+    return m_parts->settings.setImageTag(tag);
 }
 
-void KumaController::setHasSeenGuide(bool seen) {
-    m_state.set(&ControllerState::hasSeenGuide, seen);
-    saved(m_env.defaults->setBoolean(hasSeenGuideKey(), seen));
-}
-
-/// A setting that could not be stored holds until the program ends; the user should know before that.
-bool KumaController::saved(bool success) {
-    if (!success) {
-        replaceError(
-            {u"The settings could not be saved."_s, u"%1 could not be written."_s.arg(m_env.defaults->file())});
-    }
-    return success;
-}
-
-void KumaController::setDockerState(DockerState state, const QString& details) {
-    m_state.set(&ControllerState::runtimeDetails, details);
-    m_state.set(&ControllerState::dockerState, state);
+bool KumaController::setHasSeenGuide(bool seen) {
+    return m_parts->settings.setHasSeenGuide(seen);
 }
 
 bool KumaController::launchAtLogin() const {
-    return m_env.loginItem->isEnabled();
+    return m_parts->loginItem.isEnabled();
 }
 
 void KumaController::setLaunchAtLogin(bool launch) {
-    const std::optional<QString> failure = m_env.loginItem->setEnabled(launch);
+    const std::optional<QString> failure = m_parts->loginItem.setEnabled(launch);
     if (failure) {
-        replaceError({u"Could not change launch at login."_s, *failure});
+        replaceError(*m_parts->state, {u"Could not change launch at login."_s, *failure});
     }
     // Told in any case, so that a switch shows the true status again.
     Q_EMIT changed();
 }
 
 Health KumaController::health() const {
-    return healthOf(m_state->dockerState, m_state->kuma, m_state->monitors);
+    return healthOf(state().dockerState, state().kuma, state().monitors);
 }
 
 QString KumaController::statusLine() const {
-    return statusLineOf(m_state->busy, m_state->dockerState, m_state->kuma, m_state->monitors);
+    return statusLineOf(state().busy, state().dockerState, state().kuma, state().monitors);
 }
 
 QString KumaController::dataDir() const {
-    return m_env.applicationSupport + u"/Orvanel/data"_s;
+    return m_parts->files.dataDir();
 }
 
 QString KumaController::backupsDir() const {
-    return m_env.applicationSupport + u"/Orvanel/Backups"_s;
+    return m_parts->files.backupsDir();
 }
 
 QString KumaController::composeURL() const {
-    return m_env.applicationSupport + u"/Orvanel/docker-compose.yml"_s;
+    return m_parts->files.composeFile();
 }
 
 QUrl KumaController::dashboardURL() const {
-    return QUrl(u"http://127.0.0.1:%1/"_s.arg(m_state->port));
+    return QUrl(u"http://127.0.0.1:%1/"_s.arg(state().port));
 }
 
 QString KumaController::imageReference() const {
-    return u"%1:%2"_s.arg(imageRepository(), m_state->imageTag);
+    return orvanel::imageReference(state().imageTag);
+}
+
+bool KumaController::majorChange() const {
+    return isMajorChange(state().imageTag, state().latestVersion);
+}
+
+void KumaController::begin() {
+    m_parts->bringUp.allow();
+    // What a restore left that ended with the last run: no look at the data is to find it missing.
+    BackupManager::recover(dataDir(), backupsDir());
+    m_parts->poller.begin();
+}
+
+void KumaController::recheck() {
+    m_parts->poller.recheck();
+}
+
+void KumaController::start() {
+    m_parts->containerOperations.start();
+}
+
+void KumaController::stop() {
+    m_parts->containerOperations.stop();
+}
+
+void KumaController::restart() {
+    m_parts->containerOperations.restart();
+}
+
+void KumaController::cancelOperation() {
+    m_parts->operations->cancel();
+}
+
+void KumaController::removeEverything() {
+    m_parts->containerOperations.removeEverything();
+}
+
+QCoro::Task<QString> KumaController::fetchLogs() {
+    const std::optional<Container> known = knownContainer(m_parts->context);
+    if (!known) {
+        co_return u"Docker was not found."_s;
+    }
+    const Container container = *known;
+    const CommandResult result = co_await container.logs();
+    if (result.status != 0 && result.output.isEmpty()) {
+        co_return u"No logs. The container may not exist yet."_s;
+    }
+    co_return result.output;
+}
+
+void KumaController::installAndStartRuntime() {
+    m_parts->runtimeSetup.installAndStart();
+}
+
+void KumaController::startRuntime() {
+    m_parts->runtimeSetup.start();
+}
+
+void KumaController::cancelSetup() {
+    m_parts->runtimeSetup.cancel();
+}
+
+void KumaController::checkForUpdates() {
+    m_parts->updater.checkForUpdates();
+}
+
+void KumaController::updateNow() {
+    m_parts->updater.updateNow();
+}
+
+void KumaController::backUpNow() {
+    m_parts->backups.backUpNow();
+}
+
+void KumaController::restoreBackup() {
+    m_parts->backups.restoreBackup();
+}
+
+void KumaController::revealDataFolder() {
+    m_parts->backups.revealDataFolder();
+}
+
+std::optional<QString> KumaController::prepareFiles() {
+    return m_parts->files.prepare(state().imageTag, state().port);
+}
+
+void KumaController::shutdownPolling() {
+    m_parts->bringUp.forbid();
+    m_parts->poller.end();
+    m_parts->runtimeSetup.cancel();
+    m_parts->operations->cancelChild();
+    // The program may end before the operation notices that its download was cancelled.
+    m_parts->updater.takeBackTag();
+}
+
+bool KumaController::mayBeComingUp() const {
+    return m_parts->bringUp.mayBeComingUp();
+}
+
+QCoro::Task<void> KumaController::runStop() {
+    const std::optional<Container> known = knownContainer(m_parts->context);
+    if (!known) {
+        co_return;
+    }
+    const Container container = *known;
+    co_await m_parts->bringUp.end();
+    co_await container.stop();
+}
+
+QCoro::Task<void> KumaController::finished() {
+    co_await m_parts->tasks.finished();
+    co_await m_parts->backups.finished();
+}
+
+bool KumaController::isIdle() const {
+    return m_parts->tasks.running() == 0 && m_parts->backups.backups().running() == 0;
 }
 
 } // namespace orvanel

@@ -1,12 +1,7 @@
+#include "controller/RuntimeSetup.h"
+
 #include "controller/CappedLog.h"
-#include "controller/KumaController.h"
-#include "controller/LogFeed.h"
 #include "task/Clock.h"
-
-#include <QPointer>
-#include <QScopeGuard>
-
-#include <exception>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -15,170 +10,149 @@ namespace orvanel {
 namespace {
 
 constexpr auto installLimit = 1800s;
-constexpr auto infoLimit = 15s;
 constexpr auto startLimit = 900s;
 constexpr auto waitProbeLimit = 10s;
 constexpr auto waitPause = 2s;
 constexpr int waitProbes = 10;
 
-QString cancelledOr(const CommandResult& result, const QString& message) {
-    return result.cancelled ? u"Cancelled."_s : message;
+Failure cancelledOr(const CommandResult& result, const QString& message) {
+    return failed(result.cancelled ? u"Cancelled."_s : message, result.output);
 }
 
 } // namespace
 
-void KumaController::installAndStartRuntime() {
-    runSetup(u"runtime installation"_s, [this](std::stop_token stop) { return performInstall(stop); });
+RuntimeSetup::RuntimeSetup(const ContainerContext& context, Clock& clock, Refresh refresh, TaskScope& tasks)
+    : m_context(context)
+    , m_clock(clock)
+    , m_refresh(std::move(refresh))
+    , m_slot(tasks) {}
+
+void RuntimeSetup::installAndStart() {
+    run(u"runtime installation"_s, [this](std::stop_token stop) { return performInstall(stop); });
 }
 
-void KumaController::startRuntime() {
-    if (m_state->dockerPath) {
-        runSetup(u"runtime start"_s, [this, docker = *m_state->dockerPath](std::stop_token stop) {
-            return startColimaIfNeeded(docker, stop);
-        });
+void RuntimeSetup::start() {
+    const std::optional<Container> container = knownContainer(m_context);
+    if (container) {
+        run(u"runtime start"_s,
+            [this, container = *container](std::stop_token stop) { return startColimaIfNeeded(container, stop); });
     }
 }
 
-void KumaController::cancelSetup() {
-    if (m_setupHandle) {
-        m_setupHandle->cancel();
-    }
-    if (m_setupTask) {
-        m_setupTask->request_stop();
-    }
-}
-
-void KumaController::runSetup(const QString& name, OperationBody body) {
-    if (m_setupTask) {
+/// The log stays afterwards, so that a failed setup can be read.
+void RuntimeSetup::run(const QString& name, OperationSlot::Body body) {
+    if (m_slot.isTaken()) {
         return;
     }
-    m_setupTask.emplace();
-    m_setupHandle = std::make_shared<ProcessHandle>();
-    m_state.set(&ControllerState::error, std::nullopt);
-    m_state.set(&ControllerState::suggestedPort, std::nullopt);
-    m_state.set(&ControllerState::setupLog, QString());
-    m_tasks.start(performSetup(std::move(body)), name);
-}
-
-/// The error and the log stay, so that a failed setup can be read.
-QCoro::Task<void> KumaController::performSetup(OperationBody body) {
-    const auto ended = qScopeGuard([this] {
-        m_state.set(&ControllerState::setupBusy, std::nullopt);
-        m_setupTask.reset();
-        m_setupHandle.reset();
+    m_context.state.update([](ControllerState& state) {
+        state.error = std::nullopt;
+        state.suggestedPort = std::nullopt;
+        state.setupLog.clear();
     });
-    const std::stop_token stop = m_setupTask->get_token();
-    try {
-        co_await body(stop);
-    } catch (const std::exception& failure) {
-        fail(failure);
-    }
+    m_slot.begin(name, std::move(body), [this](const Outcome& outcome, const std::stop_token&) {
+        m_context.state.update([&outcome](ControllerState& state) {
+            state.setupBusy = std::nullopt;
+            if (outcome) {
+                state.error = outcome->error;
+                state.suggestedPort = outcome->suggestedPort;
+            }
+        });
+    });
 }
 
-QCoro::Task<void> KumaController::performInstall(std::stop_token stop) {
-    const bool isInstalled = co_await installRuntime();
-    if (!isInstalled) {
-        co_return;
+QCoro::Task<Outcome> RuntimeSetup::performInstall(std::stop_token stop) {
+    const Outcome notInstalled = co_await install();
+    if (notInstalled) {
+        co_return notInstalled;
     }
-    m_state.set(&ControllerState::dockerPath, std::nullopt);
-    m_state.set(&ControllerState::composeAvailable, std::nullopt);
-    const std::optional<QString> docker = m_env.findDocker(m_state->dockerOverride);
-    if (!docker) {
-        m_state.set(&ControllerState::error,
-                    OpError{u"The docker command line tool was not found after the install."_s, m_state->setupLog});
-        co_return;
+    m_context.state.update([](ControllerState& state) {
+        state.dockerPath = std::nullopt;
+        state.composeAvailable = std::nullopt;
+    });
+    const std::optional<Container> found = findContainer(m_context);
+    if (!found) {
+        co_return failed(u"The docker command line tool was not found after the install."_s, m_context.state->setupLog);
     }
-    m_state.set(&ControllerState::dockerPath, docker);
-    co_await startColimaIfNeeded(*docker, stop);
+    const Container container = *found;
+    const Outcome started = co_await startColimaIfNeeded(container, stop);
+    co_return started;
 }
 
-/// Installs what is missing; false when that failed, with the reason published.
-QCoro::Task<bool> KumaController::installRuntime() {
-    if (m_env.findTool(u"colima"_s) && m_env.findDocker(m_state->dockerOverride)) {
-        co_return true;
+/// Installs what is missing.
+QCoro::Task<Outcome> RuntimeSetup::install() {
+    const HostFunctions& host = m_context.host;
+    if (host.findTool(u"colima"_s) && host.findDocker(m_context.state->dockerOverride)) {
+        co_return std::nullopt;
     }
-    const std::optional<QString> brew = m_env.findTool(u"brew"_s);
+    const std::optional<QString> brew = host.findTool(u"brew"_s);
     if (!brew) {
-        m_state.set(&ControllerState::error,
-                    OpError{u"Homebrew is not installed, so the app cannot install Colima for you."_s, {}});
-        co_return false;
+        co_return failed(u"Homebrew is not installed, so the app cannot install Colima for you."_s);
     }
-    m_state.set(&ControllerState::setupBusy, u"Installing Colima and Docker with Homebrew"_s);
-    appendSetup(u"$ brew install colima docker\n"_s);
+    showStep(u"Installing Colima and Docker with Homebrew"_s, u"brew install colima docker"_s);
     const QStringList arguments{u"install"_s, u"colima"_s, u"docker"_s};
-    const CommandResult result = co_await setupCommand(*brew, arguments, installLimit);
+    const CommandResult result = co_await command(*brew, arguments, installLimit);
     if (!result.isSuccess()) {
-        m_state.set(&ControllerState::error,
-                    OpError{cancelledOr(result, u"Homebrew could not install Colima and Docker."_s), result.output});
-        co_return false;
+        co_return cancelledOr(result, u"Homebrew could not install Colima and Docker."_s);
     }
-    co_return true;
+    co_return std::nullopt;
 }
 
-QCoro::Task<void> KumaController::startColimaIfNeeded(QString docker, std::stop_token stop) {
-    const QStringList info{u"info"_s};
-    const CommandResult probe = co_await command(docker, info, infoLimit);
+QCoro::Task<Outcome> RuntimeSetup::startColimaIfNeeded(Container container, std::stop_token stop) {
+    const CommandResult probe = co_await container.runtime();
     if (probe.isSuccess()) {
-        publishReady(docker);
-        co_await refresh(stop);
-        co_return;
+        publishReady(container);
+        co_await m_refresh(stop);
+        co_return std::nullopt;
     }
-    const std::optional<QString> colima = m_env.findTool(u"colima"_s);
+    const std::optional<QString> colima = m_context.host.findTool(u"colima"_s);
     if (!colima) {
-        m_state.set(&ControllerState::error, OpError{u"Colima is not installed."_s, probe.output});
-        co_return;
+        co_return failed(u"Colima is not installed."_s, probe.output);
     }
-    m_state.set(&ControllerState::setupBusy, u"Starting Colima (the first start downloads a small Linux VM)"_s);
-    appendSetup(u"$ colima start\n"_s);
+    showStep(u"Starting Colima (the first start downloads a small Linux VM)"_s, u"colima start"_s);
     const QStringList arguments(u"start"_s);
-    const CommandResult start = co_await setupCommand(*colima, arguments, startLimit);
+    const CommandResult start = co_await command(*colima, arguments, startLimit);
     if (!start.isSuccess()) {
-        m_state.set(&ControllerState::error, OpError{cancelledOr(start, u"Colima could not start."_s), start.output});
-        co_return;
+        co_return cancelledOr(start, u"Colima could not start."_s);
     }
-    const bool answers = co_await waitForDaemon(docker, stop);
+    const bool answers = co_await waitForDaemon(container.docker(), stop);
     if (!answers) {
-        m_state.set(&ControllerState::error,
-                    OpError{u"Colima started but the Docker daemon is not answering."_s, start.output});
-        co_return;
+        co_return failed(u"Colima started but the Docker daemon is not answering."_s, start.output);
     }
-    publishReady(docker);
-    co_await refresh(stop);
+    publishReady(container);
+    co_await m_refresh(stop);
+    co_return std::nullopt;
 }
 
 /// Says nothing of another tool that the user may have chosen meanwhile.
-void KumaController::publishReady(const QString& docker) {
-    if (m_state->dockerPath == docker) {
-        setDockerState(DockerState::ready);
+void RuntimeSetup::publishReady(const Container& container) {
+    if (m_context.state->dockerPath == container.docker()) {
+        setDockerState(m_context.state, DockerState::ready);
     }
 }
 
 /// A cancel only cuts the pauses short: the remaining probes run, because the runtime itself is started already.
-QCoro::Task<bool> KumaController::waitForDaemon(QString docker, std::stop_token stop) {
+QCoro::Task<bool> RuntimeSetup::waitForDaemon(QString docker, std::stop_token stop) {
     const QStringList ps(u"ps"_s);
     for (int probes = 0; probes < waitProbes; ++probes) {
-        const CommandResult probe = co_await command(docker, ps, waitProbeLimit);
+        const CommandResult probe = co_await m_context.host.run(docker, ps, waitProbeLimit, nullptr, nullptr);
         if (probe.isSuccess()) {
             co_return true;
         }
-        co_await sleepFor(m_env.clock, waitPause, stop);
+        co_await sleepFor(&m_clock, waitPause, stop);
     }
     co_return false;
 }
 
-/// Runs one of the long commands of a setup: it can be cancelled, and its output goes to the live log.
-QCoro::Task<CommandResult> KumaController::setupCommand(QString path, QStringList arguments,
-                                                        std::chrono::seconds limit) {
-    const DockerCLI::OutputCallback feed = logFeed([self = QPointer(this)](const QString& text) {
-        if (self) {
-            self->appendSetup(text);
-        }
-    });
-    return m_env.run(path, arguments, limit, m_setupHandle, feed);
+QCoro::Task<CommandResult> RuntimeSetup::command(QString path, QStringList arguments, std::chrono::seconds limit) {
+    const DockerCLI::OutputCallback feed = cappedLogFeed(m_context.state, &ControllerState::setupLog);
+    return m_context.host.run(path, arguments, limit, m_slot.handle(), feed);
 }
 
-void KumaController::appendSetup(const QString& text) {
-    m_state.set(&ControllerState::setupLog, appendCapped(m_state->setupLog, text));
+void RuntimeSetup::showStep(const QString& text, const QString& commandLine) {
+    m_context.state.update([&](ControllerState& state) {
+        state.setupBusy = text;
+        state.setupLog = appendCapped(state.setupLog, u"$ %1\n"_s.arg(commandLine));
+    });
 }
 
 } // namespace orvanel

@@ -3,12 +3,13 @@
 #include "controller/ControllerState.h"
 
 #include <functional>
+#include <memory>
 #include <utility>
 
 namespace orvanel {
 
 /// Holds the published state, and is the only way to change it. Main thread only.
-class StateStore {
+class StateStore : public std::enable_shared_from_this<StateStore> {
 public:
     /// `changed` is called after each update that made a difference.
     explicit StateStore(std::function<void()> changed)
@@ -41,5 +42,21 @@ private:
     ControllerState m_state;
     const std::function<void()> m_changed;
 };
+
+/// `details`: what the docker tool said when no runtime answered.
+inline void setDockerState(StateStore& state, DockerState dockerState, const QString& details = {}) {
+    state.update([&](ControllerState& next) {
+        next.dockerState = dockerState;
+        next.runtimeDetails = details;
+    });
+}
+
+/// An error from elsewhere takes the place of the last operation's, and of the way out that was offered with that.
+inline void replaceError(StateStore& state, const OpError& error) {
+    state.update([&](ControllerState& next) {
+        next.error = error;
+        next.suggestedPort = std::nullopt;
+    });
+}
 
 } // namespace orvanel

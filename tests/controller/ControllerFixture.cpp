@@ -51,27 +51,29 @@ ControllerEnvironment ControllerFixture::environment() {
     env.desktop = &desktop;
     env.dialogs = &dialogs;
     env.applicationSupport = applicationSupport;
-    env.run = [this](QString path, QStringList arguments, std::chrono::duration<double> limit,
-                     std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
+    const auto host = std::make_shared<HostFunctions>();
+    host->run = [this](QString path, QStringList arguments, std::chrono::duration<double> limit,
+                       std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
         return run(std::move(path), std::move(arguments), limit, std::move(handle), std::move(onOutput));
     };
-    env.findDocker = [this](const QString& override) -> std::optional<QString> {
+    host->findDocker = [this](const QString& override) -> std::optional<QString> {
         dockerSearches += 1;
         return executables.contains(override.trimmed()) ? override.trimmed() : installedDocker;
     };
-    env.findTool = [this](const QString& name) -> std::optional<QString> {
+    host->findTool = [this](const QString& name) -> std::optional<QString> {
         toolSearches.append(name);
         return installedTools.contains(name) ? std::optional(installedTools.value(name)) : std::nullopt;
     };
-    env.isPortFree = [this](int port) { return !listeningPorts.contains(port) && !closingPorts.contains(port); };
-    env.isPortFreeForListening = [this](int port) { return !listeningPorts.contains(port); };
+    host->isPortFree = [this](int port) { return !listeningPorts.contains(port) && !closingPorts.contains(port); };
+    host->isPortFreeForListening = [this](int port) { return !listeningPorts.contains(port); };
     env.pageAnswers = [this](int port) { return page.pageAnswers(port); };
     env.fetchStatusPage = [this](int port, QString slug) { return page.fetch(port, std::move(slug)); };
     env.fetchLatestRelease = [this] { return releases.fetch(); };
-    backups.install(env);
+    backups.install(*host);
     if (adjust) {
-        adjust(env);
+        adjust(env, *host);
     }
+    env.host = host;
     return env;
 }
 

@@ -4,6 +4,8 @@
 #include "ScriptedBackups.h"
 #include "ScriptedPage.h"
 #include "ScriptedReleases.h"
+#include "controller/ControllerEnvironment.h"
+#include "controller/HostFunctions.h"
 #include "controller/KumaController.h"
 #include "standin/tools/InProcessDocker.h"
 #include "support/FakeClock.h"
@@ -69,7 +71,7 @@ public:
     QSet<int> closingPorts;
 
     /// Puts something else, or the real thing, in the place of what the controller would be given.
-    std::function<void(ControllerEnvironment& environment)> adjust;
+    std::function<void(ControllerEnvironment& environment, HostFunctions& host)> adjust;
 
     /// Made when it is first asked for, from the settings file of that moment.
     KumaController& controller();

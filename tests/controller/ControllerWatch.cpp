@@ -31,7 +31,7 @@ ControllerWatch::ControllerWatch(ControllerFixture* world)
                            std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
         return run(std::move(path), std::move(arguments), limit, std::move(handle), std::move(onOutput));
     };
-    world->adjust = [this](ControllerEnvironment& environment) {
+    world->adjust = [this](ControllerEnvironment& environment, HostFunctions&) {
         environment.pageAnswers = [this](int port) { return pageAnswers(port); };
         environment.fetchStatusPage = [this](int port, QString slug) { return fetch(port, std::move(slug)); };
     };

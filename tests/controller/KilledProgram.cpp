@@ -3,6 +3,8 @@
 // backup. Arguments: the folder that holds its settings and data, "start" or "update", the number.
 
 #include "RecordingPlatform.h"
+#include "controller/ControllerEnvironment.h"
+#include "controller/HostFunctions.h"
 #include "controller/KumaController.h"
 #include "support/Await.h"
 #include "task/Clock.h"
@@ -73,10 +75,12 @@ int work(const QString& folder, const QString& what) {
     environment.desktop = &desktop;
     environment.dialogs = &dialogs;
     environment.applicationSupport = folder;
-    environment.run = &run;
+    const auto host = std::make_shared<HostFunctions>();
+    host->run = &run;
     environment.pageAnswers = &pageAnswers;
     environment.fetchLatestRelease = &latestRelease;
-    environment.autoBackup = &autoBackup;
+    host->autoBackup = &autoBackup;
+    environment.host = host;
 
     KumaController kuma(environment);
     kuma.recheck();

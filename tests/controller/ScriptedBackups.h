@@ -1,7 +1,7 @@
 #pragma once
 
 #include "backup/BackupManager.h"
-#include "controller/ControllerEnvironment.h"
+#include "controller/HostFunctions.h"
 #include "process/AppError.h"
 #include "task/Event.h"
 
@@ -42,15 +42,15 @@ public:
         }
     }
 
-    void install(ControllerEnvironment& environment) {
-        environment.backUp = [this](QString dataDir, QString destination) { return backUp(dataDir, destination); };
-        environment.autoBackup = [this](QString dataDir, QString backupsDir, QString label) {
+    void install(HostFunctions& host) {
+        host.backUp = [this](QString dataDir, QString destination) { return backUp(dataDir, destination); };
+        host.autoBackup = [this](QString dataDir, QString backupsDir, QString label) {
             return autoBackup(dataDir, backupsDir, label);
         };
-        environment.restore = [this](QString source, QString dataDir, QString backupsDir) {
+        host.restore = [this](QString source, QString dataDir, QString backupsDir) {
             return restore(source, dataDir, backupsDir);
         };
-        environment.timestamp = [] { return u"2026-01-02-030405"_s; };
+        host.timestamp = [] { return u"2026-01-02-030405"_s; };
     }
 
 private:

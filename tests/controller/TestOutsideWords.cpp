@@ -1,5 +1,4 @@
 #include "controller/ContainerAnswer.h"
-#include "controller/DatabaseError.h"
 #include "controller/ImageTag.h"
 #include "controller/PermissionDenied.h"
 #include "support/TestClass.h"
@@ -137,17 +136,6 @@ private Q_SLOTS:
     void imageTagsThatDockerTakes() {
         QFETCH(const QString, tag);
         QTEST(isValidImageTag(tag), "isValid");
-    }
-
-    void databaseThatDidNotPassIsTold() {
-        QVERIFY(!databaseError(std::nullopt));
-        QVERIFY(!databaseError(BackupResult{.path = u"/b"_s}));
-        QCOMPARE(databaseError(BackupResult{.path = u"/b"_s, .databaseProblem = u"row 7"_s}),
-                 (OpError{u"The backup was made, but its database did not pass a check."_s,
-                          u"row 7\n\nThe backup is\n/b"_s}));
-        QCOMPARE(databaseError(BackupResult{.path = u"/b"_s, .databaseNotChecked = u"disk full"_s}),
-                 (OpError{u"The backup was made, but its database could not be checked."_s,
-                          u"disk full\n\nThe backup is\n/b"_s}));
     }
 
     void permissionDenied_data() {

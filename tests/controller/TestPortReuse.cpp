@@ -134,9 +134,9 @@ QCoro::Task<CommandResult> runWithPort(RunCommand run, ControllerFixture* world,
 }
 
 void publish(ControllerFixture& world, PublishedPort& published, std::function<void()> afterStop) {
-    world.adjust = [](ControllerEnvironment& environment) {
-        environment.isPortFree = &DockerCLI::isPortFree;
-        environment.isPortFreeForListening = &DockerCLI::isPortFreeForListening;
+    world.adjust = [](ControllerEnvironment&, HostFunctions& host) {
+        host.isPortFree = &DockerCLI::isPortFree;
+        host.isPortFreeForListening = &DockerCLI::isPortFreeForListening;
     };
     world.runner = [run = world.runner, &world, &published,
                     afterStop](QString path, QStringList arguments, std::chrono::duration<double> limit,
@@ -248,9 +248,9 @@ private Q_SLOTS:
         QCOMPARE(::bind(other.get(), generic(anywhere), sizeof anywhere), 0);
         QCOMPARE(::listen(other.get(), 1), 0);
         ControllerFixture world;
-        world.adjust = [](ControllerEnvironment& environment) {
-            environment.isPortFree = &DockerCLI::isPortFree;
-            environment.isPortFreeForListening = &DockerCLI::isPortFreeForListening;
+        world.adjust = [](ControllerEnvironment&, HostFunctions& host) {
+            host.isPortFree = &DockerCLI::isPortFree;
+            host.isPortFreeForListening = &DockerCLI::isPortFreeForListening;
         };
         KumaController& kuma = world.controller();
         kuma.setPort(portOf(other.get()));

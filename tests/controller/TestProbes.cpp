@@ -9,7 +9,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const auto restartLoop = u"Uptime Kuma keeps restarting. Open the logs to see why."_s;
+const OpError restartLoop{.message = u"Uptime Kuma keeps restarting. Open the logs to see why."_s,
+                          .details = u"restarting"_s,
+                          .kind = ErrorKind::restartLoop};
 
 /// An error that polling has nothing to do with.
 OpError raiseOtherError(ControllerFixture& world) {
@@ -112,7 +114,7 @@ private Q_SLOTS:
             QCOMPARE(world.page.questions.size(), asksThePage ? 1 : 0);
             QVERIFY(!asksThePage || world.page.questions.first().port == 4567);
             if (kuma == int(KumaState::error)) {
-                QCOMPARE(controller.state().error, (OpError{restartLoop, u"restarting"_s}));
+                QCOMPARE(controller.state().error, restartLoop);
             } else {
                 QCOMPARE(controller.state().error, other);
             }
@@ -212,7 +214,7 @@ private Q_SLOTS:
         world.docker().container->state = "restarting";
         world.advance(3s);
         QVERIFY(kuma.state().kuma == KumaState::error);
-        QCOMPARE(kuma.state().error, (OpError{restartLoop, u"restarting"_s}));
+        QCOMPARE(kuma.state().error, restartLoop);
         QCOMPARE(kuma.statusLine(), u"Uptime Kuma has a problem"_s);
         // Running again, but silent: nobody knows yet.
         world.page.answers = false;
@@ -236,7 +238,7 @@ private Q_SLOTS:
         raiseOtherError(world);
         world.docker().container->state = "restarting";
         world.advance(3s);
-        QCOMPARE(world.controller().state().error->message, restartLoop);
+        QCOMPARE(world.controller().state().error, restartLoop);
     }
 
     void operationDropsAProbeUnderWay() {

@@ -13,10 +13,7 @@ namespace {
 /// As the shell does it for a user who wants the container stopped at the end.
 QCoro::Task<void> quit(KumaController* kuma) {
     kuma->shutdownPolling();
-    const QString docker = kuma->state().dockerPath.value();
-    co_await kuma->bringUpEnd();
-    const CommandResult result = co_await kuma->runStop(docker);
-    Q_UNUSED(result)
+    co_await kuma->runStop();
 }
 
 void requestOperation(ControllerFixture& world, const QString& operation) {

@@ -29,11 +29,11 @@ class RealWorld {
 public:
     RealWorld() {
         world.runner = &DockerCLI::run;
-        world.adjust = [this](ControllerEnvironment& environment) {
-            environment.findDocker = &DockerCLI::find;
-            environment.findTool = &DockerCLI::findTool;
-            environment.isPortFree = &DockerCLI::isPortFree;
-            environment.isPortFreeForListening = &DockerCLI::isPortFreeForListening;
+        world.adjust = [this](ControllerEnvironment& environment, HostFunctions& host) {
+            host.findDocker = &DockerCLI::find;
+            host.findTool = &DockerCLI::findTool;
+            host.isPortFree = &DockerCLI::isPortFree;
+            host.isPortFreeForListening = &DockerCLI::isPortFreeForListening;
             environment.pageAnswers = [this](int port) { return m_client.pageAnswers(port); };
             environment.fetchStatusPage = [this](int port, QString slug) { return m_client.fetch(port, slug); };
         };
@@ -166,8 +166,8 @@ private Q_SLOTS:
         kuma.start();
         QVERIFY(world.operationEnds());
         QVERIFY(real.polledUntil([&] { return kuma.state().kuma == KumaState::error; }));
-        QCOMPARE(kuma.state().error,
-                 (OpError{u"Uptime Kuma keeps restarting. Open the logs to see why."_s, u"restarting"_s}));
+        QVERIFY(kuma.state().error->kind == ErrorKind::restartLoop);
+        QCOMPARE(kuma.state().error->message, u"Uptime Kuma keeps restarting. Open the logs to see why."_s);
         real.tools.change([](standin::DockerState& state) { state.crashLoop = 0; });
         kuma.restart();
         QVERIFY(world.operationEnds());

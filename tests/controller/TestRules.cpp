@@ -1,9 +1,7 @@
 #include "controller/CappedLog.h"
 #include "controller/ComposeFile.h"
-#include "controller/Health.h"
-#include "controller/LogFeed.h"
 #include "controller/MonitorTransitions.h"
-#include "controller/StatusLine.h"
+#include "controller/StatusSummary.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
 

@@ -243,49 +243,6 @@ private Q_SLOTS:
         QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
-    void runStop_data() {
-        QTest::addColumn<bool>("compose");
-        QTest::addColumn<bool>("container");
-        QTest::addColumn<bool>("composeStopFails");
-        QTest::addColumn<QStringList>("commands");
-        QTest::addColumn<bool>("succeeds");
-        QTest::newRow("compose") << true << true << false
-                                 << names({"compose version", "inspect", "compose stop", "inspect"}) << true;
-        QTest::newRow("compose fails") << true << true << true
-                                       << names({"compose version", "inspect", "compose stop", "stop"}) << true;
-        QTest::newRow("plain") << false << true << false << names({"compose version", "stop"}) << true;
-        QTest::newRow("no container") << true << false << false << names({"compose version", "inspect", "stop"})
-                                      << false;
-        QTest::newRow("no container, plain") << false << false << false << names({"compose version", "stop"}) << false;
-    }
-
-    void runStop() {
-        QFETCH(const bool, compose);
-        QFETCH(const bool, container);
-        QFETCH(const bool, composeStopFails);
-        QFETCH(const bool, succeeds);
-        ControllerFixture world;
-        world.docker().compose = compose;
-        KumaController& kuma = world.controller();
-        QVERIFY(!kuma.prepareFiles());
-        if (container) {
-            standin::addContainer(world.docker(), "running");
-        }
-        if (composeStopFails) {
-            world.answer("compose stop", 1, u"no"_s);
-        }
-        const CommandResult result = await(kuma.runStop(u"/some/docker"_s));
-        QTEST(world.takeCommands(), "commands");
-        QCOMPARE(result.isSuccess(), succeeds);
-        for (const Command& command : world.commands()) {
-            QCOMPARE(command.path, u"/some/docker"_s);
-            const bool isStop = command.name().endsWith(u"stop"_s);
-            QCOMPARE(command.limit.count(), isStop ? 60.0 : 10.0);
-        }
-        QVERIFY(!container || world.docker().container->state == "exited");
-        QVERIFY(!kuma.state().error && !kuma.state().busy);
-    }
-
     void restartStopsAndStarts() {
         ControllerFixture world;
         KumaController& kuma = world.controller();

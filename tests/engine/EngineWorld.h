@@ -3,6 +3,7 @@
 #include "RecordingPlatform.h"
 #include "ThrottledMirror.h"
 
+#include "controller/ControllerEnvironment.h"
 #include "controller/KumaController.h"
 #include "platform/SettingsStore.h"
 #include "process/DockerCLI.h"

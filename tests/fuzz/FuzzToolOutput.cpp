@@ -1,7 +1,6 @@
 // Any bytes, in any pieces, as what a tool prints while it runs: kept for the end, and shown as it comes.
 #include "Fuzz.h"
 #include "controller/CappedLog.h"
-#include "controller/LogFeed.h"
 #include "process/OutputBuffer.h"
 
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controller/Health.h"
+#include "controller/StatusSummary.h"
 
 #include <QColor>
 

@@ -1,4 +1,4 @@
-#include "controller/StatusLine.h"
+#include "controller/StatusSummary.h"
 
 #include <algorithm>
 
@@ -24,6 +24,15 @@ QString monitorSummary(const QList<MonitorRow>& monitors) {
 }
 
 } // namespace
+
+Health healthOf(DockerState dockerState, KumaState kuma, const QList<MonitorRow>& monitors) {
+    if (dockerState != DockerState::ready || kuma != KumaState::running) {
+        return Health::inactive;
+    }
+    const bool anyDown =
+        std::any_of(monitors.begin(), monitors.end(), [](const MonitorRow& row) { return row.status == 0; });
+    return anyDown ? Health::someDown : Health::allUp;
+}
 
 QString statusLineOf(const std::optional<QString>& busy, DockerState dockerState, KumaState kuma,
                      const QList<MonitorRow>& monitors) {

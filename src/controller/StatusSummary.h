@@ -1,7 +1,6 @@
 #pragma once
 
 #include "controller/ControllerState.h"
-#include "statuspage/StatusPageResult.h"
 
 namespace orvanel {
 
@@ -14,5 +13,9 @@ enum class Health {
 
 /// Monitors without a status, and with any status other than 0 (down), count as up.
 Health healthOf(DockerState dockerState, KumaState kuma, const QList<MonitorRow>& monitors);
+
+/// The one-line summary shown in the menu and above the cards.
+QString statusLineOf(const std::optional<QString>& busy, DockerState dockerState, KumaState kuma,
+                     const QList<MonitorRow>& monitors);
 
 } // namespace orvanel

@@ -1,0 +1,224 @@
+#include "controller/Container.h"
+
+#include "controller/CappedLog.h"
+#include "controller/ContainerAnswer.h"
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace orvanel {
+namespace {
+
+constexpr auto composeVersionLimit = 10s;
+constexpr auto probeLimit = 10s;
+constexpr auto infoLimit = 15s;
+constexpr auto inspectLimit = 15s;
+constexpr auto pullLimit = 3600s;
+constexpr auto upLimit = 180s;
+constexpr auto stopLimit = 60s;
+constexpr auto removeOldLimit = 60s;
+constexpr auto removeLimit = 90s;
+constexpr auto logsLimit = 15s;
+
+QStringList removeArguments() {
+    return {u"rm"_s, u"-f"_s, u"orvanel"_s};
+}
+
+} // namespace
+
+Container::Container(const ContainerContext& context, QString docker)
+    : m_context(context)
+    , m_docker(std::move(docker)) {}
+
+QCoro::Task<CommandResult> Container::command(QStringList arguments, std::chrono::seconds limit) const {
+    return m_context.host.run(m_docker, arguments, limit, nullptr, nullptr);
+}
+
+QStringList Container::composeArgs(const QStringList& extra) const {
+    return QStringList{u"compose"_s, u"-p"_s, u"orvanel"_s, u"-f"_s, m_context.files.composeFile()} + extra;
+}
+
+QString Container::image() const {
+    return imageReference(m_context.state->imageTag);
+}
+
+QString Container::dataMount() const {
+    return m_context.files.dataDir() + u":/app/data"_s;
+}
+
+QCoro::Task<CommandResult> Container::runtime() const {
+    const QStringList arguments(u"info"_s);
+    return command(arguments, infoLimit);
+}
+
+QCoro::Task<CommandResult> Container::probe() const {
+    const QStringList arguments{u"inspect"_s, u"-f"_s, u"{{.State.Status}}"_s, u"orvanel"_s};
+    return command(arguments, probeLimit);
+}
+
+QCoro::Task<std::optional<QString>> Container::state() const {
+    const CommandResult answer = co_await probe();
+    if (answer.status != 0) {
+        co_return std::nullopt;
+    }
+    co_return stateWord(answer.output);
+}
+
+QCoro::Task<bool> Container::hasImage() const {
+    const QStringList arguments{u"image"_s, u"inspect"_s, image()};
+    const CommandResult result = co_await command(arguments, inspectLimit);
+    co_return result.isSuccess();
+}
+
+QCoro::Task<bool> Container::hasCompose() const {
+    StateStore& state = m_context.state;
+    if (state->composeAvailable) {
+        co_return *state->composeAvailable;
+    }
+    const QStringList arguments{u"compose"_s, u"version"_s};
+    const CommandResult result = co_await command(arguments, composeVersionLimit);
+    // The user may have chosen another tool meanwhile, about which this answer says nothing.
+    if (state->dockerPath != m_docker) {
+        co_return result.isSuccess();
+    }
+    // Another task may have asked at the same time; all go by the first answer.
+    if (!state->composeAvailable) {
+        state.set(&ControllerState::composeAvailable, result.isSuccess());
+    }
+    co_return *state->composeAvailable;
+}
+
+QCoro::Task<CommandResult> Container::pull(std::shared_ptr<ProcessHandle> handle) const {
+    const bool compose = co_await hasCompose();
+    const QStringList arguments = compose ? composeArgs(QStringList(u"pull"_s)) : QStringList{u"pull"_s, image()};
+    const DockerCLI::OutputCallback feed = cappedLogFeed(m_context.state, &ControllerState::pullLog);
+    const CommandResult result = co_await m_context.host.run(m_docker, arguments, pullLimit, handle, feed);
+    co_return result;
+}
+
+/// A command that starts the container; it has to end before anything can stop the container for good.
+QCoro::Task<CommandResult> Container::startingCommand(QStringList arguments) const {
+    const std::shared_ptr<const void> underWay = m_context.bringUp.begin();
+    const CommandResult result = co_await command(arguments, upLimit);
+    co_return result;
+}
+
+/// Whether the container works on our data, so that nothing but the container is lost with it.
+QCoro::Task<bool> Container::hasOurData() const {
+    const QStringList mounts{u"inspect"_s, u"-f"_s,
+                             u"{{range .Mounts}}{{.Source}}:{{.Destination}}{{println}}{{end}}"_s, u"orvanel"_s};
+    const CommandResult result = co_await command(mounts, inspectLimit);
+    co_return result.isSuccess() && result.output.split(u'\n').contains(dataMount());
+}
+
+/// A container that was made without compose has the name that compose wants to give, and makes room.
+QCoro::Task<CommandResult> Container::composeUp() const {
+    const QStringList up = composeArgs(QStringList{u"up"_s, u"-d"_s});
+    const CommandResult first = co_await startingCommand(up);
+    if (!saysNameIsTaken(first)) {
+        co_return first;
+    }
+    const bool isOurs = co_await hasOurData();
+    if (!isOurs) {
+        co_return first;
+    }
+    if (!m_context.bringUp.isForbidden()) {
+        const QStringList arguments = removeArguments();
+        co_await command(arguments, removeOldLimit);
+    }
+    if (m_context.bringUp.isForbidden()) {
+        co_return CommandResult{.cancelled = true};
+    }
+    const CommandResult second = co_await startingCommand(up);
+    co_return second;
+}
+
+QCoro::Task<CommandResult> Container::bringUp(std::optional<QString> existing, WhenRunning whenRunning) const {
+    const bool compose = co_await hasCompose();
+    if (m_context.bringUp.isForbidden()) {
+        co_return CommandResult{.cancelled = true};
+    }
+    if (compose) {
+        const CommandResult result = co_await composeUp();
+        co_return result;
+    }
+    if (existing == u"running"_s && whenRunning == WhenRunning::leave) {
+        co_return CommandResult{.status = 0};
+    }
+    if (existing) {
+        const QStringList arguments = removeArguments();
+        co_await command(arguments, removeOldLimit);
+    }
+    if (m_context.bringUp.isForbidden()) {
+        co_return CommandResult{.cancelled = true};
+    }
+    const QStringList run{u"run"_s,       u"-d"_s,
+                          u"--name"_s,    u"orvanel"_s,
+                          u"--restart"_s, u"unless-stopped"_s,
+                          u"-p"_s,        u"127.0.0.1:%1:3001"_s.arg(m_context.state->port),
+                          u"-v"_s,        dataMount(),
+                          image()};
+    const CommandResult result = co_await startingCommand(run);
+    co_return result;
+}
+
+QCoro::Task<CommandResult> Container::stop() const {
+    const bool compose = co_await hasCompose();
+    if (compose) {
+        const std::optional<QString> word = co_await state();
+        if (word) {
+            const QStringList composeStop = composeArgs(QStringList(u"stop"_s));
+            const CommandResult result = co_await command(composeStop, stopLimit);
+            // Compose leaves a container alone that it has not made itself, and calls that a success.
+            if (result.isSuccess()) {
+                const CommandResult answer = co_await probe();
+                if (isStopped(answer)) {
+                    co_return result;
+                }
+            }
+        }
+    }
+    const QStringList plainStop{u"stop"_s, u"orvanel"_s};
+    const CommandResult result = co_await command(plainStop, stopLimit);
+    co_return result;
+}
+
+QCoro::Task<CommandResult> Container::remove() const {
+    const bool compose = co_await hasCompose();
+    if (compose) {
+        // Compose needs its file, which may have been deleted or spoilt; where it cannot be written, compose complains.
+        m_context.files.prepare(m_context.state->imageTag, m_context.state->port);
+        const QStringList down = composeArgs(QStringList(u"down"_s));
+        const CommandResult result = co_await command(down, removeLimit);
+        if (!result.isSuccess()) {
+            co_return result;
+        }
+        // Compose leaves a container alone that it has not made itself, and calls that a success.
+        const CommandResult answer = co_await probe();
+        if (isAbsent(answer)) {
+            co_return result;
+        }
+    }
+    const QStringList arguments = removeArguments();
+    const CommandResult result = co_await command(arguments, removeLimit);
+    co_return result;
+}
+
+QCoro::Task<CommandResult> Container::logs() const {
+    const QStringList arguments{u"logs"_s, u"--tail"_s, u"300"_s, u"orvanel"_s};
+    return command(arguments, logsLimit);
+}
+
+std::optional<Container> knownContainer(const ContainerContext& context) {
+    const std::optional<QString>& docker = context.state->dockerPath;
+    return docker ? std::optional(Container(context, *docker)) : std::nullopt;
+}
+
+std::optional<Container> findContainer(const ContainerContext& context) {
+    if (!context.state->dockerPath) {
+        context.state.set(&ControllerState::dockerPath, context.host.findDocker(context.state->dockerOverride));
+    }
+    return knownContainer(context);
+}
+
+} // namespace orvanel

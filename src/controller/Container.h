@@ -1,0 +1,69 @@
+#pragma once
+
+#include "controller/BringUp.h"
+#include "controller/ComposeFile.h"
+#include "controller/HostFunctions.h"
+#include "controller/StateStore.h"
+
+namespace orvanel {
+
+/// What every look at the container needs. All of it must outlive the containers made with it.
+struct ContainerContext {
+    StateStore& state;
+    const HostFunctions& host;
+    const ContainerFiles& files;
+    BringUp& bringUp;
+};
+
+/// The Uptime Kuma container, as one docker tool sees it. An operation keeps the one that it began with, whatever tool
+/// the user chooses meanwhile. Main thread only; must outlive its tasks.
+class Container {
+public:
+    /// Whether bringUp() also replaces a container that runs.
+    enum class WhenRunning { leave, replace };
+
+    Container(const ContainerContext& context, QString docker);
+
+    QString docker() const { return m_docker; }
+
+    /// Whether a Docker runtime answers.
+    QCoro::Task<CommandResult> runtime() const;
+    /// The container's state word, as Docker answers it; see ContainerAnswer.h.
+    QCoro::Task<CommandResult> probe() const;
+    /// The state word; none when there is no container, or no answer.
+    QCoro::Task<std::optional<QString>> state() const;
+    QCoro::Task<bool> hasImage() const;
+    /// Whether `docker compose` works. Asked once for each tool that the user chooses.
+    QCoro::Task<bool> hasCompose() const;
+
+    /// Downloads the pinned image. The output goes to the state's log.
+    QCoro::Task<CommandResult> pull(std::shared_ptr<ProcessHandle> handle) const;
+    /// Makes the container run, with the port and image of the settings. `existing`: its state word, if there is one.
+    QCoro::Task<CommandResult> bringUp(std::optional<QString> existing, WhenRunning whenRunning) const;
+    /// Stops the container, through compose where that works; the result of the last command run.
+    QCoro::Task<CommandResult> stop() const;
+    /// Removes the container; its data stay.
+    QCoro::Task<CommandResult> remove() const;
+    QCoro::Task<CommandResult> logs() const;
+
+private:
+    /// Runs a command that is neither cancelled nor watched.
+    QCoro::Task<CommandResult> command(QStringList arguments, std::chrono::seconds limit) const;
+    QCoro::Task<CommandResult> startingCommand(QStringList arguments) const;
+    QCoro::Task<CommandResult> composeUp() const;
+    QCoro::Task<bool> hasOurData() const;
+    QStringList composeArgs(const QStringList& extra) const;
+    QString image() const;
+    QString dataMount() const;
+
+    ContainerContext m_context;
+    QString m_docker;
+};
+
+/// The container as the docker tool in use sees it; none while no tool is known.
+std::optional<Container> knownContainer(const ContainerContext& context);
+
+/// The same, after a search where no tool is known.
+std::optional<Container> findContainer(const ContainerContext& context);
+
+} // namespace orvanel

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "controller/Container.h"
+#include "controller/Operations.h"
+#include "platform/Dialogs.h"
+
+namespace orvanel {
+
+class DataTurns;
+
+/// Start, stop, restart and remove: what the user asks for, step by step. Main thread only; what it is given must
+/// outlive it, and it its tasks.
+class ContainerOperations {
+public:
+    ContainerOperations(const ContainerContext& context, Operations& operations, const DataTurns& dataTurns,
+                        Dialogs& dialogs, TaskScope& tasks);
+
+    void start();
+    void stop();
+    void restart();
+    void removeEverything();
+
+    // --- Steps that other operations take too.
+
+    QCoro::Task<Outcome> performStart(std::stop_token stop);
+    QCoro::Task<Outcome> performStop();
+    /// Downloads the pinned image, with the download's card shown.
+    QCoro::Task<CommandResult> pullImage(Container container, std::stop_token stop);
+    /// Why the data may not be touched now, since a server may be at work on it; none when no server can be.
+    /// `consequence` is the sentence that says what was not done.
+    QCoro::Task<Outcome> obstacleToData(QString consequence);
+    /// The failure of a docker command, with the way out that there is.
+    Failure failure(const CommandResult& result) const;
+
+private:
+    /// What the container said before its data is touched.
+    struct Look {
+        std::optional<Container> container;
+        CommandResult answer;
+    };
+    QCoro::Task<Look> look();
+    bool mayServerRun(const Look& look) const;
+    bool isPortTaken(int port) const;
+    std::optional<int> freePort() const;
+
+    QCoro::Task<Outcome> performRestart(std::stop_token stop);
+    QCoro::Task<void> confirmRemoveEverything();
+    QCoro::Task<Outcome> performRemoveEverything();
+    QCoro::Task<Outcome> removeContainer();
+
+    const ContainerContext m_context;
+    Operations& m_operations;
+    const DataTurns& m_dataTurns;
+    Dialogs& m_dialogs;
+    TaskScope& m_tasks;
+};
+
+} // namespace orvanel

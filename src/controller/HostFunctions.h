@@ -1,0 +1,26 @@
+#pragma once
+
+#include "backup/BackupManager.h"
+#include "process/DockerCLI.h"
+
+namespace orvanel {
+
+/// What the controller has the machine do: run commands, look for tools and ports, copy data. A test puts its own in
+/// place of each. What the functions refer to must outlive the controller.
+struct HostFunctions {
+    RunCommand run = &DockerCLI::run;
+    std::function<std::optional<QString>(const QString& override)> findDocker = &DockerCLI::find;
+    std::function<std::optional<QString>(const QString& name)> findTool = &DockerCLI::findTool;
+    std::function<std::optional<QString>(const QString& name)> findToolElsewhere = &DockerCLI::findOutsideSearchFolders;
+    std::function<bool(int port)> isPortFree = &DockerCLI::isPortFree;
+    std::function<bool(int port)> isPortFreeForListening = &DockerCLI::isPortFreeForListening;
+
+    std::function<QCoro::Task<BackupResult>(QString dataDir, QString destination)> backUp = &BackupManager::backUp;
+    std::function<QCoro::Task<std::optional<BackupResult>>(QString dataDir, QString backupsDir, QString label)>
+        autoBackup = &BackupManager::autoBackup;
+    std::function<QCoro::Task<void>(QString source, QString dataDir, QString backupsDir)> restore =
+        &BackupManager::restore;
+    std::function<QString()> timestamp = &BackupManager::timestamp;
+};
+
+} // namespace orvanel

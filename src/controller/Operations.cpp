@@ -1,0 +1,79 @@
+#include "controller/Operations.h"
+
+using namespace Qt::StringLiterals;
+
+namespace orvanel {
+
+QString backingUpText() {
+    return u"Backing up…"_s;
+}
+
+Operations::Operations(StateStore& state, TaskScope& tasks, Refresh refresh)
+    : m_state(state)
+    , m_tasks(tasks)
+    , m_refresh(std::move(refresh))
+    , m_slot(tasks) {}
+
+void Operations::run(const QString& label, OperationSlot::Body body) {
+    if (m_slot.isTaken()) {
+        return;
+    }
+    m_text = label;
+    m_state.update([&label](ControllerState& state) {
+        state.busy = label;
+        state.error = std::nullopt;
+        state.suggestedPort = std::nullopt;
+    });
+    m_slot.begin(label, std::move(body),
+                 [this](const Outcome& outcome, const std::stop_token& stop) { ended(outcome, stop); });
+}
+
+void Operations::show(const QString& text) {
+    m_text = text;
+    m_state.set(&ControllerState::busy, text);
+}
+
+void Operations::ended(const Outcome& outcome, const std::stop_token& stop) {
+    m_state.update([&outcome](ControllerState& state) {
+        state.busy = std::nullopt;
+        state.pulling = false;
+        if (outcome) {
+            state.error = outcome->error;
+            state.suggestedPort = outcome->suggestedPort;
+        }
+    });
+    m_tasks.start(refreshAfterwards(stop), u"refresh after an operation"_s);
+}
+
+QCoro::Task<void> Operations::refreshAfterwards(std::stop_token stop) {
+    co_await m_refresh(stop);
+    if (!m_slot.isTaken()) {
+        showBackups();
+    }
+}
+
+void Operations::backupBegan() {
+    m_backups += 1;
+    m_state.set(&ControllerState::busy, backingUpText());
+}
+
+void Operations::backupEnded(const std::optional<OpError>& error) {
+    m_backups -= 1;
+    showBackups();
+    if (error) {
+        replaceError(m_state, *error);
+    }
+}
+
+/// The operation that runs beside the backups keeps its own words; without one, the backups have theirs.
+void Operations::showBackups() {
+    std::optional<QString> text;
+    if (m_slot.isTaken()) {
+        text = m_text;
+    } else if (m_backups > 0) {
+        text = backingUpText();
+    }
+    m_state.set(&ControllerState::busy, text);
+}
+
+} // namespace orvanel

@@ -1,0 +1,168 @@
+#include "controller/Poller.h"
+
+#include "controller/ContainerAnswer.h"
+#include "task/Clock.h"
+
+#include <QDebug>
+
+#include <exception>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace orvanel {
+namespace {
+
+constexpr auto pollPeriod = 3s;
+
+} // namespace
+
+Poller::Poller(const ContainerContext& context, const Operations& operations, StatusWatch& statusWatch, Clock& clock,
+               PageAnswers pageAnswers, TaskScope& tasks)
+    : m_context(context)
+    , m_operations(operations)
+    , m_statusWatch(statusWatch)
+    , m_clock(clock)
+    , m_pageAnswers(std::move(pageAnswers))
+    , m_tasks(tasks) {}
+
+void Poller::begin() {
+    if (m_pollTask) {
+        return;
+    }
+    m_pollTask.emplace();
+    m_tasks.start(poll(m_pollTask->get_token()), u"poll loop"_s);
+}
+
+void Poller::end() {
+    if (m_pollTask) {
+        m_pollTask->request_stop();
+        m_pollTask.reset();
+    }
+}
+
+void Poller::recheck() {
+    m_context.state.set(&ControllerState::dockerPath, std::nullopt);
+    setDockerState(m_context.state, DockerState::unknown);
+    m_tasks.start(refreshSoon(), u"recheck"_s);
+}
+
+QCoro::Task<void> Poller::poll(std::stop_token stop) {
+    while (!stop.stop_requested()) {
+        // One tick that fails must not be the last one.
+        try {
+            co_await pollOnce(stop);
+        } catch (const std::exception& failure) {
+            qWarning() << "A poll ended with an error:" << failure.what();
+        }
+        co_await sleepFor(&m_clock, pollPeriod, stop);
+    }
+}
+
+QCoro::Task<void> Poller::pollOnce(std::stop_token stop) {
+    co_await refresh(stop);
+    if (!stop.stop_requested()) {
+        co_await m_statusWatch.fetchWhenDue();
+    }
+}
+
+/// In a later turn of the event loop, so that the interface gets to show that nothing is known.
+QCoro::Task<void> Poller::refreshSoon() {
+    const Event<> turn;
+    const PostToThread post = postToThisThread();
+    post([turn] { turn.complete(); });
+    co_await turn;
+    const std::stop_token never;
+    co_await refresh(never);
+}
+
+QCoro::Task<void> Poller::refresh(std::stop_token stop) {
+    if (m_context.state->busy) {
+        co_return;
+    }
+    const std::optional<Container> found = findTools();
+    if (!found) {
+        co_return;
+    }
+    const Container container = *found;
+    const int generation = m_operations.generation();
+    const CommandResult probe = co_await container.probe();
+    if (isOutdated(container, generation) || stop.stop_requested() || probe.timedOut || probe.cancelled) {
+        co_return;
+    }
+    if (probe.status == 0 && stateWord(probe.output) == u"running"_s) {
+        setDockerState(m_context.state, DockerState::ready);
+        const bool answers = co_await m_pageAnswers(m_context.state->port);
+        if (isOutdated(container, generation)) {
+            co_return;
+        }
+        publishRunning(answers);
+    } else {
+        publishNotRunning(probe);
+    }
+    m_context.bringUp.forget();
+    if (m_context.state->dockerState == DockerState::ready) {
+        co_await container.hasCompose();
+    }
+}
+
+/// Whether an operation has begun since `generation`, which knows better even when it has ended by now, or the user has
+/// chosen another tool.
+bool Poller::isOutdated(const Container& container, int generation) const {
+    const ControllerState& state = *m_context.state;
+    return state.busy || m_operations.generation() != generation || state.dockerPath != container.docker();
+}
+
+/// Looks up the tools; none when there is no docker to ask.
+std::optional<Container> Poller::findTools() {
+    StateStore& state = m_context.state;
+    state.set(&ControllerState::brewPath, m_context.host.findTool(u"brew"_s));
+    state.set(&ControllerState::colimaPath, m_context.host.findTool(u"colima"_s));
+    std::optional<Container> container = findContainer(m_context);
+    state.set(&ControllerState::dockerElsewhere,
+              container ? std::nullopt : m_context.host.findToolElsewhere(u"docker"_s));
+    if (!container) {
+        setDockerState(state, DockerState::missing);
+        state.set(&ControllerState::kuma, KumaState::stopped);
+    } else if (state->dockerState == DockerState::unknown || state->dockerState == DockerState::missing) {
+        setDockerState(state, DockerState::notRunning);
+    }
+    return container;
+}
+
+void Poller::publishRunning(bool pageAnswers) {
+    m_context.state.update([pageAnswers](ControllerState& state) {
+        state.kuma = pageAnswers ? KumaState::running : KumaState::starting;
+        if (pageAnswers && state.error && state.error->kind == ErrorKind::restartLoop) {
+            state.error = std::nullopt;
+        }
+    });
+}
+
+void Poller::publishNotRunning(const CommandResult& probe) {
+    StateStore& state = m_context.state;
+    if (probe.status != 0) {
+        if (saysNoContainer(probe.output)) {
+            setDockerState(state, DockerState::ready);
+        } else {
+            setDockerState(state, DockerState::notRunning, probe.output);
+        }
+        state.set(&ControllerState::kuma, KumaState::stopped);
+        return;
+    }
+    setDockerState(state, DockerState::ready);
+    const QString word = stateWord(probe.output);
+    if (word != u"restarting"_s) {
+        state.set(&ControllerState::kuma, KumaState::stopped);
+        return;
+    }
+    state.update([&word](ControllerState& next) {
+        next.kuma = KumaState::error;
+        next.error = OpError{.message = u"Uptime Kuma keeps restarting. Open the logs to see why."_s,
+                             .details = word,
+                             .kind = ErrorKind::restartLoop};
+        next.suggestedPort = std::nullopt;
+    });
+}
+
+} // namespace orvanel

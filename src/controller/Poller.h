@@ -1,0 +1,46 @@
+#pragma once
+
+#include "controller/Container.h"
+#include "controller/Operations.h"
+#include "controller/StatusWatch.h"
+
+#include <stop_token>
+
+namespace orvanel {
+
+/// Keeps the published state true: looks for the tools, probes the container and the web page, every three seconds, and
+/// has the status page read. Main thread only; what it is given must outlive it, and it its tasks.
+class Poller {
+public:
+    using PageAnswers = std::function<QCoro::Task<bool>(int port)>;
+
+    Poller(const ContainerContext& context, const Operations& operations, StatusWatch& statusWatch, Clock& clock,
+           PageAnswers pageAnswers, TaskScope& tasks);
+
+    /// Starts the poll loop, unless it runs already.
+    void begin();
+    void end();
+    /// Forgets the docker tool and probes again.
+    void recheck();
+    /// One probe, dropped while an operation is under way.
+    QCoro::Task<void> refresh(std::stop_token stop);
+
+private:
+    QCoro::Task<void> poll(std::stop_token stop);
+    QCoro::Task<void> pollOnce(std::stop_token stop);
+    QCoro::Task<void> refreshSoon();
+    std::optional<Container> findTools();
+    bool isOutdated(const Container& container, int generation) const;
+    void publishRunning(bool pageAnswers);
+    void publishNotRunning(const CommandResult& probe);
+
+    const ContainerContext m_context;
+    const Operations& m_operations;
+    StatusWatch& m_statusWatch;
+    Clock& m_clock;
+    const PageAnswers m_pageAnswers;
+    TaskScope& m_tasks;
+    std::optional<std::stop_source> m_pollTask;
+};
+
+} // namespace orvanel

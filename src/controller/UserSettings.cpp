@@ -1,0 +1,81 @@
+#include "controller/UserSettings.h"
+
+using namespace Qt::StringLiterals;
+
+namespace orvanel {
+namespace {
+
+constexpr int defaultPort = 3001;
+
+constexpr auto portKey = "port"_L1;
+constexpr auto slugKey = "slug"_L1;
+constexpr auto stopOnQuitKey = "stopOnQuit"_L1;
+constexpr auto dockerOverrideKey = "dockerOverride"_L1;
+constexpr auto imageTagKey = "imageTag"_L1;
+constexpr auto hasSeenGuideKey = "hasSeenGuide"_L1;
+
+int validPort(int port) {
+    return port >= 1024 && port <= 65535 ? port : defaultPort;
+}
+
+} // namespace
+
+UserSettings::UserSettings(SettingsStore& defaults, StateStore& state)
+    : m_defaults(defaults)
+    , m_state(state) {
+    m_state.update([&defaults](ControllerState& read) {
+        read.port = validPort(defaults.integer(portKey, 0));
+        read.slug = defaults.text(slugKey, {});
+        read.stopOnQuit = defaults.boolean(stopOnQuitKey, false);
+        read.dockerOverride = defaults.text(dockerOverrideKey, {});
+        read.imageTag = defaults.text(imageTagKey, u"2"_s);
+        read.hasSeenGuide = defaults.boolean(hasSeenGuideKey, false);
+    });
+}
+
+bool UserSettings::setPort(int port) {
+    m_state.set(&ControllerState::port, port);
+    return saved(m_defaults.setInteger(portKey, port));
+}
+
+bool UserSettings::setSlug(const QString& slug) {
+    m_state.set(&ControllerState::slug, slug);
+    return saved(m_defaults.setText(slugKey, slug));
+}
+
+bool UserSettings::setStopOnQuit(bool stop) {
+    m_state.set(&ControllerState::stopOnQuit, stop);
+    return saved(m_defaults.setBoolean(stopOnQuitKey, stop));
+}
+
+bool UserSettings::setDockerOverride(const QString& path) {
+    m_state.update([&path](ControllerState& state) {
+        state.dockerOverride = path;
+        state.dockerPath = std::nullopt;
+        state.composeAvailable = std::nullopt;
+    });
+    return saved(m_defaults.setText(dockerOverrideKey, path));
+}
+
+bool UserSettings::setImageTag(const QString& tag) {
+    m_state.set(&ControllerState::imageTag, tag);
+    return saved(m_defaults.setText(imageTagKey, tag));
+}
+
+bool UserSettings::setHasSeenGuide(bool seen) {
+    m_state.set(&ControllerState::hasSeenGuide, seen);
+    return saved(m_defaults.setBoolean(hasSeenGuideKey, seen));
+}
+
+bool UserSettings::saved(bool success) {
+    if (!success) {
+        replaceError(m_state, notSaved());
+    }
+    return success;
+}
+
+OpError UserSettings::notSaved() const {
+    return {u"The settings could not be saved."_s, u"%1 could not be written."_s.arg(file())};
+}
+
+} // namespace orvanel
