@@ -214,8 +214,7 @@ private Q_SLOTS:
         };
         world.controller().installAndStartRuntime();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.controller().state().error,
-                 (OpError{u"Orvanel hit an internal error."_s, u"out of luck"_s}));
+        QCOMPARE(world.controller().state().error, (OpError{u"Orvanel hit an internal error."_s, u"out of luck"_s}));
         QVERIFY(!world.controller().state().setupBusy);
         // Idle again: another setup may begin.
         world.runner = usual;
