@@ -102,7 +102,7 @@ private Q_SLOTS:
         world.docker().daemon = standin::Daemon::down;
         const auto output = u"starting\n"_s;
         if (ignoresTheSignal) {
-            world.answer("colima start", 0, output, -1, 5s);
+            world.answer("colima start", 0, output, -1, 4s);
             world.docker().overrides.back().ignoresTerm = true;
         } else {
             world.hang("colima start", -1, output);

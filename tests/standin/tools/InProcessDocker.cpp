@@ -51,10 +51,18 @@ public:
 class InProcessDocker::Child final : public RunningProcess {
 public:
     void terminate() override {
-        if (!m_ignoresTerm) {
+        if (m_ignoresTerm) {
+            m_onIgnoredTerm();
+        } else {
             m_end.request_stop();
         }
     }
+    /// The run ends without the child, which ignores SIGTERM.
+    void giveUp() {
+        m_isGivenUp = true;
+        m_end.request_stop();
+    }
+    bool isGivenUp() const { return m_isGivenUp; }
     /// Ends it whatever it thinks of SIGTERM.
     void release() { m_end.request_stop(); }
     bool isEnded() const { return m_end.stop_requested(); }
@@ -87,8 +95,11 @@ public:
     DockerCLI::OutputCallback m_onOutput;
     std::function<Answer(DockerState&)> m_next;
     milliseconds m_latencyLeft{0};
+    std::function<void()> m_onIgnoredTerm = [] {};
+    std::unique_ptr<Clock::Timer> m_patience;
 
 private:
+    bool m_isGivenUp = false;
     std::stop_source m_end;
     std::atomic<bool> m_ignoresTerm = false;
     OnTerm m_onTerm;
@@ -176,6 +187,9 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
     const auto child = std::make_shared<Child>();
     const std::size_t call = shared->begin(child, tool, arguments);
     child->m_onOutput = std::move(onOutput);
+    child->m_onIgnoredTerm = [post, shared, weakChild = std::weak_ptr(child)] {
+        post([shared, weakChild] { giveUpLater(shared, weakChild); });
+    };
     if (handle && !handle->setProcess(child)) {
         child->terminate();
     }
@@ -186,6 +200,10 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
     const std::stop_callback onEnd(shared->end.get_token(), [child] { child->release(); });
     co_await perform(shared, child);
     co_await turn;
+    child->m_patience.reset();
+    if (child->isGivenUp()) {
+        child->m_result.status = -1;
+    }
     child->m_result.cancelled = handle && handle->isCancelled();
     // After this object's end the clock may be gone too.
     if (!shared->end.stop_requested()) {
@@ -193,6 +211,19 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
         shared->calls[call].result = child->m_result;
     }
     co_return child->m_result;
+}
+
+/// As the real runner does it: see DockerCLI::run().
+void InProcessDocker::giveUpLater(const std::shared_ptr<Shared>& shared, const std::weak_ptr<Child>& weakChild) {
+    const auto child = weakChild.lock();
+    if (!child || child->m_patience || child->isEnded() || shared->end.stop_requested()) {
+        return;
+    }
+    child->m_patience = shared->clock->callAfter(std::chrono::seconds(5), [weakChild] {
+        if (const auto late = weakChild.lock()) {
+            late->giveUp();
+        }
+    });
 }
 
 /// The chain of answers, from the call to the exit code.

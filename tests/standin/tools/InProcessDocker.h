@@ -58,6 +58,7 @@ private:
     static QCoro::Task<CommandResult> run(std::shared_ptr<Shared> shared, QString path, QStringList arguments,
                                           std::chrono::duration<double> timeout, std::shared_ptr<ProcessHandle> handle,
                                           DockerCLI::OutputCallback onOutput);
+    static void giveUpLater(const std::shared_ptr<Shared>& shared, const std::weak_ptr<Child>& weakChild);
     static QCoro::Task<void> perform(std::shared_ptr<Shared> shared, std::shared_ptr<Child> child);
     static QCoro::Task<bool> play(std::shared_ptr<Shared> shared, std::shared_ptr<Child> child, Answer answer);
     static QCoro::Task<bool> pause(std::shared_ptr<Shared> shared, std::shared_ptr<Child> child,

@@ -24,6 +24,7 @@ private Q_SLOTS:
     void timeLimitEndsACallThatHangs();
     void pullCanBeCancelledHalfWay();
     void termIsIgnoredWhenTold();
+    void deafCallIsGivenUp();
     void stopGoesOnWithoutItsCaller();
     void otherProgramsCannotBeStarted();
     void endReleasesWhatHangs();
@@ -93,15 +94,30 @@ void TestInProcessDocker::pullCanBeCancelledHalfWay() {
 void TestInProcessDocker::termIsIgnoredWhenTold() {
     FakeClock clock;
     InProcessDocker docker(&clock);
-    docker.state().overrides = {{.command = "info", .delay = 20'000, .ignoresTerm = true}};
+    docker.state().overrides = {{.command = "info", .delay = 19'000, .ignoresTerm = true}};
     const RunCommand run = docker.runner();
     auto task = run(u"docker"_s, {u"info"_s}, 15s, {}, {});
-    clock.advance(19s);
+    clock.advance(18s);
     QVERIFY(!task.isReady());
     clock.advance(1s);
     const CommandResult result = await(std::move(task));
     QVERIFY(result.timedOut);
     QCOMPARE(result.status, 0);
+    QCOMPARE(clock.pendingTimers(), 0);
+}
+
+void TestInProcessDocker::deafCallIsGivenUp() {
+    FakeClock clock;
+    InProcessDocker docker(&clock);
+    docker.state().overrides = {{.command = "info", .hangs = true, .ignoresTerm = true}};
+    const RunCommand run = docker.runner();
+    auto task = run(u"docker"_s, {u"info"_s}, 15s, {}, {});
+    clock.advance(19999ms);
+    QVERIFY(!task.isReady());
+    clock.advance(1ms);
+    const CommandResult result = await(std::move(task));
+    QVERIFY(result.timedOut);
+    QCOMPARE(result.status, -1);
 }
 
 void TestInProcessDocker::stopGoesOnWithoutItsCaller() {
@@ -136,7 +152,7 @@ void TestInProcessDocker::endReleasesWhatHangs() {
     docker->state().overrides = {{.command = "info", .hangs = true, .ignoresTerm = true}};
     const RunCommand run = docker->runner();
     auto task = run(u"docker"_s, {u"info"_s}, 15s, {}, {});
-    clock.advance(1h);
+    clock.advance(19s);
     QVERIFY(!task.isReady());
     docker.reset();
     QVERIFY(await(std::move(task)).timedOut);
