@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 #include "app/LegacyTray.h"
 #include "app/OrvanelApp.h"
+#include "app/StartNotices.h"
 #include "app/StartupMessages.h"
 #include "app/StartupSequence.h"
 #include "app/UserEnvironment.h"
@@ -123,19 +124,27 @@ int main(int argc, char* argv[]) {
 
     SingleInstance instance;
     std::optional<QString> window;
-    switch (instance.start(tokens)) {
+    auto outcome = instance.start(tokens);
+    if (outcome == SingleInstance::Outcome::Leaving) {
+        outcome = waitForLeavingCopy(instance);
+    }
+    switch (outcome) {
     case SingleInstance::Outcome::AlreadyRunning:
         endStartupSequence(tokens.startupId);
         return 0;
     case SingleInstance::Outcome::DataInUse:
         std::fputs("orvanel: Another copy of Orvanel, which cannot be reached from here, uses the same data.\n",
                    stderr);
+        endStartupSequence(tokens.startupId);
+        instance.leave();
+        tellThatDataIsInUse();
         return 1;
     case SingleInstance::Outcome::Successor:
         window = tokens.activationToken;
         break;
     case SingleInstance::Outcome::First:
     case SingleInstance::Outcome::NoBus:
+    case SingleInstance::Outcome::Leaving:
         break;
     }
     return run(instance, tokens.startupId, window);

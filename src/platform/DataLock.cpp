@@ -16,7 +16,7 @@ namespace {
 
 constexpr char leavingMark = 'L';
 
-bool isHolderLeaving(int descriptor) {
+bool hasLeavingMark(int descriptor) {
     char mark = 0;
     return ::pread(descriptor, &mark, 1, 0) == 1 && mark == leavingMark;
 }
@@ -46,7 +46,7 @@ DataLock::Result DataLock::take(std::chrono::milliseconds patience, std::chrono:
     bool isLeaving = false;
     while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         const bool isHeld = errno == EWOULDBLOCK;
-        isLeaving = isHolderLeaving(descriptor);
+        isLeaving = hasLeavingMark(descriptor);
         const bool isOverdue = deadline.hasExpired() && (deadlineWithLeaving.hasExpired() || !isLeaving);
         if (!isHeld || isOverdue) {
             ::close(descriptor);
@@ -58,6 +58,15 @@ DataLock::Result DataLock::take(std::chrono::milliseconds patience, std::chrono:
     [[maybe_unused]] const int emptied = ::ftruncate(descriptor, 0);
     m_descriptor = descriptor;
     return isLeaving ? Result::TakenOver : Result::Taken;
+}
+
+bool DataLock::isHolderLeaving() const {
+    const int descriptor = ::open(QFile::encodeName(m_file).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    const bool isLeaving = descriptor >= 0 && hasLeavingMark(descriptor);
+    if (descriptor >= 0) {
+        ::close(descriptor);
+    }
+    return isLeaving;
 }
 
 void DataLock::announceEnd() {

@@ -28,6 +28,8 @@ public:
     /// Waits up to `patience`, blocking, while another process holds the lock; up to `patienceWithLeaving` while that
     /// one has announced its end.
     Result take(std::chrono::milliseconds patience = {}, std::chrono::milliseconds patienceWithLeaving = {});
+    /// Whether the process that holds the lock has announced its end.
+    bool isHolderLeaving() const;
     /// Tells processes that wait for the lock that this one is about to end.
     void announceEnd();
     void release();

@@ -140,9 +140,17 @@ void SingleInstance::leaveBus() {
     }
 }
 
+SingleInstance::Outcome SingleInstance::waitForEnd() {
+    const bool isHeld = m_lock.take({}, patienceWithLeaving) == DataLock::Result::HeldElsewhere;
+    return isHeld ? Outcome::DataInUse : Outcome::Successor;
+}
+
 SingleInstance::Outcome SingleInstance::runUnderLock(Outcome outcome) {
-    switch (m_lock.take(patienceWithLock, patienceWithLeaving)) {
+    switch (m_lock.take(patienceWithLock)) {
     case DataLock::Result::HeldElsewhere:
+        if (m_lock.isHolderLeaving()) {
+            return Outcome::Leaving;
+        }
         leaveBus();
         return Outcome::DataInUse;
     case DataLock::Result::TakenOver:

@@ -28,6 +28,8 @@ public:
         AlreadyRunning,
         /// Run: this is the only copy, but later ones cannot reach it.
         NoBus,
+        /// Wait: a copy that is leaving still uses the data; waitForEnd() tells how that ends.
+        Leaving,
         /// Leave: a copy that cannot be reached uses the same data, or a copy that is leaving does not end.
         DataInUse,
     };
@@ -49,9 +51,11 @@ public:
     /// The lock beside this user's data.
     static QString usersLockFile();
 
-    /// Call it once, before the event loop runs. Blocks for little more than `limit`, or as long as the copy that still
-    /// holds the data takes to leave.
+    /// Call it once, before the event loop runs. Blocks for little more than `limit`.
     Outcome start(const LaunchTokens& tokens);
+    /// After `Leaving`: blocks for minutes, until the copy that is leaving has ended (`Successor`) or takes too long
+    /// (`DataInUse`). Any thread, while no other uses this object.
+    Outcome waitForEnd();
 
     /// This copy is about to end: a later start no longer asks it for anything, but waits for its end and then runs.
     /// The lock is kept.

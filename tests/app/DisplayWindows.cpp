@@ -118,6 +118,14 @@ void DisplayWindows::clickLegacyIcon() {
     xcb_flush(m_connection);
 }
 
+void DisplayWindows::pressEscape() {
+    // Its place on the keyboard of Xvfb.
+    constexpr std::uint8_t escape = 9;
+    xcb_test_fake_input(m_connection, XCB_KEY_PRESS, escape, XCB_CURRENT_TIME, m_root, 0, 0, 0);
+    xcb_test_fake_input(m_connection, XCB_KEY_RELEASE, escape, XCB_CURRENT_TIME, m_root, 0, 0, 0);
+    xcb_flush(m_connection);
+}
+
 void DisplayWindows::withdrawLegacyTray() {
     const auto tree = owned(xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_panel), nullptr));
     for (int i = 0; tree && i < xcb_query_tree_children_length(tree.get()); ++i) {

@@ -33,6 +33,8 @@ public:
     /// In the middle of the icon's place in the panel.
     std::optional<QColor> legacyIconColor();
     void clickLegacyIcon();
+    /// The user presses Escape in the window that has the keys.
+    void pressEscape();
 
 private:
     struct Seen {

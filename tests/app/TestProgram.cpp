@@ -201,17 +201,6 @@ private Q_SLOTS:
         QCOMPARE(RunningProgram::exitCode(second), 0);
     }
 
-    void aSecondCopyThatCannotReachTheFirstFails() {
-        RunningProgram world;
-        world.environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
-        QProcess& first = world.start();
-        QVERIFY(world.knowsItsContainer());
-        QProcess& second = world.start();
-        QCOMPARE(RunningProgram::exitCode(second), 1);
-        RunningProgram::signal(first, SIGTERM);
-        QCOMPARE(RunningProgram::exitCode(first), 0);
-    }
-
     void runsWithItsStandardStreamsClosed() {
         RunningProgram world;
         world.addContainer("running");

@@ -9,6 +9,7 @@
 #include "support/TestClass.h"
 
 #include <QDBusMessage>
+#include <QFile>
 #include <QTest>
 
 #include <csignal>
@@ -366,6 +367,43 @@ private Q_SLOTS:
         QCOMPARE(RunningProgram::exitCode(first), 0);
         QVERIFY(desktop.showsWindow());
         QVERIFY(desktop.saysInTheTray(isStopped));
+    }
+
+    void aStartDuringASlowEndSaysSo() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        desktop.program.setting("stopOnQuit=true");
+        desktop.program.addContainer("running");
+        desktop.program.delayStop(60000);
+        const QProcess& first = desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStarting));
+        desktop.press("Quit");
+        QVERIFY(waitUntil([&] { return desktop.item() == nullptr; }));
+        QProcess& second = desktop.program.start();
+        // The first has no window any more.
+        QVERIFY(desktop.showsWindow());
+        QCOMPARE(first.state(), QProcess::Running);
+        desktop.windows.pressEscape();
+        QCOMPARE(RunningProgram::exitCode(second), 0);
+        QCOMPARE(first.state(), QProcess::Running);
+    }
+
+    void aSecondStartThatCannotReachTheFirstSaysSo() {
+        Desktop desktop;
+        QVERIFY(desktop.area.open());
+        const QProcess& first = desktop.program.start();
+        QVERIFY(desktop.saysInTheTray(isStopped));
+        QVERIFY(!desktop.windows.titles().contains(title));
+        desktop.program.environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
+        desktop.program.errorFile = desktop.program.home.path(u"errors"_s);
+        QProcess& second = desktop.program.start();
+        QVERIFY(desktop.showsWindow());
+        QFile errors(desktop.program.errorFile);
+        QVERIFY(errors.open(QIODevice::ReadOnly));
+        QVERIFY(errors.readAll().contains("uses the same data."));
+        desktop.windows.pressEscape();
+        QCOMPARE(RunningProgram::exitCode(second), 1);
+        QCOMPARE(first.state(), QProcess::Running);
     }
 
     void aSecondStartOpensTheWindow() {

@@ -28,6 +28,8 @@ QString nameOf(SingleInstance::Outcome outcome) {
         return u"AlreadyRunning"_s;
     case SingleInstance::Outcome::NoBus:
         return u"NoBus"_s;
+    case SingleInstance::Outcome::Leaving:
+        return u"Leaving"_s;
     case SingleInstance::Outcome::DataInUse:
         return u"DataInUse"_s;
     }
@@ -45,8 +47,12 @@ int main(int argc, char** argv) {
     QObject::connect(&instance, &SingleInstance::activated, [](const QString& token, const QString& startupId) {
         say(u"activated [%1] [%2]"_s.arg(token, startupId));
     });
-    const auto outcome = instance.start(tokens);
+    auto outcome = instance.start(tokens);
     say(nameOf(outcome));
+    if (outcome == SingleInstance::Outcome::Leaving) {
+        outcome = instance.waitForEnd();
+        say(nameOf(outcome));
+    }
     const bool leaves =
         outcome == SingleInstance::Outcome::AlreadyRunning || outcome == SingleInstance::Outcome::DataInUse;
     return leaves ? 0 : QCoreApplication::exec();

@@ -219,6 +219,7 @@ private Q_SLOTS:
         Other other(bus.address(), lockFile());
         const auto desktop = bus.connect();
         QVERIFY(waitUntil([&] { return desktop.interface()->isServiceRegistered(name).value(); }));
+        QCOMPARE(other.line(), u"Leaving"_s);
         instance.reset();
         QCOMPARE(other.line(), u"Successor"_s);
         QCOMPARE(activated.size(), 0);
