@@ -84,6 +84,7 @@ BackupResult backUpToFolder(const QString& dataDir, const QString& destination) 
     const QString wanted = placeOf(destination);
     requireBackupPlace(wanted, dataDir);
     removeLeftoversBeside(dataDir);
+    const PlaceNote note(parentOf(dataPlaceOf(dataDir)), parentOf(wanted));
     WorkFolder work(parentOf(wanted));
     const QString name = u"copy"_s;
     const DatabaseCheck check = copyData(dataDir, work, name);
@@ -92,6 +93,7 @@ BackupResult backUpToFolder(const QString& dataDir, const QString& destination) 
 
 /// A zip backup on its way through its steps.
 struct ZipBackup {
+    std::shared_ptr<PlaceNote> note;
     /// Beside the destination, for the archive, and where the copy of the data is made from which it is packed.
     std::shared_ptr<WorkFolder> work;
     std::shared_ptr<WorkFolder> staging;
@@ -151,6 +153,7 @@ ZipBackup prepareZip(const QString& dataDir, const QString& destination) {
     requireBackupPlace(wanted, dataDir);
     requireNoKeptData(wanted, dataDir);
     removeLeftoversBeside(dataDir);
+    zip.note = std::make_shared<PlaceNote>(parentOf(dataPlaceOf(dataDir)), parentOf(wanted));
     zip.work = std::make_shared<WorkFolder>(parentOf(wanted));
     zip.archive = zip.work->path(u"archive.zip"_s);
     stageZip(zip, dataDir);
@@ -219,7 +222,7 @@ QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir) {
     const auto making = [zip, dataDir, backupsDir] {
         recoverData(dataDir, backupsDir);
         requireRestorePlaces(zip, dataDir, backupsDir);
-        auto work = std::make_shared<WorkFolder>(QDir::tempPath(), u"orv-restore-"_s);
+        auto work = std::make_shared<WorkFolder>(QDir::tempPath(), WorkFolder::unpacking);
         makeFolder(work->path(unpackedName));
         return work;
     };
@@ -233,6 +236,19 @@ QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir) {
     co_await removeWork(work);
     if (failure) {
         std::rethrow_exception(failure);
+    }
+}
+
+void cleanUpPlaces(const QString& dataDir, const QString& backupsDir) {
+    for (const QString& prefix : {WorkFolder::unpacking, WorkFolder::checking}) {
+        WorkFolder::removeLeftovers(QDir::tempPath(), prefix);
+    }
+    cleanUp(backupsDir);
+    try {
+        cleanUp(parentOf(dataPlaceOf(dataDir)));
+    } catch (const AppError&) {
+        // Without a folder for the data folder, no run can have left anything there.
+        return;
     }
 }
 
@@ -275,6 +291,11 @@ QCoro::Task<void> BackupManager::restore(QString source, QString dataDir, QStrin
 
 void BackupManager::recover(const QString& dataDir, const QString& backupsDir) {
     recoverData(dataDir, backupsDir);
+}
+
+QCoro::Task<void> BackupManager::cleanUp(QString dataDir, QString backupsDir) {
+    const auto job = [dataDir, backupsDir] { cleanUpPlaces(dataDir, backupsDir); };
+    co_await onWorker(job);
 }
 
 bool BackupManager::looksLikeData(const QString& folder) {

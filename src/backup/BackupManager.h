@@ -47,6 +47,11 @@ QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir);
 /// Only renames, so any thread; what cannot be given back now stays where it is for the next time.
 void recover(const QString& dataDir, const QString& backupsDir);
 
+/// Deletes what runs left that were killed, or ended by a quit, in the middle: unfinished copies beside the data, among
+/// the backups, in the temporary folder and at the places of backups, and kept copies that were being deleted. To be
+/// called once at the start, after recover(). Never throws.
+QCoro::Task<void> cleanUp(QString dataDir, QString backupsDir);
+
 /// Whether `folder` holds an entry "kuma.db" or "db-config.json".
 bool looksLikeData(const QString& folder);
 

@@ -162,7 +162,7 @@ DatabaseCheck checkInTemporaryFolder(const QString& folder, const QString& name,
     try {
         const QString parent = QDir::tempPath();
         requireRoom(parent, bytesOf(folder, name));
-        const WorkFolder work(parent, u"orv-check-"_s);
+        const WorkFolder work(parent, WorkFolder::checking);
         return {.problem = checkIn(work.path(u"scratch"_s), folder, name)};
     } catch (const AppError&) {
         return {.notMade = reason.message()};

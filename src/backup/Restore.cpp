@@ -5,7 +5,6 @@
 #include "backup/DiskRoom.h"
 #include "backup/FileSystem.h"
 #include "backup/Recovery.h"
-#include "backup/RemoveTree.h"
 #include "backup/SafePaths.h"
 #include "backup/Swap.h"
 #include "backup/UnpackedCheck.h"
@@ -104,7 +103,7 @@ private:
         if (m_copy) {
             // The data itself is still in its place, so the copy is not needed.
             if (idOf(m_dataDir) == m_id) {
-                removeTree(kept);
+                discard(kept);
             }
             return;
         }
@@ -130,7 +129,7 @@ void removeOlder(const QStringList& names, const QString& backupsDir, const QStr
             continue;
         }
         try {
-            removeTree(older);
+            discard(older);
         } catch (const AppError&) {
             // The next restore tries again.
             continue;

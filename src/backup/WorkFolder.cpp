@@ -7,8 +7,10 @@
 #include <QFile>
 #include <QUuid>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -38,6 +40,13 @@ FileDescriptor lockFolder(const QString& path) {
     return folder;
 }
 
+const QString discardedPrefix = u".orvanel-discarded-"_s;
+const QString placePrefix = u".orvanel-place-"_s;
+
+QString pathIn(const QString& folder, const QString& name) {
+    return folder == u"/" ? folder + name : folder + u'/' + name;
+}
+
 QString uuidText() {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
 }
@@ -58,6 +67,22 @@ void removeLeftover(const Leftover& leftover, const QString& parent, bool mayHav
     }
 }
 
+/// Removes the work folders in the place that the note tells, and then the note, unless the place is out of reach.
+void cleanUpPlace(int folder, const std::string& note) {
+    const QString place = QFile::decodeName(readNote(folder, note).value_or("").c_str());
+    if (!place.startsWith(u'/')) {
+        ::unlinkat(folder, note.c_str(), 0);
+        return;
+    }
+    WorkFolder::removeLeftovers(place);
+    const QStringList names = namesIn(place);
+    const bool isEmpty = std::none_of(names.begin(), names.end(),
+                                      [](const QString& name) { return isOurName(name, WorkFolder::hidden); });
+    if (isFolder(place) && isEmpty) {
+        ::unlinkat(folder, note.c_str(), 0);
+    }
+}
+
 } // namespace
 
 void WorkFolder::removeLeftovers(const QString& parent, const QString& prefix) {
@@ -68,11 +93,15 @@ void WorkFolder::removeLeftovers(const QString& parent, const QString& prefix) {
 
 WorkFolder::WorkFolder(const QString& parent, const QString& prefix) {
     removeLeftovers(parent, prefix);
-    m_path = (parent == u"/" ? parent : parent + u'/') + prefix + uuidText();
-    if (::mkdir(QFile::encodeName(m_path).constData(), S_IRWXU) != 0) {
-        throw fileError(parent, errno);
+    // Between the two calls, a clean-up may take the folder for a leftover: then there is another one.
+    constexpr int attempts = 3;
+    for (int attempt = 0; attempt < attempts && !m_lock.isOpen(); ++attempt) {
+        m_path = pathIn(parent, prefix + uuidText());
+        if (::mkdir(QFile::encodeName(m_path).constData(), S_IRWXU) != 0) {
+            throw fileError(parent, errno);
+        }
+        m_lock = lockFolder(m_path);
     }
-    m_lock = lockFolder(m_path);
     const auto status = statusOf(m_path);
     if (!status || !m_lock.isOpen()) {
         throw fileError(m_path, ENOENT);
@@ -104,6 +133,43 @@ void WorkFolder::remove() {
         // The next run at this place tries again.
     }
     m_lock.reset();
+}
+
+void discard(const QString& path) {
+    const QString discarded = pathIn(parentOf(path), discardedPrefix + uuidText());
+    const int code = renameToNothing(path, discarded);
+    if (code != 0) {
+        throw fileError(path, code);
+    }
+    syncFolder(parentOf(path));
+    // As long as this run deletes it, no other one does.
+    const FileDescriptor lock = lockFolder(discarded);
+    removeTree(discarded);
+}
+
+PlaceNote::PlaceNote(const QString& folder, const QString& place) {
+    const QString name = placePrefix + uuidText();
+    const FileDescriptor open(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    m_file = pathIn(folder, name);
+    writeNote(open.get(), QFile::encodeName(name).toStdString(), QFile::encodeName(place).toStdString());
+}
+
+PlaceNote::~PlaceNote() {
+    ::unlink(QFile::encodeName(m_file).constData());
+}
+
+void cleanUp(const QString& folder) {
+    WorkFolder::removeLeftovers(folder);
+    for (const Leftover& leftover : leftoversIn(folder, discardedPrefix)) {
+        removeLeftover(leftover, folder, false);
+    }
+    const FileDescriptor open(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const QStringList names = namesIn(folder);
+    for (const QString& name : names) {
+        if (isOurName(name, placePrefix)) {
+            cleanUpPlace(open.get(), QFile::encodeName(name).toStdString());
+        }
+    }
 }
 
 std::vector<Leftover> leftoversIn(const QString& parent, const QString& prefix) {
@@ -157,7 +223,7 @@ std::optional<std::string> readNote(int folder, const std::string& name) {
     if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
         return "";
     }
-    std::array<char, 1024> words{};
+    std::array<char, 2 * PATH_MAX> words{};
     const ssize_t length = ::pread(file.get(), words.data(), words.size(), 0);
     if (length < 0) {
         throw fileError(name, errno);

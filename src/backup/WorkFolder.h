@@ -20,6 +20,9 @@ using namespace Qt::StringLiterals;
 class WorkFolder {
 public:
     static inline const QString hidden = u".orvanel-"_s;
+    /// In the temporary folder.
+    static inline const QString unpacking = u"orv-restore-"_s;
+    static inline const QString checking = u"orv-check-"_s;
 
     /// Removes what crashed runs left in `parent` under that prefix. What such a run had put into `replaced()` of a
     /// hidden one and not yet replaced goes back to its place; one that was restoring stays until recoverData() has
@@ -54,6 +57,28 @@ private:
     FileDescriptor m_lock;
     FileId m_id;
 };
+
+/// Deletes a folder of this user. Before that, it gets a hidden name of its own beside it, so that a run that is killed
+/// meanwhile leaves nothing that looks whole; cleanUp() of the next start goes on with it. Throws what the platform
+/// says. Blocks; any thread.
+void discard(const QString& path);
+
+/// Notes, in a folder that the next start looks into, that there is a work folder in `place`, which it could not know.
+/// The note goes with this object. Where it cannot be written, the work folder waits for the next run at its place.
+class PlaceNote {
+public:
+    PlaceNote(const QString& folder, const QString& place);
+    ~PlaceNote();
+    PlaceNote(const PlaceNote&) = delete;
+    PlaceNote& operator=(const PlaceNote&) = delete;
+
+private:
+    QString m_file;
+};
+
+/// Removes what killed runs left in `folder`: work folders, what discard() was deleting, and the work folders in the
+/// places of which PlaceNotes tell. Contract for work folders: WorkFolder::removeLeftovers(). Blocks; any thread.
+void cleanUp(const QString& folder);
 
 /// A work folder that a crashed run left. It is locked as long as this lives: no other run takes it for one.
 struct Leftover {

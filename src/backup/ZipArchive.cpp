@@ -7,6 +7,7 @@
 #include "process/DockerCLI.h"
 #include "task/Worker.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 
@@ -99,6 +100,15 @@ qint64 leastRoomFor(const QString& archive, const QString& folder) {
     return (free - entries - bytes) / 2;
 }
 
+/// Runs the archiver. It ends with the program: it would go on filling the disk, for nobody.
+QCoro::Task<CommandResult> runArchiver(ToolCall call, std::shared_ptr<ProcessHandle> handle) {
+    const QMetaObject::Connection ending = QObject::connect(
+        qApp, &QCoreApplication::aboutToQuit, qApp, [handle] { handle->cancel(); }, Qt::DirectConnection);
+    auto result = co_await DockerCLI::run(call.program, call.arguments, timeLimit, handle);
+    QObject::disconnect(ending);
+    co_return result;
+}
+
 } // namespace
 
 std::optional<ZipListing> ZipArchive::list(const QString& archive) {
@@ -126,7 +136,8 @@ QCoro::Task<void> ZipArchive::pack(QString folder, QString archive) {
     const auto counting = [folder] { return requirePackable(folder); };
     const qint64 entries = co_await onWorker(counting);
     const ToolCall command = packCommand(folder, archive);
-    const CommandResult result = co_await DockerCLI::run(command.program, command.arguments, timeLimit);
+    const auto handle = std::make_shared<ProcessHandle>();
+    const CommandResult result = co_await runArchiver(command, handle);
     if (!result.isSuccess()) {
         throw packError(result.output);
     }
@@ -141,7 +152,7 @@ QCoro::Task<void> ZipArchive::unpack(QString archive, QString folder) {
     std::stop_source stop;
     auto watch = watchRoom(folder, least, handle, stop.get_token());
     const ToolCall command = unpackCommand(archive, folder);
-    const CommandResult result = co_await DockerCLI::run(command.program, command.arguments, timeLimit, handle);
+    const CommandResult result = co_await runArchiver(command, handle);
     stop.request_stop();
     const bool ranOut = co_await watch;
     if (ranOut) {

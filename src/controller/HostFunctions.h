@@ -20,6 +20,8 @@ struct HostFunctions {
         autoBackup = &BackupManager::autoBackup;
     std::function<QCoro::Task<void>(QString source, QString dataDir, QString backupsDir)> restore =
         &BackupManager::restore;
+    /// Deletes what earlier runs left; may be empty.
+    std::function<QCoro::Task<void>(QString dataDir, QString backupsDir)> cleanUp = &BackupManager::cleanUp;
     std::function<QString()> timestamp = &BackupManager::timestamp;
 };
 

@@ -134,6 +134,9 @@ void KumaController::begin() {
     m_parts->bringUp.allow();
     // What a restore left that ended with the last run: no look at the data is to find it missing.
     BackupManager::recover(dataDir(), backupsDir());
+    if (const auto& cleanUp = m_parts->context.host.cleanUp) {
+        m_parts->tasks.start(cleanUp(dataDir(), backupsDir()), u"clean-up after an earlier run"_s);
+    }
     m_parts->poller.begin();
 }
 

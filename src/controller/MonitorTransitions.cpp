@@ -1,5 +1,7 @@
 #include "controller/MonitorTransitions.h"
 
+#include "platform/ShortText.h"
+
 using namespace Qt::StringLiterals;
 
 namespace orvanel {
@@ -7,6 +9,9 @@ namespace {
 
 constexpr std::int64_t down = 0;
 constexpr std::int64_t up = 1;
+
+/// Notifications cut titles after 200 characters: a long name must not push out what happened to the monitor.
+constexpr qsizetype longestName = 180;
 
 } // namespace
 
@@ -28,9 +33,10 @@ QList<MonitorNews> monitorNews(const MonitorStatuses& previous, const QList<Moni
             continue;
         }
         if (*before == up && *row.status == down) {
-            news.append({u"%1 is down"_s.arg(row.name), u"Uptime Kuma reports this monitor as down."_s});
+            news.append({u"%1 is down"_s.arg(shortened(row.name, longestName)),
+                         u"Uptime Kuma reports this monitor as down."_s});
         } else if (*before == down && *row.status == up) {
-            news.append({u"%1 is back up"_s.arg(row.name), u"This monitor is up again."_s});
+            news.append({u"%1 is back up"_s.arg(shortened(row.name, longestName)), u"This monitor is up again."_s});
         }
     }
     return news;

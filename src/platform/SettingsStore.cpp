@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QSettings>
 #include <QStringDecoder>
 
@@ -102,6 +103,15 @@ QString withoutHalfPairs(QString text) {
     return text;
 }
 
+/// QSettings waits without end for the lock beside the file, and with it the window: where something is in the way of
+/// that lock, nothing is written.
+bool isLockFree(const QString& path) {
+    constexpr int patience = 100;
+    QLockFile lock(path + u".lock"_s);
+    lock.setStaleLockTime(0);
+    return lock.tryLock(patience) || lock.error() != QLockFile::LockFailedError;
+}
+
 bool moveAside(const QString& path) {
     const QString broken = path + u".broken"_s;
     QString target = broken;
@@ -167,6 +177,9 @@ bool SettingsStore::set(const QString& key, const QString& value) {
     }
     const SettingsFile state = inspect(m_file);
     if (state == SettingsFile::Unusable || (state == SettingsFile::Broken && !moveAside(m_file))) {
+        return false;
+    }
+    if (!isLockFree(m_file)) {
         return false;
     }
     // A new object each time, because a QSettings keeps its error status.

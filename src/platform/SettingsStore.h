@@ -20,8 +20,8 @@ public:
     QString text(const QString& key, const QString& fallback) const;
     bool boolean(const QString& key, bool fallback) const;
 
-    /// Written to disk before the call returns. False when that failed, as it does with more than 6,000 characters; the
-    /// value then holds for this run only.
+    /// Written to disk before the call returns. False when that failed, as it does with more than 6,000 characters and
+    /// when another program holds the lock of the file for longer than 0.1 s; the value then holds for this run only.
     /// What others wrote into the file stays; a file that cannot be understood is moved aside, to the same name with
     /// ".broken" and, if need be, a number. Then, and when the file was deleted, all known values are written.
     bool setInteger(const QString& key, int value);

@@ -43,7 +43,7 @@ bool isZip(Operation operation) {
 }
 
 /// Data, a backup of an earlier time in both forms, and what each must be afterwards.
-struct Scene {
+struct KillScene {
     DataFolder folder;
     QMap<QString, QString> data;
     QMap<QString, QString> earlier;
@@ -51,7 +51,10 @@ struct Scene {
     QString destination(Operation operation) const { return folder.path(isZip(operation) ? u"copy.zip"_s : u"copy"_s); }
 };
 
-void fill(const Scene& scene, Operation operation, int files) {
+/// What an earlier restore kept.
+const QString oldest = u"Orvanel/Backups/before-restore-2020-01-01-000000"_s;
+
+void fill(const KillScene& scene, Operation operation, int files) {
     const DataFolder& folder = scene.folder;
     for (int i = 0; i < files; ++i) {
         folder.write(u"Orvanel/data/upload/%1/file%2"_s.arg(i % 7).arg(i), QByteArray(qsizetype{1000} * i, 'f'));
@@ -76,11 +79,14 @@ void fill(const Scene& scene, Operation operation, int files) {
         folder.write(u"copy.zip"_s, "old");
     }
     if (isRestore(operation)) {
-        folder.write(u"Orvanel/Backups/before-restore-2020-01-01-000000/kuma.db"_s, "oldest");
+        for (int i = 0; i < 5; ++i) {
+            folder.write(oldest + u"/upload/file%1"_s.arg(i), "oldest");
+        }
+        folder.write(oldest + u"/kuma.db"_s, "oldest");
     }
 }
 
-void perform(const Scene& scene, Operation operation) {
+void perform(const KillScene& scene, Operation operation) {
     const DataFolder& folder = scene.folder;
     if (operation == Operation::Automatic) {
         await(BackupManager::autoBackup(folder.data(), folder.backups(), u"before-update"_s));
@@ -93,7 +99,7 @@ void perform(const Scene& scene, Operation operation) {
 }
 
 /// Performs the operation in a process of its own that is killed before its step of that number; 0 is never.
-pid_t startPerforming(const Scene& scene, Operation operation, int killAt, int report = -1) {
+pid_t startPerforming(const KillScene& scene, Operation operation, int killAt, int report = -1) {
     const pid_t child = ::fork();
     if (child != 0) {
         return child;
@@ -104,6 +110,8 @@ pid_t startPerforming(const Scene& scene, Operation operation, int killAt, int r
     qputenv("TMPDIR", QFile::encodeName(scene.folder.path(u"tmp"_s)));
     const QCoreApplication application(argc, argv);
     interception().withoutExchange = operation == Operation::BackupOverFolderWithoutExchange;
+    // As at every start of the program.
+    await(BackupManager::cleanUp(scene.folder.data(), scene.folder.backups()));
     interception().killAt = killAt;
     interception().steps = 0;
     try {
@@ -126,8 +134,8 @@ int endOf(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-std::unique_ptr<Scene> makeScene(Operation operation, int files) {
-    auto scene = std::make_unique<Scene>();
+std::unique_ptr<KillScene> makeScene(Operation operation, int files) {
+    auto scene = std::make_unique<KillScene>();
     QDir().mkpath(scene->folder.path(u"tmp"_s));
     fill(*scene, operation, files);
     scene->data = describe(scene->folder.data());
@@ -135,7 +143,7 @@ std::unique_ptr<Scene> makeScene(Operation operation, int files) {
     return scene;
 }
 
-bool isOldDestination(const Scene& scene, Operation operation) {
+bool isOldDestination(const KillScene& scene, Operation operation) {
     const QString destination = scene.destination(operation);
     switch (operation) {
     case Operation::ZipOverZip:
@@ -150,7 +158,7 @@ bool isOldDestination(const Scene& scene, Operation operation) {
     }
 }
 
-QString problemWithNewZip(const Scene& scene, const QString& zip) {
+QString problemWithNewZip(const KillScene& scene, const QString& zip) {
     const QString folder = scene.folder.path(u"unpacked"_s);
     QDir().mkpath(folder);
     const QString output = runTool(u"bsdtar"_s, {u"-xpf"_s, zip, u"-C"_s, folder});
@@ -162,7 +170,7 @@ QString problemWithNewZip(const Scene& scene, const QString& zip) {
 }
 
 /// Without exchange there is a moment when both lie in the work folder, whole.
-bool isInWorkFolder(const Scene& scene) {
+bool isInWorkFolder(const KillScene& scene) {
     const QStringList names = scene.folder.names();
     for (const QString& name : names) {
         const QString old = scene.folder.path(name + u"/replaced/copy"_s);
@@ -173,7 +181,7 @@ bool isInWorkFolder(const Scene& scene) {
     return false;
 }
 
-QString problemAfterBackup(const Scene& scene, Operation operation) {
+QString problemAfterBackup(const KillScene& scene, Operation operation) {
     const QString changed = difference(scene.data, describe(scene.folder.data()));
     if (!changed.isEmpty()) {
         return u"the data changed: "_s + changed;
@@ -197,9 +205,12 @@ QString problemAfterBackup(const Scene& scene, Operation operation) {
     return isZip(operation) ? problemWithNewZip(scene, destination) : difference(scene.data, describe(destination));
 }
 
-QString problemAfterRestore(const Scene& scene, Operation operation) {
+QString problemAfterRestore(const KillScene& scene, Operation operation) {
     QStringList kept = scene.folder.kept();
-    kept.removeAll(u"before-restore-2020-01-01-000000"_s);
+    kept.removeIf([](const QString& name) { return name.startsWith(u'.'); });
+    if (kept.removeAll(u"before-restore-2020-01-01-000000"_s) > 0 && describe(scene.folder.path(oldest)).size() != 8) {
+        return u"half a kept copy looks whole"_s;
+    }
     const auto data = QFileInfo::exists(scene.folder.data()) ? describe(scene.folder.data()) : QMap<QString, QString>();
     if (difference(scene.data, data).isEmpty()) {
         return kept.isEmpty() ? QString() : u"the data is in two places"_s;
@@ -220,11 +231,11 @@ QString problemAfterRestore(const Scene& scene, Operation operation) {
     return difference(scene.earlier, data);
 }
 
-QString problemAfter(const Scene& scene, Operation operation) {
+QString problemAfter(const KillScene& scene, Operation operation) {
     return isRestore(operation) ? problemAfterRestore(scene, operation) : problemAfterBackup(scene, operation);
 }
 
-QStringList leftovers(const Scene& scene) {
+QStringList leftovers(const KillScene& scene) {
     QStringList found = scene.folder.names(u"tmp"_s);
     for (const QString& place : {QString(), u"Orvanel"_s, u"Orvanel/Backups"_s}) {
         found += scene.folder.names(place).filter(u".orvanel-"_s);
@@ -233,7 +244,7 @@ QStringList leftovers(const Scene& scene) {
 }
 
 /// Where the previous data is after the program started again: what a start does before it needs the data folder.
-QString problemOfNextStart(const Scene& scene) {
+QString problemOfNextStart(const KillScene& scene) {
     const DataFolder& folder = scene.folder;
     BackupManager::recover(folder.data(), folder.backups());
     QDir().mkpath(folder.data());
@@ -245,7 +256,7 @@ QString problemOfNextStart(const Scene& scene) {
 }
 
 /// Whether one of the kept folders is the previous data.
-bool isKept(const Scene& scene) {
+bool isKept(const KillScene& scene) {
     const QStringList kept = scene.folder.kept();
     return std::any_of(kept.begin(), kept.end(), [&](const QString& name) {
         return difference(scene.data, describe(scene.folder.backups(name))).isEmpty();
@@ -254,7 +265,7 @@ bool isKept(const Scene& scene) {
 
 /// The next run at the same place succeeds, loses nothing and leaves nothing lying about. The archiver of a killed run
 /// may live a little longer and write on, so that more than one run may be needed for the last.
-QString problemOfNextRun(const Scene& scene, Operation operation) {
+QString problemOfNextRun(const KillScene& scene, Operation operation) {
     bool mustBeKept = false;
     if (isRestore(operation)) {
         QString problem = problemOfNextStart(scene);

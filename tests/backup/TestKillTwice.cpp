@@ -24,9 +24,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// Data, and a backup of an earlier time that is to be restored.
-class Scene {
+class TwiceKilled {
 public:
-    Scene() {
+    TwiceKilled() {
         m_folder.write(u"Orvanel/data/kuma.db"_s, "database");
         m_folder.write(u"Orvanel/data/upload/file"_s, "uploaded");
         m_folder.write(u"earlier/kuma.db"_s, "of an earlier time");
@@ -106,19 +106,19 @@ std::optional<int> perform(const std::function<void()>& job, int killAt) {
     return isKilled ? std::nullopt : std::optional(steps);
 }
 
-void restoreUntil(const Scene& scene, int step) {
+void restoreUntil(const TwiceKilled& scene, int step) {
     if (perform([&] { scene.restore(); }, step)) {
         qFatal("the restore ended before it was killed");
     }
 }
 
 int countSteps() {
-    const Scene scene;
+    const TwiceKilled scene;
     return perform([&] { scene.restore(); }, 0).value_or(0);
 }
 
 /// So many of the last steps hold all between the note of a restore and the end of its work folder.
-constexpr int lastSteps = 24;
+constexpr int lastSteps = 28;
 
 } // namespace
 
@@ -137,7 +137,7 @@ private Q_SLOTS:
         for (int step = steps; step > steps - lastSteps; --step) {
             bool isEnding = false;
             for (int second = 1; !isEnding; ++second) {
-                const Scene scene;
+                const TwiceKilled scene;
                 restoreUntil(scene, step);
                 isBeforeNoteSeen = isBeforeNoteSeen || (scene.hasData() && !scene.isRestored());
                 isEnding = perform([&] { scene.recover(); }, second).has_value();
@@ -165,7 +165,7 @@ private Q_SLOTS:
             const int step = steps - i % lastSteps;
             const int second = (i % 3 == 0 ? wayBack : anyStep)(random);
             const QString at = u"step %1 of %2, then %3: "_s.arg(step).arg(steps).arg(second);
-            const Scene scene;
+            const TwiceKilled scene;
             restoreUntil(scene, step);
             // Then the next one may delete what this one kept.
             const bool isFirstDone = scene.isRestored();

@@ -58,6 +58,33 @@ private Q_SLOTS:
         QCOMPARE(QSet<QString>(after.begin(), after.end()), QSet<QString>(before.begin(), before.end()));
     }
 
+    /// What looks like a note in it may come from an archive.
+    void deletionThatWasInterruptedIsFinished() {
+        const DataFolder folder;
+        folder.fill();
+        const QString discarded = u"Orvanel/Backups/.orvanel-discarded-01234567-89AB-CDEF-0123-456789ABCDEF"_s;
+        folder.write(discarded + u"/kuma.db"_s, "half");
+        folder.write(discarded + u"/swapping"_s, "fresh/before-restore-2020-01-01-000000");
+        folder.write(discarded + u"/replaced/before-restore-2020-01-01-000000/kuma.db"_s, "evil");
+        folder.write(u"Orvanel/Backups/.orvanel-discarded-mine/kuma.db"_s, "another's");
+        await(BackupManager::cleanUp(folder.data(), folder.backups()));
+        QCOMPARE(folder.kept(), QStringList{u".orvanel-discarded-mine"_s});
+    }
+
+    void placeOfABackupIsCleanedUpWhenItIsInReach() {
+        const DataFolder folder;
+        folder.fill();
+        const QString note = u"Orvanel/.orvanel-place-01234567-89AB-CDEF-0123-456789ABCDEF"_s;
+        folder.write(note, QFile::encodeName(folder.path(u"stick"_s)));
+        await(BackupManager::cleanUp(folder.data(), folder.backups()));
+        QVERIFY(QFileInfo::exists(folder.path(note)));
+        folder.write(u"stick/"_s + leftover + u"/copy/kuma.db"_s, "half");
+        folder.write(u"stick/other"_s, "another's");
+        await(BackupManager::cleanUp(folder.data(), folder.backups()));
+        QCOMPARE(folder.names(u"stick"_s), QStringList{u"other"_s});
+        QVERIFY(!QFileInfo::exists(folder.path(note)));
+    }
+
     /// Where a zip for a disk without links is made ready.
     void leftoversBesideTheDataGoAsWell_data() {
         QTest::addColumn<QString>("name");

@@ -47,6 +47,7 @@ public:
         host.autoBackup = [this](QString dataDir, QString backupsDir, QString label) {
             return autoBackup(dataDir, backupsDir, label);
         };
+        host.cleanUp = nullptr;
         host.restore = [this](QString source, QString dataDir, QString backupsDir) {
             return restore(source, dataDir, backupsDir);
         };

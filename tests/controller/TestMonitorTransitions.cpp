@@ -33,6 +33,18 @@ class TestMonitorTransitions : public QObject {
     }
 
 private Q_SLOTS:
+    void longNameLeavesRoomForTheNews() {
+        ControllerFixture world;
+        MonitorRow row = monitor(5, 1);
+        row.name = QString(1000, u'x');
+        read(world, {row});
+        row.status = 0;
+        read(world, {row});
+        const QString title = world.notifier.posted.value(0).title;
+        QVERIFY2(title.endsWith(u"x… is down"), qPrintable(title));
+        QVERIFY(title.size() < 200);
+    }
+
     void newsOfASeriesOfReads_data() {
         QTest::addColumn<QList<Status>>("statuses");
         QTest::addColumn<QList<MonitorNews>>("news");

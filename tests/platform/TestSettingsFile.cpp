@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QTest>
 
 #include <sys/stat.h>
@@ -205,6 +206,29 @@ private Q_SLOTS:
             const Locked locked(home.path(u".config/Orvanel"_s), QFile::ReadOwner | QFile::ExeOwner);
             QVERIFY(!store.setInteger(port, 2));
         }
+        QVERIFY(store.setInteger(port, 3));
+        QCOMPARE(SettingsStore().integer(port, 0), 3);
+    }
+
+    void lockThatCannotBeTakenHoldsNothingUp_data() {
+        QTest::addColumn<bool>("isFolder");
+        QTest::newRow("a folder has its name") << true;
+        QTest::newRow("another program holds it") << false;
+    }
+
+    void lockThatCannotBeTakenHoldsNothingUp() {
+        QFETCH(const bool, isFolder);
+        const TestHome home;
+        home.write(fileName, "[General]\nport=1\n");
+        const QString lock = home.path(fileName) + u".lock"_s;
+        QLockFile other(lock);
+        other.setStaleLockTime(0);
+        QVERIFY(isFolder ? QDir().mkpath(lock + u"/inside"_s) : other.lock());
+        SettingsStore store;
+        checkCannotWrite(store);
+        QCOMPARE(contentOf(home.path(fileName)), QByteArray("[General]\nport=1\n"));
+        other.unlock();
+        QVERIFY(!isFolder || QDir(lock).removeRecursively());
         QVERIFY(store.setInteger(port, 3));
         QCOMPARE(SettingsStore().integer(port, 0), 3);
     }
