@@ -53,6 +53,10 @@ std::optional<OpError> databaseError(const BackupResult& backup) {
     return std::nullopt;
 }
 
+Outcome cancelled() {
+    return failed(u"Cancelled."_s, u"Nothing was restored."_s);
+}
+
 } // namespace
 
 BackupOperations::BackupOperations(const ContainerContext& context, const std::shared_ptr<Operations>& operations,
@@ -126,7 +130,7 @@ QCoro::Task<void> BackupOperations::askForRestore() {
 }
 
 QCoro::Task<Outcome> BackupOperations::performRestore(QString source, std::stop_token stop) {
-    const Outcome notReplaced = co_await replaceData(source);
+    const Outcome notReplaced = co_await replaceData(source, stop);
     if (notReplaced) {
         co_return notReplaced;
     }
@@ -135,9 +139,13 @@ QCoro::Task<Outcome> BackupOperations::performRestore(QString source, std::stop_
     co_return notStarted ? notStarted : notStopped;
 }
 
-QCoro::Task<Outcome> BackupOperations::replaceData(QString source) {
+QCoro::Task<Outcome> BackupOperations::replaceData(QString source, std::stop_token stop) {
     // Before the stop: a backup that is under way need not have the server stand still.
     const DataTurns::Turn turn = co_await m_dataTurns.take();
+    if (stop.stop_requested()) {
+        co_return cancelled();
+    }
+    const bool wasStopped = m_context.state->kuma == KumaState::stopped;
     findContainer(m_context);
     const Outcome notStopped = co_await m_containerOperations.performStop();
     if (notStopped) {
@@ -149,6 +157,10 @@ QCoro::Task<Outcome> BackupOperations::replaceData(QString source) {
     if (obstacle) {
         co_return obstacle;
     }
+    if (stop.stop_requested()) {
+        const Outcome notStarted = co_await startAgain(wasStopped);
+        co_return notStarted ? notStarted : cancelled();
+    }
     try {
         co_await m_context.host.restore(source, m_context.files.dataDir(), m_context.files.backupsDir());
     } catch (const std::exception& thrown) {
@@ -156,6 +168,16 @@ QCoro::Task<Outcome> BackupOperations::replaceData(QString source) {
         co_return failed(u"The restore failed. "_s + reason, reason);
     }
     co_return std::nullopt;
+}
+
+/// Nothing was replaced: the server runs again if it ran.
+QCoro::Task<Outcome> BackupOperations::startAgain(bool wasStopped) {
+    if (wasStopped) {
+        co_return std::nullopt;
+    }
+    const std::stop_token never;
+    const Outcome started = co_await m_containerOperations.performStart(never);
+    co_return started;
 }
 
 /// A daemon that came back meanwhile has started its containers again, and that one works on the data that was

@@ -36,7 +36,8 @@ private:
     static QCoro::Task<void> performBackup(Backup backup);
     QCoro::Task<void> askForRestore();
     QCoro::Task<Outcome> performRestore(QString source, std::stop_token stop);
-    QCoro::Task<Outcome> replaceData(QString source);
+    QCoro::Task<Outcome> replaceData(QString source, std::stop_token stop);
+    QCoro::Task<Outcome> startAgain(bool wasStopped);
     QCoro::Task<Outcome> stopWhatCameBack();
 
     const ContainerContext m_context;

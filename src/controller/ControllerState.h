@@ -32,6 +32,8 @@ enum class ErrorKind {
     general,
     /// The container restarts again and again; the error goes when its page answers.
     restartLoop,
+    /// Docker does not answer; the error goes when it does.
+    dockerSilent,
 };
 
 /// Why the last operation failed.

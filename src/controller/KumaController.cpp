@@ -160,6 +160,13 @@ void KumaController::cancelOperation() {
     m_parts->operations->cancel();
 }
 
+void KumaController::dismissError() {
+    m_parts->state->update([](ControllerState& state) {
+        state.error = std::nullopt;
+        state.suggestedPort = std::nullopt;
+    });
+}
+
 void KumaController::removeEverything() {
     m_parts->containerOperations.removeEverything();
 }

@@ -73,6 +73,8 @@ public:
     void restart();
     /// Cancels the download under way; other commands run to their end, and the operation stops after them.
     void cancelOperation();
+    /// Takes the error back that is shown, and the way out that was offered with it.
+    void dismissError();
     /// Asks first; then removes the container and deletes the data folder.
     void removeEverything();
     /// The last 300 lines of the container's log, as Docker gives them, or a sentence.

@@ -14,7 +14,12 @@ Failure failed(const CommandResult& result) {
     if (result.cancelled) {
         return failed(u"Cancelled."_s, result.output);
     }
-    return failed(sentenceOf(complaintOf(result)), result.output.isEmpty() ? u"(no output)"_s : result.output);
+    const DockerComplaint complaint = complaintOf(result);
+    Failure failure = failed(sentenceOf(complaint), result.output.isEmpty() ? u"(no output)"_s : result.output);
+    if (complaint == DockerComplaint::notRunning) {
+        failure.error.kind = ErrorKind::dockerSilent;
+    }
+    return failure;
 }
 
 Failure failed(const std::exception& thrown) {

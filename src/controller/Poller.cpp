@@ -91,7 +91,7 @@ QCoro::Task<void> Poller::refresh(std::stop_token stop) {
         co_return;
     }
     if (probe.status == 0 && stateWord(probe.output) == u"running"_s) {
-        setDockerState(m_context.state, DockerState::ready);
+        publishDockerAnswers();
         const bool answers = co_await m_pageAnswers(m_context.state->port);
         if (isOutdated(container, generation)) {
             co_return;
@@ -130,6 +130,14 @@ std::optional<Container> Poller::findTools() {
     return container;
 }
 
+void Poller::publishDockerAnswers() {
+    setDockerState(m_context.state, DockerState::ready);
+    const std::optional<OpError>& error = m_context.state->error;
+    if (error && error->kind == ErrorKind::dockerSilent) {
+        m_context.state.set(&ControllerState::error, std::nullopt);
+    }
+}
+
 void Poller::publishRunning(bool pageAnswers) {
     m_context.state.update([pageAnswers](ControllerState& state) {
         state.kuma = pageAnswers ? KumaState::running : KumaState::starting;
@@ -143,14 +151,14 @@ void Poller::publishNotRunning(const CommandResult& probe) {
     StateStore& state = m_context.state;
     if (probe.status != 0) {
         if (saysNoContainer(probe.output)) {
-            setDockerState(state, DockerState::ready);
+            publishDockerAnswers();
         } else {
             setDockerState(state, DockerState::notRunning, probe.output);
         }
         state.set(&ControllerState::kuma, KumaState::stopped);
         return;
     }
-    setDockerState(state, DockerState::ready);
+    publishDockerAnswers();
     const QString word = stateWord(probe.output);
     if (word != u"restarting"_s) {
         state.set(&ControllerState::kuma, KumaState::stopped);

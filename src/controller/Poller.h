@@ -31,6 +31,7 @@ private:
     QCoro::Task<void> refreshSoon();
     std::optional<Container> findTools();
     bool isOutdated(const Container& container, int generation) const;
+    void publishDockerAnswers();
     void publishRunning(bool pageAnswers);
     void publishNotRunning(const CommandResult& probe);
 

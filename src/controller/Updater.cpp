@@ -102,9 +102,9 @@ QCoro::Task<Outcome> Updater::performUpdate(QString version, std::stop_token sto
         co_return failed(u"The new version's name cannot be an image tag, so nothing was changed."_s,
                          u"The newest release is called \"%1\"."_s.arg(version));
     }
-    const Outcome notBackedUp = co_await backUpFirst();
-    if (notBackedUp) {
-        co_return notBackedUp;
+    const SafetyCopy copy = co_await backUpFirst();
+    if (copy.failure) {
+        co_return copy.failure;
     }
     if (m_context.bringUp.isForbidden()) {
         const CommandResult notDownloaded{.cancelled = true};
@@ -122,39 +122,47 @@ QCoro::Task<Outcome> Updater::performUpdate(QString version, std::stop_token sto
         co_return isStored ? notPulled : withUnstoredTag(notPulled);
     }
     m_tagChange.reset();
+    m_settings.forgetTagToTakeBack();
     m_operations.show(u"Restarting with the new version…"_s);
     const std::optional<QString> existing = co_await container.state();
     const CommandResult up = co_await container.bringUp(existing, Container::WhenRunning::replace);
     if (!up.isSuccess()) {
         co_return m_containerOperations.failure(up);
     }
-    co_return std::nullopt;
+    co_return copy.warning;
 }
 
-/// A failure when there is no good backup. Without data there is nothing to back up.
-QCoro::Task<Outcome> Updater::backUpFirst() {
+/// Without data there is nothing to back up.
+QCoro::Task<Updater::SafetyCopy> Updater::backUpFirst() {
     const DataTurns::Turn turn = co_await m_dataTurns.take();
     std::optional<BackupResult> backup;
+    SafetyCopy copy;
     try {
         const QString label = u"before-update"_s;
         backup = co_await m_context.host.autoBackup(m_context.files.dataDir(), m_context.files.backupsDir(), label);
     } catch (const std::exception& thrown) {
-        co_return failed(u"The backup before the update failed, so nothing was changed."_s,
-                         QString::fromUtf8(thrown.what()));
+        copy.failure =
+            failed(u"The backup before the update failed, so nothing was changed."_s, QString::fromUtf8(thrown.what()));
+        co_return copy;
     }
+    const QString details = u"%1\n\nThe backup is\n%2"_s;
     // The new version may migrate the data at once: what it changes, only a good backup can bring back.
     if (backup && backup->databaseProblem) {
-        co_return failed(u"The backup before the update did not pass a check, so nothing was changed."_s,
-                         u"%1\n\nThe backup is\n%2"_s.arg(*backup->databaseProblem, backup->path));
+        copy.failure = failed(u"The backup before the update did not pass a check, so nothing was changed."_s,
+                              details.arg(*backup->databaseProblem, backup->path));
+    } else if (backup && backup->databaseNotChecked) {
+        copy.warning = failed(u"The update was made, but the backup before it could not be checked."_s,
+                              details.arg(*backup->databaseNotChecked, backup->path));
     }
-    co_return std::nullopt;
+    co_return copy;
 }
 
 /// A failure when the settings or the compose file cannot name the new version.
 Outcome Updater::pinTag(const QString& newTag) {
     const TagChange change{.from = m_context.state->imageTag, .to = newTag};
-    if (!m_settings.setImageTag(newTag)) {
+    if (!m_settings.setTagToTakeBack(change.from) || !m_settings.setImageTag(newTag)) {
         m_settings.setImageTag(change.from);
+        m_settings.forgetTagToTakeBack();
         return Failure{.error = m_settings.notSaved()};
     }
     m_tagChange = change;
@@ -177,6 +185,7 @@ bool Updater::takeBackTag() {
     }
     const TagChange change = *std::exchange(m_tagChange, std::nullopt);
     const bool isStored = m_context.state->imageTag != change.to || m_settings.setImageTag(change.from);
+    m_settings.forgetTagToTakeBack();
     prepareFiles();
     return isStored;
 }

@@ -26,7 +26,14 @@ private:
     QCoro::Task<void> performCheck();
     QCoro::Task<void> askForUpdate(QString version);
     QCoro::Task<Outcome> performUpdate(QString version, std::stop_token stop);
-    QCoro::Task<Outcome> backUpFirst();
+    /// What became of the backup before an update.
+    struct SafetyCopy {
+        /// Why there is none to rely on: the update ends.
+        Outcome failure;
+        /// What to tell when the update has succeeded.
+        Outcome warning;
+    };
+    QCoro::Task<SafetyCopy> backUpFirst();
     Outcome pinTag(const QString& newTag);
     Outcome prepareFiles() const;
     Failure withUnstoredTag(Failure failure) const;

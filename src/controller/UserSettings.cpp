@@ -13,6 +13,8 @@ constexpr auto stopOnQuitKey = "stopOnQuit"_L1;
 constexpr auto dockerOverrideKey = "dockerOverride"_L1;
 constexpr auto imageTagKey = "imageTag"_L1;
 constexpr auto hasSeenGuideKey = "hasSeenGuide"_L1;
+/// Not a setting of the user's: see setTagToTakeBack().
+constexpr auto tagToTakeBackKey = "tagToTakeBack"_L1;
 
 int validPort(int port) {
     return port >= 1024 && port <= 65535 ? port : defaultPort;
@@ -31,6 +33,10 @@ UserSettings::UserSettings(SettingsStore& defaults, StateStore& state)
         read.imageTag = defaults.text(imageTagKey, u"2"_s);
         read.hasSeenGuide = defaults.boolean(hasSeenGuideKey, false);
     });
+    const QString tag = defaults.text(tagToTakeBackKey, {});
+    if (!tag.isEmpty() && setImageTag(tag)) {
+        forgetTagToTakeBack();
+    }
 }
 
 bool UserSettings::setPort(int port) {
@@ -65,6 +71,16 @@ bool UserSettings::setImageTag(const QString& tag) {
 bool UserSettings::setHasSeenGuide(bool seen) {
     m_state.set(&ControllerState::hasSeenGuide, seen);
     return saved(m_defaults.setBoolean(hasSeenGuideKey, seen));
+}
+
+bool UserSettings::setTagToTakeBack(const QString& tag) {
+    return saved(m_defaults.setText(tagToTakeBackKey, tag));
+}
+
+void UserSettings::forgetTagToTakeBack() {
+    if (!m_defaults.text(tagToTakeBackKey, {}).isEmpty()) {
+        m_defaults.setText(tagToTakeBackKey, {});
+    }
 }
 
 bool UserSettings::saved(bool success) {

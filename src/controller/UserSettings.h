@@ -21,6 +21,11 @@ public:
     bool setImageTag(const QString& tag);
     bool setHasSeenGuide(bool seen);
 
+    /// Writes down the tag to go back to while another is pinned and not downloaded: a program that is killed meanwhile
+    /// takes it back when it starts again. False when that could not be stored, which is published like a setting.
+    bool setTagToTakeBack(const QString& tag);
+    void forgetTagToTakeBack();
+
     QString file() const { return m_defaults.file(); }
     /// What is published when a setting could not be stored.
     OpError notSaved() const;

@@ -86,6 +86,20 @@ class TestErrorCard : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void dismissedErrorIsGone() {
+        ShownWindow view;
+        view.open();
+        fail(view, u"No room."_s);
+        auto* const card = visible<ErrorCard>(&view.window);
+        QVERIFY(card != nullptr);
+        QAbstractButton* const dismiss = button(card, u"Dismiss"_s);
+        QVERIFY(dismiss != nullptr);
+        dismiss->click();
+        view.world.settle();
+        QVERIFY(!view.world.controller().state().error);
+        QVERIFY(visible<ErrorCard>(&view.window) == nullptr);
+    }
+
     void theSameErrorAgainBeginsCollapsed() {
         ShownWindow view;
         view.open();

@@ -30,6 +30,7 @@ public:
     /// What the next jobs fail with.
     std::optional<QString> failure;
     std::optional<QString> databaseProblem;
+    std::optional<QString> databaseNotChecked;
     bool hasData = true;
     /// Told of each job when it begins, and when it does its work.
     std::function<void(const Job& job)> onBegin;
@@ -79,7 +80,8 @@ private:
     QCoro::Task<BackupResult> backUp(QString dataDir, QString destination) {
         const QStringList arguments{dataDir, destination};
         co_await work(u"back up"_s, arguments);
-        co_return BackupResult{.path = destination, .databaseProblem = databaseProblem};
+        co_return BackupResult{
+            .path = destination, .databaseProblem = databaseProblem, .databaseNotChecked = databaseNotChecked};
     }
 
     QCoro::Task<std::optional<BackupResult>> autoBackup(QString dataDir, QString backupsDir, QString label) {
@@ -89,7 +91,8 @@ private:
             co_return std::nullopt;
         }
         const QString path = backupsDir + u'/' + label;
-        co_return BackupResult{.path = path, .databaseProblem = databaseProblem};
+        co_return BackupResult{
+            .path = path, .databaseProblem = databaseProblem, .databaseNotChecked = databaseNotChecked};
     }
 
     QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir) {

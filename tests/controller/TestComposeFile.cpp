@@ -8,6 +8,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <csignal>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -32,6 +34,22 @@ ino_t numberOf(const QString& path) {
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : 0;
 }
 
+/// While it lives, no file can grow beyond a few bytes, as on a full disk.
+class FullDisk {
+public:
+    FullDisk() {
+        ::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{.rlim_cur = 16, .rlim_max = m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &m_before); }
+    Q_DISABLE_COPY_MOVE(FullDisk)
+
+private:
+    rlimit m_before{};
+};
+
 QStringList programFolder(const KumaController& kuma) {
     return QDir(kuma.dataDir() + u"/.."_s).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 }
@@ -51,6 +69,42 @@ private Q_SLOTS:
         QVERIFY(QDir(kuma.dataDir()).isEmpty());
         QCOMPARE(contentOf(kuma.composeURL()), expectedText(kuma));
         QCOMPARE(programFolder(kuma), (QStringList{u"data"_s, u"docker-compose.yml"_s}));
+    }
+
+    /// What is written goes into a buffer first, and only emptying that finds the disk full.
+    void fullDiskIsToldAndLeavesTheOldFileWhole() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        QVERIFY(!kuma.prepareFiles());
+        const QByteArray before = contentOf(kuma.composeURL());
+        kuma.setPort(4000);
+        std::optional<QString> reason;
+        {
+            const FullDisk full;
+            reason = kuma.prepareFiles();
+        }
+        QVERIFY(reason.has_value());
+        QCOMPARE(contentOf(kuma.composeURL()), before);
+        QCOMPARE(QDir(QFileInfo(kuma.composeURL()).path()).entryList(QDir::Files | QDir::Hidden),
+                 QStringList(u"docker-compose.yml"_s));
+        QVERIFY(!kuma.prepareFiles());
+        QVERIFY(contentOf(kuma.composeURL()) != before);
+    }
+
+    void readOnlyFileStaysWhenItCannotBeReplaced() {
+        ControllerFixture world;
+        KumaController& kuma = world.controller();
+        QVERIFY(!kuma.prepareFiles());
+        const QByteArray before = contentOf(kuma.composeURL());
+        QVERIFY(QFile::setPermissions(kuma.composeURL(), QFile::ReadOwner));
+        kuma.setPort(4000);
+        {
+            const FullDisk full;
+            QVERIFY(kuma.prepareFiles().has_value());
+        }
+        QCOMPARE(contentOf(kuma.composeURL()), before);
+        QVERIFY(!kuma.prepareFiles());
+        QVERIFY(contentOf(kuma.composeURL()) != before);
     }
 
     void pipeInTheFilesPlaceIsReplaced() {

@@ -232,6 +232,34 @@ private Q_SLOTS:
         QVERIFY(!kuma.state().error);
     }
 
+    void errorThatDockerIsSilentGoesWhenItAnswers() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        KumaController& kuma = world.controller();
+        const QString silence = u"Cannot connect to the Docker daemon at unix:///var/run/docker.sock."_s;
+        world.answer("compose stop", 1, silence);
+        world.answer("stop", 1, silence);
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        world.answer("inspect", 1, silence);
+        world.advance(3s);
+        QCOMPARE(kuma.state().error->message, u"Docker is not running."_s);
+        world.answerAsUsual();
+        world.advance(3s);
+        QVERIFY(!kuma.state().error);
+    }
+
+    void anyOtherErrorStaysUntilItIsDismissed() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        raiseOtherError(world);
+        world.advance(3s);
+        QVERIFY(world.controller().state().error.has_value());
+        world.controller().dismissError();
+        QVERIFY(!world.controller().state().error);
+        QVERIFY(!world.controller().state().suggestedPort);
+    }
+
     void restartLoopTakesThePlaceOfAnyOtherError() {
         ControllerFixture world;
         QVERIFY(world.isPolledAsRunning());

@@ -225,6 +225,37 @@ private Q_SLOTS:
         QCOMPARE(world.controller().state().error->message, u"The backup failed."_s);
     }
 
+    void cancelWhileABackupIsUnderWayRestoresNothing() {
+        ControllerFixture world;
+        startServer(world);
+        world.backups.holds = true;
+        backUpTo(world, zip);
+        restoreFrom(world, zip);
+        world.controller().cancelOperation();
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.backups.jobs.size(), 1);
+        QCOMPARE(world.docker().container->state, std::string("running"));
+        QVERIFY(!world.takeCommands().contains(u"compose stop"_s));
+        QCOMPARE(world.controller().state().error, (OpError{u"Cancelled."_s, u"Nothing was restored."_s}));
+    }
+
+    void cancelDuringTheStopStartsTheServerAgain() {
+        ControllerFixture world;
+        startServer(world);
+        world.controller().begin();
+        world.settle();
+        QVERIFY(world.controller().state().kuma == KumaState::running);
+        world.delay("compose stop", 2s, 1);
+        restoreFrom(world, zip);
+        world.controller().cancelOperation();
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        QCOMPARE(world.docker().container->state, std::string("running"));
+        QVERIFY(world.takeCommands().contains(u"compose stop"_s));
+        QCOMPARE(world.controller().state().error, (OpError{u"Cancelled."_s, u"Nothing was restored."_s}));
+    }
+
     void restoreWithoutAToolGoesOn() {
         ControllerFixture world;
         world.installedDocker = std::nullopt;

@@ -165,6 +165,19 @@ private Q_SLOTS:
         verifyUntouched(world);
     }
 
+    void backupThatCouldNotBeCheckedIsToldAfterTheUpdate() {
+        ControllerFixture world;
+        prepareUpdate(world);
+        world.backups.databaseNotChecked = u"The disk has too little room."_s;
+        confirmUpdate(world);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.controller().state().imageTag, newTag);
+        QCOMPARE(world.controller().state().error,
+                 (OpError{u"The update was made, but the backup before it could not be checked."_s,
+                          u"The disk has too little room.\n\nThe backup is\n%1/before-update"_s.arg(
+                              world.controller().backupsDir())}));
+    }
+
     void composeFileThatCannotBeWrittenTakesTheTagBack() {
         ControllerFixture world;
         prepareUpdate(world);

@@ -29,6 +29,37 @@ class TestUpdateTag : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    /// As a program leaves it that is killed during the download.
+    void tagThatWasNotDownloadedIsTakenBackAtTheNextStart() {
+        ControllerFixture world;
+        prepareUpdate(world);
+        world.hang("compose pull");
+        confirmUpdate(world);
+        world.settle();
+        QVERIFY(world.controller().state().pulling);
+        QFile settings(world.settingsFile);
+        QVERIFY(settings.open(QIODevice::ReadOnly));
+        const QByteArray left = settings.readAll();
+        settings.close();
+        QVERIFY(left.contains("imageTag=2."));
+
+        ControllerFixture later;
+        later.home.write(u".config/Orvanel/Orvanel.conf"_s, left);
+        QCOMPARE(later.controller().state().imageTag, u"2"_s);
+        later.controller().setImageTag(u"2.1.0"_s);
+        QCOMPARE(later.restartProgram().state().imageTag, u"2.1.0"_s);
+    }
+
+    void downloadedTagStays() {
+        ControllerFixture world;
+        prepareUpdate(world);
+        confirmUpdate(world);
+        QVERIFY(world.operationEnds());
+        const QString tag = world.controller().state().imageTag;
+        QVERIFY(tag != u"2"_s);
+        QCOMPARE(world.restartProgram().state().imageTag, tag);
+    }
+
     void newTagThatCannotBeStoredEndsTheUpdate() {
         ControllerFixture world;
         prepareUpdate(world);

@@ -21,7 +21,9 @@ ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
     // pass alerts on to them.
     setAccessibleRole(this, QAccessible::Notification);
     m_message = addHeading(Symbol::Kind::crossOctagon, TextStyle::headline, {}, Meaning::bad);
-    m_usePort = addButton(addButtonRow(), {}, [this] { useSuggestedPort(); });
+    ButtonRow* const row = addButtonRow();
+    m_usePort = addButton(row, {}, [this] { useSuggestedPort(); });
+    addButton(row, u"Dismiss"_s, [this] { m_context.controller.dismissError(); });
     column()->addWidget(m_details);
 }
 
