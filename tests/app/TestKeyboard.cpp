@@ -169,14 +169,15 @@ private Q_SLOTS:
         fail(view);
         view.click(showDetails);
         QVERIFY(view.world.isPolledAsRunning());
-        const QStringList expected{openDashboard, u"Stop"_s,     u"Restart"_s,          u"Logs"_s,   u"Backup"_s,
-                                   u"Settings"_s, openDashboard, u"Status page slug"_s, showDetails, u"Details"_s};
+        const QStringList expected{openDashboard, u"Stop"_s,     u"Restart"_s,  u"Logs"_s,
+                                   u"Backup"_s,   u"Settings"_s, openDashboard, u"Status page slug"_s,
+                                   u"Dismiss"_s,  showDetails,   u"Details"_s};
         QCOMPARE(tabOrder(view), expected);
 
         view.click(u"Stop"_s);
         QVERIFY(view.world.operationEnds());
         fail(view);
-        QCOMPARE(tabOrder(view), (QStringList{start, u"Settings"_s, u"Backup"_s, showDetails}));
+        QCOMPARE(tabOrder(view), (QStringList{start, u"Settings"_s, u"Backup"_s, u"Dismiss"_s, showDetails}));
     }
 
     void detailsOpenedLateStandWhereTheyAre() {
@@ -187,7 +188,8 @@ private Q_SLOTS:
         fail(view);
         view.click(showDetails);
         const QStringList order = tabOrder(view);
-        QCOMPARE(order.mid(order.indexOf(showDetails)), (QStringList{showDetails, u"Details"_s, showDetails}));
+        QCOMPARE(order.mid(order.indexOf(showDetails)),
+                 (QStringList{showDetails, u"Details"_s, u"Dismiss"_s, showDetails}));
     }
 
     void aScreenReaderMeetsTheErrorLast() {

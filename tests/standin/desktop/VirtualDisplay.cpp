@@ -9,12 +9,12 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel::standin {
 
-VirtualDisplay::VirtualDisplay() {
+VirtualDisplay::VirtualDisplay(QSize size) {
     // A test that crashes takes its display along.
     m_server.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     m_server.setStandardErrorFile(QProcess::nullDevice());
-    m_server.start(u"Xvfb"_s,
-                   {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x800x24"_s, u"-nolisten"_s, u"tcp"_s});
+    const QString screen = u"%1x%2x24"_s.arg(size.width()).arg(size.height());
+    m_server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, screen, u"-nolisten"_s, u"tcp"_s});
     if (!test::waitUntil([this] { return m_server.canReadLine() || m_server.state() == QProcess::NotRunning; }) ||
         !m_server.canReadLine()) {
         qFatal("Xvfb did not start: %s", qPrintable(m_server.errorString()));

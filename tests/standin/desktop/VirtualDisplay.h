@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QProcess>
+#include <QSize>
 #include <QString>
 
 namespace orvanel::standin {
@@ -8,7 +9,8 @@ namespace orvanel::standin {
 /// An X server that shows nothing to anybody (Xvfb), with a number that was free. Ends with the object.
 class VirtualDisplay {
 public:
-    VirtualDisplay();
+    /// `size`: of its screen, in pixels.
+    explicit VirtualDisplay(QSize size = {1280, 800});
     ~VirtualDisplay();
     VirtualDisplay(const VirtualDisplay&) = delete;
     VirtualDisplay& operator=(const VirtualDisplay&) = delete;
