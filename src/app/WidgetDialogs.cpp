@@ -61,7 +61,7 @@ void setTexts(QFileDialog* dialog, const QString& title, const QString& message)
 }
 
 ChosenPath openPanel(QFileDialog* dialog) {
-    const ChosenPath chosen;
+    ChosenPath chosen;
     QObject::connect(dialog, &QFileDialog::accepted, dialog,
                      [dialog, chosen] { chosen.complete(dialog->selectedFiles().value(0)); });
     open(dialog, chosen, std::optional<QString>());

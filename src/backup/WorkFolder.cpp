@@ -223,7 +223,7 @@ std::optional<std::string> readNote(int folder, const std::string& name) {
     if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
         return "";
     }
-    std::array<char, 2 * PATH_MAX> words{};
+    std::array<char, std::size_t{2} * PATH_MAX> words{};
     const ssize_t length = ::pread(file.get(), words.data(), words.size(), 0);
     if (length < 0) {
         throw fileError(name, errno);

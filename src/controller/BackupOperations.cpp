@@ -187,7 +187,7 @@ QCoro::Task<Outcome> BackupOperations::stopWhatCameBack() {
     if (!known) {
         co_return std::nullopt;
     }
-    const Container container = *known;
+    const Container& container = *known;
     const std::optional<QString> word = co_await container.state();
     if (word != u"running"_s) {
         co_return std::nullopt;

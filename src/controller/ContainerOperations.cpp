@@ -69,7 +69,7 @@ QCoro::Task<Outcome> ContainerOperations::performStart(std::stop_token stop) {
         setDockerState(state, DockerState::missing);
         co_return std::nullopt;
     }
-    const Container container = *found;
+    const Container& container = *found;
     const CommandResult runtime = co_await container.runtime();
     if (stop.stop_requested()) {
         co_return std::nullopt;
@@ -116,7 +116,7 @@ QCoro::Task<Outcome> ContainerOperations::performStop() {
     if (!known) {
         co_return std::nullopt;
     }
-    const Container container = *known;
+    const Container& container = *known;
     const std::optional<QString> existing = co_await container.state();
     if (!existing) {
         co_return std::nullopt;

@@ -176,7 +176,7 @@ QCoro::Task<QString> KumaController::fetchLogs() {
     if (!known) {
         co_return u"Docker was not found."_s;
     }
-    const Container container = *known;
+    const Container& container = *known;
     const CommandResult result = co_await container.logs();
     if (result.status != 0 && result.output.isEmpty()) {
         co_return u"No logs. The container may not exist yet."_s;
@@ -238,7 +238,7 @@ QCoro::Task<void> KumaController::runStop() {
     if (!known) {
         co_return;
     }
-    const Container container = *known;
+    const Container& container = *known;
     co_await m_parts->bringUp.end();
     co_await container.stop();
 }

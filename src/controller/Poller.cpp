@@ -84,7 +84,7 @@ QCoro::Task<void> Poller::refresh(std::stop_token stop) {
     if (!found) {
         co_return;
     }
-    const Container container = *found;
+    const Container& container = *found;
     const int generation = m_operations.generation();
     const CommandResult probe = co_await container.probe();
     if (isOutdated(container, generation) || stop.stop_requested() || probe.timedOut || probe.cancelled) {

@@ -73,7 +73,7 @@ QCoro::Task<Outcome> RuntimeSetup::performInstall(std::stop_token stop) {
     if (!found) {
         co_return failed(u"The docker command line tool was not found after the install."_s, m_context.state->setupLog);
     }
-    const Container container = *found;
+    const Container& container = *found;
     const Outcome started = co_await startColimaIfNeeded(container, stop);
     co_return started;
 }

@@ -97,7 +97,7 @@ QCoro::Task<Outcome> Updater::performUpdate(QString version, std::stop_token sto
     if (!known) {
         co_return std::nullopt;
     }
-    const Container container = *known;
+    const Container& container = *known;
     if (!isValidImageTag(version)) {
         co_return failed(u"The new version's name cannot be an image tag, so nothing was changed."_s,
                          u"The newest release is called \"%1\"."_s.arg(version));

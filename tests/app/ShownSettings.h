@@ -19,12 +19,16 @@ inline const auto notesText = u"Release notes"_s;
 /// The settings in a world where a test plays Docker.
 struct ShownSettings {
     /// `prepare` is called before there is a controller.
-    explicit ShownSettings(const std::function<void(ControllerFixture& world)>& prepare = [](ControllerFixture&) {})
+    explicit ShownSettings(const std::function<void(ControllerFixture& world)>& prepare = {})
         : world(prepare)
         , view({world.controller(), world.desktop, world.clock, {}}, world.dialogs) {}
 
     struct PreparedWorld : ControllerFixture {
-        explicit PreparedWorld(const std::function<void(ControllerFixture& world)>& prepare) { prepare(*this); }
+        explicit PreparedWorld(const std::function<void(ControllerFixture& world)>& prepare) {
+            if (prepare) {
+                prepare(*this);
+            }
+        }
     };
     PreparedWorld world;
     SettingsView view;

@@ -86,7 +86,7 @@ private Q_SLOTS:
     }
 
     void composeOfAToolThatIsNoLongerInUseIsNotRemembered() {
-        ContainerWorld world;
+        const ContainerWorld world;
         world.state->set(&ControllerState::dockerPath, u"/other/docker"_s);
         QVERIFY(await(world.container().hasCompose()));
         QVERIFY(!(*world.state)->composeAvailable);
