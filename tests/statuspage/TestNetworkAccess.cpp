@@ -55,7 +55,7 @@ class TestNetworkAccess : public QObject {
 private Q_SLOTS:
     /// Ours sends one request: TestStatusPageClient, aFailedFirstRequestIsTheOnlyOne.
     void sendsARequestAgainByItself() {
-        PlainServer server([](QTcpSocket* socket) { socket->disconnectFromHost(); });
+        const PlainServer server([](QTcpSocket* socket) { socket->disconnectFromHost(); });
         QVERIFY(server.isListening);
         QNetworkAccessManager network;
         const auto reply = get(network, server.address(u"/a"_s));
@@ -65,8 +65,8 @@ private Q_SLOTS:
 
     /// For ours an answer that is not HTTP is an answer with status 0: TestHttpReader, answers.
     void seesNoDifferenceBetweenNoHttpAndNothing() {
-        PlainServer silent([](QTcpSocket* socket) { socket->disconnectFromHost(); });
-        PlainServer foreign([](QTcpSocket* socket) {
+        const PlainServer silent([](QTcpSocket* socket) { socket->disconnectFromHost(); });
+        const PlainServer foreign([](QTcpSocket* socket) {
             socket->write("SSH-2.0-something\r\n");
             socket->disconnectFromHost();
         });
