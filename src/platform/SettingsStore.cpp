@@ -1,15 +1,14 @@
 #include "platform/SettingsStore.h"
 
 #include "platform/AppIdentity.h"
+#include "platform/IniText.h"
 #include "platform/UserFiles.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
 #include <QSettings>
-#include <QStringDecoder>
-
-#include <algorithm>
+#include <QTemporaryFile>
 
 using namespace Qt::StringLiterals;
 
@@ -27,35 +26,8 @@ QString usersFile() {
     return u"%1/%2/%2.conf"_s.arg(folders::configuration(), name);
 }
 
-/// No quote stays open at the end of the line, and no backslash takes the next line in.
-bool isWholeLine(const QByteArray& line) {
-    bool isQuoted = false;
-    qsizetype i = 0;
-    for (; i < line.size(); ++i) {
-        if (line[i] == '\\') {
-            ++i;
-        } else if (line[i] == '"') {
-            isQuoted = !isQuoted;
-        }
-    }
-    return !isQuoted && i == line.size();
-}
-
-/// Whether QSettings understands all of it: text in lines that are keys, sections or comments. It drops what it does
-/// not understand, and writes the file without it.
-bool isSettingsText(const QByteArray& content) {
-    // Without a state, a character that is cut at the end is an error too.
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString decoded = decoder(content);
-    if (decoder.hasError() || decoded.contains(QChar::Null)) {
-        return false;
-    }
-    const QByteArrayList lines = content.split('\n');
-    return std::all_of(lines.begin(), lines.end(), [](const QByteArray& rawLine) {
-        const QByteArray line = rawLine.trimmed();
-        const bool isComment = line.isEmpty() || line.startsWith(';') || line.startsWith('#');
-        return isComment || (isWholeLine(line) && (line.startsWith('[') ? line.endsWith(']') : line.contains('=')));
-    });
+bool isText(const QByteArray& content) {
+    return !content.contains('\0');
 }
 
 SettingsFile inspect(const QString& path) {
@@ -73,15 +45,10 @@ SettingsFile inspect(const QString& path) {
     if (!content) {
         return SettingsFile::Unusable;
     }
-    return isSettingsText(*content) ? SettingsFile::Good : SettingsFile::Broken;
+    return isText(*content) && isHarmlessIni(*content) ? SettingsFile::Good : SettingsFile::Broken;
 }
 
-/// What QSettings understands of the file, even where that is not all.
-QVariantHash readValues(const QString& path) {
-    const auto content = readSmallFile(path);
-    if (!content || content->contains('\0')) {
-        return {};
-    }
+QVariantHash valuesIn(const QString& path) {
     QVariantHash values;
     const QSettings settings(path, QSettings::IniFormat);
     const QStringList keys = settings.allKeys();
@@ -89,6 +56,22 @@ QVariantHash readValues(const QString& path) {
         values.insert(key, settings.value(key));
     }
     return values;
+}
+
+/// A text with some bad lines still gives the good ones.
+QVariantHash readValues(const QString& path) {
+    const auto content = readSmallFile(path);
+    if (!content || !isText(*content)) {
+        return {};
+    }
+    if (isHarmlessIni(*content)) {
+        return valuesIn(path);
+    }
+    QTemporaryFile goodLines;
+    if (!goodLines.open() || goodLines.write(harmlessIniLines(*content)) < 0 || !goodLines.flush()) {
+        return {};
+    }
+    return valuesIn(goodLines.fileName());
 }
 
 // UTF-8 cannot hold half a surrogate pair. Replaced here, this run has the same value as the next one reads.

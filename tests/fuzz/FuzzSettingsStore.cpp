@@ -10,12 +10,6 @@
 
 using namespace Qt::StringLiterals;
 
-// A list in the file may claim any size. Qt asks for the memory, touches none of it, and goes on where it gets none.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the name is the sanitizer's.
-extern "C" const char* __asan_default_options() {
-    return "allocator_may_return_null=1";
-}
-
 namespace orvanel::test {
 namespace {
 

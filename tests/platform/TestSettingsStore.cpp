@@ -108,7 +108,7 @@ private Q_SLOTS:
                                                ')';
     }
 
-    /// They are left to QSettings, which takes no memory for what they claim.
+    /// QSettings would ask for as much memory as they claim.
     void objectsReadAsTheFallback() {
         QFETCH(const QByteArray, line);
         const TestHome home;
@@ -122,6 +122,45 @@ private Q_SLOTS:
         QCOMPARE(SettingsStore().text(slug, {}), u"mine"_s);
         // The notes of a sanitizer alone take an eighth of what is asked for.
         QVERIFY(mostMemoryUsed() - before < qint64{512} << 20);
+    }
+
+    void objectsAreNeverReadBack_data() {
+        QTest::addColumn<QByteArray>("line");
+        const QByteArray object = "Variant(\\0\\0\\0\\x9)";
+        QTest::newRow("plain") << "x=@" + object;
+        QTest::newRow("quoted") << "x=  \"@" + object + '"';
+        QTest::newRow("second of a list") << "x=a, @" + object;
+        QTest::newRow("escaped") << "x=\\x40" + object;
+        QTest::newRow("escaped with more digits") << "x=\\x10040" + object;
+        QTest::newRow("octal") << "x=\\0100" + object;
+        QTest::newRow("name within quotes") << "x=@\"" + object + '"';
+        QTest::newRow("escaped name") << QByteArray("x=@\\x56") + object.mid(1);
+        QTest::newRow("on two lines") << QByteArray("x=@\\\n") + object;
+        QTest::newRow("quote on two lines") << QByteArray("x=\"a\n\", @") + object;
+        QTest::newRow("carriage return") << "x=b\rx=@" + object;
+        QTest::newRow("carriage return in a comment") << ";x\rx=@" + object;
+        QTest::newRow("carriage return in a section") << "[x]\rx=@" + object + ']';
+        QTest::newRow("unknown escape") << "x=\\)@" + object;
+        QTest::newRow("escaped letter") << "x=\\D@" + object;
+        QTest::newRow("escape without digits") << "x=\\x@" + object;
+        QTest::newRow("escaped equals sign") << "y\\=x=@" + object;
+        QTest::newRow("quote in a key") << "y\"=a\n\"=b, @" + object;
+        QTest::newRow("date") << QByteArray("x=@DateTime(\\0\\0\\0\\x9)");
+    }
+
+    void objectsAreNeverReadBack() {
+        QFETCH(const QByteArray, line);
+        const TestHome home;
+        const QByteArray content = "[General]\nport=4001\n" + line + "\nslug=mine\n";
+        home.write(fileName, content);
+        SettingsStore store;
+        QCOMPARE(store.integer(port, 0), 4001);
+        QCOMPARE(store.text(slug, {}), u"mine"_s);
+        QVERIFY(!store.text(u"x"_s, {}).contains(u"\\x9"_s));
+        QVERIFY(store.setInteger(port, 4002));
+        QCOMPARE(contentOf(home.path(fileName) + u".broken"_s), content);
+        QCOMPARE(SettingsStore().text(slug, {}), u"mine"_s);
+        QCOMPARE(SettingsStore().integer(port, 0), 4002);
     }
 
     void integersKeepTheirLimits() {
