@@ -216,7 +216,7 @@ std::optional<Container> knownContainer(const ContainerContext& context) {
 
 std::optional<Container> findContainer(const ContainerContext& context) {
     if (!context.state->dockerPath) {
-        context.state.set(&ControllerState::dockerPath, context.host.findDocker(context.state->dockerOverride));
+        context.state.set(&ControllerState::dockerPath, context.host.docker(context.state->dockerOverride));
     }
     return knownContainer(context);
 }

@@ -59,8 +59,6 @@ struct ControllerState {
     bool hasSeenGuide = false;
 
     std::optional<QString> dockerPath = {};
-    /// While there is none: a docker where Linux distributions put it, which the user may choose as the override.
-    std::optional<QString> dockerElsewhere = {};
     DockerState dockerState = DockerState::unknown;
     /// What the docker tool said when no runtime answered; empty in every other state. See isPermissionDenied().
     QString runtimeDetails = {};

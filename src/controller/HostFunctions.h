@@ -5,6 +5,8 @@
 
 namespace orvanel {
 
+using namespace Qt::StringLiterals;
+
 /// What the controller has the machine do: run commands, look for tools and ports, copy data. A test puts its own in
 /// place of each. What the functions refer to must outlive the controller.
 struct HostFunctions {
@@ -12,6 +14,18 @@ struct HostFunctions {
     std::function<std::optional<QString>(const QString& override)> findDocker = &DockerCLI::find;
     std::function<std::optional<QString>(const QString& name)> findTool = &DockerCLI::findTool;
     std::function<std::optional<QString>(const QString& name)> findToolElsewhere = &DockerCLI::findOutsideSearchFolders;
+
+    /// The docker tool: where the search finds it, else where Linux puts tools.
+    std::optional<QString> docker(const QString& override) const {
+        const std::optional<QString> found = findDocker(override);
+        return found ? found : findToolElsewhere(u"docker"_s);
+    }
+    /// The same for any other tool.
+    std::optional<QString> tool(const QString& name) const {
+        const std::optional<QString> found = findTool(name);
+        return found ? found : findToolElsewhere(name);
+    }
+
     std::function<bool(int port)> isPortFree = &DockerCLI::isPortFree;
     std::function<bool(int port)> isPortFreeForListening = &DockerCLI::isPortFreeForListening;
 

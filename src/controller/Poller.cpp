@@ -116,11 +116,9 @@ bool Poller::isOutdated(const Container& container, int generation) const {
 /// Looks up the tools; none when there is no docker to ask.
 std::optional<Container> Poller::findTools() {
     StateStore& state = m_context.state;
-    state.set(&ControllerState::brewPath, m_context.host.findTool(u"brew"_s));
-    state.set(&ControllerState::colimaPath, m_context.host.findTool(u"colima"_s));
+    state.set(&ControllerState::brewPath, m_context.host.tool(u"brew"_s));
+    state.set(&ControllerState::colimaPath, m_context.host.tool(u"colima"_s));
     std::optional<Container> container = findContainer(m_context);
-    state.set(&ControllerState::dockerElsewhere,
-              container ? std::nullopt : m_context.host.findToolElsewhere(u"docker"_s));
     if (!container) {
         setDockerState(state, DockerState::missing);
         state.set(&ControllerState::kuma, KumaState::stopped);

@@ -81,10 +81,10 @@ QCoro::Task<Outcome> RuntimeSetup::performInstall(std::stop_token stop) {
 /// Installs what is missing.
 QCoro::Task<Outcome> RuntimeSetup::install() {
     const HostFunctions& host = m_context.host;
-    if (host.findTool(u"colima"_s) && host.findDocker(m_context.state->dockerOverride)) {
+    if (host.tool(u"colima"_s) && host.docker(m_context.state->dockerOverride)) {
         co_return std::nullopt;
     }
-    const std::optional<QString> brew = host.findTool(u"brew"_s);
+    const std::optional<QString> brew = host.tool(u"brew"_s);
     if (!brew) {
         co_return failed(u"Homebrew is not installed, so the app cannot install Colima for you."_s);
     }
@@ -104,7 +104,7 @@ QCoro::Task<Outcome> RuntimeSetup::startColimaIfNeeded(Container container, std:
         co_await m_refresh(stop);
         co_return std::nullopt;
     }
-    const std::optional<QString> colima = m_context.host.findTool(u"colima"_s);
+    const std::optional<QString> colima = m_context.host.tool(u"colima"_s);
     if (!colima) {
         co_return failed(u"Colima is not installed."_s, probe.output);
     }

@@ -125,40 +125,17 @@ private Q_SLOTS:
         QVERIFY(view.world.underWay().contains(u"brew install"_s));
     }
 
-    void dockerFoundElsewhereCanBeUsed() {
-        ShownWindow view;
-        view.world.installedDocker = std::nullopt;
-        const QString tool = view.world.home.write(u"tools/usr/bin/docker"_s, "#!/bin/sh\n", true);
-        view.world.executables = {tool};
-        view.open();
-        view.poll();
-        QVERIFY(shows(&view.window, u"A docker tool was found at %1."_s.arg(tool)));
-        view.click(u"Use it"_s);
-        QCOMPARE(view.world.controller().state().dockerOverride, tool);
-        QVERIFY(visible<StartCard>(&view.window) != nullptr);
-    }
-
-    void oneThatIsInstalledElsewhereLaterIsNoticed() {
+    void dockerWhereLinuxPutsItIsUsedWithoutAQuestion() {
         ShownWindow view;
         view.world.installedDocker = std::nullopt;
         view.open();
         view.poll();
-        QVERIFY(button(&view.window, u"Use it"_s) == nullptr);
-        const QString tool = view.world.home.write(u"tools/usr/bin/docker"_s, "#!/bin/sh\n", true);
-        view.world.executables = {tool};
+        QVERIFY(visible<DockerMissingCard>(&view.window) != nullptr);
+        view.world.toolsElsewhere.insert(u"docker"_s, u"/usr/bin/docker"_s);
         view.world.advance(3s);
-        QVERIFY(shows(&view.window, u"A docker tool was found at %1."_s.arg(tool)));
-        view.click(u"Use it"_s);
-        QCOMPARE(view.world.controller().state().dockerOverride, tool);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
-    }
-
-    void withoutOneElsewhereNothingIsOffered() {
-        ShownWindow view;
-        view.world.installedDocker = std::nullopt;
-        view.open();
-        view.poll();
-        QVERIFY(button(&view.window, u"Use it"_s) == nullptr);
+        QCOMPARE(view.world.controller().state().dockerPath, u"/usr/bin/docker"_s);
+        QCOMPARE(view.world.controller().state().dockerOverride, QString());
     }
 
     void colimaThatIsNotStarted() {

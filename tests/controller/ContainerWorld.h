@@ -15,6 +15,7 @@ public:
     ContainerWorld() {
         host.run = docker.runner();
         host.findDocker = [this](const QString&) { return installedDocker; };
+        host.findToolElsewhere = [this](const QString&) { return dockerElsewhere; };
         state->update([](ControllerState& next) {
             next.port = 3001;
             next.imageTag = u"2"_s;
@@ -36,6 +37,7 @@ public:
     FakeClock clock;
     standin::InProcessDocker docker{&clock};
     std::optional<QString> installedDocker = u"/opt/bin/docker"_s;
+    std::optional<QString> dockerElsewhere;
     int changes = 0;
     const std::shared_ptr<StateStore> state = std::make_shared<StateStore>([this] { changes += 1; });
     HostFunctions host;

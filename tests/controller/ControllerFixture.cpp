@@ -64,6 +64,9 @@ ControllerEnvironment ControllerFixture::environment() {
         toolSearches.append(name);
         return installedTools.contains(name) ? std::optional(installedTools.value(name)) : std::nullopt;
     };
+    host->findToolElsewhere = [this](const QString& name) -> std::optional<QString> {
+        return toolsElsewhere.contains(name) ? std::optional(toolsElsewhere.value(name)) : std::nullopt;
+    };
     host->isPortFree = [this](int port) { return !listeningPorts.contains(port) && !closingPorts.contains(port); };
     host->isPortFreeForListening = [this](int port) { return !listeningPorts.contains(port); };
     env.pageAnswers = [this](int port) { return page.pageAnswers(port); };

@@ -63,6 +63,8 @@ public:
     std::optional<QString> installedDocker = u"/opt/bin/docker"_s;
     QSet<QString> executables;
     QMap<QString, QString> installedTools;
+    /// What is found only where Linux puts tools.
+    QMap<QString, QString> toolsElsewhere;
     int dockerSearches = 0;
     QStringList toolSearches;
 

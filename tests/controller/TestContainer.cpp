@@ -31,6 +31,14 @@ private Q_SLOTS:
         QCOMPARE(knownContainer(world.context)->docker(), u"/opt/bin/docker"_s);
     }
 
+    void aToolWhereLinuxPutsItIsUsedWhereThereIsNoOther() {
+        ContainerWorld world;
+        world.dockerElsewhere = u"/usr/bin/docker"_s;
+        QCOMPARE(world.host.docker({}), u"/opt/bin/docker"_s);
+        world.installedDocker = std::nullopt;
+        QCOMPARE(findContainer(world.context)->docker(), u"/usr/bin/docker"_s);
+    }
+
     void noToolIsNoContainer() {
         ContainerWorld world;
         world.installedDocker = std::nullopt;

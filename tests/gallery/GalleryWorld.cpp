@@ -34,8 +34,4 @@ void GalleryWorld::advanceUntil(const std::function<bool()>& condition) {
     }
 }
 
-void GalleryWorld::putTool(const QString& place) {
-    home.write(u"tools/"_s + place, "#!/bin/sh\n", true);
-}
-
 } // namespace orvanel::test

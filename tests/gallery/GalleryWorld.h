@@ -18,8 +18,6 @@ public:
     void poll();
     /// Turns the clock until that holds; ends the program when it never does.
     void advanceUntil(const std::function<bool()>& condition);
-    /// A tool lies at that place below the folder that stands for "/".
-    void putTool(const QString& place);
 };
 
 } // namespace orvanel::test

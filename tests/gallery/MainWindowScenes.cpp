@@ -36,11 +36,6 @@ std::unique_ptr<QWidget> withoutRuntime(GalleryWorld& world, standin::Daemon dae
     return mainWindow(world);
 }
 
-std::unique_ptr<QWidget> foundElsewhere(GalleryWorld& world) {
-    world.putTool(u"usr/bin/docker"_s);
-    return withoutDocker(world, {});
-}
-
 std::unique_ptr<QWidget> settingUp(GalleryWorld& world) {
     auto window = withoutDocker(world, {brew});
     world.docker().pace = 1;
@@ -120,7 +115,6 @@ std::vector<Scene> mainWindowScenes() {
         {"checking-docker", mainWindow, {}},
         {"docker-missing", [](GalleryWorld& world) { return withoutDocker(world, {brew}); }, {}},
         {"docker-missing-no-homebrew", [](GalleryWorld& world) { return withoutDocker(world, {}); }, {}},
-        {"docker-missing-found-elsewhere", foundElsewhere, {}},
         {"runtime-setup", settingUp, {}},
         {"docker-not-running-colima",
          [](GalleryWorld& world) {

@@ -18,12 +18,7 @@ public:
     QPushButton* checkAgainButton() const override { return m_checkAgain; }
 
 private:
-    QWidget* makeFoundRow();
-    void useFoundTool();
-
     ViewContext m_context;
-    QWidget* m_foundRow;
-    TextLabel* m_foundText = nullptr;
     TextLabel* m_homebrewIsNeeded;
     QPushButton* m_install;
     QPushButton* m_getHomebrew;
