@@ -38,18 +38,16 @@ void checkCap(const QString& log, const QString& chunk, const QString& result) {
 /// The rules of OutputBuffer and of the log that is shown, written down plainly beside them.
 class Run {
 public:
-    void print(const QByteArray& chunk) {
-        const auto room = m_buffer.room();
-        require(static_cast<std::size_t>(chunk.size()) <= room.size(), "a chunk has room");
-        std::copy_n(chunk.begin(), chunk.size(), room.begin());
-        const QByteArrayView committed = m_buffer.commit(static_cast<std::size_t>(chunk.size()));
-        require(committed == chunk, "a chunk is handed on as it came");
-        const QString text = decodeUtf8(committed);
-        m_feed(text);
-        m_waiting += text;
-        m_expected += chunk;
-        if (m_expected.size() > 2'000'000) {
-            m_expected = m_expected.last(1'000'000);
+    /// As it is read: at the edge of the buffer in two pieces.
+    void print(const QByteArray& bytes) {
+        QByteArrayView rest = bytes;
+        while (!rest.isEmpty()) {
+            const auto room = m_buffer.room();
+            require(!room.empty() && room.size() <= OutputBuffer::chunkSize, "there is room for a chunk");
+            const QByteArrayView chunk = rest.first(std::min(rest.size(), static_cast<qsizetype>(room.size())));
+            rest = rest.sliced(chunk.size());
+            std::copy(chunk.begin(), chunk.end(), room.begin());
+            checkCommit(chunk);
         }
     }
 
@@ -68,6 +66,18 @@ public:
     }
 
 private:
+    void checkCommit(QByteArrayView chunk) {
+        const QByteArrayView committed = m_buffer.commit(static_cast<std::size_t>(chunk.size()));
+        require(committed == chunk, "a chunk is handed on as it came");
+        const QString text = decodeUtf8(committed);
+        m_feed(text);
+        m_waiting += text;
+        m_expected += chunk;
+        if (m_expected.size() > 2'000'000) {
+            m_expected = m_expected.last(1'000'000);
+        }
+    }
+
     OutputBuffer m_buffer;
     QByteArray m_expected;
     QString m_log;
