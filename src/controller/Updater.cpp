@@ -161,8 +161,9 @@ QCoro::Task<Updater::SafetyCopy> Updater::backUpFirst() {
 Outcome Updater::pinTag(const QString& newTag) {
     const TagChange change{.from = m_context.state->imageTag, .to = newTag};
     if (!m_settings.setTagToTakeBack(change.from) || !m_settings.setImageTag(newTag)) {
-        m_settings.setImageTag(change.from);
-        m_settings.forgetTagToTakeBack();
+        if (m_settings.setImageTag(change.from)) {
+            m_settings.forgetTagToTakeBack();
+        }
         return Failure{.error = m_settings.notSaved()};
     }
     m_tagChange = change;
@@ -185,12 +186,15 @@ bool Updater::takeBackTag() {
     }
     const TagChange change = *std::exchange(m_tagChange, std::nullopt);
     const bool isStored = m_context.state->imageTag != change.to || m_settings.setImageTag(change.from);
-    m_settings.forgetTagToTakeBack();
+    // Otherwise the next start takes it back.
+    if (isStored) {
+        m_settings.forgetTagToTakeBack();
+    }
     prepareFiles();
     return isStored;
 }
 
-/// The program's next start will take the new version: the user should know that beside why the update failed.
+/// The next start may take the new version: the user should know that beside why the update failed.
 Failure Updater::withUnstoredTag(Failure failure) const {
     if (!failure.error.details.isEmpty()) {
         failure.error.details += u"\n\n"_s;
