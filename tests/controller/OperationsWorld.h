@@ -1,0 +1,64 @@
+#pragma once
+
+#include "ContainerWorld.h"
+#include "RecordingPlatform.h"
+#include "ScriptedBackups.h"
+#include "controller/ContainerOperations.h"
+#include "controller/DataTurns.h"
+#include "support/Await.h"
+
+namespace orvanel::test {
+
+/// What the classes behind the operations need: a container's world, the slot of the operations, scripted backups and
+/// a desktop that only remembers. There is no controller, and nothing polls.
+class OperationsWorld : public ContainerWorld {
+public:
+    OperationsWorld() {
+        backups.install(host);
+        host.isPortFree = [](int) { return true; };
+        host.isPortFreeForListening = host.isPortFree;
+        host.findTool = [this](const QString& name) {
+            return tools.contains(name) ? std::optional<QString>(u"/opt/bin/"_s + name) : std::nullopt;
+        };
+        docker.state().images["louislam/uptime-kuma:2"] = "sha256:1";
+    }
+
+    /// The answers of the test's world, or an end by its patience.
+    void settle() {
+        drainEvents();
+        while (clock.untilNextTimer() == std::chrono::milliseconds(0)) {
+            clock.advance({});
+        }
+    }
+
+    /// A container that runs, as a poll would have found it.
+    void runServer() {
+        standin::addContainer(docker.state(), "running");
+        findContainer(context);
+        state->update([](ControllerState& next) {
+            next.dockerState = DockerState::ready;
+            next.kuma = KumaState::running;
+        });
+    }
+
+    QString message() const { return (*state)->error ? (*state)->error->message : QString(); }
+
+    TaskScope tasks;
+    QStringList tools;
+    ScriptedBackups backups;
+    RecordingDialogs dialogs;
+    RecordingDesktop desktop;
+    int refreshes = 0;
+    const DataTurns dataTurns;
+    const Operations::Refresh refresh = [this](std::stop_token) { return countRefresh(); };
+    const std::shared_ptr<Operations> operations = std::make_shared<Operations>(*state, tasks, refresh);
+    ContainerOperations containerOperations{context, *operations, dataTurns, dialogs, tasks};
+
+private:
+    QCoro::Task<void> countRefresh() {
+        refreshes += 1;
+        co_return;
+    }
+};
+
+} // namespace orvanel::test
