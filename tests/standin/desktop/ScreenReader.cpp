@@ -70,6 +70,7 @@ namespace {
 
 const QString rootPath = u"/org/a11y/atspi/accessible/root"_s;
 const QString eventsPath = u"/org/a11y/atspi/registry"_s;
+const QString keysPath = u"/org/a11y/atspi/registry/deviceeventcontroller"_s;
 const QString busName = u"org.a11y.Bus"_s;
 const QString registryName = u"org.a11y.atspi.Registry"_s;
 const QString accessible = u"org.a11y.atspi.Accessible"_s;
@@ -144,6 +145,20 @@ public:
 
 // NOLINTEND(readability-identifier-naming)
 
+/// Where programs ask for each key whether the reader takes it. It takes none.
+class KeyListeners final : public QDBusVirtualObject {
+public:
+    using QDBusVirtualObject::QDBusVirtualObject;
+
+    QString introspect(const QString& /*path*/) const override { return {}; }
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        if (message.member() != u"NotifyListenersSync") {
+            return false;
+        }
+        return connection.send(message.createReply(false));
+    }
+};
+
 bool hasState(const QList<uint>& states, unsigned number) {
     const auto word = static_cast<qsizetype>(number / 32);
     return word < states.size() && ((states[word] >> (number % 32)) & 1U) != 0;
@@ -174,7 +189,8 @@ ScreenReader::ScreenReader(QDBusConnection bus, QObject* parent)
     , m_bus(std::move(bus))
     , m_accessibilityBus(new QObject(this))
     , m_registry(new Registry(this))
-    , m_events(new EventRegistry(this)) {
+    , m_events(new EventRegistry(this))
+    , m_keys(new KeyListeners(this)) {
     qDBusRegisterMetaType<Reference>();
     qDBusRegisterMetaType<QList<Reference>>();
     qDBusRegisterMetaType<Subscription>();
@@ -186,6 +202,7 @@ ScreenReader::~ScreenReader() {
     m_bus.unregisterService(registryName);
     m_bus.unregisterObject(u"/org/a11y/bus"_s);
     m_bus.unregisterObject(rootPath);
+    m_bus.unregisterObject(keysPath);
     m_bus.unregisterObject(eventsPath);
 }
 
@@ -195,6 +212,7 @@ bool ScreenReader::open(const QString& busAddress) {
     return m_bus.registerObject(u"/org/a11y/bus"_s, m_accessibilityBus) &&
            m_bus.registerObject(rootPath, m_registry, QDBusConnection::ExportAllSlots) &&
            m_bus.registerObject(eventsPath, m_events, QDBusConnection::ExportAllSlots) &&
+           m_bus.registerVirtualObject(keysPath, m_keys) &&
            m_bus.connect({}, {}, u"org.a11y.atspi.Event.Object"_s, u"StateChanged"_s, this,
                          SLOT(onStateChanged(QDBusMessage))) &&
            m_bus.registerService(registryName) && m_bus.registerService(busName);

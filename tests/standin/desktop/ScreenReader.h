@@ -3,6 +3,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
+#include <QDBusVirtualObject>
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -75,6 +76,7 @@ private:
     QObject* const m_accessibilityBus;
     QObject* const m_registry;
     QObject* const m_events;
+    QDBusVirtualObject* const m_keys;
     QString m_program;
     QHash<QString, int> m_timesShown;
     QList<ScreenElement> m_elements;
