@@ -45,9 +45,9 @@ int freePort() {
 }
 
 /// One home with a server that runs the old version, and data that must not be lost.
-class Scene {
+class UpdatedHome {
 public:
-    Scene() {
+    UpdatedHome() {
         SettingsStore(m_home.path(u"settings.conf"_s)).setInteger(u"port"_s, m_port);
         for (int i = 0; i < 20; ++i) {
             m_home.write(u"Orvanel/data/upload/logo%1.png"_s.arg(i), QByteArray(qsizetype{1000} * i, 'x'));
@@ -138,7 +138,7 @@ class TestUpdateKill : public QObject {
 
 private Q_SLOTS:
     void atEveryStep() {
-        const Scene scene;
+        const UpdatedHome scene;
         QCOMPARE(scene.run(u"start"_s, 0), 0);
         QCOMPARE(scene.brokenAfterTheNextStart(), QString());
         QSet<QString> tags;
@@ -169,7 +169,7 @@ private Q_SLOTS:
 
     void betweenTheSteps() {
         QFETCH(const int, milliseconds);
-        const Scene scene;
+        const UpdatedHome scene;
         QCOMPARE(scene.run(u"start"_s, 0), 0);
         scene.run(u"update"_s, 0, std::chrono::milliseconds(milliseconds));
         QCOMPARE(scene.brokenAfterTheNextStart(), QString());

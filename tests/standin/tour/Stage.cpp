@@ -27,19 +27,19 @@ QString nameOf(const QColor& color) {
 
 } // namespace
 
-Stage::Stage(const Places& places)
-    : m_places(places)
-    , m_bus(QDBusConnection::connectToBus(places.bus, u"desktop"_s))
+Stage::Stage(const Setup& setup)
+    : m_setup(setup)
+    , m_bus(QDBusConnection::connectToBus(setup.bus, u"desktop"_s))
     , m_statusArea(m_bus)
     , m_notifications(m_bus)
-    , m_screen(places.dark ? DesktopLook::darkened() : DesktopLook::light(), m_statusArea, m_notifications)
+    , m_screen(setup.dark ? DesktopLook::darkened() : DesktopLook::light(), m_statusArea, m_notifications)
     , m_reader(m_bus)
-    , m_ready(m_statusArea.open() && m_notifications.open() && m_reader.open(places.bus)) {
+    , m_ready(m_statusArea.open() && m_notifications.open() && m_reader.open(setup.bus)) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QString::fromLatin1(sessionBusVariable), places.bus);
+    environment.insert(QString::fromLatin1(sessionBusVariable), setup.bus);
     m_program.setProcessEnvironment(environment);
     m_program.setProcessChannelMode(QProcess::MergedChannels);
-    m_program.setStandardOutputFile(places.log);
+    m_program.setStandardOutputFile(setup.log);
     m_program.setStandardInputFile(QProcess::nullDevice());
 }
 
@@ -55,7 +55,7 @@ Stage::~Stage() {
 
 void Stage::startProgram() {
     m_started = true;
-    m_program.start(m_places.program, QStringList());
+    m_program.start(m_setup.program, QStringList());
 }
 
 QString Stage::end() const {
@@ -117,8 +117,8 @@ bool Stage::hasButton(const QString& name) const {
 }
 
 void Stage::setMonitors(const QString& state) {
-    const QString folder = m_places.server + u"/heartbeats"_s;
-    QFile from(m_places.site + u'/' + state + u".json"_s);
+    const QString folder = m_setup.server + u"/heartbeats"_s;
+    QFile from(m_setup.site + u'/' + state + u".json"_s);
     QSaveFile to(folder + u"/home.json"_s);
     const bool written = QDir().mkpath(folder) && from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly) &&
                          to.write(from.readAll()) > 0 && to.commit();

@@ -16,7 +16,7 @@ class Stage final : public QObject {
     Q_OBJECT
 
 public:
-    struct Places {
+    struct Setup {
         QString program;
         /// The address of the session bus that the program is to be on.
         QString bus;
@@ -29,7 +29,7 @@ public:
     };
 
     /// Takes the names of a desktop on that bus; isReady() is false when somebody else has them.
-    explicit Stage(const Places& places);
+    explicit Stage(const Setup& setup);
     ~Stage() override;
 
     bool isReady() const { return m_ready; }
@@ -68,7 +68,7 @@ public:
     void setMonitors(const QString& state);
 
 private:
-    const Places m_places;
+    const Setup m_setup;
     const QDBusConnection m_bus;
     StatusArea m_statusArea;
     NotificationServer m_notifications;
