@@ -12,8 +12,9 @@
 namespace orvanel {
 namespace {
 
-/// A child that writes line by line is slowed down if each line wakes the reader. After a turn that read only a little,
-/// the reader pauses for a moment, in which the next lines gather in the pipe.
+/// A child that writes line by line is slowed down if each line wakes the reader. After two turns running that read
+/// only a little, the reader pauses for a moment, in which the next lines gather in the pipe. Most commands write one
+/// line and end, so one such turn is no reason to sleep.
 constexpr std::size_t fewBytes = 16384;
 constexpr std::chrono::microseconds pause{50};
 
@@ -109,9 +110,11 @@ void IoThread::runLoop() {
 
 void IoThread::dispatch() {
     const std::size_t bytesRead = serveReady();
-    if (bytesRead > 0 && bytesRead < fewBytes) {
+    const bool readLittle = bytesRead > 0 && bytesRead < fewBytes;
+    if (readLittle && m_readLittle) {
         std::this_thread::sleep_for(pause);
     }
+    m_readLittle = readLittle;
 }
 
 std::size_t IoThread::serveReady() {

@@ -75,6 +75,8 @@ private:
     std::mutex m_startMutex;
     std::thread m_thread;
     QEventLoop* m_loop = nullptr;
+    /// Whether the last turn read something, but only a little.
+    bool m_readLittle = false;
     std::unordered_map<int, std::shared_ptr<DescriptorWatcher>> m_watchers;
 };
 
