@@ -58,7 +58,7 @@ void StatusItem::makeLegacyIcon() {
     render();
 }
 
-/// A click on the icon, or its menu, may be what brought us here.
+/// A click on the icon or on its menu may have led here.
 void StatusItem::dropLegacyIcon() {
     if (m_legacyIcon == nullptr) {
         return;

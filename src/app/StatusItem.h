@@ -54,15 +54,15 @@ private:
     Desktop& m_desktop;
     Clock& m_clock;
     LegacyTray& m_legacyTray;
-    /// Only until there is an icon in a panel of the new kind.
+    /// It watches only until there is an icon in a panel of the new kind.
     std::unique_ptr<TrayHostWatcher> m_panels;
     std::unique_ptr<Clock::Timer> m_patience;
     bool m_isOverdue = false;
 
     std::unique_ptr<MenuContent> m_menu;
-    /// In a panel of the old kind.
+    /// The icon in a panel of the old kind.
     std::unique_ptr<LegacyIcon> m_legacyIcon;
-    /// In a panel of the new kind. Not touched before there is one: see TrayHostWatcher.
+    /// The icon in a panel of the new kind. Not touched before there is one: see TrayHostWatcher.
     std::unique_ptr<QSystemTrayIcon> m_icon;
     std::optional<Health> m_health;
     /// Each icon is made once, because Qt keeps the pictures of every icon that it ever drew.

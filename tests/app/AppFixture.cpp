@@ -26,7 +26,7 @@ AppFixture::~AppFixture() {
     KumaController& controller = m_app->controller();
     controller.shutdownPolling();
     controller.cancelOperation();
-    // With whatever question is over them.
+    // A window closes together with any question shown over it.
     for (const QString& id : {windowId::main(), windowId::logs(), windowId::settings()}) {
         delete m_app->window(id);
     }

@@ -41,7 +41,7 @@ public:
     /// Made when it is first asked for.
     OrvanelApp& app();
     KumaController& kuma() { return app().controller(); }
-    /// The open one, or nullptr.
+    /// The open window, or nullptr.
     QWidget* mainWindow() { return app().mainWindow(); }
 
     /// Starts the program with a container in that state, which the program itself made in an earlier run.

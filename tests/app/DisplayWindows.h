@@ -30,7 +30,7 @@ public:
     /// Ends that panel; the icon's window goes back to its program.
     void withdrawLegacyTray();
     bool legacyTrayHasIcon();
-    /// In the middle of the icon's place in the panel.
+    /// The colour in the middle of the icon's place in the panel.
     std::optional<QColor> legacyIconColor();
     void clickLegacyIcon();
     /// The user presses Escape in the window that has the keys.

@@ -138,7 +138,7 @@ void OtherProgram::readEvents() {
         const unsigned kind = event->response_type & 0x7fU;
         if (kind == XCB_KEY_PRESS) {
             m_typed += 1;
-            // Every toolkit tells the window manager so when its user last did something.
+            // Every toolkit tells the window manager in this way when the user last did something.
             const auto* key = reinterpret_cast<const xcb_key_press_event_t*>(event.get());
             m_lastTime = key->time;
             xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, atom(m_connection, "_NET_WM_USER_TIME"),

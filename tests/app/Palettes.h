@@ -4,8 +4,8 @@
 
 namespace orvanel::test {
 
-/// As desktops have them. Of the window's colour alone Qt would work out a nearly black text for what is switched off,
-/// also in a dark window.
+/// Palettes as desktops have them. From the window's colour alone, Qt would derive a nearly black text for disabled
+/// controls, even in a dark window.
 inline QPalette paletteOf(const QColor& window, const QColor& field, const QColor& disabledText) {
     QPalette palette(window);
     palette.setColor(QPalette::Active, QPalette::Base, field);

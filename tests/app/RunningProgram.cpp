@@ -78,7 +78,7 @@ QProcess& RunningProgram::startThrough(const QString& program, QStringList argum
 }
 
 bool RunningProgram::knowsItsContainer() const {
-    // This is the last question of the first round.
+    // This is the last command of the first poll.
     return waitUntil([this] { return hasCalled(u"compose version"_s); });
 }
 

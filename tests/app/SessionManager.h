@@ -16,16 +16,16 @@ public:
     SessionManager();
     ~SessionManager() override;
 
-    /// For the variable SESSION_MANAGER.
+    /// The value for the variable SESSION_MANAGER.
     QString address() const;
 
     /// Whether a program belongs to the session and has said that it is ready.
     bool hasProgram() const;
     /// Asks the program to save its work because the session ends.
     void endSession();
-    /// Whether it has answered that, and with success.
+    /// Whether the program has answered that it succeeded.
     std::optional<bool> saved() const;
-    /// Tells it to go.
+    /// Tells the program to end.
     void die();
     /// How it wants to be treated by the next session, a number of SmRestart…; none when it has not said.
     std::optional<int> restartStyle() const;

@@ -17,7 +17,7 @@ struct ShownWindow {
         : window(ViewContext{world.controller(), world.desktop, world.clock,
                              [this](const QString& id) { opened << id; }}) {
         world.controller().setHasSeenGuide(true);
-        // What lies on the real machine does not count.
+        // The tools of the real machine do not count.
         qputenv("ORVANEL_TOOL_ROOT", QFile::encodeName(world.home.path(u"tools"_s)));
     }
     ~ShownWindow() { qunsetenv("ORVANEL_TOOL_ROOT"); }

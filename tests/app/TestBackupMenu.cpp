@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Ends a menu that keeps the program waiting until it is closed; the test would wait too.
+/// Closes a menu that blocks the program while it is open, so that the test does not wait for ever.
 struct MenuCloser final : QObject {
     MenuCloser() { startTimer(0); }
 
@@ -35,7 +35,7 @@ QAbstractButton* backupButton(const ShownWindow& view) {
 
 } // namespace
 
-/// The menu of the dashboard and of the start card.
+/// The backup menu of the dashboard and of the start card.
 class TestBackupMenu : public QObject {
     Q_OBJECT
 

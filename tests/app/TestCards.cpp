@@ -205,7 +205,7 @@ private Q_SLOTS:
         const QString details = view.world.controller().state().runtimeDetails.trimmed();
         QVERIFY(!details.isEmpty());
         QCOMPARE(visible<TextBox>(&view.window)->toPlainText().trimmed(), details);
-        // The next looks bring the same words, and leave the section open.
+        // The next polls bring the same text and leave the section open.
         view.world.advance(6s);
         QVERIFY(visible<TextBox>(&view.window) != nullptr);
     }
@@ -250,7 +250,7 @@ private Q_SLOTS:
         QAbstractButton* const details = button(&view.window, showDetails);
         QVERIFY(details != nullptr);
         button(&view.window, checkAgain)->setFocus();
-        // The user goes on to the error in the moment in which another card is shown.
+        // The user moves the focus to the error just when another card is shown.
         connect(&view.world.controller(), &KumaController::changed, &view.window, [&view, details] {
             if (visible<StartCard>(&view.window) != nullptr) {
                 details->setFocus();
@@ -301,7 +301,7 @@ private Q_SLOTS:
         QVERIFY(qobject_cast<QAbstractButton*>(view.window.focusWidget()) == nullptr);
     }
 
-    /// As they stand from left to right, and from row to row.
+    /// The buttons in reading order: from left to right, then from row to row.
     void buttonsStandInTheirOrder_data() {
         QTest::addColumn<QString>("docker");
         QTest::addColumn<QStringList>("tools");

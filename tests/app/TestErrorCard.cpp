@@ -40,7 +40,7 @@ void openWithLongList(ShownWindow& view) {
     drainEvents();
 }
 
-/// From its first line to its last, at once and when all is laid out.
+/// Whether the card is visible from its first line to its last, both at once and after the layout.
 bool isErrorInView(const ShownWindow& view) {
     const auto* const area = view.window.findChild<QScrollArea*>();
     const auto isInView = [&] {
@@ -189,7 +189,7 @@ private Q_SLOTS:
         fail(view, u"one"_s);
         QScrollBar* const bar = view.window.findChild<QScrollArea*>()->verticalScrollBar();
         bar->setValue(0);
-        // The same one leaves the place as it is.
+        // The same error does not scroll again.
         view.world.advance(6s);
         QCOMPARE(bar->value(), 0);
         fail(view, u"other"_s);
@@ -228,7 +228,7 @@ private Q_SLOTS:
         QCOMPARE(view.window.focusWidget(), goesElsewhere ? static_cast<QWidget*>(stop) : list);
     }
 
-    /// No frame shows the new card at a place where it does not stay, nor the old one again.
+    /// No frame shows the new card at a temporary place, or the old card again.
     void cardsChangeInOneStep() {
         ShownWindow view;
         view.world.controller().setSlug(u"home"_s);

@@ -25,14 +25,14 @@ const auto start = u"Start Uptime Kuma"_s;
 const auto usePort = u"Use port 3002 instead and start"_s;
 const auto showDetails = u"Show details"_s;
 
-/// What a keyboard does: its keys go to whatever has the focus.
+/// Plays a keyboard: its keys go to whatever has the focus.
 void press(ShownWindow& view, Qt::Key key) {
     QWidget* const focused = view.window.focusWidget();
     QTest::keyClick(focused != nullptr ? focused : &view.window, key);
     view.world.settle();
 }
 
-/// The repeats of a key that is held down.
+/// Sends the repeated presses of a key that is held down.
 void hold(QWidget& window, Qt::Key key) {
     for (int i = 0; i < 3; ++i) {
         QKeyEvent repeat(QEvent::KeyPress, key, Qt::NoModifier, u"\r"_s, true);
@@ -78,7 +78,7 @@ void openWithPortTaken(ShownWindow& view) {
 
 } // namespace
 
-/// Keys, sent to where the focus is.
+/// Tests with keys that are sent to the widget with the focus.
 class TestKeyboard : public QObject {
     Q_OBJECT
 
@@ -162,7 +162,7 @@ private Q_SLOTS:
         QVERIFY(shows(&guide, u"2 of 3"_s));
     }
 
-    /// Also when the card above it came later than the error.
+    /// The order holds even if the card above came later than the error.
     void tabGoesThroughTheWindowAsItReads() {
         ShownWindow view;
         view.open();
@@ -220,7 +220,7 @@ private Q_SLOTS:
         view.open();
         auto* const field = visible<TextField>(&view.window);
         field->setFocus();
-        // Nothing entered: it stays as long as it takes.
+        // Nothing was entered, so the card waits as long as the user needs.
         view.world.advance(10s);
         QCOMPARE(view.window.focusWidget(), field);
         press(view, Qt::Key_H);
@@ -251,7 +251,7 @@ private Q_SLOTS:
         QCOMPARE(view.world.desktop.opened.size(), 0);
     }
 
-    /// To look the rest up in the browser, or to paste it from the field's menu.
+    /// The user looks something up in the browser, or pastes from the field's menu.
     void typingWaitsWhileTheFieldIsLeftForAWhile_data() {
         QTest::addColumn<Qt::FocusReason>("reason");
         QTest::newRow("another window") << Qt::ActiveWindowFocusReason;
@@ -287,7 +287,7 @@ private Q_SLOTS:
         field->setFocus();
         press(view, Qt::Key_H);
         view.world.advance(1900ms);
-        // The keys go to the input method; of them only what they are to become comes here.
+        // The keys go to the input method; the field sees only the text that they compose.
         QInputMethodEvent inTheMaking(u"ö"_s, {});
         QCoreApplication::sendEvent(field, &inTheMaking);
         view.world.advance(10s);

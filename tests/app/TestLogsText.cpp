@@ -21,7 +21,7 @@ private Q_SLOTS:
         logs.bar().setValue(3);
         logs.world.advance(10s);
         QCOMPARE(changes.size(), 0);
-        // Not even to the end, since nothing is new there.
+        // It does not even scroll to the end, because nothing is new there.
         QCOMPARE(logs.bar().value(), 3);
     }
 

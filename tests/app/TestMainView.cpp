@@ -222,7 +222,7 @@ private Q_SLOTS:
         view.world.settle();
         QVERIFY(shows(&view.window, u"Could not change launch at login."_s));
         QVERIFY(button(&view.window, u"Show details"_s) == nullptr);
-        // Beside whatever card is shown.
+        // The error is shown beside whatever card is shown.
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
     }
 

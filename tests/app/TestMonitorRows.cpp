@@ -43,7 +43,7 @@ QImage pictureOf(const MonitorRow& monitor, const QPalette& palette, int height 
     return picture;
 }
 
-/// Only that text, where it should be.
+/// Whether the area shows that text and nothing else.
 QImage textAlone(const QRect& place, int height, const QString& text, TextStyle style, const QColor& color,
                  const QPalette& palette, Qt::Alignment end = Qt::AlignRight) {
     QImage picture(rowWidth, height, QImage::Format_RGB32);
@@ -57,7 +57,7 @@ QImage textAlone(const QRect& place, int height, const QString& text, TextStyle 
     return picture.copy(place);
 }
 
-/// Whether it has only one colour.
+/// Whether the image has only one colour.
 bool isEmpty(const QImage& picture) {
     QImage empty(picture.size(), picture.format());
     empty.fill(picture.pixelColor(0, 0));
@@ -110,7 +110,7 @@ private Q_SLOTS:
             const QImage picture = pictureOf(monitor, palette);
             const int height = picture.height() - 1;
             QCOMPARE(picture.pixelColor(spacing::lines + 5, height / 2), dotColor(meaning, palette));
-            // Ten pixels across, and nothing beside them.
+            // The dot is ten pixels across, and nothing is beside it.
             QCOMPARE(picture.pixelColor(spacing::lines - 1, height / 2), palette.color(QPalette::Window));
             QCOMPARE(picture.pixelColor(spacing::lines + 11, height / 2), palette.color(QPalette::Window));
 
@@ -165,7 +165,7 @@ private Q_SLOTS:
         const QImage grouped = pictureOf(row(1, {}, u"Web"_s, u"Group"_s), lightPalette());
         const QImage alone = pictureOf(row(1), lightPalette(), grouped.height());
         QVERIFY(alone != grouped);
-        // What is not of the names stays where it is.
+        // Everything but the names stays where it is.
         const QRect right(rowWidth / 2, 0, rowWidth / 2, alone.height());
         QCOMPARE(alone.copy(right), grouped.copy(right));
     }

@@ -86,7 +86,7 @@ private Q_SLOTS:
         QCOMPARE(view.list()->currentIndex().row(), 150);
         QCOMPARE(bar->value(), place);
 
-        // One above it goes.
+        // A row above it disappears.
         changed.removeAt(10);
         view.nextReading(changed);
         QCOMPARE(view.list()->currentIndex().row(), 149);
@@ -108,21 +108,21 @@ private Q_SLOTS:
         drainEvents();
         const auto* const area = view.window.findChild<QScrollArea*>();
         area->verticalScrollBar()->setValue(place);
-        // The upper row that is seen whole, and where.
+        // The uppermost row that is fully visible, and its position.
         const auto hidden = [&] { return -view.list()->mapTo(area->viewport(), QPoint()).y(); };
         const int rowHeight = view.list()->sizeHintForRow(0);
         const int row = hidden() / rowHeight + 1;
         QVERIFY(row > 10);
         const int top = row * rowHeight - hidden();
 
-        // Some come above it, and more go.
+        // Some rows appear above it, and more disappear.
         for (int i = 0; i < 7; ++i) {
             list.prepend(monitor(1000 + i, 1));
         }
         view.nextReading(list);
         drainEvents();
         QCOMPARE((row + 7) * rowHeight - hidden(), top);
-        // The one before it goes too, which was cut.
+        // The partly visible row before it disappears too.
         list.remove(row + 6);
         list.remove(0, 2);
         view.nextReading(list);
@@ -205,7 +205,7 @@ private Q_SLOTS:
         QScrollBar* const bar = area->verticalScrollBar();
         const int rowHeight = view.list()->sizeHintForRow(0);
         const auto listTop = [&] { return view.list()->mapTo(area->viewport(), QPoint()).y(); };
-        // Only the upper half of the lowest row is seen.
+        // Only the upper half of the lowest row is visible.
         bar->setValue(bar->value() + listTop() + 100 * rowHeight + rowHeight / 2 - area->viewport()->height());
         const int place = bar->value();
         QCOMPARE(area->viewport()->height() - listTop(), 100 * rowHeight + rowHeight / 2);

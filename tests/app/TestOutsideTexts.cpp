@@ -34,7 +34,7 @@ void openDashboard(ShownWindow& view, const QString& slug, const StatusPageResul
     drainEvents();
 }
 
-/// Whether there is more than one colour.
+/// Whether the image has more than one colour.
 bool isWritten(TextLabel& label, const QRect& area) {
     const QImage picture = label.grab(area).toImage();
     QImage empty(picture.size(), picture.format());
@@ -42,7 +42,7 @@ bool isWritten(TextLabel& label, const QRect& area) {
     return picture != empty;
 }
 
-/// Whether the cards stand within the window's width, and nothing needs a second look to be found.
+/// Whether the cards fit into the window's width and take at most twice its height.
 bool isInBounds(const ShownWindow& view) {
     const auto* area = view.window.findChild<QScrollArea*>();
     return area->widget()->width() == area->viewport()->width() &&

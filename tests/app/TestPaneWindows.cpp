@@ -31,7 +31,7 @@ int count() {
     return number;
 }
 
-/// As it is kept of a window there.
+/// The size and place that the settings keep of a window.
 QString placeOf(const QRect& there) {
     QWidget window;
     window.setGeometry(there);
@@ -164,7 +164,7 @@ private Q_SLOTS:
         QCOMPARE(world.openLogs()->geometry(), there);
     }
 
-    /// What somebody wrote into the settings by hand, or what was kept on a screen that is gone.
+    /// Values that a user wrote into the settings by hand, or that come from a screen that is gone.
     void placesThatMakeNoSenseAreForgotten_data() {
         QTest::addColumn<QString>("kept");
         QTest::newRow("no place") << u"here"_s;
@@ -267,7 +267,7 @@ private Q_SLOTS:
         logs->close();
         world.settle();
         QVERIFY(logs.isNull());
-        // It does not ask on, over this window or another.
+        // The question is gone, over this window and over every other.
         QVERIFY(QApplication::activeModalWidget() == nullptr);
         QCOMPARE(count<QDialog>(), 0);
         QVERIFY(world.mainWindow()->isVisible());
@@ -320,7 +320,7 @@ private Q_SLOTS:
         QVERIFY(world.bringForward(world.mainWindow()));
         QCOMPARE(world.kuma().state().port, 3001);
         QVERIFY(world.bringForward(settings));
-        // Typing goes on where it was.
+        // The focus is still in the field.
         QCOMPARE(port->text(), u"30"_s);
         QVERIFY(port->hasFocus());
         QTest::keyClicks(port, u"07"_s);

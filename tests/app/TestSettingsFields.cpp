@@ -82,7 +82,7 @@ private Q_SLOTS:
         ShownSettings settings;
         settings.open();
         settings.type(settings.port(), u"80"_s);
-        // It may still become 8080.
+        // The user may be about to type 8080.
         QVERIFY(!settings.showsPortHint());
         QCOMPARE(settings.kuma().state().port, 3001);
         QTest::keyClick(settings.port(), Qt::Key_Return);
@@ -114,7 +114,7 @@ private Q_SLOTS:
         QVERIFY(settings.view.isVisible());
     }
 
-    /// From the icon in the status area, whose menu leaves the keys in the field.
+    /// The user asks from the menu of the status icon, which leaves the focus in the field.
     void thereIsNoWayBackBehindThePortOfAStart() {
         ShownSettings settings;
         settings.open();

@@ -20,7 +20,7 @@ struct UnwritableSettings : ShownSettings {
         }) {}
 };
 
-/// What AT-SPI's SetTextContents does.
+/// Sets the text as AT-SPI's SetTextContents does.
 void setTextContents(QLineEdit* field, const QString& text) {
     QAccessibleInterface* const face = accessible(field);
     face->editableTextInterface()->replaceText(0, static_cast<int>(field->text().size()), text);
@@ -28,7 +28,7 @@ void setTextContents(QLineEdit* field, const QString& text) {
 
 } // namespace
 
-/// What reaches the settings without keys, and what does not reach the disk.
+/// Text that comes without key presses, and settings that cannot be written.
 class TestSettingsInput : public QObject {
     Q_OBJECT
 
@@ -56,7 +56,7 @@ private Q_SLOTS:
         settings.world.settle();
         QCOMPARE(settings.kuma().state().port, 3055);
         QCOMPARE(settings.port()->text(), u"3055"_s);
-        // The port is agreed: what is typed wrong now falls back to it.
+        // The port is accepted: wrong input now falls back to it.
         settings.type(settings.port(), u"x"_s);
         QCOMPARE(settings.kuma().state().port, 3055);
     }

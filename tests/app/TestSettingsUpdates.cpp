@@ -13,7 +13,7 @@ using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
-/// The section of the settings in which newer versions are looked for.
+/// The section of the settings that checks for new versions.
 class TestSettingsUpdates : public QObject {
     Q_OBJECT
 
@@ -89,7 +89,7 @@ private Q_SLOTS:
         settings.world.releases.letGo();
         settings.world.settle();
         QVERIFY(check->isEnabled());
-        // The keys come back to where they were.
+        // The focus returns to where it was.
         QVERIFY(check->hasFocus());
     }
 

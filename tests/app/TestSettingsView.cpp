@@ -90,7 +90,7 @@ private Q_SLOTS:
         QVERIFY(!settings.kuma().state().stopOnQuit);
     }
 
-    /// Without a click.
+    /// A screen reader uses the accessible action of a switch, not a click.
     void screenReadersToggleSwitches() {
         ShownSettings settings;
         settings.open();
@@ -163,7 +163,7 @@ private Q_SLOTS:
         settings.world.settle();
         QCOMPARE(settings.kuma().state().dockerOverride, u"/my/docker"_s);
         QCOMPARE(settings.dockerOverride()->text(), u"/my/docker"_s);
-        // Probed at once.
+        // Docker is probed at once.
         QVERIFY(shows(&settings.view, u"In use: /my/docker"_s));
         QVERIFY(settings.world.takeCommands().contains(u"inspect"_s));
     }

@@ -82,7 +82,7 @@ private Q_SLOTS:
         QApplication::setPalette(before);
     }
 
-    /// Of palettes that differ only in that, too.
+    /// This also holds for palettes that differ in nothing else.
     void defaultButtonsFollowTheTextColorOfTheHighlight() {
         const QPalette before = QApplication::palette();
         QPalette palette = lightPalette();

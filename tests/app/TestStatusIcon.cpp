@@ -16,7 +16,7 @@ QColor centre(const QImage& image) {
     return image.pixelColor(image.width() / 2, image.height() / 2);
 }
 
-/// How many pixels of the middle row are not transparent at all.
+/// How many pixels of the middle row are more opaque than transparent.
 int opaqueAcross(const QImage& image) {
     int count = 0;
     for (int x = 0; x < image.width(); ++x) {
@@ -25,7 +25,7 @@ int opaqueAcross(const QImage& image) {
     return count;
 }
 
-/// The outermost row or column, from any side, that holds anything.
+/// The width of the empty margin: the smallest distance from an edge to anything drawn.
 int margin(const QImage& image) {
     const int last = image.width() - 1;
     for (int distance = 0; distance < image.width() / 2; ++distance) {
@@ -93,7 +93,7 @@ private Q_SLOTS:
         std::sort(sizes.begin(), sizes.end(), [](QSize a, QSize b) { return a.width() < b.width(); });
         const QList<QSize> expected{{16, 16}, {22, 22}, {24, 24}, {32, 32}, {48, 48}, {64, 64}};
         QCOMPARE(sizes, expected);
-        // Nothing recolours it to one colour.
+        // The image is no mask, which a panel would paint in one colour.
         QVERIFY(!StatusIcon::icon(Health::allUp).isMask());
     }
 

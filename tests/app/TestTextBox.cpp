@@ -73,7 +73,7 @@ private Q_SLOTS:
         box.setContent(u"a\nb"_s);
         box.setContent(u"a\nbc\n\n"_s);
         QCOMPARE(box.toPlainText(), u"a\nbc\n"_s);
-        // The beginning was cut off.
+        // The log was cut at its beginning.
         box.setContent(u"bc\n\n"_s);
         QCOMPARE(box.toPlainText(), u"bc\n"_s);
         box.setContent({});

@@ -380,7 +380,7 @@ private Q_SLOTS:
         desktop.press("Quit");
         QVERIFY(waitUntil([&] { return desktop.item() == nullptr; }));
         QProcess& second = desktop.program.start();
-        // The first has no window any more.
+        // The first copy has no window any more.
         QVERIFY(desktop.showsWindow());
         QCOMPARE(first.state(), QProcess::Running);
         desktop.windows.pressEscape();

@@ -313,7 +313,7 @@ private Q_SLOTS:
         auto* name = dialog->findChild<QLineEdit*>(u"fileNameEdit"_s);
         QVERIFY(name != nullptr);
         name->setText(u"nothing of that name"_s);
-        // Returns at once, and asks nothing.
+        // The call returns at once and asks nothing.
         dialog->accept();
         drainEvents();
         QCOMPARE(QApplication::activeModalWidget(), dialog);
@@ -329,7 +329,7 @@ private Q_SLOTS:
         QTest::newRow("save") << true;
     }
 
-    /// The dialog itself would ask, and nothing would go on until it is answered.
+    /// The dialog's own question would block the program until it is answered.
     void keysDeleteNoFile() {
         QFETCH(const bool, saves);
         const TestHome home;

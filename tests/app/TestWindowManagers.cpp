@@ -18,7 +18,7 @@ using namespace orvanel::test;
 namespace {
 
 const auto ourTitle = u"Orvanel"_s;
-// In Debian, and so in what is made from it, and in most others.
+// These are the commands of Debian and most other distributions.
 const QStringList settingsDaemons{u"/usr/lib/x86_64-linux-gnu/xfce4/xfconf/xfconfd"_s,
                                   u"/usr/lib/aarch64-linux-gnu/xfce4/xfconf/xfconfd"_s,
                                   u"/usr/lib/xfce4/xfconf/xfconfd"_s};
@@ -153,7 +153,7 @@ private Q_SLOTS:
         desktop.area.item()->activate();
         QVERIFY(desktop.isInFront());
 
-        // The window was closed, and is made again.
+        // The window was closed and is created again.
         desktop.userLeaves();
         desktop.other.closeActive();
         QVERIFY(waitUntil([&] { return desktop.other.activeTitle() != ourTitle; }));

@@ -17,7 +17,7 @@ namespace orvanel::test {
 namespace {
 
 constexpr double leastContrast = 4.5;
-/// Of what is switched off: less, but it can still be read.
+/// Disabled text may have less contrast, but must be readable.
 constexpr double leastContrastOfDisabled = 2;
 /// A frame, and the ring of the focus.
 constexpr int frame = 4;
@@ -40,7 +40,7 @@ public:
         return m_image.rect().contains(pixel) ? m_image.pixelColor(pixel) : QColor();
     }
 
-    /// What stands out most there against the colour that is there most.
+    /// The highest contrast of any pixel there against the most frequent colour.
     double strongest(const QRect& area) const {
         const double scale = m_image.devicePixelRatio();
         const QRect pixels = QRect(area.topLeft() * scale, area.size() * scale) & m_image.rect();
@@ -101,7 +101,7 @@ void judgeButtons(QStringList& found, const QWidget& window, const Picture& pict
         }
         QRect text = button->rect().adjusted(frame, frame, -frame, -frame);
         if (qobject_cast<const Switch*>(button) != nullptr) {
-            // Without its track.
+            // The track is left out.
             text.setWidth(button->fontMetrics().size(Qt::TextShowMnemonic, button->text()).width());
         }
         const QRect seen = picture.seen(button, text);

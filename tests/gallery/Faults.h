@@ -6,11 +6,11 @@ class QWidget;
 
 namespace orvanel::test {
 
-/// What is wrong with a window as it is shown, in words; each looks at all that is seen of it.
+/// Each function returns, in words, what is wrong with the visible part of a window.
 
-/// Controls that can be focused and have nothing to say to a screen reader.
+/// Controls that can have the focus but tell a screen reader nothing.
 QStringList namelessControls(const QWidget& window);
-/// Texts without room, words longer than their line, and widgets that stand out of what holds them.
+/// Cut texts, words longer than their line, and widgets that reach beyond their parent.
 QStringList clippedTexts(const QWidget& window);
 /// Widgets that cover others beside them.
 QStringList overlaps(const QWidget& window);

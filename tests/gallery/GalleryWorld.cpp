@@ -11,7 +11,7 @@ constexpr char toolRoot[] = "ORVANEL_TOOL_ROOT";
 } // namespace
 
 GalleryWorld::GalleryWorld() {
-    // What lies on the real machine does not count.
+    // The tools of the real machine do not count.
     qputenv(toolRoot, QFile::encodeName(home.path(u"tools"_s)));
     home.write(u".config/Orvanel/Orvanel.conf"_s, "[General]\nhasSeenGuide=true\n");
 }

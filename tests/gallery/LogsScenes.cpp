@@ -31,7 +31,7 @@ Scene scene(const char* name, const QString& log) {
         }
         world.docker().log = log.toStdString();
         auto window = std::make_unique<LogsWindow>(world.controller(), world.dialogs, world.clock);
-        // Reading begins with that.
+        // This begins the reading.
         window->show();
         world.settle();
         return window;

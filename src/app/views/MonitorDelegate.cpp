@@ -126,7 +126,7 @@ void MonitorDelegate::paintNames(QPainter* painter, const QRect& area, const Mon
     }
 }
 
-/// Everywhere, a number comes before its unit.
+/// In every language, the number comes before its unit.
 void MonitorDelegate::paintPing(QPainter* painter, const QRect& area, const MonitorRow& monitor,
                                 const QStyleOptionViewItem& option) const {
     painter->setLayoutDirection(Qt::LeftToRight);
