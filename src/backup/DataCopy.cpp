@@ -28,7 +28,7 @@ QString linkedDatabase(const QString& folder) {
     return !path.isEmpty() && kindOf(path) == S_IFREG ? path : QString();
 }
 
-/// Where the database is a link that points outside the copy, replaces the link by the file itself: the link alone
+/// Where the database is a link that points outside the copy, replaces the link with the file itself: the link alone
 /// would save nothing, and a zip that contains it could not be restored. The logs that belong to the database are
 /// beside that file; files of the same names beside the link belong to another database and are left out.
 void copyLinkedDatabase(const QString& dataDir, const QString& copy, const WorkFolder& work) {

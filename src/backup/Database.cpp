@@ -100,7 +100,8 @@ bool isNoFaultOfTheDatabase(int code) {
     }
 }
 
-/// Looks at the indexes as well as at the pages: a torn copy may be whole page by page and yet not fit together.
+/// Checks the indexes as well as the pages: in a torn copy, every page may be whole and yet the pages may not fit
+/// together.
 ///
 /// No other process uses the copy, so it is opened without locks and without shared memory. Some network and FUSE file
 /// systems support neither, and a good backup must not fail the check for that reason.

@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// `seen` are the files with more than one name that have been counted.
+/// `seen` holds the files with more than one name that have been counted.
 qint64 bytesUsedIn(const FileDescriptor& folder, std::set<FileId>& seen) {
     if (!folder.isOpen()) {
         return 0;

@@ -10,21 +10,21 @@
 
 namespace orvanel {
 
-/// Bytes on disk of everything in a folder, each file once however many names it has. What cannot be looked at counts
-/// as nothing. Blocks; any thread.
+/// The bytes on disk of everything in a folder; a file with several names counts once. Anything that cannot be read
+/// counts as nothing. Blocks; any thread.
 qint64 bytesUsedBy(const QString& folder);
 
-/// Bytes that the user may still write to the file system that holds `path`; the largest number where it tells none.
+/// The bytes that the user may still write to the file system that holds `path`; the largest number if that is unknown.
 qint64 bytesFreeAt(const QString& path);
 
-/// Says that there is too little room.
+/// The sentence that says that there is too little room.
 QString roomSentence(qint64 needed, qint64 free);
 
-/// Throws a sentence when fewer than `bytes` are free at `path`.
+/// Throws that sentence if fewer than `bytes` are free at `path`.
 void requireRoom(const QString& path, qint64 bytes);
 
-/// Looks five times a second how much the file system that holds `folder` has free, and cancels `handle` when that is
-/// less than `least` bytes. Ends then, or when `stop` is requested; true when it cancelled.
+/// Looks five times a second how much space is free on the file system that holds `folder`, and cancels `handle` if it
+/// is less than `least` bytes. Ends then, or when `stop` is requested; returns whether it cancelled.
 QCoro::Task<bool> watchRoom(QString folder, qint64 least, std::shared_ptr<ProcessHandle> handle, std::stop_token stop);
 
 } // namespace orvanel

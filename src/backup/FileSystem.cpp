@@ -16,8 +16,8 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// A folder can only be moved to another parent when its owner may write into it. Adds that permission while it lives
-/// and takes it back at the end, wherever the folder is by then.
+/// A folder can be moved to another parent only if its owner may write to it. This object adds that permission while it
+/// lives and takes it back at the end, wherever the folder is by then.
 class Movable {
 public:
     explicit Movable(const NameIn& place)

@@ -11,18 +11,19 @@
 #include <sys/stat.h>
 #include <vector>
 
-/// The calls of the file system that backups are made of, with what they fail with. They block; any thread.
+/// The file system calls that backups are made of, and their errors. They block and may be called from any thread.
 namespace orvanel {
 
-/// What the platform says of a failed call: "PATH: No space left on device". `code` is its errno.
+/// The error of a failed call in the platform's words: "PATH: No space left on device". `code` is its errno. Where the
+/// headers of this folder say "Throws a file error", they mean this one.
 AppError fileError(const QString& path, int code);
 AppError fileError(const std::string& path, int code);
 
-/// A path as it can be shown: control characters, which a stranger's archive may bring, are replaced.
+/// A path that is safe to show: control characters, which a stranger's archive may contain, are replaced.
 QString shownPath(const QString& path);
 QString shownPath(const std::string& path);
 
-/// Which file or folder this is, whatever its name and path.
+/// Identifies a file or folder, whatever its name and path.
 struct FileId {
     dev_t device = 0;
     ino_t inode = 0;
@@ -35,63 +36,66 @@ struct FileId {
     auto operator<=>(const FileId&) const = default;
 };
 
-/// Opens `name` in the folder `parent` (AT_FDCWD for a path) to read its entries; never through a link at its end.
-/// A closed descriptor and errno when that fails.
+/// Opens the folder `name` in the folder `parent` (AT_FDCWD if `name` is a path) to read its entries. A link at the end
+/// of the path is not followed. On failure, returns a closed descriptor and sets errno.
 FileDescriptor openFolder(int parent, const std::string& name);
 
-/// The names in an open folder, in the order of the file system, without "." and "..". Throws what the platform says;
-/// `path` is only for that.
+/// The names in an open folder, in the order of the file system, without "." and "..". Throws a file error, which names
+/// `path`.
 std::vector<std::string> entriesOf(int folder, const std::string& path);
 
-/// The status of what is at `path` itself, also when that is a link; none when nothing is there or it cannot be
+/// The status of what is at `path`; of a link, that of the link itself. None if nothing is there or it cannot be
 /// reached.
 std::optional<struct stat> statusOf(const QString& path);
 bool isFolder(const QString& path);
 
-/// The names in a folder as text; none when it cannot be listed.
+/// The names in a folder as text; empty if the folder cannot be listed.
 QStringList namesIn(const QString& folder);
 
 /// The folder that holds `place`, an absolute path without "." and "..", and its name there.
 QString parentOf(const QString& place);
 QString nameOf(const QString& place);
 
-/// `path`, or when something is there already, the first of "PATH-2", "PATH-3", … where nothing is.
+/// Returns `path`, or if something is there already, the first of "PATH-2", "PATH-3", … that is free.
 QString freeName(const QString& path);
 
-/// Makes a folder with the folders above it, unless it is there. Throws what the platform says.
+/// Makes a folder and the folders above it, unless it exists. Throws a file error.
 void makeFolder(const QString& path);
 
-/// Whether both are the same file or folder, by whatever names.
+/// Whether both paths lead to the same file or folder.
 bool isSame(const QString& path, const QString& other);
 
-/// A name in an open folder, or with AT_FDCWD a path.
+/// A name in an open folder, or a path if the folder is AT_FDCWD.
 struct NameIn {
     int folder;
     std::string name;
 };
 
-/// Renames as renameat2() does, also a folder into which its owner may not write. 0, or errno.
+/// Renames as renameat2() does, and also moves folders that their owner may not write to. Returns 0 or errno.
 int rename(const NameIn& from, const NameIn& to, unsigned flags);
 int rename(const QString& from, const QString& to, unsigned flags);
 
-/// Renames to where nothing may be yet, EEXIST, also on a file system that cannot look and rename in one step.
+/// Renames, unless something is at `to` (EEXIST), also on file systems that cannot check and rename in one step.
+/// Returns 0 or errno.
 int renameToNothing(const NameIn& from, const NameIn& to);
 int renameToNothing(const QString& from, const QString& to);
 
-/// Whether that errno of rename() says that the file system knows no such flag.
+/// Whether this errno of rename() means that the file system does not know the flag.
 bool isUnknownFlag(int code);
 
-/// Renames `from` to `to`, where nothing may be yet, and makes that safe from a power cut. Both lie on one file system.
+/// Renames `from` to `to`, where nothing may be yet, and makes that survive a power cut. Both are on one file system.
+/// Throws a file error.
 void moveTo(const QString& from, const QString& to);
 
-/// The same, but false when no rename leads there: a quota or a layered file system may forbid it within one mount too.
+/// Does the same, but returns false if no rename is possible: a quota or a layered file system may forbid it even
+/// within one mount.
 bool moveIfPossible(const QString& from, const QString& to);
 
-/// Makes the names in a folder safe from a power cut, where the file system can.
+/// Makes the names in a folder survive a power cut, where the file system can do that.
 void syncFolder(const QString& path);
 
-/// Makes everything written so far to the file system that holds `path` safe from a power cut. What replaces something
-/// must be on the disk before the something is deleted. Throws what the platform says, also of earlier writes that
+/// Makes everything written so far to the file system that holds `path` survive a power cut. Whatever replaces
+/// something must be on the disk before the old thing is deleted. Throws a file error, also for earlier writes that
 /// failed.
 void syncFileSystem(const QString& path);
 

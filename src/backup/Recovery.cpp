@@ -29,7 +29,7 @@ bool isThere(int folder, const std::string& name) {
     return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 || errno != ENOENT;
 }
 
-/// Throws what the platform says when that cannot be told.
+/// Throws a file error if that cannot be found out.
 bool isKept(const QString& kept) {
     struct stat status {};
     if (::lstat(QFile::encodeName(kept).constData(), &status) == 0) {
@@ -42,7 +42,7 @@ bool isKept(const QString& kept) {
 }
 
 void giveBack(const QString& kept, const QString& place, const QString& backupsDir) {
-    // An empty folder in its place was made by a program that missed it. Anything else is left alone.
+    // An empty folder in its place was made by a program that did not find it. Anything else is left alone.
     ::rmdir(QFile::encodeName(place).constData());
     if (!statusOf(place)) {
         moveTo(kept, place);
@@ -52,10 +52,10 @@ void giveBack(const QString& kept, const QString& place, const QString& backupsD
     moveTo(kept, freeName(backupsDir + u"/before-interrupted-restore-"_s + when));
 }
 
-/// Deals with what a crashed run noted in the open work folder `work`: where it ended between its two steps, the
-/// previous data comes back from `backupsDir` to `place`, the data folder's, if nothing or an empty folder is there;
-/// else it stays among the backups, under a name that no later restore deletes. Throws what the platform says when that
-/// cannot be told or done now; the note is then still there.
+/// Completes or undoes the restore that a crashed run noted in the open work folder `work`. If it ended between its two
+/// steps, the previous data comes back from `backupsDir` to `place`, where the data folder belongs, provided that
+/// nothing or only an empty folder is there. Otherwise the previous data stays among the backups, under a name that no
+/// later restore deletes. Throws a file error if that cannot be found out or done now; the note is then still there.
 void finishRestore(int work, const QString& place, const QString& backupsDir) {
     const auto text = readNote(work, noteName);
     if (!text) {

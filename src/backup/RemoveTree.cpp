@@ -17,7 +17,7 @@ constexpr int deepest = 40;
 
 class Removal {
 public:
-    /// Removes what is in the folder, not the folder itself; false when something could not be removed.
+    /// Removes what is in the folder, but not the folder itself. Returns false if something could not be removed.
     bool empty(int top, const std::string& path) {
         m_top = top;
         do {

@@ -50,7 +50,7 @@ bool isOneMount(const QString& path, const QString& other) {
     return idOf(path).device == idOf(other).device && mountOf(path) == mountOf(other);
 }
 
-/// Name of the copy in the work folder in the Backups folder.
+/// The name of the copy in the work folder among the backups.
 const QString copyName = u"data"_s;
 
 /// Moves the data folder to its place among the backups: by a rename, or by a copy where a rename is not possible.
@@ -147,7 +147,7 @@ QString findUnpackedData(const QString& folder) {
     for (const QString& name : names) {
         QString inner = folder + u'/' + name;
         if (name != u"__MACOSX" && isFolder(inner) && BackupManager::looksLikeData(inner)) {
-            // A link may stay inside the archive and still point outside this folder of it.
+            // A link that stays inside the archive may still point outside this folder.
             requireHarmless(inner);
             return inner;
         }
@@ -176,7 +176,7 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
     const QString backups = resolved(backupsDir);
     const QStringList before = namesIn(backups);
     const QString kept = KeptData(data, backups).replaceBy(fresh, work);
-    // An empty data folder, made by a program that missed the data, must not push out an earlier kept copy.
+    // An empty data folder, made by a program that did not find the data, must not push out an earlier kept copy.
     if (BackupManager::looksLikeData(kept) && !isRestorePending(parentOf(data), work.path())) {
         removeOlder(before, backups, origin);
     }

@@ -19,9 +19,9 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// What a swap in two steps writes down in its work folder before the first of them, so that a later run can undo it:
-/// `name` in the folder that holds the work folder is put into the work folder's "replaced", and `fresh` in the work
-/// folder then gets its place.
+/// What a swap in two steps writes into its work folder before the first step, so that a later run can undo it. The
+/// first step moves `name`, in the folder that holds the work folder, into the work folder's "replaced"; the second
+/// puts `fresh`, in the work folder, in its place.
 struct SwapNote {
     std::string fresh;
     std::string name;
@@ -30,7 +30,7 @@ struct SwapNote {
 const std::string noteName = "swapping";
 const std::string replacedName = "replaced";
 
-/// A name with a NUL is refused: the system would read it only up to there.
+/// A name that contains a NUL is refused, because the system would read only what is before it.
 bool isPlainName(const std::string& name) {
     return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
            name.find('\0') == std::string::npos;
@@ -46,7 +46,7 @@ std::optional<SwapNote> parse(const std::string& text) {
     return isPlainName(note.fresh) && isPlainName(note.name) ? std::optional(std::move(note)) : std::nullopt;
 }
 
-/// 0 when it exists, ENOENT when it does not; any other error tells neither.
+/// Returns 0 if it exists and ENOENT if it does not. With any other error, that is not known.
 int lookFor(int folder, const std::string& name) {
     struct stat status {};
     return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
@@ -95,7 +95,7 @@ int replaceInTwoSteps(const QString& fresh, const QString& destination, WorkFold
         }
         return code;
     }
-    // Moved out of "replaced", the old content is no longer restored after a crash: it is about to be deleted.
+    // Once it has left "replaced", a crash no longer brings the old content back: it is about to be deleted.
     syncFolder(parentOf(destination));
     renameToNothing(old, work.path(u"old"_s));
     return 0;
@@ -147,7 +147,7 @@ bool undoSwap(int work, int parent) {
     if (lookFor(replaced.get(), note->name) == ENOENT) {
         return true;
     }
-    // An empty folder in its place was made by a program that missed it. Anything else is left alone.
+    // An empty folder in its place was made by a program that did not find it. Anything else is left alone.
     ::unlinkat(parent, note->name.c_str(), AT_REMOVEDIR);
     // When the fresh content has left the work folder, it has its place: the swap was complete.
     const bool isDone = lookFor(work, note->fresh) == ENOENT && lookFor(parent, note->name) == 0;

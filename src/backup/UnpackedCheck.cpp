@@ -24,7 +24,7 @@ constexpr int deepest = 200;
 constexpr int deepestUnpacked = deepest + 1;
 
 /// Calls `visit(folder, name, path, status, depth)` for everything below an open folder; `depth` is 0 directly in it.
-/// Throws what the platform would say of more than `levels` levels of folders.
+/// Throws a file error if there are more than `levels` levels of folders.
 template <class Visit>
 void visitAll(int folder, const std::string& path, int depth, int levels, const Visit& visit) {
     if (depth > levels) {
@@ -85,7 +85,8 @@ bool staysInside(std::string_view target, int depth) {
     throw AppError(u"Could not open the zip file. It contains %1: %2"_s.arg(what, shownPath(path)));
 }
 
-/// Whether the link `name` in the open folder `folder`, `depth` below the top, stays below it.
+/// Whether the target of the link `name` is below the top; the link is in the open folder `folder`, `depth` levels
+/// down.
 bool isLinkInside(int folder, const std::string& name, const std::string& path, int depth) {
     std::array<char, PATH_MAX> target{};
     const ssize_t length = ::readlinkat(folder, name.c_str(), target.data(), target.size());

@@ -30,8 +30,8 @@ bool isOurName(const QString& name, const QString& prefix) {
     return !uuid.isNull() && uuid.toString(QUuid::WithoutBraces).toUpper() == rest;
 }
 
-/// Opens and locks a work folder; a closed descriptor when that is not possible or another process holds it. A file
-/// system without locks holds nothing.
+/// Opens and locks a work folder. Returns a closed descriptor if that is impossible or another process holds the lock.
+/// On a file system without locks, nobody does.
 FileDescriptor lockFolder(const QString& path) {
     FileDescriptor folder = openFolder(AT_FDCWD, QFile::encodeName(path).toStdString());
     if (folder.isOpen() && ::flock(folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
@@ -52,7 +52,7 @@ QString uuidText() {
 }
 
 /// Removes what a crashed run left. `mayHaveSwapped` is false for a folder that an archive was unpacked to: a note of a
-/// swap in it may come from the archive and must not be believed.
+/// swap in there may come from the archive and must not be trusted.
 void removeLeftover(const Leftover& leftover, const QString& parent, bool mayHaveSwapped) {
     const FileDescriptor above(::open(QFile::encodeName(parent).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const int folder = leftover.folder.get();
@@ -67,7 +67,7 @@ void removeLeftover(const Leftover& leftover, const QString& parent, bool mayHav
     }
 }
 
-/// Removes the work folders in the place that the note tells, and then the note, unless the place is out of reach.
+/// Removes the work folders in the place that the note names, and then the note, unless the place cannot be reached.
 void cleanUpPlace(int folder, const std::string& note) {
     const QString place = QFile::decodeName(readNote(folder, note).value_or("").c_str());
     if (!place.startsWith(u'/')) {
@@ -93,7 +93,7 @@ void WorkFolder::removeLeftovers(const QString& parent, const QString& prefix) {
 
 WorkFolder::WorkFolder(const QString& parent, const QString& prefix) {
     removeLeftovers(parent, prefix);
-    // Between the two calls, a clean-up may take the folder for a leftover: then there is another one.
+    // Between the two calls, a clean-up may take the folder for a leftover and remove it; then another one is made.
     constexpr int attempts = 3;
     for (int attempt = 0; attempt < attempts && !m_lock.isOpen(); ++attempt) {
         m_path = pathIn(parent, prefix + uuidText());
@@ -142,7 +142,7 @@ void discard(const QString& path) {
         throw fileError(path, code);
     }
     syncFolder(parentOf(path));
-    // As long as this run deletes it, no other one does.
+    // While this run deletes it, no other run does.
     const FileDescriptor lock = lockFolder(discarded);
     removeTree(discarded);
 }

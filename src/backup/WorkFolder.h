@@ -12,11 +12,13 @@ namespace orvanel {
 
 using namespace Qt::StringLiterals;
 
-/// A folder of ours beside something that is to be replaced, in which what replaces it is made: on the same file
-/// system, and hidden. Named after its `prefix` and a random UUID; only its owner can look in. It is locked as long as
-/// its maker lives, so that another copy of the program can tell it from what a crash left.
+/// A hidden folder of ours beside something that is to be replaced. What replaces it is made in there, and so on the
+/// same file system. The folder is named after its `prefix` and a random UUID, and only its owner can look into it. It
+/// is locked as long as the process that made it lives, so that another copy of the program can tell it from a leftover
+/// of a crash.
 ///
-/// Removed, with all that is in it, by remove() or at the latest the destructor. All of it blocks; any thread.
+/// It is removed, with everything in it, by remove() or at the latest by the destructor. All functions block; any
+/// thread.
 class WorkFolder {
 public:
     static inline const QString hidden = u".orvanel-"_s;
@@ -24,19 +26,19 @@ public:
     static inline const QString unpacking = u"orv-restore-"_s;
     static inline const QString checking = u"orv-check-"_s;
 
-    /// Removes what crashed runs left in `parent` under that prefix. What such a run had put into `replaced()` of a
-    /// hidden one and not yet replaced goes back to its place; one that was restoring stays until recoverData() has
-    /// seen it.
+    /// Removes what crashed runs left in `parent` under that prefix. Anything that such a run had put into `replaced()`
+    /// of a hidden folder and not yet replaced goes back to its place. The folder of a run that was restoring stays
+    /// until recoverData() has dealt with it.
     static void removeLeftovers(const QString& parent, const QString& prefix = hidden);
 
-    /// Makes the folder in `parent`, after removeLeftovers(). Throws what the platform says.
+    /// Makes the folder in `parent`, after removeLeftovers(). Throws a file error.
     explicit WorkFolder(const QString& parent, const QString& prefix = hidden);
     ~WorkFolder();
     WorkFolder(const WorkFolder&) = delete;
     WorkFolder& operator=(const WorkFolder&) = delete;
 
     void remove();
-    /// Leaves the folder as what a crash leaves: the next run at this place gives back what it holds, then removes it.
+    /// Leaves the folder as a crash would: the next run at this place gives back what it holds, then removes it.
     void keep() { m_lock.reset(); }
 
     /// Whether its disk supports links. A FAT or exFAT disk, as most USB sticks are, does not; nor does it keep
@@ -46,10 +48,10 @@ public:
     QString path() const { return m_path; }
     QString path(const QString& name) const { return m_path + u'/' + name; }
     FileId id() const { return m_id; }
-    /// The folder, open for as long as it is there.
+    /// The folder's descriptor, open for as long as the folder exists.
     int descriptor() const { return m_lock.get(); }
 
-    /// Where something of the folder's parent waits, under its own name, until what replaces it is there.
+    /// Where something from the folder's parent waits, under its own name, until its replacement is in place.
     QString replaced() const { return path(u"replaced"_s); }
 
 private:
@@ -58,13 +60,14 @@ private:
     FileId m_id;
 };
 
-/// Deletes a folder of this user. Before that, it gets a hidden name of its own beside it, so that a run that is killed
-/// meanwhile leaves nothing that looks whole; cleanUp() of the next start goes on with it. Throws what the platform
-/// says. Blocks; any thread.
+/// Deletes a folder of this user. First renames it to a hidden name beside it, so that a run that is killed meanwhile
+/// leaves nothing that looks whole; cleanUp() at the next start goes on with it. Throws a file error. Blocks; any
+/// thread.
 void discard(const QString& path);
 
-/// Notes, in a folder that the next start looks into, that there is a work folder in `place`, which it could not know.
-/// The note goes with this object. Where it cannot be written, the work folder waits for the next run at its place.
+/// Notes, in a folder that the next start looks into, that there is a work folder in `place`, where the next start
+/// would not look. The note is removed with this object. If it cannot be written, the work folder waits for the next
+/// run at its place.
 class PlaceNote {
 public:
     PlaceNote(const QString& folder, const QString& place);
@@ -77,25 +80,26 @@ private:
 };
 
 /// Removes what killed runs left in `folder`: work folders, what discard() was deleting, and the work folders in the
-/// places of which PlaceNotes tell. Contract for work folders: WorkFolder::removeLeftovers(). Blocks; any thread.
+/// places that PlaceNotes name. Treats work folders as WorkFolder::removeLeftovers() does. Blocks; any thread.
 void cleanUp(const QString& folder);
 
-/// A work folder that a crashed run left. It is locked as long as this lives: no other run takes it for one.
+/// A work folder that a crashed run left. It stays locked as long as this object lives, so that no other run touches
+/// it.
 struct Leftover {
     QString path;
     FileDescriptor folder;
 };
 
-/// This user's work folders in `parent` with names of `prefix` and a UUID whose makers no longer live. Blocks; any
-/// thread.
+/// This user's work folders in `parent` that are named after `prefix` and a UUID and whose makers no longer run.
+/// Blocks; any thread.
 std::vector<Leftover> leftoversIn(const QString& parent, const QString& prefix);
 
-/// Writes a new file with a few words for a later run into an open work folder, and waits until it is on the disk. 0,
-/// or errno. It lies where no archive is ever unpacked to. Blocks; any thread.
+/// Writes a new file with a few words for a later run into an open work folder, and waits until it is on the disk. No
+/// archive is ever unpacked to where this file is. Returns 0 or errno. Blocks; any thread.
 int writeNote(int folder, const std::string& name, const std::string& text);
 
-/// The words of the note of that name; none when nothing of that name is there. Empty when it is none that this user's
-/// writeNote() made. Throws what the platform says when it cannot be read: another time it may.
+/// The text of the note of that name; none if there is nothing of that name, and empty if this user's writeNote() did
+/// not make it. Throws a file error if the note cannot be read now; it may be readable later.
 std::optional<std::string> readNote(int folder, const std::string& name);
 
 } // namespace orvanel

@@ -83,8 +83,8 @@ void requireEntries(const QString& archive, qint64 entries) {
     }
 }
 
-/// The number of free bytes at which unpacking is stopped. An archive that is larger than it says may use half of what
-/// should be left.
+/// The number of free bytes below which unpacking is stopped. An archive that is larger than it says may use half of
+/// what should be left.
 qint64 leastRoomFor(const QString& archive, const QString& folder) {
     if (!beginsLikeZip(archive)) {
         throw unpackError(u"It is not a zip archive."_s);
@@ -100,7 +100,7 @@ qint64 leastRoomFor(const QString& archive, const QString& folder) {
     return (free - entries - bytes) / 2;
 }
 
-/// Runs the archiver. It ends with the program: it would go on filling the disk, for nobody.
+/// Runs the archiver. It is ended with the program; otherwise it would go on filling the disk for nobody.
 QCoro::Task<CommandResult> runArchiver(ToolCall call, std::shared_ptr<ProcessHandle> handle) {
     const QMetaObject::Connection ending = QObject::connect(
         qApp, &QCoreApplication::aboutToQuit, qApp, [handle] { handle->cancel(); }, Qt::DirectConnection);
@@ -114,7 +114,8 @@ QCoro::Task<CommandResult> runArchiver(ToolCall call, std::shared_ptr<ProcessHan
 std::optional<ZipListing> ZipArchive::list(const QString& archive) {
     constexpr std::size_t block = std::size_t{64} * 1024;
     const std::unique_ptr<::archive, CloseArchive> file(::archive_read_new());
-    // Only the reader that starts with the list at the end. The other one unpacks everything to find the next entry.
+    // Supports only the reader that starts with the list at the end. The other one unpacks everything to find the next
+    // entry.
     if (::archive_read_support_format_zip_seekable(file.get()) != ARCHIVE_OK ||
         ::archive_read_open_filename(file.get(), QFile::encodeName(archive).constData(), block) != ARCHIVE_OK) {
         return std::nullopt;

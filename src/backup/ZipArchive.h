@@ -7,10 +7,10 @@
 
 namespace orvanel {
 
-/// What a zip archive says of itself. It may lie.
+/// What a zip archive says about itself, which need not be true.
 struct ZipListing {
     qint64 entries = 0;
-    /// Bytes of all files when unpacked.
+    /// The size of all files when unpacked, in bytes.
     qint64 bytes = 0;
 
     bool operator==(const ZipListing&) const = default;
@@ -20,16 +20,17 @@ struct ZipListing {
 /// "/usr/bin/bsdtar". ORVANEL_TOOL_ROOT stands in for "/" when ditto is looked for.
 namespace ZipArchive {
 
-/// Packs the folder, as the one top-level entry, into the new file `archive`. Throws "Could not create the zip file. "
-/// followed by the tool's words.
+/// Packs the folder, as the only top-level entry, into the new file `archive`. Throws "Could not create the zip file. "
+/// followed by the tool's output.
 QCoro::Task<void> pack(QString folder, QString archive);
 
-/// Unpacks into the empty folder `folder`; whatever the archive holds, nothing is written outside of it. Throws "Could
-/// not open the zip file. " followed by the reason; some of it may then lie in the folder.
+/// Unpacks into the empty folder `folder`. Nothing is written outside of it, whatever the archive contains. Throws
+/// "Could not open the zip file. " followed by the reason; part of the content may then be in the folder.
 QCoro::Task<void> unpack(QString archive, QString folder);
 
-/// What libarchive, of which bsdtar is made, reads of the list at the end. None when the file cannot be read or the
-/// list does not agree with what stands before it: the archive is cut, damaged or none. Blocks; any thread.
+/// Reads the list at the end of the archive with libarchive, which bsdtar is made of. None if the file cannot be read
+/// or the list does not match the rest of the file: the archive is cut off, damaged or not a zip archive. Blocks; any
+/// thread.
 std::optional<ZipListing> list(const QString& archive);
 
 } // namespace ZipArchive

@@ -5,7 +5,7 @@ using namespace std::chrono_literals;
 namespace orvanel {
 namespace {
 
-/// How long the end of the program waits, before the container is stopped in any case.
+/// How long the end of the program waits before it stops the container in any case.
 constexpr auto patience = 30s;
 
 } // namespace

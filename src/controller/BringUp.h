@@ -10,24 +10,25 @@
 
 namespace orvanel {
 
-/// Watches the commands that bring the container up: the end of the program waits for the one under way, and from then
-/// on allows no other, because what stops the container must have the last word. Main thread only.
+/// Watches the commands that bring the container up. When the program ends, it waits for the command under way and
+/// allows no other one, because the command that stops the container must come last. Main thread only.
 class BringUp {
 public:
     /// `clock` must outlive this.
     explicit BringUp(Clock& clock);
 
-    /// A command that brings the container up is under way until the last copy of what this returns is gone.
+    /// Notes that a command that brings the container up is under way, until the last copy of the returned pointer is
+    /// gone.
     std::shared_ptr<const void> begin();
-    /// Whether the container has been brought up, or is just being, since it was last looked at.
+    /// Whether a command has brought the container up, or is doing so, since the container was last looked at.
     bool mayBeComingUp() const { return m_end.has_value(); }
-    /// The container was looked at.
+    /// Notes that the container was looked at.
     void forget() { m_end.reset(); }
 
-    /// The end of the command under way, or of half a minute. Only one may wait for it.
+    /// Ends with the command under way, or after half a minute. Only one caller may wait.
     QCoro::Task<void> end() const;
 
-    /// Whether the program ends.
+    /// Whether the program is ending.
     bool isForbidden() const { return m_isForbidden; }
     void forbid() { m_isForbidden = true; }
     void allow() { m_isForbidden = false; }

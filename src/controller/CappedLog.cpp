@@ -14,11 +14,11 @@ struct Feed {
     QString waiting;
     bool isPosted = false;
 
-    /// Whether the receiving thread must be told to come and take it.
+    /// Returns whether the receiving thread must be told to fetch the text.
     bool add(const QString& chunk) {
         const std::lock_guard lock(mutex);
         waiting += chunk;
-        // What stays is enough to have any log cut that it is appended to, and holds all that is kept of that.
+        // What stays is enough to cut any log that it is appended to, and contains everything that the cut log keeps.
         if (waiting.size() > 2 * cappedLogLimit) {
             waiting = waiting.last(cappedLogLimit);
         }

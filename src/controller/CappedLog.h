@@ -8,8 +8,8 @@ namespace orvanel {
 /// A log that reaches this many characters is cut.
 constexpr qsizetype cappedLogLimit = 30001;
 
-/// `log` with `chunk` at its end. A text that reaches the limit keeps only its last 20,000 characters, because
-/// downloads and installations can print without end; a surrogate pair is never cut in two.
+/// Appends `chunk` to `log`. A text that reaches the limit keeps only its last 20,000 characters, because downloads and
+/// installations can print without end. A surrogate pair is never cut in two.
 QString appendCapped(QString log, const QString& chunk);
 
 /// An output callback for DockerCLI::run that calls `append` with a child's output, on the thread that made the feed,
@@ -17,7 +17,7 @@ QString appendCapped(QString log, const QString& chunk);
 /// without end costs neither memory nor a flood of calls.
 DockerCLI::OutputCallback logFeed(std::function<void(const QString& text)> append);
 
-/// A feed that appends to one of the state's logs as long as the state lives.
+/// A feed that appends to one of the state's logs, as long as the state exists.
 DockerCLI::OutputCallback cappedLogFeed(StateStore& state, QString ControllerState::*log);
 
 } // namespace orvanel

@@ -46,7 +46,7 @@ QString described(const QString& path, const std::error_code& error) {
     return u"%1: %2"_s.arg(path, QString::fromStdString(error.message()));
 }
 
-/// A file that cannot be read, or is longer than any text of ours, is simply another text.
+/// A file that cannot be read, or is longer than any text of ours, counts as different.
 bool holds(const QString& path, const QByteArray& content) {
     QFile file(path);
     // To open a pipe would wait for its writer.
@@ -54,8 +54,9 @@ bool holds(const QString& path, const QByteArray& content) {
            file.readAll() == content;
 }
 
-/// Writes beside the file and takes its place when all is on disk, so that a failure leaves the old file whole.
-/// QSaveFile refuses a file that may not be written, and does not tell when the last of the text finds the disk full.
+/// Writes a new file beside the old one and renames it when it is complete and on the disk, so that a failure leaves
+/// the old file whole. QSaveFile would refuse to replace a write-protected file, and would not notice if the disk is
+/// full at the very end.
 std::optional<QString> replaceFile(const QString& path, const QByteArray& content) {
     const QFileInfo existing(path);
     const QString target = existing.isSymLink() ? existing.symLinkTarget() : path;
@@ -91,7 +92,7 @@ QString ContainerFiles::composeFile() const {
 }
 
 std::optional<QString> ContainerFiles::prepare(const QString& imageTag, int port) const {
-    // What a killed restore took away must come back before an empty folder takes its place.
+    // What a killed restore took away must come back before an empty folder is made in its place.
     BackupManager::recover(dataDir(), backupsDir());
     std::error_code error;
     std::filesystem::create_directories(QFile::encodeName(dataDir()).toStdString(), error);

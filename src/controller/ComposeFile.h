@@ -6,17 +6,18 @@
 
 namespace orvanel {
 
-/// The Uptime Kuma project's official image repository, without tag.
+/// The official image repository of the Uptime Kuma project, without a tag.
 QString imageRepository();
 
-/// The image that `tag` names: repository, colon, tag.
+/// The full name of the image with this tag: repository, colon, tag.
 QString imageReference(const QString& tag);
 
-/// The text of the compose file that describes the one service: Uptime Kuma, published on 127.0.0.1 only, with the
-/// folder "data" beside the file as its data folder.
+/// The text of the compose file. Its one service is Uptime Kuma, published on 127.0.0.1 only, with the folder "data"
+/// beside the file as its data folder.
 QString composeText(const QString& imageTag, int port);
 
-/// Where Uptime Kuma's data and the files around it lie: the folder "Orvanel" in the user's application-support folder.
+/// The places of Uptime Kuma's data and the files around it: the folder "Orvanel" in the user's application-support
+/// folder.
 class ContainerFiles {
 public:
     explicit ContainerFiles(const QString& applicationSupport);
@@ -27,8 +28,8 @@ public:
     QString backupsDir() const;
     QString composeFile() const;
 
-    /// Creates the data folder, and writes the compose file where its text differs. The description of the failure, or
-    /// none after success.
+    /// Creates the data folder, and writes the compose file if its text differs. Returns the description of the
+    /// failure, or none after success.
     std::optional<QString> prepare(const QString& imageTag, int port) const;
 
 private:

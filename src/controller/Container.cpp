@@ -96,14 +96,14 @@ QCoro::Task<CommandResult> Container::pull(std::shared_ptr<ProcessHandle> handle
     co_return result;
 }
 
-/// A command that starts the container; it has to end before anything can stop the container for good.
+/// Runs a command that starts the container. It must end before anything can stop the container for good.
 QCoro::Task<CommandResult> Container::startingCommand(QStringList arguments) const {
     const std::shared_ptr<const void> underWay = m_context.bringUp.begin();
     const CommandResult result = co_await command(arguments, upLimit);
     co_return result;
 }
 
-/// Whether the container works on our data, so that nothing but the container is lost with it.
+/// Whether the container uses our data folder, so that removing the container loses no data.
 QCoro::Task<bool> Container::hasOurData() const {
     const QStringList mounts{u"inspect"_s, u"-f"_s,
                              u"{{range .Mounts}}{{.Source}}:{{.Destination}}{{println}}{{end}}"_s, u"orvanel"_s};
@@ -111,7 +111,8 @@ QCoro::Task<bool> Container::hasOurData() const {
     co_return result.isSuccess() && result.output.split(u'\n').contains(dataMount());
 }
 
-/// A container that was made without compose has the name that compose wants to give, and makes room.
+/// A container of ours that was made without compose has the name that compose wants to use. It is removed, and compose
+/// is run again.
 QCoro::Task<CommandResult> Container::composeUp() const {
     const QStringList up = composeArgs(QStringList{u"up"_s, u"-d"_s});
     const CommandResult first = co_await startingCommand(up);
@@ -169,7 +170,7 @@ QCoro::Task<CommandResult> Container::stop() const {
         if (word) {
             const QStringList composeStop = composeArgs(QStringList(u"stop"_s));
             const CommandResult result = co_await command(composeStop, stopLimit);
-            // Compose leaves a container alone that it has not made itself, and calls that a success.
+            // Compose leaves alone any container that it has not made itself, and calls that a success.
             if (result.isSuccess()) {
                 const CommandResult answer = co_await probe();
                 if (isStopped(answer)) {
@@ -193,7 +194,7 @@ QCoro::Task<CommandResult> Container::remove() const {
         if (!result.isSuccess()) {
             co_return result;
         }
-        // Compose leaves a container alone that it has not made itself, and calls that a success.
+        // Compose leaves alone any container that it has not made itself, and calls that a success.
         const CommandResult answer = co_await probe();
         if (isAbsent(answer)) {
             co_return result;

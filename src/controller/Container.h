@@ -7,7 +7,7 @@
 
 namespace orvanel {
 
-/// What every look at the container needs. All of it must outlive the containers made with it.
+/// What every Container uses. All of it must outlive the containers made with it.
 struct ContainerContext {
     StateStore& state;
     const HostFunctions& host;
@@ -15,8 +15,8 @@ struct ContainerContext {
     BringUp& bringUp;
 };
 
-/// The Uptime Kuma container, as one docker tool sees it. An operation keeps the one that it began with, whatever tool
-/// the user chooses meanwhile. Main thread only; must outlive its tasks.
+/// The Uptime Kuma container, as seen through one docker tool. An operation keeps the Container that it began with,
+/// whatever tool the user chooses meanwhile. Main thread only; must outlive its tasks.
 class Container {
 public:
     /// Whether bringUp() also replaces a container that runs.
@@ -28,19 +28,20 @@ public:
 
     /// Whether a Docker runtime answers.
     QCoro::Task<CommandResult> runtime() const;
-    /// The container's state word, as Docker answers it; see ContainerAnswer.h.
+    /// The container's state word in Docker's answer; see ContainerAnswer.h.
     QCoro::Task<CommandResult> probe() const;
-    /// The state word; none when there is no container, or no answer.
+    /// The state word; none if there is no container or no answer.
     QCoro::Task<std::optional<QString>> state() const;
     QCoro::Task<bool> hasImage() const;
-    /// Whether `docker compose` works. Asked once for each tool that the user chooses.
+    /// Whether `docker compose` works. Docker is asked once for each tool that the user chooses.
     QCoro::Task<bool> hasCompose() const;
 
     /// Downloads the pinned image. The output goes to the state's log.
     QCoro::Task<CommandResult> pull(std::shared_ptr<ProcessHandle> handle) const;
-    /// Makes the container run, with the port and image of the settings. `existing`: its state word, if there is one.
+    /// Makes the container run, with the port and image of the settings. `existing` is its state word, if there is a
+    /// container.
     QCoro::Task<CommandResult> bringUp(std::optional<QString> existing, WhenRunning whenRunning) const;
-    /// Stops the container, through compose where that works; the result of the last command run.
+    /// Stops the container, through compose where that works. Returns the result of the last command run.
     QCoro::Task<CommandResult> stop() const;
     /// Removes the container; its data stay.
     QCoro::Task<CommandResult> remove() const;
@@ -60,10 +61,10 @@ private:
     QString m_docker;
 };
 
-/// The container as the docker tool in use sees it; none while no tool is known.
+/// The container as seen through the docker tool in use; none while no tool is known.
 std::optional<Container> knownContainer(const ContainerContext& context);
 
-/// The same, after a search where no tool is known.
+/// The same, after a search if no tool is known.
 std::optional<Container> findContainer(const ContainerContext& context);
 
 } // namespace orvanel

@@ -41,7 +41,7 @@ bool leavesDataAlone(const CommandResult& answer) {
         return false;
     }
     const QString text = answer.output.toLower();
-    // More than these may end in "not found": a context of the tool, a plug-in, the tool itself.
+    // Other messages may end in "not found" as well: about a context of the tool, a plug-in, or the tool itself.
     const QStringList plain{u"no such object"_s, u"no such container"_s, u"cannot connect to the docker daemon"_s,
                             u"failed to connect to the docker api"_s};
     return std::any_of(plain.begin(), plain.end(), [&text](const QString& words) { return text.contains(words); });

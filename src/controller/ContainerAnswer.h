@@ -5,29 +5,29 @@
 
 namespace orvanel {
 
-/// What the docker tool answered when it was asked for the container's state: the last line of its output that is not
-/// empty, without blanks around it. The tool may print warnings before its answer, and both streams arrive merged.
+/// The docker tool's answer to the question for the container's state: the last line of its output that is not empty,
+/// without blanks around it. The tool may print warnings before its answer, and both streams arrive merged.
 QString stateWord(const QString& output);
 
-/// Whether a failed question got an answer all the same: the daemon told that there is no such container.
+/// Whether a command that failed was answered all the same: the daemon said that there is no such container.
 bool saysNoContainer(const QString& output);
 
-/// Whether the container is known to be absent; false also when the answer tells nothing.
+/// Whether the container is known not to exist. Also false if the answer says nothing about it.
 bool isAbsent(const CommandResult& answer);
 
-/// Whether the container is known to have no process any more, because it has ended or is absent; false also when the
-/// answer tells nothing.
+/// Whether the container is known to have no process any more, because it has ended or does not exist. Also false if
+/// the answer says nothing about it.
 bool isStopped(const CommandResult& answer);
 
-/// Whether the data folder may be replaced or deleted after this answer: no server can be at work on it, because the
-/// container is stopped, the daemon says in so many words that there is no such container, or there is no daemon that
-/// could run it. False when the answer tells nothing: the tool was refused, did not answer in time or has a fault.
+/// Whether the data folder may be replaced or deleted after this answer. That is so if no server can be using it: the
+/// container is stopped, the daemon says explicitly that there is no such container, or there is no daemon that could
+/// run it. False if the answer says nothing about it: the tool was refused, did not answer in time, or does not work.
 bool leavesDataAlone(const CommandResult& answer);
 
-/// Whether compose found the name of the container borne by one that is not its own.
+/// Whether compose complains that another container, not its own, already has the container's name.
 bool saysNameIsTaken(const CommandResult& answer);
 
-/// What the user is told when leavesDataAlone() is false. `consequence` is the sentence that says what was not done.
+/// The error to show when leavesDataAlone() is false. `consequence` is the sentence that says what was not done.
 OpError unknownContainerError(const CommandResult& answer, const QString& consequence);
 
 } // namespace orvanel

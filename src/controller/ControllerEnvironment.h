@@ -18,8 +18,8 @@ namespace orvanel {
 
 struct HostFunctions;
 
-/// Everything outside that the controller uses, so that a test can put its own in place of each.
-/// What the pointers and functions refer to must outlive the controller.
+/// Everything outside the controller that it uses; a test can replace each part with its own. What the pointers and
+/// functions refer to must outlive the controller.
 struct ControllerEnvironment {
     SettingsStore* defaults = nullptr;
     Clock* clock = nullptr;
@@ -35,7 +35,7 @@ struct ControllerEnvironment {
     std::function<QCoro::Task<StatusPageResult>(int port, QString slug)> fetchStatusPage = {};
     std::function<QCoro::Task<ReleaseResult>()> fetchLatestRelease = {};
 
-    /// Commands, ports and copies of the data. Without it, those of this machine.
+    /// Commands, ports, and copies of the data. If null, the controller uses those of this computer.
     std::shared_ptr<const HostFunctions> host = {};
 };
 

@@ -6,16 +6,16 @@
 
 namespace orvanel {
 
-/// Lets the jobs that work on the data folder have it one after the other, in the order in which they ask: a backup
-/// must not read what a restore is just replacing. One thread.
+/// Makes the jobs that work on the data folder take turns, in the order in which they ask: a backup must not read what
+/// a restore is replacing. Used by one thread.
 class DataTurns {
 public:
-    /// Holds the turn until the last copy is gone; may outlive the object that gave it.
+    /// Holds the turn until its last copy is gone. May outlive the DataTurns that gave it.
     using Turn = std::shared_ptr<const void>;
 
     DataTurns();
 
-    /// Ends when all who asked before have given their turns back.
+    /// Ends when all jobs that asked before have ended their turns.
     QCoro::Task<Turn> take() const;
     bool isTaken() const;
 

@@ -7,20 +7,20 @@ namespace orvanel {
 
 using namespace Qt::StringLiterals;
 
-/// What the controller has the machine do: run commands, look for tools and ports, copy data. A test puts its own in
-/// place of each. What the functions refer to must outlive the controller.
+/// What the controller asks of the computer: to run commands, to look for tools and ports, and to copy data. A test can
+/// replace each function with its own. What the functions refer to must outlive the controller.
 struct HostFunctions {
     RunCommand run = &DockerCLI::run;
     std::function<std::optional<QString>(const QString& override)> findDocker = &DockerCLI::find;
     std::function<std::optional<QString>(const QString& name)> findTool = &DockerCLI::findTool;
     std::function<std::optional<QString>(const QString& name)> findToolElsewhere = &DockerCLI::findOutsideSearchFolders;
 
-    /// The docker tool: where the search finds it, else where Linux puts tools.
+    /// The docker tool: the result of the search or, failing that, of a search where Linux puts tools.
     std::optional<QString> docker(const QString& override) const {
         const std::optional<QString> found = findDocker(override);
         return found ? found : findToolElsewhere(u"docker"_s);
     }
-    /// The same for any other tool.
+    /// Finds any other tool in the same way.
     std::optional<QString> tool(const QString& name) const {
         const std::optional<QString> found = findTool(name);
         return found ? found : findToolElsewhere(name);
@@ -34,7 +34,7 @@ struct HostFunctions {
         autoBackup = &BackupManager::autoBackup;
     std::function<QCoro::Task<void>(QString source, QString dataDir, QString backupsDir)> restore =
         &BackupManager::restore;
-    /// Deletes what earlier runs left; may be empty.
+    /// Deletes what earlier runs left behind; may be empty.
     std::function<QCoro::Task<void>(QString dataDir, QString backupsDir)> cleanUp = &BackupManager::cleanUp;
     std::function<QString()> timestamp = &BackupManager::timestamp;
 };

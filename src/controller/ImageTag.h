@@ -6,12 +6,12 @@
 
 namespace orvanel {
 
-/// Whether Docker takes it for an image's tag. Only such a text may come from outside into the compose file and a
-/// command line.
+/// Whether Docker accepts the text as an image's tag. Only such a text from outside may be put into the compose file or
+/// a command line.
 bool isValidImageTag(const QString& tag);
 
-/// Whether moving from the pinned tag to the newest version crosses a major version: their parts before the first dot
-/// differ as texts. False while either has no such part.
+/// Whether the pinned tag and the newest version differ in their major version, the text before the first dot. False
+/// while either has no such part.
 bool isMajorChange(const QString& imageTag, const std::optional<QString>& latestVersion);
 
 } // namespace orvanel

@@ -10,7 +10,7 @@ namespace {
 constexpr std::int64_t down = 0;
 constexpr std::int64_t up = 1;
 
-/// Notifications cut titles after 200 characters: a long name must not push out what happened to the monitor.
+/// Notifications cut titles after 200 characters, and a long name must not push out what happened to the monitor.
 constexpr qsizetype longestName = 180;
 
 } // namespace

@@ -17,11 +17,11 @@ struct MonitorNews {
 /// The status of every monitor that had one at the last successful reading of the status page.
 using MonitorStatuses = QMap<std::int64_t, std::int64_t>;
 
-/// The statuses of `rows`; where an id occurs twice, the later row's.
+/// The statuses of `rows`. If an id occurs twice, the later row counts.
 MonitorStatuses statusesOf(const QList<MonitorRow>& rows);
 
-/// What is to be told when `rows` follow `previous`: only the direct steps from up to down and from down to up, in the
-/// order of the rows. A monitor that `previous` does not know is never news.
+/// The news when `rows` follow `previous`: only direct changes from up to down and from down to up, in the order of the
+/// rows. A monitor that is not in `previous` is never news.
 QList<MonitorNews> monitorNews(const MonitorStatuses& previous, const QList<MonitorRow>& rows);
 
 } // namespace orvanel

@@ -10,8 +10,8 @@
 
 namespace orvanel {
 
-/// Room for one operation at a time: its stop token, the handle of its child, and how many there have been.
-/// Main thread only. `tasks` must outlive the slot, and the slot its operations.
+/// Runs one operation at a time, and holds its stop token and the handle of its child. Main thread only. `tasks` must
+/// outlive the slot, and the slot must outlive its operations.
 class OperationSlot {
 public:
     using Body = std::function<QCoro::Task<Outcome>(std::stop_token stop)>;
@@ -19,19 +19,20 @@ public:
 
     explicit OperationSlot(TaskScope& tasks);
 
-    /// Begins `body` and answers true, unless an operation is under way. `ended` is called when the body has ended and
-    /// the slot is free again; what the body throws is a failure like any other.
+    /// Begins `body` and returns true, unless an operation is under way. `ended` is called when the body has ended and
+    /// the slot is free again. An exception from the body counts as a failure.
     bool begin(const QString& name, Body body, End ended);
 
     bool isTaken() const { return m_task.has_value(); }
-    /// The operations begun so far, by which a probe notices one that began and ended while it waited.
+    /// The number of operations begun so far. A probe uses it to notice an operation that began and ended during the
+    /// probe.
     int generation() const { return m_generation; }
-    /// For the commands of the operation under way that a cancel may end. Null when there is none.
+    /// The handle for those commands of the operation under way that a cancel may end. Null if there is no operation.
     std::shared_ptr<ProcessHandle> handle() const { return m_handle; }
 
     /// Asks the operation under way to stop, and its child to end.
     void cancel();
-    /// Only its child: the operation itself goes on.
+    /// Asks only the child to end; the operation itself goes on.
     void cancelChild();
 
 private:

@@ -65,7 +65,7 @@ void Operations::backupEnded(const std::optional<OpError>& error) {
     }
 }
 
-/// The operation that runs beside the backups keeps its own words; without one, the backups have theirs.
+/// If an operation runs beside the backups, its text is shown; otherwise the backups' text is.
 void Operations::showBackups() {
     std::optional<QString> text;
     if (m_slot.isTaken()) {

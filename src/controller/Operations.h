@@ -5,26 +5,27 @@
 
 namespace orvanel {
 
-/// What is shown while a backup is made.
+/// The text that is shown while a backup is made.
 QString backingUpText();
 
-/// The container operation under way, and what is shown of it and of the backups beside it. Main thread only.
+/// The container operation under way, and the text that is shown for it and for the backups beside it. Main thread
+/// only.
 class Operations {
 public:
     using Refresh = std::function<QCoro::Task<void>(std::stop_token stop)>;
 
-    /// `refresh` finds out the new state after each operation. All must outlive this.
+    /// `refresh` finds out the new state after each operation. All three must outlive this object.
     Operations(StateStore& state, TaskScope& tasks, Refresh refresh);
 
     /// Begins an operation, shown as `label`; dropped while another is under way.
     void run(const QString& label, OperationSlot::Body body);
-    /// What the operation under way does next, in words.
+    /// Shows what the operation under way does next.
     void show(const QString& text);
 
     bool isRunning() const { return m_slot.isTaken(); }
     int generation() const { return m_slot.generation(); }
     std::shared_ptr<ProcessHandle> handle() const { return m_slot.handle(); }
-    /// The download under way, and the operation after its other commands.
+    /// Cancels the download under way; other commands run to their end, and the operation stops after them.
     void cancel() { m_slot.cancel(); }
     void cancelChild() { m_slot.cancelChild(); }
 
@@ -40,7 +41,7 @@ private:
     TaskScope& m_tasks;
     const Refresh m_refresh;
     OperationSlot m_slot;
-    /// What the operation under way shows when no backup does.
+    /// The text of the operation under way, shown while no backup is made.
     QString m_text;
     int m_backups = 0;
 };

@@ -9,21 +9,21 @@ namespace orvanel {
 
 struct CommandResult;
 
-/// Why an operation failed, and the way out that is offered.
+/// Why an operation failed, and what can be offered to the user to get past it.
 struct Failure {
     OpError error;
     std::optional<int> suggestedPort = {};
 };
 
-/// How an operation ended: none is success.
+/// How an operation ended; none means success.
 using Outcome = std::optional<Failure>;
 
 Failure failed(const QString& message, const QString& details = {});
 
-/// The failure of a command of docker's: a sentence for the user, and what the command said.
+/// The failure of a docker command: a sentence for the user, and the command's output.
 Failure failed(const CommandResult& result);
 
-/// Of what an operation threw.
+/// The failure that an exception stands for.
 Failure failed(const std::exception& thrown);
 
 } // namespace orvanel

@@ -9,7 +9,8 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// A warning about an unreadable configuration file says "permission denied" as well: only the socket counts.
+/// A warning about an unreadable configuration file also says "permission denied", so only lines about the socket
+/// count.
 bool isAboutTheSocket(const QString& line) {
     return line.contains(u"while trying to connect to the docker"_s) || line.contains(u"connect: permission denied"_s);
 }

@@ -26,7 +26,7 @@ public:
         update([&](ControllerState& state) { state.*field = std::forward<Value>(value); });
     }
 
-    /// Changes what belongs together: `change` is given the state to write to.
+    /// Changes several fields together: `change` is called with the state to write to.
     template <class Change>
     void update(Change change) {
         ControllerState next = m_state;
@@ -51,7 +51,8 @@ inline void setDockerState(StateStore& state, DockerState dockerState, const QSt
     });
 }
 
-/// An error from elsewhere takes the place of the last operation's, and of the way out that was offered with that.
+/// Shows an error that is not from the last operation, in place of that operation's error and of the way out offered
+/// with it.
 inline void replaceError(StateStore& state, const OpError& error) {
     state.update([&](ControllerState& next) {
         next.error = error;

@@ -9,17 +9,18 @@
 
 namespace orvanel {
 
-/// Reads the status page at most every 30 seconds, publishes its monitors, and notifies of those that went down or came
-/// back. Main thread only; what it is given must outlive it, and it its tasks.
+/// Reads the status page at most every 30 seconds, publishes its monitors, and posts a notification when one goes down
+/// or comes back. Main thread only. What it is given must outlive it, and it must outlive its tasks.
 class StatusWatch {
 public:
     using Fetch = std::function<QCoro::Task<StatusPageResult>(int port, QString slug)>;
 
     StatusWatch(StateStore& state, Clock& clock, Notifier& notifier, Fetch fetch);
 
-    /// Reads the page when Uptime Kuma runs, no operation is under way, a page is configured, and it is time.
+    /// Reads the page if Uptime Kuma runs, no operation is under way, a page is configured, and the last reading is old
+    /// enough.
     QCoro::Task<void> fetchWhenDue();
-    /// Another page is configured: its first reading is no news, and due at once.
+    /// Call it when another page is configured: the page is then due at once, and its first reading is not news.
     void forget();
 
 private:
@@ -31,10 +32,10 @@ private:
     Clock& m_clock;
     Notifier& m_notifier;
     const Fetch m_fetch;
-    /// When the page was last asked; none stands for the distant past.
+    /// When the page was last requested; none if never.
     std::optional<Clock::TimePoint> m_lastStatusFetch;
     MonitorStatuses m_previousStatus;
-    /// Whether m_previousStatus holds a first reading, so that changes may be told.
+    /// Whether m_previousStatus holds a first reading, so that changes count as news.
     bool m_hasBaseline = false;
     bool m_requestedNotificationAuth = false;
 };

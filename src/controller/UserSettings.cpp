@@ -13,7 +13,7 @@ constexpr auto stopOnQuitKey = "stopOnQuit"_L1;
 constexpr auto dockerOverrideKey = "dockerOverride"_L1;
 constexpr auto imageTagKey = "imageTag"_L1;
 constexpr auto hasSeenGuideKey = "hasSeenGuide"_L1;
-/// Not a setting of the user's: see setTagToTakeBack().
+/// Not a user setting: see setTagToTakeBack().
 constexpr auto tagToTakeBackKey = "tagToTakeBack"_L1;
 
 int validPort(int port) {

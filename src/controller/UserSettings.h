@@ -5,9 +5,9 @@
 
 namespace orvanel {
 
-/// The user's settings: reads them into the state at its creation, and writes each to the defaults store the moment it
-/// is set, as it is. A setting that could not be stored is published as an error, and holds for this run only. Main
-/// thread.
+/// The user's settings. Reads them into the state when it is created, and writes each one to the defaults store
+/// unchanged as soon as it is set. A setting that could not be stored is published as an error and holds for this run
+/// only. Main thread only.
 class UserSettings {
 public:
     /// Both must outlive this.
@@ -16,18 +16,19 @@ public:
     bool setPort(int port);
     bool setSlug(const QString& slug);
     bool setStopOnQuit(bool stop);
-    /// Another tool may be found from now on, and nothing is known of it.
+    /// Afterwards the search may find another tool, and nothing is known about it yet.
     bool setDockerOverride(const QString& path);
     bool setImageTag(const QString& tag);
     bool setHasSeenGuide(bool seen);
 
-    /// Writes down the tag to go back to while another is pinned and not downloaded: a program that is killed meanwhile
-    /// takes it back when it starts again. False when that could not be stored, which is published like a setting.
+    /// Stores the tag to go back to while another one is pinned but not downloaded. If the program is killed meanwhile,
+    /// it goes back to that tag at the next start. Returns false if the tag could not be stored, which is published as
+    /// for a setting.
     bool setTagToTakeBack(const QString& tag);
     void forgetTagToTakeBack();
 
     QString file() const { return m_defaults.file(); }
-    /// What is published when a setting could not be stored.
+    /// The error to publish when a setting could not be stored.
     OpError notSaved() const;
 
 private:
