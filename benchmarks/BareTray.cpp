@@ -1,5 +1,5 @@
-// The least that a Qt Widgets program with a status icon, a menu and a three-second timer needs: what Orvanel's start
-// and its idle footprint are measured against.
+// A minimal Qt Widgets program with a status icon, a menu and a three-second timer. Orvanel's start and its idle
+// footprint are measured against it.
 
 #include <QApplication>
 #include <QMenu>

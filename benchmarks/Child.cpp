@@ -1,4 +1,4 @@
-// What the benchmark of the process runner listens to: `bench-child blocks BYTES` writes 64 KiB at a time,
+// The child whose output the benchmark of the process runner reads: `bench-child blocks BYTES` writes 64 KiB at a time,
 // `bench-child lines BYTES` a line of 80 bytes at a time.
 
 #include <algorithm>

@@ -16,7 +16,7 @@ int entriesOf(const QString& folder) {
     return static_cast<int>(QDir(folder).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
 }
 
-/// Of a line such as "Rss:   1024 kB".
+/// Reads the number from a line such as "Rss:   1024 kB".
 double number(const QByteArray& lines, const QByteArray& field) {
     for (const QByteArray& line : lines.split('\n')) {
         if (line.startsWith(field + ':')) {

@@ -4,7 +4,7 @@
 
 namespace orvanel {
 
-/// What a process takes of the machine.
+/// The resources that a process uses.
 struct Footprint {
     /// In MiB.
     double resident = 0;
@@ -12,10 +12,10 @@ struct Footprint {
     int descriptors = 0;
     int threads = 0;
 
-    /// How often its threads have gone to sleep by themselves, so far. A timer that nobody stops shows here.
+    /// How often its threads have gone to sleep by themselves so far. A timer that is never stopped shows up here.
     static qint64 wakeUps(qint64 processId);
     static Footprint of(qint64 processId);
-    /// Without what comes and goes with each child: the least of many readings over some seconds.
+    /// The footprint without what comes and goes with each child: the lowest of many readings over some seconds.
     static Footprint ofQuiet(qint64 processId);
 };
 

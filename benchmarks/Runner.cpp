@@ -1,5 +1,5 @@
-// Measures DockerCLI::run against the bare system calls that do the same, in turns, and prints a line a figure:
-// `bench-runner CHILD` (CHILD is bench-child).
+// Measures DockerCLI::run against the bare system calls that do the same, by turns, and prints one line for each
+// figure: `bench-runner CHILD` (CHILD is bench-child).
 
 #include "process/DockerCLI.h"
 
@@ -26,7 +26,7 @@ namespace {
 
 constexpr int rounds = 7;
 constexpr std::size_t chunk = 65536;
-/// As much as our own buffer has.
+/// The size of our own buffer.
 constexpr std::size_t ring = std::size_t{2} * 1024 * 1024;
 
 [[noreturn]] void giveUp(const char* what) {
@@ -59,8 +59,8 @@ void runWithQProcess(const QString& path, const QStringList& arguments) {
     process.readAll();
 }
 
-/// Starts a child with its output in a pipe, reads 64 KiB at a time until the end into as much space as told, round and
-/// round, and waits for it.
+/// Starts a child with its output in a pipe, reads until the end, 64 KiB at a time, into a ring of `space` bytes, and
+/// waits for the child.
 void runBareInto(std::size_t space, const QString& path, const QStringList& arguments) {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -119,7 +119,7 @@ struct Rates {
     double reference;
 };
 
-/// `amount` per second, both ways in turns.
+/// `amount` per second for each of the two, measured by turns.
 Rates compare(double amount, const std::function<void()>& ours, const std::function<void()>& reference) {
     std::vector<double> ourRates;
     std::vector<double> referenceRates;

@@ -1,12 +1,12 @@
-// Lets Orvanel live through days in minutes and looks whether it stays what it was:
+// Takes Orvanel through days in minutes, and checks that it does not grow or slow down:
 //
 //     bench-soak --program P --minutes N --tools FOLDER --site FOLDER --server FOLDER [--sanitized]
 //
-// It plays the desktop around the program: the status area through which it chooses from the menu, the screen reader
-// through which it presses buttons, the server of notifications, and the frames of its windows. The session bus, the
-// display and the home must be nobody else's. TOOLS is the folder of the stand-in docker's state; the answers of the
-// stand-in Uptime Kuma come from `site` and go to `server`. A program with a sanitizer in it is neither measured for
-// its memory nor for its haste. Exit code 1 when something is not as it should be.
+// It plays the desktop around the program: the status area, through which it chooses from the menu; the screen reader,
+// through which it presses buttons; the notification server; and the window manager. The session bus, the display and
+// the home must be used by nothing else. --tools is the folder of the stand-in docker's state. The answers of the
+// stand-in Uptime Kuma are copied from --site to --server. With --sanitized, memory and speed are not measured. The
+// exit code is 1 if a check fails.
 
 #include "Footprint.h"
 #include "SoakDesktop.h"
@@ -46,7 +46,7 @@ void rowAtLeast(const QString& what, double value, double goal) {
     judge(value >= goal);
 }
 
-/// Polls in which nothing happens, and what the program does all the same.
+/// Polls during which nothing happens, and what the program does during them.
 struct Quiet {
     int polls = 0;
     int news = 0;
@@ -55,11 +55,11 @@ struct Quiet {
     double wakeUpsOfPoll() const { return static_cast<double>(wakeUps) / std::max(polls, 1); }
 };
 
-/// How the program was at some time.
+/// The program's figures at one moment.
 struct Shot {
     Footprint footprint;
     Quiet quiet;
-    /// To the panel, while a user was at work before.
+    /// Signals to the panel in the busy period before.
     int livelyNews = 0;
 };
 
@@ -70,7 +70,7 @@ public:
         , m_life(life)
         , m_isSanitized(isSanitized) {}
 
-    /// False when the program did not follow.
+    /// Returns false if the program did not follow.
     bool run(std::chrono::minutes duration) {
         const QDeadlineTimer warmUp(duration / 10);
         const QDeadlineTimer end(duration);
@@ -105,7 +105,7 @@ public:
         }
         row("Descriptors", early.descriptors, late.descriptors, "", 0);
         row("Threads", early.threads, late.threads, "", 0);
-        // The windows were where they are now, and so were those who listen.
+        // At both times, the same windows were open and the same programs were listening.
         row("Signals to the panel in a lively while", m_early->livelyNews, m_late->livelyNews, "",
             m_early->livelyNews * 0.5);
         row("The same while nothing changes", m_early->quiet.news, m_late->quiet.news, "", 0);

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// The time between two polls becomes 10 ms, and that between two readings of the status page 100 ms.
+/// Shortens the time between two polls to 10 ms, and that between two readings of the status page to 100 ms.
 constexpr auto haste = "300";
 
 template <class Reply>
@@ -83,7 +83,7 @@ QString SoakDesktop::trouble() {
     if (m_program.state() != QProcess::Running) {
         return u"it ended when it should %1"_s.arg(m_expected);
     }
-    // Its window tells more than its menu.
+    // The program's window says more than its menu.
     if (choose(u"Open window"_s)) {
         reads(u"Settings"_s);
     }
@@ -154,7 +154,7 @@ bool SoakDesktop::closeWindow(const QString& title) {
     if (m_frames.find(title) == nullptr) {
         return false;
     }
-    // What was asked for before may open it again just after it was closed.
+    // An earlier request may open the window again just after it was closed.
     QDeadlineTimer pause(0);
     return waitFor([&] {
         const standin::WindowFrame* window = m_frames.find(title);

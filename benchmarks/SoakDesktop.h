@@ -9,8 +9,8 @@
 
 namespace orvanel {
 
-/// The desktop around the program, on the session bus and the display of this process. Whatever returns bool waits, and
-/// says whether the program followed in time.
+/// The desktop around the program, on the session bus and the display of this process. Each function that returns bool
+/// waits, and returns whether the program followed in time.
 class SoakDesktop final : public QObject {
     Q_OBJECT
 
@@ -21,34 +21,34 @@ public:
     /// Ends the program.
     ~SoakDesktop() override;
 
-    /// Starts the program in haste; it has an icon then.
+    /// Starts the program with shortened pauses and waits for its icon.
     bool start(const QString& program);
     qint64 processId() const { return m_program.processId(); }
     /// Why the program did not follow.
     QString trouble();
-    /// What to tell as the trouble from now on: "it did not …".
+    /// Sets what trouble() will report from now on: "it did not …".
     void expect(const QString& what) { m_expected = what; }
     bool waitFor(const std::function<bool()>& condition) const;
 
     /// Chooses an entry of the icon's menu once it can be chosen.
     bool choose(const QString& entry);
     bool offers(const QString& entry) const;
-    /// What the first line of the menu says.
+    /// Whether the first line of the menu says that.
     bool says(const QString& status) const;
     bool shows(Color color) const;
 
     bool hasWindow(const QString& titleStart) const { return frame(titleStart) != nullptr; }
     bool closeWindow(const QString& title);
-    /// Presses the button of that name in a window once it can be pressed.
+    /// Presses the button of that name in a window as soon as it can be pressed.
     bool pressButton(const QString& name);
-    /// Whether a window comes to say that.
+    /// Waits until a window shows these words.
     bool reads(const QString& words);
     /// Whether the program with that window has a menu open.
     bool hasMenu(const QString& titleStart) const;
-    /// Presses a key in the window whose title begins so.
+    /// Presses a key in the window whose title begins with `titleStart`.
     void pressKey(const QString& titleStart, quint32 keysym) const;
 
-    /// Quits through the menu: the exit code, or -1.
+    /// Quits through the menu, and returns the exit code, or -1 if the program did not end.
     int quit();
 
     /// Signals about the icon, its tooltip and its menu.

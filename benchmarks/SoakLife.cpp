@@ -17,7 +17,7 @@ constexpr auto looks = "\tdocker\tinspect\t";
 constexpr auto logReadings = "\tdocker\tlogs\t";
 constexpr auto ups = "\tup\t-d";
 
-// Of X.
+// Key codes of X.
 constexpr quint32 keyDown = 0xff54;
 constexpr quint32 keyReturn = 0xff0d;
 
@@ -35,7 +35,7 @@ SoakLife::SoakLife(SoakDesktop& desktop, const Places& places)
     , m_calls{{looks, 0}, {logReadings, 0}, {ups, 0}} {}
 
 bool SoakLife::begin(const QString& program) {
-    // In such haste it may miss the panel at first and open its window.
+    // With pauses this short, the program may miss the panel at first and open its window.
     return showMonitors("all-up") && m_desktop.start(program) && openWindow() && closeWindow() && start();
 }
 
@@ -85,7 +85,7 @@ bool SoakLife::restart() {
            m_desktop.waitFor([&] { return calls(ups) > before && isRunning(); }) && done("restarts");
 }
 
-/// The error goes with the next start.
+/// The next start takes the error away.
 bool SoakLife::failToStart() {
     m_desktop.expect(u"tell of a start that failed"_s);
     m_tools.change([](standin::DockerState& state) {
@@ -165,7 +165,7 @@ bool SoakLife::passPolls(int count) {
     return true;
 }
 
-/// What the status page says from now on.
+/// Sets what the status page says from now on.
 bool SoakLife::showMonitors(const char* answers) {
     QFile from(u"%1/%2.json"_s.arg(m_places.site, QLatin1String(answers)));
     QSaveFile to(m_places.server + u"/heartbeats/home.json"_s);
@@ -180,7 +180,7 @@ bool SoakLife::done(const char* operation) {
 
 int SoakLife::calls(const char* words) {
     if (m_record.isOpen() || m_record.open(QIODevice::ReadOnly)) {
-        // Whole lines only: the last one may still be written.
+        // Counts whole lines only, because the last one may still be being written.
         QByteArray text = m_begun + m_record.readAll();
         const qsizetype whole = text.lastIndexOf('\n') + 1;
         m_begun = text.mid(whole);

@@ -8,28 +8,29 @@
 
 namespace orvanel {
 
-/// What the user of the program and the world around it do. Whatever returns bool says whether the program followed.
+/// What the user and the world around the program do. Each function that returns bool returns whether the program
+/// followed.
 class SoakLife final {
 public:
     struct Places {
         /// The folder with the state and the record of the stand-in docker.
         QString tools;
-        /// The answers of the stand-in Uptime Kuma come from `site` and go to `server`.
+        /// The answers of the stand-in Uptime Kuma are copied from `site` to `server`.
         QString site;
         QString server;
     };
 
     SoakLife(SoakDesktop& desktop, const Places& places);
 
-    /// Starts the program without a container, brings that up, and leaves no window open.
+    /// Starts the program without a container, starts the container, and closes all windows.
     bool begin(const QString& program);
-    /// Everything that a user does, once, and some of it more often.
+    /// Does everything that a user does once, and some things more often.
     bool liveForAWhile();
-    /// Waits until the container was looked at so many times.
+    /// Waits until the program has looked at the container `count` times.
     bool passPolls(int count);
 
     int polls() { return calls("\tdocker\tinspect\t"); }
-    /// What was asked of the program and came to its end, by kind.
+    /// How many operations were asked for and completed, by kind.
     const QMap<QString, int>& operations() const { return m_operations; }
 
 private:
@@ -49,7 +50,7 @@ private:
     bool showMonitors(const char* answers);
     bool isRunning() const;
     bool done(const char* operation);
-    /// How often the stand-in docker's record says that.
+    /// How often these words occur in the stand-in docker's record.
     int calls(const char* words);
 
     SoakDesktop& m_desktop;

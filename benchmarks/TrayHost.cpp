@@ -1,6 +1,6 @@
 // The status area that the measured programs register with: `bench-tray-host [--end-at-registration]`. Prints a line
-// when it is there, and another when an icon has registered; with the option it then ends that icon's program with
-// SIGUSR1, whose default action lets an instruction counter around it still tell its count.
+// when it is ready, and another when an icon has registered. With the option, it then ends that icon's program with
+// SIGUSR1, whose default action lets an instruction counter around the program still print its count.
 
 #include "standin/desktop/StatusArea.h"
 

@@ -14,8 +14,8 @@ using namespace Qt::StringLiterals;
 std::vector<std::string> databaseFiles(const QString& name = u"kuma.db"_s);
 
 /// Copies the files of the database `name` from the folder `source` into `target`; anything of such a name that is not
-/// a file stays as it is. If one of the files changes meanwhile, all are copied again, up to three times in all; after
-/// that, only checkDatabase() can tell whether the copy is good. Throws a file error. Blocks; any thread.
+/// a file stays as it is. If one of the files changes meanwhile, all are copied again, up to three times; after that,
+/// only checkDatabase() can tell whether the copy is good. Throws a file error. Blocks; any thread.
 void copyDatabase(const QString& source, const QString& target, const QString& name = u"kuma.db"_s);
 
 /// The result of checking a copied database. Both fields are empty if it passed, or if the file is not an SQLite

@@ -49,7 +49,7 @@ public:
     /// The same with one that runs, and a page that answers; false when the program does not see that.
     [[nodiscard]] bool startsWithRunningContainer();
 
-    /// Runs the event loop of the application with `actions` in it. The exit code, or none when it did not end by
+    /// Runs the application's event loop and `actions` in it. Returns the exit code, or none if the loop did not end by
     /// itself.
     std::optional<int> runLoop(const std::function<void()>& actions);
 

@@ -8,8 +8,8 @@
 
 namespace orvanel::test {
 
-/// Makes all folders of this process in memory from now on, where there is such a place: for tests that make so many
-/// files that a disk would be what is tested.
+/// Makes all folders of this process in memory from now on, if possible: for tests that make so many files that they
+/// would otherwise measure the disk.
 void workInMemory();
 
 /// A throw-away place with a program folder in it, as the controller lays it out: "data" and "Backups".
@@ -21,9 +21,9 @@ public:
     QString data(const QString& relative = {}) const;
     QString backups(const QString& relative = {}) const;
 
-    /// A small data folder with files, folders and links of every kind.
+    /// Fills the data folder with a few files, folders and links of every kind.
     void fill() const;
-    /// Writes a file anywhere below, with the folders above it.
+    /// Writes a file at any place below, and makes the folders above it.
     void write(const QString& relative, const QByteArray& content) const;
     QByteArray read(const QString& relative) const;
 
@@ -35,15 +35,15 @@ private:
     QTemporaryDir m_folder;
 };
 
-/// Everything in a folder as text, path by path: kind, permissions, date, size, content's hash, link's target. Two
-/// folders with the same description are the same to a reader.
+/// Describes everything in a folder as text, by path: kind, permissions, date, size, hash of the content, target of a
+/// link. A reader cannot tell two folders with the same description apart.
 QMap<QString, QString> describe(const QString& folder);
 
-/// The first difference between two folders in words; empty when there is none.
+/// The first difference between two folders in words; empty if there is none.
 QString difference(const QString& folder, const QString& other);
 QString difference(const QMap<QString, QString>& folder, const QMap<QString, QString>& other);
 
-/// Ends a tool's run; its output, or "failed: " and its output.
+/// Runs a tool to its end. Returns its output, after "failed: " if it failed.
 QString runTool(const QString& program, const QStringList& arguments);
 
 } // namespace orvanel::test

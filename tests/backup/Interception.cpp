@@ -33,7 +33,7 @@ orvanel::test::Interception& orvanel::test::interception() {
     return state;
 }
 
-// The linker sends each call of NAME to __wrap_NAME and lets __real_NAME be the system's.
+// The linker redirects each call of NAME to __wrap_NAME, and calls of __real_NAME to the system's NAME.
 #define INTERCEPT(name, parameters, arguments)                                                                         \
     int __real_##name parameters;                                                                                      \
     int __wrap_##name parameters {                                                                                     \
@@ -75,7 +75,7 @@ int __wrap_fchmodat(int folder, const char* path, mode_t mode, int flags) {
     return __real_fchmodat(folder, path, mode, flags);
 }
 
-// A kill loses nothing that the kernel has, so these only count: the disk may be busy with other things.
+// A kill loses nothing that the kernel already has, so these calls are only counted, which spares a busy disk.
 int __wrap_fsync(int) {
     step();
     return 0;

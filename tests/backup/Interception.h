@@ -7,25 +7,25 @@
 
 namespace orvanel::test {
 
-/// The system calls by which files are changed go through here in the test programs that link it: they are counted, and
-/// a test says before which of them the process is killed, or which the file system does not know.
+/// Test programs that link this file send their system calls that change files through here. The calls are counted, and
+/// a test can say before which one the process is killed, or how a call fails.
 struct Interception {
-    /// Killed before the call of this number, from 1 on; 0 is never.
+    /// The process is killed before the call of this number, counted from 1; 0 means never.
     std::atomic<int> killAt{0};
     std::atomic<int> steps{0};
-    /// As on a file system that cannot exchange two names.
+    /// Plays a file system that cannot exchange two names.
     std::atomic<bool> withoutExchange{false};
-    /// What a rename between these two names fails with; 0 lets it happen.
+    /// The error of a rename between these two names; 0 lets it happen.
     std::function<int(const std::string& from, const std::string& to)> renameFailure = {};
-    /// What opening a name for reading fails with; 0 lets it happen.
+    /// The error of opening a file of that name for reading; 0 lets it happen.
     std::function<int(const std::string& name)> openFailure = {};
-    /// What looking for data from there on in a file fails with; 0 lets it happen.
+    /// The error of looking for data in a file from that place on; 0 lets it happen.
     std::function<int(off_t from)> seekFailure = {};
-    /// What setting the permissions of the file or folder of that path fails with; 0 lets it happen.
+    /// The error of setting the permissions of the file or folder at that path; 0 lets it happen.
     std::function<int(const std::string& path)> modeFailure = {};
-    /// What closing the file of that path fails with; 0 lets it succeed. It is closed in any case.
+    /// The error of closing the file at that path, which is closed in any case; 0 means success.
     std::function<int(const std::string& path)> closeFailure = {};
-    /// Whether the folder of that path can hold no links.
+    /// Whether the folder at that path cannot contain links.
     std::function<bool(const std::string& folder)> isWithoutLinks = {};
     /// Called before a file of that name is made. Only for tests in which one thread makes files.
     std::function<void(const std::string& name)> beforeFile = {};

@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel::test {
 
-/// Ends a task that must fail; its sentence, or "none" when it did not fail.
+/// Runs a task that must fail, and returns its sentence, or "none" if it did not fail.
 template <class T>
 QString messageOf(QCoro::Task<T> task) {
     try {

@@ -64,7 +64,7 @@ private Q_SLOTS:
         QTest::newRow("from further in") << u"upload/link"_s << u"../../outside"_s;
     }
 
-    /// No restore would take it.
+    /// Restoring would refuse such an archive.
     void linkThatLeadsOutCannotGoIntoAZip() {
         QFETCH(const QString, link);
         QFETCH(const QString, target);
@@ -103,7 +103,7 @@ private Q_SLOTS:
         QCOMPARE(folder.names(), QStringList{u"Orvanel"_s});
     }
 
-    /// A link that leads to itself stands for a disk that does not answer or a folder that nobody may look into.
+    /// A link to itself stands for a disk that does not answer, or a folder that may not be read.
     void dataThatCannotBeLookedAtIsNotTakenForNone() {
         const DataFolder folder;
         QVERIFY(QFile::link(folder.data(), folder.data()));
@@ -111,7 +111,7 @@ private Q_SLOTS:
         QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy"_s))), sentence);
         QCOMPARE(messageOf(BackupManager::autoBackup(folder.data(), folder.backups(), u"before-update"_s)), sentence);
         QCOMPARE(folder.names(), QStringList{u"Orvanel"_s});
-        // Where a file is in the way of the folder, there is none.
+        // If a file is in the way of the folder, there is no data folder.
         folder.write(u"file"_s, "");
         QCOMPARE(await(BackupManager::autoBackup(folder.path(u"file/data"_s), folder.backups(), u"x"_s)), std::nullopt);
     }

@@ -51,12 +51,12 @@ QString copyMessage(const QString& source, const QString& target, const CopyOpti
 
 } // namespace
 
-/// The copy of a folder, and what gets in its way.
+/// The copy of a folder, and what can get in its way.
 class TestCopyTree : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// Before there are other threads: rights belong to a thread, and those to come inherit them.
+    /// Called before there are other threads: rights belong to a thread, and threads started later inherit them.
     void initTestCase() { obeyFilePermissions(); }
 
     void pipesSocketsAndDevicesAreLeftOut() {
@@ -321,8 +321,7 @@ private Q_SLOTS:
         QCOMPARE(folder.names(), QStringList{u"Orvanel"_s});
     }
 
-    /// What may not be written to cannot be lifted out of the depth as the others beside it are.
-    /// As on a disk behind a network that only then sends what was written.
+    /// A network disk may send what was written only when the file is closed.
     void copyThatCannotBeClosedIsNoCopy() {
         const DataFolder folder;
         folder.fill();
@@ -333,6 +332,7 @@ private Q_SLOTS:
         QCOMPARE(message, folder.path(u"copy/kuma.db"_s) + u": Disk quota exceeded"_s);
     }
 
+    /// Removing a deep tree moves its folders to the top, which is not possible for read-only folders as they are.
     void deepReadOnlyFoldersAreRemoved() {
         const DataFolder folder;
         const QString deep = folder.path(u"tree"_s) + u"/x"_s.repeated(40);

@@ -22,7 +22,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A server that writes to data/kuma.db as long as it lives.
+/// A server that writes to data/kuma.db as long as this object lives.
 class Writer {
 public:
     Writer(const DataFolder& folder, int megabytes) {
@@ -47,7 +47,7 @@ private:
     bool m_isReady = false;
 };
 
-/// As a server would open it: with all that lies beside it.
+/// Opens the database as a server would, with everything that lies beside it.
 QString integrityOf(const QString& path) {
     sqlite3* database = nullptr;
     ::sqlite3_open_v2(QFile::encodeName(path).constData(), &database, SQLITE_OPEN_READWRITE, nullptr);
@@ -124,7 +124,7 @@ private Q_SLOTS:
         const auto before = describe(folder.data());
         const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
         QCOMPARE(result.databaseProblem, std::nullopt);
-        // Neither the database nor its copy was opened: that would have put the log into it.
+        // Opening the database or its copy would have merged the log into it, so neither was opened.
         QCOMPARE(difference(before, describe(folder.data())), QString());
         QCOMPARE(difference(before, describe(folder.path(u"copy"_s))), QString());
         QCOMPARE(integrityOf(folder.path(u"copy/kuma.db"_s)), u"okrows"_s);
@@ -144,7 +144,7 @@ private Q_SLOTS:
             const Writer writer(folder, 1);
             QVERIFY(writer.isAtWork());
         }
-        // Opening it puts the log into it, under which the damage would not be seen.
+        // This merges the log into the database; otherwise the log would hide the damage.
         QCOMPARE(integrityOf(folder.data(u"kuma.db"_s)), u"okrows"_s);
         QFile file(folder.data(u"kuma.db"_s));
         QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(qint64{40} * 4096));
@@ -185,7 +185,7 @@ private Q_SLOTS:
         }
         QCOMPARE(difference(earlier, describe(place)), QString());
         QVERIFY(folder.names().filter(u".orvanel-"_s).isEmpty());
-        // A good one replaces it again.
+        // A good backup replaces it again.
         folder.write(u"Orvanel/data/kuma.db"_s, "no database of SQLite");
         QCOMPARE(await(BackupManager::backUp(folder.data(), place)).path, place);
         QVERIFY(!difference(earlier, describe(place)).isEmpty());
@@ -199,7 +199,7 @@ private Q_SLOTS:
         QTest::newRow("outside") << u"../../elsewhere/real.db"_s << false;
     }
 
-    /// With its log, without which it would lack rows, and in both kinds of backup.
+    /// The log must come along in both kinds of backup, because without it rows would be missing.
     void linkedDatabaseIsInTheBackup() {
         QFETCH(const QString, target);
         QFETCH(const bool, staysALink);
@@ -216,7 +216,7 @@ private Q_SLOTS:
         QVERIFY(QFile::rename(folder.data(u"kuma.db-wal"_s), real + u"-wal"_s));
         QFile::remove(folder.data(u"kuma.db-shm"_s));
         QVERIFY(QFile::link(link, folder.data(u"kuma.db"_s)));
-        // Of another database: as its log it would spoil this one.
+        // This log belongs to another database and would damage this one.
         folder.write(u"Orvanel/data/kuma.db-journal"_s, "not of this one");
 
         const auto result = await(BackupManager::backUp(folder.data(), folder.path(u"copy"_s)));
@@ -226,7 +226,7 @@ private Q_SLOTS:
         const auto zip = await(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s)));
         QCOMPARE(zip.databaseProblem, std::nullopt);
         await(BackupManager::restore(folder.path(u"copy.zip"_s), folder.data(), folder.backups()));
-        // Only now: opening them puts the logs into them.
+        // The checks come last, because opening a database merges its log into it.
         const QString inCopy = staysALink ? u"copy/databases/real.db"_s : u"copy/kuma.db"_s;
         QVERIFY(QFileInfo(folder.path(inCopy + u"-wal"_s)).size() > 0);
         QCOMPARE(integrityOf(folder.path(u"copy/kuma.db"_s)), u"okrows"_s);
@@ -249,7 +249,7 @@ private Q_SLOTS:
         QCOMPARE(difference(folder.data(), folder.path(u"copy"_s)), QString());
     }
 
-    /// Born while the log that does not come to rest is copied for the last time.
+    /// The database appears while its log, which keeps changing, is copied for the last time.
     void databaseThatComesTooLateIsReported() {
         const DataFolder folder;
         folder.write(u"Orvanel/data/kuma.db-wal"_s, "log");
@@ -290,7 +290,7 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(folder.path(u"scratch"_s)));
     }
 
-    /// As on a network disk that has no locks and lets nobody share memory.
+    /// Some network disks have neither locks nor shared memory.
     void checkNeedsNeitherLocksNorSharedMemory() {
         const DataFolder folder;
         {

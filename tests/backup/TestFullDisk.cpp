@@ -40,7 +40,8 @@ bool writeProc(const char* path, const QByteArray& text) {
     return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) == text.size();
 }
 
-/// Lets this process, which has one thread yet, mount what only it sees. Why not, when it cannot.
+/// Lets this process, while it has only one thread, mount file systems that only it sees. Returns the reason if it
+/// cannot.
 QString enterOwnMounts() {
     const uid_t user = ::getuid();
     const gid_t group = ::getgid();
@@ -235,8 +236,8 @@ private Q_SLOTS:
         QCOMPARE(difference(before, describe(folder.data())), QString());
     }
 
-    /// A full disk in memory has no page for a hole: whoever reads it through a mapping is ended by a signal, as with
-    /// an archive that shrinks or a disk that fails.
+    /// A full disk in memory has no page for a hole, so a signal ends any process that reads the hole through a
+    /// mapping. The same happens with an archive that shrinks or a disk that fails.
     void listThatCannotBeMappedIsReadAllTheSame() {
         const DataFolder folder;
         const SmallDisk disk(folder, "size=1m");
@@ -308,7 +309,7 @@ private Q_SLOTS:
         interception().renameFailure = {};
         if (!canTakeBack) {
             QCOMPARE(difference(before, describe(folder.backups(folder.kept().first()))), QString());
-            // The next run at this place gives back what is its own.
+            // The next run at this place gives the data back.
             await(BackupManager::backUp(folder.path(u"earlier"_s), folder.path(u"Orvanel/copy"_s)));
         }
         QCOMPARE(difference(before, describe(folder.data())), QString());

@@ -31,7 +31,7 @@ ZipEntry specialEntry(const QByteArray& name, mode_t kind) {
 
 } // namespace
 
-/// Archives are restored with a temporary folder of the test's own, beside which "outside" lies.
+/// Restores archives with the test's own temporary folder, beside a folder "outside" that must not change.
 class TestHostileArchives : public QObject {
     Q_OBJECT
 
@@ -49,7 +49,7 @@ class TestHostileArchives : public QObject {
         return message;
     }
 
-    /// Nothing was written but, after a restore, the data.
+    /// What was written apart from the data of a restore; empty if nothing was.
     QString damage(const DataFolder& folder) const {
         QStringList names = folder.names();
         names.sort();
@@ -130,11 +130,11 @@ private Q_SLOTS:
         QTest::newRow("folder and note") << zipOf({database, note, {.name = "replaced/precious", .content = "evil"}});
     }
 
-    /// Such an archive is refused once it is unpacked; a kill may come before.
+    /// Such an archive is refused after it is unpacked, but a kill may come before that.
     void whatAKilledRunUnpackedMovesNothing() {
         QFETCH(const QByteArray, archive);
         const DataFolder folder;
-        // Leaves all behind as a kill would that came at the end of the unpacking.
+        // This archiver leaves what a kill at the end of unpacking would leave.
         folder.write(u"outside/tool/usr/bin/ditto"_s,
                      "#!/bin/sh\nbsdtar -xpf \"$3\" -C \"$4\"\ncd \"$TMPDIR\"\n"
                      "cp -a orv-restore-*-* ../left\nmv ../left orv-restore-01234567-89AB-CDEF-0123-456789ABCDEF\n");
@@ -172,7 +172,7 @@ private Q_SLOTS:
     void encryptedArchiveIsRefusedAndNobodyAsked() {
         const DataFolder source;
         source.fill();
-        // A link to nowhere counts as a failure of some 7z.
+        // Some versions of 7z count a link to nowhere as a failure.
         QVERIFY(QFile::remove(source.data(u"dangling"_s)));
         const QString output = runTool(u"7z"_s, {u"a"_s, u"-psecret"_s, source.path(u"archive.zip"_s), source.data()});
         QVERIFY2(!output.startsWith(u"failed"), qPrintable(output));
@@ -225,7 +225,7 @@ private Q_SLOTS:
         };
         const QByteArray good = zipOf({database, {.name = "data/big", .saidSize = quint64{6} << 30}});
         QCOMPARE(read(good), (ZipListing{.entries = 2, .bytes = (qint64{6} << 30) + 8}));
-        // Whatever byte is wrong, reading it ends; the sanitizers watch where it reads.
+        // Whichever byte is wrong, reading must end; the sanitizers check every access.
         for (qsizetype at = 0; at < good.size(); ++at) {
             QByteArray bad = good;
             bad[at] = static_cast<char>(~bad[at]);

@@ -42,7 +42,7 @@ bool isZip(Operation operation) {
     return operation == Operation::Zip || operation == Operation::ZipOverZip || operation == Operation::ZipOverFolder;
 }
 
-/// Data, a backup of an earlier time in both forms, and what each must be afterwards.
+/// Data, and an earlier backup of it as a folder or a zip, with their descriptions.
 struct KillScene {
     DataFolder folder;
     QMap<QString, QString> data;
@@ -51,7 +51,7 @@ struct KillScene {
     QString destination(Operation operation) const { return folder.path(isZip(operation) ? u"copy.zip"_s : u"copy"_s); }
 };
 
-/// What an earlier restore kept.
+/// The data that an earlier restore kept.
 const QString oldest = u"Orvanel/Backups/before-restore-2020-01-01-000000"_s;
 
 void fill(const KillScene& scene, Operation operation, int files) {
@@ -98,7 +98,8 @@ void perform(const KillScene& scene, Operation operation) {
     }
 }
 
-/// Performs the operation in a process of its own that is killed before its step of that number; 0 is never.
+/// Performs the operation in a process of its own, which is killed before the step with the number `killAt`; 0 means
+/// never.
 pid_t startPerforming(const KillScene& scene, Operation operation, int killAt, int report = -1) {
     const pid_t child = ::fork();
     if (child != 0) {
@@ -110,7 +111,7 @@ pid_t startPerforming(const KillScene& scene, Operation operation, int killAt, i
     qputenv("TMPDIR", QFile::encodeName(scene.folder.path(u"tmp"_s)));
     const QCoreApplication application(argc, argv);
     interception().withoutExchange = operation == Operation::BackupOverFolderWithoutExchange;
-    // As at every start of the program.
+    // The program does this at every start.
     await(BackupManager::cleanUp(scene.folder.data(), scene.folder.backups()));
     interception().killAt = killAt;
     interception().steps = 0;
@@ -127,7 +128,7 @@ pid_t startPerforming(const KillScene& scene, Operation operation, int killAt, i
     ::_exit(0);
 }
 
-/// Exit status; -1 when it was killed.
+/// The exit status; -1 if the process was killed.
 int endOf(pid_t child) {
     int status = 0;
     ::waitpid(child, &status, 0);
@@ -169,7 +170,7 @@ QString problemWithNewZip(const KillScene& scene, const QString& zip) {
     return problem;
 }
 
-/// Without exchange there is a moment when both lie in the work folder, whole.
+/// Without an exchange there is a moment when the old and the new backup are both in the work folder, and whole.
 bool isInWorkFolder(const KillScene& scene) {
     const QStringList names = scene.folder.names();
     for (const QString& name : names) {
@@ -243,7 +244,7 @@ QStringList leftovers(const KillScene& scene) {
     return found;
 }
 
-/// Where the previous data is after the program started again: what a start does before it needs the data folder.
+/// Does what a start of the program does before it needs the data folder, and checks the data.
 QString problemOfNextStart(const KillScene& scene) {
     const DataFolder& folder = scene.folder;
     BackupManager::recover(folder.data(), folder.backups());
@@ -255,7 +256,7 @@ QString problemOfNextStart(const KillScene& scene) {
     return u"the next start begins with "_s + data.keys().join(u' ');
 }
 
-/// Whether one of the kept folders is the previous data.
+/// Whether one of the kept folders holds the previous data.
 bool isKept(const KillScene& scene) {
     const QStringList kept = scene.folder.kept();
     return std::any_of(kept.begin(), kept.end(), [&](const QString& name) {
@@ -263,8 +264,8 @@ bool isKept(const KillScene& scene) {
     });
 }
 
-/// The next run at the same place succeeds, loses nothing and leaves nothing lying about. The archiver of a killed run
-/// may live a little longer and write on, so that more than one run may be needed for the last.
+/// Checks that the next run at the same place succeeds, loses nothing and cleans up. The archiver of a killed run may
+/// go on writing for a moment, so cleaning up may take more than one run.
 QString problemOfNextRun(const KillScene& scene, Operation operation) {
     bool mustBeKept = false;
     if (isRestore(operation)) {
@@ -303,7 +304,7 @@ int countSteps(Operation operation, int files) {
 
 } // namespace
 
-/// Without an application of its own: each process that is forked here makes one.
+/// Runs without an application object, because each forked process makes its own.
 class TestKill : public QObject {
     Q_OBJECT
 
@@ -340,7 +341,7 @@ private Q_SLOTS:
         std::mt19937 random(static_cast<unsigned>(operation));
         std::uniform_int_distribution<int> anyStep(1, steps);
         for (int i = 0; i < kills; ++i) {
-            // The swap is among the last steps, so these are all taken.
+            // The swap is among the last steps, so every one of those gets its kill.
             const bool isInTurn = i < kills * 4 / 5;
             const int step = isInTurn ? std::max(1, steps - i) : anyStep(random);
             const auto scene = makeScene(what, files);
@@ -349,7 +350,7 @@ private Q_SLOTS:
             const QString problem = problemAfter(*scene, what);
             QVERIFY2(problem.isEmpty(), qPrintable(at + problem));
             isBeforeSwapSeen = isBeforeSwapSeen || (isInTurn && isOldDestination(*scene, what));
-            // After a kill within a restore the way back counts at every step.
+            // After a kill during a restore, the way back is checked at each of these steps.
             if (i % 3 == 0 || (isInTurn && isRestore(what))) {
                 const QString next = problemOfNextRun(*scene, what);
                 QVERIFY2(next.isEmpty(), qPrintable(at + next));

@@ -23,7 +23,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Data, and a backup of an earlier time that is to be restored.
+/// Data, and an earlier backup to restore.
 class TwiceKilled {
 public:
     TwiceKilled() {
@@ -44,7 +44,7 @@ public:
     bool isRestored() const { return hasData() && difference(m_folder.path(u"earlier"_s), m_folder.data()).isEmpty(); }
     QStringList names() const { return m_folder.names(u"Orvanel"_s); }
 
-    /// In how many places the previous data is, whole.
+    /// The number of places where the previous data is whole.
     qsizetype places() const {
         QStringList folders{m_folder.data()};
         const QStringList kept = m_folder.kept();
@@ -56,7 +56,7 @@ public:
         });
     }
 
-    /// What is wrong at any time after a restore that was killed before its end.
+    /// What is wrong after a restore was killed before its end; empty if nothing is.
     QString problem() const {
         if (places() != 1) {
             return u"the previous data is in %1 places, beside %2"_s.arg(places()).arg(m_folder.kept().join(u' '));
@@ -70,8 +70,8 @@ private:
     QMap<QString, QString> m_before;
 };
 
-/// Does it in a process of its own that is killed before its step of that number; 0 is never. How many steps it made;
-/// none when it was killed.
+/// Does the job in a process of its own, which is killed before the step with the number `killAt`; 0 means never.
+/// Returns the number of steps, or none if the process was killed.
 std::optional<int> perform(const std::function<void()>& job, int killAt) {
     std::array<int, 2> ends{};
     if (::pipe(ends.data()) != 0) {
@@ -117,12 +117,12 @@ int countSteps() {
     return perform([&] { scene.restore(); }, 0).value_or(0);
 }
 
-/// So many of the last steps hold all between the note of a restore and the end of its work folder.
+/// This many last steps include everything from the note of a restore to the removal of its work folder.
 constexpr int lastSteps = 28;
 
 } // namespace
 
-/// A restore that was killed, and then what makes up for it is killed as well.
+/// Restores that are killed, and whose repair is killed as well.
 class TestKillTwice : public QObject {
     Q_OBJECT
 
@@ -157,7 +157,7 @@ private Q_SLOTS:
     void nothingIsLostByTwoKillsInARow() {
         const int steps = countSteps();
         std::mt19937 random(3);
-        // The second one has more to do than the first: it gives back before all else.
+        // The second restore has more steps than the first, because it gives the data back first.
         std::uniform_int_distribution<int> wayBack(1, 8);
         std::uniform_int_distribution<int> anyStep(1, steps + 8);
         int killedTwice = 0;
@@ -167,7 +167,7 @@ private Q_SLOTS:
             const QString at = u"step %1 of %2, then %3: "_s.arg(step).arg(steps).arg(second);
             const TwiceKilled scene;
             restoreUntil(scene, step);
-            // Then the next one may delete what this one kept.
+            // If it was, the second restore may delete what the first one kept.
             const bool isFirstDone = scene.isRestored();
             killedTwice += perform([&] { scene.restore(); }, second) ? 0 : 1;
             QVERIFY2(isFirstDone || scene.problem().isEmpty(), qPrintable(at + scene.problem()));

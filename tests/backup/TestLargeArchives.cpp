@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A task that may take longer than a test usually waits.
+/// Waits for a task that may take longer than a test usually waits.
 template <class T>
 QCoro::Task<void> finish(QCoro::Task<T> task, bool* done) {
     co_await task;
@@ -38,7 +38,7 @@ bool ends(QCoro::Task<T> task) {
 
 } // namespace
 
-/// Beyond what a zip archive could hold when zip was young.
+/// Archives beyond the limits of the original zip format.
 class TestLargeArchives : public QObject {
     Q_OBJECT
 
@@ -87,10 +87,10 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.read(16), QByteArray("at the beginning"));
         QCOMPARE(folder.read(u"back/after"_s), QByteArray("after it"));
-        // Others must be able to open it too. To unpack it once more takes unzip far longer than 7z.
+        // Other tools must be able to open it too. Only 7z reads the content, which takes unzip far longer.
         for (const QString& tool : {u"unzip"_s, u"7z"_s}) {
             if (QStandardPaths::findExecutable(tool).isEmpty()) {
-                QSKIP(qPrintable(tool + u" is not there, so it was not asked what it makes of the archive."_s));
+                QSKIP(qPrintable(tool + u" is not installed, so it could not check the archive."_s));
             }
         }
         const QString list = runTool(u"unzip"_s, {u"-lqq"_s, zip});

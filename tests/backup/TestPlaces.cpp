@@ -14,7 +14,7 @@ using namespace orvanel;
 using namespace orvanel::test;
 using namespace Qt::StringLiterals;
 
-/// Where backups may lie, and how what lies there is replaced.
+/// Where a backup may be, and how it replaces what is there.
 class TestPlaces : public QObject {
     Q_OBJECT
 
@@ -210,7 +210,7 @@ private Q_SLOTS:
         QCOMPARE(difference(before, describe(folder.backups(folder.kept().value(0)))), QString());
     }
 
-    /// As on a FAT or exFAT disk, which most USB sticks are.
+    /// The disk plays a FAT or exFAT disk, as most USB sticks are.
     void diskWithoutLinksTakesAZip() {
         const DataFolder folder;
         folder.fill();
@@ -231,7 +231,7 @@ private Q_SLOTS:
         QCOMPARE(describe(back).value(u"icon.png"_s), u"link to upload/logo1.png"_s);
     }
 
-    /// It keeps no permissions either, but the archive must.
+    /// The disk does not keep permissions either, but the archive must.
     void zipForADiskWithoutLinksIsMadeReadyBesideTheData() {
         const DataFolder folder;
         folder.write(u"Orvanel/data/kuma.db"_s, "");
@@ -318,7 +318,7 @@ private Q_SLOTS:
         QCOMPARE(difference(before, describe(folder.data())), QString());
     }
 
-    /// Quotas and layers of file systems forbid some renames within one mount.
+    /// Quotas and layered file systems forbid some renames within one mount.
     void dataThatCannotBeMovedIsCopied() {
         const DataFolder folder;
         folder.fill();

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// An archiver that writes something, tells its process id, and does not end by itself.
+/// Makes an archiver that writes something, prints its process id, and does not end by itself.
 void makeEndlessDitto(const DataFolder& folder) {
     const QString tool = u"root/usr/bin/ditto"_s;
     const QByteArray pid = QFile::encodeName(folder.path(u"pid"_s));
@@ -30,7 +30,7 @@ void makeEndlessDitto(const DataFolder& folder) {
     QFile::setPermissions(folder.path(tool), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
-/// Begins the operation in a program of its own, which quits when the archiver is at work. Its exit status.
+/// Begins the operation in a program of its own, which quits while the archiver runs. Returns its exit status.
 int quitDuring(const DataFolder& folder, const std::function<QCoro::Task<void>()>& begin) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -74,7 +74,8 @@ QCoro::Task<void> restore(const DataFolder* folder) {
 
 } // namespace
 
-/// The program quits while an archive is packed or unpacked. Without an application: each forked process makes its own.
+/// Quitting while an archive is packed or unpacked. Runs without an application object, because each forked process
+/// makes its own.
 class TestQuit : public QObject {
     Q_OBJECT
 

@@ -25,7 +25,7 @@ const QByteArray restoreNote = "data/before-restore-2026-01-02-030405";
 
 } // namespace
 
-/// What a crashed run left: what was taken away comes back, the rest goes, and nothing else is touched.
+/// What a crashed run left: what it had taken away comes back, the rest is removed, and nothing else is touched.
 class TestRecovery : public QObject {
     Q_OBJECT
 
@@ -58,7 +58,7 @@ private Q_SLOTS:
         QCOMPARE(QSet<QString>(after.begin(), after.end()), QSet<QString>(before.begin(), before.end()));
     }
 
-    /// What looks like a note in it may come from an archive.
+    /// A file in there that looks like a note may come from an archive.
     void deletionThatWasInterruptedIsFinished() {
         const DataFolder folder;
         folder.fill();
@@ -85,7 +85,7 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(folder.path(note)));
     }
 
-    /// Where a zip for a disk without links is made ready.
+    /// A zip for a disk without links is prepared beside the data.
     void leftoversBesideTheDataGoAsWell_data() {
         QTest::addColumn<QString>("name");
         QTest::newRow("folder") << u"copy"_s;
@@ -157,7 +157,7 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(folder.path(leftover)));
     }
 
-    /// Whoever unpacks an archive at a place has whatever folders it holds there.
+    /// An archive that was unpacked at a place may contain any folder.
     void whatOnlyLooksLikeALeftoverMovesNothing_data() {
         QTest::addColumn<QString>("note");
         QTest::newRow("no note") << QString();
@@ -189,7 +189,7 @@ private Q_SLOTS:
         QCOMPARE(folder.read(leftover + u"/replaced/copy/kuma.db"_s), QByteArray("the old backup"));
     }
 
-    /// A name that ends at its NUL would be the same whatever number comes after it.
+    /// If the name were cut at its NUL, adding a number would not change it.
     void noteWithANulMovesNothing() {
         const DataFolder folder;
         folder.fill();
@@ -224,7 +224,7 @@ private Q_SLOTS:
         QVERIFY(QFileInfo::exists(folder.path(u"copy/kuma.db"_s)));
     }
 
-    /// What cannot be looked at now may well be there.
+    /// Data that cannot be reached now may still be there.
     void keptDataThatCannotBeReachedNowComesBackLater() {
         const DataFolder folder;
         folder.write(restoring, restoreNote);
@@ -238,7 +238,7 @@ private Q_SLOTS:
         QCOMPARE(folder.read(u"Orvanel/data/kuma.db"_s), QByteArray("kept"));
     }
 
-    /// Whichever of them is looked at first.
+    /// The order in which they are read must not matter.
     void oneThatCannotBeReadDoesNotHideTheOthers_data() {
         QTest::addColumn<int>("unreadable");
         QTest::newRow("the first") << 1;
@@ -273,7 +273,7 @@ private Q_SLOTS:
         await(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
         interception().renameFailure = {};
         QCOMPARE(folder.read(u"Orvanel/Backups/"_s + kept + u"/kuma.db"_s), QByteArray("kept"));
-        // Once it has got its own name, all goes its way again.
+        // Once the kept data has a name of its own, restores work as usual.
         await(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
         QCOMPARE(folder.read(u"Orvanel/Backups/before-interrupted-restore-2026-01-02-030405/kuma.db"_s),
                  QByteArray("kept"));

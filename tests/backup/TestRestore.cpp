@@ -17,7 +17,7 @@ namespace {
 
 const QString leftover = u".orvanel-01234567-89AB-CDEF-0123-456789ABCDEF"_s;
 
-/// A zip archive tells dates to the second.
+/// A zip archive stores dates in whole seconds only.
 QMap<QString, QString> inSeconds(QMap<QString, QString> entries) {
     for (QString& entry : entries) {
         entry.replace(QRegularExpression(u"(\\d{10})\\.\\d+"_s), u"\\1"_s);
@@ -25,7 +25,7 @@ QMap<QString, QString> inSeconds(QMap<QString, QString> entries) {
     return entries;
 }
 
-/// An archiver that writes down how it was called, and does what the real one does or fails.
+/// Makes an archiver that records its arguments and then does `action`. Returns the path of the record.
 QString makeDitto(const DataFolder& folder, const QByteArray& action) {
     const QString tool = u"root/usr/bin/ditto"_s;
     const QByteArray log = QFile::encodeName(folder.path(u"calls"_s));
@@ -134,7 +134,7 @@ private Q_SLOTS:
                  u"Could not create the zip file. ditto: no\n"_s);
         QCOMPARE(messageOf(BackupManager::restore(folder.path(u"copy.zip"_s), folder.data(), folder.backups())),
                  u"Could not open the zip file. ditto: no\n"_s);
-        // A tool that says nothing and does nothing is not believed.
+        // A tool that reports success without doing anything is not believed.
         makeDitto(folder, ": >\"$5\"");
         QCOMPARE(messageOf(BackupManager::backUp(folder.data(), folder.path(u"copy.zip"_s))),
                  u"Could not create the zip file. Some files are missing from it."_s);
@@ -163,7 +163,7 @@ private Q_SLOTS:
         await(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
         QCOMPARE(folder.read(u"Orvanel/Backups/before-restore-2020-01-01-000000/kuma.db"_s),
                  QByteArray("the only copy"));
-        // Once there is something better to keep, they go.
+        // They are removed once there is something better to keep.
         await(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
         QCOMPARE(folder.kept().size(), 1);
     }
@@ -201,7 +201,7 @@ private Q_SLOTS:
                 folder.write(u"Orvanel/"_s + file, file.toUtf8());
             }
         }
-        // A backup that comes first must not remove what only the next line understands.
+        // A backup that comes first must not remove what only recover() can deal with.
         folder.write(u"elsewhere/kuma.db"_s, "");
         await(BackupManager::backUp(folder.path(u"elsewhere"_s), folder.path(u"Orvanel/copy"_s)));
         for (int round = 0; round < 2; ++round) {

@@ -1,5 +1,5 @@
-// A server at work on its database: `backup_test_writer DATABASE MEGABYTES` fills a database in WAL mode, says "ready"
-// and then writes all over it, in transactions of its own, until it is killed.
+// A server that writes to its database: `backup_test_writer DATABASE MEGABYTES` fills a database in WAL mode, prints
+// "ready", and then changes it everywhere, one transaction after another, until it is killed.
 #include <cstdio>
 #include <cstdlib>
 #include <sqlite3.h>

@@ -22,7 +22,7 @@ quint32 crc32(const QByteArray& bytes) {
     return ~sum;
 }
 
-/// What the local header and the list at the end have in common: from the version needed to the length of the name.
+/// What the local header and the list at the end have in common: from the required version to the length of the name.
 QByteArray commonPart(const ZipEntry& entry) {
     QByteArray bytes;
     append<quint16>(bytes, 45);

@@ -9,13 +9,13 @@
 
 namespace orvanel::test {
 
-/// One entry of an archive, as an attacker would choose it.
+/// One entry of an archive, as an attacker may choose it.
 struct ZipEntry {
     QByteArray name;
     /// For a link, what it points to.
     QByteArray content = {};
     mode_t mode = S_IFREG | 0644;
-    /// What the archive says the size is.
+    /// The size that the archive claims.
     std::optional<quint64> saidSize = {};
 };
 
