@@ -6,7 +6,7 @@
 
 namespace orvanel::test {
 
-/// What a user clicks for backups and restores, one after the other.
+/// What a user clicks for backups and restores, click by click.
 
 inline void choosePath(ControllerFixture& world, const std::optional<QString>& path) {
     QVERIFY(!world.dialogs.pathQuestions.isEmpty());

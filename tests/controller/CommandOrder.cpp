@@ -8,11 +8,11 @@ using namespace Qt::StringLiterals;
 namespace orvanel::test {
 namespace {
 
-/// The commands of an operation in the orders that are allowed, each followed by a semicolon; any of them may be the
-/// last.
+/// The orders in which an operation may run its commands. Each command is followed by a semicolon, and the operation
+/// may end after any of them.
 QString allowedOrder(const QString& label) {
     auto stop = u"(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?"_s;
-    // A container that is not compose's own has to go first.
+    // A container that compose has not made must be removed first.
     auto bringUp = u"(compose version;)?(compose up;(inspect mounts;(rm;(compose up;)?)?)?|(rm;)?(run;)?)?"_s;
     auto start = u"(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?"_s + bringUp + u")?)?)?"_s;
     if (label.startsWith(u"Starting"_s)) {
@@ -25,7 +25,8 @@ QString allowedOrder(const QString& label) {
         return stop + start;
     }
     if (label.startsWith(u"Restoring"_s)) {
-        // Whatever the stop found, one more look before the data is touched, and another for what came back meanwhile.
+        // After the stop come one more look before the data is touched, and another for a server that came back
+        // meanwhile.
         return stop + u"(inspect;)?(inspect;)?"_s + stop + start;
     }
     if (label.startsWith(u"Updating"_s)) {

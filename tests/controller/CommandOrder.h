@@ -4,7 +4,7 @@
 
 namespace orvanel::test {
 
-/// Which commands may follow each other; they are named as Command::name() does.
+/// Which commands may follow each other. They have the names that Command::name() gives.
 
 bool isPull(const QString& command);
 bool bringsUp(const QString& command);

@@ -9,7 +9,7 @@ namespace orvanel::test {
 
 using namespace Qt::StringLiterals;
 
-/// What a container needs and nothing more: a state, a throw-away home, and a stand-in docker that takes no time.
+/// What a container needs: a state, a throw-away home, and a stand-in docker that takes no time.
 class ContainerWorld {
 public:
     ContainerWorld() {
@@ -22,7 +22,7 @@ public:
         });
     }
 
-    /// Of docker, without what every command on this container says; and forgets them.
+    /// The names of the docker commands that were called since the last call of this function.
     QStringList takeCommands() {
         QStringList commands;
         for (; m_taken < docker.calls().size(); ++m_taken) {

@@ -140,7 +140,7 @@ void ControllerFixture::advance(std::chrono::milliseconds duration) {
     settle();
 }
 
-/// Only where nothing happens without it does the clock move on: jobs on other threads take real time.
+/// Moves the clock on only when nothing else happens, because jobs on other threads take real time.
 bool ControllerFixture::turnClockUntil(const std::function<bool()>& condition) {
     return waitUntil([&] {
         settle();

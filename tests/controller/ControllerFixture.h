@@ -28,12 +28,12 @@ struct Command {
     /// None while it is under way.
     std::optional<CommandResult> result;
 
-    /// What the command does, without the arguments that only say on what: "compose up", "image inspect".
+    /// What the command does, without the arguments that say to what: "compose up", "image inspect".
     QString name() const;
 };
 
-/// A controller in a world that the test owns: a throw-away home, a clock that it turns, a stand-in docker in this
-/// process, scripted web pages, releases and backups, and a desktop that only remembers.
+/// A controller in a world of the test's own: a throw-away home, a fake clock, a stand-in docker in this process,
+/// scripted web pages, releases and backups, and a desktop that only records.
 class ControllerFixture {
 public:
     ControllerFixture();
@@ -52,9 +52,9 @@ public:
     RecordingDesktop desktop;
     RecordingDialogs dialogs;
 
-    /// What runs the commands; the stand-in docker unless a test puts something else here.
+    /// Runs the commands; the stand-in docker, unless a test replaces it.
     RunCommand runner;
-    /// How long the stand-in docker takes for a command; no time at all when empty.
+    /// How long the stand-in docker takes for a command; no time if empty.
     standin::InProcessDocker::Latency latency;
     QString applicationSupport;
     QString settingsFile;
@@ -63,33 +63,33 @@ public:
     std::optional<QString> installedDocker = u"/opt/bin/docker"_s;
     QSet<QString> executables;
     QMap<QString, QString> installedTools;
-    /// What is found only where Linux puts tools.
+    /// The tools that are only found where Linux puts them.
     QMap<QString, QString> toolsElsewhere;
     int dockerSearches = 0;
     QStringList toolSearches;
 
-    /// Ports on which another program listens, and those that are only closing.
+    /// Ports on which another program listens, and ports that are only in a closing state.
     QSet<int> listeningPorts;
     QSet<int> closingPorts;
 
-    /// Puts something else, or the real thing, in the place of what the controller would be given.
+    /// Changes what the controller will be given, for example to the real thing.
     std::function<void(ControllerEnvironment& environment, HostFunctions& host)> adjust;
 
-    /// Made when it is first asked for, from the settings file of that moment.
+    /// The controller; it is made at the first call, from the settings file as it is then.
     KumaController& controller();
-    /// Ends the controller, and makes another from the settings file.
+    /// Ends the controller and makes another one from the settings file.
     KumaController& restartProgram();
 
-    /// This world, for whoever makes the controller itself; it has to end before the fixture.
+    /// This world, for a test that makes the controller itself. That controller must end before the fixture.
     ControllerEnvironment environment();
 
     standin::DockerState& docker() { return m_docker.state(); }
-    /// The next `times` calls of a command end like this, `delay` later.
+    /// Makes the next `times` calls of a command (-1 for all) end in this way, after `delay`.
     void answer(const char* command, int exitCode, const QString& output, int times = -1,
                 std::chrono::milliseconds delay = {});
-    /// The next calls of a command do their work, but `duration` later.
+    /// Makes the next calls of a command do their work after `duration`.
     void delay(const char* command, std::chrono::milliseconds duration, int times = -1);
-    /// The next calls of a command never answer, or only say `output`.
+    /// Makes the next calls of a command print `output` and never end.
     void hang(const char* command, int times = -1, const QString& output = {});
     void answerAsUsual() { docker().overrides.clear(); }
 
@@ -102,11 +102,11 @@ public:
     /// Lets everything happen that takes no time.
     void settle();
     void advance(std::chrono::milliseconds duration);
-    /// Turns the clock until no operation is under way; false when that does not happen.
+    /// Moves the clock until no operation is under way; false if that does not happen.
     [[nodiscard]] bool operationEnds();
-    /// The same for the whole controller.
+    /// Moves the clock until nothing in the controller is under way.
     [[nodiscard]] bool everythingEnds();
-    /// Starts polling with a container that runs and a page that answers.
+    /// Starts polling with a container that runs and a page that answers; false if the controller does not see that.
     [[nodiscard]] bool isPolledAsRunning();
     void removeContainer() { docker().container.reset(); }
 
@@ -124,7 +124,7 @@ private:
     std::unique_ptr<KumaController> m_controller;
 };
 
-/// The names of commands, or the arguments of one, for comparing.
+/// The names of commands, or the arguments of one, to compare with.
 QStringList names(std::initializer_list<const char*> list);
 
 /// A row of a status page.

@@ -53,7 +53,7 @@ void ControllerWatch::willRecheck() {
     m_rechecks += 1;
 }
 
-/// The program may end right now: what it stores must not name a version that it has not got.
+/// The program may end at this moment, so the stored settings must not name a version that was not downloaded.
 void ControllerWatch::didShutDown() {
     m_isLoopWanted = false;
     m_isLeaving = true;
@@ -77,8 +77,8 @@ void ControllerWatch::didRecheck() {
     }
 }
 
-/// What an operation may still do after a cancel depends on the command of the moment: once the container is being
-/// brought up, it is too late.
+/// What an operation may still do after a cancel depends on the command under way: once the container is being brought
+/// up, it is too late to cancel.
 void ControllerWatch::willCancel() {
     const bool isBringingUp =
         bringsUp(m_underWay) || m_underWay == u"rm" || (m_underWay == u"compose version" && m_isImagePresent);
@@ -129,7 +129,7 @@ QCoro::Task<CommandResult> ControllerWatch::run(QString path, QStringList argume
     co_return result;
 }
 
-/// After a runtime has answered it, a setup says so itself, and looks at the container.
+/// When a runtime has answered the setup, the setup itself publishes that and looks at the container.
 QCoro::Task<CommandResult> ControllerWatch::runSetup(QString path, QStringList arguments,
                                                      std::chrono::duration<double> limit,
                                                      std::shared_ptr<ProcessHandle> handle,
@@ -200,7 +200,7 @@ void ControllerWatch::operationCommandEnds(const QString& name, const CommandRes
     }
 }
 
-/// A look at the container belongs to the loop, to a recheck, or to the end of an operation or a setup.
+/// A look at the container must come from the poll loop, a recheck, or the end of an operation or a setup.
 void ControllerWatch::lookBegins(const QString& name) {
     if (name == u"inspect") {
         if (std::exchange(m_mayLook, false) || m_isLoopWanted) {
@@ -303,7 +303,7 @@ void ControllerWatch::operationEnds() {
     }
 }
 
-/// Only the operation itself says anything about Docker now, and nobody anything about the container.
+/// Only the operation itself may now change the state of Docker, and nothing may change the state of the container.
 void ControllerWatch::checkChangeDuringOperation(const Snapshot& now) {
     if (now.kuma != m_before.kuma) {
         violate(u"the container's state changes during an operation"_s);
@@ -312,14 +312,14 @@ void ControllerWatch::checkChangeDuringOperation(const Snapshot& now) {
                             m_operationCommands.last() == u"info";
     if (now.dockerState != m_before.dockerState && now.dockerState != DockerState::missing && !isFromInfo &&
         !isFromSetup(now) && now.dockerState != DockerState::unknown) {
-        violate(u"somebody else changes the state of Docker during an operation"_s);
+        violate(u"something else changes the state of Docker during an operation"_s);
     }
     if (now.pulling && !m_before.pulling && now.busy != downloading) {
         violate(u"a download is under way that busy does not tell of"_s);
     }
 }
 
-/// Only what was asked after the last operation began may be believed.
+/// Only answers to questions that were asked after the last operation began may count.
 void ControllerWatch::checkChangeWhileIdle(const Snapshot& now) {
     const bool isFresh = m_cause.kind == Cause::Kind::look && m_cause.operations == m_operations;
     const bool isToolMissing = !m_world->controller().state().dockerPath;
@@ -368,7 +368,7 @@ void ControllerWatch::checkComposeFile() {
     }
 }
 
-/// However an update went, what is stored and what Docker is told are one and the same version, the old or the new one.
+/// However an update ends, the settings and the compose file must name the same version, either the old or the new one.
 void ControllerWatch::checkUpdated() {
     const KumaController& kuma = m_world->controller();
     if (m_tags.isEmpty()) {

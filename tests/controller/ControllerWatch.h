@@ -8,8 +8,8 @@
 
 namespace orvanel::test {
 
-/// Looks over a controller's shoulder while a test does whatever it likes with it, and notices when one of the rules is
-/// broken that hold at all times, whatever happens in whatever order. Made before the controller.
+/// Watches a controller while a test does anything with it, and notices when it breaks one of the rules that always
+/// hold. Made before the controller.
 class ControllerWatch : public QObject {
     Q_OBJECT
 
@@ -18,23 +18,23 @@ public:
     /// Connects to the controller, which must be new.
     void attach();
 
-    /// The rule that was broken first; empty while all hold.
+    /// The first rule that was broken; empty if none was.
     QString violation() const { return m_violation; }
     /// Notes that a rule is broken.
     void violate(const QString& rule);
-    /// Checks what can be seen from outside; everything that takes no time must have happened.
+    /// Checks what can be seen from outside. Call it when everything that takes no time has happened.
     void checkState();
 
     int operations() const { return m_operations; }
-    /// What has come about so far: the commands that were run, the errors, the states, the news.
+    /// What has happened so far: commands that were run, errors, states, news.
     const QSet<QString>& seen() const { return m_seen; }
 
     bool isOperating() const { return m_isOperating; }
     SetupWatch& setup() { return m_setup; }
-    /// Whether the operation under way is busy with something that is neither a command nor a backup or restore.
+    /// Whether the operation under way is doing something that is not a command, a backup or a restore.
     bool isDeleting() const { return m_isOperating && m_underWay.isEmpty() && m_world->backups.underWay == 0; }
 
-    /// What the test is about to do, or has just done.
+    /// Tell the watch what the test is about to do, or has just done.
     void willRecheck();
     void didRecheck();
     void didBegin() {
@@ -47,7 +47,7 @@ public:
     void didChangeSlug();
 
 private:
-    /// What the controller knew before it changed something.
+    /// The state before the controller's latest change.
     struct Snapshot {
         DockerState dockerState = DockerState::unknown;
         KumaState kuma = KumaState::stopped;
@@ -55,12 +55,12 @@ private:
         bool pulling = false;
         bool isSettingUp = false;
     };
-    /// Whose turn it is: what the controller does now follows from the end of this.
+    /// What has just ended, which explains what the controller does now.
     struct Cause {
         enum class Kind { none, operation, setup, look } kind = Kind::none;
-        /// The operations begun when it was asked.
+        /// How many operations had begun when it was asked.
         int operations = 0;
-        /// The tool that a setup has asked.
+        /// The tool that a setup asked.
         QString docker = {};
     };
 
@@ -97,12 +97,13 @@ private:
     int m_operations = 0;
     bool m_isOperating = false;
     QString m_label;
-    /// The tags that an update may end with; empty when the settings changed meanwhile.
+    /// The tags that an update may end with; empty if the settings changed meanwhile.
     QStringList m_tags;
     QStringList m_operationCommands;
     QString m_underWay;
     bool m_isImagePresent = false;
-    /// A cancel came before the container was being brought up; it came while nothing had been done yet.
+    /// Whether a cancel came before the container was being brought up, and whether it came before anything had been
+    /// done.
     bool m_isCancelled = false;
     bool m_mustEnd = false;
     bool m_hasPortError = false;
@@ -111,7 +112,7 @@ private:
 
     bool m_isLoopWanted = false;
     bool m_isLeaving = false;
-    /// Somebody who looks once has just ended.
+    /// Whether an operation or a setup that ends with a look at the container has just ended.
     bool m_mayLook = false;
     int m_rechecks = 0;
 

@@ -1,6 +1,6 @@
-// A program that starts or updates Uptime Kuma and is killed before its step of a number; 0 is never. A step is
-// whatever another program could notice: a change of the published state, the begin and the end of a command and of a
-// backup. Arguments: the folder that holds its settings and data, "start" or "update", the number.
+// A program that starts or updates Uptime Kuma and is killed before the step with the given number; 0 means never. A
+// step is anything that another program could notice: a change of the published state, or the beginning or end of a
+// command or a backup. Arguments: the folder with its settings and data, "start" or "update", the number.
 
 #include "RecordingPlatform.h"
 #include "controller/ControllerEnvironment.h"

@@ -9,8 +9,8 @@
 
 namespace orvanel::test {
 
-/// What the classes behind the operations need: a container's world, the slot of the operations, scripted backups and
-/// a desktop that only remembers. There is no controller, and nothing polls.
+/// What the classes behind the operations need: a container's world, the operations' slot, scripted backups, and a
+/// desktop that only records. There is no controller, and nothing polls.
 class OperationsWorld : public ContainerWorld {
 public:
     OperationsWorld() {
@@ -23,7 +23,7 @@ public:
         docker.state().images["louislam/uptime-kuma:2"] = "sha256:1";
     }
 
-    /// The answers of the test's world, or an end by its patience.
+    /// Lets everything happen that takes no time.
     void settle() {
         drainEvents();
         while (clock.untilNextTimer() == std::chrono::milliseconds(0)) {
@@ -31,7 +31,7 @@ public:
         }
     }
 
-    /// A container that runs, as a poll would have found it.
+    /// Adds a running container, and the state that a poll would have published for it.
     void runServer() {
         standin::addContainer(docker.state(), "running");
         findContainer(context);

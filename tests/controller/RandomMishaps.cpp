@@ -6,7 +6,7 @@ using std::chrono::milliseconds;
 
 namespace orvanel::test {
 
-// What happens to the controller from outside: Docker, the disk, the network and the server as they please.
+// What happens to the controller from outside: Docker, the disk, the network and the server do what they like.
 
 void RandomSequence::changeDaemon() {
     using standin::Daemon;

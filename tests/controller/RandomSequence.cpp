@@ -80,7 +80,7 @@ RandomSequence::RandomSequence(std::uint64_t seed)
     }
     m_kuma = &m_world.controller();
     m_watch.attach();
-    // What needs many steps in a row would come about too seldom otherwise.
+    // Begins with some steps that lead to rare states; otherwise too few sequences would reach them.
     if (chance(60)) {
         changeReleases();
         checkForUpdates();
@@ -93,7 +93,7 @@ RandomSequence::RandomSequence(std::uint64_t seed)
     }
 }
 
-/// Not std::uniform_int_distribution, which other libraries realise in other ways.
+/// Does not use std::uniform_int_distribution, whose results differ between standard libraries.
 int RandomSequence::below(int bound) {
     return static_cast<int>(m_random() % static_cast<std::uint64_t>(bound));
 }
@@ -126,8 +126,8 @@ void RandomSequence::takeStep() {
     note(u"[%1%2]"_s.arg(m_kuma->state().busy.value_or(QString()), m_kuma->state().pulling ? u" pulling" : u""));
 }
 
-/// Deleting a folder takes place on another thread; here it counts as taking no time, so that a sequence is the same
-/// each time.
+/// A folder is deleted on another thread. Waiting for that here makes it take no time on the clock, so that a sequence
+/// is the same each time.
 void RandomSequence::settle() {
     m_world.settle();
     for (int round = 0; round < mostTurns && m_watch.isDeleting(); ++round) {
@@ -136,7 +136,7 @@ void RandomSequence::settle() {
     }
 }
 
-/// Answers everything, and turns the clock until nothing is under way.
+/// Answers everything, and moves the clock until nothing is under way.
 void RandomSequence::finish() {
     m_trace.append(u"finish"_s);
     m_world.answerAsUsual();

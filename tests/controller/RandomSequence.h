@@ -7,12 +7,12 @@
 
 namespace orvanel::test {
 
-/// One sequence of random clicks, settings, mishaps and pauses, the same one for the same seed.
+/// One sequence of random clicks, settings, mishaps and pauses. The same seed gives the same sequence.
 class RandomSequence {
 public:
     explicit RandomSequence(std::uint64_t seed);
 
-    /// Carries it out, and lets everything end. The rule that was broken; empty when all held.
+    /// Carries out the sequence and lets everything end. Returns the rule that was broken; empty if none was.
     QString run();
     /// What was done, line by line.
     QStringList trace() const { return m_trace; }

@@ -6,14 +6,14 @@
 
 namespace orvanel::test {
 
-/// What a ControllerWatch knows about the readings of the status page: which news they are worth, told in another way
-/// than the controller does.
+/// What a ControllerWatch knows about the readings of the status page: which news they are worth, worked out in another
+/// way than the controller does it.
 class ReadingsWatch {
 public:
-    /// Whether a reading may begin; from now on none may for a while.
+    /// Whether a reading may begin. After that, no other one may begin for a while.
     [[nodiscard]] bool mayBegin(Clock::TimePoint now);
     void ends(const StatusPageResult& result);
-    /// Another page is read from now on.
+    /// Call it when another page is read from now on.
     void forget();
 
     const QList<MonitorNews>& expectedNews() const { return m_expectedNews; }

@@ -11,7 +11,7 @@
 
 namespace orvanel::test {
 
-/// Desktops that do nothing but remember what was asked of them.
+/// Stand-ins for the desktop that only record what was asked of them.
 
 class RecordingNotifier final : public Notifier {
 public:
@@ -27,7 +27,7 @@ public:
 class RecordingLoginItem final : public LoginItem {
 public:
     bool enabled = false;
-    /// What the next changes fail with.
+    /// The failure of the next changes, if they are to fail.
     std::optional<QString> failure;
 
     bool isEnabled() const override { return enabled; }

@@ -11,7 +11,7 @@ namespace orvanel::test {
 inline const auto brewStep = u"Installing Colima and Docker with Homebrew"_s;
 inline const auto colimaStep = u"Starting Colima (the first start downloads a small Linux VM)"_s;
 
-/// A world with these tools in it; `docker` is found where it always is.
+/// A world with these tools in it; `docker` is found in its usual place.
 class RuntimeWorld : public ControllerFixture {
 public:
     explicit RuntimeWorld(const QStringList& tools) {
@@ -30,7 +30,7 @@ public:
         }
     }
 
-    /// Learns what the poll loop would, and no more.
+    /// Looks around once, as the poll loop would.
     void look() {
         controller().recheck();
         settle();
@@ -43,7 +43,7 @@ public:
         return controller().isIdle();
     }
 
-    /// How the only run of that command has ended.
+    /// The result of the only run of that command.
     CommandResult resultOf(const QString& name) const {
         QList<CommandResult> results;
         for (const Command& command : commands()) {

@@ -11,28 +11,27 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel::test {
 
-/// Backups and restores as a test plays them: nothing is copied. Each is done at once, or, where the test holds them
-/// back, when it completes the event.
+/// Backups and restores without copying. Each ends at once or, while `holds` is set, when the test completes its event.
 class ScriptedBackups {
 public:
     struct Job {
         /// "back up", "auto backup" or "restore".
         QString kind;
-        /// What the controller gave, in order.
+        /// The arguments of the call, in order.
         QStringList arguments;
         Event<> go;
     };
 
     QList<Job> jobs;
-    /// Jobs that have begun and not ended.
+    /// The number of jobs that have begun and not ended.
     int underWay = 0;
     bool holds = false;
-    /// What the next jobs fail with.
+    /// The failure of the next jobs, if they are to fail.
     std::optional<QString> failure;
     std::optional<QString> databaseProblem;
     std::optional<QString> databaseNotChecked;
     bool hasData = true;
-    /// Told of each job when it begins, and when it does its work.
+    /// Called when a job begins, and when it does its work.
     std::function<void(const Job& job)> onBegin;
     std::function<void(const Job& job)> onWork;
 

@@ -11,8 +11,8 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel::test {
 
-/// The web page and the status pages of a server as a test plays them. Each request is answered at once, or, where the
-/// test holds them back, when it completes the event.
+/// A server's web page and status pages. Each request is answered at once or, while `holdsQuestions` or `holdsReads` is
+/// set, when the test completes its event.
 class ScriptedPage {
 public:
     struct Question {

@@ -10,8 +10,8 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel::test {
 
-/// The source of releases as a test plays it. Each question is answered at once, or, where the test holds them back,
-/// when it completes the event.
+/// A scripted source of releases. Each question is answered at once or, while `holds` is set, when the test completes
+/// its event.
 class ScriptedReleases {
 public:
     ReleaseResult answer = LatestRelease{.version = u"2.1.0"_s, .page = u"https://example.org/2.1.0"_s};

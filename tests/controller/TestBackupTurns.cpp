@@ -33,7 +33,7 @@ struct World : OperationsWorld {
 
 } // namespace
 
-/// Backups and restores: one after the other on the data, beside the container or in its place.
+/// Backups and restores take turns on the data; backups run beside the container, restores in its place.
 class TestBackupTurns : public QObject {
     Q_OBJECT
 

@@ -20,7 +20,7 @@ struct World : OperationsWorld {
         });
     }
 
-    /// Lets all pauses pass.
+    /// Moves the clock past all pauses.
     void finish() {
         settle();
         while ((*state)->setupBusy && clock.untilNextTimer() >= 0ms) {

@@ -28,13 +28,13 @@ QByteArray expectedText(const KumaController& kuma) {
     return composeText(kuma.state().imageTag, kuma.state().port).toUtf8();
 }
 
-/// The same file, not only the same content: a file that replaced another has a number of its own.
+/// The file's own number, which tells it from a file with the same content that replaced it.
 ino_t numberOf(const QString& path) {
     struct stat status {};
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : 0;
 }
 
-/// While it lives, no file can grow beyond a few bytes, as on a full disk.
+/// While this object lives, no file can grow beyond a few bytes, as on a full disk.
 class FullDisk {
 public:
     FullDisk() {
@@ -71,7 +71,7 @@ private Q_SLOTS:
         QCOMPARE(programFolder(kuma), (QStringList{u"data"_s, u"docker-compose.yml"_s}));
     }
 
-    /// What is written goes into a buffer first, and only emptying that finds the disk full.
+    /// The text goes into a buffer first, so only flushing the buffer finds the disk full.
     void fullDiskIsToldAndLeavesTheOldFileWhole() {
         ControllerFixture world;
         KumaController& kuma = world.controller();

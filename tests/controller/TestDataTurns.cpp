@@ -33,7 +33,7 @@ private Q_SLOTS:
         tasks.start(hold(&turns, &begun, u"first"_s, first), {});
         tasks.start(hold(&turns, &begun, u"second"_s, second), {});
         tasks.start(hold(&turns, &begun, u"third"_s, third), {});
-        // With nobody before it, the first does not wait for even a turn of the event loop.
+        // The first job has none before it, so it does not wait for even one turn of the event loop.
         QCOMPARE(begun, QStringList(u"first"_s));
         QVERIFY(turns.isTaken());
         third.complete();

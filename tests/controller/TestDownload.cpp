@@ -14,7 +14,7 @@ const auto downloading = u"Downloading the Uptime Kuma image"_s;
 
 } // namespace
 
-/// The download of the image, and the cancels before, during and after it.
+/// The download of the image, and cancelling it before, during and afterwards.
 class TestDownload : public QObject {
     Q_OBJECT
 
@@ -90,7 +90,7 @@ private Q_SLOTS:
         QVERIFY(world.controller().state().kuma == KumaState::running);
     }
 
-    /// A cancel lets the command of the moment run to its end; what would come after it does not happen.
+    /// A cancel lets the command under way run to its end, but prevents what would come after it.
     void cancelDuringACommandThatCannotBeCancelled_data() {
         QTest::addColumn<QByteArray>("during");
         QTest::addColumn<QStringList>("commands");
@@ -183,7 +183,7 @@ private Q_SLOTS:
 
     void cancelAfterTheDownloadBringsNothingUp() {
         ControllerFixture world;
-        // Told to stop, it finishes all the same, as old clients do.
+        // Like old clients, it finishes its work although it is told to stop.
         world.docker().overrides.push_back(
             {.command = "compose pull", .exitCode = 0, .out = "Pulled", .delay = 5000, .ignoresTerm = true});
         KumaController& kuma = world.controller();

@@ -17,7 +17,7 @@ const MonitorNews isBack{u"Web is back up"_s, u"This monitor is up again."_s};
 
 } // namespace
 
-/// The news of a program that reads its status page again and again.
+/// The news of a program that reads its status page repeatedly.
 class TestMonitorTransitions : public QObject {
     Q_OBJECT
 
@@ -177,7 +177,7 @@ private Q_SLOTS:
         read(world, {monitor(5, 0)});
         QCOMPARE(world.notifier.authorizationRequests, 0);
         QVERIFY(world.notifier.posted.isEmpty());
-        // What it could not tell is not told later, but the comparing went on.
+        // News that could not be posted is not posted later, but the statuses were still recorded.
         world.notifier.may = true;
         read(world, {monitor(5, 0)});
         QCOMPARE(world.notifier.authorizationRequests, 1);

@@ -13,7 +13,7 @@ using namespace orvanel::test;
 
 namespace {
 
-/// A slot, and an operation that ends when the test lets it.
+/// A slot, and an operation that the test can end.
 struct World {
     TaskScope tasks;
     OperationSlot slot{tasks};

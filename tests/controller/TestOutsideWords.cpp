@@ -10,7 +10,7 @@ using namespace orvanel;
 
 Q_DECLARE_METATYPE(orvanel::CommandResult)
 
-/// What the words of docker, of the project's releases and of a database check mean.
+/// How the messages of docker, of the project's releases and of a database check are understood.
 class TestOutsideWords : public QObject {
     Q_OBJECT
 

@@ -9,7 +9,7 @@ using namespace orvanel;
 using namespace orvanel::test;
 using namespace std::chrono_literals;
 
-/// The loop, the tools it looks for, rechecks beside it, and its end.
+/// The poll loop, the tools it looks for, rechecks beside it, and its end.
 class TestPolling : public QObject {
     Q_OBJECT
 

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// A socket, closed with its owner.
+/// A socket that is closed with this object.
 class Socket {
 public:
     explicit Socket(int descriptor = -1)
@@ -50,7 +50,7 @@ const sockaddr* generic(const sockaddr_in& address) {
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
-/// A listening socket as Docker's port proxy opens it.
+/// Makes a listening socket in the way Docker's port proxy does.
 int listenOn(int port) {
     const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int on = 1;
@@ -70,7 +70,7 @@ int portOf(int descriptor) {
     return ntohs(address.sin_port);
 }
 
-/// The published port of the container, with a browser that looks at the page: real sockets of this machine.
+/// The container's published port, with a browser that looks at the page; both use real sockets.
 class PublishedPort {
 public:
     PublishedPort() {
@@ -91,7 +91,7 @@ public:
         return m_connection.get() >= 0;
     }
 
-    /// The server goes, and closes its connections before the browser does.
+    /// Ends the server, which closes its connections before the browser does.
     void stop() {
         m_listener.close();
         m_connection.close();
@@ -116,8 +116,7 @@ private:
     int m_port = 0;
 };
 
-/// The stand-in docker with the published port behind its container: the port opens and closes as the container starts
-/// and stops.
+/// The stand-in docker with the published port: the port opens and closes as the container starts and stops.
 QCoro::Task<CommandResult> runWithPort(RunCommand run, ControllerFixture* world, PublishedPort* published,
                                        std::function<void()> afterStop, QString path, QStringList arguments,
                                        std::chrono::duration<double> limit, std::shared_ptr<ProcessHandle> handle,
@@ -157,8 +156,8 @@ void publish(ControllerFixture& world, PublishedPort& published, std::function<v
 
 } // namespace
 
-/// A server that is stopped while a browser is connected leaves its port in a closing state, on which a plain bind
-/// fails for a minute; the real port tests on real sockets.
+/// The port tests on real sockets. A server that is stopped while a browser is connected leaves its port in a closing
+/// state, in which a plain bind fails for a minute.
 class TestPortReuse : public QObject {
     Q_OBJECT
 
@@ -234,7 +233,7 @@ private Q_SLOTS:
         const std::optional<int> suggested = kuma.state().suggestedPort;
         QVERIFY(suggested && *suggested >= 3002 && *suggested <= 3010);
         QVERIFY(DockerCLI::isPortFree(*suggested));
-        // Where the user takes the suggestion, or the other program goes, the next start succeeds.
+        // The next start succeeds if the user takes the suggestion or the other program ends.
         other.close();
         kuma.start();
         QVERIFY(world.operationEnds());

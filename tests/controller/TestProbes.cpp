@@ -13,7 +13,7 @@ const OpError restartLoop{.message = u"Uptime Kuma keeps restarting. Open the lo
                           .details = u"restarting"_s,
                           .kind = ErrorKind::restartLoop};
 
-/// An error that polling has nothing to do with.
+/// Causes an error that has nothing to do with polling.
 OpError raiseOtherError(ControllerFixture& world) {
     world.loginItem.failure = u"No room."_s;
     world.controller().setLaunchAtLogin(true);
@@ -22,7 +22,7 @@ OpError raiseOtherError(ControllerFixture& world) {
 
 } // namespace
 
-/// What the answers of the docker tool and of the page mean, and when they come too late.
+/// What the answers of the docker tool and of the page mean, and what happens when they come too late.
 class TestProbes : public QObject {
     Q_OBJECT
 
@@ -37,7 +37,7 @@ private Q_SLOTS:
         QVERIFY(kuma.state().dockerState == DockerState::notRunning);
         world.advance(5s);
         QVERIFY(kuma.state().dockerState == DockerState::ready);
-        // Known once, it is left alone during the next probe.
+        // Once the tool is known, the next probe does not search for it.
         world.advance(4s);
         QCOMPARE(world.underWay(), names({"inspect"}));
         QVERIFY(kuma.state().dockerState == DockerState::ready);
@@ -94,7 +94,7 @@ private Q_SLOTS:
         QFETCH(const bool, pageAnswers);
         QFETCH(const int, kuma);
         QFETCH(const bool, asksThePage);
-        // Whatever was known before, and whatever error stands there.
+        // The result must not depend on what was known or shown before.
         for (const char* before : {"", "exited", "running"}) {
             ControllerFixture world;
             KumaController& controller = world.controller();
@@ -132,7 +132,7 @@ private Q_SLOTS:
         world.advance(3s);
         QVERIFY(kuma.state().dockerState == DockerState::notRunning);
         QCOMPARE(kuma.state().runtimeDetails, refusal);
-        // A probe that tells nothing new takes nothing back.
+        // A probe without news takes nothing back.
         world.answerAsUsual();
         world.hang("inspect", 1);
         world.advance(13s);
@@ -183,7 +183,7 @@ private Q_SLOTS:
         QVERIFY(world.commands().last().result && world.commands().last().result->timedOut);
         QVERIFY(kuma.state().dockerState == (runs ? DockerState::ready : DockerState::notRunning));
         QVERIFY(kuma.state().kuma == (runs ? KumaState::running : KumaState::stopped));
-        // It goes on asking, and believes the first answer.
+        // The controller goes on asking, and believes the first answer.
         world.docker().daemon = standin::Daemon::down;
         world.advance(20s);
         QVERIFY(kuma.state().dockerState == DockerState::notRunning);
@@ -195,7 +195,7 @@ private Q_SLOTS:
 
     void outputEndingInSuccessButTooLateIsDropped() {
         ControllerFixture world;
-        // Answers the SIGTERM of the time limit by saying its word and ending well.
+        // When the time limit sends SIGTERM, this tool prints its answer and exits with status 0.
         world.docker().overrides.push_back(
             {.command = "inspect", .exitCode = 0, .out = "running", .delay = 11000, .ignoresTerm = true});
         KumaController& kuma = world.controller();
@@ -216,7 +216,7 @@ private Q_SLOTS:
         QVERIFY(kuma.state().kuma == KumaState::error);
         QCOMPARE(kuma.state().error, restartLoop);
         QCOMPARE(kuma.statusLine(), u"Uptime Kuma has a problem"_s);
-        // Running again, but silent: nobody knows yet.
+        // The container runs again but its page is silent, so the error may still be true.
         world.page.answers = false;
         world.docker().container->state = "running";
         world.advance(3s);
@@ -294,7 +294,7 @@ private Q_SLOTS:
         kuma.begin();
         world.settle();
         QVERIFY(kuma.state().kuma == KumaState::running);
-        // Asked before the stop, and told long after it.
+        // The question is asked before the stop, and answered long after it.
         world.answer("inspect", 0, u"running"_s, 1, 8s);
         world.advance(3s);
         kuma.stop();

@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// As the shell does it for a user who wants the container stopped at the end.
+/// Does what the shell does for a user who wants the container stopped at the end.
 QCoro::Task<void> quit(KumaController* kuma) {
     kuma->shutdownPolling();
     co_await kuma->runStop();
@@ -31,7 +31,7 @@ void requestOperation(ControllerFixture& world, const QString& operation) {
 
 } // namespace
 
-/// The end of the program in the middle of an operation: what it leaves behind.
+/// Quitting in the middle of an operation, and what it leaves behind.
 class TestQuitDuringOperation : public QObject {
     Q_OBJECT
 
@@ -42,7 +42,7 @@ private Q_SLOTS:
         QTest::newRow("plain") << false;
     }
 
-    /// The program ends a few turns of the event loop later: what counts is what is there at once.
+    /// The program ends a few turns of the event loop later, so only what is stored at once counts.
     void duringTheDownloadOfAnUpdate() {
         QFETCH(const bool, compose);
         ControllerFixture world;
@@ -102,7 +102,7 @@ private Q_SLOTS:
         QVERIFY(world.operationEnds());
         QCOMPARE(kuma.state().error, (OpError{u"Cancelled."_s, QString()}));
         verifyUntouched(world);
-        // Not for a moment, which might be the program's last one.
+        // The new tag must not be pinned even for a moment, which might be the program's last.
         QVERIFY(!tags.isEmpty() && !tags.contains(newTag));
     }
 
@@ -122,7 +122,7 @@ private Q_SLOTS:
         QTest::newRow("update, old container, plain") << "update" << false << "rm";
     }
 
-    /// Whatever the operation was at when the container was stopped.
+    /// The container must stay stopped whatever the operation was doing when it was stopped.
     void theContainerStaysStopped() {
         QFETCH(const QString, operation);
         QFETCH(const bool, compose);

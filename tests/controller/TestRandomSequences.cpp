@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::uint64_t sequences = 2000;
 
-/// What must come about somewhere in that many sequences, or they show nothing.
+/// What must happen somewhere in that many sequences; otherwise the test shows nothing.
 const QStringList& expected() {
     static const QStringList list =
         u"info|inspect|image inspect|compose version|compose pull|pull|compose up|rm|run|compose stop|stop|"
@@ -35,9 +35,9 @@ const QStringList& expected() {
 
 } // namespace
 
-/// Whatever the user, Docker, the server and the clock do in whatever order: some rules always hold (ControllerWatch).
-/// Each run takes the same sequences, from 1 on; ORVANEL_FIRST_SEED=n begins elsewhere, and ORVANEL_SEQUENCES=n takes n
-/// of them. ORVANEL_SEED=n repeats the one sequence n and tells its steps.
+/// Some rules hold whatever the user, Docker, the server and the clock do in whatever order (see ControllerWatch). Each
+/// run takes the same sequences, from 1 on. ORVANEL_FIRST_SEED=n begins elsewhere, and ORVANEL_SEQUENCES=n takes n of
+/// them. ORVANEL_SEED=n repeats only sequence n and prints its steps.
 class TestRandomSequences : public QObject {
     Q_OBJECT
 
@@ -58,7 +58,7 @@ class TestRandomSequences : public QObject {
 
 private Q_SLOTS:
     void initTestCase() {
-        // The files of thousands of homes need never reach a disk.
+        // The test makes thousands of homes, whose files need never reach a disk.
         const QString memory = u"/dev/shm"_s;
         if (QFileInfo(memory).isDir() && QFileInfo(memory).isWritable()) {
             qputenv("TMPDIR", QFile::encodeName(memory));
@@ -70,7 +70,8 @@ private Q_SLOTS:
             QVERIFY(holds(qEnvironmentVariable("ORVANEL_SEED").toULongLong(), true));
             return;
         }
-        // The same ones each time, so that a test that passed passes again; ORVANEL_FIRST_SEED looks elsewhere.
+        // The sequences are the same each time, so that a test that passed passes again; ORVANEL_FIRST_SEED takes
+        // others.
         const std::uint64_t first = qEnvironmentVariable("ORVANEL_FIRST_SEED", u"1"_s).toULongLong();
         const std::uint64_t count = qEnvironmentVariableIsSet("ORVANEL_SEQUENCES")
                                         ? qEnvironmentVariable("ORVANEL_SEQUENCES").toULongLong()

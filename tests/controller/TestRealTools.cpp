@@ -23,8 +23,8 @@ int freePortOfTheMachine() {
     return server.serverPort();
 }
 
-/// The controller with everything real below it: children, pipes, ports and HTTP; only the docker tool and the server
-/// that its container runs are stand-ins, which are real programs. The controller's own pauses pass on the fake clock.
+/// A controller with everything real below it: children, pipes, ports and HTTP. Only the docker tool and the server in
+/// its container are stand-ins, and these are real programs. The controller's own pauses pass on the fake clock.
 class RealWorld {
 public:
     RealWorld() {
@@ -45,7 +45,7 @@ public:
         world.controller().setPort(freePortOfTheMachine());
     }
 
-    /// Polls, and turns the clock with it, until `condition` holds.
+    /// Polls and moves the clock until `condition` holds.
     bool polledUntil(const std::function<bool()>& condition) {
         world.controller().begin();
         return waitUntil([&] {

@@ -74,7 +74,7 @@ private Q_SLOTS:
         world.home.write(u".local/share/Orvanel/data/upload/logo.png"_s, "x");
         world.takeCommands();
         const qsizetype before = world.commands().size();
-        // Without it all could have been done by now: the data goes on another thread.
+        // Without this delay everything might be done by now, because the data is deleted on another thread.
         world.delay("inspect", 1s, 1);
         confirmRemoval(world);
         QCOMPARE(kuma.state().busy, u"Removing…"_s);
@@ -89,7 +89,7 @@ private Q_SLOTS:
         QVERIFY(kuma.state().kuma == KumaState::stopped);
     }
 
-    /// Made without compose, which was installed since.
+    /// The container was made without compose, which was installed later.
     void containerThatComposeLeavesAloneIsRemoved_data() {
         QTest::addColumn<bool>("rmFails");
         QTest::newRow("removed") << false;
@@ -201,7 +201,7 @@ private Q_SLOTS:
         QVERIFY(world.docker().container.has_value());
     }
 
-    /// Nobody has looked for the tool yet, and a server of the last session may be running.
+    /// The tool has not been looked for yet, and a server of the last session may be running.
     void removalLooksForTheTool() {
         ControllerFixture world;
         standin::addContainer(world.docker(), "running");
@@ -236,7 +236,8 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(kuma.dataDir()));
     }
 
-    /// As while somebody types into the settings: what was found out holds for the tool that was asked.
+    /// While the user types a path into the settings, the tool changes. The answer still counts for the tool that was
+    /// asked.
     void anotherToolChosenDuringTheLookChangesNothing() {
         ControllerFixture world;
         KumaController& kuma = world.controller();
@@ -262,7 +263,7 @@ private Q_SLOTS:
         QVERIFY(!world.docker().container);
     }
 
-    /// The tool may lie where only the setting told, and the server goes on without it.
+    /// The tool may be in a place that only the setting named, and the server runs on without it.
     void removalWithoutAToolKeepsTheDataWhileSomebodyHoldsThePort() {
         ControllerFixture world;
         world.installedDocker = std::nullopt;

@@ -99,7 +99,7 @@ private Q_SLOTS:
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
     }
 
-    /// Compose leaves a container alone that it has not made, and calls that a success.
+    /// Compose leaves alone a container that it has not made, and calls that a success.
     void restoreNeverReplacesTheDataOfARunningServer() {
         ControllerFixture world;
         startServer(world);
@@ -154,7 +154,7 @@ private Q_SLOTS:
         QVERIFY(!world.controller().state().error);
     }
 
-    /// Containers may live on without their daemon.
+    /// Containers may keep running without their daemon.
     void restoreReplacesNothingWhileSomebodyHoldsThePort() {
         ControllerFixture world;
         const auto words = u"Cannot connect to the Docker daemon at unix:///x. Is the daemon running?"_s;
@@ -170,7 +170,7 @@ private Q_SLOTS:
     void anotherToolChosenDuringTheLookChangesNothing() {
         ControllerFixture world;
         startServer(world);
-        // The stop learns nothing, and the look before the restore is refused as well.
+        // The stop cannot look at the container, and neither can the look before the restore.
         world.answer("inspect", 1, u"permission denied while trying to connect"_s, -1, 5s);
         restoreFrom(world, zip);
         world.advance(6s);
@@ -180,7 +180,7 @@ private Q_SLOTS:
         QVERIFY(world.controller().state().error->message.endsWith(u"Nothing was restored."_s));
     }
 
-    /// The tool may lie where only the setting told, and the server goes on without it.
+    /// The tool may be in a place that only the setting named, and the server runs on without it.
     void restoreWithoutAToolReplacesNothingWhileSomebodyHoldsThePort() {
         ControllerFixture world;
         world.installedDocker = std::nullopt;
@@ -193,7 +193,7 @@ private Q_SLOTS:
                           u"Docker was not found, and port 3001 is in use."_s}));
     }
 
-    /// A daemon that is only restarted brings its containers up again while the backup is unpacked.
+    /// A daemon that restarts brings its containers up again while the backup is unpacked.
     void serverThatCameBackIsStartedAnewOnTheRestoredData() {
         ControllerFixture world;
         startServer(world);
@@ -266,7 +266,7 @@ private Q_SLOTS:
         QVERIFY(world.controller().state().dockerState == DockerState::missing);
     }
 
-    /// Nobody has looked for the tool yet, and a server of the last session may be running.
+    /// The tool has not been looked for yet, and a server of the last session may be running.
     void restoreLooksForTheToolBeforeItReplacesAnything() {
         ControllerFixture world;
         standin::addContainer(world.docker(), "running");

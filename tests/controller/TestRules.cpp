@@ -36,7 +36,7 @@ const auto back = u"This monitor is up again."_s;
 
 } // namespace
 
-/// The rules that need nothing but plain values.
+/// The rules that need only plain values.
 class TestRules : public QObject {
     Q_OBJECT
 
@@ -144,7 +144,7 @@ services:
         QFETCH(const KumaState, kuma);
         QFETCH(const QList<Status>, statuses);
         QTEST(statusLineOf(std::nullopt, dockerState, kuma, rowsOf(statuses)), "line");
-        // Whatever the rest says, an operation under way comes first, and so does one without words.
+        // An operation under way always comes first, even one without words.
         QCOMPARE(statusLineOf(u"Stopping…"_s, dockerState, kuma, rowsOf(statuses)), u"Stopping…"_s);
         QCOMPARE(statusLineOf(QString(), dockerState, kuma, rowsOf(statuses)), QString());
     }
@@ -270,7 +270,7 @@ services:
         });
         child.join();
         drainEvents();
-        // All of it came while this thread did not look: one call brings what counts.
+        // All of it came while this thread did not look, so one call brings what counts.
         QCOMPARE(calls, 1);
         QVERIFY(longest <= 2 * cappedLogLimit);
         QVERIFY(log.endsWith(u"x\nthe end"_s));

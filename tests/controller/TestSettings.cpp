@@ -17,7 +17,7 @@ void writeSettings(const ControllerFixture& world, const QByteArray& lines) {
     world.home.write(u".config/Orvanel/Orvanel.conf"_s, "[General]\n" + lines);
 }
 
-/// The settings as the next start of the program reads them.
+/// The settings, as the next start of the program would read them.
 std::unique_ptr<SettingsStore> stored(const ControllerFixture& world) {
     return std::make_unique<SettingsStore>(world.settingsFile);
 }
@@ -60,7 +60,7 @@ private Q_SLOTS:
         QVERIFY(kuma.health() == Health::inactive);
         QCOMPARE(kuma.statusLine(), u"Checking Docker…"_s);
         QVERIFY(kuma.isIdle());
-        // Making it searches for nothing, runs nothing and asks nobody.
+        // Creating a controller searches for nothing and runs nothing.
         world.settle();
         QCOMPARE(world.dockerSearches, 0);
         QVERIFY(world.toolSearches.isEmpty() && world.commands().isEmpty() && world.page.questions.isEmpty());
@@ -221,7 +221,7 @@ private Q_SLOTS:
             QCOMPARE(kuma.state().error->message, cannotSave);
             QVERIFY(kuma.state().error->details.contains(world.settingsFile));
         }
-        // The values hold all the same, and everything goes on.
+        // The values still hold for this run, and everything else works.
         KumaController& kuma = world.restartProgram();
         for (const Change& change : changes) {
             change(kuma);
@@ -258,7 +258,7 @@ private Q_SLOTS:
         QVERIFY(!kuma.state().statusError);
         QCOMPARE(stored(world)->text(u"slug"_s, u"?"_s), slug);
 
-        // The page is read again at the next tick, and what it says now is no news.
+        // The page is read again at the next tick, and that reading is no news.
         world.page.status = statusPage({monitor(1, 0), monitor(2, 1)});
         world.advance(3s);
         QCOMPARE(world.page.reads.size(), slug.isEmpty() ? 1 : 2);

@@ -25,7 +25,8 @@ struct ExpectedCommand {
 class TestStart : public QObject {
     Q_OBJECT
 
-    /// Compares command lines, time limits and order of everything run so far, all with the docker found.
+    /// Compares the command lines, time limits and order of everything run so far, all with the docker tool that was
+    /// found.
     static void compareCommands(const ControllerFixture& world, const QList<ExpectedCommand>& expected) {
         QStringList lines;
         for (const Command& command : world.commands()) {
@@ -186,7 +187,7 @@ private Q_SLOTS:
                  names({"info", "inspect", "image inspect", "compose version", "rm", "run", "inspect"}));
         QCOMPARE(world.commands().at(4).arguments, names({"rm", "-f", "orvanel"}));
         QCOMPARE(world.commands().at(4).limit.count(), 60.0);
-        // With the old one still there the name is taken, and the failure of "run" is the one that is told.
+        // If the old container is still there, its name is taken, and the error shown is the one of "run".
         QCOMPARE(kuma.state().error.has_value(), removalFails);
         if (removalFails) {
             QCOMPARE(kuma.state().error->message, u"Docker reported an error."_s);
@@ -273,7 +274,7 @@ private Q_SLOTS:
         world.listeningPorts = {3001};
         world.controller().start();
         QVERIFY(world.operationEnds());
-        // A container that restarts all the time is told of in place of the port, and another port does not help.
+        // For a container that keeps restarting, that error is shown instead, and no other port is suggested.
         QCOMPARE(world.controller().state().suggestedPort.has_value(), word != "restarting");
         QVERIFY(!world.takeCommands().contains(u"compose up"_s));
     }

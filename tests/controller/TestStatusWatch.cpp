@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// A watch on a page that answers at once.
+/// A StatusWatch on a page that answers at once.
 struct World {
     World() {
         state.update([](ControllerState& next) {

@@ -12,7 +12,7 @@ namespace {
 const auto starting = u"Starting Uptime Kuma…"_s;
 const auto downloading = u"Downloading the Uptime Kuma image"_s;
 
-/// Every text that `busy` takes from now on.
+/// Records every text that `busy` takes from now on.
 QStringList& recordBusy(KumaController& kuma, QStringList& texts) {
     QObject::connect(&kuma, &KumaController::changed, &kuma, [&kuma, &texts] {
         const QString text = kuma.state().busy.value_or(u"-"_s);
@@ -23,7 +23,7 @@ QStringList& recordBusy(KumaController& kuma, QStringList& texts) {
     return texts;
 }
 
-/// The container is made without compose, which is there afterwards.
+/// Makes the container without compose, and then installs compose.
 void startBeforeComposeIsInstalled(ControllerFixture& world) {
     world.docker().compose = false;
     KumaController& kuma = world.controller();
@@ -94,7 +94,7 @@ private Q_SLOTS:
         kuma.stop();
         QCOMPARE(kuma.state().busy, u"Stopping…"_s);
         QVERIFY(world.operationEnds());
-        // The file of the project is not there yet, so compose fails, and the plain stop does it.
+        // The compose file is missing, so compose fails, and the plain stop does the work.
         QCOMPARE(world.takeCommands(), names({"inspect", "inspect", "compose stop", "stop", "inspect"}));
         const Command& stop = world.commands().at(before + 2);
         QCOMPARE(stop.arguments,

@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// From now on nothing can be stored: a folder lies where the file belongs.
+/// From now on nothing can be stored, because there is a folder where the file belongs.
 void lockSettings(const ControllerFixture& world) {
     QFile::remove(world.settingsFile);
     QVERIFY(QDir().mkpath(world.settingsFile));
@@ -24,12 +24,12 @@ QString unstored(const ControllerFixture& world) {
 
 } // namespace
 
-/// Which version stays pinned, and is stored, when an update does not come to its end.
+/// Which version stays pinned and stored when an update fails.
 class TestUpdateTag : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// As a program leaves it that is killed during the download.
+    /// The first program ends as if it were killed during the download.
     void tagThatWasNotDownloadedIsTakenBackAtTheNextStart() {
         ControllerFixture world;
         prepareUpdate(world);
@@ -75,7 +75,7 @@ private Q_SLOTS:
         QCOMPARE(world.takeCommands(), names({"inspect"}));
         QCOMPARE(world.docker().container->image, std::string("louislam/uptime-kuma:2"));
 
-        // Nor is the new tag stored with whatever setting can be stored next.
+        // The new tag must not be stored together with the next setting either.
         QDir().rmdir(world.settingsFile);
         world.controller().setSlug(u"home"_s);
         QCOMPARE(storedTag(world), oldTag);

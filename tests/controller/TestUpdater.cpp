@@ -31,7 +31,7 @@ struct World : OperationsWorld {
     }
 
     std::string image() { return docker.state().container->image; }
-    /// As the next start of the program would read it.
+    /// The tag, as the next start of the program would read it.
     QString storedTag() const { return SettingsStore(settingsFile).text(u"imageTag"_s, u"2"_s); }
 
     const QString settingsFile = home.path(u".config/Orvanel/Orvanel.conf"_s);

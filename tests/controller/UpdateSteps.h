@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel::test {
 
-/// What leads to an update, one after the other, and what it must leave when it fails.
+/// The steps that lead to an update, and what a failed update must leave behind.
 
 inline const auto newTag = u"2.1.0"_s;
 inline const auto oldTag = u"2"_s;
@@ -25,7 +25,7 @@ inline QString storedTag(const ControllerFixture& world) {
     return SettingsStore(world.settingsFile).text(u"imageTag"_s, oldTag);
 }
 
-/// A server that runs, and a newer release that is known.
+/// Starts a server, and finds a newer release.
 inline void prepareUpdate(ControllerFixture& world) {
     KumaController& kuma = world.controller();
     kuma.start();
@@ -43,14 +43,14 @@ inline void confirmUpdate(ControllerFixture& world) {
     world.settle();
 }
 
-/// What the program and the compose file name; not what is stored.
+/// Compares what the program and the compose file name, but not what is stored.
 inline void verifyPinned(ControllerFixture& world, const QString& tag) {
     const KumaController& kuma = world.controller();
     QCOMPARE(kuma.state().imageTag, tag);
     QCOMPARE(textOf(kuma.composeURL()), composeText(tag, kuma.state().port));
 }
 
-/// Nothing of the old version was touched.
+/// Checks that nothing of the old version was touched.
 inline void verifyUntouched(ControllerFixture& world) {
     verifyPinned(world, oldTag);
     QCOMPARE(storedTag(world), oldTag);
