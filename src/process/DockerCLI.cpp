@@ -24,18 +24,31 @@ QString toolRoot() {
     return qEnvironmentVariable("ORVANEL_TOOL_ROOT");
 }
 
-/// From the password database: after sudo, $HOME may be another user's.
-QString homeFolder() {
+/// None when the user has no entry there, or one without a folder.
+std::optional<QString> homeInPasswordDatabase(uid_t user) {
     std::vector<char> room(1024);
     passwd entry{};
     passwd* found = nullptr;
-    while (::getpwuid_r(::getuid(), &entry, room.data(), room.size(), &found) == ERANGE) {
+    while (::getpwuid_r(user, &entry, room.data(), room.size(), &found) == ERANGE) {
         room.resize(room.size() * 2);
     }
-    if (found != nullptr && found->pw_dir != nullptr && *found->pw_dir != '\0') {
-        return QFile::decodeName(found->pw_dir);
+    const bool hasFolder = found != nullptr && found->pw_dir != nullptr && *found->pw_dir != '\0';
+    return hasFolder ? std::optional(QFile::decodeName(found->pw_dir)) : std::nullopt;
+}
+
+/// From the password database: after sudo, $HOME may be another user's. Each thread reads it once, because every poll
+/// asks for it several times.
+QString homeFolder() {
+    struct Home {
+        uid_t user;
+        std::optional<QString> folder;
+    };
+    thread_local std::optional<Home> home;
+    const uid_t user = ::getuid();
+    if (!home || home->user != user) {
+        home = Home{.user = user, .folder = homeInPasswordDatabase(user)};
     }
-    return qEnvironmentVariable("HOME", u"/"_s);
+    return home->folder ? *home->folder : qEnvironmentVariable("HOME", u"/"_s);
 }
 
 bool isExecutableFile(const QString& path) {
