@@ -27,8 +27,8 @@ quint16 portFrom(const char* variable) {
 
 } // namespace
 
-// Docker accepts connections before the server in the container does, and closes them without a byte: then this tries
-// again.
+// Docker accepts connections before the server in the container does, and closes them without sending a byte. This
+// function then tries again.
 std::unique_ptr<QTcpSocket> openPage(int port) {
     std::unique_ptr<QTcpSocket> browser;
     const bool isOpen = waitUntil([&] {

@@ -18,17 +18,17 @@ namespace orvanel::test {
 
 using namespace Qt::StringLiterals;
 
-/// Bounds the waits for the engine.
+/// Limits the waits for the engine, in milliseconds.
 inline constexpr int engineTimeout = 90'000;
 
 inline const auto oldTag = u"2"_s;
 inline const auto newTag = u"2.1.0"_s;
 /// The registry has no image with this tag.
 inline const auto lackingTag = u"2.2.0"_s;
-/// Where the database lies below the home.
+/// The path of the database below the home.
 inline const auto database = u"support/Orvanel/data/kuma.db"_s;
 
-/// A browser that has loaded the page and keeps its connection; null where the page does not answer.
+/// A browser that has loaded the page and keeps its connection open; null if the page does not answer.
 std::unique_ptr<QTcpSocket> openPage(int port);
 
 /// A controller in a home of its own, with the engine and the registry that tests/engine/run has started.
@@ -43,15 +43,15 @@ public:
     void end();
 
     CommandResult docker(const QStringList& arguments) const;
-    /// Empty where there is no container.
+    /// Empty if there is no container.
     QString containerState() const;
-    /// A part of what the engine knows about the container, named by a template of docker.
+    /// A part of what the engine knows about the container; `part` is a template for docker.
     QString container(const QString& part) const;
     QString containerImage() const { return container(u"{{.Config.Image}}"_s); }
     QString containerId() const { return container(u"{{.Id}}"_s); }
     bool hasImage() const;
 
-    /// Sets how the stand-in server behaves: it reads these lines in the data folder.
+    /// Sets how the stand-in server behaves. The server reads these lines from the data folder.
     void script(const QByteArray& lines) const;
     QByteArray content(const QString& path) const;
     QStringList backups(const QString& name) const;
@@ -62,7 +62,7 @@ public:
     void confirm() { m_dialogs.questions.takeLast().answer.complete(true); }
 
     QString errorMessage() const;
-    /// The state in words, for a test that fails.
+    /// The state in words, printed when a test fails.
     QString describe() const;
 
     TestHome m_home;

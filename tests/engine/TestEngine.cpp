@@ -13,7 +13,7 @@ using namespace orvanel::test;
 
 namespace {
 
-/// A port that nobody listens on at this moment.
+/// A port that nothing listens on at this moment.
 quint16 freePort() {
     QTcpServer server;
     server.listen(QHostAddress::LocalHost);
@@ -22,7 +22,7 @@ quint16 freePort() {
 
 } // namespace
 
-/// The controller with a real engine. The functions run in their order: each begins where the last one ended.
+/// The controller with a real engine. The functions run in order, and each begins where the last one ended.
 class TestEngine : public QObject, EngineWorld {
     Q_OBJECT
 
@@ -211,7 +211,7 @@ private Q_SLOTS:
         verifyOldVersionRuns();
     }
 
-    /// What the engine says of it depends on its version, and on whether it asks another registry as well.
+    /// The engine's message depends on its version, and on whether it asks another registry as well.
     void updateToAVersionThatTheRegistryLacks() {
         m_mirror.setBytesPerSecond(ThrottledMirror::unlimited);
         m_newestVersion = lackingTag;
@@ -258,7 +258,7 @@ private Q_SLOTS:
         QCOMPARE(containerState(), u"exited"_s);
     }
 
-    /// Made before there was a compose, or by hand.
+    /// Such a container was made by hand or before compose was installed.
     void containerOfPlainDockerMakesRoom() {
         const auto name = u"orvanel"_s;
         docker({u"rm"_s, u"-f"_s, name});

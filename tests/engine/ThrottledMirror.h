@@ -7,8 +7,8 @@ class QTcpSocket;
 
 namespace orvanel::test {
 
-/// Stands between the engine and the registry and lets through as much a second as it is told, so that a download from
-/// this very machine can be watched and cancelled.
+/// Stands between the engine and the registry and limits how much passes per second, so that a download from this very
+/// computer lasts long enough to be watched and cancelled.
 class ThrottledMirror final : public QObject {
 public:
     static constexpr qint64 unlimited = 0;

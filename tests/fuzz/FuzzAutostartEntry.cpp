@@ -1,4 +1,4 @@
-// Any bytes as the file that starts the program at login.
+// Feeds any bytes to the reader of the file that starts the program at login.
 #include "Fuzz.h"
 #include "platform/AppIdentity.h"
 #include "platform/AutostartEntry.h"
@@ -17,7 +17,7 @@ QByteArray contentOf(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// The keys that switching sets or takes away; every other line is the user's.
+/// The keys that the switch sets or removes; every other line is the user's.
 bool isOurs(const QByteArray& line) {
     static const QByteArrayList keys{"Exec",      "TryExec", "OnlyShowIn",
                                      "NotShowIn", "Hidden",  "X-GNOME-Autostart-enabled"};

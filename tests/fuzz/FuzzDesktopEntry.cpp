@@ -1,4 +1,4 @@
-// Any bytes as a desktop entry, and any text as one of its values.
+// Feeds any bytes to the reader of desktop entries, and any text to their values.
 #include "Fuzz.h"
 #include "platform/DesktopEntry.h"
 
@@ -7,14 +7,14 @@ using namespace Qt::StringLiterals;
 namespace orvanel::test {
 namespace {
 
-/// What a desktop entry can hold: text without zero bytes, and without the two blanks that have no escape.
+/// Text that a desktop entry can hold: without zero bytes, and without the two blanks that cannot be escaped.
 QString possibleValue(QByteArrayView bytes) {
     QString text = QString::fromUtf8(bytes);
     text.removeIf([](QChar c) { return c == QChar::Null || c == u'\v' || c == u'\f'; });
     return text;
 }
 
-/// All lines but those of the key.
+/// All lines except those of the key.
 QByteArrayList linesWithout(const QByteArray& key, const DesktopEntry& entry) {
     QByteArrayList lines = entry.content().split('\n');
     lines.removeIf([&](const QByteArray& line) { return line.left(line.indexOf('=')).trimmed() == key; });
@@ -46,7 +46,7 @@ void checkArguments(const QString& first, const QString& second) {
 
 } // namespace
 
-/// Three parts: the entry and two values.
+/// The input has three parts: the entry and two values.
 void fuzz(QByteArrayView input) {
     const QByteArray content = takePart(&input).toByteArray();
     const QString value = possibleValue(takePart(&input));

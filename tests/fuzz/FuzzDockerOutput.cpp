@@ -1,4 +1,4 @@
-// Any bytes as what the docker tool prints.
+// Feeds any bytes to the readers of docker's output.
 #include "Fuzz.h"
 #include "controller/ContainerAnswer.h"
 #include "controller/PermissionDenied.h"
@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel::test {
 namespace {
 
-/// The sentences for failures, the most telling first.
+/// The sentences for failures, the most specific first.
 const std::array sentences{
     "The port is already in use by another program.",
     "Your disk is full. Free some space and try again.",
@@ -31,7 +31,7 @@ std::ptrdiff_t rankOf(const QString& output) {
     return found - sentences.begin();
 }
 
-/// The last line that is not empty, written down once more by other means.
+/// The last line that is not empty, found in another way than the program finds it.
 QString lastLine(const QString& output) {
     QString last;
     const QStringList lines = output.split(u'\n');
@@ -43,7 +43,7 @@ QString lastLine(const QString& output) {
 
 } // namespace
 
-/// Two parts: what the tool printed first, and then.
+/// The input has two parts: the beginning and the end of the output.
 void fuzz(QByteArrayView input) {
     const QString first = decodeUtf8(takePart(&input));
     const QString second = decodeUtf8(takePart(&input));

@@ -1,4 +1,4 @@
-// Any bytes as the answer of a web server.
+// Feeds any bytes to the reader of HTTP answers.
 #include "Fuzz.h"
 #include "statuspage/HttpReader.h"
 
@@ -20,7 +20,7 @@ HttpResult readInPieces(QByteArrayView bytes, qsizetype size, bool readsBody) {
     HttpReader reader(readsBody);
     while (!bytes.isEmpty()) {
         const QByteArrayView piece = bytes.first(std::min(size, bytes.size()));
-        // A copy of its own, so that the sanitizer sees what is read past its end or later.
+        // The reader gets a copy, so that the sanitizer notices any read past its end or after its time.
         const QByteArray copy = piece.toByteArray();
         if (auto result = reader.feed(copy)) {
             return *result;
@@ -65,14 +65,14 @@ void checkAnyBody(QByteArrayView body, qsizetype size) {
 
 } // namespace
 
-/// The first byte is the size of the pieces. One byte 1 stands for more than a head may hold.
+/// The first byte is the size of the pieces. The first byte 1 after it is replaced by more bytes than a head may have.
 void fuzz(QByteArrayView input) {
     const qsizetype size = 1 + takeByte(&input) % 64;
     checkAnyBody(input, size);
     QByteArray bytes = input.toByteArray();
     qsizetype pieceSize = size;
     if (const qsizetype stretched = bytes.indexOf('\1'); stretched >= 0) {
-        // Some piece ends between the largest head and the end of this.
+        // With pieces of this size, one of them ends between the largest head and the end of the replacement.
         pieceSize = size * 61;
         bytes.replace(stretched, 1, QByteArray(HttpReader::largestHead + pieceSize, ' '));
     }

@@ -1,4 +1,4 @@
-// Any bytes as a log that is to be shown, copied and stored.
+// Feeds any bytes to the cleaner of logs that are shown, copied and saved.
 #include "Fuzz.h"
 #include "app/PlainLog.h"
 #include "process/OutputBuffer.h"
@@ -36,7 +36,7 @@ QString checkedPlain(const QString& text) {
 
 } // namespace
 
-/// Two parts: some lines, and more lines.
+/// The input has two parts: some lines, and more lines.
 void fuzz(QByteArrayView input) {
     const QString first = decodeUtf8(takePart(&input));
     const QString second = decodeUtf8(takePart(&input));

@@ -1,4 +1,4 @@
-// Any bytes as what the release endpoint answers.
+// Feeds any bytes to the reader of the release endpoint's answer.
 #include "Fuzz.h"
 #include "controller/ImageTag.h"
 #include "release/ReleaseAnswer.h"
@@ -23,7 +23,7 @@ bool isTagCharacter(QChar c) {
     return isLetterOrDigit || c == u'_' || c == u'.' || c == u'-';
 }
 
-/// The rule, written down once more by other means.
+/// The rule, written in another way than in the program.
 bool mayBeTag(const QString& text) {
     return !text.isEmpty() && text.size() <= 128 && text[0] != u'.' && text[0] != u'-' &&
            std::all_of(text.begin(), text.end(), isTagCharacter);
@@ -46,7 +46,7 @@ void fuzz(QByteArrayView input) {
     if (release->page) {
         same[u"html_url"] = *release->page;
     }
-    // Half a surrogate pair has no place in the bytes of an answer.
+    // Half a surrogate pair cannot be written into the bytes of an answer.
     if (!release->version.toUtf8().contains('?') && (!release->page || !release->page->toUtf8().contains('?'))) {
         require(readRelease(200, QJsonDocument(same).toJson()) == result,
                 "an answer that tells the same reads the same");

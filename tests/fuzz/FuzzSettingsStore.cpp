@@ -1,4 +1,4 @@
-// Any bytes as the settings file.
+// Feeds any bytes to the reader of the settings file.
 #include "Fuzz.h"
 #include "platform/SettingsStore.h"
 #include "support/TestHome.h"
@@ -28,7 +28,7 @@ QByteArray contentOf(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Only one key changes, for this run and the next.
+/// Setting one key must change only that key, for this run and the next.
 void checkSet(const QString& path, const QString& value) {
     SettingsStore store(path);
     QStringList expected = textsOf(store);
@@ -41,10 +41,10 @@ void checkSet(const QString& path, const QString& value) {
 
 } // namespace
 
-/// Two parts: the file and a value to set.
+/// The input has two parts: the file, and a value to set.
 void fuzz(QByteArrayView input) {
     static const TestHome home;
-    // Qt remembers files by their names for a while; these are new each time.
+    // Qt remembers files by name for a while, so each input gets a new name.
     static int number = 0;
     const QString folder = home.path(QString::number(++number));
     const QByteArray content = takePart(&input).toByteArray();

@@ -1,4 +1,4 @@
-// Any bytes as the two answers that make up a status page.
+// Feeds any bytes to the reader of the two answers that make up a status page.
 #include "Fuzz.h"
 #include "statuspage/StatusPageAnswer.h"
 
@@ -14,7 +14,7 @@ QString keyOf(std::int64_t id) {
     return QString::number(id);
 }
 
-/// The page that tells what `data` holds, in the plainest way.
+/// The simplest page that contains `data`.
 QJsonDocument pageOf(const StatusPageData& data) {
     QJsonArray groups;
     for (const MonitorRow& row : data.monitors) {
@@ -53,7 +53,7 @@ std::optional<QJsonDocument> documentOf(QByteArrayView bytes) {
     return std::get<QJsonDocument>(result);
 }
 
-/// One row for each of the first lines, whatever is in it.
+/// Makes a row from each of the first lines, whatever is in it.
 StatusPageData inventedData(QByteArrayView input) {
     constexpr std::int64_t tooLargeForDouble = 9007199254740993;
     StatusPageData data{.title = QString::fromUtf8(input.first(input.size() / 2)), .monitors = {}};
@@ -80,7 +80,7 @@ StatusPageData inventedData(QByteArrayView input) {
 
 } // namespace
 
-/// Three parts: the page, the heartbeats, and what a well-formed page is made of.
+/// The input has three parts: the page, the heartbeats, and the material for a well-formed page.
 void fuzz(QByteArrayView input) {
     const auto page = documentOf(takePart(&input));
     const auto heartbeats = documentOf(takePart(&input));

@@ -1,4 +1,4 @@
-// Any bytes, in any pieces, as what a tool prints while it runs: kept for the end, and shown as it comes.
+// Feeds any bytes, in any pieces, to what keeps a tool's output for the end and shows it as it comes.
 #include "Fuzz.h"
 #include "controller/CappedLog.h"
 #include "process/OutputBuffer.h"
@@ -35,10 +35,10 @@ void checkCap(const QString& log, const QString& chunk, const QString& result) {
     require(!isCut || !result.front().isLowSurrogate() || log.isEmpty(), "a cut does not split a character");
 }
 
-/// The rules of OutputBuffer and of the log that is shown, written down plainly beside them.
+/// The rules of OutputBuffer and of the log that is shown, in their simplest form beside the real ones.
 class Run {
 public:
-    /// As it is read: at the edge of the buffer in two pieces.
+    /// Passes the bytes on as the runner reads them: at the edge of the buffer in two pieces.
     void print(const QByteArray& bytes) {
         QByteArrayView rest = bytes;
         while (!rest.isEmpty()) {
@@ -87,8 +87,8 @@ private:
 
 } // namespace
 
-/// Commands of one byte: how many bytes follow that are printed (the lower five bits; 0: the log is shown), and how
-/// often (4 to the power of the upper three).
+/// The input is a list of commands of one byte. The lower five bits say how many of the next bytes are printed (0 shows
+/// the log instead); the upper three bits say how often (4 to their power).
 void fuzz(QByteArrayView input) {
     application();
     checkDecoding(input.toByteArray());

@@ -1,4 +1,4 @@
-// Any bytes as a zip archive, and any links as what came out of one.
+// Feeds any bytes to the reader of zip archives, and any links to the check of what was unpacked.
 #include "../backup/ZipWriter.h"
 #include "Fuzz.h"
 #include "backup/UnpackedCheck.h"
@@ -30,7 +30,8 @@ void checkListing(const TestHome& home, QByteArrayView bytes) {
     require(!listing || (listing->entries >= 0 && listing->bytes >= 0), "nothing is less than nothing");
 }
 
-/// An archive that holds an entry for each line, and tells the truth about it; or sizes that no small archive can tell.
+/// An archive with an entry for each line, and a true list of them; or with claimed sizes that no small archive can
+/// have.
 void checkTrueListing(const TestHome& home, QByteArrayView input) {
     const bool isLarge = takeByte(&input) % 2 == 1;
     ZipListing expected;
@@ -49,7 +50,7 @@ void checkTrueListing(const TestHome& home, QByteArrayView input) {
     require(ZipArchive::list(file) == expected, "a listing is read as it was told");
 }
 
-/// Links, and nothing but links, in folders that are made once: whatever they say, nothing is written through them.
+/// Holds links, in folders that are made once. Nothing is ever written through the links, whatever they point to.
 class Unpacked {
 public:
     explicit Unpacked(QString folder)
@@ -82,7 +83,7 @@ public:
         }
     }
 
-    /// By the system's own word; what a link leads to need not exist.
+    /// Asks the system where the links lead. Their targets need not exist.
     bool staysInside() const {
         return std::all_of(m_links.begin(), m_links.end(), [&](const QByteArray& link) {
             const QString end = QFileInfo(QFile::decodeName(link)).canonicalFilePath();
@@ -108,8 +109,8 @@ void checkLinks(const QString& folder, QByteArrayView input) {
 
 } // namespace
 
-/// The first byte says what follows. 'l': a link in each line, by a byte for its place and then its target. 'w': the
-/// entries of a well-formed archive. Others: any archive.
+/// The first byte says what follows. 'l': one link per line, as a byte for its place and then its target. 'w': the
+/// entries of a well-formed archive. Anything else: any archive.
 void fuzz(QByteArrayView input) {
     static const TestHome home;
     const int kind = takeByte(&input);

@@ -1,4 +1,4 @@
-// The program as libFuzzer drives it.
+// The main program when libFuzzer drives it.
 #include "Fuzz.h"
 
 #include <cstddef>

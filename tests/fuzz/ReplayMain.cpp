@@ -1,4 +1,4 @@
-// The program without libFuzzer: runs over the files of the folders that its arguments name.
+// The main program without libFuzzer: reads the files in the folders that its arguments name.
 #include "Fuzz.h"
 
 #include <QDirIterator>

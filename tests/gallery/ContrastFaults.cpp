@@ -19,7 +19,7 @@ namespace {
 constexpr double leastContrast = 4.5;
 /// Disabled text may have less contrast, but must be readable.
 constexpr double leastContrastOfDisabled = 2;
-/// A frame, and the ring of the focus.
+/// The width of a frame and of the ring that shows the focus.
 constexpr int frame = 4;
 
 /// The window as it is painted.
@@ -29,7 +29,7 @@ public:
         : m_window(window)
         , m_image(window.grab().toImage()) {}
 
-    /// The part of `area` of the widget that is seen, in the window's coordinates.
+    /// The part of the widget's `area` that is visible, in the window's coordinates.
     QRect seen(const QWidget* widget, const QRect& area) const {
         const QRect visible = widget->visibleRegion().boundingRect() & area;
         return {widget->mapTo(&m_window, visible.topLeft()), visible.size()};
@@ -40,7 +40,7 @@ public:
         return m_image.rect().contains(pixel) ? m_image.pixelColor(pixel) : QColor();
     }
 
-    /// The highest contrast of any pixel there against the most frequent colour.
+    /// The highest contrast of any pixel in the area with the area's most frequent colour.
     double strongest(const QRect& area) const {
         const double scale = m_image.devicePixelRatio();
         const QRect pixels = QRect(area.topLeft() * scale, area.size() * scale) & m_image.rect();
@@ -85,7 +85,7 @@ void judge(QStringList& found, const QWidget* widget, const char* what, double r
 
 void judgeLabels(QStringList& found, const QWidget& window, const Picture& picture) {
     for (const TextLabel* label : window.findChildren<TextLabel*>()) {
-        // What a label covers has the colour of its corner.
+        // The background of a label has the colour of its corner.
         const QColor background = picture.colorAt(label->mapTo(&window, QPoint(0, 0)));
         if (label->isVisible() && !label->text().isEmpty() && background.isValid()) {
             const QColor text = label->palette().color(QPalette::Active, QPalette::WindowText);
@@ -111,7 +111,7 @@ void judgeButtons(QStringList& found, const QWidget& window, const Picture& pict
     }
 }
 
-/// A field or box: what is typed, and the placeholder.
+/// Judges a field or box: its text or its placeholder.
 template <class Field>
 void judgeFields(QStringList& found, const QWidget& window, const Picture& picture) {
     for (const Field* field : window.findChildren<Field*>()) {
@@ -146,7 +146,8 @@ void judgeNames(QStringList& found, const MonitorRows& list, int row, const Pict
     }
 }
 
-/// The rows in view: from left to right the names, one above the other, the word and the response time.
+/// Judges the visible rows. From left to right, a row has the names one above the other, the status word and the
+/// response time.
 void judgeRows(QStringList& found, const QWidget& window, const Picture& picture) {
     for (const MonitorRows* list : window.findChildren<MonitorRows*>()) {
         const int count = list->isVisible() ? list->model()->rowCount() : 0;

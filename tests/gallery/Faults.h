@@ -14,10 +14,10 @@ QStringList namelessControls(const QWidget& window);
 QStringList clippedTexts(const QWidget& window);
 /// Widgets that cover others beside them.
 QStringList overlaps(const QWidget& window);
-/// Texts of labels, buttons, fields, boxes and painted rows under 4.5:1. What is switched off may be pale.
+/// Texts of labels, buttons, fields, boxes and painted rows with a contrast under 4.5:1. Disabled texts may have less.
 QStringList paleTexts(QWidget& window);
 
-/// The widget's class and the beginning of its text.
+/// Describes a widget by its class and the beginning of its text.
 QString describe(const QWidget* widget);
 
 } // namespace orvanel::test

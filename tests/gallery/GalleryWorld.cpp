@@ -11,7 +11,7 @@ constexpr char toolRoot[] = "ORVANEL_TOOL_ROOT";
 } // namespace
 
 GalleryWorld::GalleryWorld() {
-    // The tools of the real machine do not count.
+    // The tools of this computer must not be found.
     qputenv(toolRoot, QFile::encodeName(home.path(u"tools"_s)));
     home.write(u".config/Orvanel/Orvanel.conf"_s, "[General]\nhasSeenGuide=true\n");
 }

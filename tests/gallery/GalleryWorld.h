@@ -5,7 +5,7 @@
 
 namespace orvanel::test {
 
-/// What a scene is made in: a controller with a world of its own, whose user has seen the guide.
+/// The world in which a scene is made: a controller whose user has seen the guide.
 class GalleryWorld final : public ControllerFixture {
 public:
     GalleryWorld();
@@ -16,7 +16,7 @@ public:
     }
     /// Lets the controller look around once.
     void poll();
-    /// Turns the clock until that holds; ends the program when it never does.
+    /// Moves the clock until the condition holds; ends the program if it never does.
     void advanceUntil(const std::function<bool()>& condition);
 };
 

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel::test {
 namespace {
 
-/// Whether the widget is a place in which others stand side by side.
+/// Whether one of our layouts places the widget's children side by side.
 bool isLayoutOfOurs(const QWidget* parent) {
     const bool isMadeOfParts = qobject_cast<const QAbstractScrollArea*>(parent) != nullptr ||
                                qobject_cast<const QLineEdit*>(parent) != nullptr;
@@ -42,7 +42,7 @@ QList<const QWidget*> layoutsOf(const QWidget& window) {
     return layouts;
 }
 
-/// The width of the text as it is wrapped now: more than there is where a word finds no room.
+/// The width of the text as it is wrapped now. It is larger than the label if a word does not fit.
 int widthOfText(const QLabel& label) {
     const int flags = static_cast<int>(label.alignment()) | (label.wordWrap() ? Qt::TextWordWrap : 0);
     return label.fontMetrics().boundingRect(QRect(0, 0, label.width(), 100'000), flags, label.text()).width();

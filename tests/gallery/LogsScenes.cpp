@@ -31,7 +31,7 @@ Scene scene(const char* name, const QString& log) {
         }
         world.docker().log = log.toStdString();
         auto window = std::make_unique<LogsWindow>(world.controller(), world.dialogs, world.clock);
-        // This begins the reading.
+        // Showing the window starts the reading.
         window->show();
         world.settle();
         return window;

@@ -9,17 +9,17 @@
 
 namespace orvanel::test {
 
-/// One window in one state. Light and dark, sizes and fonts come from whoever shows it.
+/// One window in one state. The caller chooses palette, size and font.
 struct Scene {
-    /// Also the name of its picture: what it shows, with hyphens.
+    /// What the scene shows, with hyphens; also the name of its picture.
     const char* name;
-    /// Brings the world into the state, and makes the window; it is shown by the caller.
+    /// Brings the world into the state, and makes the window, which the caller shows.
     std::function<std::unique_ptr<QWidget>(GalleryWorld& world)> make;
-    /// What is to be done once it is shown: a section opened, a page turned. May be empty.
+    /// Does something after the window is shown, such as opening a section or turning a page. May be empty.
     std::function<void(QWidget& window)> act;
 };
 
-/// All of them, in the order in which a user meets them. Each file below makes some.
+/// All scenes, in the order in which a user meets them. Each function below makes some of them.
 std::vector<Scene> allScenes();
 
 std::vector<Scene> mainWindowScenes();

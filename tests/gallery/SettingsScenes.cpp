@@ -63,7 +63,7 @@ void typeWrongPort(QWidget& window) {
     QTest::keyClicks(port, u"70000"_s);
 }
 
-/// The folder of the settings is gone, and a file stands in its place.
+/// A file takes the place of the settings' folder.
 std::unique_ptr<QWidget> unwritable(GalleryWorld& world) {
     world.home.write(u"file"_s, "");
     world.settingsFile = world.home.path(u"file/Orvanel.conf"_s);

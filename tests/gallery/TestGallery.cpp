@@ -26,7 +26,7 @@ void useFont(double scale) {
     QApplication::setFont(font);
 }
 
-/// Shows a scene and looks at it.
+/// Shows a scene and returns its faults.
 QStringList faultsOf(const Scene& scene) {
     GalleryWorld world;
     const std::unique_ptr<QWidget> window = scene.make(world);
@@ -39,7 +39,7 @@ QStringList faultsOf(const Scene& scene) {
     return namelessControls(*window) + clippedTexts(*window) + overlaps(*window) + paleTexts(*window);
 }
 
-/// A window that is all right, for spoiling.
+/// A window without faults, for tests that add one.
 struct Sample {
     Sample() {
         auto* column = new QVBoxLayout(&window);
@@ -60,7 +60,7 @@ struct Sample {
 
 } // namespace
 
-/// Every window in every state, in both palettes, with the usual font and a large one; at the scale that
+/// Checks every window in every state, in both palettes, with the usual font and a large one, at the scale that
 /// QT_SCALE_FACTOR sets.
 class TestGallery : public QObject {
     Q_OBJECT

@@ -9,7 +9,7 @@ namespace orvanel::test {
 
 using namespace Qt::StringLiterals;
 
-/// Where the user's settings lie in a home.
+/// The path of the user's settings below a home.
 inline const QString fileName = u".config/Orvanel/Orvanel.conf"_s;
 
 inline const QString port = u"port"_s;
@@ -21,7 +21,7 @@ inline QByteArray contentOf(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
 }
 
-/// What every store must do whose file gives nothing.
+/// Checks what every store must do if its file gives no values.
 inline void checkReadsAsFallback(const SettingsStore& store) {
     QCOMPARE(store.integer(port, 7), 7);
     QCOMPARE(store.text(slug, u"none"_s), u"none"_s);

@@ -24,7 +24,7 @@ QByteArray contentOf(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// A home with a program in it and the places of its autostart entries.
+/// A home with a program in it, and the places of its autostart entries.
 struct Desk {
     TestHome home;
     QString program = home.write(u"bin/orvanel"_s, "#!/bin/sh\n", true);

@@ -30,7 +30,7 @@ struct Posted {
     int timeout = 0;
 };
 
-/// The warnings that the program gave since this object was made.
+/// Collects the program's warnings while this object lives.
 class Warnings {
 public:
     Warnings() {
@@ -77,7 +77,7 @@ public:
         }
     }
     void vanish() { connection.unregisterService(serverName); }
-    /// Answers the question that it left open.
+    /// Answers the question that the server left open.
     void answerLate() { connection.send(m_question.createReply(capabilities)); }
 
     QStringList capabilities;
@@ -322,7 +322,7 @@ private Q_SLOTS:
         notifier.post(u"first"_s, u"body"_s);
         notifier.post(u"second"_s, u"body"_s);
         QVERIFY(waitUntil([&] { return server.posted.size() == 2 && !Warnings::texts().isEmpty(); }));
-        // It answers again: everything goes on.
+        // When the server answers again, everything works as before.
         server.answers = true;
         const int asked = server.asked;
         postAndWait(notifier, server, u"third"_s);
@@ -342,7 +342,7 @@ private Q_SLOTS:
             notifier.post(u"more"_s, u"body"_s);
             drainEvents();
         }
-        // One comes late: the news of now reaches it, the news of then does not.
+        // A server that comes later gets new notifications, but none from before.
         FakeNotificationServer server(&bus, {});
         settle(server, connection);
         const auto before = server.posted.size();

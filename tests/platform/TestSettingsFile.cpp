@@ -16,7 +16,7 @@ using namespace orvanel::test;
 
 namespace {
 
-/// Takes writing (or all) permissions away while it lives.
+/// Takes away the permission to write (or all permissions) while this object lives.
 class Locked {
 public:
     Locked(QString path, QFile::Permissions permissions)
@@ -44,7 +44,7 @@ void checkCannotWrite(SettingsStore& store) {
 
 } // namespace
 
-/// What lies, or happens, where the settings file belongs.
+/// What may be, or may happen, in the place of the settings file.
 class TestSettingsFile : public QObject {
     Q_OBJECT
 

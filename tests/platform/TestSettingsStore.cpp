@@ -15,7 +15,7 @@ using namespace orvanel::test;
 
 namespace {
 
-/// Bytes of memory, at the worst moment so far.
+/// The most memory that this process has used so far, in bytes.
 qint64 mostMemoryUsed() {
     struct rusage usage {};
     ::getrusage(RUSAGE_SELF, &usage);
@@ -108,7 +108,7 @@ private Q_SLOTS:
                                                ')';
     }
 
-    /// QSettings would ask for as much memory as they claim.
+    /// QSettings would ask for as much memory as such an object claims to need.
     void objectsReadAsTheFallback() {
         QFETCH(const QByteArray, line);
         const TestHome home;
@@ -120,7 +120,7 @@ private Q_SLOTS:
         QCOMPARE(store.text(u"x"_s, u"none"_s), u"none"_s);
         QVERIFY(store.setInteger(port, 4002));
         QCOMPARE(SettingsStore().text(slug, {}), u"mine"_s);
-        // The notes of a sanitizer alone take an eighth of what is asked for.
+        // The sanitizer's own notes take an eighth of the memory that is asked for.
         QVERIFY(mostMemoryUsed() - before < qint64{512} << 20);
     }
 
@@ -202,7 +202,7 @@ private Q_SLOTS:
         const TestHome home;
         QVERIFY(SettingsStore().setText(slug, value));
         QCOMPARE(SettingsStore().text(slug, u"none"_s), value);
-        // Once more over the written file, which must still be understood.
+        // The written file must be understood when it is written again.
         QVERIFY(SettingsStore().setInteger(port, 1));
         QCOMPARE(SettingsStore().text(slug, u"none"_s), value);
         QVERIFY(!QFileInfo::exists(home.path(fileName) + u".broken"_s));
@@ -243,7 +243,7 @@ private Q_SLOTS:
 
     void foreignKeysStay() {
         const TestHome home;
-        // A backslash parts the groups of a key.
+        // In a key, a backslash separates the groups.
         home.write(fileName, "[General]\nother=a, b\nport=1\n[Window]\ngeometry=@ByteArray(\\x1\\x2)\nlogs\\deep=x\n");
         QVERIFY(SettingsStore().setInteger(port, 2));
         const QByteArray content = contentOf(home.path(fileName));

@@ -31,7 +31,7 @@ const QString name = u"io.github.orvanel.Orvanel"_s;
 const QString objectPath = u"/io/github/orvanel/Orvanel"_s;
 const QString interface = u"org.freedesktop.Application"_s;
 
-/// Another copy of the program in a process of its own; killed with this object.
+/// Another copy of the program, in a process of its own that is killed with this object.
 class Other {
 public:
     Other(const QString& address, const QString& lockFile, const QString& token = {}) {
@@ -45,7 +45,7 @@ public:
     Other(const Other&) = delete;
     Other& operator=(const Other&) = delete;
 
-    /// Its next line, or an empty text when it ended.
+    /// The next line of its output; empty if it has ended.
     QString line() {
         const bool isThere =
             waitUntil([this] { return m_process.canReadLine() || m_process.state() == QProcess::NotRunning; });
@@ -69,7 +69,7 @@ QDBusMessage callTo(const QString& method, const QVariantList& arguments) {
     return call;
 }
 
-/// A process that takes the lock, says so and waits for its end.
+/// Forks a process that takes the lock, says so, and waits to be killed.
 pid_t processWithLock(const QString& file) {
     int ends[2];
     if (::pipe(ends) != 0) {
@@ -171,7 +171,7 @@ private Q_SLOTS:
         const auto outcome = instance.start({});
         first.send(SIGCONT);
         QCOMPARE(outcome, Outcome::AlreadyRunning);
-        // The question was kept for it.
+        // The first copy still gets the question that was waiting.
         QCOMPARE(first.line(), u"activated [] []"_s);
     }
 
@@ -205,7 +205,7 @@ private Q_SLOTS:
         QCOMPARE(other.line(), u"DataInUse"_s);
         Other withoutBus(noBus, lockFile());
         QCOMPARE(withoutBus.line(), u"DataInUse"_s);
-        // One that may not run does not keep the name either.
+        // A copy that may not run must not keep the name either.
         QVERIFY(!otherBus.connect().interface()->isServiceRegistered(name));
         QCOMPARE(activated.size(), 0);
     }
@@ -237,7 +237,7 @@ private Q_SLOTS:
         });
         QCOMPARE(second.take(0ms, 1h), DataLock::Result::TakenOver);
         end.join();
-        // The announcement was not the new holder's.
+        // The announcement came from the old holder, so it does not count for the new one.
         DataLock third(lockFile());
         QCOMPARE(third.take(0ms, 1h), DataLock::Result::HeldElsewhere);
     }

@@ -19,7 +19,7 @@ const QString watcherPath = u"/StatusNotifierWatcher"_s;
 
 } // namespace
 
-/// The part of a panel that keeps the list of status icons and of those who show them.
+/// The part of a panel that keeps the lists of status icons and of the panels that show them.
 class FakePanel : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
@@ -52,7 +52,7 @@ public:
         }
     }
 
-    /// Tells the change as a property only, as some panels do.
+    /// Announces the change only as a change of the property, as some panels do.
     void setHostAsProperty(bool host) {
         m_hasHost = host;
         auto signal =

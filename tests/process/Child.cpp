@@ -1,5 +1,5 @@
-// The program that the runner's tests start: its first argument says how it behaves. Plain C++, so that it starts fast.
-// Whatever waits here ends by itself when the test that started it is gone.
+// The program that the runner's tests start. Its first argument chooses how it behaves. It is plain C++, so that it
+// starts fast. Every behaviour that waits ends by itself when the test that started it has ended.
 
 #include <cerrno>
 #include <csignal>
@@ -109,14 +109,14 @@ int session(const Arguments&) {
     return 0;
 }
 
-/// Prints its id first.
+/// Prints its id, and then stops itself.
 int stopItself(const Arguments&) {
     say(std::to_string(getpid()) + " ");
     raise(SIGSTOP);
     return 0;
 }
 
-/// SIZE bytes in large blocks: 'x', and 'E' as the last one.
+/// Writes SIZE bytes in large blocks: 'x', and 'E' as the last one.
 int flood(const Arguments& arguments) {
     auto left = std::stoull(arguments.at(0));
     const std::string block(1 << 20, 'x');
@@ -136,7 +136,7 @@ int lines(const Arguments& arguments) {
     return 0;
 }
 
-/// TEXT byte by byte, each only when the one before has been read.
+/// Writes TEXT byte by byte, each one only when the one before has been read.
 int drip(const Arguments& arguments) {
     for (const char byte : arguments.at(0)) {
         say(std::string(1, byte));
@@ -195,8 +195,8 @@ int closeOutput(const Arguments& arguments) {
     return 4;
 }
 
-/// Ends with status 6 and leaves a grandchild that holds the output until FILE exists, then says " late" and makes
-/// FILE.survived. Prints the ids of both first.
+/// Ends with status 6 and leaves a grandchild that holds the output until FILE exists; then the grandchild prints "
+/// late" and makes FILE.survived. Prints the ids of both first.
 int leaveGrandchild(const Arguments& arguments) {
     const std::string& file = arguments.at(0);
     const pid_t grandchild = fork();

@@ -13,10 +13,10 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel::test {
 
-/// Longer than any test: for runs that are not about their time limit.
+/// Longer than any test, for runs whose time limit does not matter.
 constexpr std::chrono::duration<double> noLimit{3600};
 
-/// Runs the stand-in program; the first argument chooses how it behaves (see Child.cpp).
+/// Runs the test child. Its first argument chooses how it behaves (see Child.cpp).
 inline QCoro::Task<CommandResult> runChild(ProcessRunner* runner, QStringList arguments,
                                            std::shared_ptr<ProcessHandle> handle = {},
                                            DockerCLI::OutputCallback onOutput = {},
@@ -25,7 +25,7 @@ inline QCoro::Task<CommandResult> runChild(ProcessRunner* runner, QStringList ar
                        std::move(onOutput));
 }
 
-/// Keeps the chunks that a run's callback is given, the first thousand of them. A copy shares them.
+/// Keeps the first thousand chunks that a run's callback is given. Copies share them.
 class LiveOutput {
 public:
     DockerCLI::OutputCallback callback() const {
@@ -44,7 +44,7 @@ public:
 
     QString text() const { return chunks().join(QString()); }
 
-    /// Waits until the child has said something; false when it does not.
+    /// Waits until the child's output contains `part`; false if it does not.
     [[nodiscard]] bool arrives(const QString& part) const {
         return waitUntil([&] { return text().contains(part); });
     }
@@ -66,7 +66,7 @@ inline qsizetype threadCount() {
     return QDir(u"/proc/self/task"_s).entryList(QDir::NoDotAndDotDot | QDir::Dirs).size();
 }
 
-/// The state letter of a process as the system tells it (Z: ended, but not reaped), or a blank when there is none.
+/// The state letter of a process in /proc (Z: ended, but not reaped); a blank if there is no such process.
 inline char processState(qint64 pid) {
     QFile file(u"/proc/%1/stat"_s.arg(pid));
     if (!file.open(QIODevice::ReadOnly)) {

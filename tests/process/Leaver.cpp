@@ -1,5 +1,6 @@
-// A program that ends while runs of its shared runner are pending: one child that is silent, one that talks without
-// end. Its argument is the stand-in child. Says how many threads are left of them once the application object is gone.
+// A program that ends while two runs of its shared runner are pending: one child is silent, the other writes without
+// end. Its argument is the path of the test child. Prints how many of the runner's threads are left after the end of
+// the application object.
 
 #include "process/DockerCLI.h"
 

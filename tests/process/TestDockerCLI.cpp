@@ -135,7 +135,7 @@ private Q_SLOTS:
         }
         QString home;
         QString last;
-        // The bare system call changes the user of this one thread only.
+        // This system call changes the user of this one thread only, unlike the C library's function.
         std::thread([&] {
             if (::syscall(SYS_setresuid, nobodysId, nobodysId, nobodysId) == 0) {
                 home = DockerCLI::environment().value(u"HOME"_s);
@@ -210,7 +210,7 @@ private Q_SLOTS:
         QTest::newRow("colima") << u"colima"_s;
     }
 
-    /// Made from the last folder to the first, each of which then wins.
+    /// The tools are made from the last folder to the first, so that each new one must be preferred.
     void toolsOutsideTheSearchFolders() {
         QFETCH(const QString, name);
         addTool(u"usr/local/bin/"_s + name);

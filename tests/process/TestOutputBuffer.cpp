@@ -79,7 +79,7 @@ private Q_SLOTS:
         QVERIFY(buffer.string() == QString::fromLatin1(bytes.last(2'000'000)));
     }
 
-    /// Against the rule itself, written down plainly, over many times the size of the buffer.
+    /// Compares the buffer with the plain rule, over many times the size of the buffer.
     void followsTheRuleWhateverTheChunks() {
         const QByteArray source = numbered(OutputBuffer::chunkSize * 2);
         std::mt19937 random(20240229);

@@ -45,8 +45,7 @@ bool resetMostMemory() {
     return file.open(QIODevice::WriteOnly) && file.write("5") == 1;
 }
 
-/// Whether a stand-in child of ours runs or waits to be reaped. Other children are not counted: a sanitizer may have
-/// some.
+/// Whether a test child of ours runs or waits to be reaped. Other children, which a sanitizer may have, do not count.
 bool hasChildren() {
     const QByteArray parent = "\nPPid:\t" + QByteArray::number(::getpid()) + '\n';
     const QStringList processes = QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs);
@@ -57,7 +56,7 @@ bool hasChildren() {
     });
 }
 
-/// From now on this thread, and each that it starts, is told that the system knows no pidfd_open.
+/// Makes the system tell this thread, and every thread that it starts from now on, that there is no pidfd_open.
 bool forbidProcessDescriptors() {
     std::array<sock_filter, 4> filter{{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -116,7 +115,7 @@ private Q_SLOTS:
         QVERIFY(!hasChildren());
     }
 
-    /// Children that never stop talking must not keep others from being heard.
+    /// Children that write without end must not keep others from being read.
     void talkersLeaveRoomForOthers() {
         ProcessRunner runner(&m_clock);
         const QStringList endless{u"flood"_s, u"1000000000000000"_s};
@@ -207,7 +206,7 @@ private Q_SLOTS:
         bool isForbidden = false;
         std::optional<CommandResult> ended;
         std::optional<CommandResult> stopped;
-        // In a thread of its own, whose end takes the prohibition away; the runner's thread is started from there.
+        // The prohibition ends with this thread, so the runner's thread is started from here.
         std::thread([&] {
             const QEventLoop dispatchesEvents;
             isForbidden = forbidProcessDescriptors();
@@ -229,10 +228,10 @@ private Q_SLOTS:
         QCOMPARE(stopped->status, 128 + SIGTERM);
     }
 
-    /// The program must not wait for children at its end, and not stumble over them.
+    /// At its end, the program must not wait for children, nor crash because of them.
     void programEndsWhileChildrenRun() {
         ProcessRunner runner(&m_clock);
-        // Qt warns where the locale knows no UTF-8; of the variables that say it, children get LANG alone.
+        // Qt warns if the locale is not UTF-8. Children get LANG but no other variable of the locale.
         const QStringList arguments{u"LC_ALL=C.UTF-8"_s, QString::fromUtf8(PROCESS_TEST_LEAVER),
                                     QString::fromUtf8(PROCESS_TEST_CHILD)};
         auto task = runner.run(u"/usr/bin/env"_s, arguments, noLimit);

@@ -24,7 +24,7 @@ QString couldNotRun(const QString& path, int error) {
     return u"Could not run %1: %2"_s.arg(path, QString::fromLocal8Bit(std::strerror(error)));
 }
 
-/// How many descriptors this process has its I/O threads watch.
+/// How many descriptors this process's I/O threads watch.
 qsizetype watchedDescriptors() {
     qsizetype count = 0;
     const QDir folder(u"/proc/self/fdinfo"_s);
@@ -37,7 +37,7 @@ qsizetype watchedDescriptors() {
 
 } // namespace
 
-/// What a run starts, what the child finds, and what comes back from it.
+/// What a run starts, what the child finds, and what it returns.
 class TestProcessRunner : public QObject {
     Q_OBJECT
 
@@ -93,7 +93,7 @@ private Q_SLOTS:
     }
 
     void standardInputIsAtItsEnd() {
-        // Our own has something to read, which must not reach the child.
+        // Our own standard input has something to read, which must not reach the child.
         int ends[2] = {-1, -1};
         QCOMPARE(::pipe2(ends, O_CLOEXEC), 0);
         QCOMPARE(::write(ends[1], "x", 1), 1);
@@ -143,7 +143,7 @@ private Q_SLOTS:
         const QString output = run({u"signals"_s}).output;
         ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
         ::signal(SIGPIPE, ignored);
-        // The C library keeps signals 32 and 33 to itself, and ignored in a child: they do not count.
+        // Signals 32 and 33 do not count: the C library keeps them to itself, and ignores them in a child.
         const QStringList words = output.split(QRegularExpression(u"\\s+"_s));
         QCOMPARE(words.value(0), u"SigBlk:"_s);
         QCOMPARE(words.value(1), u"0000000000000000"_s);
@@ -153,7 +153,7 @@ private Q_SLOTS:
         QVERIFY(isNumber);
     }
 
-    /// Without a terminal, on which it could ask.
+    /// The child has no terminal on which it could ask questions.
     void childLeadsASession() { QCOMPARE(run({u"session"_s}).output, u"own"_s); }
 
     void statusIsKnownThoughOurParentIgnoredChildren() {
@@ -266,7 +266,8 @@ private Q_SLOTS:
         const QString file = m_home.path(u"go"_s);
         auto task = runChild(&runner, {u"close-output"_s, file}, {}, live.callback());
         QVERIFY(live.arrives(u"last words"_s));
-        // The thread's mailbox and the child's end: a pipe at its end would wake the thread without pause.
+        // The two are the thread's mailbox and the child's end. The pipe must not be watched any more: at its end, it
+        // would wake the thread without pause.
         QVERIFY(waitUntil([&] { return watchedDescriptors() == watchedByOthers + 2; }));
         QVERIFY(!task.isReady());
         m_home.write(u"go"_s, {});

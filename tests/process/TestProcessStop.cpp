@@ -20,18 +20,18 @@ constexpr int terminated = 128 + SIGTERM;
 
 } // namespace
 
-/// How runs end early or late: by time limit, by cancel, and by grandchildren that outlive the child.
+/// Runs that end early or late: by a time limit, by a cancel, or by grandchildren that outlive the child.
 class TestProcessStop : public QObject {
     Q_OBJECT
 
     FakeClock m_clock;
 
-    /// A child's id, or the n-th of several, said first and divided by blanks.
+    /// The id that a child prints first, or the n-th of several ids, separated by blanks.
     static qint64 saidId(const LiveOutput& live, qsizetype index = 0) {
         return live.text().split(u' ').value(index).toLongLong();
     }
 
-    /// Waits until the child that said its id has ended, though its run has not.
+    /// Waits until the child that printed its id has ended, though its run has not.
     static bool endsUnreaped(const LiveOutput& live) {
         return waitUntil([&] { return saidId(live) > 0 && processState(saidId(live)) == 'Z'; });
     }
@@ -247,7 +247,7 @@ private Q_SLOTS:
         m_clock.advance(7s);
         handle->cancel();
         QVERIFY(waitUntil([&] { return m_clock.pendingTimers() == 2; }));
-        // Asked twice, the child gets no more time.
+        // A second SIGTERM does not give the child more time.
         m_clock.advance(3s);
         QVERIFY(waitUntil([&] { return m_clock.pendingTimers() == 1; }));
         QCOMPARE(m_clock.untilNextTimer(), 2s);

@@ -9,8 +9,8 @@ using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
-/// Why QProcess does not run our children. If a test fails here, Qt can do now what our runner is for: consider
-/// QProcess again.
+/// Why QProcess does not run our children. If a test here fails, Qt can now do what our runner is for, and QProcess
+/// should be considered again.
 class TestQProcess : public QObject {
     Q_OBJECT
 

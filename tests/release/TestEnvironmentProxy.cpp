@@ -116,7 +116,8 @@ private Q_SLOTS:
         QCOMPARE(textOf(environmentProxy(QUrl(u"https://a.example"_s), environment)), u"direct"_s);
     }
 
-    /// Why Qt's own factory is not used. If this fails, Qt reads the variables as we do: consider its factory again.
+    /// Why Qt's own factory is not used. If this test fails, Qt reads the variables as we do, and its factory should be
+    /// considered again.
     void qtReadsTheVariablesDifferently() {
         QStringList differing;
         for (const Case& one : cases) {

@@ -10,7 +10,7 @@ Q_DECLARE_METATYPE(std::optional<QString>)
 
 namespace {
 
-/// JSON that is easier to read here, with its quotation marks single.
+/// Turns single quotes into double quotes, so that JSON is easier to read here.
 QByteArray json(QByteArray text) {
     return text.replace('\'', '"');
 }

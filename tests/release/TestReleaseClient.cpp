@@ -39,7 +39,7 @@ QString sentence(const ReleaseResult& result) {
     return error ? error->message : QString();
 }
 
-/// What the headers of a name say, in whatever case the name is written.
+/// The values of the headers of that name, in upper or lower case.
 QStringList valuesOf(const QString& name, const QStringList& headers) {
     QStringList values;
     for (const QString& header : headers) {
@@ -51,7 +51,7 @@ QStringList valuesOf(const QString& name, const QStringList& headers) {
     return values;
 }
 
-/// A variable of the environment for as long as this exists.
+/// Sets a variable of the environment while this object lives.
 class Variable {
 public:
     Variable(const char* name, const QByteArray& value)
@@ -68,7 +68,7 @@ private:
 
 } // namespace
 
-/// The client against real servers, none of them out in the world.
+/// The client against real servers, all of them on this computer.
 class TestReleaseClient : public QObject {
     Q_OBJECT
 
@@ -159,7 +159,7 @@ private Q_SLOTS:
         QVERIFY2(told.endsWith(u'.') && told.size() > u"Could not check for updates: ."_s.size(), qPrintable(told));
         QVERIFY2(!told.contains(u"127.0.0.1"_s), qPrintable(told));
         QVERIFY(server.requests().size() < 10);
-        // The next one starts afresh.
+        // The next request starts afresh.
         server.script(rule(releaseText("3")));
         QCOMPARE(await(client.fetch()), release("3"));
     }

@@ -5,8 +5,8 @@
 
 namespace orvanel::test {
 
-/// A server on 127.0.0.1 with a certificate that it has signed itself, a moment ago. Every request gets the same
-/// answer. Lives in the event loop of its thread.
+/// A server on 127.0.0.1 with a certificate that it has just signed itself. Every request gets the same answer. Lives
+/// in the event loop of its thread.
 class TlsServer {
 public:
     TlsServer();

@@ -56,7 +56,7 @@ void DesktopLook::paintShadow(QPainter& painter, const QRect& around) const {
     constexpr int fall = 5;
     painter.setPen(Qt::NoPen);
     for (int step = reach; step > 0; step -= 2) {
-        // The nearer, the darker.
+        // The shadow is darker near the window.
         painter.setBrush(QColor(0, 0, 0, (step > reach / 2 ? 1 : 2) * (dark ? 4 : 1)));
         const QRectF ring = QRectF(around).adjusted(-step, -step + fall, step, step + fall);
         painter.drawRoundedRect(ring, radius + step, radius + step);

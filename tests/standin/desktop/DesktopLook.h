@@ -13,7 +13,7 @@ struct DesktopLook {
     QColor wallpaperBottom;
     QColor panel;
     QColor panelText;
-    /// Menus, notifications, title bars.
+    /// The background of menus, notifications and title bars.
     QColor surface;
     QColor border;
     QColor text;
@@ -27,7 +27,7 @@ struct DesktopLook {
 
     QFont font(double scale = 1, QFont::Weight weight = QFont::Normal) const;
 
-    /// Paints wallpaper and panel as far as they lie in the painter's clip, in the coordinates of the screen.
+    /// Paints the part of wallpaper and panel inside the painter's clip, in the coordinates of the screen.
     void paintBackground(QPainter& painter, const QRect& screen) const;
     void paintShadow(QPainter& painter, const QRect& around) const;
     /// A rounded surface with a thin border.

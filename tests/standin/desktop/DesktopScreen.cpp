@@ -22,7 +22,7 @@ QRect iconRect(int index) {
 
 } // namespace
 
-/// The lowest thing on the screen: wallpaper, panel and icons, and the shadows of what lies above.
+/// The lowest layer of the screen: wallpaper, panel and icons, and the shadows of everything above.
 class Backdrop final : public QWidget {
     Q_OBJECT
 
@@ -105,7 +105,7 @@ void DesktopScreen::arrange() {
     m_backdrop->setContent(icons, raised);
 }
 
-/// Menu or tooltip of the first item; returns where they end.
+/// Places the menu or tooltip of the first item; returns where it ends.
 int DesktopScreen::arrangeItem() {
     const TrayItem* item = m_statusArea.item();
     const bool menuOpen = item && item->menu().isOpen();

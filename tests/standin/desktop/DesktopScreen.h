@@ -10,7 +10,7 @@ namespace orvanel::standin {
 
 class Backdrop;
 
-/// Draws the stand-in desktop on its display: wallpaper, panel with the status icons, the open menu, tooltip and
+/// Draws the stand-in desktop on its display: wallpaper, a panel with the status icons, the open menu, tooltips and
 /// notifications, and frames around windows. Needs the xcb platform and a display of its own.
 class DesktopScreen final : public QObject {
     Q_OBJECT
@@ -20,9 +20,9 @@ public:
     ~DesktopScreen() override;
 
     WindowFrames& windows() { return m_windows; }
-    /// Shows the pointer on a menu entry; 0 for none.
+    /// Shows the pointer on a menu entry; 0 hides it.
     void pointAt(int menuEntry);
-    /// All that is on the screen now, windows of other programs included.
+    /// Everything that is on the screen now, including windows of other programs.
     QImage picture() const;
 
 private:

@@ -10,7 +10,7 @@ namespace {
 const QString serverName = u"org.freedesktop.Notifications"_s;
 const QString serverPath = u"/org/freedesktop/Notifications"_s;
 
-/// The face of the server on the bus.
+/// The server's object on the bus.
 class Face final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")

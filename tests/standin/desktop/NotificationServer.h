@@ -17,10 +17,10 @@ struct Notification {
     QString summary;
     /// May hold the markup that the server announces ("body-markup").
     QString body;
-    /// Keys and their labels in turn.
+    /// Keys and labels, in turn.
     QStringList actions;
     QVariantMap hints;
-    /// Whether it is on the screen still.
+    /// Whether it is still on the screen.
     bool shown = true;
 };
 
@@ -35,21 +35,21 @@ public:
     explicit NotificationServer(QDBusConnection bus, QObject* parent = nullptr);
     ~NotificationServer() override;
 
-    /// Takes the name on the bus; false when another server has it.
+    /// Takes the name on the bus; false if another server has it.
     [[nodiscard]] bool open();
-    /// What the server says that it can do; to be changed before programs ask.
+    /// Sets the capabilities that the server announces. Call it before programs ask.
     void setCapabilities(const QStringList& capabilities) { m_capabilities = capabilities; }
     QStringList capabilities() const { return m_capabilities; }
 
-    /// All that were ever asked for, oldest first.
+    /// All notifications so far, oldest first.
     QList<Notification> all() const { return m_all; }
     QList<Notification> shown() const;
 
     void dismiss(uint id, Reason reason = Reason::Dismissed);
-    /// A click on an action ("default" is the notification itself); it leaves the screen.
+    /// Clicks on an action ("default" is the notification itself), which takes the notification off the screen.
     void invoke(uint id, const QString& action);
 
-    /// For the bus.
+    /// Called by the object on the bus.
     uint take(Notification notification, uint replaces);
 
 Q_SIGNALS:

@@ -32,7 +32,7 @@ Overlay::Overlay(const DesktopLook& look)
 void Overlay::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    // What lies behind the round corners.
+    // Paints what is behind the round corners.
     painter.translate(-pos());
     m_look.paintBackground(painter, screen()->geometry());
     m_look.paintShadow(painter, geometry());

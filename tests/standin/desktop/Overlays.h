@@ -34,7 +34,7 @@ class MenuView final : public Overlay {
 public:
     using Overlay::Overlay;
 
-    /// Shows these entries; `marked` is the id of the one under the pointer, or 0. Resizes to what they need.
+    /// Shows these entries and resizes to fit them; `marked` is the id of the entry under the pointer, or 0.
     void setEntries(const QList<MenuEntry>& entries, int marked);
 
 protected:

@@ -19,13 +19,13 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel::standin {
 
-/// "(so)": an object of a program on the bus.
+/// The D-Bus type "(so)": an object of a program.
 struct Reference {
     QString service;
     QDBusObjectPath path;
 };
 
-/// For const references that QtDBus passes around.
+/// QtDBus passes values as const references, so the operators take those.
 QDBusArgument& operator<<(QDBusArgument& argument, const Reference& reference) {
     argument.beginStructure();
     argument << reference.service << reference.path;
@@ -40,7 +40,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, Reference& refere
     return argument;
 }
 
-/// "(ss)": what is to be told, and to whom.
+/// The D-Bus type "(ss)": an event, and who wants to hear of it.
 struct Subscription {
     QString listener;
     QString event;
@@ -81,7 +81,7 @@ constexpr unsigned showingState = 25;
 
 // NOLINTBEGIN(readability-identifier-naming): the names of the bus
 
-/// Tells programs where the accessibility bus is: here.
+/// Tells programs that this bus is the accessibility bus.
 class BusFace final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.a11y.Bus")
@@ -97,7 +97,7 @@ private:
     const QString m_address;
 };
 
-/// Tells programs that somebody listens.
+/// Tells programs that a screen reader is listening.
 class StatusFace final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.a11y.Status")
@@ -111,7 +111,7 @@ public:
     bool isOn() const { return true; }
 };
 
-/// Where programs register.
+/// The object that programs register with.
 class Registry final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.a11y.atspi.Socket")
@@ -130,7 +130,7 @@ private:
     ScreenReader* const m_reader;
 };
 
-/// Where programs ask what they are to tell of.
+/// The object that programs ask which events they should send.
 class EventRegistry final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.a11y.atspi.Registry")
@@ -145,7 +145,7 @@ public:
 
 // NOLINTEND(readability-identifier-naming)
 
-/// Where programs ask for each key whether the reader takes it. It takes none.
+/// The object that programs ask, for each key, whether the reader takes it. It takes none.
 class KeyListeners final : public QDBusVirtualObject {
 public:
     using QDBusVirtualObject::QDBusVirtualObject;
@@ -166,7 +166,7 @@ bool hasState(const QList<uint>& states, unsigned number) {
 
 } // namespace
 
-/// One reading of the whole tree: `found` keeps the order of the tree while answers come in any order.
+/// One reading of the whole tree. `found` keeps the order of the tree, although answers come in any order.
 struct ScreenReader::Walk {
     struct Node {
         ScreenElement element;

@@ -14,22 +14,22 @@
 
 namespace orvanel::standin {
 
-/// One thing in a window, as the program tells it to people who cannot see it.
+/// One thing in a window, as the program describes it to people who cannot see it.
 struct ScreenElement {
     QString path;
     QString name;
-    /// Such as "push button", "label", "text".
+    /// For example "push button", "label" or "text".
     QString role;
-    /// What can be read in it, where it has text of its own (that of a log, say).
+    /// The text in it, if it has one of its own, such as that of a log.
     QString text;
     bool enabled = false;
-    /// False for what is there but hidden.
+    /// False if it exists but is hidden.
     bool showing = false;
 };
 
-/// Reads the windows of one program and presses its buttons as a screen reader does (AT-SPI 2): it plays the
-/// accessibility bus and its registry on the given bus. The program that registers last, other than this
-/// process itself, is the one it reads.
+/// Reads the windows of one program and presses its buttons, as a screen reader does (AT-SPI 2). It plays the
+/// accessibility bus and its registry on the given bus, and reads the program that registers last, other than this
+/// process itself.
 class ScreenReader final : public QObject {
     Q_OBJECT
 
@@ -37,27 +37,27 @@ public:
     explicit ScreenReader(QDBusConnection bus, QObject* parent = nullptr);
     ~ScreenReader() override;
 
-    /// Takes the names on the bus, before the program starts. False when there is another accessibility bus.
+    /// Takes the names on the bus. Call it before the program starts. False if there is another accessibility bus.
     [[nodiscard]] bool open(const QString& busAddress);
 
-    /// Starts to read everything anew, unless that is under way.
+    /// Starts to read everything again, unless that is under way.
     void refresh();
     /// Makes elements() empty until everything has been read once more.
     void forget();
-    /// What the last complete reading found, in reading order as far as the program has one.
+    /// What the last complete reading found, in the reading order that the program gives.
     QList<ScreenElement> elements() const { return m_elements; }
-    /// The first one that shows and has this name and role.
+    /// The first visible element with this role and name.
     std::optional<ScreenElement> find(const QString& role, const QString& name) const;
-    /// Whether a name or a text that shows contains `words`.
+    /// Whether a visible name or text contains `words`.
     bool reads(const QString& words) const;
 
-    /// How often a program has told that this came into view.
+    /// How often a program has announced that this element came into view.
     int timesShown(const ScreenElement& element) const { return m_timesShown.value(element.path); }
 
-    /// The element's first action, such as pressing a button.
+    /// Does the element's first action, such as pressing a button.
     void press(const ScreenElement& element);
 
-    /// For the bus.
+    /// Called by the objects on the bus.
     void takeProgram(const QString& service);
 
 Q_SIGNALS:

@@ -14,7 +14,7 @@ const QString watcherName = u"org.kde.StatusNotifierWatcher"_s;
 const QString watcherPath = u"/StatusNotifierWatcher"_s;
 const QString usualItemPath = u"/StatusNotifierItem"_s;
 
-/// The face of the status area on the bus.
+/// The status area's object on the bus.
 class Watcher final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")

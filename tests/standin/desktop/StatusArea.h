@@ -17,9 +17,9 @@ public:
     explicit StatusArea(QDBusConnection bus, QObject* parent = nullptr);
     ~StatusArea() override;
 
-    /// Takes the watcher's name on the bus; false when another desktop has it.
+    /// Takes the watcher's name on the bus; false if another desktop has it.
     [[nodiscard]] bool open();
-    /// Leaves the bus, as a panel does that crashed; open() makes programs register again.
+    /// Leaves the bus, as a panel that crashes does; open() makes programs register again.
     void close();
 
     /// The items, in the order in which they registered.
@@ -27,16 +27,17 @@ public:
     /// The first item, or nullptr.
     TrayItem* item() const { return m_items.empty() ? nullptr : m_items.front().get(); }
 
-    /// For the bus: `name` is the service (its object then lies at the usual path), or the object's path on `sender`.
+    /// Called by the object on the bus. `name` is the service, whose object is then at the usual path, or the object's
+    /// path on `sender`.
     void registerItem(const QString& name, const QString& sender);
     QStringList registeredItems() const;
 
-    /// Whether somebody shows the items; from the start, unless told otherwise.
+    /// Whether a panel shows the items; true unless set otherwise.
     bool hasHost() const { return m_hasHost; }
     void setHasHost(bool hasHost);
 
 Q_SIGNALS:
-    /// An item came, went or shows something else.
+    /// An item came, went or changed.
     void changed();
 
 private:

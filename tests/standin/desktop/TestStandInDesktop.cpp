@@ -28,7 +28,7 @@ QVariantList notifyArguments(const QString& summary, uint replaces = 0) {
     return {u"Test"_s, replaces, QString(), summary, u"Body"_s, QStringList(), QVariantMap(), -1};
 }
 
-/// What a program on the bus gets; the server answers on this thread meanwhile.
+/// What a program on the bus gets. The server answers on this thread meanwhile.
 QVariantList answerOf(QDBusConnection bus, const QDBusMessage& call) {
     const QDBusPendingCall pending = bus.asyncCall(call);
     if (!waitUntil([&] { return pending.isFinished(); }) || pending.isError()) {

@@ -17,7 +17,7 @@ namespace {
 
 const QString itemInterface = u"org.kde.StatusNotifierItem"_s;
 
-/// "(iiay)": width, height, and the pixels as ARGB32 in network byte order.
+/// The D-Bus type "(iiay)": width, height, and the pixels as ARGB32 in network byte order.
 QImage readPixmap(const QDBusArgument& argument) {
     int width = 0;
     int height = 0;
@@ -47,7 +47,7 @@ QList<QImage> readPixmaps(const QDBusArgument& argument) {
     return images;
 }
 
-/// "(sa(iiay)ss)": icon name, icon, title, text. Programs put their line into either of the last two.
+/// The D-Bus type "(sa(iiay)ss)": icon name, icon, title, text. Programs put their line into either of the last two.
 QString readToolTip(const QDBusArgument& argument) {
     QString iconName;
     QString title;

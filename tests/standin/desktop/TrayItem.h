@@ -20,16 +20,16 @@ public:
     QString status() const { return m_status; }
     /// All sizes that the program offers.
     QList<QImage> icons() const { return m_icons; }
-    /// The smallest icon that has at least `size` pixels a side, else the largest; null without any.
+    /// The smallest icon with sides of at least `size` pixels, or else the largest; null if there is none.
     QImage icon(int size) const;
     TrayMenu& menu() { return m_menu; }
     const TrayMenu& menu() const { return m_menu; }
 
-    /// A left click on the icon, for programs that do more than show their menu.
+    /// Clicks the icon with the left button, for programs that do more than show their menu.
     void activate();
 
 Q_SIGNALS:
-    /// Something of the above, or the menu, is different now.
+    /// One of the values above, or the menu, has changed.
     void changed();
 
 private:

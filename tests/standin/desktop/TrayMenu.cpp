@@ -18,7 +18,7 @@ namespace {
 
 const QString menuInterface = u"com.canonical.dbusmenu"_s;
 
-/// In labels "__" stands for an underscore and a single "_" marks the mnemonic.
+/// In labels, "__" stands for an underscore, and a single "_" marks the mnemonic.
 QString withoutMnemonic(const QString& label) {
     QString text;
     for (qsizetype i = 0; i < label.size(); ++i) {
@@ -30,7 +30,7 @@ QString withoutMnemonic(const QString& label) {
     return text;
 }
 
-/// "aas": alternatives, each a list of keys; the first one counts.
+/// The D-Bus type "aas": alternatives, each a list of keys. The first one counts.
 QString shortcutOf(const QVariant& value) {
     if (!value.canConvert<QDBusArgument>()) {
         return {};

@@ -17,7 +17,7 @@ struct MenuEntry {
     QString text;
     bool enabled = true;
     bool separator = false;
-    /// Such as "Ctrl+Q"; empty without one.
+    /// For example "Ctrl+Q"; empty if there is none.
     QString shortcut;
 
     bool operator==(const MenuEntry&) const = default;
@@ -30,19 +30,19 @@ class TrayMenu final : public QObject {
 public:
     TrayMenu(QDBusConnection bus, QString service, QObject* parent = nullptr);
 
-    /// Where the item says that its menu is; empty while unknown.
+    /// Sets the path that the item gives for its menu; empty while unknown.
     void setPath(const QString& path);
 
-    /// The visible entries, in order, as the program told them last.
+    /// The visible entries in order, as last told by the program.
     QList<MenuEntry> entries() const { return m_entries; }
-    /// The first entry of that text, or none.
+    /// The first entry with that text, or none.
     std::optional<MenuEntry> find(const QString& text) const;
     bool isOpen() const { return m_open; }
 
-    /// Asks the program what it has to show, as a click on the icon does; changed() tells when it has answered.
+    /// Asks the program for its entries, as a click on the icon does; changed() follows when it has answered.
     void open();
     void close();
-    /// Chooses an entry and closes the menu. A disabled entry cannot be chosen: false.
+    /// Chooses an entry and closes the menu. Returns false for a disabled entry, which cannot be chosen.
     bool press(int id);
 
 Q_SIGNALS:

@@ -1,5 +1,5 @@
-// A small program with a status icon and a window, for the test of the stand-in desktop: `standin-tray-program`, on the
-// xcb platform.
+// A small program with a status icon and a window, for the test of the stand-in desktop. Run it on the xcb platform:
+// `standin-tray-program`.
 
 #include <QApplication>
 #include <QLabel>

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel::standin {
 
 VirtualDisplay::VirtualDisplay(QSize size) {
-    // A test that crashes takes its display along.
+    // If the test crashes, its display ends too.
     m_server.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     m_server.setStandardErrorFile(QProcess::nullDevice());
     const QString screen = u"%1x%2x24"_s.arg(size.width()).arg(size.height());

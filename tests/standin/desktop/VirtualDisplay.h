@@ -6,16 +6,16 @@
 
 namespace orvanel::standin {
 
-/// An X server that shows nothing to anybody (Xvfb), with a number that was free. Ends with the object.
+/// An X server whose screen nobody sees (Xvfb), with a number that was free. Ends with the object.
 class VirtualDisplay {
 public:
-    /// `size`: of its screen, in pixels.
+    /// `size` is that of its screen, in pixels.
     explicit VirtualDisplay(QSize size = {1280, 800});
     ~VirtualDisplay();
     VirtualDisplay(const VirtualDisplay&) = delete;
     VirtualDisplay& operator=(const VirtualDisplay&) = delete;
 
-    /// For the variable DISPLAY, such as ":1".
+    /// The value for the variable DISPLAY, such as ":1".
     QString name() const { return m_name; }
 
 private:

@@ -27,7 +27,7 @@ WaylandDisplay::WaylandDisplay(int scale) {
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.insert(folderVariable, m_folder.path());
     m_server.setProcessEnvironment(environment);
-    // A test that crashes takes its display along.
+    // If the test crashes, its display ends too.
     m_server.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     m_server.setStandardOutputFile(QProcess::nullDevice());
     m_server.setStandardErrorFile(QProcess::nullDevice());

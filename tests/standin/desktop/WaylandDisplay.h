@@ -6,19 +6,19 @@
 
 namespace orvanel::standin {
 
-/// A Wayland compositor that shows nothing to anybody (weston without a screen). Ends with the object.
+/// A Wayland compositor whose screen nobody sees (weston without an output device). Ends with the object.
 class WaylandDisplay {
 public:
-    /// Whether there is one on this machine.
+    /// Whether weston is installed on this computer.
     static bool isInstalled();
 
-    /// `scale`: how many pixels of the screen stand for one.
+    /// `scale` is the number of screen pixels for each logical pixel.
     explicit WaylandDisplay(int scale = 1);
     ~WaylandDisplay();
     WaylandDisplay(const WaylandDisplay&) = delete;
     WaylandDisplay& operator=(const WaylandDisplay&) = delete;
 
-    /// Makes a program show itself there.
+    /// Makes a program use this display.
     void addTo(QProcessEnvironment& environment) const;
 
 private:

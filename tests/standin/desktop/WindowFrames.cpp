@@ -76,7 +76,7 @@ void WindowFrame::paintEvent(QPaintEvent* /*event*/) {
     m_look.paintBackground(painter, screen()->geometry());
     m_look.paintShadow(painter, geometry());
     painter.resetTransform();
-    // The lower corners belong to the window, which is not round.
+    // The lower corners belong to the window, whose corners are not round.
     painter.fillRect(rect().adjusted(0, titleHeight, 0, 0), m_look.border);
     painter.setClipRect(QRect(0, 0, width(), titleHeight));
     m_look.paintCard(painter, rect());
@@ -244,7 +244,7 @@ QRect WindowFrames::placeFor(const QSize& size, quint32 transientFor) const {
 
 void WindowFrames::configure(const xcb_configure_request_event_t& request) {
     WindowFrame* frame = frameOf(request.window);
-    // A framed window chooses its size; its place is ours.
+    // A window chooses its own size; the frame chooses its place.
     const uint32_t free =
         frame
             ? uint32_t{XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT}

@@ -39,8 +39,8 @@ private:
     QString m_title;
 };
 
-/// The smallest window manager that makes a picture look like a desktop: gives windows a place, a title bar, the focus.
-/// Needs the xcb platform, and to be the only window manager on its display.
+/// A window manager that does just enough for a picture to look like a desktop: it gives windows a place, a title bar
+/// and the focus. Needs the xcb platform, and must be the only window manager on its display.
 class WindowFrames final : public QObject, public QAbstractNativeEventFilter {
     Q_OBJECT
 
@@ -57,7 +57,7 @@ public:
     bool nativeEventFilter(const QByteArray& kind, void* message, qintptr* result) override;
 
 Q_SIGNALS:
-    /// A window came, went, moved or has another title.
+    /// A window came, went, moved or changed its title.
     void changed();
 
 private:
