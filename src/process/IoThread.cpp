@@ -50,8 +50,8 @@ void Mailbox::post(std::function<void()> action) {
 }
 
 std::vector<std::function<void()>> Mailbox::takeAll() {
-    // Reset before the actions are taken: an action that is posted in between then wakes the reader once too often.
-    // The other way round it might not wake it at all.
+    // The counter is reset before the actions are taken, so an action posted in between wakes the reader once too
+    // often. In the opposite order, it might not wake the reader at all.
     eventfd_t wakes = 0;
     ::eventfd_read(m_wake.get(), &wakes);
     const std::lock_guard lock(m_mutex);

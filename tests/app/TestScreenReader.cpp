@@ -17,7 +17,7 @@ const auto button = u"push button"_s;
 
 const auto keepsRestarting = u"Uptime Kuma keeps restarting. Open the logs to see why."_s;
 
-/// The program on a display, and somebody who does not see it. Without a tray its window opens by itself.
+/// The program on a display, and a user who cannot see it. Without a status area, its window opens by itself.
 struct Desktop {
     Desktop()
         : reader(program.bus.connect()) {

@@ -41,7 +41,7 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    /// The next request up to its empty line; none when the client is gone or silent for too long.
+    /// The next request up to its empty line; none if the client has gone or is silent for too long.
     std::optional<std::string> readHead() {
         std::size_t end = std::string::npos;
         while ((end = m_unread.find("\r\n\r\n")) == std::string::npos) {
@@ -64,7 +64,7 @@ public:
         return true;
     }
 
-    /// Byte by byte when `pause` is set. False when the client has gone.
+    /// Sends byte by byte if `pause` is set. Returns false if the client has gone.
     bool send(std::string_view bytes, int pause = 0) {
         while (!bytes.empty()) {
             const std::size_t piece = pause > 0 ? 1 : bytes.size();
@@ -80,13 +80,13 @@ public:
         return true;
     }
 
-    /// False as soon as the client hangs up; -1 waits for just that.
+    /// Waits, for ever if `ms` is -1. Returns false as soon as the client hangs up.
     bool waitWhileConnected(int ms) const {
         pollfd state{m_socket, POLLRDHUP, 0};
         return ::poll(&state, 1, ms) == 0;
     }
 
-    /// Ends with a reset instead of a goodbye.
+    /// Closes the connection with a reset.
     void reset() {
         const linger now{1, 0};
         ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &now, sizeof now);
@@ -163,7 +163,7 @@ const char* reason(int status) {
     }
 }
 
-/// What goes over the wire when a path has no rule is an empty rule's answer.
+/// What is sent to the client. A path without a rule is answered as if its rule were empty.
 struct Reply {
     const Rule& rule;
     Answer answer;
@@ -192,7 +192,7 @@ struct Reply {
         return text + "\r\n";
     }
 
-    /// The piece of the body that starts at `offset`.
+    /// The part of the body that starts at `offset`.
     std::string piece(std::uint64_t offset, std::uint64_t end) const {
         const std::uint64_t count = std::min<std::uint64_t>(pieceSize, end - offset);
         if (rule.size || rule.endless) {
@@ -211,7 +211,7 @@ std::string framed(const std::string& piece, Rule::Framing framing) {
     return size + piece + "\r\n";
 }
 
-/// False when the connection is over.
+/// Returns false if the connection is over.
 bool sendBody(Client& client, const Reply& reply) {
     const Rule& rule = reply.rule;
     const std::uint64_t whole = rule.endless ? UINT64_MAX : reply.size();
@@ -266,7 +266,7 @@ Answer answerOf(const Server& server, const Rule& rule, const Request& request, 
     return answer;
 }
 
-/// False when the connection is over.
+/// Returns false if the connection is over.
 bool obey(Client& client, const Server& server, const Rule& rule, const Request& request, const std::string& path) {
     if (rule.delay > 0 && !client.waitWhileConnected(rule.delay)) {
         return false;

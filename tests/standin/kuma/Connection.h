@@ -20,12 +20,12 @@ struct Server {
     std::map<std::string, int> used;
 
     Script script() const { return readScript(folder / "kuma-script"); }
-    /// The first rule for the path that is not used up, and counts its use.
+    /// Finds the first rule for the path that is not used up, and counts its use.
     const Rule* take(const Script& script, const std::string& path);
     bool isReady(const Script& script);
 };
 
-/// Answers the requests of one client, until either side has had enough, and closes `socket`.
+/// Answers the requests of one client until one of them closes the connection, and closes `socket`.
 void serve(Server& server, int socket);
 
 } // namespace kuma

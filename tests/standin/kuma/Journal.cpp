@@ -10,7 +10,7 @@
 namespace kuma {
 namespace {
 
-/// In one write, so that lines of several threads never mix.
+/// Writes the line in one call, so that lines of several threads never mix.
 void writeLine(int fd, const std::string& line) {
     const std::string whole = line + '\n';
     if (fd >= 0) {

@@ -5,11 +5,11 @@
 
 namespace kuma {
 
-/// One line of the request log: method, path, Host, "close" or "keep-alive", then all header lines joined by " | ",
-/// separated by tabs.
+/// Writes one line of the request log: method, path, Host, "close" or "keep-alive", and all header lines joined by " |
+/// ", separated by tabs.
 void logRequest(const std::filesystem::path& folder, const std::string& line);
 
-/// Lines on standard output and standard error as the real server writes them, colours included.
+/// Write lines to standard output and standard error as the real server does, colours included.
 void logInfo(const std::string& module, const std::string& text);
 void logWarning(const std::string& module, const std::string& text);
 

@@ -55,7 +55,7 @@ void KumaServer::heartbeat(const QString& slug, const QByteArray& json) const {
 void KumaServer::file(const QString& name, const QByteArray& content) const {
     const QString path = m_folder.filePath(name);
     QDir().mkpath(QFileInfo(path).path());
-    // The server may be reading it just now: it sees the old text or the new one.
+    // The server may be reading the file at this moment; it must find either the old text or the new one.
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
         qFatal("could not write %s", qPrintable(path));

@@ -7,12 +7,12 @@
 
 namespace orvanel::test {
 
-/// The stand-in Uptime Kuma server on a free port of 127.0.0.1, with a throw-away state folder. Ends with its object.
+/// The stand-in Uptime Kuma server on a free port of 127.0.0.1, with a throw-away state folder. Ends with the object.
 class KumaServer {
 public:
     struct Request {
         QString method;
-        /// As it came over the wire, query included.
+        /// The path as it was sent, including the query.
         QString path;
         QString host;
         /// Whether the client asked for the connection to be closed.
@@ -21,13 +21,13 @@ public:
         QString headers;
     };
 
-    /// Returns when the server listens. `script` is as described in main.cpp, there from the start.
+    /// Returns when the server listens. main.cpp describes `script`, which is there from the start.
     explicit KumaServer(const QByteArray& script = {});
     ~KumaServer();
     KumaServer(const KumaServer&) = delete;
     KumaServer& operator=(const KumaServer&) = delete;
 
-    /// The program itself, for those who start it in other ways.
+    /// The path of the program, for tests that start it in other ways.
     static QString program();
 
     int port() const { return m_port; }
@@ -35,20 +35,20 @@ public:
     qint64 processId() const { return m_process.processId(); }
     QString folder() const { return m_folder.path(); }
 
-    /// Replaces the script; counts from the next request. Empty: a healthy server.
+    /// Replaces the script, from the next request on. An empty script makes a healthy server.
     void script(const QByteArray& text) const;
-    /// What the status page `slug`, and its heartbeats, answer.
+    /// Sets the answers for the status page `slug` and for its heartbeats.
     void page(const QString& slug, const QByteArray& json) const;
     void heartbeat(const QString& slug, const QByteArray& json) const;
-    /// Any file of the state folder.
+    /// Writes any file of the state folder.
     void file(const QString& name, const QByteArray& content) const;
 
-    /// Those received so far, in the order of arrival.
+    /// The requests so far, in the order of arrival.
     QList<Request> requests() const;
-    /// What it wrote to its standard output and standard error.
+    /// What the server wrote to its standard output and standard error.
     QByteArray output();
 
-    /// Ends it with SIGTERM and returns its exit code; -1 when it had to be killed or crashed.
+    /// Ends the server with SIGTERM and returns its exit code; -1 if it had to be killed or crashed.
     int stop();
 
 private:

@@ -9,7 +9,7 @@
 
 namespace kuma {
 
-/// How one path answers.
+/// How the server answers requests for one path.
 struct Rule {
     std::string line;
     std::string pattern;
@@ -43,7 +43,7 @@ struct Rule {
     bool matches(std::string_view path) const;
 };
 
-/// What the script file says; the defaults are a healthy server.
+/// The content of the script file; the defaults are a healthy server.
 struct Script {
     std::vector<Rule> rules;
     int notReadyRequests = 0;
@@ -55,12 +55,13 @@ struct Script {
     int termDelayMs = 0;
 };
 
-/// A missing file reads as an empty script; a line that cannot be understood ends the program with a message.
+/// Reads the script. A missing file counts as an empty script; a line that cannot be understood ends the program with a
+/// message.
 Script readScript(const std::filesystem::path& file);
 
 std::string readFile(const std::filesystem::path& file);
 
-/// %XX become bytes; none when a % is not followed by two hexadecimal digits.
+/// Replaces each %XX with its byte; none if a % is not followed by two hexadecimal digits.
 std::optional<std::string> percentDecoded(std::string_view text);
 
 } // namespace kuma

@@ -16,7 +16,8 @@ Answer webApp(int status = 200) {
     return {status, html, "<!DOCTYPE html><html><head><title>Uptime Kuma</title></head><body></body></html>\n", {}};
 }
 
-/// The file of a page, or nothing; the real server lower-cases slugs too, and its slugs are letters, digits and dashes.
+/// The file of a page, or nothing. Like the real server, this lower-cases slugs and accepts letters, digits and dashes
+/// only.
 std::string pageFile(const std::filesystem::path& folder, const std::string& kind, std::string slug) {
     const auto lower = [](unsigned char c) { return static_cast<char>(std::tolower(c)); };
     std::transform(slug.begin(), slug.end(), slug.begin(), lower);
@@ -27,7 +28,7 @@ std::string pageFile(const std::filesystem::path& folder, const std::string& kin
     return readFile(folder / kind / (slug + ".json"));
 }
 
-/// `rest` is what follows /api/status-page/ in the path.
+/// `rest` is the part of the path after /api/status-page/.
 Answer statusPage(const std::filesystem::path& folder, const std::string& rest) {
     const std::string heartbeat = "heartbeat/";
     const bool wantsBeats = rest.starts_with(heartbeat);

@@ -12,7 +12,7 @@ struct Answer {
     std::string location;
 };
 
-/// What a healthy server, set up and with a user, answers to a request. `path` is as it came, without the query.
+/// The answer of a healthy server that is set up and has a user. `path` is the path as sent, without the query.
 Answer healthyAnswer(const std::filesystem::path& folder, const std::string& method, const std::string& path);
 
 } // namespace kuma

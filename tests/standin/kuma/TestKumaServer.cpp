@@ -11,7 +11,7 @@ using namespace orvanel::test;
 
 namespace {
 
-/// One connection to the server, and all that came back over it.
+/// One connection to the server, and everything received over it.
 class Browser {
 public:
     explicit Browser(const KumaServer& server) {
@@ -21,7 +21,7 @@ public:
     void send(const QByteArray& bytes) { m_socket.write(bytes); }
     void get(const QByteArray& path) { send("GET " + path + " HTTP/1.1\r\nHost: x\r\n\r\n"); }
 
-    /// False when these bytes do not come in time.
+    /// Returns false if these bytes do not arrive in time.
     bool sees(const QByteArray& expected) {
         return waitUntil([&] {
             m_received += m_socket.readAll();

@@ -1,34 +1,35 @@
 // A stand-in for the Uptime Kuma server: `standin-kuma [--address A] [--port N] [--state FOLDER]`.
 //
-// It answers as the real one does (see Site.cpp): / leads to /dashboard, and the two status page addresses answer with
-// FOLDER/pages/SLUG.json and FOLDER/heartbeats/SLUG.json. It can be process 1 of a container that holds nothing else.
-// It listens on 0.0.0.0:3001 and keeps its state in /app/data unless told otherwise. With port 0 it takes a free
-// port; the port it listens on is written to FOLDER/kuma-port. Each request is a line of FOLDER/kuma-requests.log
-// (see Journal.h).
+// It answers as the real server does (see Site.cpp): / leads to /dashboard, and the two addresses of a status page
+// answer with FOLDER/pages/SLUG.json and FOLDER/heartbeats/SLUG.json. It can be process 1 of a container that contains
+// nothing else. By default it listens on 0.0.0.0:3001 and keeps its state in /app/data. With port 0 it chooses a free
+// port. The port is written to FOLDER/kuma-port, and each request to a line of FOLDER/kuma-requests.log (see
+// Journal.h).
 //
-// Its moods come from FOLDER/kuma-script, read again at every request; without that file it is healthy. Words are
-// separated by blanks; in a value, %XX stands for a byte; a line that starts with # says nothing.
+// FOLDER/kuma-script, which is read again at every request, says how it behaves; without that file it is healthy. Words
+// are separated by blanks; in a value, %XX stands for a byte; a line that starts with # is a comment.
 //
-//   not-ready requests=N ms=N   the first N requests, and all within N ms of the start, are closed without a byte
-//   exit code=N after=MS        ends by itself, MS after the start (a container that crashes again and again)
-//   term ignore                 SIGTERM and SIGINT do nothing; otherwise they end the program at once
-//   term code=N delay=MS        … with this exit code (0), this much later (0)
-//   path PATTERN OPTION...      how a path answers, its query aside; PATTERN may end in *; the first line that fits
-//   counts
+//   not-ready requests=N ms=N   close the first N requests, and all within N ms of the start, without sending a byte
+//   exit code=N after=MS        end by itself, MS after the start (as a container that crashes again and again)
+//   term ignore                 ignore SIGTERM and SIGINT, which otherwise end the program at once
+//   term code=N delay=MS        … with this exit code (0), after this time (0)
+//   path PATTERN OPTION...      how a path answers, without its query. PATTERN may end in *. The first line that
+//   matches
+//                               counts
 //
-// Options of a path; what is not said stays as on the healthy server:
-//   times=N                     only the first N times, then the line no longer fits
+// Options of a path; what they do not say is as on the healthy server:
+//   times=N                     matches only the first N times
 //   status=N  type=T  header=NAME:VALUE  redirect=ADDRESS
-//   body=FILE  text=T           the body, from a file in FOLDER or as it stands (status 200, JSON)
-//   size=N  fill=C  endless     a body of N bytes (K, M, G are understood), or without end, all the same character
-//   chunked  until-close        how the body's end is told; otherwise by its length
-//   length=N  cut=N             says this length whatever the body; closes after N bytes of the body
+//   body=FILE  text=T           the body, from a file in FOLDER or given here (status 200, JSON)
+//   size=N  fill=C  endless     a body of N bytes (or K, M, G), or without end, made of one character
+//   chunked  until-close        how the end of the body is marked; otherwise by its length
+//   length=N  cut=N             claims this length whatever the body; closes after N bytes of the body
 //   delay=MS                    waits before the answer
-//   drip=MS  drip-body=MS       sends byte by byte, with this pause: everything, or the body
-//   stall  stall-after=N        never answers; goes silent after N bytes of the body (0: after the headers)
-//   close  reset                takes the request, then closes without a byte, or resets
-//   garbage  raw=T              something that is not HTTP; these bytes; then closes
-//   endless-head                headers without end
+//   drip=MS  drip-body=MS       sends everything, or the body, byte by byte with this pause
+//   stall  stall-after=N        never answers; sends nothing more after N bytes of the body (0: after the headers)
+//   close  reset                takes the request, then closes without sending a byte, or resets the connection
+//   garbage  raw=T              sends something that is not HTTP, or these bytes; then closes
+//   endless-head                sends headers without end
 
 #include "Connection.h"
 #include "Journal.h"
@@ -82,7 +83,7 @@ Options optionsOf(int count, char** arguments) {
     std::exit(1);
 }
 
-/// As a Node server does, it may listen again at once after it ended.
+/// Like a Node server, it may listen on the same port again as soon as it has ended.
 int listenOn(const Options& options) {
     const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int on = 1;
@@ -108,14 +109,15 @@ int portOf(int listener) {
     return ntohs(address.sin_port);
 }
 
-/// Under another name first, so that no reader sees half a number.
+/// Writes the file under another name and renames it, so that nobody reads half a number.
 void writePort(const std::filesystem::path& folder, int port) {
     std::ofstream(folder / "kuma-port.new") << port << '\n';
     std::error_code ignored;
     std::filesystem::rename(folder / "kuma-port.new", folder / "kuma-port", ignored);
 }
 
-/// Process 1 has no default for these signals, so they are handled here. The byte wakes the main loop.
+/// The kernel gives process 1 no default action for these signals, so they are handled here. The byte wakes the main
+/// loop.
 void onSignal(int) {
     const char byte = 0;
     (void)!::write(signalPipe[1], &byte, 1);
@@ -164,7 +166,7 @@ void accept(kuma::Server& server, int listener) {
     }).detach();
 }
 
-/// Until the script's own end of the program; for ever when it names none.
+/// The time until the script ends the program; for ever if it does not.
 int waitMs(const kuma::Server& server, const kuma::Script& script) {
     if (!script.exitCode) {
         return -1;

@@ -13,34 +13,34 @@ using Arguments = std::vector<std::string>;
 
 enum class Stream { out, err };
 
-/// Something a tool writes, `before` after the piece before it.
+/// A piece of a tool's output, written `before` after the previous piece.
 struct Piece {
     std::chrono::milliseconds before{0};
     Stream stream = Stream::out;
     std::string text;
 };
 
-/// What a SIGTERM makes of a command that is still running.
+/// What a SIGTERM does to a command that is still running.
 struct OnTerm {
     int exitCode = 143;
     std::string err{};
     bool ignored = false;
-    /// The daemon goes on with it, though nobody waits for the answer any more.
+    /// The daemon finishes the work, although nobody waits for the answer any more.
     bool daemonCarriesOn = false;
 };
 
-/// What a tool says and does. A command that takes its time is a chain of these: each looks at the state of the moment
-/// when it is its turn, so that other commands may come in between.
+/// What a tool says and does. A command that takes time is a chain of these. Each looks at the state only when its turn
+/// comes, so that other commands can run in between.
 struct Answer {
     int exitCode = 0;
     std::vector<Piece> pieces{};
-    /// After the pieces it never ends by itself.
+    /// The command never ends by itself after the pieces.
     bool hangs = false;
-    /// After the pieces it waits until this process is gone.
+    /// The command waits after the pieces until this process has ended.
     ServerProcess waitFor{};
-    /// That of the first answer counts for the whole chain.
+    /// The OnTerm of the first answer counts for the whole chain.
     OnTerm onTerm{};
-    /// After all that, the next answer of the chain.
+    /// The next answer of the chain, after all of the above.
     std::function<Answer(DockerState&)> then{};
 
     Answer& say(Stream stream, std::string text, std::chrono::milliseconds before = {}) {
@@ -54,7 +54,7 @@ inline Answer failure(int exitCode, std::string err) {
     return answer.say(Stream::err, std::move(err));
 }
 
-/// A real duration at the pace of the state.
+/// Converts a duration of the real tools to the pace of the state.
 inline std::chrono::milliseconds paced(const DockerState& state, double milliseconds) {
     return std::chrono::milliseconds(static_cast<long long>(milliseconds * state.pace));
 }

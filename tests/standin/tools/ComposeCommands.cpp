@@ -14,7 +14,7 @@ namespace {
 
 constexpr double overhead = 150; // ms that any compose command takes
 
-/// One command on one project, kept alive by the chain of its answers.
+/// One command on one project. The chain of its answers keeps it alive.
 struct Project {
     std::string name;
     ComposeFile file;
@@ -42,7 +42,7 @@ Answer cannotPullImage(const DockerState& state, const Shared& project) {
     return answer.say(Stream::err, "Error response from daemon: " + reason);
 }
 
-/// The download, and then `next`.
+/// Downloads the image, and then goes on with `next`.
 Answer download(const DockerState& state, const Shared& project, std::function<Answer(DockerState&)> next) {
     const auto id = engine::inRegistry(state, project->file.image);
     Answer answer;

@@ -5,8 +5,8 @@
 
 namespace orvanel::standin {
 
-/// What the stand-in understands of a compose file: one service with a name, an image, one port on 127.0.0.1 and one
-/// folder mounted at /app/data.
+/// The part of a compose file that the stand-in understands: one service with a name, an image, one port on 127.0.0.1,
+/// and one folder mounted at /app/data.
 struct ComposeFile {
     std::string service;
     std::string containerName;
@@ -16,14 +16,15 @@ struct ComposeFile {
     std::string data; ///< absolute
 };
 
-/// Reads the text of the file at `path`. Throws std::runtime_error, in compose's words where it has some, for whatever
-/// is missing, out of range or unknown: the stand-in is stricter than compose, so that no mistake goes unnoticed.
+/// Reads the text of the file at `path`. Throws std::runtime_error for anything that is missing, out of range or
+/// unknown, in compose's words where compose has some. The stand-in is stricter than compose, so that no mistake goes
+/// unnoticed.
 ComposeFile composeFileFromText(const std::string& text, const std::string& path);
 
 /// The host's port in "127.0.0.1:PORT:3001"; throws like composeFileFromText().
 int portOfMapping(const std::string& mapping);
 
-/// Whether docker takes it for "NAME:TAG".
+/// Whether docker accepts the text as "NAME:TAG".
 bool isImageReference(const std::string& text);
 
 } // namespace orvanel::standin

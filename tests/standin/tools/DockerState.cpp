@@ -91,7 +91,7 @@ void readValue(const std::string& text, std::string& value) {
     value = unescaped(text);
 }
 
-/// Calls visit(key, field) for every single field: the one list that reading and writing share.
+/// Calls visit(key, field) for every single field. Reading and writing share this list.
 template <class State, class Visit>
 void fields(State& state, Visit visit) {
     visit("client", state.client);
@@ -191,7 +191,7 @@ void readImage(const std::string& text, std::map<std::string, std::string>& imag
     images[text.substr(0, blank)] = blank == std::string::npos ? std::string() : text.substr(blank + 1);
 }
 
-/// Lines that may come more than once; false when `key` is none of them.
+/// Reads a line that may occur more than once; false if `key` is not of that kind.
 bool readListLine(DockerState& state, const std::string& key, const std::string& value, bool& ownPullable) {
     if (key == "image") {
         readImage(value, state.images);

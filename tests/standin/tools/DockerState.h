@@ -7,7 +7,7 @@
 
 namespace orvanel::standin {
 
-/// The two generations of the docker tool whose words differ: 28.2.2 and 20.10.24.
+/// Two generations of the docker tool, whose words differ: 28.2.2 and 20.10.24.
 enum class Client { v28, v20 };
 
 enum class Daemon {
@@ -23,13 +23,13 @@ enum class Registry {
     silent,      ///< accepts and never answers: 15 s
 };
 
-/// Who else holds the port that the container wants.
+/// What else holds the port that the container wants.
 enum class PortHolder { nobody, process, container };
 
 enum class Owner {
     compose,
-    plain,   ///< made by `docker run`; compose takes it for a stranger
-    foreign, ///< not ours, only of the same name
+    plain,   ///< made by `docker run`; compose does not know it
+    foreign, ///< not ours, but of the same name
 };
 
 /// A process, told apart from a later one with the same number by its start time (field 22 of /proc/PID/stat).
@@ -50,7 +50,7 @@ struct Container {
     int port = 3001;
     std::string data{};
     std::string restartPolicy = "unless-stopped";
-    /// Asked to stop; the restart policy does not count any more.
+    /// A stop is under way, so the restart policy no longer counts.
     bool stopping = false;
     int restarts = 0;
     ServerProcess server{};
@@ -59,30 +59,30 @@ struct Container {
 };
 
 /// What a test prescribes for the next calls of one command ("inspect", "compose pull", "colima start" …; see
-/// commandName()). With an exit code or an output it replaces the answer and nothing happens; otherwise the command
-/// does its work, `delay` later.
+/// commandName()). An exit code or an output replaces the answer, and the command does nothing. Without them, the
+/// command does its work after `delay`.
 struct Override {
     std::string command{};
     std::optional<int> exitCode{};
     std::string out{};
     std::string err{};
-    int delay = 0; ///< milliseconds, before everything
+    int delay = 0; ///< in milliseconds, before anything else
     bool hangs = false;
     bool ignoresTerm = false;
-    int times = -1; ///< calls it is still good for; -1 = for ever
+    int times = -1; ///< how many more calls it is for; -1 = all
 
     bool operator==(const Override&) const = default;
 };
 
-/// All that the stand-in tools know about their world: a plain value.
+/// Everything that the stand-in tools know about their world: a plain value.
 ///
-/// As text (the file `standin-state`) it is one "KEY VALUE" a line, in any order, keys left out keeping the values
-/// below; see fields() in DockerState.cpp for the keys. `\\`, `\n`, `\r` and `\t` in values are escaped so. Three keys
-/// may come more than once:
+/// The file `standin-state` holds it as text: one "KEY VALUE" per line, in any order. A key that is left out has the
+/// value below; see fields() in DockerState.cpp for the keys. Values use the escapes `\\`, `\n`, `\r` and `\t`. Three
+/// keys may occur more than once:
 ///     image REFERENCE ID       an image that is present
 ///     pullable REFERENCE [ID]  an image that the registry has; REPOSITORY:* stands for any tag
 ///     override COMMAND<TAB>exit=1<TAB>out=…<TAB>err=…<TAB>delay=500<TAB>hangs=yes<TAB>ignores-term=yes<TAB>times=2
-/// There is a container when a line begins with "container.". Empty lines and lines that begin with # do not count.
+/// There is a container if a line begins with "container.". Empty lines and lines that begin with # are ignored.
 struct DockerState {
     Client client = Client::v28;
     Daemon daemon = Daemon::up;
@@ -90,9 +90,9 @@ struct DockerState {
     Registry registry = Registry::up;
     bool diskFull = false;
     PortHolder portHolder = PortHolder::nobody;
-    /// How long things take, as a part of what they take in reality: 1 a pull of 15 s, 0 no time at all.
+    /// How long things take, as a fraction of the real time: with 1, a pull takes 15 s; with 0, no time at all.
     double pace = 0;
-    /// Every so manieth look at the container finds it restarting; 0 = it runs well, 1 = always.
+    /// With N, every Nth look at the container finds it restarting; 0 means never.
     int crashLoop = 0;
     int looks = 0;
     /// Written to standard error before every answer of docker.
@@ -100,21 +100,21 @@ struct DockerState {
     /// Lines of the container's log, before those of the server.
     std::string log;
     bool network = false; ///< compose has made its network
-    /// Counts what has been made, for ids that are never the same.
+    /// The number of things made so far, so that each gets an id of its own.
     int made = 0;
 
-    /// The program that plays Uptime Kuma; none = a running container is only a word.
+    /// The program that plays Uptime Kuma; if empty, no program runs in a running container.
     std::string server;
-    /// Its folder; none = the container's data folder.
+    /// The program's folder; if empty, the container's data folder.
     std::string serverFolder;
 
-    /// What `brew install` brings, separated by blanks, and the folder it takes that from (none = where brew itself
-    /// is).
+    /// What `brew install` installs, separated by blanks, and the folder that it copies from (if empty, the folder of
+    /// brew itself).
     std::string brewBrings = "colima docker";
     std::string brewFolder;
-    /// How many more commands find the daemon down after `colima start`; -1 = it stays down.
+    /// How many commands after `colima start` still find the daemon down; -1 means that it stays down.
     int colimaDelay = 0;
-    /// Counts those down; -1 = the daemon is not on its way.
+    /// How many of those commands are left; -1 means that the daemon is not starting.
     int daemonUpAfter = -1;
 
     std::optional<Container> container;
@@ -130,11 +130,11 @@ std::string toText(const DockerState& state);
 /// Throws std::runtime_error with the number of the line that is wrong.
 DockerState stateFromText(const std::string& text);
 
-/// `text` with backslashes, line ends and tabs escaped, and back.
+/// Escape the backslashes, line ends and tabs of a text, and undo that.
 std::string escaped(const std::string& text);
 std::string unescaped(const std::string& text);
 
-/// A long hex number that is always the same for the same seed, such as an image id without its "sha256:".
+/// A long hexadecimal number, such as an image id without its "sha256:". The same seed gives the same number.
 std::string hexId(const std::string& seed);
 
 /// Puts the image into the state, as if it had been pulled.

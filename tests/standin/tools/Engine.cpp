@@ -98,7 +98,7 @@ void endStop(DockerState& state, const std::string& id, Host& host) {
         return;
     }
     Container& container = *state.container;
-    // A server that does not end on request is ended by force, as the daemon does it after its grace period.
+    // A server that does not end when asked is killed, as the daemon does after its grace period.
     if (container.server.pid != 0) {
         host.endServer(container.server, true);
     }

@@ -7,37 +7,37 @@
 #include <optional>
 #include <string>
 
-/// What the daemon does behind the commands.
+/// What the daemon does, whichever command asks for it.
 namespace orvanel::standin::engine {
 
-/// Notices what happened by itself since the last command: a server that died is started again where its restart policy
-/// says so.
+/// Does what the daemon has done by itself since the last command: starts a server that died again, if its restart
+/// policy says so.
 void catchUp(DockerState& state, Host& host);
 
-/// The container's state word at this look.
+/// Looks at the container, and returns its state word.
 std::string look(DockerState& state);
 
-/// Makes a container that is not started yet.
+/// Makes a container without starting it.
 void create(DockerState& state, Container container);
 
-/// Starts the container; the error of the daemon when it cannot, in which case a new one stays "created".
+/// Starts the container. Returns the daemon's error if it cannot; a new container then stays "created".
 std::optional<std::string> start(DockerState& state, Host& host);
 
-/// Begins to stop the container and says which process must be gone before it has stopped.
+/// Begins to stop the container, and returns the process that must end first.
 ServerProcess beginStop(DockerState& state, Host& host);
-/// Ends the stop of the container with that id, unless it went another way meanwhile.
+/// Ends the stop of the container with that id, unless something else has happened to it meanwhile.
 void endStop(DockerState& state, const std::string& id, Host& host);
 
 /// Removes the container, running or not, with its log.
 void remove(DockerState& state, Host& host);
 
-/// What the registry has under that name: an image id.
+/// The id of the image that the registry has under that name.
 std::optional<std::string> inRegistry(const DockerState& state, const std::string& reference);
 
-/// Whether that image would have to be downloaded now.
+/// Whether the image would have to be downloaded now.
 bool isNewer(const DockerState& state, const std::string& reference);
 
-/// How long a container takes to stop, in milliseconds at pace 1, when no server plays it.
+/// How long a container without a server process takes to stop, in milliseconds at pace 1.
 double stopTime(const DockerState& state);
 
 } // namespace orvanel::standin::engine

@@ -18,7 +18,7 @@ namespace orvanel::standin {
 using std::chrono::milliseconds;
 using namespace std::chrono_literals;
 
-/// Without processes: a running container is only a word.
+/// A host without processes: nothing runs in a running container.
 class InProcessDocker::World final : public Host {
 public:
     std::optional<std::string> readFile(const std::string& path) override {
@@ -47,7 +47,7 @@ public:
     std::function<void(const QString&)> m_install;
 };
 
-/// A call that runs. terminate() comes from any thread, all else is the runner's.
+/// A running call. terminate() may be called from any thread, everything else only from the runner's.
 class InProcessDocker::Child final : public RunningProcess {
 public:
     void terminate() override {
@@ -57,13 +57,13 @@ public:
             m_end.request_stop();
         }
     }
-    /// The run ends without the child, which ignores SIGTERM.
+    /// Ends the run without the child, which ignores SIGTERM.
     void giveUp() {
         m_isGivenUp = true;
         m_end.request_stop();
     }
     bool isGivenUp() const { return m_isGivenUp; }
-    /// Ends it whatever it thinks of SIGTERM.
+    /// Ends the child even if it ignores SIGTERM.
     void release() { m_end.request_stop(); }
     bool isEnded() const { return m_end.stop_requested(); }
     std::stop_token end() const { return m_end.get_token(); }
@@ -82,7 +82,7 @@ public:
         m_chunk += text;
     }
 
-    /// Hands over, as one chunk, what was written since the last time.
+    /// Passes on, as one chunk, what was written since the last time.
     void flush() {
         const QString chunk = QString::fromStdString(std::exchange(m_chunk, {}));
         m_result.output += chunk;
@@ -169,7 +169,7 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
                                                 std::shared_ptr<ProcessHandle> handle,
                                                 DockerCLI::OutputCallback onOutput) {
     const QString tool = path.section(u'/', -1);
-    // A real child never ends before its caller has had a turn of the event loop.
+    // A real child never ends before the next turn of its caller's event loop.
     const Event<> turn;
     const PostToThread post = postToThisThread();
     post([turn] { turn.complete(); });
@@ -205,7 +205,7 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
         child->m_result.status = -1;
     }
     child->m_result.cancelled = handle && handle->isCancelled();
-    // After this object's end the clock may be gone too.
+    // If this object no longer exists, the clock may not exist either.
     if (!shared->end.stop_requested()) {
         shared->calls[call].end = shared->clock->now();
         shared->calls[call].result = child->m_result;
@@ -213,7 +213,7 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
     co_return child->m_result;
 }
 
-/// As the real runner does it: see DockerCLI::run().
+/// Gives the child up as the real runner does: see DockerCLI::run().
 void InProcessDocker::giveUpLater(const std::shared_ptr<Shared>& shared, const std::weak_ptr<Child>& weakChild) {
     const auto child = weakChild.lock();
     if (!child || child->m_patience || child->isEnded() || shared->end.stop_requested()) {
@@ -226,7 +226,7 @@ void InProcessDocker::giveUpLater(const std::shared_ptr<Shared>& shared, const s
     });
 }
 
-/// The chain of answers, from the call to the exit code.
+/// Plays the chain of answers, from the call to the exit code.
 QCoro::Task<void> InProcessDocker::perform(std::shared_ptr<Shared> shared, std::shared_ptr<Child> child) {
     const milliseconds before = child->m_latencyLeft / 2;
     child->m_latencyLeft -= before;
@@ -260,7 +260,7 @@ QCoro::Task<void> InProcessDocker::perform(std::shared_ptr<Shared> shared, std::
     }
 }
 
-/// One answer; false when it was ended before its time.
+/// Plays one answer; returns false if it was ended early.
 QCoro::Task<bool> InProcessDocker::play(std::shared_ptr<Shared> shared, std::shared_ptr<Child> child, Answer answer) {
     for (const Piece& piece : answer.pieces) {
         if (piece.before > 0ms) {

@@ -15,40 +15,40 @@
 
 namespace orvanel::standin {
 
-/// Runs docker, brew and colima as DockerCLI::run does, but in this process and on a clock of the test's choice: the
-/// same answers as the stand-in executables, as fast and as repeatable as the test is. Lives on one thread, on which
-/// output callbacks come too. No server is started.
+/// Runs docker, brew and colima as DockerCLI::run does, but in this process and on a clock of the test's own. The
+/// answers are those of the stand-in executables, without their delays and the same each time. Lives on one thread,
+/// which also receives the output callbacks. No server is started.
 class InProcessDocker {
 public:
     struct Call {
         QString tool;
         QStringList arguments;
-        /// As commandName() gives it; empty for a call that the stand-in does not know.
+        /// The result of commandName(); empty for a call that the stand-in does not know.
         QString command;
         Clock::TimePoint start;
         std::optional<Clock::TimePoint> end;
         CommandResult result; ///< of a call that has ended
     };
 
-    /// How much longer than the answer's own times a call takes; half of it passes before the tool looks at the
-    /// state, half before it says its last words.
+    /// How much longer a call takes than its answer says. Half of this time passes before the tool looks at the state,
+    /// half before it prints its last words.
     using Latency = std::function<std::chrono::milliseconds(const QString& command)>;
 
     explicit InProcessDocker(Clock* clock, Latency latency = {});
-    /// Lets go of the calls that still run or hang: they end as if terminated, at the next turns of the event loop.
+    /// Ends the calls that still run or hang as if they were terminated, in the next turns of the event loop.
     ~InProcessDocker();
     InProcessDocker(const InProcessDocker&) = delete;
     InProcessDocker& operator=(const InProcessDocker&) = delete;
 
-    /// Tells the tool from the last part of the path, whether or not there is such a file; any other program cannot be
-    /// started. May be used longer than this object.
+    /// Recognises the tool by the last part of the path, whether or not the file exists. Other programs cannot be
+    /// started. The runner may outlive this object.
     RunCommand runner() const;
 
     DockerState& state();
     const std::vector<Call>& calls() const;
     int running() const;
 
-    /// Calls this for each tool that `brew install` brings.
+    /// `action` is called for each tool that `brew install` installs.
     void onInstall(std::function<void(const QString& tool)> action);
 
 private:

@@ -11,7 +11,7 @@
 namespace orvanel::standin {
 namespace {
 
-/// Why the daemon does nothing for this command, if so.
+/// The daemon's reason to refuse a command, if it has one.
 std::optional<std::string> refusal(const DockerState& state) {
     if (state.daemon == Daemon::down) {
         return words::cannotConnect();
@@ -49,7 +49,7 @@ Answer info(const DockerState& state) {
     return answer.say(Stream::err, "errors pretty printing info\n");
 }
 
-/// What is asked for, `part`, of the container that there is.
+/// Answers with `part` of the container, if there is one.
 Answer inspect(DockerState& state, const Arguments& arguments, const std::function<std::string()>& part) {
     Answer answer;
     const auto refused = refusal(state);
@@ -116,7 +116,7 @@ std::string lastLines(const std::string& text, std::size_t count) {
     return text.substr(at);
 }
 
-/// The server's warnings and errors come on the other stream.
+/// The server's warnings and errors go to the other stream.
 Answer logs(const DockerState& state, const std::string& count, Host& host) {
     if (!state.container) {
         return failure(1, words::noSuchContainer(state.client, "orvanel"));
@@ -135,7 +135,7 @@ std::string canonicalName(const std::string& reference) {
     return "registry.example/" + reference;
 }
 
-/// `docker pull`, and the pull of `docker run`, which says the same on standard error.
+/// Answers `docker pull`, and the pull of `docker run`, which prints the same to standard error.
 Answer pull(const DockerState& state, const std::string& reference, Stream stream,
             std::function<Answer(DockerState&)> next) {
     const std::size_t colon = reference.rfind(':');
@@ -176,7 +176,7 @@ struct RunOrder {
     std::string complaint;
 };
 
-/// Reads the arguments after "run"; the complaint of the tool when it would not take them.
+/// Reads the arguments after "run", and finds the tool's complaint if it would refuse them.
 RunOrder runOrder(Client client, const Arguments& arguments) {
     RunOrder order{.container = {.owner = Owner::plain, .restartPolicy = ""}, .complaint = ""};
     const std::string mountPoint = ":/app/data";

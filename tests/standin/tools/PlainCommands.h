@@ -7,7 +7,7 @@
 
 namespace orvanel::standin {
 
-/// The commands of docker itself, `name` being one of commandName(), with a daemon that is there or refuses.
+/// Answers docker's own commands, whatever state the daemon is in. `name` is a result of commandName().
 Answer answerPlain(const std::string& name, DockerState& state, const Arguments& arguments, Host& host);
 
 } // namespace orvanel::standin

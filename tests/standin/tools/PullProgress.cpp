@@ -53,7 +53,7 @@ std::string bar(const Layer& layer) {
     return text + "] " + std::string(done.size() < 8 ? 8 - done.size() : 0, ' ') + done + "/" + size(layer.megabytes);
 }
 
-/// Plays a download; calls line(layer, words, bar) for every line and pause() after each tick.
+/// Plays a download: calls line(layer, words, bar) for every line, and pause() after each tick.
 template <class Line, class Pause>
 void play(Line line, Pause pause) {
     Layers layers = someLayers;
@@ -92,7 +92,7 @@ void play(Line line, Pause pause) {
     }
 }
 
-/// `format(layer, words, isBar)` is the line's text, or nothing when this style has no such line.
+/// `format(layer, words, isBar)` returns the line's text, or nothing if this style has no such line.
 template <class Format>
 std::vector<Piece> progress(const DockerState& state, Stream stream, Format format) {
     std::vector<Piece> pieces;

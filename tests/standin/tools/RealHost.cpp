@@ -26,7 +26,7 @@ struct ProcessStatus {
     unsigned long long started = 0;
 };
 
-/// From /proc/PID/stat (proc(5)); the program's name in it may hold blanks and parentheses.
+/// Reads /proc/PID/stat (proc(5)). The program's name in it may contain blanks and parentheses.
 ProcessStatus statusOf(int pid) {
     std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
     std::string line;
@@ -46,15 +46,15 @@ ProcessStatus statusOf(int pid) {
     return status;
 }
 
-/// What the server's process does before it is the server. The parent has several threads in tests, so nothing here
-/// may allocate.
+/// What the new process does before it becomes the server. The parent has several threads in tests, so nothing here may
+/// allocate memory.
 [[noreturn]] void becomeServer(char* const* arguments, const char* logPath, int report) {
     const int log = open(logPath, O_WRONLY | O_CREAT | O_APPEND, 0644);
     const int null = open("/dev/null", O_RDONLY);
     dup2(null, STDIN_FILENO);
     dup2(log, STDOUT_FILENO);
     dup2(log, STDERR_FILENO);
-    // No pipe of the caller stays open in the server: who reads it would never see its end.
+    // The server must not keep a pipe of the caller open, because the pipe's reader would never see its end.
     const int kept = dup2(report, STDERR_FILENO + 1);
     fcntl(kept, F_SETFD, FD_CLOEXEC);
     close_range(static_cast<unsigned>(kept) + 1, ~0U, 0);
@@ -69,8 +69,8 @@ ProcessStatus statusOf(int pid) {
     _exit(127);
 }
 
-/// Two forks, so that the server is nobody's child; its number comes through the pipe, then the reason if it could not
-/// be started.
+/// Forks twice, so that the server is nobody's child. Its process id comes through the pipe, followed by the error if
+/// it could not be started.
 int spawnDetached(char* const* arguments, const char* logPath) {
     std::array<int, 2> report{};
     if (pipe2(report.data(), O_CLOEXEC) != 0) {
@@ -88,7 +88,8 @@ int spawnDetached(char* const* arguments, const char* logPath) {
     close(report[1]);
     int status = 0;
     waitpid(child, &status, 0);
-    // One word is the number of a server that runs; a second one, in either order, is why it does not.
+    // One word is the process id of a running server. A second word, in either order, is the reason why it does not
+    // run.
     std::array<int, 2> words{};
     std::size_t count = 0;
     while (count < words.size() && read(report[0], &words.at(count), sizeof(int)) == sizeof(int)) {
@@ -120,7 +121,7 @@ std::optional<std::string> RealHost::readFile(const std::string& path) {
 bool RealHost::isPortTaken(int port) {
     const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int yes = 1;
-    // As docker's own port proxy does it: a port that is only closing is free.
+    // As for docker's own port proxy, a port that is only in a closing state counts as free.
     setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -147,7 +148,7 @@ ServerProcess RealHost::startServer(const std::string& program, int port, const 
 
 bool RealHost::isAlive(const ServerProcess& server) {
     const ProcessStatus status = statusOf(server.pid);
-    // The first thread may be over before the others, which still hold the port.
+    // The first thread may end before the others, which still hold the port.
     const bool isOver = status.state == 'X' || (status.state == 'Z' && status.threads <= 1);
     return server.pid > 0 && status.started == server.started && !isOver;
 }

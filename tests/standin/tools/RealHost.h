@@ -9,7 +9,7 @@ namespace orvanel::standin {
 /// The host of the stand-in executables: real files, ports and processes.
 class RealHost final : public Host {
 public:
-    /// `stateFolder` takes the server's log; `toolFolder` is where the tool that runs lies.
+    /// The server's log is written to `stateFolder`; `toolFolder` holds the tool that runs.
     RealHost(std::string stateFolder, std::string toolFolder);
 
     std::optional<std::string> readFile(const std::string& path) override;

@@ -11,7 +11,7 @@
 namespace orvanel::standin {
 namespace {
 
-/// A call that the stand-in knows: "*" is any one argument, "…" any number of them.
+/// A call that the stand-in knows. "*" stands for any one argument, "…" for any number of them.
 struct Form {
     const char* tool;
     const char* name;

@@ -15,8 +15,8 @@ namespace orvanel::standin {
 /// that Orvanel never issues.
 std::optional<std::string> commandName(const std::string& tool, const Arguments& arguments);
 
-/// The answer of a tool, with the words, streams and exit codes of the real one; of a chain, the first. Looks at
-/// nothing but its arguments. `host` must outlive the chain.
+/// Answers for a tool, with the words, streams and exit codes of the real one; of a chain, returns the first answer.
+/// Looks at nothing but its arguments. `host` must outlive the chain.
 Answer answer(const std::string& tool, DockerState& state, const Arguments& arguments, Host& host);
 
 } // namespace orvanel::standin

@@ -12,8 +12,8 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel::standin {
 
-/// A throw-away folder that stands for "/" and holds the stand-in tools, with one state for all of them. As long as it
-/// lives, the tools are found there (ORVANEL_TOOL_ROOT); its end ends the server that they started.
+/// A throw-away folder that stands for "/" and holds the stand-in tools, which share one state. The tools are found
+/// there (ORVANEL_TOOL_ROOT) as long as this object lives. Its destructor ends the server that they started.
 class StandInTools {
 public:
     struct Call {
@@ -27,21 +27,21 @@ public:
     StandInTools& operator=(const StandInTools&) = delete;
 
     QString toolRoot() const { return m_root.path(); }
-    /// Where the tool lies or would lie.
+    /// The path where the tool is or would be.
     QString path(const QString& tool, const QString& folder = u"usr/local/bin"_s) const;
 
-    /// Puts a tool into a folder of the root, or takes it away.
+    /// Put a tool into a folder of the root, and remove it.
     void put(const QString& tool, const QString& folder = u"usr/local/bin"_s) const;
     void remove(const QString& tool, const QString& folder = u"usr/local/bin"_s) const;
 
     DockerState state() const;
-    /// Changes the state with its lock held, so that nothing that a running tool does is lost.
+    /// Changes the state while holding its lock, so that no change by a running tool is lost.
     void change(const std::function<void(DockerState&)>& action) const;
 
-    /// All calls so far, in the order in which they came; or the argument lists of one tool.
+    /// All calls so far, in order; or the argument lists of one tool.
     QList<Call> calls() const;
     QList<QStringList> callsOf(const QString& tool) const;
-    /// The calls as commandName() names them ("compose up"); "?" stands for one that the stand-in does not know.
+    /// The names of the calls, as from commandName() ("compose up"); "?" for a call that the stand-in does not know.
     QStringList commands() const;
     void forgetCalls() const;
 

@@ -60,7 +60,7 @@ public:
             }
         }
     }
-    // Said aloud, because a server that is just being started still has a copy of the file open.
+    // Unlocks explicitly, because a server that is being started still has a copy of the descriptor open.
     ~Lock() { flock(m_file.number(), LOCK_UN); }
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
@@ -76,7 +76,7 @@ std::string readText(const std::string& path) {
     return text.str();
 }
 
-/// In a folder that others read meanwhile: the old text or the new one, never half of it.
+/// Replaces a file that others may be reading: they find the old text or the new one, never a part.
 void replaceFile(const std::string& path, const std::string& text) {
     const std::string fresh = path + ".new";
     writeAll(File(fresh, O_WRONLY | O_CREAT | O_TRUNC).number(), text, fresh);
@@ -144,7 +144,7 @@ std::vector<StateFolder::Call> StateFolder::calls() const {
         std::getline(parts, part, '\t');
         call.milliseconds = std::stoll(part);
         std::getline(parts, call.tool, '\t');
-        // An empty last argument leaves nothing behind its tab, so the tabs are what counts.
+        // An empty last argument leaves only its tab, so the tabs are counted.
         std::size_t at = line.find('\t', line.find('\t') + 1);
         while (at != std::string::npos) {
             const std::size_t next = line.find('\t', at + 1);

@@ -37,7 +37,7 @@ void TestInProcessDocker::callsTakeTheTimeTheyAreGiven() {
     const RunCommand run = docker.runner();
     auto task = run(u"docker"_s, inspect, 10s, {}, {});
     clock.advance(40ms);
-    // What it found is what counts, not what becomes of it while the answer is on its way.
+    // The answer tells what the tool found, not what has happened since.
     docker.state().container->state = "exited";
     clock.advance(39ms);
     QVERIFY(!task.isReady());

@@ -306,7 +306,7 @@ void TestStandInTools::serverLivesWithItsContainer() {
     QVERIFY(waitUntil([&] { return isListening(port); }));
     QVERIFY(waitUntil([&] { return runReal(tools, words("logs --tail 300 orvanel")).output.contains(u"Listening"); }));
 
-    // It dies by itself, and its restart policy brings it back at the next look.
+    // The server ends by itself, and its restart policy starts it again at the next look.
     const int first = tools.state().container->server.pid;
     QCOMPARE(::kill(first, SIGKILL), 0);
     QVERIFY(waitUntil([&] { return !isListening(port); }));
@@ -319,7 +319,7 @@ void TestStandInTools::serverLivesWithItsContainer() {
     QVERIFY(!isListening(port));
     QCOMPARE(runReal(tools, inspect).output, u"exited\n"_s);
 
-    // Somebody else has the port now.
+    // Another program has the port now.
     QTcpServer holder;
     QVERIFY(holder.listen(QHostAddress::LocalHost, static_cast<quint16>(port)));
     const CommandResult failed = runReal(tools, compose(file, "up -d"));

@@ -18,16 +18,16 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::milliseconds;
 
-/// The daemon's own patience with a container that it stops.
+/// How long the daemon waits for a container that it stops.
 constexpr milliseconds stopPatience = 10s;
 
-/// Waits for one of the blocked signals; whether one came within `time`.
+/// Waits for one of the blocked signals; returns whether one came within `time`.
 bool signalWithin(const sigset_t& signals, milliseconds time) {
     const timespec span{.tv_sec = time.count() / 1000, .tv_nsec = time.count() % 1000 * 1'000'000};
     return sigtimedwait(&signals, nullptr, &span) > 0;
 }
 
-/// Carries out one command of one tool, a chain of answers.
+/// Carries out one command of one tool, which is a chain of answers.
 class Performance {
 public:
     Performance(const StateFolder& folder, RealHost& host)
@@ -64,7 +64,7 @@ public:
     }
 
 private:
-    /// False when a signal ended it.
+    /// Returns false if a signal ended it.
     bool perform(const Answer& answer) {
         std::string text;
         Stream stream = Stream::out;
@@ -91,7 +91,7 @@ private:
         return true;
     }
 
-    /// Without end, except that nobody is left behind when the caller is gone.
+    /// Hangs for ever, but ends with its caller, so that no process is left behind.
     bool hang() {
         while (getppid() == m_parent) {
             if (!pause(500ms)) {
@@ -132,8 +132,8 @@ private:
     bool m_isEnded = false;
 };
 
-/// Client 20 leaves compose to a child and swallows the SIGTERM that it gets itself: only one to the whole group ends
-/// the child. Returns in the child; the parent ends with the child.
+/// Client 20 leaves compose to a child and ignores SIGTERM itself, so only a signal to the whole group ends the child.
+/// This function returns in the child; the parent ends with the child.
 void leaveToPlugIn() {
     sigset_t childEnded;
     sigemptyset(&childEnded);

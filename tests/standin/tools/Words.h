@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// Docker's own words, where more than one command says them. Each ends with a line end.
+/// Docker's own messages, as far as several commands print them. Each ends with a line end.
 namespace orvanel::standin::words {
 
 std::string cannotConnect();
@@ -17,7 +17,7 @@ std::string cannotPull(const DockerState& state, const std::string& reference);
 std::string unknownCommand(Client client, const std::string& command);
 std::string unknownFlag(Client client, const std::string& flag, const std::string& command);
 
-/// What `docker run` makes of an error of the daemon.
+/// The message of `docker run` for an error of the daemon.
 std::string runFailed(Client client, const std::string& error);
 
 } // namespace orvanel::standin::words

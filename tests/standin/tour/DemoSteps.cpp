@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 /// The program asks its status page every 30 s at most, and looks every 3 s.
 constexpr auto untilNextReading = 75s;
 
-/// What keeps the status item from saying `toolTip` in `color`.
+/// Says how the status item differs from `toolTip` and `color`; empty if it does not.
 QString itemDiffers(const Stage& stage, const QString& toolTip, const QString& color) {
     if (stage.toolTip() != toolTip) {
         return u"the icon should say \"%1\", but says \"%2\""_s.arg(toolTip, stage.toolTip());
@@ -53,7 +53,7 @@ std::function<void(Stage&)> openMenuAt(const QString& entry) {
     };
 }
 
-/// The menu shows `entry`, which can be chosen.
+/// Checks that the menu shows `entry` and that it can be chosen.
 std::function<QString(Stage&)> menuOffers(const QString& entry) {
     return [=](Stage& stage) {
         const auto found = stage.menuEntry(entry);

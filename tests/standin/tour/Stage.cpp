@@ -10,7 +10,7 @@ namespace {
 
 const QString buttonRole = u"push button"_s;
 
-/// By hue, as a person would call it; shades differ between light and dark.
+/// Names the colour by its hue, because shades differ between light and dark.
 QString nameOf(const QColor& color) {
     if (color.alpha() < 128) {
         return {};

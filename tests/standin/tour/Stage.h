@@ -18,17 +18,17 @@ class Stage final : public QObject {
 public:
     struct Setup {
         QString program;
-        /// The address of the session bus that the program is to be on.
+        /// The address of the session bus on which the program will run.
         QString bus;
-        /// Where the program's output goes.
+        /// The file for the program's output.
         QString log;
-        /// The folder with the answers of the stand-in server (see site/), and the folder from which it answers.
+        /// The folder with the answers of the stand-in server (see site/), and the folder that the server reads.
         QString site;
         QString server;
         bool dark = false;
     };
 
-    /// Takes the names of a desktop on that bus; isReady() is false when somebody else has them.
+    /// Takes the names of a desktop on that bus; isReady() is false if another program has them.
     explicit Stage(const Setup& setup);
     ~Stage() override;
 
@@ -43,11 +43,11 @@ public:
 
     void startProgram();
     bool isRunning() const { return m_program.state() != QProcess::NotRunning; }
-    /// A sentence on how the program ended, or empty while it runs and before it was started.
+    /// A sentence that says how the program ended; empty while it runs and before it was started.
     QString end() const;
     bool endedWell() const;
 
-    // --- What its icon and menu say; all of it empty without an icon.
+    // --- What its icon and menu say; everything is empty if there is no icon.
 
     QString toolTip() const;
     /// "gray", "green", "red" or "" (none of these).
@@ -59,7 +59,7 @@ public:
 
     // --- What its windows say, and their buttons.
 
-    /// Presses the button of that name in a window, if it is there and can be pressed.
+    /// Presses the button of that name in a window, if it exists and is enabled.
     void pressButton(const QString& name);
     bool hasButton(const QString& name) const;
 

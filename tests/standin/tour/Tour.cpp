@@ -12,9 +12,9 @@ using namespace std::chrono_literals;
 constexpr auto tickInterval = 50ms;
 /// Reading all windows is work for the program too.
 constexpr auto readingInterval = 400ms;
-/// Between the two pictures that must be the same before the second one counts.
+/// The time between two pictures that must be equal before the second one is kept.
 constexpr auto stillFor = 250ms;
-/// A spinner never stands still, nor does a growing log.
+/// After this time a picture is kept anyway, because a spinner or a growing log never stands still.
 constexpr auto longestSettling = 1500ms;
 
 std::chrono::milliseconds passedOn(const QElapsedTimer& timer) {

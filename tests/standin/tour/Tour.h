@@ -11,21 +11,21 @@
 
 namespace orvanel::standin {
 
-/// One stop of the tour: something is done, something must then be seen, and a picture is taken of it.
+/// One step of the tour: it does something, checks what can then be seen, and takes a picture of it.
 struct Step {
-    /// What a person would say that happens here.
+    /// What happens in this step, in a person's words.
     QString what;
     std::function<void(Stage& stage)> act;
-    /// What is not as it should be yet; empty when all is. Asked again and again until `limit` has passed.
+    /// What is not yet as it should be; empty if everything is. Called repeatedly, until `limit` has passed.
     std::function<QString(Stage& stage)> missing;
-    /// Part of the picture's file name; empty for no picture.
+    /// A part of the picture's file name; empty for no picture.
     QString picture;
     std::chrono::seconds limit{30};
-    /// Where the program is to be gone; everywhere else its end is a failure.
+    /// Whether the program must end in this step; in any other step its end is a failure.
     bool programEnds = false;
 };
 
-/// Walks through the steps one after the other, prints a line for each, and stops at the first one that fails.
+/// Does the steps one after the other, prints a line for each, and stops at the first one that fails.
 class Tour final : public QObject {
     Q_OBJECT
 

@@ -59,7 +59,7 @@ int main(int argc, char** argv) {
     }
     Tour tour(stage, demoSteps(), pictures);
     QObject::connect(&tour, &Tour::finished, &application, [](bool wentWell) { QApplication::exit(wentWell ? 0 : 1); });
-    // Interrupted, it still ends the program that it started.
+    // If the tour is interrupted, it still ends the program that it started.
     const orvanel::QuitSignals signals_;
     QObject::connect(&signals_, &orvanel::QuitSignals::quitRequested, &application, [] { QApplication::exit(1); });
     tour.start();
