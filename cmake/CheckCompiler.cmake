@@ -1,4 +1,4 @@
-# GCC before 12.3 compiles some coroutines to wrong code without a word, so it is refused rather than trusted.
+# GCC before 12.3 silently compiles some coroutines to wrong code, so older versions of GCC are refused.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     message(FATAL_ERROR
         "Orvanel needs clang 16 or GCC 13 (this is GCC ${CMAKE_CXX_COMPILER_VERSION}, which miscompiles coroutines): "

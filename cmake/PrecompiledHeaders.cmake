@@ -1,12 +1,13 @@
-# A source spends most of its compile time in the headers of Qt. They are read once for all targets of one kind.
-# ./test --lint reads the sources without them, so each file still has to include what it uses.
+# Most of the time to compile a source goes into Qt's headers, so they are compiled once for all targets of one kind.
+# ./test --lint compiles the sources without these, so each file still has to include what it uses.
 
-# CMake's own flags name the header once more, by its whole path, which ccache would take for a difference between folders.
+# CMake's own flags name the header a second time, with its full path. ccache would then find nothing that was compiled in
+# another folder.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     set(CMAKE_CXX_COMPILE_OPTIONS_USE_PCH -Xclang -include-pch -Xclang <PCH_FILE>)
 endif()
 
-# orvanel_precompile(NAME TYPE HEADERS … LIBRARIES …): a target that others reuse the compiled headers of.
+# orvanel_precompile(NAME TYPE HEADERS … LIBRARIES …): adds a target whose compiled headers other targets reuse.
 function(orvanel_precompile name type)
     cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "HEADERS;LIBRARIES")
     set(source "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
@@ -35,13 +36,13 @@ set(widget_libraries Qt6::Core Qt6::DBus Qt6::Widgets QCoro6::Core)
 orvanel_precompile(precompiled_library library HEADERS ${core_headers} LIBRARIES ${core_libraries})
 orvanel_precompile(precompiled_widget_library library HEADERS ${widget_headers} LIBRARIES ${widget_libraries})
 
-# Qt6::Test without its macros, which name the folder of each target: neither compiled headers nor cached objects could
-# be shared.
+# Qt6::Test without its macros. They contain the folder of each target, so targets could share neither compiled headers
+# nor cached objects.
 add_library(orvanel_qt_test INTERFACE)
 target_include_directories(orvanel_qt_test SYSTEM INTERFACE $<TARGET_PROPERTY:Qt6::Test,INTERFACE_INCLUDE_DIRECTORIES>)
 target_link_libraries(orvanel_qt_test INTERFACE Qt6::Core $<LINK_ONLY:Qt6::Test>)
 
-# What the test programs are compiled with. The optimizer would take half of the time, for nothing.
+# The flags of the test programs. Optimizing them would double the compile time for no gain.
 add_library(orvanel_test_flags INTERFACE)
 target_compile_options(orvanel_test_flags INTERFACE $<$<CONFIG:Debug>:-O0>)
 target_link_libraries(orvanel_test_flags INTERFACE orvanel_flags orvanel_qt_test)

@@ -8,14 +8,14 @@ add_library(Orvanel::flags ALIAS orvanel_flags)
 target_compile_features(orvanel_flags INTERFACE cxx_std_20)
 set(CMAKE_CXX_EXTENSIONS OFF)
 
-# Links the test programs in a tenth of the time.
+# lld links the test programs in a tenth of the time.
 include(CheckLinkerFlag)
 check_linker_flag(CXX -fuse-ld=lld ORVANEL_HAS_LLD)
 if(ORVANEL_HAS_LLD)
     add_link_options(-fuse-ld=lld)
 endif()
 
-# A designated initializer names what differs and leaves the rest to the defaults; clang from 17 on and GCC warn of the rest.
+# Designated initializers name only what differs from the defaults. clang 17 and later and GCC warn of the other fields.
 if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang" OR CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 17)
     set(ORVANEL_DEFAULTED_FIELDS -Wno-missing-field-initializers)
 endif()
@@ -55,8 +55,8 @@ function(orvanel_library name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
     add_library(orvanel_${name} STATIC ${arg_SOURCES})
     add_library(Orvanel::${name} ALIAS orvanel_${name})
-    # Headers are included with their folder ("process/DockerCLI.h"), from the root of the sources; this path comes
-    # to a target only through the libraries it links, and each folder adds its own part of the tree (see below).
+    # Headers are included with their folder ("process/DockerCLI.h"). A target finds the folder only if it links its
+    # library: each library's include path has one link, to its own folder.
     target_include_directories(orvanel_${name} PUBLIC "${CMAKE_CURRENT_BINARY_DIR}/include")
     file(MAKE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/include")
     file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${CMAKE_CURRENT_BINARY_DIR}/include/${name}" SYMBOLIC)

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Takes the package through its life: validates it, installs it, starts it from the application menu, upgrades it while the
-# program runs, and removes it. Sourced by ./package after make_it, as root.
+# Checks the package: validates it, installs it, starts the program from the application menu, upgrades the package while
+# the program runs, and removes it. Sourced by ./package after make_it, as root.
 # shellcheck source=scripts/stage.sh
 source "${root:?}/scripts/stage.sh"
 
@@ -17,7 +17,7 @@ end_check() {
     [[ -z $home ]] || rm -rf "$home"
 }
 
-# in_home COMMAND…: runs it as a program of a session of its own, with nothing of the user's.
+# in_home COMMAND…: runs the command in a session of its own, which has nothing of the user's.
 in_home() { env -i "${session[@]}" DBUS_SESSION_BUS_ADDRESS="$bus" "$@"; }
 
 # Starts a session whose bus can start our program and nothing else.
@@ -116,7 +116,7 @@ validate() {
 # set_by_publisher NAME: the value that the package was configured with.
 set_by_publisher() { sed -n "s/^ORVANEL_$1:STRING=//p" build/release/CMakeCache.txt; }
 
-# says FILE WORDS VALUE: the file contains the words with the value, or without a value nothing like them.
+# says FILE WORDS VALUE: fails unless the file contains the words with the value; without a value, the words must be missing.
 says() {
     if [[ -n $3 ]]; then
         grep -qF "$2$3" "$1" || fail "$1 does not name $3."
@@ -125,7 +125,7 @@ says() {
     fi
 }
 
-# check_publisher CONTENT: lintian demands an address of the maintainer, which only a publisher has.
+# check_publisher CONTENT: checks the publisher's values. lintian demands the maintainer's address, which only a publisher has.
 check_publisher() {
     local metainfo=$1/usr/share/metainfo/$id.metainfo.xml maintainer control=$root/build/package/control
     local -a suppressed=()
@@ -177,7 +177,7 @@ install_package() {
     [[ $(dpkg-query -W -f '${Version}' orvanel) == "$(dpkg-deb -f "$1" Version)" ]] || fail "Another version is installed."
 }
 
-# Prints, sorted, what has our name in the folders of packages; clones of the sources too. Temporary files may come and go.
+# Prints, sorted, all files with our name where packages install files (clones of the sources too), except temporary files.
 traces() {
     find /usr /etc /opt /var -xdev -iname '*orvanel*' -not -path '/var/tmp/*' -not -path "${TMPDIR:-/tmp}/*" \
         -print -prune 2>/dev/null | LC_ALL=C sort

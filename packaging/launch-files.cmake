@@ -1,5 +1,5 @@
-# Writes the files that name the program by its path, at the time of the installation: only then is the folder known into
-# which it goes. Needs: prefix, bindir (below the prefix, or absolute), from, to, id.
+# Writes the files that contain the program's path. This is done during the installation, because only then is the folder
+# known. Needs: prefix, bindir (below the prefix, or absolute), from, to, id.
 cmake_path(ABSOLUTE_PATH prefix)
 cmake_path(ABSOLUTE_PATH bindir BASE_DIRECTORY "${prefix}" NORMALIZE)
 cmake_path(APPEND bindir orvanel OUTPUT_VARIABLE program)

@@ -1,4 +1,4 @@
-# What only the publisher of a package knows. Each value is left out of the package unless it is set, because an address
+# Values that only the publisher of a package knows. Each value is left out of the package unless it is set, because an address
 # that does not exist is worse than none. Sets maintainer, signature, source, urls and screenshots for the templates.
 set(ORVANEL_HOMEPAGE "" CACHE STRING "Address of the home page")
 set(ORVANEL_BUG_TRACKER "" CACHE STRING "Address where people report bugs")

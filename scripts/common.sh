@@ -18,7 +18,7 @@ source "$root/scripts/packages.sh"
 check_build_folder() {
     local foreign
     mkdir -p build 2>/dev/null || fail "You need permission to make the folder build/ in $root."
-    # The next cmake --install replaces the list and the launchers that one by root leaves there.
+    # A cmake --install by root leaves its list and launchers there; they do not matter, because the next one replaces them.
     foreign=$(find build -maxdepth 3 ! -writable ! -user "$EUID" ! -type l ! -name install_manifest.txt \
         ! -path 'build/*/packaging/*' -print -quit 2>/dev/null) || true
     [[ -z $foreign ]] ||
@@ -48,7 +48,7 @@ configure() {
     fi
 }
 
-# Prints a line for each tenth of the way, and all that the compiler says. The shell itself reads, because Debian 13's awk
+# Prints a line for each tenth of the steps, and all output of the compiler. The shell itself reads, because Debian 13's awk
 # reads a pipe in blocks that take minutes to fill.
 build_progress() {
     local line tenth shown=0

@@ -15,7 +15,7 @@ has_apt() {
 is_installed() { [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) == installed ]]; }
 is_offered() { [[ $(LC_ALL=C apt-cache policy "$1" 2>/dev/null) =~ Candidate:\ [^\(] ]]; }
 
-# The version of clang to build with: an installed one, else the first that apt offers.
+# The version of clang to build with: an installed one, or else the first that apt offers.
 clang_version() {
     local test version
     for test in is_installed is_offered; do
@@ -26,7 +26,7 @@ clang_version() {
             fi
         done
     done
-    # apt has no lists yet: the versions of the supported distributions.
+    # apt has no lists yet, so this names the versions in the supported distributions.
     if [[ $(os_field ID)$(os_field VERSION_ID) == debian12 ]]; then echo 16; else echo 18; fi
 }
 
@@ -53,7 +53,7 @@ rows() {
         NF == 3 && $1 !~ /^#/ && index(wanted, " " $1 " ") && !seen[$2]++ { print $2, $3 }' scripts/packages.txt
 }
 
-# chosen PACKAGE|PACKAGE…: the first one that is installed or offered, else the last.
+# chosen PACKAGE|PACKAGE…: the first one that is installed or offered, or else the last.
 chosen() {
     local package
     for package in ${1//|/ }; do
@@ -112,7 +112,7 @@ apt_get() {
         tee -a "$apt_log" | sed -unE '/newly installed|^Need to get|^Fetched/s/^/    /p'
 }
 
-# Fails where some lists could not be fetched. The others may still be enough.
+# Fails if some lists could not be fetched. The others may still be enough.
 update_lists() {
     local before deadline=$((SECONDS + 300)) waits=
     say "Updating the lists of packages"
@@ -145,7 +145,7 @@ install_starting_nothing() (
     install_removing_nothing "$@" || fail "apt-get could not install the packages; its output is in $apt_log."
 )
 
-# apt, when it may not ask, removes packages that conflict, such as Docker's own packages with those of the distribution.
+# When apt may not ask, it removes conflicting packages, such as Docker's own ones if those of the distribution are wanted.
 install_removing_nothing() {
     local in_the_way
     in_the_way=$(LC_ALL=C apt-get -s install --no-install-recommends "$@" 2>/dev/null | awk '/^Remv/ { print "    " $2 }') || true

@@ -45,8 +45,8 @@ start_display() {
     display=:$(first_line "$home/display" $!) || fail "Xvfb did not start: $(<"$home/xvfb.log")"
 }
 
-# start_bus [FOLDER NAME=VALUE…]: a session bus that starts no service of the user's. It knows no services, or only those in
-# FOLDER, which start with these variables. Sets $bus.
+# start_bus [FOLDER NAME=VALUE…]: starts a session bus that knows none of the user's services. It knows no services at all,
+# or only those in FOLDER, which are started with these variables. Sets $bus.
 start_bus() {
     local services=${1:+<servicedir>$1</servicedir>} folder
     folder=$(printf '%s' "$home/run" | od -An -v -tx1 | tr -d '\n' | tr ' ' '%') # an address may not contain blanks

@@ -120,7 +120,7 @@ void recoverData(const QString& dataDir, const QString& backupsDir) {
         } catch (const AppError& error) {
             // The note is still there, so the next start tries again. Meanwhile another note may tell where the data
             // is.
-            qWarning() << "What a crashed restore left cannot be put back yet:" << error.message();
+            qWarning() << "The data that an interrupted restore moved away cannot be put back yet:" << error.message();
         }
     }
 }

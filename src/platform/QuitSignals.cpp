@@ -33,7 +33,7 @@ QuitSignals::QuitSignals()
     : m_handlers{{{SIGTERM, {}, false}, {SIGINT, {}, false}, {SIGHUP, {}, false}}} {
     Q_ASSERT(writeEnd < 0);
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, m_sockets.data()) != 0) {
-        qErrnoWarning("Signals will end the program without its farewell");
+        qErrnoWarning("Orvanel cannot handle signals, so they will end it at once");
         return;
     }
     m_notifier = std::make_unique<QSocketNotifier>(m_sockets[1], QSocketNotifier::Read);

@@ -37,7 +37,7 @@ public:
     Q_SCRIPTABLE Q_SLOT void Activate(const QVariantMap& platformData) { // NOLINT(readability-identifier-naming)
         if (m_instance->m_isLeaving) {
             // The call was under way when the name was given up. The caller will find the name free.
-            sendErrorReply(QDBusError::ServiceUnknown, u"Orvanel is leaving."_s);
+            sendErrorReply(QDBusError::ServiceUnknown, u"Orvanel is quitting."_s);
             return;
         }
         Q_EMIT m_instance->activated(platformData.value(tokenKey).toString(),

@@ -24,7 +24,7 @@ QString text(const HttpResult& result) {
     return u"%1 %2"_s.arg(QString::number(answer.status), QString::fromUtf8(answer.body)).trimmed();
 }
 
-/// What a reader makes of bytes that arrive in these pieces, before the connection ends.
+/// The result of a reader when bytes arrive in these pieces and the connection then ends.
 QString readPieces(const QByteArrayList& pieces, bool readsBody = withBody) {
     HttpReader reader(readsBody);
     for (const QByteArray& piece : pieces) {
@@ -120,7 +120,7 @@ private Q_SLOTS:
         row("NUL bytes", QByteArray(100, '\0'), is("0"));
     }
 
-    /// However the bytes are spread over pieces, the result is the same.
+    /// The result must not depend on how the bytes are split into pieces.
     void answers() {
         QFETCH(const QByteArray, bytes);
         QFETCH(const QString, expected);
@@ -147,7 +147,7 @@ private Q_SLOTS:
         QCOMPARE(readPieces({chunked, "1000000\r\n", full, "\r\n1\r\nx"}), tooLarge);
     }
 
-    /// A line may be as long as a head, whatever it is made of and however it arrives.
+    /// A line may be as long as a head, whatever it contains and however it arrives.
     void longLinesAreRefused() {
         const QByteArray ok = "HTTP/1.1 200 OK\r\n";
         const QByteArray blanks(HttpReader::largestHead, ' ');

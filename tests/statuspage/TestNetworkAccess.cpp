@@ -12,7 +12,7 @@ using namespace orvanel::test;
 
 namespace {
 
-/// Takes requests on 127.0.0.1 and treats each connection as the test says.
+/// Takes requests on 127.0.0.1, and does with each connection what the test says.
 class PlainServer {
 public:
     explicit PlainServer(std::function<void(QTcpSocket*)> onRequest) {
@@ -39,12 +39,12 @@ private:
 
 } // namespace
 
-/// Why QNetworkAccessManager does not read the status page. If a test fails here, Qt can do now what our reader is for:
-/// consider QNetworkAccessManager again.
+/// Why QNetworkAccessManager does not read the status page. If a test here fails, Qt can now do what our reader is for,
+/// and QNetworkAccessManager should be considered again.
 class TestNetworkAccess : public QObject {
     Q_OBJECT
 
-    /// Asks for `path`, and waits for the end.
+    /// Requests `path`, and waits for the end.
     static std::unique_ptr<QNetworkReply> get(QNetworkAccessManager& network, const QUrl& address) {
         network.setProxy(QNetworkProxy::NoProxy);
         std::unique_ptr<QNetworkReply> reply(network.get(QNetworkRequest(address)));
@@ -53,7 +53,7 @@ class TestNetworkAccess : public QObject {
     }
 
 private Q_SLOTS:
-    /// Ours sends one request: TestStatusPageClient, aFailedFirstRequestIsTheOnlyOne.
+    /// Our reader sends one request: TestStatusPageClient, aFailedFirstRequestIsTheOnlyOne.
     void sendsARequestAgainByItself() {
         const PlainServer server([](QTcpSocket* socket) { socket->disconnectFromHost(); });
         QVERIFY(server.isListening);
@@ -63,7 +63,7 @@ private Q_SLOTS:
         QVERIFY2(server.requests.size() > 1, qPrintable(server.requests.join(u'\n')));
     }
 
-    /// For ours an answer that is not HTTP is an answer with status 0: TestHttpReader, answers.
+    /// Our reader returns status 0 for an answer that is not HTTP: TestHttpReader, answers.
     void seesNoDifferenceBetweenNoHttpAndNothing() {
         const PlainServer silent([](QTcpSocket* socket) { socket->disconnectFromHost(); });
         const PlainServer foreign([](QTcpSocket* socket) {
@@ -78,7 +78,7 @@ private Q_SLOTS:
         QCOMPARE(noHttp->errorString(), nothing->errorString());
     }
 
-    /// Ours sends a slug as one segment, whatever it is: TestStatusPageClient, slugsGoOverTheWireAsOneSegment.
+    /// Our reader sends any slug as one segment: TestStatusPageClient, slugsGoOverTheWireAsOneSegment.
     void takesDotsOutOfPaths() {
         PlainServer server([](QTcpSocket* socket) {
             socket->write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");

@@ -43,7 +43,7 @@ void compare(const char* name, const StatusPageData& expected) {
 
 } // namespace
 
-/// What a real server answered, read over the wire from the stand-in.
+/// Answers that were recorded from a real server, and are now sent by the stand-in.
 class TestRecordedPages : public QObject {
     Q_OBJECT
 

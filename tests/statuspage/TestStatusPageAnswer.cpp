@@ -17,7 +17,7 @@ StatusPageResult read(const QByteArray& page, const QByteArray& beats) {
     return readStatusPage(QJsonDocument::fromJson(page), QJsonDocument::fromJson(beats), slug);
 }
 
-/// The sentence of a failure; empty for a success.
+/// The sentence of a failure; empty after success.
 QString sentence(const StatusPageResult& result) {
     const auto* error = std::get_if<StatusPageError>(&result);
     return error ? error->message : QString();
@@ -32,14 +32,14 @@ QByteArray pageWithMonitors(const QByteArray& monitors) {
     return R"({"publicGroupList":[{"name":"Group","monitorList":)" + monitors + "}]}";
 }
 
-/// All rows of a page; none when it could not be read.
+/// All rows of a page; none if it could not be read.
 QList<MonitorRow> rowsOf(const QByteArray& page, const QByteArray& beats = noBeats) {
     const StatusPageResult result = read(page, beats);
     const auto* data = std::get_if<StatusPageData>(&result);
     return data ? data->monitors : QList<MonitorRow>();
 }
 
-/// The row of the one monitor with id 7, under these heartbeats.
+/// The row of the monitor with id 7, given these heartbeats.
 MonitorRow rowOfSeven(const QByteArray& beats) {
     const QList<MonitorRow> rows = rowsOf(pageWithMonitors(R"([{"id":7,"name":"Seven"}])"), beats);
     return rows.size() == 1 ? rows.first() : MonitorRow{.id = -1};
@@ -47,7 +47,7 @@ MonitorRow rowOfSeven(const QByteArray& beats) {
 
 using Integer = std::optional<std::int64_t>;
 
-/// JSON texts of every type but the given one, a name each.
+/// Adds a row with a JSON text for each type but the expected one.
 void addRowsOfOtherTypes(const char* expected) {
     QTest::addColumn<QByteArray>("value");
     const std::pair<const char*, const char*> values[] = {
@@ -274,7 +274,8 @@ private Q_SLOTS:
         QCOMPARE(order, (QList<std::pair<QString, qint64>>{{b, 9}, {b, 2}, {a, 9}, {a, 1}}));
     }
 
-    /// One monitor listed very often, with very many beats: the time grows with the sum of both, not their product.
+    /// One monitor is listed very often and has very many beats. The time must grow with the sum of both, not their
+    /// product.
     void manyRowsOfOneMonitorShareItsBeats() {
         const QByteArrayList monitors(100'000, R"({"id":7})");
         const QByteArrayList beats(100'000, R"({"status":1})");
@@ -317,7 +318,8 @@ private Q_SLOTS:
         QVERIFY(std::get<QJsonDocument>(readJson(HttpAnswer{200, "[]"})).isArray());
     }
 
-    /// Numbers no double can hold: the document may be refused or the number not be one, but nothing is made up.
+    /// With numbers that no double can hold, the document may be refused or the number be missing, but none may be made
+    /// up.
     void hugeNumbersAreNoStatus() {
         const JsonResult beats =
             readJson(HttpAnswer{200, R"({"heartbeatList":{"7":[{"status":)" + QByteArray(5000, '9') + "}]}}"});

@@ -32,7 +32,7 @@ QStringList pathsOf(const KumaServer& server) {
     return paths;
 }
 
-/// A port of 127.0.0.1 that nobody listens on.
+/// A port of 127.0.0.1 that nothing listens on.
 int closedPort() {
     QTcpServer server;
     return server.listen(QHostAddress::LocalHost) ? server.serverPort() : -1;

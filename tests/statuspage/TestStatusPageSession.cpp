@@ -26,7 +26,7 @@ QString httpSentence(const char* code) {
 
 } // namespace
 
-/// Whom the client asks, what it brings along and what it remembers.
+/// Which address the client asks, what it sends along, and what it remembers.
 class TestStatusPageSession : public QObject {
     Q_OBJECT
 

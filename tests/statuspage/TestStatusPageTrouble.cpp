@@ -37,7 +37,7 @@ QString sentence(const StatusPageResult& result) {
     return error ? error->message : QString();
 }
 
-/// The most memory that this process ever had, in bytes.
+/// The most memory that this process has used, in bytes.
 qint64 peakMemory() {
     QFile status(u"/proc/self/status"_s);
     if (status.open(QIODevice::ReadOnly)) {
@@ -50,14 +50,14 @@ qint64 peakMemory() {
     qFatal("no VmHWM in /proc/self/status");
 }
 
-/// Processor time that this thread has used, which no other load of the machine can lengthen.
+/// The processor time that this thread has used, which does not depend on the computer's other load.
 std::chrono::nanoseconds threadTime() {
     timespec used{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
     return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
 }
 
-/// Whether the port can be taken without any reuse option, as a server's operator would find out.
+/// Whether the port can be bound without any reuse option, as another program would do it.
 bool canBind(int port) {
     const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
@@ -69,7 +69,7 @@ bool canBind(int port) {
     return bound;
 }
 
-/// Nearly 16 MiB of monitors.
+/// A page of nearly 16 MiB of monitors.
 QByteArray largePage() {
     const QByteArray monitor = R"({"id":1,"name":"A monitor with a name of ordinary length","sendUrl":0})";
     const qsizetype count = 15 * mebibyte / (monitor.size() + 1);
@@ -103,7 +103,7 @@ private:
     QTcpSocket* m_client = nullptr;
 };
 
-/// The longest stretch between two turns of this thread's event loop, while it exists.
+/// Measures the longest time between two turns of this thread's event loop while this object lives.
 class LoopWatch {
 public:
     LoopWatch() {
@@ -212,7 +212,7 @@ private Q_SLOTS:
         server.send("{");
         QVERIFY(waitUntil([&] { return clock.untilNextTimer() == 5s; }));
         clock.advance(4s);
-        // Three seconds are left, however lively the server is.
+        // Three seconds are left, however often the server sends something.
         server.send("{");
         QVERIFY(waitUntil([&] { return clock.untilNextTimer() == 3s; }));
         clock.advance(2999ms);
@@ -352,7 +352,7 @@ private Q_SLOTS:
     void clientMayGoBetweenTheTwoRequests() {
         const KumaServer server;
         server.page(home, emptyPage);
-        // With the only worker busy, the first answer waits to be taken apart until the client has gone.
+        // While the only worker is busy, the first answer waits to be parsed until the client no longer exists.
         QThreadPool* const workers = QThreadPool::globalInstance();
         workers->setMaxThreadCount(1);
         QSemaphore gone;
@@ -375,7 +375,7 @@ private Q_SLOTS:
         QCOMPARE(clock.pendingTimers(), 0);
     }
 
-    /// Otherwise every restart of the server would find its port taken for a minute.
+    /// Otherwise, every restart of the server would find its port taken for a minute.
     void portIsFreeAsSoonAsTheServerHasEnded() {
         KumaServer server;
         server.page(home, emptyPage);

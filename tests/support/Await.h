@@ -14,11 +14,11 @@
 
 namespace orvanel::test {
 
-/// How long a test waits, in real time, for something that must happen; a bound against hanging, not a measure.
+/// How long a test waits, in real time, for something that must happen. This only keeps tests from hanging.
 constexpr std::chrono::seconds patience{30};
 
-/// Runs the event loop until `condition` holds; false when it does not within `patience`. Sleeps between events, and
-/// looks every few milliseconds even when there is none, because a condition may be about a file or another thread.
+/// Runs the event loop until `condition` holds; returns false if it does not within `patience`. Sleeps between events,
+/// but checks every few milliseconds, because a condition may be about a file or another thread.
 template <class Condition>
 [[nodiscard]] bool waitUntil(Condition condition) {
     const QDeadlineTimer deadline(patience);
@@ -57,7 +57,7 @@ inline QCoro::Task<bool> asValue(QCoro::Task<void> task) {
 
 } // namespace detail
 
-/// The result of a task, with the event loop running meanwhile; what the task throws is thrown here.
+/// Runs the event loop until the task ends. Returns its result, or throws what it threw.
 template <class T>
 T await(QCoro::Task<T> task) {
     const auto outcome = std::make_shared<detail::Outcome<T>>();
@@ -75,7 +75,7 @@ inline void await(QCoro::Task<void> task) {
     await(detail::asValue(std::move(task)));
 }
 
-/// Delivers everything that is posted to this thread by now, and what that posts in turn.
+/// Delivers everything that has been posted to this thread, and everything posted while that is delivered.
 inline void drainEvents() {
     QAbstractEventDispatcher* const dispatcher = QAbstractEventDispatcher::instance();
     int quietRounds = 0;

@@ -31,7 +31,7 @@ public:
         std::erase(m_shared->timers, this);
     }
 
-    /// With the lock held, so that the timer cannot go away meanwhile. Once it has gone, the action is not called.
+    /// Holds the lock, so that the timer cannot be destroyed meanwhile. A destroyed timer's action is not called.
     void post() {
         m_post([weakAction = std::weak_ptr(m_action)] {
             if (const auto action = weakAction.lock()) {

@@ -7,18 +7,18 @@
 
 namespace orvanel::test {
 
-/// A clock that stands still until a test moves it. May be asked from any thread.
+/// A clock that stands still until a test moves it. May be used from any thread.
 class FakeClock final : public Clock {
 public:
     TimePoint now() const override;
     WallTime wallTime() const override;
     std::unique_ptr<Timer> callAfter(std::chrono::milliseconds delay, std::function<void()> action) override;
 
-    /// Moves the hands, stopping at each timer on the way, in order: its action is posted to its own thread before the
-    /// hands move on. Runs this thread's posted events at each stop, so that timers set by those actions count too.
+    /// Moves the clock on and stops at each timer on the way, in order. There it posts the timer's action to its
+    /// thread, and then runs this thread's posted events, so that timers set by those actions count too.
     void advance(std::chrono::milliseconds duration);
 
-    /// Pending timers, and the time until the first of them (a negative number when there is none).
+    /// The number of pending timers, and the time until the first one (negative if there is none).
     int pendingTimers() const;
     std::chrono::milliseconds untilNextTimer() const;
 

@@ -13,8 +13,8 @@ void obeyFilePermissions() {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3]{};
     constexpr __u32 overrides = (1U << CAP_DAC_OVERRIDE) | (1U << CAP_DAC_READ_SEARCH);
-    // Programs started from here must not get them back either: a process whose rights grow at its start is no longer
-    // told of its parent's end.
+    // Programs started from here must not get the rights back either. The kernel would then no longer tell them of
+    // their parent's end.
     for (const int capability : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
         ::prctl(PR_CAPBSET_DROP, static_cast<unsigned long>(capability));
     }

@@ -2,8 +2,8 @@
 
 namespace orvanel::test {
 
-/// Makes this process and its children obey file permissions even when it runs as root, for good. A test that takes
-/// permissions away calls this first.
+/// Makes this process and its children obey file permissions from now on, even as root. Call it first in a test that
+/// takes permissions away.
 void obeyFilePermissions();
 
 } // namespace orvanel::test

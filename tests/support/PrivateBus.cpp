@@ -50,7 +50,7 @@ PrivateBus::PrivateBus() {
     const QString configurationFile = m_folder.filePath(u"bus.conf"_s);
     QDir(folder).mkdir(u"services"_s);
     write(configurationFile, QString::fromLatin1(configuration).arg(folder));
-    // A test that crashes takes its bus along. (The starting thread is the main one, so this fires with the process.)
+    // If the test crashes, its bus ends too. (The main thread starts it, so this signal comes when the process ends.)
     m_daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     m_daemon.start(u"dbus-daemon"_s,
                    {u"--config-file="_s + configurationFile, u"--nofork"_s, u"--nopidfile"_s, u"--print-address"_s});
@@ -89,7 +89,7 @@ void PrivateBus::disconnect(const QDBusConnection& connection) {
 }
 
 void PrivateBus::letStart(const QString& service) {
-    // What is started stays until the bus ends: one that ended before its service appeared would have failed.
+    // The command runs until the bus ends. If it ended before its service appeared, that would count as a failure.
     const QString command =
         u"/bin/sh -c '/usr/bin/touch %1; exec /usr/bin/tail --pid=%2 -f /dev/null'"_s.arg(startedFile(service))
             .arg(m_daemon.processId());

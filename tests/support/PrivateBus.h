@@ -7,7 +7,7 @@
 
 namespace orvanel::test {
 
-/// A session bus of one test's own, without any service on it. Ends with the object.
+/// A session bus of the test's own, without any service on it. Ends with the object.
 class PrivateBus {
 public:
     PrivateBus();
@@ -22,15 +22,15 @@ public:
     /// Closes a connection, as the end of its process would.
     void disconnect(const QDBusConnection& connection);
 
-    /// Lets the bus start a service that is called while nobody has its name. Only the call for it comes: the service
-    /// itself is then to appear from the test.
+    /// Lets the bus start a service that is called while nothing owns its name. The test sees only the call, and must
+    /// then make the service appear itself.
     void letStart(const QString& service);
     bool hasStarted(const QString& service) const;
 
-    /// Ends the bus under its users.
+    /// Ends the bus while programs use it.
     void stop();
 
-    /// What a process without a session bus has.
+    /// The connection of a process that has no session bus.
     static QDBusConnection none();
 
 private:

@@ -22,7 +22,7 @@ bool addTestClass(TestClass testClass);
 
 } // namespace orvanel::test
 
-/// Stands at the end of a test class's source, where QTEST_MAIN stands elsewhere.
+/// Belongs at the end of a test class's source, in place of QTEST_MAIN.
 #define ORVANEL_TEST(Class) ORVANEL_TEST_WITH(Class, )
 
 /// The same, with further members of TestClass.

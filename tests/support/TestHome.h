@@ -5,7 +5,7 @@
 
 namespace orvanel::test {
 
-/// A throw-away home for one test: settings, data and autostart entries land in it as long as it lives.
+/// A throw-away home for one test, in place of the user's settings, data and autostart entries as long as it lives.
 class TestHome {
 public:
     TestHome();
@@ -14,7 +14,7 @@ public:
     TestHome& operator=(const TestHome&) = delete;
 
     QString path(const QString& relative = {}) const;
-    /// Writes a file, with the folders above it.
+    /// Writes a file, and makes the folders above it.
     QString write(const QString& relative, const QByteArray& content, bool executable = false) const;
 
 private:

@@ -1,5 +1,5 @@
-// Runs one test class of a program that holds several. Compiled into each test program: whether there are widgets is
-// for its Qt to say.
+// Runs one test class of a program that holds several. It is compiled into each test program, because its Qt modules
+// decide whether there are widgets.
 #include "support/TestClass.h"
 
 #include <QTest>
@@ -67,7 +67,7 @@ int main(int count, char** arguments) {
     if (chosen == classes.end()) {
         return usage(arguments[0]);
     }
-    // QTest sees the rest, as if the class were a program of its own.
+    // QTest gets the remaining arguments, as if the class were a program of its own.
     arguments[1] = arguments[0];
     return run(*chosen, count - 1, arguments + 1);
 }

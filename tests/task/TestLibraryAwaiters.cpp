@@ -24,8 +24,8 @@ QCoro::Task<void> awaitSignal(Sender* sender, bool* isOver) {
 
 } // namespace
 
-/// Why coroutines await our own Event. If a test fails here, the library can do now what Event is for: consider its own
-/// awaiters again.
+/// Why coroutines await our own Event. If a test here fails, the library can now do what Event is for, and its own
+/// awaiters should be considered again.
 class TestLibraryAwaiters : public QObject {
     Q_OBJECT
 

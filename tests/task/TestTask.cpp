@@ -42,7 +42,8 @@ QCoro::Task<int> valueOf(Event<int> event, QThread** resumedOn) {
     co_return value;
 }
 
-/// What the system's clock shows in a child whose computer has slept so long; none where that cannot be arranged.
+/// The time that the system's clock shows in a child whose computer has slept that long; none if that cannot be
+/// arranged.
 std::optional<Clock::TimePoint> nowAfterSleeping(std::chrono::seconds asleep) {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
