@@ -106,12 +106,12 @@ public:
         row("Descriptors", early.descriptors, late.descriptors, "", 0);
         row("Threads", early.threads, late.threads, "", 0);
         // At both times, the same windows were open and the same programs were listening.
-        row("Signals to the panel in a lively while", m_early->livelyNews, m_late->livelyNews, "",
+        row("Signals to the panel in a busy period", m_early->livelyNews, m_late->livelyNews, "",
             m_early->livelyNews * 0.5);
         row("The same while nothing changes", m_early->quiet.news, m_late->quiet.news, "", 0);
 
         const double minutes = static_cast<double>(duration.count());
-        rowAtLeast(u"Least signals of any lively while"_s, m_leastNews, 1);
+        rowAtLeast(u"Fewest signals in any busy period"_s, m_leastNews, 1);
         rowAtLeast(u"Polls"_s, m_life.polls(), m_isSanitized ? 1 : 3000 * minutes);
         double operations = 0;
         for (auto kind = m_life.operations().begin(); kind != m_life.operations().end(); ++kind) {

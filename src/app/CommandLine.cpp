@@ -13,7 +13,7 @@ const QStringList qtOptionsWithValue{
 };
 const QStringList qtOptions{u"dograb"_s, u"nograb"_s, u"reverse"_s, u"widgetcount"_s};
 
-/// Without its dashes and its value; empty where it is no option.
+/// The option's name without its dashes and value; empty if the argument is not an option.
 QString optionName(const QString& argument) {
     if (!argument.startsWith(u'-')) {
         return {};

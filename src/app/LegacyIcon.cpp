@@ -11,12 +11,12 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-// What panels of this kind give an icon; they resize it as they like.
+// The size that such panels usually give an icon. They may resize it.
 constexpr int side = 22;
 
 } // namespace
 
-/// Shown outside of the screen: it is seen only once the panel has moved it into itself.
+/// The window is shown outside the screen, so it is seen only after the panel has moved it into itself.
 LegacyIcon::LegacyIcon(LegacyTray& tray, QMenu& menu)
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint)
     , m_menu(menu) {

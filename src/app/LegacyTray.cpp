@@ -50,7 +50,7 @@ public:
             return;
         }
         const auto icon = static_cast<xcb_window_t>(window);
-        // Version, and the wish to be seen.
+        // The protocol's version, and the flag that asks the panel to show the icon.
         const std::array<std::uint32_t, 2> information{0, 1};
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, icon, m_embedding, m_embedding, 32, information.size(),
                             information.data());

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-// Every change goes to the panel over the bus, so these tell only real changes.
+// Every change is sent to the panel over the bus, so these functions change only what differs.
 
 void showEntry(QAction* action, bool visible) {
     if (action->isVisible() != visible) {

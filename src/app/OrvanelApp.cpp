@@ -43,7 +43,7 @@ QWidget* OrvanelApp::windowForQuestions() {
     if (QWidget* const active = m_windows->active()) {
         return active;
     }
-    // Once more, so that it comes to the front where the user asked elsewhere, in the menu of a panel.
+    // This brings the window to the front even if the user asked elsewhere, in the menu of a panel.
     openMainWindow();
     return m_windows->open(windowId::main());
 }

@@ -30,8 +30,8 @@ public:
     /// Call it just before the event loop runs.
     void start();
 
-    /// For a user who asks for it. See Windows::open(); on X11 the window opens a moment later. A program that is
-    /// quitting opens nothing.
+    /// Opens the main window because the user asked for it; see Windows::open(). On X11 the window opens a moment
+    /// later. A program that is quitting opens nothing.
     void openMainWindow(const QString& activationToken = {});
 
     KumaController& controller() { return m_controller; }

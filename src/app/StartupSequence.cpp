@@ -24,7 +24,7 @@ xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
 /// Sends the text with its final zero in messages of 20 bytes, as the Startup Notification Protocol requires.
 void broadcast(xcb_connection_t* connection, const QByteArray& text) {
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-    // It only tells the parts of different senders apart.
+    // The window's id only serves to tell the messages of different senders apart.
     const xcb_window_t sender = xcb_generate_id(connection);
     xcb_create_window(connection, XCB_COPY_FROM_PARENT, sender, root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                       XCB_COPY_FROM_PARENT, 0, nullptr);

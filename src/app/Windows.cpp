@@ -25,7 +25,7 @@ QWidget* foremost(QWidget* window) {
     return window;
 }
 
-/// A window lets go of many small pieces of memory, which the C library would keep for this program.
+/// A closed window frees many small pieces of memory, which the C library would keep for this program.
 void returnFreeMemory() {
 #ifdef __GLIBC__
     ::malloc_trim(0);

@@ -27,7 +27,8 @@ using namespace orvanel;
 
 namespace {
 
-/// A launcher may have closed them. The next files that are opened, usually sockets, would then take their numbers.
+/// Opens the standard streams if a launcher has closed them. Otherwise the next files that are opened, usually sockets,
+/// would take their numbers.
 void openStandardStreams() {
     int descriptor = 0;
     do {
@@ -40,8 +41,8 @@ void print(FILE* stream, const QString& text) {
     std::fputs(qPrintable(text), stream);
 }
 
-/// The exit status where the command line only asks for words, or makes no sense; none where the program is to run.
-/// Needs no display.
+/// The exit status if the command line only asks for a text or is wrong; none if the program is to run. Needs no
+/// display.
 std::optional<int> answerAtOnce(int argc, const char* const* argv) {
     QStringList arguments;
     for (int i = 1; i < argc; ++i) {
@@ -70,7 +71,8 @@ std::unique_ptr<QApplication> makeApplication(int& argc, char** argv) {
     return std::make_unique<QApplication>(argc, argv);
 }
 
-/// `startupId`: see endStartupSequence(). `window`: the token with which the main window opens at once, if it does.
+/// For `startupId`, see endStartupSequence(). `window` is the token with which the main window opens at once, if it
+/// does.
 int run(SingleInstance& instance, const QString& startupId, const std::optional<QString>& window) {
     // Never released: tasks may still use them while the program ends.
     static auto* const environment = new UserEnvironment;

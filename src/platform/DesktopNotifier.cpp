@@ -93,8 +93,8 @@ void DesktopNotifier::listen() {
     askServer();
 }
 
-// Answers cannot be relied on to tell who gave them (Qt 6.4 says it, 6.8 does not), so the bus is asked. It tells
-// before the server can have answered anything, and changes after that come after what it tells here.
+// An answer does not reliably name its sender (it does in Qt 6.4, but not in 6.8), so the bus is asked who the server
+// is. The bus answers before any answer of the server can arrive, and tells of later changes after its answer.
 void DesktopNotifier::askServer() {
     const QString bus = u"org.freedesktop.DBus"_s;
     auto call = QDBusMessage::createMethodCall(bus, u"/org/freedesktop/DBus"_s, bus, u"GetNameOwner"_s);
@@ -116,8 +116,8 @@ void DesktopNotifier::onServerChanged(const QString&, const QString& oldOwner, c
     m_capabilities.reset();
     m_ours.clear();
     m_tokens.clear();
-    // A server that was there before may have got the open question, and the next one may be able to do more or less.
-    // Where there was none, the question itself started this one, which will answer it.
+    // The old server may have received the open question, and the new one may have other capabilities, so the question
+    // is asked again. If there was no old server, the question itself has started the new one, which will answer it.
     if (m_asking != nullptr && !oldOwner.isEmpty()) {
         m_asking = nullptr;
         askCapabilities();

@@ -62,11 +62,11 @@ private:
     const int m_limit;
     bool m_listening = false;
     bool m_reported = false;
-    /// The question that is open; none if there is no such.
+    /// The question that is open, or nullptr.
     QDBusPendingCallWatcher* m_asking = nullptr;
     /// Unique bus name of the server; empty while unknown.
     QString m_server;
-    /// Of `m_server`; none until it answered.
+    /// The capabilities of `m_server`; none until it has answered.
     std::optional<QStringList> m_capabilities;
     QList<News> m_waiting;
     QSet<uint> m_ours;

@@ -14,10 +14,10 @@ struct Alert {
     Style style = Style::Information;
     QString message;
     QString informativeText;
-    /// The first button.
+    /// The text of the first button.
     QString confirmButton;
     QString cancelButton;
-    /// Which of them Return presses.
+    /// Whether Return presses the first button; otherwise it presses the other one.
     bool confirmsByReturn = true;
 };
 
@@ -34,8 +34,8 @@ struct OpenPanel {
     bool foldersAllowed = false;
 };
 
-/// Questions to the user. The window that asks stays usable by the event loop: nothing here blocks. Main thread.
-/// A question that cannot be shown, or is closed, counts as cancelled.
+/// Asks the user questions. Main thread. Nothing blocks: the event loop goes on while a question is open. A question
+/// that cannot be shown, or is closed, counts as cancelled.
 class Dialogs {
 public:
     Dialogs() = default;

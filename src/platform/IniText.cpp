@@ -16,7 +16,7 @@ bool isUtf8(const QByteArray& line) {
     return !decoder.hasError();
 }
 
-/// The character at the beginning, which may be escaped, and what follows it.
+/// The first character of an item, which may be escaped, and the rest of the item.
 struct FirstCharacter {
     char16_t character = 0;
     QByteArrayView rest;
@@ -29,7 +29,7 @@ FirstCharacter firstCharacter(QByteArrayView item) {
     if (!item.startsWith('\\')) {
         return {static_cast<uchar>(item.front()), item.sliced(1)};
     }
-    // As Qt reads it: however many digits there are, and only the last of them count.
+    // Qt accepts any number of digits, and only the last ones count.
     const bool isHex = item.startsWith("\\x");
     const QByteArrayView digits = isHex ? "0123456789abcdef" : "01234567";
     unsigned value = 0;
@@ -45,8 +45,8 @@ FirstCharacter firstCharacter(QByteArrayView item) {
     return {static_cast<char16_t>(value), item.sliced(length)};
 }
 
-/// Whether the item of a value that begins here is an object. "@@" is a text with one "@". A few texts that only begin
-/// like an object count too: nobody but people write those.
+/// Whether the item that begins here is an object. "@@" is a text that begins with "@". A few texts that only begin
+/// like an object also count as one; only people write such texts, never Qt.
 bool beginsObject(QByteArrayView item) {
     while (item.startsWith(' ') || item.startsWith('\t')) {
         item = item.sliced(1);
@@ -60,8 +60,7 @@ bool beginsObject(QByteArrayView item) {
     return first.character == u'@' && isTyped;
 }
 
-/// Qt drops a backslash with what follows it where it knows no such escape: what comes then would not be looked at
-/// here.
+/// Qt drops an unknown escape together with its backslash, and would read text after it that has not been checked here.
 bool isKnownEscape(QByteArrayView text) {
     if (text.startsWith('x')) {
         return text.size() > 1 && std::isxdigit(static_cast<uchar>(text[1])) != 0;
@@ -69,7 +68,8 @@ bool isKnownEscape(QByteArrayView text) {
     return !text.isEmpty() && QByteArrayView("abfnrtv\"?'\\01234567").contains(text.front());
 }
 
-/// A value ends with its line, which a quote or a backslash at its end would prevent, and holds no object.
+/// A value must end with its line, which a quote or a backslash at its end would prevent, and must not contain an
+/// object.
 bool isHarmlessValue(QByteArrayView value) {
     bool isQuoted = false;
     bool holdsObject = beginsObject(value);
@@ -88,7 +88,7 @@ bool isHarmlessValue(QByteArrayView value) {
     return !isQuoted && !holdsObject;
 }
 
-/// A key ends with its equals sign, which a backslash before it would prevent. Elsewhere backslashes part its groups.
+/// A key must end at its equals sign, which a backslash before it would prevent. Other backslashes separate its groups.
 bool isHarmlessKey(QByteArrayView key) {
     bool isQuoted = false;
     for (qsizetype i = 0; i < key.size(); ++i) {

@@ -4,12 +4,12 @@
 
 namespace orvanel {
 
-/// Whether QSettings can take the whole text of an INI file: UTF-8 in lines that each stand for themselves, and none
-/// with a serialised object (`@Variant(…)`, `@DateTime(…)`). Qt reads those back without a look at the sizes they
-/// claim, so that a line of thirty characters takes gigabytes.
+/// Whether QSettings can safely read the whole text of an INI file. It can if the text is UTF-8, each line is complete
+/// in itself, and none contains a serialised object (`@Variant(…)`, `@DateTime(…)`). Qt would read an object without
+/// checking the sizes that it claims, so that a line of thirty characters could take gigabytes.
 bool isHarmlessIni(const QByteArray& text);
 
-/// The same text without the lines for which that does not hold.
+/// The same text without the lines that are not safe.
 QByteArray harmlessIniLines(const QByteArray& text);
 
 } // namespace orvanel

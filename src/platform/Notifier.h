@@ -14,7 +14,8 @@ public:
 
     /// Whether this program can post at all here.
     virtual bool mayPost() const = 0;
-    /// Asks once a run for permission to show alerts and play a sound; where none is needed, prepares for posting.
+    /// Asks, once a run, for permission to show alerts and play a sound. Where no permission is needed, prepares for
+    /// posting.
     virtual void requestAuthorization() = 0;
     /// Both texts are plain. No notification replaces an earlier one.
     virtual void post(const QString& title, const QString& body) = 0;

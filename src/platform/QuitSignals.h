@@ -19,7 +19,7 @@ public:
     ~QuitSignals() override;
 
 Q_SIGNALS:
-    /// From the event loop of the thread that made this object; once for signals that came together.
+    /// Emitted from the event loop of the thread that made this object. Signals that come together count once.
     void quitRequested();
 
 private:

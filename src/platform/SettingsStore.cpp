@@ -58,7 +58,7 @@ QVariantHash valuesIn(const QString& path) {
     return values;
 }
 
-/// A text with some bad lines still gives the good ones.
+/// If some lines of the text are bad, the good ones still count.
 QVariantHash readValues(const QString& path) {
     const auto content = readSmallFile(path);
     if (!content || !isText(*content)) {
@@ -74,7 +74,7 @@ QVariantHash readValues(const QString& path) {
     return valuesIn(goodLines.fileName());
 }
 
-// UTF-8 cannot hold half a surrogate pair. Replaced here, this run has the same value as the next one reads.
+// UTF-8 cannot hold half a surrogate pair. Replacing it here gives this run the same value that the next run will read.
 QString withoutHalfPairs(QString text) {
     for (qsizetype i = 0; i < text.size(); ++i) {
         if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
@@ -86,7 +86,7 @@ QString withoutHalfPairs(QString text) {
     return text;
 }
 
-/// QSettings waits without end for the lock beside the file, and with it the window: where something is in the way of
+/// QSettings waits without a time limit for the lock beside the file, which would block the window. If something holds
 /// that lock, nothing is written.
 bool isLockFree(const QString& path) {
     constexpr int patience = 100;

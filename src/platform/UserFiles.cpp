@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel::folders {
 namespace {
 
-// The base directory rules call a relative path invalid: the data would move with the working directory.
+// The Base Directory Specification calls a relative path invalid; the data would move with the working directory.
 QString absoluteOr(const QString& folder, const QString& below) {
     return QDir::isAbsolutePath(folder) ? folder : QDir::homePath() + below;
 }

@@ -18,13 +18,14 @@ QString configuration();
 
 namespace orvanel {
 
-/// Largest file that readSmallFile() takes, in bytes: far more than a settings file or a desktop entry needs. A larger
-/// one could harm: Qt reads objects within objects without counting how deep it is, and in a settings file of 280 kB
-/// they end a stack of 8 MiB; each word of a command is looked up.
+/// The size of the largest file that readSmallFile() takes, in bytes. This is far more than a settings file or a
+/// desktop entry needs. Larger files can do harm: Qt reads nested objects without limiting their depth, so a settings
+/// file of 280 kB can overflow a stack of 8 MiB; and each word of a desktop entry's command is looked up in the file
+/// system.
 constexpr qint64 smallFileLimit = 1 << 16;
 
-/// The content of a regular file of at most `smallFileLimit`; none when there is no such file or it cannot be read.
-/// Never blocks, whatever lies there: pipes and devices are not opened.
+/// The content of a regular file of at most `smallFileLimit` bytes; none if there is no such file or it cannot be read.
+/// Never blocks, because pipes and devices are not opened.
 std::optional<QByteArray> readSmallFile(const QString& path);
 
 } // namespace orvanel

@@ -136,7 +136,7 @@ private Q_SLOTS:
         const QString message = copyMessage(folder.path(u"from"_s), folder.path(u"to"_s));
         interception().seekFailure = {};
         if (!isAsked) {
-            QSKIP("This file system clones files or knows no holes.");
+            QSKIP("This file system clones files or does not support holes.");
         }
         QCOMPARE(message, folder.path(u"from/sparse"_s) + u": Input/output error"_s);
     }

@@ -87,7 +87,7 @@ class TestFullDisk : public QObject {
 private Q_SLOTS:
     void init() {
         if (!whyNoMounts.isEmpty()) {
-            QSKIP(qPrintable(u"A small disk needs rights that are missing: "_s + whyNoMounts));
+            QSKIP(qPrintable(u"This process may not mount a small disk: "_s + whyNoMounts));
         }
     }
 

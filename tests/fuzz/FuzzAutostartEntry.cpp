@@ -27,7 +27,7 @@ bool isOurs(const QByteArray& line) {
 void checkLinesStay(const QByteArray& before, const QByteArray& after) {
     const QByteArrayList lines = after.split('\n');
     for (const QByteArray& line : before.split('\n')) {
-        require(isOurs(line) || lines.contains(line), "the lines of the user stay");
+        require(isOurs(line) || lines.contains(line), "the user's lines stay");
     }
 }
 
@@ -41,12 +41,12 @@ void fuzz(QByteArrayView input) {
     AutostartEntry item(u"/bin/sh"_s, {home.path(u"autostart"_s), {}, {u"GNOME"_s, u"Home"_s}});
     const bool wasEnabled = item.isEnabled();
     const bool wasEntry = DesktopEntry::parse(content).has_value();
-    require(wasEntry || !wasEnabled, "what is no entry starts nothing");
-    require(contentOf(path) == content, "asking changes nothing");
+    require(wasEntry || !wasEnabled, "a file that is not an entry starts nothing");
+    require(contentOf(path) == content, "reading the state changes nothing");
     for (const bool enabled : {!wasEnabled, wasEnabled, !wasEnabled}) {
         require(!item.setEnabled(enabled), "the item can be switched");
-        require(item.isEnabled() == enabled, "switching counts");
-        require(DesktopEntry::parse(contentOf(path)).has_value(), "what was written is an entry");
+        require(item.isEnabled() == enabled, "the switch takes effect");
+        require(DesktopEntry::parse(contentOf(path)).has_value(), "the written file is an entry");
         if (wasEntry) {
             checkLinesStay(content, contentOf(path));
         }

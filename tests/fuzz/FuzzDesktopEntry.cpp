@@ -41,7 +41,8 @@ void checkArguments(const QString& first, const QString& second) {
     require(arguments(quoted(first) + u' ' + quoted(second)) == both, "quoted arguments come out as they are");
     DesktopEntry entry;
     entry.setValue("Exec", quoted(first) + u' ' + quoted(second));
-    require(arguments(entry.value("Exec").value_or(QString())) == both, "also through an entry");
+    require(arguments(entry.value("Exec").value_or(QString())) == both,
+            "quoted arguments also come out of an entry as they are");
 }
 
 } // namespace

@@ -35,7 +35,7 @@ void checkAnyAnswer(QByteArrayView bytes, qsizetype pieceSize, bool readsBody) {
     require(textOf(readInPieces(bytes, pieceSize, readsBody)) == textOf(whole), "the pieces do not matter");
     if (const auto* answer = std::get_if<HttpAnswer>(&whole)) {
         const bool isFinal = answer->status == 0 || answer->status == 101 || answer->status >= 200;
-        require(isFinal && answer->status <= 999, "a result is no notice");
+        require(isFinal && answer->status <= 999, "a result is not an interim answer");
         require(answer->body.isEmpty() || (readsBody && answer->status == 200), "only a wanted 200 has a body");
         require(answer->body.size() <= bytes.size(), "a body is part of the answer");
     }
@@ -56,7 +56,7 @@ void checkAnyBody(QByteArrayView body, qsizetype size) {
     const QByteArray head = "HTTP/1.1 200 OK\r\n";
     const QByteArray length = "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n";
     const QByteArray withLength = head + length + body.toByteArray() + "more";
-    require(textOf(readInPieces(withLength, size, true)) == expected, "a body of a told length is read");
+    require(textOf(readInPieces(withLength, size, true)) == expected, "a body of a given length is read");
     const QByteArray inChunks = head + "Transfer-Encoding: chunked\r\n\r\n" + chunked(body, size);
     require(textOf(readInPieces(inChunks, size + 1, true)) == expected, "a body in chunks is read");
     const QByteArray untilClose = head + "\r\n" + body.toByteArray();

@@ -40,7 +40,7 @@ void fuzz(QByteArrayView input) {
         require(isSentence(result), "an error is a sentence");
         return;
     }
-    require(isValidImageTag(release->version) == mayBeTag(release->version), "tags are told from other texts");
+    require(isValidImageTag(release->version) == mayBeTag(release->version), "only valid tags are accepted");
     require(!isMajorChange(release->version, release->version), "the same version is no change");
     QJsonObject same{{u"tag_name"_s, u'v' + release->version}};
     if (release->page) {

@@ -86,7 +86,7 @@ void fuzz(QByteArrayView input) {
     const auto heartbeats = documentOf(takePart(&input));
     const StatusPageData invented = inventedData(takePart(&input));
     const StatusPageResult told = readStatusPage(pageOf(invented), heartbeatsOf(invented), u"home"_s);
-    require(told == StatusPageResult(invented), "a well-formed page is read as it was told");
+    require(told == StatusPageResult(invented), "a well-formed page is read as it was written");
     if (!page || !heartbeats) {
         return;
     }
@@ -94,7 +94,7 @@ void fuzz(QByteArrayView input) {
     const StatusPageResult result = readStatusPage(*page, *heartbeats, slug);
     if (const auto* data = std::get_if<StatusPageData>(&result)) {
         const StatusPageResult again = readStatusPage(pageOf(*data), heartbeatsOf(*data), slug);
-        require(again == result, "a page that tells the same reads the same");
+        require(again == result, "pages with the same content read the same");
     }
 }
 

@@ -61,7 +61,7 @@ public:
 
     void end() {
         show();
-        require(m_buffer.size() == static_cast<std::size_t>(m_expected.size()), "as much is kept as is told");
+        require(m_buffer.size() == static_cast<std::size_t>(m_expected.size()), "as much is kept as size() says");
         require(m_buffer.string() == decodeUtf8(m_expected), "what is kept is decoded as a whole");
     }
 

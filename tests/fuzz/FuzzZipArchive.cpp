@@ -27,7 +27,7 @@ void checkListing(const TestHome& home, QByteArrayView bytes) {
     const QString file = writeIn(home, bytes.toByteArray());
     const auto listing = ZipArchive::list(file);
     require(!listing || listing->entries * smallestEntry <= bytes.size(), "entries take room in an archive");
-    require(!listing || (listing->entries >= 0 && listing->bytes >= 0), "nothing is less than nothing");
+    require(!listing || (listing->entries >= 0 && listing->bytes >= 0), "no count is negative");
 }
 
 /// An archive with an entry for each line, and a true list of them; or with claimed sizes that no small archive can
@@ -47,7 +47,7 @@ void checkTrueListing(const TestHome& home, QByteArrayView input) {
         entries << entry;
     }
     const QString file = writeIn(home, zipOf(entries));
-    require(ZipArchive::list(file) == expected, "a listing is read as it was told");
+    require(ZipArchive::list(file) == expected, "a listing is read as it was written");
 }
 
 /// Holds links, in folders that are made once. Nothing is ever written through the links, whatever they point to.
@@ -104,7 +104,7 @@ void checkLinks(const QString& folder, QByteArrayView input) {
         const int place = takeByte(&target);
         unpacked.addLink(place, target.toByteArray());
     }
-    require(!unpacked.isHarmless() || unpacked.staysInside(), "what is found harmless leads nowhere else");
+    require(!unpacked.isHarmless() || unpacked.staysInside(), "links that are found harmless stay inside");
 }
 
 } // namespace

@@ -28,7 +28,7 @@ void GalleryWorld::poll() {
 void GalleryWorld::advanceUntil(const std::function<bool()>& condition) {
     for (int turns = 0; !condition(); ++turns) {
         if (turns == 1000 || clock.pendingTimers() == 0) {
-            qFatal("the scene does not come about");
+            qFatal("the world never reaches the state of the scene");
         }
         advance(std::max(clock.untilNextTimer(), 0ms));
     }

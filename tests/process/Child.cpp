@@ -285,7 +285,7 @@ int main(int count, char** values) {
     const Arguments arguments(values + 1, values + count);
     const auto face = arguments.empty() ? faces.end() : faces.find(arguments[0]);
     if (face == faces.end()) {
-        std::cerr << "no such face\n";
+        std::cerr << "unknown behaviour\n";
         return 97;
     }
     return face->second(Arguments(arguments.begin() + 1, arguments.end()));

@@ -40,7 +40,7 @@ public:
         socklen_t size = sizeof name;
         auto* const generic = reinterpret_cast<sockaddr*>(&name);
         if (::bind(m_socket.get(), generic, size) != 0 || ::getsockname(m_socket.get(), generic, &size) != 0) {
-            qFatal("no port to be had");
+            qFatal("no free port");
         }
         m_port = ntohs(name.sin_port);
     }

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// The text after the slug must be visible too.
+/// Longer slugs are cut, so that the text after them stays visible.
 constexpr qsizetype longestSlug = 200;
 
 } // namespace

@@ -51,7 +51,7 @@ void DetailsSection::expand() {
         m_box = new TextBox(u"Details"_s);
         m_box->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
         layout()->addWidget(m_box);
-        // Without this the box would come after whatever the window has got since.
+        // Without this, Tab would reach the box only after widgets that were added to the window since.
         setTabOrder(m_button, m_box);
     }
     m_box->setContent(m_details);

@@ -4,7 +4,7 @@
 
 namespace orvanel {
 
-/// Where Qt would read markup into a text, these keep it as it is written.
+/// These functions keep a text as it is written where Qt would read it as markup.
 
 /// For a button or menu entry, where '&' marks a mnemonic.
 QString plainButtonText(const QString& text);

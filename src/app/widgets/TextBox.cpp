@@ -74,7 +74,7 @@ struct Selection {
         , position(cursor.position()) {}
     bool operator==(const Selection&) const = default;
 
-    /// Moves it to where it is when only the kept part of the text is left, at the front.
+    /// Moves the selection to its place in the next text, which begins with the kept part.
     void moveWith(const KeptText& kept) {
         for (int* end : {&anchor, &position}) {
             *end = asPosition(std::clamp<qsizetype>(*end - kept.from, 0, kept.size));

@@ -12,7 +12,7 @@ namespace {
 
 /// Longer words may break anywhere after this many characters.
 constexpr int longWord = 20;
-/// Some lines of text; a label has no room for more.
+/// Longer texts are cut to about this many characters, which is some lines, because a label has no room for more.
 constexpr qsizetype longest = 400;
 
 /// Surrogates, and marks that belong to the letter before them.
