@@ -83,7 +83,7 @@ void OrvanelApp::start() {
 void OrvanelApp::takeDown() {
     m_windows->closeForGood();
     if (m_statusItem) {
-        // Its menu may have been used to get here.
+        // Deleted later, because a choice in its menu may have led here.
         m_statusItem.release()->deleteLater();
     }
 }

@@ -38,7 +38,7 @@ bool isFile(const QString& path) {
     return status && S_ISREG(status->st_mode);
 }
 
-/// One of the database's files, in the source and in the copy.
+/// The paths of one of the database's files, in the source and in the copy.
 struct FilePair {
     std::string name;
     QString source;

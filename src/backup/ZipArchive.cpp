@@ -37,7 +37,7 @@ ToolCall bsdtar(const QStringList& arguments) {
     return {u"/usr/bin/env"_s, QStringList{u"LC_ALL=C.UTF-8"_s, u"/usr/bin/bsdtar"_s} + arguments};
 }
 
-/// With the fastest compression: databases grow large, and there is a time limit.
+/// The fastest compression is used, because databases grow large and there is a time limit.
 ToolCall packCommand(const QString& folder, const QString& archive) {
     if (const auto ditto = findDitto()) {
         return {*ditto, {u"-c"_s, u"-k"_s, u"--keepParent"_s, folder, archive}};

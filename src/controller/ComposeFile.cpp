@@ -49,7 +49,7 @@ QString described(const QString& path, const std::error_code& error) {
 /// A file that cannot be read, or is longer than any text of ours, counts as different.
 bool holds(const QString& path, const QByteArray& content) {
     QFile file(path);
-    // To open a pipe would wait for its writer.
+    // Opening a pipe would wait for its writer, so only files are opened.
     return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) && file.size() == content.size() &&
            file.readAll() == content;
 }

@@ -35,7 +35,7 @@ DataLock::Result DataLock::take(std::chrono::milliseconds patience, std::chrono:
         return Result::Taken;
     }
     QDir().mkpath(QFileInfo(m_file).absolutePath());
-    // Not inherited by children, which may outlive this process.
+    // Children, which may outlive this process, must not inherit the descriptor.
     const int descriptor =
         ::open(QFile::encodeName(m_file).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600);
     if (descriptor < 0) {

@@ -18,7 +18,7 @@ namespace {
 /// Longer texts are refused, so that the file stays small.
 constexpr qsizetype longestText = 6000;
 
-/// What lies where the settings file belongs.
+/// What is found in the place of the settings file.
 enum class SettingsFile { Missing, Good, Broken, Unusable };
 
 QString usersFile() {

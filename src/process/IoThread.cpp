@@ -64,7 +64,7 @@ IoThread::IoThread() = default;
 
 IoThread::~IoThread() {
     if (m_thread.joinable()) {
-        // On the thread itself, because timers must be destroyed where they were made.
+        // This runs on the thread itself, because timers must be destroyed where they were made.
         m_mailbox->post([this] { m_watchers.clear(); });
         stop();
     }

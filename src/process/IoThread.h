@@ -45,7 +45,7 @@ public:
 };
 
 /// The one thread that waits for all children. It runs a Qt event loop, so that a Clock works on it. A single notifier
-/// stands for all watched descriptors, so that one wake-up serves everything that is ready.
+/// serves all watched descriptors, so that one wake-up serves everything that is ready.
 class IoThread {
 public:
     IoThread();

@@ -119,7 +119,7 @@ void DisplayWindows::clickLegacyIcon() {
 }
 
 void DisplayWindows::pressEscape() {
-    // Its place on the keyboard of Xvfb.
+    // The key code of Escape on the keyboard of Xvfb.
     constexpr std::uint8_t escape = 9;
     xcb_test_fake_input(m_connection, XCB_KEY_PRESS, escape, XCB_CURRENT_TIME, m_root, 0, 0, 0);
     xcb_test_fake_input(m_connection, XCB_KEY_RELEASE, escape, XCB_CURRENT_TIME, m_root, 0, 0, 0);

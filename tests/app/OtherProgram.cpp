@@ -13,7 +13,7 @@ namespace {
 
 // The key "a" of Xvfb's keyboard.
 constexpr std::uint8_t keyA = 38;
-// In the corner of the display, so that other windows do not cover it.
+// The corner of the display, where other windows do not cover it.
 constexpr QPoint place(1120, 680);
 
 } // namespace

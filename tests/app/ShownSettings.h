@@ -57,7 +57,7 @@ struct ShownSettings {
     QLineEdit* port() const { return field(u"Port"_s); }
     QLineEdit* slug() const { return field(u"Status page slug"_s); }
     QLineEdit* dockerOverride() const { return field(u"Path to the docker command line tool"_s); }
-    /// Replaces what stands in the field by what is typed.
+    /// Replaces the text in the field by typing another.
     void type(QLineEdit* field, const QString& text) {
         field->setFocus();
         field->selectAll();

@@ -35,7 +35,7 @@ public:
     std::optional<QSize> leastSizeOfWindow() const override { return m_windows.leastSizeOf(u"Orvanel"_s); }
 
 private:
-    /// With room for the window at twice its size.
+    /// The display has room for the window at twice its size.
     standin::VirtualDisplay m_display{{1280, 1200}};
     DisplayWindows m_windows{m_display.name()};
 };

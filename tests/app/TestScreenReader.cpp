@@ -23,7 +23,7 @@ struct Desktop {
         : reader(program.bus.connect()) {
         program.environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
         program.environment.insert(u"DISPLAY"_s, display.name());
-        // Its pauses are a tenth.
+        // This makes the program's pauses ten times shorter.
         program.environment.insert(u"ORVANEL_HASTE"_s, u"10"_s);
     }
 

@@ -18,7 +18,7 @@ namespace {
 
 constexpr Meaning meanings[] = {Meaning::inactive, Meaning::good, Meaning::bad, Meaning::pending, Meaning::maintenance};
 
-/// What lies below text on a card.
+/// The background of text on a card.
 QColor cardColor(const QPalette& palette) {
     const QColor window = palette.color(QPalette::Window);
     const auto mix = [](float channel) { return channel * 0.88F + 0.5F * 0.12F; };

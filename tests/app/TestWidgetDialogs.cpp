@@ -178,7 +178,7 @@ private Q_SLOTS:
         QCOMPARE(dialog->windowTitle(), u"Save"_s);
         auto* const line = visibleWith<QLabel>(dialog, u"Where to?"_s);
         QVERIFY(line != nullptr);
-        // At the top, and over nothing else.
+        // The line is at the top, and covers nothing.
         QCOMPARE(line->y(), 0);
         for (const QWidget* widget : dialog->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
             const bool isBelow = widget == line || widget->isHidden() || widget->y() >= line->height();

@@ -126,7 +126,7 @@ private Q_SLOTS:
         windows.add(one, [] { return new QWidget; });
         const QPointer<QWidget> window = windows.open(one);
         windows.closeForGood();
-        // Not yet destroyed: one of its own buttons may be what asked for it.
+        // The window is not destroyed yet, because one of its own buttons may have asked for this.
         QVERIFY(!window.isNull());
         QVERIFY(windows.open(one) == nullptr);
         drainEvents();

@@ -272,7 +272,7 @@ private Q_SLOTS:
         QVERIFY(kuma.isIdle());
         QVERIFY(kuma.state().dockerState == DockerState::ready);
         QVERIFY(kuma.state().kuma == KumaState::running);
-        // Nor does it go on to the status page.
+        // The loop does not go on to the status page either.
         QCOMPARE(world.page.reads.size(), 0);
     }
 

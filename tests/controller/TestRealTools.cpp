@@ -92,7 +92,7 @@ private Q_SLOTS:
         QVERIFY(real.polledUntil([&] { return kuma.state().kuma == KumaState::running; }));
         QCOMPARE(real.tools.state().container->port, kuma.state().port);
 
-        // Its status page.
+        // The server's status page.
         world.home.write(
             u"server/pages/home.json"_s,
             R"({"config":{"title":"My page"},"publicGroupList":[{"name":"G","monitorList":[{"id":1,"name":"Web"}]}]})");

@@ -143,7 +143,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return done; }));
     }
 
-    /// A time namespace whose boot lies further back stands in for a computer that has slept.
+    /// A time namespace in which the computer was started earlier plays a computer that has slept.
     void systemClockCountsTheTimeAsleep() {
         constexpr auto asleep = 1000000s;
         const auto before = SystemClock::instance().now();

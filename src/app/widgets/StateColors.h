@@ -38,8 +38,8 @@ void usePlainPlaceholder(QWidget* widget);
 /// The track of a switch that is off: at least 3:1 against the window and against the white knob on it.
 QColor switchOffColor(const QPalette& palette);
 
-/// The dot of the status icon and the thin ring inside its edge. The panel may be light or dark, and one of the two
-/// stands out on either.
+/// The colours of the status icon's dot and of the thin ring inside its edge. The panel may be light or dark, and one
+/// of the two can be seen on either.
 QColor statusDotColor(Meaning meaning);
 QColor statusRingColor(Meaning meaning);
 

@@ -14,7 +14,7 @@ namespace {
 constexpr QSize track{36, 20};
 /// Between the knob and the edge of the track.
 constexpr double gap = 3;
-/// For the ring that shows the focus.
+/// The width of the ring that shows the focus.
 constexpr int ring = 2;
 
 } // namespace

@@ -12,8 +12,8 @@ public:
     /// `name` is what a screen reader calls it.
     explicit TextField(const QString& name, QWidget* parent = nullptr);
 
-    /// Shows the value that the field stands for. Where it is shown already nothing happens, because setting the same
-    /// text would move the cursor.
+    /// Shows the value of the setting. If it is shown already, nothing happens, because setting the same text would
+    /// move the cursor.
     void showValue(const QString& value);
 
 Q_SIGNALS:

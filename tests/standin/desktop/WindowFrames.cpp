@@ -233,7 +233,7 @@ QRect WindowFrames::placeFor(const QSize& size, quint32 transientFor) const {
         place.moveCenter(owner->inside().center());
         return place;
     }
-    // Left of where menus and notifications appear; the next window lies a little lower.
+    // Windows are placed to the left of menus and notifications, each one a little lower than the last.
     const QRect screen = qGuiApp->primaryScreen()->geometry();
     const int step = 40 * static_cast<int>(m_frames.size());
     const int below = DesktopLook::panelHeight + WindowFrame::titleHeight;

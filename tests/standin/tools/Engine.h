@@ -10,7 +10,7 @@
 /// What the daemon does, whichever command asks for it.
 namespace orvanel::standin::engine {
 
-/// Does what the daemon has done by itself since the last command: starts a server that died again, if its restart
+/// Does what the daemon has done by itself since the last command: starts a dead server again, if its restart
 /// policy says so.
 void catchUp(DockerState& state, Host& host);
 
