@@ -52,10 +52,11 @@ void giveBack(const QString& kept, const QString& place, const QString& backupsD
     moveTo(kept, freeName(backupsDir + u"/before-interrupted-restore-"_s + when));
 }
 
-/// Completes or undoes the restore that a crashed run noted in the open work folder `work`. If it ended between its two
+/// Deals with the restore that a crashed run noted in the open work folder `work`. If that run ended between the two
 /// steps, the previous data comes back from `backupsDir` to `place`, where the data folder belongs, provided that
-/// nothing or only an empty folder is there. Otherwise the previous data stays among the backups, under a name that no
-/// later restore deletes. Throws a file error if that cannot be found out or done now; the note is then still there.
+/// nothing or only an empty folder is there. If something else is there, the previous data stays among the backups,
+/// under a name that no later restore deletes. Throws a file error if that cannot be found out or done now; the note is
+/// then still there.
 void finishRestore(int work, const QString& place, const QString& backupsDir) {
     const auto text = readNote(work, noteName);
     if (!text) {

@@ -5,7 +5,7 @@
 
 namespace orvanel::standin {
 
-/// Answers `docker compose …`, whatever state the daemon is in. All output goes to standard error.
+/// Answers `docker compose …`, with a daemon that answers or refuses. All output goes to standard error.
 Answer answerCompose(DockerState& state, const Arguments& arguments, Host& host);
 
 /// Answers without the plug-in, as docker does: it takes "compose" for a mistyped command or flag.

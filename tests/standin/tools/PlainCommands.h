@@ -7,7 +7,7 @@
 
 namespace orvanel::standin {
 
-/// Answers docker's own commands, whatever state the daemon is in. `name` is a result of commandName().
+/// Answers docker's own commands, with a daemon that answers or refuses. `name` is a result of commandName().
 Answer answerPlain(const std::string& name, DockerState& state, const Arguments& arguments, Host& host);
 
 } // namespace orvanel::standin
