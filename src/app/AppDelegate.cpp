@@ -9,7 +9,8 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 
 bool stopsContainerFirst(const ControllerState& state) {
-    return state.stopOnQuit && state.kuma != KumaState::stopped && state.dockerState == DockerState::ready;
+    const bool isStopped = state.kuma == KumaState::stopped && !state.isPaused;
+    return state.stopOnQuit && !isStopped && state.dockerState == DockerState::ready;
 }
 
 AppDelegate::AppDelegate(KumaController& controller)

@@ -32,7 +32,7 @@ MenuOffers menuOffers(const ControllerState& state) {
     return {
         .dashboard = state.kuma == KumaState::running,
         .showsStart = isStopped,
-        .startOrStop = !state.busy && (!isStopped || state.dockerState == DockerState::ready),
+        .startOrStop = !operationShown(state) && (!isStopped || state.dockerState == DockerState::ready),
     };
 }
 

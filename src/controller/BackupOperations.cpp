@@ -145,7 +145,7 @@ QCoro::Task<Outcome> BackupOperations::replaceData(QString source, std::stop_tok
     if (stop.stop_requested()) {
         co_return cancelled();
     }
-    const bool wasStopped = m_context.state->kuma == KumaState::stopped;
+    const bool wasStopped = m_context.state->kuma == KumaState::stopped && !m_context.state->isPaused;
     findContainer(m_context);
     const Outcome notStopped = co_await m_containerOperations.performStop();
     if (notStopped) {

@@ -103,6 +103,17 @@ QCoro::Task<CommandResult> Container::startingCommand(QStringList arguments) con
     co_return result;
 }
 
+/// Succeeds also if the container has been unpaused meanwhile.
+QCoro::Task<CommandResult> Container::unpause() const {
+    const QStringList arguments{u"unpause"_s, u"orvanel"_s};
+    const CommandResult result = co_await startingCommand(arguments);
+    if (result.isSuccess()) {
+        co_return result;
+    }
+    const std::optional<QString> word = co_await state();
+    co_return word == u"running"_s ? CommandResult{.status = 0} : result;
+}
+
 /// Whether the container uses our data folder, so that removing the container loses no data.
 QCoro::Task<bool> Container::hasOurData() const {
     const QStringList mounts{u"inspect"_s, u"-f"_s,
@@ -138,6 +149,17 @@ QCoro::Task<CommandResult> Container::bringUp(std::optional<QString> existing, W
     const bool compose = co_await hasCompose();
     if (m_context.bringUp.isForbidden()) {
         co_return CommandResult{.cancelled = true};
+    }
+    // Docker starts no paused container.
+    if (isPausedWord(existing)) {
+        const CommandResult unpaused = co_await unpause();
+        if (!unpaused.isSuccess()) {
+            co_return unpaused;
+        }
+        existing = u"running"_s;
+        if (m_context.bringUp.isForbidden()) {
+            co_return CommandResult{.cancelled = true};
+        }
     }
     if (compose) {
         const CommandResult result = co_await composeUp();

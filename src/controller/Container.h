@@ -38,8 +38,8 @@ public:
 
     /// Downloads the pinned image. The output goes to the state's log.
     QCoro::Task<CommandResult> pull(std::shared_ptr<ProcessHandle> handle) const;
-    /// Makes the container run, with the port and image of the settings. `existing` is its state word, if there is a
-    /// container.
+    /// Makes the container run, with the port and image of the settings; unpauses it first if it is paused. `existing`
+    /// is its state word, if there is a container.
     QCoro::Task<CommandResult> bringUp(std::optional<QString> existing, WhenRunning whenRunning) const;
     /// Stops the container, through compose where that works. Returns the result of the last command run.
     QCoro::Task<CommandResult> stop() const;
@@ -51,6 +51,7 @@ private:
     /// Runs a command that is neither cancelled nor watched.
     QCoro::Task<CommandResult> command(QStringList arguments, std::chrono::seconds limit) const;
     QCoro::Task<CommandResult> startingCommand(QStringList arguments) const;
+    QCoro::Task<CommandResult> unpause() const;
     QCoro::Task<CommandResult> composeUp() const;
     QCoro::Task<bool> hasOurData() const;
     QStringList composeArgs(const QStringList& extra) const;

@@ -16,6 +16,14 @@ QString stateWord(const QString& output) {
     return lines.last().trimmed();
 }
 
+bool holdsPort(const std::optional<QString>& word) {
+    return word == u"running"_s || isPausedWord(word);
+}
+
+bool isPausedWord(const std::optional<QString>& word) {
+    return word == u"paused"_s;
+}
+
 bool saysNoContainer(const QString& output) {
     const QString text = output.toLower();
     return text.contains(u"no such object"_s) || text.contains(u"no such container"_s) || text.contains(u"not found"_s);

@@ -9,6 +9,12 @@ namespace orvanel {
 /// without blanks around it. The tool may print warnings before its answer, and both streams arrive merged.
 QString stateWord(const QString& output);
 
+/// Whether the container with this state word has its port: it runs, or Docker has paused it.
+bool holdsPort(const std::optional<QString>& word);
+
+/// Whether Docker has paused the container.
+bool isPausedWord(const std::optional<QString>& word);
+
 /// Whether a command that failed was answered all the same: the daemon said that there is no such container.
 bool saysNoContainer(const QString& output);
 

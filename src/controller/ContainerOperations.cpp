@@ -86,7 +86,7 @@ QCoro::Task<Outcome> ContainerOperations::performStart(std::stop_token stop) {
     const std::optional<QString> existing = co_await container.state();
     // A running container of our own holds the port itself.
     const int port = state->port;
-    if (existing != u"running"_s && isPortTaken(port)) {
+    if (!holdsPort(existing) && isPortTaken(port)) {
         Failure taken = failed(u"Port %1 is already in use by another program."_s.arg(port),
                                u"Port %1 on 127.0.0.1 could not be bound."_s.arg(port));
         taken.suggestedPort = freePort();

@@ -65,8 +65,13 @@ struct ControllerState {
     /// Whether `docker compose` works; none while not probed.
     std::optional<bool> composeAvailable = {};
     KumaState kuma = KumaState::stopped;
+    /// Another program has paused the container. `kuma` is stopped then.
+    bool isPaused = false;
     /// The operation under way, in words; none when idle.
     std::optional<QString> busy = {};
+    /// The text of the operation that has just ended, until a probe has found out what it changed. Views use
+    /// operationShown().
+    std::optional<QString> settling = {};
     bool pulling = false;
     QString pullLog = {};
     std::optional<OpError> error = {};
@@ -92,5 +97,11 @@ struct ControllerState {
 
     bool operator==(const ControllerState&) const = default;
 };
+
+/// The text of the operation to show: the one under way, or the one that has just ended while its result is not known.
+/// The user can start another operation only if there is none.
+inline const std::optional<QString>& operationShown(const ControllerState& state) {
+    return state.busy ? state.busy : state.settling;
+}
 
 } // namespace orvanel

@@ -2,6 +2,9 @@
 
 #include <QRegularExpression>
 #include <QStringList>
+#include <QVersionNumber>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -24,6 +27,16 @@ bool isMajorChange(const QString& imageTag, const std::optional<QString>& latest
     const QString current = majorPart(imageTag);
     const QString latest = majorPart(latestVersion.value_or(QString()));
     return !current.isEmpty() && !latest.isEmpty() && current != latest;
+}
+
+bool isOlderVersion(const QString& version, const QString& imageTag) {
+    const QVersionNumber offered = QVersionNumber::fromString(version);
+    const QVersionNumber pinned = QVersionNumber::fromString(imageTag);
+    const auto count = std::min(offered.segmentCount(), pinned.segmentCount());
+    const auto firstOf = [count](const QVersionNumber& number) {
+        return QVersionNumber(number.segments().first(count));
+    };
+    return firstOf(offered) < firstOf(pinned);
 }
 
 } // namespace orvanel

@@ -14,4 +14,8 @@ bool isValidImageTag(const QString& tag);
 /// while either has no such part.
 bool isMajorChange(const QString& imageTag, const std::optional<QString>& latestVersion);
 
+/// Whether `version` is older than the pinned tag. Only the numbers that both have are compared: 2.0.0 is not older
+/// than the tag "2". False if either is no version, such as the tag "latest".
+bool isOlderVersion(const QString& version, const QString& imageTag);
+
 } // namespace orvanel

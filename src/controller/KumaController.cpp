@@ -20,7 +20,7 @@ struct KumaController::Parts {
         , settings(*env.defaults, *state)
         , files(env.applicationSupport)
         , bringUp(*env.clock)
-        , operations(std::make_shared<Operations>(*state, tasks, refresh))
+        , operations(std::make_shared<Operations>(*state, *env.clock, tasks, refresh))
         , containerOperations(context, *operations, dataTurns, *env.dialogs, tasks)
         , statusWatch(*state, *env.clock, *env.notifier, env.fetchStatusPage)
         , poller(context, *operations, statusWatch, *env.clock, env.pageAnswers, tasks)
@@ -103,7 +103,7 @@ Health KumaController::health() const {
 }
 
 QString KumaController::statusLine() const {
-    return statusLineOf(state().busy, state().dockerState, state().kuma, state().monitors);
+    return statusLineOf(state());
 }
 
 QString KumaController::dataDir() const {

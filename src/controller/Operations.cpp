@@ -3,13 +3,20 @@
 using namespace Qt::StringLiterals;
 
 namespace orvanel {
+namespace {
+
+/// How long the text of an operation stays at most while no probe has found out what it changed.
+constexpr std::chrono::seconds longestSettling{10};
+
+} // namespace
 
 QString backingUpText() {
     return u"Backing up…"_s;
 }
 
-Operations::Operations(StateStore& state, TaskScope& tasks, Refresh refresh)
+Operations::Operations(StateStore& state, Clock& clock, TaskScope& tasks, Refresh refresh)
     : m_state(state)
+    , m_clock(clock)
     , m_tasks(tasks)
     , m_refresh(std::move(refresh))
     , m_slot(tasks) {}
@@ -21,11 +28,11 @@ void Operations::run(const QString& label, OperationSlot::Body body) {
     m_text = label;
     m_state.update([&label](ControllerState& state) {
         state.busy = label;
+        state.settling = std::nullopt;
         state.error = std::nullopt;
         state.suggestedPort = std::nullopt;
     });
-    m_slot.begin(label, std::move(body),
-                 [this](const Outcome& outcome, const std::stop_token& stop) { ended(outcome, stop); });
+    m_slot.begin(label, std::move(body), [this](const Outcome& outcome, const std::stop_token&) { ended(outcome); });
 }
 
 void Operations::show(const QString& text) {
@@ -33,20 +40,29 @@ void Operations::show(const QString& text) {
     m_state.set(&ControllerState::busy, text);
 }
 
-void Operations::ended(const Outcome& outcome, const std::stop_token& stop) {
-    m_state.update([&outcome](ControllerState& state) {
+void Operations::ended(const Outcome& outcome) {
+    m_state.update([this, &outcome](ControllerState& state) {
         state.busy = std::nullopt;
+        state.settling = m_text;
         state.pulling = false;
         if (outcome) {
             state.error = outcome->error;
             state.suggestedPort = outcome->suggestedPort;
         }
     });
-    m_tasks.start(refreshAfterwards(stop), u"refresh after an operation"_s);
+    m_patience = m_clock.callAfter(longestSettling, [this] { m_state.set(&ControllerState::settling, std::nullopt); });
+    m_tasks.start(refreshAfterwards(), u"refresh after an operation"_s);
 }
 
-QCoro::Task<void> Operations::refreshAfterwards(std::stop_token stop) {
-    co_await m_refresh(stop);
+void Operations::settled() {
+    m_state.set(&ControllerState::settling, std::nullopt);
+    m_patience.reset();
+}
+
+/// Also after a cancelled operation, which may have stopped the container already.
+QCoro::Task<void> Operations::refreshAfterwards() {
+    const std::stop_token never;
+    co_await m_refresh(never);
     if (!m_slot.isTaken()) {
         showBackups();
     }

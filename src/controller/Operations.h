@@ -2,6 +2,7 @@
 
 #include "controller/OperationSlot.h"
 #include "controller/StateStore.h"
+#include "task/Clock.h"
 
 namespace orvanel {
 
@@ -14,8 +15,8 @@ class Operations {
 public:
     using Refresh = std::function<QCoro::Task<void>(std::stop_token stop)>;
 
-    /// `refresh` finds out the new state after each operation. All three must outlive this object.
-    Operations(StateStore& state, TaskScope& tasks, Refresh refresh);
+    /// `refresh` finds out the new state after each operation. All four must outlive this object.
+    Operations(StateStore& state, Clock& clock, TaskScope& tasks, Refresh refresh);
 
     /// Begins an operation, shown as `label`; dropped while another is under way.
     void run(const QString& label, OperationSlot::Body body);
@@ -29,20 +30,26 @@ public:
     void cancel() { m_slot.cancel(); }
     void cancelChild() { m_slot.cancelChild(); }
 
+    /// Call it when a probe that began after the last operation has published what it found.
+    void settled();
+
     void backupBegan();
     void backupEnded(const std::optional<OpError>& error);
 
 private:
-    void ended(const Outcome& outcome, const std::stop_token& stop);
-    QCoro::Task<void> refreshAfterwards(std::stop_token stop);
+    void ended(const Outcome& outcome);
+    QCoro::Task<void> refreshAfterwards();
     void showBackups();
 
     StateStore& m_state;
+    Clock& m_clock;
     TaskScope& m_tasks;
     const Refresh m_refresh;
     OperationSlot m_slot;
     /// The text of the operation under way, shown while no backup is made.
     QString m_text;
+    /// Ends the settling if no probe does.
+    std::unique_ptr<Clock::Timer> m_patience;
     int m_backups = 0;
 };
 

@@ -14,10 +14,13 @@ namespace orvanel {
 namespace {
 
 constexpr auto pollPeriod = 3s;
+/// A container that was restarting counts as restarting until it has run for this long. Docker waits up to a minute
+/// between two attempts, and says "running" during each.
+constexpr auto provenRun = 60s;
 
 } // namespace
 
-Poller::Poller(const ContainerContext& context, const Operations& operations, StatusWatch& statusWatch, Clock& clock,
+Poller::Poller(const ContainerContext& context, Operations& operations, StatusWatch& statusWatch, Clock& clock,
                PageAnswers pageAnswers, TaskScope& tasks)
     : m_context(context)
     , m_operations(operations)
@@ -100,6 +103,7 @@ QCoro::Task<void> Poller::refresh(std::stop_token stop) {
     } else {
         publishNotRunning(probe);
     }
+    m_operations.settled();
     m_context.bringUp.forget();
     if (m_context.state->dockerState == DockerState::ready) {
         co_await container.hasCompose();
@@ -121,7 +125,8 @@ std::optional<Container> Poller::findTools() {
     std::optional<Container> container = findContainer(m_context);
     if (!container) {
         setDockerState(state, DockerState::missing);
-        state.set(&ControllerState::kuma, KumaState::stopped);
+        publishStopped();
+        m_operations.settled();
     } else if (state->dockerState == DockerState::unknown || state->dockerState == DockerState::missing) {
         setDockerState(state, DockerState::notRunning);
     }
@@ -136,9 +141,21 @@ void Poller::publishDockerAnswers() {
     }
 }
 
+/// Whether a container that runs now was restarting so recently that it may do so again. Not if an operation has begun
+/// since then.
+bool Poller::mayRestartAgain() const {
+    return m_restart && m_restart->generation == m_operations.generation() &&
+           m_clock.now() - m_restart->seen < provenRun;
+}
+
 void Poller::publishRunning(bool pageAnswers) {
+    if (!pageAnswers && mayRestartAgain()) {
+        return;
+    }
+    m_restart.reset();
     m_context.state.update([pageAnswers](ControllerState& state) {
         state.kuma = pageAnswers ? KumaState::running : KumaState::starting;
+        state.isPaused = false;
         if (pageAnswers && state.error && state.error->kind == ErrorKind::restartLoop) {
             state.error = std::nullopt;
         }
@@ -153,17 +170,31 @@ void Poller::publishNotRunning(const CommandResult& probe) {
         } else {
             setDockerState(state, DockerState::notRunning, probe.output);
         }
-        state.set(&ControllerState::kuma, KumaState::stopped);
+        publishStopped();
         return;
     }
     publishDockerAnswers();
     const QString word = stateWord(probe.output);
-    if (word != u"restarting"_s) {
-        state.set(&ControllerState::kuma, KumaState::stopped);
-        return;
+    if (word == u"restarting"_s) {
+        publishRestarting(word);
+    } else {
+        publishStopped(word);
     }
-    state.update([&word](ControllerState& next) {
+}
+
+void Poller::publishStopped(const QString& word) {
+    m_restart.reset();
+    m_context.state.update([&word](ControllerState& state) {
+        state.kuma = KumaState::stopped;
+        state.isPaused = isPausedWord(word);
+    });
+}
+
+void Poller::publishRestarting(const QString& word) {
+    m_restart = {m_clock.now(), m_operations.generation()};
+    m_context.state.update([&word](ControllerState& next) {
         next.kuma = KumaState::error;
+        next.isPaused = false;
         next.error = OpError{.message = u"Uptime Kuma keeps restarting. Open the logs to see why."_s,
                              .details = word,
                              .kind = ErrorKind::restartLoop};

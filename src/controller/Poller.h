@@ -14,7 +14,7 @@ class Poller {
 public:
     using PageAnswers = std::function<QCoro::Task<bool>(int port)>;
 
-    Poller(const ContainerContext& context, const Operations& operations, StatusWatch& statusWatch, Clock& clock,
+    Poller(const ContainerContext& context, Operations& operations, StatusWatch& statusWatch, Clock& clock,
            PageAnswers pageAnswers, TaskScope& tasks);
 
     /// Starts the poll loop, unless it runs already.
@@ -33,15 +33,24 @@ private:
     bool isOutdated(const Container& container, int generation) const;
     void publishDockerAnswers();
     void publishRunning(bool pageAnswers);
+    void publishRestarting(const QString& word);
+    void publishStopped(const QString& word = {});
+    bool mayRestartAgain() const;
     void publishNotRunning(const CommandResult& probe);
 
     const ContainerContext m_context;
-    const Operations& m_operations;
+    Operations& m_operations;
     StatusWatch& m_statusWatch;
     Clock& m_clock;
     const PageAnswers m_pageAnswers;
     TaskScope& m_tasks;
     std::optional<std::stop_source> m_pollTask;
+    /// When the container was last seen restarting, and the number of operations begun until then.
+    struct Restart {
+        Clock::TimePoint seen;
+        int generation;
+    };
+    std::optional<Restart> m_restart;
 };
 
 } // namespace orvanel

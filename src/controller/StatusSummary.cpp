@@ -34,12 +34,11 @@ Health healthOf(DockerState dockerState, KumaState kuma, const QList<MonitorRow>
     return anyDown ? Health::someDown : Health::allUp;
 }
 
-QString statusLineOf(const std::optional<QString>& busy, DockerState dockerState, KumaState kuma,
-                     const QList<MonitorRow>& monitors) {
-    if (busy) {
-        return *busy;
+QString statusLineOf(const ControllerState& state) {
+    if (const std::optional<QString>& operation = operationShown(state)) {
+        return *operation;
     }
-    switch (dockerState) {
+    switch (state.dockerState) {
     case DockerState::unknown:
         return u"Checking Docker…"_s;
     case DockerState::missing:
@@ -49,9 +48,9 @@ QString statusLineOf(const std::optional<QString>& busy, DockerState dockerState
     case DockerState::ready:
         break;
     }
-    switch (kuma) {
+    switch (state.kuma) {
     case KumaState::stopped:
-        return u"Uptime Kuma is stopped"_s;
+        return state.isPaused ? u"Uptime Kuma is paused"_s : u"Uptime Kuma is stopped"_s;
     case KumaState::starting:
         return u"Uptime Kuma is starting…"_s;
     case KumaState::error:
@@ -59,7 +58,7 @@ QString statusLineOf(const std::optional<QString>& busy, DockerState dockerState
     case KumaState::running:
         break;
     }
-    return monitorSummary(monitors);
+    return monitorSummary(state.monitors);
 }
 
 } // namespace orvanel

@@ -15,7 +15,6 @@ enum class Health {
 Health healthOf(DockerState dockerState, KumaState kuma, const QList<MonitorRow>& monitors);
 
 /// The one-line summary shown in the menu and above the cards.
-QString statusLineOf(const std::optional<QString>& busy, DockerState dockerState, KumaState kuma,
-                     const QList<MonitorRow>& monitors);
+QString statusLineOf(const ControllerState& state);
 
 } // namespace orvanel

@@ -36,9 +36,13 @@ ReleaseResult readRelease(int status, const QByteArray& body) {
     if (!tag.isString()) {
         return statusError(status);
     }
+    const QString version = withoutV(tag.toString());
+    if (version.trimmed().isEmpty()) {
+        return statusError(status);
+    }
     const QJsonValue page = release[u"html_url"];
     return LatestRelease{
-        .version = withoutV(tag.toString()),
+        .version = version,
         .page = page.isString() ? std::optional(page.toString()) : std::nullopt,
     };
 }

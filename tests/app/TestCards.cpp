@@ -262,6 +262,43 @@ private Q_SLOTS:
         QVERIFY(details->hasFocus());
     }
 
+    void aPausedContainerCanGoOn() {
+        ShownWindow view;
+        standin::addContainer(view.world.docker(), "paused");
+        view.open();
+        view.poll();
+        auto* card = visible<StartCard>(&view.window);
+        QVERIFY(card != nullptr);
+        QCOMPARE(card->accessibleName(), u"Uptime Kuma is paused"_s);
+        QVERIFY(shows(card, u"Uptime Kuma is paused"_s));
+        QVERIFY(shows(card, u"Another program has paused the container of Uptime Kuma. One click lets it go on."_s));
+        QCOMPARE(view.statusLine(), u"Uptime Kuma is paused"_s);
+        view.click(u"Start Uptime Kuma"_s);
+        QVERIFY(view.world.operationEnds());
+        QVERIFY(visible<DashboardView>(&view.window) != nullptr);
+        QVERIFY(!shows(&view.window, u"Uptime Kuma is paused"_s));
+    }
+
+    void theBusyCardStaysUntilTheOutcomeIsSeen() {
+        ShownWindow view;
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        view.world.page.holdsQuestions = true;
+        view.click(u"Restart"_s);
+        QVERIFY(view.world.operationEnds());
+        QVERIFY(!view.world.controller().state().busy);
+        view.world.settle();
+        QVERIFY(visible<BusyCard>(&view.window) != nullptr);
+        QCOMPARE(view.statusLine(), u"Starting Uptime Kuma…"_s);
+        QVERIFY(shows(visible<BusyCard>(&view.window), u"Starting Uptime Kuma…"_s));
+        // There is nothing left to cancel.
+        QVERIFY(!button(&view.window, u"Cancel"_s)->isEnabled());
+        view.world.page.letGo();
+        view.world.settle();
+        QVERIFY(visible<DashboardView>(&view.window) != nullptr);
+        QCOMPARE(view.statusLine(), u"Uptime Kuma is running"_s);
+    }
+
     void theStartCardOpensTheSettings() {
         ShownWindow view;
         view.open();

@@ -282,6 +282,20 @@ private Q_SLOTS:
                                     "and contains your monitors."_s));
     }
 
+    void statusErrorGoesWhileTheContainerKeepsRestarting() {
+        ShownWindow view;
+        view.world.controller().setSlug(u"home"_s);
+        view.world.page.status = StatusPageError{u"Nothing there."_s};
+        QVERIFY(view.world.isPolledAsRunning());
+        view.open();
+        view.world.docker().container->state = "restarting";
+        view.world.advance(3s);
+        QVERIFY(visible<DashboardView>(&view.window) != nullptr);
+        QVERIFY(!shows(&view.window, u"Nothing there."_s));
+        QVERIFY(visible<MonitorList>(&view.window) == nullptr);
+        QVERIFY(shows(&view.window, u"Uptime Kuma keeps restarting. Open the logs to see why."_s));
+    }
+
     void nothingIsDrawnWhileHidden() {
         ShownWindow view;
         view.open();

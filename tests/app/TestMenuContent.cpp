@@ -81,6 +81,11 @@ private Q_SLOTS:
                 QCOMPARE(busy.dashboard, idle.dashboard);
                 QCOMPARE(busy.showsStart, isStopped);
                 QVERIFY(!busy.startOrStop);
+
+                // Until it is known what the operation has done.
+                state.busy.reset();
+                state.settling = busyText;
+                QVERIFY(!menuOffers(state).startOrStop);
             }
         }
     }
@@ -158,6 +163,27 @@ private Q_SLOTS:
         menu.content.render();
         QCOMPARE(menu.seen(), menuOf(u"[Stopping…]"_s, dashboard, noStop));
         QCOMPARE(world.underWay(), QStringList{u"compose stop"_s});
+    }
+
+    void paused() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "paused");
+        Menu menu(world);
+        world.controller().begin();
+        world.settle();
+        menu.content.render();
+        QCOMPARE(menu.seen(), menuOf(u"[Uptime Kuma is paused]"_s, noDashboard, start));
+    }
+
+    void afterAnOperationUntilItsOutcomeIsSeen() {
+        ControllerFixture world;
+        Menu menu(world);
+        QVERIFY(world.isPolledAsRunning());
+        world.page.holdsQuestions = true;
+        world.controller().start();
+        QVERIFY(world.operationEnds());
+        menu.content.render();
+        QCOMPARE(menu.seen(), menuOf(u"[Starting Uptime Kuma…]"_s, dashboard, noStop));
     }
 
     void startStarts() {

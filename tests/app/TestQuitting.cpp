@@ -48,6 +48,9 @@ private Q_SLOTS:
                 state.stopOnQuit = true;
                 const bool expected = kuma != KumaState::stopped && docker == DockerState::ready;
                 QCOMPARE(stopsContainerFirst(state), expected);
+                // Its server is there all the same.
+                state.isPaused = true;
+                QCOMPARE(stopsContainerFirst(state), docker == DockerState::ready);
             }
         }
     }
@@ -67,6 +70,7 @@ private Q_SLOTS:
         QTest::newRow("running") << u"running"_s << true << KumaState::running;
         QTest::newRow("starting") << u"running"_s << false << KumaState::starting;
         QTest::newRow("error") << u"restarting"_s << true << KumaState::error;
+        QTest::newRow("paused") << u"paused"_s << true << KumaState::stopped;
     }
     void stopsTheContainerWhenAsked() {
         QFETCH(const QString, word);

@@ -27,6 +27,7 @@ private Q_SLOTS:
         QTest::newRow("any other text") << "2.0" << false << DockerState::ready << true;
         QTest::newRow("not checked") << QString() << false << DockerState::ready << false;
         QTest::newRow("the same") << "2" << false << DockerState::ready << false;
+        QTest::newRow("older") << "1.23.16" << false << DockerState::ready << false;
         QTest::newRow("busy") << "2.1.0" << true << DockerState::ready << false;
         QTest::newRow("missing") << "2.1.0" << false << DockerState::missing << false;
         QTest::newRow("not running") << "2.1.0" << false << DockerState::notRunning << false;
@@ -47,6 +48,10 @@ private Q_SLOTS:
             state.busy = u"Stopping…"_s;
         }
         QCOMPARE(canUpdate(state), can);
+        // What has just ended may have changed what is said here.
+        state.busy.reset();
+        state.settling = u"Updating…"_s;
+        QVERIFY(!canUpdate(state));
     }
 
     void anUpdateIsFoundAndOffered() {
@@ -152,6 +157,20 @@ private Q_SLOTS:
         settings.world.settle();
         QVERIFY(shows(&settings.view, u"Pinned image: louislam/uptime-kuma:1"_s));
         QVERIFY(shows(&settings.view, warning));
+    }
+
+    void anOlderReleaseIsNotOffered() {
+        ShownSettings settings;
+        settings.world.releases.answer = LatestRelease{.version = u"1.23.16"_s};
+        settings.open();
+        QVERIFY(settings.world.isPolledAsRunning());
+        settings.click(checkText);
+        QVERIFY(shows(&settings.view, u"Newest release: 1.23.16"_s));
+        QVERIFY(!button(&settings.view, updateText)->isEnabled());
+        // There is nothing to be warned of.
+        QVERIFY(!shows(&settings.view, u"This is a major version change and may need Uptime Kuma's own migration. "
+                                       "Read the release notes first."_s));
+        QCOMPARE(button(&settings.view, checkText)->accessibleDescription(), u"Newest release: 1.23.16"_s);
     }
 
     void releaseNotesAreALink() {

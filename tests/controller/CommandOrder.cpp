@@ -12,8 +12,9 @@ namespace {
 /// may end after any of them.
 QString allowedOrder(const QString& label) {
     auto stop = u"(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?"_s;
-    // A container that compose has not made must be removed first.
-    auto bringUp = u"(compose version;)?(compose up;(inspect mounts;(rm;(compose up;)?)?)?|(rm;)?(run;)?)?"_s;
+    // A paused container must be unpaused first, and one that compose has not made must be removed.
+    auto bringUp = u"(compose version;)?(unpause;(inspect;)?)?"
+                   "(compose up;(inspect mounts;(rm;(compose up;)?)?)?|(rm;)?(run;)?)?"_s;
     auto start = u"(info;(inspect;(image inspect;((compose version;)?(compose pull;|pull;))?"_s + bringUp + u")?)?)?"_s;
     if (label.startsWith(u"Starting"_s)) {
         return start;

@@ -51,7 +51,7 @@ public:
     int refreshes = 0;
     const DataTurns dataTurns;
     const Operations::Refresh refresh = [this](std::stop_token) { return countRefresh(); };
-    const std::shared_ptr<Operations> operations = std::make_shared<Operations>(*state, tasks, refresh);
+    const std::shared_ptr<Operations> operations = std::make_shared<Operations>(*state, clock, tasks, refresh);
     ContainerOperations containerOperations{context, *operations, dataTurns, dialogs, tasks};
 
 private:

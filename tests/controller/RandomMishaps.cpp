@@ -64,7 +64,7 @@ void RandomSequence::changeContainer() {
 void RandomSequence::delayCommand() {
     const char* command =
         oneOf({"inspect", "inspect", "inspect", "info", "image inspect", "compose version", "compose up",
-               "compose pull", "compose stop", "run", "stop", "logs", "brew install", "colima start"});
+               "compose pull", "compose stop", "run", "unpause", "stop", "logs", "brew install", "colima start"});
     const milliseconds time(below(12000));
     note(u"%1 %2"_s.arg(QString::fromLatin1(command)).arg(time.count()));
     m_world.delay(command, time, 1);
@@ -73,7 +73,7 @@ void RandomSequence::delayCommand() {
 void RandomSequence::hangCommand() {
     const char* command =
         oneOf({"inspect", "info", "image inspect", "compose version", "compose up", "compose pull", "pull",
-               "compose stop", "stop", "compose down", "rm", "run", "logs", "brew install", "colima start"});
+               "compose stop", "unpause", "stop", "compose down", "rm", "run", "logs", "brew install", "colima start"});
     note(QString::fromLatin1(command));
     m_world.hang(command, 1);
 }
@@ -81,7 +81,7 @@ void RandomSequence::hangCommand() {
 void RandomSequence::failCommand() {
     const char* command =
         oneOf({"inspect", "info", "image inspect", "compose version", "compose up", "compose pull", "pull",
-               "compose stop", "stop", "compose down", "rm", "run", "brew install", "colima start", "ps"});
+               "compose stop", "unpause", "stop", "compose down", "rm", "run", "brew install", "colima start", "ps"});
     note(QString::fromLatin1(command));
     m_world.answer(command, 1,
                    oneOf({QString(), u"Cannot connect to the Docker daemon"_s, u"port is already allocated"_s,

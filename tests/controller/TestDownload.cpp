@@ -95,7 +95,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("during");
         QTest::addColumn<QStringList>("commands");
         QTest::addColumn<bool>("saysCancelled");
-        QTest::newRow("info") << QByteArray("info") << names({"info", "inspect"}) << false;
+        QTest::newRow("info") << QByteArray("info") << names({"info", "inspect", "compose version"}) << false;
         QTest::newRow("container probe") << QByteArray("inspect")
                                          << names({"info", "inspect", "image inspect", "compose version",
                                                    "compose pull", "inspect"})
@@ -143,7 +143,7 @@ private Q_SLOTS:
         world.advance(1s);
         kuma.cancelOperation();
         QVERIFY(world.operationEnds());
-        QCOMPARE(world.takeCommands(), names({"info", "inspect", "image inspect", "inspect"}));
+        QCOMPARE(world.takeCommands(), names({"info", "inspect", "image inspect", "inspect", "compose version"}));
         QVERIFY(!kuma.state().error);
         QVERIFY(!world.docker().container);
     }

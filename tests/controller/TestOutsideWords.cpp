@@ -115,6 +115,37 @@ private Q_SLOTS:
         QVERIFY(!isMajorChange(tag, std::nullopt));
     }
 
+    void olderVersions_data() {
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<QString>("tag");
+        QTest::addColumn<bool>("isOlder");
+        const auto row = [](const char* version, const char* tag, bool isOlder) {
+            QTest::addRow("%s for %s", version, tag) << QString::fromUtf8(version) << QString::fromUtf8(tag) << isOlder;
+        };
+        row("1.23.16", "2", true);
+        row("1.23.16", "2.0.0-beta.3", true);
+        row("2.0.5", "2.1", true);
+        row("2.0.9", "2.0.10", true);
+        row("2", "2.0.10", false);
+        row("2.0.0", "2", false);
+        row("2.5.0", "2", false);
+        row("2.1.0", "2.1.0", false);
+        row("2.1.0", "2.1.0-slim", false);
+        row("2.0.0", "2.0.0-beta.3", false);
+        row("2.0.10", "2.0.9", false);
+        row("3.0.0", "2.9", false);
+        row("2.0.0", "latest", false);
+        row("2.0.0", "", false);
+        row("nightly", "2", false);
+        row("V1.0", "2", false);
+    }
+
+    void olderVersions() {
+        QFETCH(const QString, version);
+        QFETCH(const QString, tag);
+        QTEST(isOlderVersion(version, tag), "isOlder");
+    }
+
     void imageTagsThatDockerTakes_data() {
         QTest::addColumn<QString>("tag");
         QTest::addColumn<bool>("isValid");

@@ -216,12 +216,12 @@ private Q_SLOTS:
         QVERIFY(kuma.state().kuma == KumaState::error);
         QCOMPARE(kuma.state().error, restartLoop);
         QCOMPARE(kuma.statusLine(), u"Uptime Kuma has a problem"_s);
-        // The container runs again but its page is silent, so the error may still be true.
+        // The container runs again but its page is silent: each attempt looks like that.
         world.page.answers = false;
         world.docker().container->state = "running";
         world.advance(3s);
-        QVERIFY(kuma.state().kuma == KumaState::starting);
-        QVERIFY(kuma.state().error.has_value());
+        QVERIFY(kuma.state().kuma == KumaState::error);
+        QCOMPARE(kuma.state().error, restartLoop);
         world.docker().container->state = "exited";
         world.advance(3s);
         QVERIFY(kuma.state().error.has_value());
@@ -230,6 +230,71 @@ private Q_SLOTS:
         world.advance(3s);
         QVERIFY(kuma.state().kuma == KumaState::running);
         QVERIFY(!kuma.state().error);
+    }
+
+    void restartLoopIsOneSteadyState() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "running");
+        world.page.answers = false;
+        world.docker().crashLoop = 4;
+        KumaController& kuma = world.controller();
+        kuma.begin();
+        world.advance(9s); // until it is found restarting for the first time
+        QVERIFY(kuma.state().kuma == KumaState::error);
+        QSet<QString> lines;
+        QObject::connect(&kuma, &KumaController::changed, &kuma, [&] { lines.insert(kuma.statusLine()); });
+        world.advance(180s);
+        QVERIFY(world.docker().looks > 50);
+        QCOMPARE(lines, QSet<QString>());
+        QCOMPARE(kuma.statusLine(), u"Uptime Kuma has a problem"_s);
+        QCOMPARE(kuma.state().error, restartLoop);
+    }
+
+    void containerThatRunsOnIsPastItsRestartLoop() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "restarting");
+        world.page.answers = false;
+        KumaController& kuma = world.controller();
+        kuma.begin();
+        world.settle();
+        world.docker().container->state = "running";
+        world.advance(57s);
+        QVERIFY(kuma.state().kuma == KumaState::error);
+        world.advance(3s);
+        QVERIFY(kuma.state().kuma == KumaState::starting);
+    }
+
+    void operationGivesARestartLoopANewChance() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "restarting");
+        world.page.answers = false;
+        KumaController& kuma = world.controller();
+        kuma.begin();
+        world.settle();
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.state().kuma == KumaState::starting);
+        QVERIFY(!kuma.state().error);
+    }
+
+    void pausedContainerIsToldOf() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        const KumaController& kuma = world.controller();
+        for (const char* next : {"running", "exited", "restarting"}) {
+            world.docker().container->state = "paused";
+            world.advance(3s);
+            QVERIFY(kuma.state().isPaused && kuma.state().kuma == KumaState::stopped);
+            QCOMPARE(kuma.statusLine(), u"Uptime Kuma is paused"_s);
+            world.docker().container->state = next;
+            world.advance(3s);
+            QVERIFY(!kuma.state().isPaused);
+        }
+        world.docker().container->state = "paused";
+        world.advance(3s);
+        world.docker().daemon = standin::Daemon::down;
+        world.advance(3s);
+        QVERIFY(!kuma.state().isPaused);
     }
 
     void errorThatDockerIsSilentGoesWhenItAnswers() {

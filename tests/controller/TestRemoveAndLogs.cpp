@@ -89,6 +89,22 @@ private Q_SLOTS:
         QVERIFY(kuma.state().kuma == KumaState::stopped);
     }
 
+    void pausedContainerIsRemoved() {
+        for (const bool compose : {true, false}) {
+            ControllerFixture world;
+            world.docker().compose = compose;
+            KumaController& kuma = world.controller();
+            kuma.start();
+            QVERIFY(world.operationEnds());
+            world.docker().container->state = "paused";
+            confirmRemoval(world);
+            QVERIFY(world.operationEnds());
+            QVERIFY(!kuma.state().error);
+            QVERIFY(!world.docker().container);
+            QVERIFY(!QFile::exists(kuma.dataDir()));
+        }
+    }
+
     /// The container was made without compose, which was installed later.
     void containerThatComposeLeavesAloneIsRemoved_data() {
         QTest::addColumn<bool>("rmFails");

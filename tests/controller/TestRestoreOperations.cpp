@@ -256,6 +256,32 @@ private Q_SLOTS:
         QCOMPARE(world.controller().state().error, (OpError{u"Cancelled."_s, u"Nothing was restored."_s}));
     }
 
+    void pausedServerMakesRoom_data() {
+        QTest::addColumn<bool>("isCancelled");
+        QTest::newRow("restored") << false;
+        QTest::newRow("cancelled") << true;
+    }
+
+    /// It works on the data, though it does not answer.
+    void pausedServerMakesRoom() {
+        QFETCH(const bool, isCancelled);
+        ControllerFixture world;
+        startServer(world);
+        world.docker().container->state = "paused";
+        world.controller().begin();
+        world.settle();
+        QVERIFY(world.controller().state().isPaused);
+        world.delay("compose stop", 2s, 1);
+        restoreFrom(world, zip);
+        if (isCancelled) {
+            world.controller().cancelOperation();
+        }
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.backups.jobs.size(), isCancelled ? 0 : 1);
+        QCOMPARE(world.docker().container->state, std::string("running"));
+        QCOMPARE(world.controller().state().error.has_value(), isCancelled);
+    }
+
     void restoreWithoutAToolGoesOn() {
         ControllerFixture world;
         world.installedDocker = std::nullopt;

@@ -143,10 +143,15 @@ services:
         QFETCH(const DockerState, dockerState);
         QFETCH(const KumaState, kuma);
         QFETCH(const QList<Status>, statuses);
-        QTEST(statusLineOf(std::nullopt, dockerState, kuma, rowsOf(statuses)), "line");
-        // An operation under way always comes first, even one without words.
-        QCOMPARE(statusLineOf(u"Stopping…"_s, dockerState, kuma, rowsOf(statuses)), u"Stopping…"_s);
-        QCOMPARE(statusLineOf(QString(), dockerState, kuma, rowsOf(statuses)), QString());
+        ControllerState state{.dockerState = dockerState, .kuma = kuma, .monitors = rowsOf(statuses)};
+        QTEST(statusLineOf(state), "line");
+        // An operation that has just ended always comes first, and before it one under way, even one without words.
+        state.settling = u"Starting Uptime Kuma…"_s;
+        QCOMPARE(statusLineOf(state), u"Starting Uptime Kuma…"_s);
+        state.busy = u"Stopping…"_s;
+        QCOMPARE(statusLineOf(state), u"Stopping…"_s);
+        state.busy = QString();
+        QCOMPARE(statusLineOf(state), QString());
     }
 
     void cappedLogKeepsItsEnd_data() {

@@ -166,7 +166,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("removalFails");
         QTest::newRow("exited") << QByteArray("exited") << false;
         QTest::newRow("created") << QByteArray("created") << false;
-        QTest::newRow("paused") << QByteArray("paused") << false;
         QTest::newRow("restarting") << QByteArray("restarting") << false;
         QTest::newRow("a removal that fails is not looked at") << QByteArray("exited") << true;
     }
@@ -262,7 +261,7 @@ private Q_SLOTS:
 
     void takenPortIsLookedAtWhateverElseTheContainerDoes_data() {
         QTest::addColumn<QByteArray>("word");
-        for (const char* word : {"exited", "created", "paused", "restarting", "removing", "dead"}) {
+        for (const char* word : {"exited", "created", "restarting", "removing", "dead"}) {
             QTest::newRow(word) << QByteArray(word);
         }
     }
@@ -277,6 +276,72 @@ private Q_SLOTS:
         // For a container that keeps restarting, that error is shown instead, and no other port is suggested.
         QCOMPARE(world.controller().state().suggestedPort.has_value(), word != "restarting");
         QVERIFY(!world.takeCommands().contains(u"compose up"_s));
+    }
+
+    void pausedContainerGoesOn_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::addColumn<bool>("portHasChanged");
+        QTest::newRow("compose") << true << false;
+        QTest::newRow("compose, on another port") << true << true;
+        QTest::newRow("plain") << false << false;
+    }
+
+    void pausedContainerGoesOn() {
+        QFETCH(const bool, compose);
+        QFETCH(const bool, portHasChanged);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        standin::addContainer(world.docker(), "paused");
+        const std::string id = world.docker().container->id;
+        // It holds its port itself.
+        world.listeningPorts = {3001};
+        KumaController& kuma = world.controller();
+        if (portHasChanged) {
+            kuma.setPort(3005);
+        }
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY2(!kuma.state().error, qPrintable(kuma.state().error.value_or(OpError()).message));
+        QStringList expected = names({"info", "inspect", "image inspect", "compose version", "unpause"});
+        if (compose) {
+            expected << u"compose up"_s;
+        }
+        QCOMPARE(world.takeCommands(), expected << u"inspect"_s);
+        QCOMPARE(world.commands().at(4).arguments, names({"unpause", "orvanel"}));
+        QCOMPARE(world.docker().container->state, std::string("running"));
+        QCOMPARE(world.docker().container->id == id, !portHasChanged);
+        QVERIFY(kuma.state().kuma == KumaState::running);
+    }
+
+    void pausedContainerThatCannotGoOnIsLeftAlone() {
+        for (const bool compose : {true, false}) {
+            ControllerFixture world;
+            world.docker().compose = compose;
+            standin::addContainer(world.docker(), "paused");
+            world.answer("unpause", 1, u"Error response from daemon: no"_s);
+            KumaController& kuma = world.controller();
+            kuma.start();
+            QVERIFY(world.operationEnds());
+            QCOMPARE(kuma.state().error,
+                     (OpError{u"Docker reported an error."_s, u"Error response from daemon: no"_s}));
+            QCOMPARE(world.docker().container->state, std::string("paused"));
+            QVERIFY(kuma.state().isPaused);
+            const QStringList commands = world.takeCommands();
+            QVERIFY(!commands.contains(u"rm"_s) && !commands.contains(u"compose up"_s));
+        }
+    }
+
+    void containerThatGoesOnByItselfMeanwhileIsNoError() {
+        ControllerFixture world;
+        standin::addContainer(world.docker(), "paused");
+        world.delay("image inspect", 2s, 1);
+        KumaController& kuma = world.controller();
+        kuma.start();
+        world.advance(1s);
+        world.docker().container->state = "running";
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.state().error);
+        QVERIFY(kuma.state().kuma == KumaState::running);
     }
 
     void portThatIsOnlyClosingIsNotTaken() {

@@ -85,6 +85,110 @@ private Q_SLOTS:
         QCOMPARE(kuma.statusLine(), u"Uptime Kuma is starting…"_s);
     }
 
+    void wordsOfAnOperationStayUntilItsOutcomeIsSeen() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        KumaController& kuma = world.controller();
+        world.delay("stop", 2s);
+        kuma.stop();
+        world.settle();
+        world.delay("inspect", 8s);
+        world.advance(2s);
+        // The engine is slow to tell that the container has stopped.
+        QVERIFY(!kuma.state().busy);
+        QCOMPARE(world.underWay(), names({"inspect"}));
+        world.advance(7s);
+        QVERIFY(kuma.state().kuma == KumaState::running);
+        QCOMPARE(kuma.statusLine(), u"Stopping…"_s);
+        QCOMPARE(operationShown(kuma.state()), u"Stopping…"_s);
+        // Both in one step.
+        QStringList lines;
+        QObject::connect(&kuma, &KumaController::changed, &kuma, [&] { lines << kuma.statusLine(); });
+        world.advance(1s);
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
+        QCOMPARE(lines.last(), u"Uptime Kuma is stopped"_s);
+        QVERIFY(!lines.contains(u"Uptime Kuma is running"_s));
+        QVERIFY(!operationShown(kuma.state()));
+    }
+
+    void wordsOfAnOperationStayForTenSecondsAtMost() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        KumaController& kuma = world.controller();
+        kuma.shutdownPolling();
+        kuma.begin();
+        world.settle();
+        world.page.holdsQuestions = true;
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(kuma.statusLine(), starting);
+        world.advance(9999ms);
+        QCOMPARE(kuma.statusLine(), starting);
+        world.advance(1ms);
+        QCOMPARE(kuma.statusLine(), u"Uptime Kuma is running"_s);
+    }
+
+    void nextOperationShowsItsOwnWords() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        KumaController& kuma = world.controller();
+        world.page.holdsQuestions = true;
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.advance(9s);
+        QCOMPARE(kuma.statusLine(), starting);
+        world.delay("info", 5s);
+        kuma.restart();
+        QVERIFY(!kuma.state().settling);
+        QCOMPARE(kuma.statusLine(), u"Restarting…"_s);
+        world.advance(5s);
+        // The ten seconds are those of the operation that ended last.
+        QVERIFY(!kuma.state().busy);
+        world.advance(9s);
+        QCOMPARE(kuma.statusLine(), starting);
+        world.advance(1s);
+        QCOMPARE(kuma.statusLine(), u"Uptime Kuma is running"_s);
+    }
+
+    void cancelledOperationLooksAtWhatItHasDone() {
+        ControllerFixture world;
+        QVERIFY(world.isPolledAsRunning());
+        KumaController& kuma = world.controller();
+        world.delay("info", 2s);
+        kuma.restart();
+        world.advance(1s);
+        QCOMPARE(world.underWay(), names({"info"}));
+        kuma.cancelOperation();
+        QVERIFY(world.operationEnds());
+        QVERIFY(kuma.state().kuma == KumaState::stopped);
+        QVERIFY(!operationShown(kuma.state()));
+    }
+
+    void pausedContainerStops_data() {
+        QTest::addColumn<bool>("compose");
+        QTest::newRow("compose") << true;
+        QTest::newRow("plain") << false;
+    }
+
+    void pausedContainerStops() {
+        QFETCH(const bool, compose);
+        ControllerFixture world;
+        world.docker().compose = compose;
+        KumaController& kuma = world.controller();
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        world.docker().container->state = "paused";
+        kuma.stop();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.state().error);
+        QCOMPARE(world.docker().container->state, std::string("exited"));
+        world.docker().container->state = "paused";
+        kuma.restart();
+        QVERIFY(world.operationEnds());
+        QVERIFY(!kuma.state().error);
+        QCOMPARE(world.docker().container->state, std::string("running"));
+    }
+
     void stopWhoseComposeFails() {
         ControllerFixture world;
         QVERIFY(world.isPolledAsRunning());

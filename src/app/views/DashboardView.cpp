@@ -72,6 +72,8 @@ void DashboardView::render() {
     const ControllerState& state = m_context.controller.state();
     const bool hasPage = !isBlank(state.slug);
     const bool hasStatusError = state.statusError.has_value();
+    // While the container keeps restarting, an earlier error of the page only confuses.
+    const bool showsStatusError = hasPage && hasStatusError && state.kuma != KumaState::error;
 
     setUsable(m_openDashboard, state.kuma == KumaState::running);
     m_startingCard->setVisible(state.kuma == KumaState::starting);
@@ -79,10 +81,10 @@ void DashboardView::render() {
     setShown(m_guide, !hasPage || m_guide->isBeingTypedIn());
     m_guide->setExplained(!hasPage);
     m_guide->render();
-    m_statusError->setVisible(hasPage && hasStatusError);
-    if (hasPage && hasStatusError) {
+    m_statusError->setVisible(showsStatusError);
+    if (showsStatusError) {
         m_statusError->render();
-    } else if (hasPage) {
+    } else if (hasPage && !hasStatusError) {
         m_monitors->render();
     }
     showList(hasPage && !hasStatusError);

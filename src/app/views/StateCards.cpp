@@ -28,7 +28,7 @@ StateCard stateCardFor(const ControllerState& state) {
     if (state.pulling) {
         return StateCard::pull;
     }
-    if (state.busy) {
+    if (operationShown(state)) {
         return StateCard::busy;
     }
     if (state.kuma == KumaState::stopped || state.dockerState == DockerState::unknown) {
@@ -75,18 +75,20 @@ BusyCard::BusyCard(ViewContext context, QWidget* parent)
     row->setSpacing(spacing::related);
     row->addWidget(new Spinner);
     row->addWidget(m_text, 1);
-    addButton(row, u"Cancel"_s, [context] { context.controller.cancelOperation(); });
+    m_cancel = addButton(row, u"Cancel"_s, [context] { context.controller.cancelOperation(); });
     column()->addLayout(row);
 }
 
 void BusyCard::render() {
-    m_text->setContent(m_context.controller.state().busy.value_or(QString()));
+    const ControllerState& state = m_context.controller.state();
+    m_text->setContent(operationShown(state).value_or(QString()));
+    setUsable(m_cancel, state.busy.has_value());
 }
 
 StartCard::StartCard(ViewContext context, QWidget* parent)
     : Card(u"Uptime Kuma is stopped"_s, parent)
     , m_context(context) {
-    addHeading(Symbol::Kind::playCircle, TextStyle::title3, u"Uptime Kuma is stopped"_s);
+    m_heading = addHeading(Symbol::Kind::playCircle, TextStyle::title3);
     m_explanation = addText(TextStyle::body);
     ButtonRow* const row = addButtonRow();
     m_start = addDefaultButton(row, u"Start Uptime Kuma"_s, [context] { context.controller.start(); });
@@ -97,9 +99,16 @@ StartCard::StartCard(ViewContext context, QWidget* parent)
 
 void StartCard::render() {
     const ControllerState& state = m_context.controller.state();
+    const QString heading = state.isPaused ? u"Uptime Kuma is paused"_s : u"Uptime Kuma is stopped"_s;
+    m_heading->setContent(heading);
+    if (accessibleName() != heading) {
+        setAccessibleName(heading);
+    }
     m_explanation->setContent(
-        u"One click starts Uptime Kuma in Docker. It is only reachable from this Mac (127.0.0.1:%1)."_s.arg(
-            state.port));
+        state.isPaused
+            ? u"Another program has paused the container of Uptime Kuma. One click lets it go on."_s
+            : u"One click starts Uptime Kuma in Docker. It is only reachable from this Mac (127.0.0.1:%1)."_s.arg(
+                  state.port));
     setUsable(m_start, state.dockerState == DockerState::ready);
 }
 

@@ -55,6 +55,7 @@ public:
 private:
     ViewContext m_context;
     TextLabel* m_text;
+    QPushButton* m_cancel;
 };
 
 /// Uptime Kuma is stopped, or the state of Docker is not known yet.
@@ -69,6 +70,7 @@ public:
 
 private:
     ViewContext m_context;
+    TextLabel* m_heading;
     TextLabel* m_explanation;
     QPushButton* m_start;
 };

@@ -97,6 +97,18 @@ Answer stop(DockerState& state, Host& host) {
     return answer;
 }
 
+Answer unpause(DockerState& state) {
+    if (!state.container) {
+        return failure(1, words::noSuchContainer(Client::v28, "orvanel"));
+    }
+    if (state.container->state != "paused") {
+        return failure(1, "Error response from daemon: Container " + state.container->id + " is not paused\n");
+    }
+    state.container->state = "running";
+    Answer answer;
+    return answer.say(Stream::out, "orvanel\n", paced(state, 60));
+}
+
 Answer remove(DockerState& state, Host& host) {
     if (!state.container) {
         return failure(0, words::noSuchContainer(state.client, "orvanel"));
@@ -290,6 +302,9 @@ Answer answerPlain(const std::string& name, DockerState& state, const Arguments&
     }
     if (name == "stop") {
         return stop(state, host);
+    }
+    if (name == "unpause") {
+        return unpause(state);
     }
     if (name == "rm") {
         return remove(state, host);

@@ -27,6 +27,7 @@ const std::vector<Form>& forms() {
          "inspect mounts",
          {"inspect", "-f", "{{range .Mounts}}{{.Source}}:{{.Destination}}{{println}}{{end}}", "*"}},
         {"docker", "stop", {"stop", "orvanel"}},
+        {"docker", "unpause", {"unpause", "orvanel"}},
         {"docker", "rm", {"rm", "-f", "orvanel"}},
         {"docker", "logs", {"logs", "--tail", "300", "orvanel"}},
         {"docker", "image inspect", {"image", "inspect", "*"}},

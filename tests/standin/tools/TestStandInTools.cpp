@@ -120,6 +120,7 @@ std::vector<QStringList> commands(const QString& file) {
             inspect,
             compose(file, "stop"),
             inspect,
+            words("unpause orvanel"),
             words("stop orvanel"),
             compose(file, "down"),
             QStringList{u"pull"_s, image},
@@ -231,6 +232,16 @@ void TestStandInTools::wordsAreDockersOwn() {
              u" Container orvanel  Recreate\n Container orvanel  Recreated\n Container orvanel  Starting\n"
              " Container orvanel  Started\n"_s);
     QCOMPARE(tools.state().container->port, 3007);
+    tools.change([](DockerState& state) { state.container->state = "paused"; });
+    QCOMPARE(runReal(tools, compose(file, "up -d")).output,
+             u" Container orvanel  Starting\nError response from daemon: cannot start a paused container, try unpause "
+             "instead\n"_s);
+    QCOMPARE(runReal(tools, words("unpause orvanel")).output, u"orvanel\n"_s);
+    QCOMPARE(runReal(tools, inspect).output, u"running\n"_s);
+    result = runReal(tools, words("unpause orvanel"));
+    QCOMPARE(result.status, 1);
+    QCOMPARE(result.output, u"Error response from daemon: Container %1 is not paused\n"_s.arg(
+                                QString::fromStdString(tools.state().container->id)));
     tools.change([](DockerState& state) { state.daemon = Daemon::down; });
     QCOMPARE(runReal(tools, words("ps")).output, u"Cannot connect to the Docker daemon at "
                                                  "unix:///var/run/docker.sock. Is the docker daemon running?\n"_s);

@@ -4,6 +4,7 @@
 #include "app/widgets/Buttons.h"
 #include "app/widgets/Focus.h"
 #include "app/widgets/LinkButton.h"
+#include "controller/ImageTag.h"
 #include "controller/KumaController.h"
 #include "platform/Desktop.h"
 
@@ -13,8 +14,22 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel {
 
+namespace {
+
+/// An older version cannot read a database that a newer one has converted.
+bool isOlder(const ControllerState& state) {
+    return state.latestVersion && isOlderVersion(*state.latestVersion, state.imageTag);
+}
+
+/// A release that is not offered needs no warning.
+bool warnsOfMajorChange(const KumaController& controller) {
+    return controller.majorChange() && !isOlder(controller.state());
+}
+
+} // namespace
+
 bool canUpdate(const ControllerState& state) {
-    return state.latestVersion && *state.latestVersion != state.imageTag && !state.busy &&
+    return state.latestVersion && *state.latestVersion != state.imageTag && !isOlder(state) && !operationShown(state) &&
            state.dockerState == DockerState::ready;
 }
 
@@ -57,7 +72,7 @@ void UpdatesSection::renderTexts() {
     const std::optional<QString> message = controller.state().updateMessage;
     m_message->setOutsideText(message.value_or(QString()));
     m_message->setVisible(message.has_value());
-    m_majorChange->setVisible(controller.majorChange());
+    m_majorChange->setVisible(warnsOfMajorChange(controller));
     describeCheck();
 }
 
@@ -70,7 +85,7 @@ void UpdatesSection::describeCheck() {
     } else if (controller.state().latestVersion) {
         outcome << m_newest->accessibleName();
     }
-    if (controller.majorChange()) {
+    if (warnsOfMajorChange(controller)) {
         outcome << m_majorChange->text();
     }
     const QString description = outcome.join(u'\n');
