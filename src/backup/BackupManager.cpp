@@ -209,16 +209,17 @@ std::optional<BackupResult> backUpAutomatically(const QString& dataDir, const QS
     return backUpToFolder(dataDir, destination);
 }
 
-QCoro::Task<void> unpackAndRestore(std::shared_ptr<WorkFolder> work, QString zip, QString dataDir, QString backupsDir) {
+QCoro::Task<void> unpackAndRestore(std::shared_ptr<WorkFolder> work, QString zip, QString dataDir, QString backupsDir,
+                                   std::stop_token stop) {
     const QString folder = work->path(unpackedName);
-    co_await ZipArchive::unpack(zip, folder);
-    const auto job = [work, folder, zip, dataDir, backupsDir] {
-        restoreFolder(findUnpackedData(folder), zip, dataDir, backupsDir);
+    co_await ZipArchive::unpack(zip, folder, stop);
+    const auto job = [work, folder, zip, dataDir, backupsDir, stop] {
+        restoreFolder(findUnpackedData(folder), zip, dataDir, backupsDir, stop);
     };
     co_await onWorker(job);
 }
 
-QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir) {
+QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir, std::stop_token stop) {
     const auto making = [zip, dataDir, backupsDir] {
         recoverData(dataDir, backupsDir);
         requireRestorePlaces(zip, dataDir, backupsDir);
@@ -229,7 +230,7 @@ QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir) {
     const auto work = co_await onWorker(making);
     std::exception_ptr failure;
     try {
-        co_await unpackAndRestore(work, zip, dataDir, backupsDir);
+        co_await unpackAndRestore(work, zip, dataDir, backupsDir, stop);
     } catch (...) {
         failure = std::current_exception();
     }
@@ -276,15 +277,15 @@ QCoro::Task<std::optional<BackupResult>> BackupManager::autoBackup(QString dataD
     co_return result;
 }
 
-QCoro::Task<void> BackupManager::restore(QString source, QString dataDir, QString backupsDir) {
+QCoro::Task<void> BackupManager::restore(QString source, QString dataDir, QString backupsDir, std::stop_token stop) {
     if (isZip(source)) {
-        co_await restoreZip(source, dataDir, backupsDir);
+        co_await restoreZip(source, dataDir, backupsDir, stop);
         co_return;
     }
-    const auto job = [source, dataDir, backupsDir] {
+    const auto job = [source, dataDir, backupsDir, stop] {
         recoverData(dataDir, backupsDir);
         requireRestorePlaces(source, dataDir, backupsDir);
-        restoreFolder(source, source, dataDir, backupsDir);
+        restoreFolder(source, source, dataDir, backupsDir, stop);
     };
     co_await onWorker(job);
 }

@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <optional>
+#include <stop_token>
 
 namespace orvanel {
 
@@ -40,7 +41,10 @@ QCoro::Task<std::optional<BackupResult>> autoBackup(QString dataDir, QString bac
 /// Puts the backup at `source` (folder or zip) in the place of the data folder, which is kept, once, in `backupsDir` as
 /// "before-restore-" and the time. After a crash at any point the data folder is whole or absent, and the previous data
 /// is whole in exactly one of these two places.
-QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir);
+///
+/// If `stop` is requested before the data folder has been moved, everything stays as it was and Cancelled is thrown.
+/// Later it has no effect.
+QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir, std::stop_token stop = {});
 
 /// Gives back what a restore that was killed had taken away and not yet replaced: the data folder is then in its place
 /// again. To be called before anything makes the data folder; the operations that know `backupsDir` do it themselves.

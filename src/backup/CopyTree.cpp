@@ -44,8 +44,9 @@ struct FileTask {
 /// Files waiting to be copied by two threads. The first error ends the work; it is thrown by finish().
 class FileWorkers {
 public:
-    explicit FileWorkers(bool mayVanish)
-        : m_mayVanish(mayVanish) {
+    FileWorkers(bool mayVanish, std::stop_token stop)
+        : m_mayVanish(mayVanish)
+        , m_stop(std::move(stop)) {
         for (std::thread& thread : m_threads) {
             thread = std::thread([this] { work(); });
         }
@@ -102,6 +103,7 @@ private:
     void work() {
         while (const auto task = next()) {
             try {
+                throwIfStopped(m_stop);
                 const FolderPair& folder = *task->folder;
                 const FileCopy copy{folder.from.get(), folder.to.get(), task->name, folder.fromPath, folder.toPath};
                 if (!copyFile(copy, m_means) && !m_mayVanish) {
@@ -133,6 +135,7 @@ private:
     }
 
     const bool m_mayVanish;
+    const std::stop_token m_stop;
     CopyMeans m_means;
     std::mutex m_mutex;
     std::condition_variable m_more;
@@ -161,7 +164,7 @@ public:
     TreeCopy(std::string target, const CopyOptions& options)
         : m_target(std::move(target))
         , m_options(options)
-        , m_workers(options.mayVanish) {}
+        , m_workers(options.mayVanish, options.stop) {}
 
     void run(const std::string& source) {
         auto pair = std::make_shared<FolderPair>();
@@ -221,6 +224,7 @@ private:
     }
 
     void copyEntry(const SharedPair& folder, const std::string& name, const std::string& relative, int depth) {
+        throwIfStopped(m_options.stop);
         struct stat status {};
         if (::fstatat(folder->from.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
             failUnlessVanished(*folder, name, errno);

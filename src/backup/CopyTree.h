@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <set>
+#include <stop_token>
 #include <string>
 
 namespace orvanel {
@@ -19,6 +20,8 @@ struct CopyOptions {
     bool mayVanish = false;
     /// A folder that must not be met in the source, because the copy goes there.
     FileId never = {};
+    /// Looked at before each file: the copy then ends with Cancelled.
+    std::stop_token stop = {};
 };
 
 /// Copies the folder `source` (a link to one is followed) to the new folder `target`: files, folders, links as links,

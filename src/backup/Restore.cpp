@@ -56,10 +56,11 @@ const QString copyName = u"data"_s;
 /// Moves the data folder to its place among the backups: by a rename, or by a copy where a rename is not possible.
 class KeptData {
 public:
-    KeptData(QString dataDir, QString backupsDir)
+    KeptData(QString dataDir, QString backupsDir, std::stop_token stop)
         : m_dataDir(std::move(dataDir))
         , m_id(idOf(m_dataDir))
-        , m_backupsDir(std::move(backupsDir)) {
+        , m_backupsDir(std::move(backupsDir))
+        , m_stop(std::move(stop)) {
         if (!isOneMount(m_dataDir, m_backupsDir)) {
             makeCopy();
         }
@@ -67,6 +68,7 @@ public:
 
     /// Returns where the data is kept. When it throws, the data folder is as it was, or the sentence tells where it is.
     QString replaceBy(const QString& fresh, WorkFolder& work) {
+        throwIfStopped(m_stop);
         QString kept = freeName(m_backupsDir + u'/' + keptPrefix + BackupManager::timestamp());
         if (!m_copy) {
             noteRestore(work, fresh, kept);
@@ -95,7 +97,7 @@ private:
     void makeCopy() {
         m_copy.emplace(m_backupsDir);
         requireRoom(m_backupsDir, bytesUsedBy(m_dataDir));
-        copyTree(m_dataDir, m_copy->path(copyName), {.never = m_copy->id()});
+        copyTree(m_dataDir, m_copy->path(copyName), {.never = m_copy->id(), .stop = m_stop});
         syncFileSystem(m_backupsDir);
     }
 
@@ -118,6 +120,7 @@ private:
     QString m_dataDir;
     FileId m_id;
     QString m_backupsDir;
+    std::stop_token m_stop;
     std::optional<WorkFolder> m_copy;
 };
 
@@ -155,7 +158,8 @@ QString findUnpackedData(const QString& folder) {
     throw AppError(u"That zip does not look like an Uptime Kuma data folder (no kuma.db)."_s);
 }
 
-void restoreFolder(const QString& source, const QString& origin, const QString& dataDir, const QString& backupsDir) {
+void restoreFolder(const QString& source, const QString& origin, const QString& dataDir, const QString& backupsDir,
+                   const std::stop_token& stop) {
     if (!BackupManager::looksLikeData(source)) {
         throw AppError(u"That folder does not look like an Uptime Kuma data folder (no kuma.db)."_s);
     }
@@ -167,15 +171,16 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
     WorkFolder work(parentOf(data));
     requireRoom(work.path(), bytesUsedBy(source));
     const QString fresh = work.path(u"data"_s);
-    copyTree(resolved(source), fresh, {.never = work.id()});
+    copyTree(resolved(source), fresh, {.never = work.id(), .stop = stop});
     syncFileSystem(work.path());
     if (!statusOf(data)) {
+        throwIfStopped(stop);
         moveTo(fresh, data);
         return;
     }
     const QString backups = resolved(backupsDir);
     const QStringList before = namesIn(backups);
-    const QString kept = KeptData(data, backups).replaceBy(fresh, work);
+    const QString kept = KeptData(data, backups, stop).replaceBy(fresh, work);
     // An empty data folder, made by a program that did not find the data, must not push out an earlier kept copy.
     if (BackupManager::looksLikeData(kept) && !isRestorePending(parentOf(data), work.path())) {
         removeOlder(before, backups, origin);

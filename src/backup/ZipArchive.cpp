@@ -146,16 +146,18 @@ QCoro::Task<void> ZipArchive::pack(QString folder, QString archive) {
     co_await onWorker(checking);
 }
 
-QCoro::Task<void> ZipArchive::unpack(QString archive, QString folder) {
+QCoro::Task<void> ZipArchive::unpack(QString archive, QString folder, std::stop_token stop) {
     const auto measuring = [archive, folder] { return leastRoomFor(archive, folder); };
     const qint64 least = co_await onWorker(measuring);
     const auto handle = std::make_shared<ProcessHandle>();
-    std::stop_source stop;
-    auto watch = watchRoom(folder, least, handle, stop.get_token());
+    const std::stop_callback cancelling(stop, [handle] { handle->cancel(); });
+    std::stop_source unpacked;
+    auto watch = watchRoom(folder, least, handle, unpacked.get_token());
     const ToolCall command = unpackCommand(archive, folder);
     const CommandResult result = co_await runArchiver(command, handle);
-    stop.request_stop();
+    unpacked.request_stop();
     const bool ranOut = co_await watch;
+    throwIfStopped(stop);
     if (ranOut) {
         throw unpackError(u"There is not enough space on the disk."_s);
     }

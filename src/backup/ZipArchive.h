@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <optional>
+#include <stop_token>
 
 namespace orvanel {
 
@@ -26,7 +27,9 @@ QCoro::Task<void> pack(QString folder, QString archive);
 
 /// Unpacks into the empty folder `folder`. Nothing is written outside of it, whatever the archive contains. Throws
 /// "Could not open the zip file. " followed by the reason; part of the content may then be in the folder.
-QCoro::Task<void> unpack(QString archive, QString folder);
+///
+/// If `stop` is requested, the archiver is ended and Cancelled is thrown.
+QCoro::Task<void> unpack(QString archive, QString folder, std::stop_token stop = {});
 
 /// Reads the list at the end of the archive with libarchive, which bsdtar is made of. None if the file cannot be read
 /// or the list does not match the rest of the file: the archive is cut off, damaged or not a zip archive. Blocks; any

@@ -1,5 +1,7 @@
 #include "controller/BackupOperations.h"
 
+#include "process/AppError.h"
+
 #include <QDir>
 
 #include <exception>
@@ -157,17 +159,22 @@ QCoro::Task<Outcome> BackupOperations::replaceData(QString source, std::stop_tok
     if (obstacle) {
         co_return obstacle;
     }
-    if (stop.stop_requested()) {
-        const Outcome notStarted = co_await startAgain(wasStopped);
-        co_return notStarted ? notStarted : cancelled();
+    bool isCancelled = stop.stop_requested();
+    if (!isCancelled) {
+        try {
+            co_await m_context.host.restore(source, m_context.files.dataDir(), m_context.files.backupsDir(), stop);
+        } catch (const Cancelled&) {
+            isCancelled = true;
+        } catch (const std::exception& thrown) {
+            const QString reason = QString::fromUtf8(thrown.what());
+            co_return failed(u"The restore failed. "_s + reason, reason);
+        }
     }
-    try {
-        co_await m_context.host.restore(source, m_context.files.dataDir(), m_context.files.backupsDir());
-    } catch (const std::exception& thrown) {
-        const QString reason = QString::fromUtf8(thrown.what());
-        co_return failed(u"The restore failed. "_s + reason, reason);
+    if (!isCancelled) {
+        co_return std::nullopt;
     }
-    co_return std::nullopt;
+    const Outcome notStarted = co_await startAgain(wasStopped);
+    co_return notStarted ? notStarted : cancelled();
 }
 
 /// Nothing was replaced: the server runs again if it ran.

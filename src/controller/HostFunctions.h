@@ -32,8 +32,8 @@ struct HostFunctions {
     std::function<QCoro::Task<BackupResult>(QString dataDir, QString destination)> backUp = &BackupManager::backUp;
     std::function<QCoro::Task<std::optional<BackupResult>>(QString dataDir, QString backupsDir, QString label)>
         autoBackup = &BackupManager::autoBackup;
-    std::function<QCoro::Task<void>(QString source, QString dataDir, QString backupsDir)> restore =
-        &BackupManager::restore;
+    std::function<QCoro::Task<void>(QString source, QString dataDir, QString backupsDir, std::stop_token stop)>
+        restore = &BackupManager::restore;
     /// Deletes what earlier runs left behind; may be empty.
     std::function<QCoro::Task<void>(QString dataDir, QString backupsDir)> cleanUp = &BackupManager::cleanUp;
     std::function<QString()> timestamp = &BackupManager::timestamp;

@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <exception>
+#include <stop_token>
 
 namespace orvanel {
 
@@ -20,5 +21,17 @@ private:
     QString m_message;
     QByteArray m_utf8;
 };
+
+/// Thrown by an operation that was asked to stop and had changed nothing yet.
+class Cancelled final : public std::exception {
+public:
+    const char* what() const noexcept override { return "Cancelled."; }
+};
+
+inline void throwIfStopped(const std::stop_token& stop) {
+    if (stop.stop_requested()) {
+        throw Cancelled();
+    }
+}
 
 } // namespace orvanel

@@ -15,9 +15,13 @@ namespace {
 
 void step() {
     auto& state = orvanel::test::interception();
-    if (++state.steps == state.killAt) {
+    const int number = ++state.steps;
+    if (number == state.killAt) {
         ::kill(::getpid(), SIGKILL);
         ::pause();
+    }
+    if (state.onStep) {
+        state.onStep(number);
     }
 }
 
@@ -109,6 +113,11 @@ int __wrap_openat(int folder, const char* path, int flags, ...) {
 ssize_t __real_pwrite(int file, const void* bytes, size_t size, off_t offset);
 ssize_t __wrap_pwrite(int file, const void* bytes, size_t size, off_t offset) {
     step();
+    const auto& writeFailure = orvanel::test::interception().writeFailure;
+    if (const int code = writeFailure ? writeFailure(pathOf(file)) : 0; code != 0) {
+        errno = code;
+        return -1;
+    }
     return __real_pwrite(file, bytes, size, offset);
 }
 

@@ -13,6 +13,8 @@ struct Interception {
     /// The process is killed before the call of this number, counted from 1; 0 means never.
     std::atomic<int> killAt{0};
     std::atomic<int> steps{0};
+    /// Called before each call with its number, on whichever thread makes it.
+    std::function<void(int step)> onStep = {};
     /// Plays a file system that cannot exchange two names.
     std::atomic<bool> withoutExchange{false};
     /// The error of a rename between these two names; 0 lets it happen.
@@ -25,6 +27,8 @@ struct Interception {
     std::function<int(const std::string& path)> modeFailure = {};
     /// The error of closing the file at that path, which is closed in any case; 0 means success.
     std::function<int(const std::string& path)> closeFailure = {};
+    /// The error of writing to the file at that path; 0 lets it happen.
+    std::function<int(const std::string& path)> writeFailure = {};
     /// Whether the folder at that path cannot contain links.
     std::function<bool(const std::string& folder)> isWithoutLinks = {};
     /// Called before a file of that name is made. Only for tests in which one thread makes files.

@@ -96,6 +96,7 @@ private Q_SLOTS:
         interception().withoutExchange = false;
         interception().renameFailure = {};
         interception().isWithoutLinks = {};
+        interception().writeFailure = {};
     }
 
     void fullDiskLeavesTheOldBackup_data() {
@@ -195,6 +196,26 @@ private Q_SLOTS:
         const QString message =
             messageOf(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
         QVERIFY2(message.startsWith(u"There is not enough space on the disk: "), qPrintable(message));
+        QCOMPARE(difference(before, describe(folder.data())), QString());
+        QCOMPARE(folder.kept(), QStringList());
+    }
+
+    /// Without the note, a crash in the middle of the restore could not be undone.
+    void noteOfARestoreWithoutRoomEndsIt() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"copy/kuma.db"_s, "the backup");
+        const auto before = describe(folder.data());
+        bool isNoted = false;
+        interception().writeFailure = [&isNoted](const std::string& path) {
+            const bool isNote = path.ends_with("/restoring");
+            isNoted = isNoted || isNote;
+            return isNote ? ENOSPC : 0;
+        };
+        const QString message =
+            messageOf(BackupManager::restore(folder.path(u"copy"_s), folder.data(), folder.backups()));
+        QVERIFY(isNoted);
+        QVERIFY2(message.endsWith(u": No space left on device"_s), qPrintable(message));
         QCOMPARE(difference(before, describe(folder.data())), QString());
         QCOMPARE(folder.kept(), QStringList());
     }

@@ -1,6 +1,7 @@
 #include "backup/BackupManager.h"
 
 #include "DataFolder.h"
+#include "Interception.h"
 #include "Message.h"
 #include "support/TestClass.h"
 
@@ -41,7 +42,10 @@ class TestRestore : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { qunsetenv("ORVANEL_TOOL_ROOT"); }
+    void cleanup() {
+        qunsetenv("ORVANEL_TOOL_ROOT");
+        interception().onStep = {};
+    }
 
     void folderComesBackAndTheDataIsKept() {
         const DataFolder folder;
@@ -67,6 +71,52 @@ private Q_SLOTS:
         await(BackupManager::restore(folder.path(u"copy.zip"_s), folder.data(), folder.backups()));
         QCOMPARE(difference(inSeconds(old), inSeconds(describe(folder.data()))), QString());
         QCOMPARE(folder.kept().size(), 1);
+    }
+
+    void cancelLeavesEverythingAsItWasUntilTheDataIsMoved_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("folder") << u"copy"_s;
+        QTest::newRow("zip") << u"copy.zip"_s;
+    }
+
+    /// Cancels before each system call that changes files, one restore for each.
+    void cancelLeavesEverythingAsItWasUntilTheDataIsMoved() {
+        QFETCH(const QString, name);
+        int cancelled = 0;
+        int completed = 0;
+        for (int at = 1; completed == 0 || interception().steps >= at; ++at) {
+            const DataFolder folder;
+            folder.fill();
+            await(BackupManager::backUp(folder.data(), folder.path(name)));
+            folder.write(u"Orvanel/data/new"_s, "made since");
+            const auto before = describe(folder.data());
+            std::stop_source stop;
+            interception().steps = 0;
+            interception().onStep = [&stop, at](int step) {
+                if (step == at) {
+                    stop.request_stop();
+                }
+            };
+            bool isCancelled = false;
+            try {
+                await(BackupManager::restore(folder.path(name), folder.data(), folder.backups(), stop.get_token()));
+            } catch (const Cancelled&) {
+                isCancelled = true;
+            }
+            interception().onStep = {};
+            (isCancelled ? cancelled : completed) += 1;
+            QCOMPARE(folder.kept().size(), isCancelled ? 0 : 1);
+            QCOMPARE(QFileInfo::exists(folder.data(u"new"_s)), isCancelled);
+            if (isCancelled) {
+                QCOMPARE(difference(before, describe(folder.data())), QString());
+            }
+            // Nothing is left behind.
+            QStringList names = folder.names(u"Orvanel"_s);
+            names.removeAll(u"Backups"_s);
+            QCOMPARE(names, QStringList(u"data"_s));
+        }
+        QVERIFY2(cancelled > 10, qPrintable(QString::number(cancelled)));
+        QVERIFY2(completed > 1, qPrintable(QString::number(completed)));
     }
 
     void dataAtTheTopOfTheZipComesBack() {

@@ -31,6 +31,8 @@ public:
     std::optional<QString> databaseProblem;
     std::optional<QString> databaseNotChecked;
     bool hasData = true;
+    /// Whether a restore has moved nothing yet when the test completes its event.
+    bool restoreNoticesCancel = false;
     /// Called when a job begins, and when it does its work.
     std::function<void(const Job& job)> onBegin;
     std::function<void(const Job& job)> onWork;
@@ -48,8 +50,8 @@ public:
             return autoBackup(dataDir, backupsDir, label);
         };
         host.cleanUp = nullptr;
-        host.restore = [this](QString source, QString dataDir, QString backupsDir) {
-            return restore(source, dataDir, backupsDir);
+        host.restore = [this](QString source, QString dataDir, QString backupsDir, std::stop_token stop) {
+            return restore(source, dataDir, backupsDir, stop);
         };
         host.timestamp = [] { return u"2026-01-02-030405"_s; };
     }
@@ -94,9 +96,12 @@ private:
             .path = path, .databaseProblem = databaseProblem, .databaseNotChecked = databaseNotChecked};
     }
 
-    QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir) {
+    QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir, std::stop_token stop) {
         const QStringList arguments{source, dataDir, backupsDir};
-        return work(u"restore"_s, arguments);
+        co_await work(u"restore"_s, arguments);
+        if (restoreNoticesCancel) {
+            throwIfStopped(stop);
+        }
     }
 };
 

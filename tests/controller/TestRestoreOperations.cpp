@@ -361,6 +361,23 @@ private Q_SLOTS:
         QCOMPARE(world.docker().container->state, std::string("exited"));
     }
 
+    void restoreCancelledBeforeItMovedAnythingStartsTheServerAgain() {
+        ControllerFixture world;
+        startServer(world);
+        world.controller().begin();
+        world.settle();
+        world.backups.holds = true;
+        world.backups.restoreNoticesCancel = true;
+        restoreFrom(world, zip);
+        QCOMPARE(world.backups.underWay, 1);
+        world.controller().cancelOperation();
+        world.backups.letGo();
+        QVERIFY(world.operationEnds());
+        QCOMPARE(world.controller().state().error, (OpError{u"Cancelled."_s, u"Nothing was restored."_s}));
+        QCOMPARE(world.docker().container->state, std::string("running"));
+        QVERIFY(world.controller().state().kuma == KumaState::running);
+    }
+
     void killedRestoreIsTakenBackBeforeTheDataFolderIsMade_data() {
         QTest::addColumn<QString>("what");
         for (const char* what : {"program", "server", "folder"}) {
