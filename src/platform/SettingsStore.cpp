@@ -4,6 +4,7 @@
 #include "platform/IniText.h"
 #include "platform/UserFiles.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
@@ -95,6 +96,16 @@ bool isLockFree(const QString& path) {
     return lock.tryLock(patience) || lock.error() != QLockFile::LockFailedError;
 }
 
+/// QSettings does not notice if the disk is full at the very end, and leaves an empty file. So a file as large as a
+/// settings file may get is written first. Where none can be made, QSettings finds out itself what is wrong.
+bool hasRoom(const QString& path) {
+    const QFileInfo existing(path);
+    const QString target = existing.isSymLink() ? existing.symLinkTarget() : path;
+    QDir().mkpath(QFileInfo(target).absolutePath());
+    QTemporaryFile trial(target + u".XXXXXX"_s);
+    return !trial.open() || (trial.write(QByteArray(smallFileLimit, ' ')) == smallFileLimit && trial.flush());
+}
+
 bool moveAside(const QString& path) {
     const QString broken = path + u".broken"_s;
     QString target = broken;
@@ -159,6 +170,9 @@ bool SettingsStore::set(const QString& key, const QString& value) {
         return false;
     }
     const SettingsFile state = inspect(m_file);
+    if (!hasRoom(m_file)) {
+        return false;
+    }
     if (state == SettingsFile::Unusable || (state == SettingsFile::Broken && !moveAside(m_file))) {
         return false;
     }

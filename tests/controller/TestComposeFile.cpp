@@ -2,14 +2,13 @@
 #include "controller/ComposeFile.h"
 #include "support/Await.h"
 #include "support/FilePermissions.h"
+#include "support/FullDisk.h"
 #include "support/TestClass.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 
-#include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -33,22 +32,6 @@ ino_t numberOf(const QString& path) {
     struct stat status {};
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : 0;
 }
-
-/// While this object lives, no file can grow beyond a few bytes, as on a full disk.
-class FullDisk {
-public:
-    FullDisk() {
-        ::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{.rlim_cur = 16, .rlim_max = m_before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &m_before); }
-    Q_DISABLE_COPY_MOVE(FullDisk)
-
-private:
-    rlimit m_before{};
-};
 
 QStringList programFolder(const KumaController& kuma) {
     return QDir(kuma.dataDir() + u"/.."_s).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);

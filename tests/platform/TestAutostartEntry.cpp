@@ -1,6 +1,7 @@
 #include "platform/AutostartEntry.h"
 #include "platform/DesktopEntry.h"
 #include "support/FilePermissions.h"
+#include "support/FullDisk.h"
 #include "support/TestClass.h"
 #include "support/TestHome.h"
 
@@ -49,6 +50,21 @@ class TestAutostartEntry : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void fullDiskLeavesTheOldEntry() {
+        const Desk desk;
+        desk.write(usersFile, desk.exec());
+        const QByteArray before = contentOf(desk.home.path(usersFile));
+        const FullDisk full;
+        AutostartEntry item = desk.entryFor(desk.program);
+        const std::optional<QString> failure = item.setEnabled(false);
+        QVERIFY(failure.has_value());
+        QVERIFY2(failure->startsWith(u"The file %1 could not be written: "_s.arg(desk.home.path(usersFile))),
+                 qPrintable(*failure));
+        QCOMPARE(contentOf(desk.home.path(usersFile)), before);
+        QCOMPARE(QDir(desk.home.path(u".config/autostart"_s)).entryList(QDir::Files).size(), 1);
+        QVERIFY(item.isEnabled());
+    }
+
     void initTestCase() { obeyFilePermissions(); }
 
     void onAndOff() {

@@ -1,5 +1,6 @@
 #include "Settings.h"
 #include "support/FilePermissions.h"
+#include "support/FullDisk.h"
 #include "support/TestClass.h"
 #include "support/TestHome.h"
 
@@ -187,6 +188,37 @@ private Q_SLOTS:
         SettingsStore store;
         checkCannotWrite(store);
         QCOMPARE(contentOf(home.path(fileName)), QByteArray("[General]\nport=1\n"));
+    }
+
+    void fullDiskLeavesTheOldFile_data() {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("good") << QByteArray("[General]\nport=4000\nslug=home\n");
+        QTest::newRow("broken") << QByteArray("no settings at all");
+    }
+
+    void fullDiskLeavesTheOldFile() {
+        QFETCH(const QByteArray, content);
+        const TestHome home;
+        home.write(fileName, content);
+        {
+            const FullDisk full;
+            SettingsStore store;
+            QVERIFY(!store.setText(u"slug"_s, u"a slug that has no room"_s));
+            QCOMPARE(store.text(u"slug"_s, {}), u"a slug that has no room"_s);
+            QCOMPARE(contentOf(home.path(fileName)), content);
+            QCOMPARE(QDir(home.path(u".config/Orvanel"_s)).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                     QStringList(u"Orvanel.conf"_s));
+        }
+        SettingsStore later;
+        QVERIFY(later.setText(u"slug"_s, u"another"_s));
+        QCOMPARE(SettingsStore().text(u"slug"_s, {}), u"another"_s);
+    }
+
+    void firstSettingOnAFullDiskIsNotSaved() {
+        const TestHome home;
+        const FullDisk full;
+        SettingsStore store;
+        QVERIFY(!store.setText(u"slug"_s, u"a slug that has no room"_s));
     }
 
     void brokenFileInAReadOnlyFolderStays() {
