@@ -1,8 +1,10 @@
 #include "ShownLogs.h"
 #include "support/Await.h"
+#include "support/FullDisk.h"
 #include "support/TestClass.h"
 
 #include <QClipboard>
+#include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QThreadPool>
@@ -104,16 +106,43 @@ private Q_SLOTS:
         QCOMPARE(QDir(logs.world.home.path()).entryList(QDir::Files), QStringList());
     }
 
-    void aFailedSaveIsNotTold() {
+    void aFailedSaveIsTold() {
         ShownLogs logs;
-        logs.setLog(u"hello"_s);
+        logs.setLog(u"hello\n"_s);
         logs.open();
         logs.click(u"Save…"_s);
-        logs.world.dialogs.pathQuestions[0].answer.complete(logs.world.home.path(u"not/there.txt"_s));
-        logs.world.settle();
-        QThreadPool::globalInstance()->waitForDone();
+        const QString path = logs.world.home.path(u"not/there.txt"_s);
+        logs.world.dialogs.pathQuestions.takeFirst().answer.complete(path);
+        const QString sentence = u"The logs could not be saved to %1: No such file or directory"_s.arg(path);
+        QVERIFY(waitUntil([&] { return shows(logs.view.get(), sentence); }));
+        QCOMPARE(button(logs.view.get(), u"Save…"_s)->accessibleDescription(), sentence);
         QVERIFY(!QFile::exists(logs.world.home.path(u"not"_s)));
         QVERIFY(!logs.world.controller().state().error);
+        // The next one succeeds.
+        logs.click(u"Save…"_s);
+        logs.world.dialogs.pathQuestions[0].answer.complete(logs.world.home.path(u"logs.txt"_s));
+        QVERIFY(waitUntil([&] { return !shows(logs.view.get(), sentence); }));
+        QCOMPARE(contentOf(logs.world.home.path(u"logs.txt"_s)), QByteArray("hello\n"));
+        QCOMPARE(button(logs.view.get(), u"Save…"_s)->accessibleDescription(), QString());
+    }
+
+    void aFullDiskLeavesTheOldFile() {
+        ShownLogs logs;
+        logs.setLog(u"more than there is room for\n"_s);
+        logs.open();
+        const QString path = logs.world.home.write(u"logs.txt"_s, "the old logs");
+        const FullDisk full;
+        logs.click(u"Save…"_s);
+        logs.world.dialogs.pathQuestions[0].answer.complete(path);
+        QString told;
+        QVERIFY(waitUntil([&] {
+            told = button(logs.view.get(), u"Save…"_s)->accessibleDescription();
+            return !told.isEmpty();
+        }));
+        QVERIFY2(told.startsWith(u"The logs could not be saved to %1: "_s.arg(path)), qPrintable(told));
+        QVERIFY2(!told.endsWith(u": "_s), qPrintable(told));
+        QCOMPARE(contentOf(path), QByteArray("the old logs"));
+        QCOMPARE(QDir(logs.world.home.path()).entryList({u"logs*"_s}, QDir::Files).size(), 1);
     }
 
     void closingDuringTheQuestionWritesNothing() {

@@ -3,6 +3,7 @@
 #include "app/widgets/Buttons.h"
 #include "app/widgets/Switch.h"
 #include "app/widgets/TextBox.h"
+#include "app/widgets/TextLabel.h"
 #include "app/widgets/TextStyle.h"
 #include "controller/KumaController.h"
 #include "platform/Dialogs.h"
@@ -23,13 +24,14 @@ namespace {
 constexpr std::chrono::seconds followInterval{2};
 constexpr double shade = 0.06;
 
-/// Writes the whole file or nothing. A failure is not reported.
-void writeFile(const QString& path, const QString& text) {
+/// Writes the whole file or nothing. Returns the reason for a failure.
+std::optional<QString> writeFile(const QString& path, const QString& text) {
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(text.toUtf8());
-        file.commit();
-    }
+    const QByteArray content = text.toUtf8();
+    // commit() alone would not notice if the disk is full at the very end.
+    const bool isWritten =
+        file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.flush() && file.commit();
+    return isWritten ? std::nullopt : std::optional(file.errorString());
 }
 
 } // namespace
@@ -40,6 +42,7 @@ LogsView::LogsView(KumaController& controller, Dialogs& dialogs, Clock& clock, Q
     , m_dialogs(dialogs)
     , m_clock(clock)
     , m_follow(new Switch(u"Follow"_s))
+    , m_problem(new TextLabel(TextStyle::body))
     , m_logs(new TextBox(u"Logs"_s)) {
     m_logs->setPlaceholder(u"No logs yet."_s);
     m_logs->setShade(shade);
@@ -50,7 +53,10 @@ LogsView::LogsView(KumaController& controller, Dialogs& dialogs, Clock& clock, Q
     column->setContentsMargins(spacing::padding, spacing::padding, spacing::padding, spacing::padding);
     column->setSpacing(spacing::parts);
     column->addLayout(makeToolbar());
+    column->addWidget(m_problem);
     column->addWidget(m_logs, 1);
+    m_problem->setMeaning(Meaning::bad);
+    m_problem->hide();
 
     addShortcut(QKeySequence::Refresh, &LogsView::refresh);
     addShortcut(QKeySequence::Copy, &LogsView::copy);
@@ -69,7 +75,8 @@ QHBoxLayout* LogsView::makeToolbar() {
     row->addWidget(m_follow);
     row->addStretch();
     addButton(row, u"Copy"_s, [this] { copy(); })->setToolTip(u"Ctrl+C"_s);
-    addButton(row, u"Save…"_s, [this] { save(); })->setToolTip(u"Ctrl+S"_s);
+    m_save = addButton(row, u"Save…"_s, [this] { save(); });
+    m_save->setToolTip(u"Ctrl+S"_s);
     return row;
 }
 
@@ -127,9 +134,21 @@ QCoro::Task<void> LogsView::chooseAndSave(Self self, Dialogs* dialogs) {
     const SavePanel panel{
         .title = u"Save the Uptime Kuma logs"_s, .message = {}, .proposedName = u"uptime-kuma-logs.txt"_s};
     const std::optional<QString> path = co_await dialogs->chooseSavePath(panel);
-    if (path && !self.isNull()) {
-        startOnWorker([path = *path, text = self->m_logs->content()] { writeFile(path, text); });
+    if (!path || self.isNull()) {
+        co_return;
     }
+    const auto job = [path = *path, text = self->m_logs->content()] { return writeFile(path, text); };
+    const std::optional<QString> failure = co_await onWorker(job);
+    if (!self.isNull()) {
+        self->showWhetherSaved(*path, failure);
+    }
+}
+
+void LogsView::showWhetherSaved(const QString& path, const std::optional<QString>& failure) {
+    const QString problem = failure ? u"The logs could not be saved to %1: %2"_s.arg(path, *failure) : QString();
+    m_problem->setOutsideText(problem);
+    m_problem->setVisible(failure.has_value());
+    m_save->setAccessibleDescription(problem);
 }
 
 } // namespace orvanel

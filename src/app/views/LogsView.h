@@ -9,6 +9,7 @@
 
 class QHBoxLayout;
 class QKeySequence;
+class QPushButton;
 
 namespace orvanel {
 
@@ -17,6 +18,7 @@ class Dialogs;
 class KumaController;
 class Switch;
 class TextBox;
+class TextLabel;
 
 /// The content of the logs window: the container's latest output, read every two seconds while "Follow" is on. Reading
 /// begins when the view is first shown. Once switching "Follow" off has ended it, it stays ended for the life of the
@@ -45,6 +47,7 @@ private:
     static QCoro::Task<void> fetchOnce(Self self, KumaController* controller);
     static QCoro::Task<void> chooseAndSave(Self self, Dialogs* dialogs);
 
+    void showWhetherSaved(const QString& path, const std::optional<QString>& failure);
     QHBoxLayout* makeToolbar();
     void addShortcut(const QKeySequence& keys, void (LogsView::*action)());
 
@@ -52,6 +55,9 @@ private:
     Dialogs& m_dialogs;
     Clock& m_clock;
     Switch* m_follow;
+    QPushButton* m_save = nullptr;
+    /// Why the logs could not be saved.
+    TextLabel* m_problem;
     TextBox* m_logs;
     bool m_hasBegun = false;
     /// Stopped when the view is deleted.
