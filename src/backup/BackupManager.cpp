@@ -219,6 +219,33 @@ QCoro::Task<void> unpackAndRestore(std::shared_ptr<WorkFolder> work, QString zip
     co_await onWorker(job);
 }
 
+QCoro::Task<DataVersion> unpackedVersion(std::shared_ptr<WorkFolder> work, QString zip) {
+    const QString folder = work->path(unpackedName);
+    co_await ZipArchive::unpackDatabase(zip, folder);
+    const auto job = [folder] { return dataVersionOf(findUnpackedData(folder)); };
+    const DataVersion version = co_await onWorker(job);
+    co_return version;
+}
+
+/// Only the database is unpacked.
+QCoro::Task<DataVersion> zipVersion(QString zip) {
+    const auto making = [] {
+        auto work = std::make_shared<WorkFolder>(QDir::tempPath(), WorkFolder::unpacking);
+        makeFolder(work->path(unpackedName));
+        return work;
+    };
+    const auto work = co_await onWorker(making);
+    DataVersion version = DataVersion::unknown;
+    try {
+        version = co_await unpackedVersion(work, zip);
+    } catch (const AppError&) {
+        // The restore tells why the archive cannot be read.
+        version = DataVersion::unknown;
+    }
+    co_await removeWork(work);
+    co_return version;
+}
+
 QCoro::Task<void> restoreZip(QString zip, QString dataDir, QString backupsDir, std::stop_token stop) {
     const auto making = [zip, dataDir, backupsDir] {
         recoverData(dataDir, backupsDir);
@@ -288,6 +315,24 @@ QCoro::Task<void> BackupManager::restore(QString source, QString dataDir, QStrin
         restoreFolder(source, source, dataDir, backupsDir, stop);
     };
     co_await onWorker(job);
+}
+
+QCoro::Task<DataVersion> BackupManager::dataVersion(QString source) {
+    try {
+        if (isZip(source)) {
+            const DataVersion packed = co_await zipVersion(source);
+            co_return packed;
+        }
+        const auto job = [source] { return dataVersionOf(source); };
+        const DataVersion version = co_await onWorker(job);
+        co_return version;
+    } catch (const AppError&) {
+        co_return DataVersion::unknown;
+    }
+}
+
+QString BackupManager::interruptedSentence() {
+    return u"This backup was made while Uptime Kuma converted its data, and no server starts on it."_s;
 }
 
 void BackupManager::recover(const QString& dataDir, const QString& backupsDir) {

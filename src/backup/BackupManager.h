@@ -1,5 +1,7 @@
 #pragma once
 
+#include "backup/DataVersion.h"
+
 #include <QCoro/QCoroTask>
 #include <QString>
 
@@ -39,12 +41,19 @@ QCoro::Task<BackupResult> backUp(QString dataDir, QString destination);
 QCoro::Task<std::optional<BackupResult>> autoBackup(QString dataDir, QString backupsDir, QString label);
 
 /// Puts the backup at `source` (folder or zip) in the place of the data folder, which is kept, once, in `backupsDir` as
-/// "before-restore-" and the time. After a crash at any point the data folder is whole or absent, and the previous data
-/// is whole in exactly one of these two places.
+/// "before-restore-" and the time. Refused when the backup was made during a conversion: no server starts on it. After
+/// a crash at any point the data folder is whole or absent, and the previous data is whole in exactly one of these two
+/// places.
 ///
 /// If `stop` is requested before the data folder has been moved, everything stays as it was and Cancelled is thrown.
 /// Later it has no effect.
 QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir, std::stop_token stop = {});
+
+/// What the backup at `source` (folder or zip) says of its data. Never throws: unknown where it cannot be read.
+QCoro::Task<DataVersion> dataVersion(QString source);
+
+/// Why data in the middle of a conversion is not restored.
+QString interruptedSentence();
 
 /// Gives back what a restore that was killed had taken away and not yet replaced: the data folder is then in its place
 /// again. To be called before anything makes the data folder; the operations that know `backupsDir` do it themselves.

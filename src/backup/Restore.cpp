@@ -163,6 +163,9 @@ void restoreFolder(const QString& source, const QString& origin, const QString& 
     if (!BackupManager::looksLikeData(source)) {
         throw AppError(u"That folder does not look like an Uptime Kuma data folder (no kuma.db)."_s);
     }
+    if (dataVersionOf(source) == DataVersion::converting) {
+        throw AppError(BackupManager::interruptedSentence());
+    }
     makeFolder(backupsDir);
     // Where the data folder is a link, its target is replaced and the link stays.
     const QString data = dataPlaceOf(dataDir);

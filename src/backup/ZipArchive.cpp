@@ -51,12 +51,16 @@ ToolCall packCommand(const QString& folder, const QString& archive) {
 
 /// Without -P, bsdtar writes neither through links nor to absolute names or "..". Owners are not restored, blocks of
 /// zeros become holes, and an encrypted archive fails instead of asking for its password.
-ToolCall unpackCommand(const QString& archive, const QString& folder) {
+ToolCall unpackCommand(const QString& archive, const QString& folder, const QStringList& only) {
     if (const auto ditto = findDitto()) {
         return {*ditto, {u"-x"_s, u"-k"_s, archive, folder}};
     }
-    return bsdtar({u"-x"_s, u"-p"_s, u"-S"_s, u"--no-same-owner"_s, u"--passphrase"_s, u"none"_s, u"-f"_s, archive,
-                   u"-C"_s, folder});
+    QStringList arguments{u"-x"_s, u"-p"_s, u"-S"_s, u"--no-same-owner"_s, u"--passphrase"_s, u"none"_s, u"-f"_s,
+                          archive, u"-C"_s, folder};
+    for (const QString& pattern : only) {
+        arguments << u"--include"_s << pattern;
+    }
+    return bsdtar(arguments);
 }
 
 AppError packError(const QString& reason) {
@@ -109,6 +113,29 @@ QCoro::Task<CommandResult> runArchiver(ToolCall call, std::shared_ptr<ProcessHan
     co_return result;
 }
 
+QCoro::Task<void> unpackSome(QString archive, QString folder, QStringList only, std::stop_token stop) {
+    const auto measuring = [archive, folder] { return leastRoomFor(archive, folder); };
+    const qint64 least = co_await onWorker(measuring);
+    const auto handle = std::make_shared<ProcessHandle>();
+    const std::stop_callback cancelling(stop, [handle] { handle->cancel(); });
+    std::stop_source unpacked;
+    auto watch = watchRoom(folder, least, handle, unpacked.get_token());
+    const ToolCall command = unpackCommand(archive, folder, only);
+    const CommandResult result = co_await runArchiver(command, handle);
+    unpacked.request_stop();
+    const bool ranOut = co_await watch;
+    throwIfStopped(stop);
+    if (ranOut) {
+        throw unpackError(u"There is not enough space on the disk."_s);
+    }
+    // The archiver calls it a failure when one of the patterns fits nothing.
+    if (!result.isSuccess() && only.isEmpty()) {
+        throw unpackError(result.output);
+    }
+    const auto checking = [folder] { requireHarmless(folder); };
+    co_await onWorker(checking);
+}
+
 } // namespace
 
 std::optional<ZipListing> ZipArchive::list(const QString& archive) {
@@ -147,25 +174,14 @@ QCoro::Task<void> ZipArchive::pack(QString folder, QString archive) {
 }
 
 QCoro::Task<void> ZipArchive::unpack(QString archive, QString folder, std::stop_token stop) {
-    const auto measuring = [archive, folder] { return leastRoomFor(archive, folder); };
-    const qint64 least = co_await onWorker(measuring);
-    const auto handle = std::make_shared<ProcessHandle>();
-    const std::stop_callback cancelling(stop, [handle] { handle->cancel(); });
-    std::stop_source unpacked;
-    auto watch = watchRoom(folder, least, handle, unpacked.get_token());
-    const ToolCall command = unpackCommand(archive, folder);
-    const CommandResult result = co_await runArchiver(command, handle);
-    unpacked.request_stop();
-    const bool ranOut = co_await watch;
-    throwIfStopped(stop);
-    if (ranOut) {
-        throw unpackError(u"There is not enough space on the disk."_s);
-    }
-    if (!result.isSuccess()) {
-        throw unpackError(result.output);
-    }
-    const auto checking = [folder] { requireHarmless(folder); };
-    co_await onWorker(checking);
+    const QStringList everything;
+    return unpackSome(archive, folder, everything, stop);
+}
+
+QCoro::Task<void> ZipArchive::unpackDatabase(QString archive, QString folder) {
+    const QStringList database{u"kuma.db"_s, u"kuma.db-wal"_s, u"*/kuma.db"_s, u"*/kuma.db-wal"_s};
+    const std::stop_token never;
+    return unpackSome(archive, folder, database, never);
 }
 
 } // namespace orvanel

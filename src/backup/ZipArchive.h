@@ -31,6 +31,9 @@ QCoro::Task<void> pack(QString folder, QString archive);
 /// If `stop` is requested, the archiver is ended and Cancelled is thrown.
 QCoro::Task<void> unpack(QString archive, QString folder, std::stop_token stop = {});
 
+/// The same for the files of the database kuma.db alone, at the top or one folder down.
+QCoro::Task<void> unpackDatabase(QString archive, QString folder);
+
 /// Reads the list at the end of the archive with libarchive, which bsdtar is made of. None if the file cannot be read
 /// or the list does not match the rest of the file: the archive is cut off, damaged or not a zip archive. Blocks; any
 /// thread.

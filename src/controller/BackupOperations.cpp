@@ -1,8 +1,10 @@
 #include "controller/BackupOperations.h"
 
+#include "controller/ImageTag.h"
 #include "process/AppError.h"
 
 #include <QDir>
+#include <QScopeGuard>
 
 #include <exception>
 
@@ -29,13 +31,18 @@ OpenPanel restorePanel() {
     };
 }
 
-Alert restoreQuestion(const QString& dataDir) {
+/// `tag`: of the version that converts the data of the backup first; none when it need not.
+Alert restoreQuestion(const QString& dataDir, const std::optional<QString>& tag) {
+    const QString conversion =
+        u"\n\nThis backup is from an older version. Uptime Kuma %1 first converts its data, for minutes or hours, and "
+        "must not be stopped meanwhile. The backup itself stays as it is, so there is a way back."_s;
     return {
         .style = Alert::Style::Warning,
         .message = u"Restore this backup?"_s,
         .informativeText =
             u"Uptime Kuma will be stopped and the data in\n%1\nwill be replaced by the backup. The current "
-            "data is kept once in the Backups folder, then Uptime Kuma starts again."_s.arg(dataDir),
+            "data is kept once in the Backups folder, then Uptime Kuma starts again."_s.arg(dataDir) +
+            (tag ? conversion.arg(*tag) : QString()),
         .confirmButton = u"Restore"_s,
         .cancelButton = u"Cancel"_s,
     };
@@ -55,6 +62,9 @@ std::optional<OpError> databaseError(const BackupResult& backup) {
     return std::nullopt;
 }
 
+/// How often it is looked whether a conversion is still known.
+constexpr std::chrono::seconds lookPeriod{1};
+
 Outcome cancelled() {
     return failed(u"Cancelled."_s, u"Nothing was restored."_s);
 }
@@ -63,13 +73,14 @@ Outcome cancelled() {
 
 BackupOperations::BackupOperations(const ContainerContext& context, const std::shared_ptr<Operations>& operations,
                                    ContainerOperations& containerOperations, const DataTurns& dataTurns,
-                                   Dialogs& dialogs, Desktop& desktop, TaskScope& tasks)
+                                   Dialogs& dialogs, Desktop& desktop, Clock& clock, TaskScope& tasks)
     : m_context(context)
     , m_operations(operations)
     , m_containerOperations(containerOperations)
     , m_dataTurns(dataTurns)
     , m_dialogs(dialogs)
     , m_desktop(desktop)
+    , m_clock(clock)
     , m_tasks(tasks) {}
 
 void BackupOperations::backUpNow() {
@@ -82,6 +93,10 @@ QCoro::Task<void> BackupOperations::askForBackup() {
     if (!destination || destination->isEmpty()) {
         co_return;
     }
+    const bool mayBegin = co_await conversionEnds();
+    if (!mayBegin) {
+        co_return;
+    }
     m_operations->backupBegan();
     const Backup backup{.dataDir = m_context.files.dataDir(),
                         .destination = *destination,
@@ -90,6 +105,23 @@ QCoro::Task<void> BackupOperations::askForBackup() {
                         .desktop = m_desktop,
                         .operations = m_operations};
     m_backups.start(performBackup(backup), backingUpText());
+}
+
+/// Waits until Uptime Kuma does not convert its data, or no longer: a copy made meanwhile is sound, and yet no server
+/// starts on it. False when the program ends first.
+QCoro::Task<bool> BackupOperations::conversionEnds() {
+    const std::stop_token stop = m_waiting.get_token();
+    m_waitingBackups += 1;
+    const auto ended = qScopeGuard([this] {
+        m_waitingBackups -= 1;
+        m_context.state.set(&ControllerState::backupWaits, m_waitingBackups > 0);
+    });
+    // The poll tells when it is over.
+    while (m_context.state->conversion && !stop.stop_requested()) {
+        m_context.state.set(&ControllerState::backupWaits, true);
+        co_await sleepFor(&m_clock, lookPeriod, stop);
+    }
+    co_return !m_context.state->conversion;
 }
 
 QCoro::Task<void> BackupOperations::performBackup(Backup backup) {
@@ -123,12 +155,25 @@ QCoro::Task<void> BackupOperations::askForRestore() {
     if (!source || source->isEmpty()) {
         co_return;
     }
-    const Alert question = restoreQuestion(m_context.files.dataDir());
-    const bool confirmed = co_await m_dialogs.confirm(question);
+    const bool confirmed = co_await agreesToRestore(*source);
     if (confirmed) {
         m_operations->run(u"Restoring backup…"_s,
                           [this, source = *source](std::stop_token stop) { return performRestore(source, stop); });
     }
+}
+
+/// What the backup is, the user should know before anything is stopped for it.
+QCoro::Task<bool> BackupOperations::agreesToRestore(QString source) {
+    const DataVersion version = co_await m_context.host.dataVersion(source);
+    if (version == DataVersion::converting) {
+        replaceError(m_context.state, {u"The restore failed. "_s + BackupManager::interruptedSentence(), source});
+        co_return false;
+    }
+    const bool isConverted = version == DataVersion::old && convertsOldData(m_context.state->imageTag);
+    const Alert question = restoreQuestion(m_context.files.dataDir(),
+                                           isConverted ? std::optional(m_context.state->imageTag) : std::nullopt);
+    const bool confirmed = co_await m_dialogs.confirm(question);
+    co_return confirmed;
 }
 
 QCoro::Task<Outcome> BackupOperations::performRestore(QString source, std::stop_token stop) {
@@ -145,6 +190,10 @@ QCoro::Task<Outcome> BackupOperations::replaceData(QString source, std::stop_tok
     // Before the stop: a backup that is under way need not have the server stand still.
     const DataTurns::Turn turn = co_await m_dataTurns.take();
     if (stop.stop_requested()) {
+        co_return cancelled();
+    }
+    const bool isAllowed = co_await m_containerOperations.conversions().mayStop();
+    if (!isAllowed) {
         co_return cancelled();
     }
     const bool wasStopped = m_context.state->kuma == KumaState::stopped && !m_context.state->isPaused;

@@ -13,11 +13,16 @@ class BackupOperations {
 public:
     BackupOperations(const ContainerContext& context, const std::shared_ptr<Operations>& operations,
                      ContainerOperations& containerOperations, const DataTurns& dataTurns, Dialogs& dialogs,
-                     Desktop& desktop, TaskScope& tasks);
+                     Desktop& desktop, Clock& clock, TaskScope& tasks);
 
     void backUpNow();
     void restoreBackup();
     void revealDataFolder();
+
+    /// The program does not end, or no longer.
+    void allowWaiting() { m_waiting = std::stop_source(); }
+    /// The program ends: a backup that waits for the end of a conversion is not made.
+    void stopWaiting() { m_waiting.request_stop(); }
 
     /// The backups under way, which nothing cancels.
     const TaskScope& backups() const { return m_backups; }
@@ -33,8 +38,10 @@ private:
         std::weak_ptr<Operations> operations;
     };
     QCoro::Task<void> askForBackup();
+    QCoro::Task<bool> conversionEnds();
     static QCoro::Task<void> performBackup(Backup backup);
     QCoro::Task<void> askForRestore();
+    QCoro::Task<bool> agreesToRestore(QString source);
     QCoro::Task<Outcome> performRestore(QString source, std::stop_token stop);
     QCoro::Task<Outcome> replaceData(QString source, std::stop_token stop);
     QCoro::Task<Outcome> startAgain(bool wasStopped);
@@ -46,7 +53,10 @@ private:
     const DataTurns m_dataTurns;
     Dialogs& m_dialogs;
     Desktop& m_desktop;
+    Clock& m_clock;
     TaskScope& m_tasks;
+    std::stop_source m_waiting;
+    int m_waitingBackups = 0;
     TaskScope m_backups;
 };
 

@@ -232,6 +232,11 @@ QCoro::Task<CommandResult> Container::logs() const {
     return command(arguments, logsLimit);
 }
 
+QCoro::Task<CommandResult> Container::endOfLog() const {
+    const QStringList arguments{u"logs"_s, u"--tail"_s, u"50"_s, u"orvanel"_s};
+    return command(arguments, probeLimit);
+}
+
 std::optional<Container> knownContainer(const ContainerContext& context) {
     const std::optional<QString>& docker = context.state->dockerPath;
     return docker ? std::optional(Container(context, *docker)) : std::nullopt;

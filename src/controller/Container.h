@@ -46,6 +46,8 @@ public:
     /// Removes the container; its data stay.
     QCoro::Task<CommandResult> remove() const;
     QCoro::Task<CommandResult> logs() const;
+    /// As much of the end of the log as a look at it needs: what the server has done last.
+    QCoro::Task<CommandResult> endOfLog() const;
 
 private:
     /// Runs a command that is neither cancelled nor watched.

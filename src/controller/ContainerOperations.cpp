@@ -31,9 +31,11 @@ Alert removeQuestion(const QString& dataDir) {
 } // namespace
 
 ContainerOperations::ContainerOperations(const ContainerContext& context, Operations& operations,
-                                         const DataTurns& dataTurns, Dialogs& dialogs, TaskScope& tasks)
+                                         const ConversionWatch& conversions, const DataTurns& dataTurns,
+                                         Dialogs& dialogs, TaskScope& tasks)
     : m_context(context)
     , m_operations(operations)
+    , m_conversions(conversions)
     , m_dataTurns(dataTurns)
     , m_dialogs(dialogs)
     , m_tasks(tasks) {}
@@ -43,7 +45,7 @@ void ContainerOperations::start() {
 }
 
 void ContainerOperations::stop() {
-    m_operations.run(u"Stopping…"_s, [this](std::stop_token) { return performStop(); });
+    m_operations.run(u"Stopping…"_s, [this](std::stop_token) { return stopIfAllowed(); });
 }
 
 void ContainerOperations::restart() {
@@ -84,6 +86,10 @@ QCoro::Task<Outcome> ContainerOperations::performStart(std::stop_token stop) {
     }
 
     const std::optional<QString> existing = co_await container.state();
+    // What runs needs no start, which might replace the container.
+    if (existing == u"running"_s && state->conversion) {
+        co_return std::nullopt;
+    }
     // A running container of our own holds the port itself.
     const int port = state->port;
     if (!holdsPort(existing) && isPortTaken(port)) {
@@ -111,6 +117,15 @@ QCoro::Task<Outcome> ContainerOperations::performStart(std::stop_token stop) {
     co_return std::nullopt;
 }
 
+QCoro::Task<Outcome> ContainerOperations::stopIfAllowed() {
+    const bool isAllowed = co_await m_conversions.mayStop();
+    if (!isAllowed) {
+        co_return std::nullopt;
+    }
+    const Outcome stopped = co_await performStop();
+    co_return stopped;
+}
+
 QCoro::Task<Outcome> ContainerOperations::performStop() {
     const std::optional<Container> known = knownContainer(m_context);
     if (!known) {
@@ -130,6 +145,10 @@ QCoro::Task<Outcome> ContainerOperations::performStop() {
 
 /// What a backup meanwhile has to say of itself is no reason not to start again.
 QCoro::Task<Outcome> ContainerOperations::performRestart(std::stop_token stop) {
+    const bool isAllowed = co_await m_conversions.mayStop();
+    if (!isAllowed) {
+        co_return std::nullopt;
+    }
     const Outcome stopped = co_await performStop();
     if (stopped) {
         co_return stopped;
@@ -225,6 +244,10 @@ QCoro::Task<Outcome> ContainerOperations::removeContainer() {
 }
 
 QCoro::Task<Outcome> ContainerOperations::performRemoveEverything() {
+    const bool isAllowed = co_await m_conversions.mayStop();
+    if (!isAllowed) {
+        co_return std::nullopt;
+    }
     const Outcome notRemoved = co_await removeContainer();
     if (notRemoved) {
         co_return notRemoved;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controller/Container.h"
+#include "controller/ConversionWatch.h"
 #include "controller/Operations.h"
 #include "platform/Dialogs.h"
 
@@ -12,8 +12,8 @@ class DataTurns;
 /// outlive it, and it its tasks.
 class ContainerOperations {
 public:
-    ContainerOperations(const ContainerContext& context, Operations& operations, const DataTurns& dataTurns,
-                        Dialogs& dialogs, TaskScope& tasks);
+    ContainerOperations(const ContainerContext& context, Operations& operations, const ConversionWatch& conversions,
+                        const DataTurns& dataTurns, Dialogs& dialogs, TaskScope& tasks);
 
     void start();
     void stop();
@@ -23,7 +23,9 @@ public:
     // --- Steps that other operations take too.
 
     QCoro::Task<Outcome> performStart(std::stop_token stop);
+    /// Look at conversions() before.
     QCoro::Task<Outcome> performStop();
+    const ConversionWatch& conversions() const { return m_conversions; }
     /// Downloads the pinned image, with the download's card shown.
     QCoro::Task<CommandResult> pullImage(Container container, std::stop_token stop);
     /// Why the data may not be touched now, since a server may be at work on it; none when no server can be.
@@ -43,6 +45,7 @@ private:
     bool isPortTaken(int port) const;
     std::optional<int> freePort() const;
 
+    QCoro::Task<Outcome> stopIfAllowed();
     QCoro::Task<Outcome> performRestart(std::stop_token stop);
     QCoro::Task<void> confirmRemoveEverything();
     QCoro::Task<Outcome> performRemoveEverything();
@@ -50,6 +53,7 @@ private:
 
     const ContainerContext m_context;
     Operations& m_operations;
+    const ConversionWatch& m_conversions;
     const DataTurns& m_dataTurns;
     Dialogs& m_dialogs;
     TaskScope& m_tasks;

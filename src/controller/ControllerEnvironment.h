@@ -31,7 +31,7 @@ struct ControllerEnvironment {
     /// The user's application-support folder.
     QString applicationSupport = {};
 
-    std::function<QCoro::Task<bool>(int port)> pageAnswers = {};
+    std::function<QCoro::Task<PageAnswer>(int port)> pageAnswers = {};
     std::function<QCoro::Task<StatusPageResult>(int port, QString slug)> fetchStatusPage = {};
     std::function<QCoro::Task<ReleaseResult>()> fetchLatestRelease = {};
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controller/Conversion.h"
 #include "statuspage/StatusPageResult.h"
 #include "task/Clock.h"
 
@@ -32,9 +33,16 @@ enum class ErrorKind {
     general,
     /// The container restarts again and again; the error goes when its page answers.
     restartLoop,
+    /// The same, because a conversion of its data was interrupted.
+    interruptedConversion,
     /// Docker does not answer; the error goes when it does.
     dockerSilent,
 };
+
+/// Whether the error goes when Uptime Kuma's page answers.
+constexpr bool isRestartLoop(ErrorKind kind) {
+    return kind == ErrorKind::restartLoop || kind == ErrorKind::interruptedConversion;
+}
 
 /// Why the last operation failed.
 struct OpError {
@@ -67,6 +75,10 @@ struct ControllerState {
     KumaState kuma = KumaState::stopped;
     /// Another program has paused the container. `kuma` is stopped then.
     bool isPaused = false;
+    /// There while Uptime Kuma converts its data, which nothing may disturb.
+    std::optional<Conversion> conversion = {};
+    /// A backup that the user asked for waits for the end of the conversion.
+    bool backupWaits = false;
     /// The operation under way, in words; none when idle.
     std::optional<QString> busy = {};
     /// The text of the operation that has just ended, until a probe has found out what it changed. Views use

@@ -34,6 +34,7 @@ struct HostFunctions {
         autoBackup = &BackupManager::autoBackup;
     std::function<QCoro::Task<void>(QString source, QString dataDir, QString backupsDir, std::stop_token stop)>
         restore = &BackupManager::restore;
+    std::function<QCoro::Task<DataVersion>(QString source)> dataVersion = &BackupManager::dataVersion;
     /// Deletes what earlier runs left behind; may be empty.
     std::function<QCoro::Task<void>(QString dataDir, QString backupsDir)> cleanUp = &BackupManager::cleanUp;
     std::function<QString()> timestamp = &BackupManager::timestamp;

@@ -23,6 +23,11 @@ bool isValidImageTag(const QString& tag) {
     return form.match(tag).hasMatch();
 }
 
+bool convertsOldData(const QString& imageTag) {
+    static const QRegularExpression number(u"\\A(\\d{1,6})(?![0-9])"_s);
+    return number.match(imageTag).captured(1).toInt() >= 2;
+}
+
 bool isMajorChange(const QString& imageTag, const std::optional<QString>& latestVersion) {
     const QString current = majorPart(imageTag);
     const QString latest = majorPart(latestVersion.value_or(QString()));

@@ -18,4 +18,7 @@ bool isMajorChange(const QString& imageTag, const std::optional<QString>& latest
 /// than the tag "2". False if either is no version, such as the tag "latest".
 bool isOlderVersion(const QString& version, const QString& imageTag);
 
+/// Whether the version of that tag converts the data of 1.x before it starts; false when the tag does not tell.
+bool convertsOldData(const QString& imageTag);
+
 } // namespace orvanel

@@ -21,13 +21,14 @@ struct KumaController::Parts {
         , files(env.applicationSupport)
         , bringUp(*env.clock)
         , operations(std::make_shared<Operations>(*state, *env.clock, tasks, refresh))
-        , containerOperations(context, *operations, dataTurns, *env.dialogs, tasks)
+        , conversions(context, *env.dialogs, env.pageAnswers)
+        , containerOperations(context, *operations, conversions, dataTurns, *env.dialogs, tasks)
         , statusWatch(*state, *env.clock, *env.notifier, env.fetchStatusPage)
-        , poller(context, *operations, statusWatch, *env.clock, env.pageAnswers, tasks)
+        , poller(context, *operations, conversions, statusWatch, *env.clock, tasks)
         , runtimeSetup(context, *env.clock, refresh, tasks)
         , updater(context, settings, *operations, containerOperations, dataTurns, *env.dialogs, env.fetchLatestRelease,
                   tasks)
-        , backups(context, operations, containerOperations, dataTurns, *env.dialogs, *env.desktop, tasks) {}
+        , backups(context, operations, containerOperations, dataTurns, *env.dialogs, *env.desktop, *env.clock, tasks) {}
 
     const std::shared_ptr<const HostFunctions> host;
     LoginItem& loginItem;
@@ -40,6 +41,7 @@ struct KumaController::Parts {
     const DataTurns dataTurns;
     const Operations::Refresh refresh = [this](std::stop_token stop) { return poller.refresh(stop); };
     const std::shared_ptr<Operations> operations;
+    const ConversionWatch conversions;
     ContainerOperations containerOperations;
     StatusWatch statusWatch;
     Poller poller;
@@ -132,6 +134,7 @@ bool KumaController::majorChange() const {
 
 void KumaController::begin() {
     m_parts->bringUp.allow();
+    m_parts->backups.allowWaiting();
     // What a restore left that ended with the last run: no look at the data is to find it missing.
     BackupManager::recover(dataDir(), backupsDir());
     if (const auto& cleanUp = m_parts->context.host.cleanUp) {
@@ -225,6 +228,7 @@ void KumaController::shutdownPolling() {
     m_parts->poller.end();
     m_parts->runtimeSetup.cancel();
     m_parts->operations->cancelChild();
+    m_parts->backups.stopWaiting();
     // The program may end before the operation notices that its download was cancelled.
     m_parts->updater.takeBackTag();
 }
@@ -240,7 +244,10 @@ QCoro::Task<void> KumaController::runStop() {
     }
     const Container& container = *known;
     co_await m_parts->bringUp.end();
-    co_await container.stop();
+    const std::optional<Conversion> conversion = co_await m_parts->conversions.conversionNow();
+    if (!conversion) {
+        co_await container.stop();
+    }
 }
 
 QCoro::Task<void> KumaController::finished() {

@@ -120,7 +120,7 @@ public:
     /// Whether the container has been brought up, or is just being, since it was last looked at.
     bool mayBeComingUp() const;
     /// Stops the container, through compose where that works. What is being brought up comes first, for half a minute
-    /// at most, since a stop beside it would find nothing to stop yet.
+    /// at most, since a stop beside it would find nothing to stop yet. A server that converts its data is left running.
     QCoro::Task<void> runStop();
     /// Ends when no task of the controller runs any more.
     QCoro::Task<void> finished();

@@ -20,13 +20,13 @@ constexpr auto provenRun = 60s;
 
 } // namespace
 
-Poller::Poller(const ContainerContext& context, Operations& operations, StatusWatch& statusWatch, Clock& clock,
-               PageAnswers pageAnswers, TaskScope& tasks)
+Poller::Poller(const ContainerContext& context, Operations& operations, const ConversionWatch& conversions,
+               StatusWatch& statusWatch, Clock& clock, TaskScope& tasks)
     : m_context(context)
     , m_operations(operations)
+    , m_conversions(conversions)
     , m_statusWatch(statusWatch)
     , m_clock(clock)
-    , m_pageAnswers(std::move(pageAnswers))
     , m_tasks(tasks) {}
 
 void Poller::begin() {
@@ -95,11 +95,22 @@ QCoro::Task<void> Poller::refresh(std::stop_token stop) {
     }
     if (probe.status == 0 && stateWord(probe.output) == u"running"_s) {
         publishDockerAnswers();
-        const bool answers = co_await m_pageAnswers(m_context.state->port);
+        const PageAnswer page = co_await m_conversions.page();
         if (isOutdated(container, generation)) {
             co_return;
         }
-        publishRunning(answers);
+        const std::optional<Conversion> conversion = co_await ConversionWatch::conversionBehind(page, container);
+        if (isOutdated(container, generation)) {
+            co_return;
+        }
+        publishRunning(page, conversion);
+    } else if (probe.status == 0 && stateWord(probe.output) == u"restarting"_s) {
+        const bool wasInterrupted = co_await ConversionWatch::wasInterrupted(container);
+        if (isOutdated(container, generation)) {
+            co_return;
+        }
+        publishDockerAnswers();
+        publishRestarting(wasInterrupted);
     } else {
         publishNotRunning(probe);
     }
@@ -148,15 +159,17 @@ bool Poller::mayRestartAgain() const {
            m_clock.now() - m_restart->seen < provenRun;
 }
 
-void Poller::publishRunning(bool pageAnswers) {
-    if (!pageAnswers && mayRestartAgain()) {
+void Poller::publishRunning(PageAnswer page, const std::optional<Conversion>& conversion) {
+    const bool answers = page == PageAnswer::usual;
+    if (!answers && !conversion && mayRestartAgain()) {
         return;
     }
     m_restart.reset();
-    m_context.state.update([pageAnswers](ControllerState& state) {
-        state.kuma = pageAnswers ? KumaState::running : KumaState::starting;
+    m_context.state.update([&](ControllerState& state) {
+        state.kuma = answers ? KumaState::running : KumaState::starting;
         state.isPaused = false;
-        if (pageAnswers && state.error && state.error->kind == ErrorKind::restartLoop) {
+        state.conversion = conversion;
+        if (answers && state.error && isRestartLoop(state.error->kind)) {
             state.error = std::nullopt;
         }
     });
@@ -174,12 +187,7 @@ void Poller::publishNotRunning(const CommandResult& probe) {
         return;
     }
     publishDockerAnswers();
-    const QString word = stateWord(probe.output);
-    if (word == u"restarting"_s) {
-        publishRestarting(word);
-    } else {
-        publishStopped(word);
-    }
+    publishStopped(stateWord(probe.output));
 }
 
 void Poller::publishStopped(const QString& word) {
@@ -187,17 +195,24 @@ void Poller::publishStopped(const QString& word) {
     m_context.state.update([&word](ControllerState& state) {
         state.kuma = KumaState::stopped;
         state.isPaused = isPausedWord(word);
+        state.conversion = std::nullopt;
     });
 }
 
-void Poller::publishRestarting(const QString& word) {
+void Poller::publishRestarting(bool wasConversionInterrupted) {
     m_restart = {m_clock.now(), m_operations.generation()};
-    m_context.state.update([&word](ControllerState& next) {
+    m_context.state.update([wasConversionInterrupted](ControllerState& next) {
         next.kuma = KumaState::error;
         next.isPaused = false;
+        next.conversion = std::nullopt;
         next.error = OpError{.message = u"Uptime Kuma keeps restarting. Open the logs to see why."_s,
-                             .details = word,
+                             .details = u"restarting"_s,
                              .kind = ErrorKind::restartLoop};
+        if (wasConversionInterrupted) {
+            next.error->message +=
+                u" The conversion of its data was interrupted, so only a copy from before it helps."_s;
+            next.error->kind = ErrorKind::interruptedConversion;
+        }
         next.suggestedPort = std::nullopt;
     });
 }

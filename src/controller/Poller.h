@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controller/Container.h"
+#include "controller/ConversionWatch.h"
 #include "controller/Operations.h"
 #include "controller/StatusWatch.h"
 
@@ -12,10 +12,8 @@ namespace orvanel {
 /// has the status page read. Main thread only; what it is given must outlive it, and it its tasks.
 class Poller {
 public:
-    using PageAnswers = std::function<QCoro::Task<bool>(int port)>;
-
-    Poller(const ContainerContext& context, Operations& operations, StatusWatch& statusWatch, Clock& clock,
-           PageAnswers pageAnswers, TaskScope& tasks);
+    Poller(const ContainerContext& context, Operations& operations, const ConversionWatch& conversions,
+           StatusWatch& statusWatch, Clock& clock, TaskScope& tasks);
 
     /// Starts the poll loop, unless it runs already.
     void begin();
@@ -32,17 +30,17 @@ private:
     std::optional<Container> findTools();
     bool isOutdated(const Container& container, int generation) const;
     void publishDockerAnswers();
-    void publishRunning(bool pageAnswers);
-    void publishRestarting(const QString& word);
+    void publishRunning(PageAnswer page, const std::optional<Conversion>& conversion);
+    void publishRestarting(bool wasConversionInterrupted);
     void publishStopped(const QString& word = {});
     bool mayRestartAgain() const;
     void publishNotRunning(const CommandResult& probe);
 
     const ContainerContext m_context;
     Operations& m_operations;
+    const ConversionWatch& m_conversions;
     StatusWatch& m_statusWatch;
     Clock& m_clock;
-    const PageAnswers m_pageAnswers;
     TaskScope& m_tasks;
     std::optional<std::stop_source> m_pollTask;
     /// When the container was last seen restarting, and the number of operations begun until then.

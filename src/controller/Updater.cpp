@@ -102,6 +102,10 @@ QCoro::Task<Outcome> Updater::performUpdate(QString version, std::stop_token sto
         co_return failed(u"The new version's name cannot be an image tag, so nothing was changed."_s,
                          u"The newest release is called \"%1\"."_s.arg(version));
     }
+    const bool isAllowed = co_await m_containerOperations.conversions().mayStop();
+    if (!isAllowed) {
+        co_return std::nullopt;
+    }
     const SafetyCopy copy = co_await backUpFirst();
     if (copy.failure) {
         co_return copy.failure;
@@ -120,6 +124,15 @@ QCoro::Task<Outcome> Updater::performUpdate(QString version, std::stop_token sto
         const bool isStored = takeBackTag();
         const Failure notPulled = m_containerOperations.failure(pull);
         co_return isStored ? notPulled : withUnstoredTag(notPulled);
+    }
+    // It may have begun meanwhile; to one that was under way before, the user has agreed.
+    if (!m_context.state->conversion) {
+        const bool isStillAllowed = co_await m_containerOperations.conversions().mayStop();
+        if (!isStillAllowed) {
+            const bool isStored = takeBackTag();
+            const Failure notUpdated = failed(u"Cancelled."_s, u"Uptime Kuma was not updated."_s);
+            co_return isStored ? notUpdated : withUnstoredTag(notUpdated);
+        }
     }
     m_tagChange.reset();
     m_settings.forgetTagToTakeBack();

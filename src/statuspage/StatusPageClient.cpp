@@ -16,6 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr HttpSession::Terms readinessTerms{.silence = 2500ms, .total = 2500ms, .readsBody = false};
+constexpr HttpSession::Terms entryTerms{.silence = 2500ms, .total = 2500ms, .readsBody = true};
 constexpr HttpSession::Terms apiTerms{.silence = 5s, .total = 15s, .readsBody = true};
 
 /// None if the number is no TCP port.
@@ -30,11 +31,29 @@ std::optional<QByteArray> encodedSlug(const QString& slug) {
     return slug.isValidUtf16() ? std::optional(QUrl::toPercentEncoding(slug, allowedInSegment)) : std::nullopt;
 }
 
-QCoro::Task<bool> askPage(std::shared_ptr<HttpSession> session, quint16 port) {
+PageAnswer meaningOfEntryPage(const HttpResult& result) {
+    const auto* answer = std::get_if<HttpAnswer>(&result);
+    if (answer && answer->status == 404) {
+        return PageAnswer::converting;
+    }
+    return std::holds_alternative<QJsonDocument>(readJson(result)) ? PageAnswer::usual : PageAnswer::strange;
+}
+
+QCoro::Task<PageAnswer> askPage(std::shared_ptr<HttpSession> session, quint16 port) {
     const Event<HttpResult> answered = session->get(port, "/", readinessTerms);
     const HttpResult result = co_await answered;
     const auto* answer = std::get_if<HttpAnswer>(&result);
-    co_return answer && answer->status > 0 && answer->status < 500;
+    if (!answer || answer->status <= 0 || answer->status >= 500) {
+        co_return PageAnswer::none;
+    }
+    if (answer->status != 200) {
+        co_return PageAnswer::usual;
+    }
+    const Event<HttpResult> entryAnswered = session->get(port, "/api/entry-page", entryTerms);
+    const HttpResult entry = co_await entryAnswered;
+    const auto read = [entry] { return meaningOfEntryPage(entry); };
+    const PageAnswer meaning = co_await onWorker(read);
+    co_return meaning;
 }
 
 QCoro::Task<JsonResult> get(std::shared_ptr<HttpSession> session, quint16 port, QByteArray path) {
@@ -68,8 +87,8 @@ QCoro::Task<StatusPageResult> slugIsNotValid() {
     co_return StatusPageError{u"Could not read the status page: the slug is not valid."_s};
 }
 
-QCoro::Task<bool> no() {
-    co_return false;
+QCoro::Task<PageAnswer> nothing() {
+    co_return PageAnswer::none;
 }
 
 } // namespace
@@ -83,9 +102,9 @@ StatusPageClient::~StatusPageClient() {
     }
 }
 
-QCoro::Task<bool> StatusPageClient::pageAnswers(int port) {
+QCoro::Task<PageAnswer> StatusPageClient::pageAnswers(int port) {
     const auto valid = portOf(port);
-    return valid ? askPage(session(), *valid) : no();
+    return valid ? askPage(session(), *valid) : nothing();
 }
 
 QCoro::Task<StatusPageResult> StatusPageClient::fetch(int port, QString slug) {

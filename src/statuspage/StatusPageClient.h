@@ -21,8 +21,10 @@ public:
     StatusPageClient(const StatusPageClient&) = delete;
     StatusPageClient& operator=(const StatusPageClient&) = delete;
 
-    /// Whether the web page answers within 2.5 s, with any HTTP status below 500.
-    QCoro::Task<bool> pageAnswers(int port);
+    /// What the web page answers within 2.5 s. Any HTTP status below 500 is usual but 200: a server that has started
+    /// leads elsewhere, while the one that converts data says so at this address. So with 200, /api/entry-page is asked
+    /// too, which gives JSON once the server has started, and 404 during a conversion.
+    QCoro::Task<PageAnswer> pageAnswers(int port);
 
     /// Reads the page `slug` (already trimmed and lower-cased) and its heartbeats, one request after the other. Each
     /// may be silent for 5 s and last 15 s in all.

@@ -40,6 +40,14 @@ struct StatusPageError {
     bool operator==(const StatusPageError&) const = default;
 };
 
+/// What the web page of a server says of how far the server is. Source: Uptime Kuma 2.5.3.
+enum class PageAnswer {
+    none,       ///< no answer, or a failure: the server is not there yet
+    strange,    ///< a page, but not that of a server that has started
+    converting, ///< the page of the small server that stands in while the data is converted for a new version
+    usual,      ///< the server has started
+};
+
 using StatusPageResult = std::variant<StatusPageData, StatusPageError>;
 
 } // namespace orvanel

@@ -283,8 +283,10 @@ private Q_SLOTS:
         ShownWindow view;
         QVERIFY(view.world.isPolledAsRunning());
         view.open();
-        view.world.page.holdsQuestions = true;
+        view.world.delay("info", 1s);
         view.click(u"Restart"_s);
+        // The look before the stop has its answer by now.
+        view.world.page.holdsQuestions = true;
         QVERIFY(view.world.operationEnds());
         QVERIFY(!view.world.controller().state().busy);
         view.world.settle();

@@ -11,7 +11,9 @@ namespace {
 /// The orders in which an operation may run its commands. Each command is followed by a semicolon, and the operation
 /// may end after any of them.
 QString allowedOrder(const QString& label) {
-    auto stop = u"(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?"_s;
+    // Where the page does not answer as usual, whether the server converts its data.
+    auto look = u"(inspect;(end of the log;)?)?"_s;
+    auto stop = look + u"(inspect;(compose version;)?((inspect;)?(compose stop;(inspect;)?)?(stop;)?)?)?"_s;
     // A paused container must be unpaused first, and one that compose has not made must be removed.
     auto bringUp = u"(compose version;)?(unpause;(inspect;)?)?"
                    "(compose up;(inspect mounts;(rm;(compose up;)?)?)?|(rm;)?(run;)?)?"_s;
@@ -31,9 +33,9 @@ QString allowedOrder(const QString& label) {
         return stop + u"(inspect;)?(inspect;)?"_s + stop + start;
     }
     if (label.startsWith(u"Updating"_s)) {
-        return u"(compose version;)?((compose pull;|pull;)(inspect;"_s + bringUp + u")?)?"_s;
+        return look + u"(compose version;)?((compose pull;|pull;)"_s + look + u"(inspect;"_s + bringUp + u")?)?"_s;
     }
-    return u"(inspect;(compose version;)?(compose down;(inspect;(rm;)?)?|rm;)?)?"_s;
+    return look + u"(inspect;(compose version;)?(compose down;(inspect;(rm;)?)?|rm;)?)?"_s;
 }
 
 bool fits(const QString& allowed, const QStringList& commands) {

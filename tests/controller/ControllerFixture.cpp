@@ -176,11 +176,12 @@ void ControllerFixture::endController() {
     page.letGo();
     releases.letGo();
     backups.letGo();
-    dialogs.answerAll(false);
+    dialogs.close();
     if (!everythingEnds()) {
         qFatal("the controller did not end");
     }
     m_controller.reset();
+    dialogs.isClosed = false;
 }
 
 QStringList names(std::initializer_list<const char*> list) {

@@ -5,12 +5,16 @@
 
 #include <QFile>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace orvanel::test {
 namespace {
 
 const auto downloading = u"Downloading the Uptime Kuma image"_s;
+/// Part of a look at a container whose page does not answer as usual.
+const auto endOfLog = u"end of the log"_s;
 const auto backingUp = u"Backing up…"_s;
 
 QString normalised(const QString& slug) {
@@ -121,7 +125,7 @@ QCoro::Task<CommandResult> ControllerWatch::run(QString path, QStringList argume
     if (isOperation) {
         operationCommandEnds(name, result);
         m_cause = {Cause::Kind::operation, operations};
-    } else if (name == u"inspect") {
+    } else if (name == u"inspect" || name == endOfLog) {
         m_cause = {Cause::Kind::look, operations};
     } else {
         m_cause = {};
@@ -211,14 +215,14 @@ void ControllerWatch::lookBegins(const QString& name) {
             return;
         }
         violate(u"a look begins though polling was shut down"_s);
-    } else if (name != u"compose version") {
+    } else if (name != u"compose version" && name != endOfLog) {
         violate(u"%1 begins outside any operation"_s.arg(name));
     }
 }
 
-QCoro::Task<bool> ControllerWatch::pageAnswers(int port) {
+QCoro::Task<PageAnswer> ControllerWatch::pageAnswers(int port) {
     const int operations = m_operations;
-    const bool answers = co_await m_world->page.pageAnswers(port);
+    const PageAnswer answers = co_await m_world->page.pageAnswers(port);
     m_cause = {Cause::Kind::look, operations};
     co_return answers;
 }
@@ -295,7 +299,8 @@ void ControllerWatch::operationEnds() {
     m_isOperating = false;
     m_mayLook = true;
     m_cause = {};
-    if (m_label.startsWith(u"Updating"_s) && !m_operationCommands.isEmpty()) {
+    const bool hasPinned = std::any_of(m_operationCommands.begin(), m_operationCommands.end(), isPull);
+    if (m_label.startsWith(u"Updating"_s) && hasPinned) {
         checkUpdated();
     }
     if (!m_underWay.isEmpty()) {

@@ -68,7 +68,7 @@ private:
                                    std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput);
     QCoro::Task<CommandResult> runSetup(QString path, QStringList arguments, std::chrono::duration<double> limit,
                                         std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput);
-    QCoro::Task<bool> pageAnswers(int port);
+    QCoro::Task<PageAnswer> pageAnswers(int port);
     QCoro::Task<StatusPageResult> fetch(int port, QString slug);
 
     void jobBegins(const ScriptedBackups::Job& job);

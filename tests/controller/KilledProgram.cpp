@@ -53,8 +53,8 @@ QCoro::Task<std::optional<BackupResult>> autoBackup(QString dataDir, QString bac
     co_return backup;
 }
 
-QCoro::Task<bool> pageAnswers(int /*port*/) {
-    co_return true;
+QCoro::Task<PageAnswer> pageAnswers(int /*port*/) {
+    co_return PageAnswer::usual;
 }
 
 QCoro::Task<ReleaseResult> latestRelease() {

@@ -3,6 +3,7 @@
 #include "ContainerWorld.h"
 #include "RecordingPlatform.h"
 #include "ScriptedBackups.h"
+#include "ScriptedPage.h"
 #include "controller/ContainerOperations.h"
 #include "controller/DataTurns.h"
 #include "support/Await.h"
@@ -52,7 +53,9 @@ public:
     const DataTurns dataTurns;
     const Operations::Refresh refresh = [this](std::stop_token) { return countRefresh(); };
     const std::shared_ptr<Operations> operations = std::make_shared<Operations>(*state, clock, tasks, refresh);
-    ContainerOperations containerOperations{context, *operations, dataTurns, dialogs, tasks};
+    ScriptedPage page{&clock};
+    const ConversionWatch conversions{context, dialogs, [this](int port) { return page.pageAnswers(port); }};
+    ContainerOperations containerOperations{context, *operations, conversions, dataTurns, dialogs, tasks};
 
 private:
     QCoro::Task<void> countRefresh() {

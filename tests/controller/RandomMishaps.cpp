@@ -91,12 +91,15 @@ void RandomSequence::failCommand() {
 
 void RandomSequence::changePage() {
     m_world.page.answers = chance(75);
+    m_world.page.exactAnswer =
+        chance(25) ? std::optional(oneOf({PageAnswer::converting, PageAnswer::strange})) : std::nullopt;
     m_world.page.holdsQuestions = chance(35);
 }
 
 void RandomSequence::answerPage() {
     for (const ScriptedPage::Question& question : m_world.page.questions) {
-        question.answer.complete(chance(70));
+        question.answer.complete(
+            oneOf({PageAnswer::usual, PageAnswer::usual, PageAnswer::none, PageAnswer::converting}));
     }
     m_world.page.questions.clear();
 }

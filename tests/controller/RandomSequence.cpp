@@ -146,7 +146,7 @@ void RandomSequence::finish() {
     m_world.page.letGo();
     m_world.releases.letGo();
     m_world.backups.letGo();
-    m_world.dialogs.answerAll(false);
+    m_world.dialogs.close();
     const auto isOver = [this] { return m_kuma->isIdle() && m_tasks.running() == 0; };
     for (int turn = 0; turn < mostTurns; ++turn) {
         settle();

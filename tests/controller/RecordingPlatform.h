@@ -65,6 +65,13 @@ public:
     QList<SavePanel> savePanels;
     QList<OpenPanel> openPanels;
 
+    /// The user is gone: every question is cancelled, later ones too.
+    bool isClosed = false;
+    void close() {
+        isClosed = true;
+        answerAll(false);
+    }
+
     void answerAll(bool confirmed) {
         for (const Question& question : questions) {
             question.answer.complete(confirmed);
@@ -77,6 +84,9 @@ public:
     QCoro::Task<bool> confirm(Alert alert) override {
         const Event<bool> answer;
         questions.append({alert, answer});
+        if (isClosed) {
+            answer.complete(false);
+        }
         const bool confirmed = co_await answer;
         co_return confirmed;
     }

@@ -33,6 +33,7 @@ public:
     bool hasData = true;
     /// Whether a restore has moved nothing yet when the test completes its event.
     bool restoreNoticesCancel = false;
+    DataVersion dataVersion = DataVersion::converted;
     /// Called when a job begins, and when it does its work.
     std::function<void(const Job& job)> onBegin;
     std::function<void(const Job& job)> onWork;
@@ -53,6 +54,7 @@ public:
         host.restore = [this](QString source, QString dataDir, QString backupsDir, std::stop_token stop) {
             return restore(source, dataDir, backupsDir, stop);
         };
+        host.dataVersion = [this](QString) { return versionOfBackup(); };
         host.timestamp = [] { return u"2026-01-02-030405"_s; };
     }
 
@@ -77,6 +79,8 @@ private:
             throw AppError(*failure);
         }
     }
+
+    QCoro::Task<DataVersion> versionOfBackup() { co_return dataVersion; }
 
     QCoro::Task<BackupResult> backUp(QString dataDir, QString destination) {
         const QStringList arguments{dataDir, destination};

@@ -17,7 +17,7 @@ class ScriptedPage {
 public:
     struct Question {
         int port = 0;
-        Event<bool> answer;
+        Event<PageAnswer> answer;
     };
     struct Read {
         int port = 0;
@@ -30,6 +30,8 @@ public:
         : m_clock(clock) {}
 
     bool answers = true;
+    /// What it answers exactly, where that makes a difference.
+    std::optional<PageAnswer> exactAnswer;
     bool holdsQuestions = false;
     QList<Question> questions;
 
@@ -42,20 +44,22 @@ public:
         holdsQuestions = false;
         holdsReads = false;
         for (const Question& question : questions) {
-            question.answer.complete(answers);
+            question.answer.complete(answer());
         }
         for (const Read& read : reads) {
             read.answer.complete(status);
         }
     }
 
-    QCoro::Task<bool> pageAnswers(int port) {
-        const Event<bool> answer;
-        questions.append({port, answer});
+    PageAnswer answer() const { return exactAnswer.value_or(answers ? PageAnswer::usual : PageAnswer::none); }
+
+    QCoro::Task<PageAnswer> pageAnswers(int port) {
+        const Event<PageAnswer> answered;
+        questions.append({port, answered});
         if (!holdsQuestions) {
-            answer.complete(answers);
+            answered.complete(answer());
         }
-        const bool result = co_await answer;
+        const PageAnswer result = co_await answered;
         co_return result;
     }
 

@@ -28,7 +28,8 @@ struct World : OperationsWorld {
         settle();
     }
 
-    BackupOperations operationsOnBackups{context, operations, containerOperations, dataTurns, dialogs, desktop, tasks};
+    BackupOperations operationsOnBackups{context, operations, containerOperations, dataTurns, dialogs, desktop,
+                                         clock,   tasks};
 };
 
 } // namespace

@@ -1,5 +1,4 @@
 #include "OperationsWorld.h"
-#include "ScriptedPage.h"
 #include "controller/Poller.h"
 #include "support/TestClass.h"
 
@@ -25,10 +24,9 @@ struct World : OperationsWorld {
         settle();
     }
 
-    ScriptedPage page{&clock};
     RecordingNotifier notifier;
     StatusWatch watch{*state, clock, notifier, [this](int port, QString slug) { return page.fetch(port, slug); }};
-    Poller poller{context, *operations, watch, clock, [this](int port) { return page.pageAnswers(port); }, tasks};
+    Poller poller{context, *operations, conversions, watch, clock, tasks};
 };
 
 } // namespace

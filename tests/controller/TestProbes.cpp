@@ -376,6 +376,8 @@ private Q_SLOTS:
         kuma.begin();
         world.settle();
         QCOMPARE(world.page.questions.size(), 1);
+        // The stop's own question is answered at once.
+        world.page.holdsQuestions = false;
         world.delay("inspect", 5s);
         kuma.stop();
         world.settle();
@@ -395,6 +397,7 @@ private Q_SLOTS:
         world.page.holdsQuestions = true;
         kuma.begin();
         world.settle();
+        world.page.holdsQuestions = false;
         kuma.stop();
         QVERIFY(world.operationEnds());
         QVERIFY(kuma.state().kuma == KumaState::stopped);

@@ -73,6 +73,53 @@ class TestRealTools : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void conversionIsLeftInPeace() {
+        RealWorld real;
+        ControllerFixture& world = real.world;
+        KumaController& kuma = world.controller();
+        kuma.setStopOnQuit(true);
+        world.home.write(u"server/kuma-script"_s, "conversion ms=1500 clearing=600\n");
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(real.polledUntil([&] { return kuma.state().conversion && kuma.state().conversion->percent >= 4; }));
+        QVERIFY(kuma.state().kuma == KumaState::starting);
+
+        kuma.stop();
+        QVERIFY(waitUntil([&] {
+            world.settle();
+            return !world.dialogs.questions.isEmpty();
+        }));
+        world.dialogs.questions.takeFirst().answer.complete(false);
+        QVERIFY(world.operationEnds());
+        await(kuma.runStop());
+        QVERIFY(real.polledUntil([&] { return kuma.state().conversion == Conversion{}; }));
+        QVERIFY(real.polledUntil([&] { return kuma.state().kuma == KumaState::running; }));
+        QVERIFY(!kuma.state().conversion);
+    }
+
+    void interruptedConversionIsFoundOut() {
+        RealWorld real;
+        ControllerFixture& world = real.world;
+        KumaController& kuma = world.controller();
+        world.home.write(u"server/kuma-script"_s, "conversion ms=60000 clearing=0\n");
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(real.polledUntil([&] { return kuma.state().conversion.has_value(); }));
+        kuma.stop();
+        QVERIFY(waitUntil([&] {
+            world.settle();
+            return !world.dialogs.questions.isEmpty();
+        }));
+        world.dialogs.questions.takeFirst().answer.complete(true);
+        QVERIFY(world.operationEnds());
+        QCOMPARE(real.tools.state().container->state, std::string("exited"));
+        kuma.start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(real.polledUntil(
+            [&] { return kuma.state().error && kuma.state().error->kind == ErrorKind::interruptedConversion; }));
+        QVERIFY(!kuma.state().conversion);
+    }
+
     void lifeOfAServer() {
         RealWorld real;
         ControllerFixture& world = real.world;

@@ -138,7 +138,11 @@ private Q_SLOTS:
         world.advance(9s);
         QCOMPARE(kuma.statusLine(), starting);
         world.delay("info", 5s);
+        // The look before the stop.
+        world.page.holdsQuestions = false;
         kuma.restart();
+        world.settle();
+        world.page.holdsQuestions = true;
         QVERIFY(!kuma.state().settling);
         QCOMPARE(kuma.statusLine(), u"Restarting…"_s);
         world.advance(5s);

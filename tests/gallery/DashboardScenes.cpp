@@ -63,6 +63,32 @@ std::unique_ptr<QWidget> starting(GalleryWorld& world) {
     return std::make_unique<MainWindow>(world.context());
 }
 
+std::unique_ptr<QWidget> converting(GalleryWorld& world) {
+    world.page.exactAnswer = PageAnswer::converting;
+    world.docker().log = "[DB] INFO: [DON'T STOP] Migrating monitor 7s' (3 of 12 total) data - 2024-05-01 - total "
+                         "migration progress 41.67%\n";
+    world.controller().setSlug(u"home"_s);
+    static_cast<void>(world.isPolledAsRunning());
+    return std::make_unique<MainWindow>(world.context());
+}
+
+std::unique_ptr<QWidget> backupWaits(GalleryWorld& world) {
+    auto window = converting(world);
+    world.controller().backUpNow();
+    world.dialogs.pathQuestions.takeLast().answer.complete(u"/home/ann/kuma.zip"_s);
+    world.settle();
+    return window;
+}
+
+std::unique_ptr<QWidget> interruptedConversion(GalleryWorld& world) {
+    standin::addContainer(world.docker(), "restarting");
+    world.docker().log = "[SERVER] ERROR: Failed to prepare your database: Aggregate table migration is already in "
+                         "progress\n";
+    world.controller().setSlug(u"home"_s);
+    world.poll();
+    return std::make_unique<MainWindow>(world.context());
+}
+
 std::unique_ptr<QWidget> withError(GalleryWorld& world) {
     auto window = running(world, u"home"_s, statusPage(everyStatus(), u"My services"_s));
     world.loginItem.failure = u"~/.config/autostart: Permission denied"_s;
@@ -88,6 +114,9 @@ std::vector<Scene> dashboardScenes() {
     const auto title = u"My services"_s;
     return {
         {"starting", starting, {}},
+        {"converting", converting, {}},
+        {"converting-backup-waits", backupWaits, {}},
+        {"conversion-interrupted", interruptedConversion, {}},
         {"guide-card", withoutSlug, {}},
         {"wrong-slug", wrongSlug, {}},
         {"monitors-none", withMonitors({}, {}), {}},

@@ -178,7 +178,7 @@ private Q_SLOTS:
         QFETCH(const int, port);
         FakeClock clock;
         StatusPageClient client(clock);
-        QCOMPARE(await(client.pageAnswers(port)), false);
+        QVERIFY(await(client.pageAnswers(port)) == PageAnswer::none);
         const QString message = sentence(await(client.fetch(port, u"home"_s)));
         QVERIFY2(message.startsWith(u"Could not read the status page: "_s), qPrintable(message));
         QVERIFY(message.endsWith(u'.'));
@@ -227,15 +227,59 @@ private Q_SLOTS:
         const KumaServer server("path / " + mood);
         FakeClock clock;
         StatusPageClient client(clock);
-        QCOMPARE(await(client.pageAnswers(server.port())), answers);
+        const PageAnswer answer = await(client.pageAnswers(server.port()));
+        QVERIFY(answer == (answers ? PageAnswer::usual : PageAnswer::none));
+        // Where the page itself is shown at this address, the server is asked whether it has started.
+        const QStringList paths = pathsOf(server);
+        QCOMPARE(paths.first(), u"/"_s);
+        QVERIFY(paths.size() == 1 || paths.mid(1) == QStringList(u"/api/entry-page"_s));
+    }
+
+    void aServerThatHasStartedIsAskedOnce() {
+        const KumaServer server;
+        FakeClock clock;
+        StatusPageClient client(clock);
+        QVERIFY(await(client.pageAnswers(server.port())) == PageAnswer::usual);
         QCOMPARE(pathsOf(server), QStringList(u"/"_s));
+    }
+
+    void pageThatIsShownAtOnceIsLookedAtOnceMore_data() {
+        QTest::addColumn<QByteArray>("entryPage");
+        QTest::addColumn<PageAnswer>("answer");
+        const std::pair<const char*, PageAnswer> answers[] = {
+            {"", PageAnswer::usual},
+            {"text={%22type%22:%22statusPageMatchedDomain%22,%22statusPageSlug%22:%22home%22}", PageAnswer::usual},
+            {"status=404 type=text/html text=<pre>Cannot%20GET</pre>", PageAnswer::converting},
+            {"status=404", PageAnswer::converting},
+            {"text=<html>", PageAnswer::strange},
+            {"text=", PageAnswer::strange},
+            {"text=7", PageAnswer::strange},
+            {"size=1G", PageAnswer::strange},
+            {"cut=5", PageAnswer::strange},
+            {"status=500", PageAnswer::strange},
+            {"status=302 redirect=/dashboard", PageAnswer::strange},
+            {"close", PageAnswer::strange},
+            {"reset", PageAnswer::strange},
+            {"garbage", PageAnswer::strange},
+        };
+        for (const auto& [mood, answer] : answers) {
+            QTest::addRow("[%s]", mood) << QByteArray(mood) << answer;
+        }
+    }
+    void pageThatIsShownAtOnceIsLookedAtOnceMore() {
+        QFETCH(const QByteArray, entryPage);
+        const KumaServer server("path / type=text/html text=<html>\npath /api/entry-page " + entryPage);
+        FakeClock clock;
+        StatusPageClient client(clock);
+        QTEST(await(client.pageAnswers(server.port())), "answer");
+        QCOMPARE(pathsOf(server), (QStringList{u"/"_s, u"/api/entry-page"_s}));
     }
 
     void refusedConnections() {
         const int port = closedPort();
         FakeClock clock;
         StatusPageClient client(clock);
-        QCOMPARE(await(client.pageAnswers(port)), false);
+        QVERIFY(await(client.pageAnswers(port)) == PageAnswer::none);
         QCOMPARE(sentence(await(client.fetch(port, u"home"_s))),
                  u"Could not read the status page: the connection was refused."_s);
     }
@@ -244,10 +288,10 @@ private Q_SLOTS:
         const KumaServer server("path * close");
         FakeClock clock;
         StatusPageClient client(clock);
-        QCOMPARE(await(client.pageAnswers(server.port())), false);
-        QCOMPARE(await(client.pageAnswers(server.port())), false);
+        QVERIFY(await(client.pageAnswers(server.port())) == PageAnswer::none);
+        QVERIFY(await(client.pageAnswers(server.port())) == PageAnswer::none);
         server.script({});
-        QCOMPARE(await(client.pageAnswers(server.port())), true);
+        QVERIFY(await(client.pageAnswers(server.port())) == PageAnswer::usual);
     }
 
     void aFailedFirstRequestIsTheOnlyOne_data() {
@@ -332,7 +376,7 @@ private Q_SLOTS:
                                 "Link:%20x%0D%0A%0D%0AHTTP/1.1%20503%20No%0D%0A%0D%0A");
         FakeClock clock;
         StatusPageClient client(clock);
-        QCOMPARE(await(client.pageAnswers(server.port())), false);
+        QVERIFY(await(client.pageAnswers(server.port())) == PageAnswer::none);
         QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))), httpSentence("503"));
     }
 };

@@ -37,7 +37,7 @@ private Q_SLOTS:
         const KumaServer server("path * redirect=" + elsewhere + "/");
         FakeClock clock;
         StatusPageClient client(clock);
-        QCOMPARE(await(client.pageAnswers(server.port())), true);
+        QVERIFY(await(client.pageAnswers(server.port())) == PageAnswer::usual);
         QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))), httpSentence("302"));
         QVERIFY(other.requests().isEmpty());
     }
@@ -54,13 +54,13 @@ private Q_SLOTS:
         const KumaServer server;
         FakeClock clock;
         StatusPageClient client(clock);
-        const bool answers = await(client.pageAnswers(server.port()));
+        const PageAnswer answers = await(client.pageAnswers(server.port()));
         const QString message = sentence(await(client.fetch(server.port(), u"home"_s)));
         QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
         for (const char* variable : {"http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"}) {
             qunsetenv(variable);
         }
-        QVERIFY(answers);
+        QVERIFY(answers == PageAnswer::usual);
         QCOMPARE(message, httpSentence("404"));
         QVERIFY(proxy.requests().isEmpty());
     }
@@ -73,7 +73,7 @@ private Q_SLOTS:
         FakeClock clock;
         StatusPageClient client(clock);
         for (int round = 0; round < 2; ++round) {
-            QVERIFY(await(client.pageAnswers(server.port())));
+            QVERIFY(await(client.pageAnswers(server.port())) == PageAnswer::usual);
             QCOMPARE(sentence(await(client.fetch(server.port(), u"home"_s))), QString());
         }
         QCOMPARE(server.requests().size(), 6);
@@ -93,7 +93,7 @@ private Q_SLOTS:
         auto slow = client.fetch(server.port(), u"slow"_s);
         auto quick = client.fetch(server.port(), u"quick"_s);
         auto answers = client.pageAnswers(server.port());
-        QVERIFY(await(std::move(answers)));
+        QVERIFY(await(std::move(answers)) == PageAnswer::usual);
         QCOMPARE(sentence(await(std::move(quick))), QString());
         QCOMPARE(sentence(await(std::move(slow))), QString());
     }

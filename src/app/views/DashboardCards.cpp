@@ -16,15 +16,24 @@ constexpr qsizetype longestSlug = 200;
 
 } // namespace
 
-StartingCard::StartingCard(QWidget* parent)
-    : Card(u"Uptime Kuma is starting"_s, parent) {
+StartingCard::StartingCard(ViewContext context, QWidget* parent)
+    : Card(u"Uptime Kuma is starting"_s, parent)
+    , m_context(context)
+    , m_text(new TextLabel(TextStyle::body)) {
     auto* row = new QHBoxLayout;
     row->setSpacing(spacing::related);
     row->addWidget(new Spinner, 0, Qt::AlignTop);
-    row->addWidget(new TextLabel(TextStyle::body, u"Uptime Kuma is starting. The dashboard button unlocks when the "
-                                                  "page answers."_s),
-                   1);
+    row->addWidget(m_text, 1);
     column()->addLayout(row);
+    m_backup = addText(TextStyle::body, u"Your backup waits until that is done, and is then made by itself."_s);
+}
+
+void StartingCard::render() {
+    const ControllerState& state = m_context.controller.state();
+    m_text->setContent(state.conversion
+                           ? conversionSentence(*state.conversion) + u" Do not stop it."_s
+                           : u"Uptime Kuma is starting. The dashboard button unlocks when the page answers."_s);
+    m_backup->setVisible(state.backupWaits);
 }
 
 StatusErrorCard::StatusErrorCard(ViewContext context, QWidget* parent)

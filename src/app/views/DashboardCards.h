@@ -4,14 +4,19 @@
 
 namespace orvanel {
 
-/// The container runs, but its page does not answer yet.
+/// The container runs, but its page does not answer yet, perhaps because the server converts its data first.
 class StartingCard final : public Card {
     Q_OBJECT
 
 public:
-    explicit StartingCard(QWidget* parent = nullptr);
+    explicit StartingCard(ViewContext context, QWidget* parent = nullptr);
 
-    void render() override {}
+    void render() override;
+
+private:
+    ViewContext m_context;
+    TextLabel* m_text;
+    TextLabel* m_backup;
 };
 
 /// Why the status page could not be read, and what to do about it.

@@ -40,7 +40,7 @@ void addBackupMenu(QLayout* layout, const ViewContext& context) {
 DashboardView::DashboardView(ViewContext context, QWidget* parent)
     : View(parent)
     , m_context(context)
-    , m_startingCard(new StartingCard)
+    , m_startingCard(new StartingCard(context))
     , m_guide(new GuideCard(context))
     , m_statusError(new StatusErrorCard(context))
     , m_monitors(new MonitorList(context)) {
@@ -76,6 +76,7 @@ void DashboardView::render() {
     const bool showsStatusError = hasPage && hasStatusError && state.kuma != KumaState::error;
 
     setUsable(m_openDashboard, state.kuma == KumaState::running);
+    m_startingCard->render();
     m_startingCard->setVisible(state.kuma == KumaState::starting);
     // The first letter of a slug brings the monitors, but the next letters still go into the field.
     setShown(m_guide, !hasPage || m_guide->isBeingTypedIn());

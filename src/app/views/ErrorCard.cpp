@@ -23,6 +23,7 @@ ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
     m_message = addHeading(Symbol::Kind::crossOctagon, TextStyle::headline, {}, Meaning::bad);
     ButtonRow* const row = addButtonRow();
     m_usePort = addButton(row, {}, [this] { useSuggestedPort(); });
+    m_restore = addButton(row, u"Restore…"_s, [this] { m_context.controller.restoreBackup(); });
     addButton(row, u"Dismiss"_s, [this] { m_context.controller.dismissError(); });
     column()->addWidget(m_details);
 }
@@ -42,6 +43,9 @@ void ErrorCard::render() {
         setButtonText(m_usePort, u"Use port %1 instead and start"_s.arg(*port));
     }
     setShown(m_usePort, port.has_value());
+
+    // No server starts on that data any more.
+    setShown(m_restore, error.kind == ErrorKind::interruptedConversion);
 
     m_details->setDetails(error.details);
     setShown(m_details, !error.details.isEmpty());

@@ -26,6 +26,7 @@ private:
     OpError m_shown;
     TextLabel* m_message;
     QPushButton* m_usePort;
+    QPushButton* m_restore;
     DetailsSection* m_details;
 };
 

@@ -119,9 +119,11 @@ QPushButton* MainView::defaultButton() const {
 }
 
 void MainView::render() {
+    const std::optional<StateCard> before = m_kind;
     renderHeader();
     renderCard();
-    renderError();
+    // The card of an operation makes room for one that may be much longer.
+    renderError(before == StateCard::busy && m_kind != before);
 }
 
 void MainView::renderHeader() {
@@ -188,7 +190,7 @@ void MainView::putErrorLast() {
     }
 }
 
-void MainView::renderError() {
+void MainView::renderError(bool bringsIntoView) {
     const std::optional<OpError> error = m_context.controller.state().error;
     if (error && m_errorCard == nullptr) {
         m_errorCard = new ErrorCard(m_context);
@@ -204,7 +206,7 @@ void MainView::renderError() {
         m_errorCard->forget();
     }
     setShown(m_errorCard, error.has_value());
-    if (error && error != before) {
+    if (error && (error != before || bringsIntoView)) {
         layOutNow(m_area);
         m_area->ensureWidgetVisible(m_errorCard, 0, spacing::padding);
     }

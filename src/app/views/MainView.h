@@ -37,7 +37,7 @@ private:
     QScrollArea* makeScrollArea();
     void renderHeader();
     void renderCard();
-    void renderError();
+    void renderError(bool bringsIntoView);
     void replaceCard(StateCard kind);
     void putErrorLast();
     void returnToCheckAgain();

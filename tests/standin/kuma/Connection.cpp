@@ -250,7 +250,8 @@ void sendEndlessHead(Client& client) {
 }
 
 Answer answerOf(const Server& server, const Rule& rule, const Request& request, const std::string& path) {
-    Answer answer = healthyAnswer(server.folder, request.method, path);
+    Answer answer =
+        server.isConverting ? answerDuringConversion(path) : healthyAnswer(server.folder, request.method, path);
     if (!rule.bodyFile.empty())
         answer = {200, "application/json; charset=utf-8", readFile(server.folder / rule.bodyFile), {}};
     if (rule.text)

@@ -2,6 +2,7 @@
 
 #include "Script.h"
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <map>
@@ -14,6 +15,7 @@ namespace kuma {
 struct Server {
     std::filesystem::path folder;
     std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
+    std::atomic<bool> isConverting = false;
     std::mutex mutex;
     /// Guarded by `mutex`.
     int requests = 0;

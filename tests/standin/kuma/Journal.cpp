@@ -46,6 +46,10 @@ void logInfo(const std::string& module, const std::string& text) {
     writeLine(STDOUT_FILENO, coloured(module, "38;5;117", "INFO", text));
 }
 
+void logError(const std::string& module, const std::string& text) {
+    writeLine(STDERR_FILENO, coloured(module, "31", "ERROR", text));
+}
+
 void logWarning(const std::string& module, const std::string& text) {
     writeLine(STDERR_FILENO, coloured(module, "33", "WARN", text));
 }

@@ -11,6 +11,7 @@ void logRequest(const std::filesystem::path& folder, const std::string& line);
 
 /// Write lines to standard output and standard error as the real server does, colours included.
 void logInfo(const std::string& module, const std::string& text);
+void logError(const std::string& module, const std::string& text);
 void logWarning(const std::string& module, const std::string& text);
 
 } // namespace kuma

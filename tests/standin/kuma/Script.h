@@ -48,6 +48,8 @@ struct Script {
     std::vector<Rule> rules;
     int notReadyRequests = 0;
     int notReadyMs = 0;
+    int conversionMs = 0;
+    int clearingMs = 0;
     std::optional<int> exitCode;
     int exitAfterMs = 0;
     bool termIgnored = false;

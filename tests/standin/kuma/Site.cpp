@@ -74,4 +74,11 @@ Answer healthyAnswer(const std::filesystem::path& folder, const std::string& met
     return webApp();
 }
 
+Answer answerDuringConversion(const std::string& path) {
+    if (path == "/") {
+        return {200, html, "<!DOCTYPE html><html><body>Migration is in progress, please wait.</body></html>\n", {}};
+    }
+    return {404, html, "<pre>Cannot GET " + path + "</pre>\n", {}};
+}
+
 } // namespace kuma

@@ -49,6 +49,41 @@ class TestKumaServer : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void conversionIsPlayedToItsEnd() {
+        KumaServer server("conversion ms=400 clearing=200");
+        const auto answerTo = [&server](const QByteArray& path, const QByteArray& expected) {
+            Browser browser(server);
+            browser.get(path);
+            return browser.sees(expected);
+        };
+        QVERIFY(answerTo("/", "Migration is in progress"));
+        QVERIFY(answerTo("/api/entry-page", "404 "));
+        QByteArray output;
+        QVERIFY(waitUntil([&] {
+            output += server.output();
+            return output.contains("Listening on:");
+        }));
+        QVERIFY(answerTo("/", "/dashboard"));
+        const qsizetype share = output.indexOf("[DON'T STOP] Migrating monitor 1s' (1 of 12 total) data - 2024-05-01 - "
+                                               "total migration progress 4.17%");
+        const qsizetype clearing = output.indexOf("Clearing non-important heartbeats");
+        const qsizetype completed = output.indexOf("Aggregate Table Migration Completed");
+        const qsizetype listening = output.indexOf("Listening on:");
+        QVERIFY(share > 0 && share < clearing && clearing < completed && completed < listening);
+        QCOMPARE(server.stop(), 0);
+    }
+
+    void interruptedConversionMakesLaterStartsFail() {
+        KumaServer server("conversion ms=60000 clearing=0");
+        QCOMPARE(server.stop(), 1);
+        QProcess again;
+        again.start(KumaServer::program(),
+                    {u"--address"_s, u"127.0.0.1"_s, u"--port"_s, u"0"_s, u"--state"_s, server.folder()});
+        QVERIFY(again.waitForFinished());
+        QCOMPARE(again.exitCode(), 1);
+        QVERIFY(again.readAllStandardError().contains("Aggregate table migration is already in progress"));
+    }
+
     void answersAsTheRealOne_data() {
         QTest::addColumn<QByteArray>("path");
         QTest::addColumn<QByteArray>("head");

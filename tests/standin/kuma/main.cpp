@@ -10,6 +10,8 @@
 // are separated by blanks; in a value, %XX stands for a byte; a line that starts with # is a comment.
 //
 //   not-ready requests=N ms=N   close the first N requests, and all within N ms of the start, without sending a byte
+//   conversion ms=N clearing=N  convert data first that is not converted yet: N ms with a share in the log, then N ms
+//                               without. If it is ended meanwhile, every later start fails (see Conversion.h)
 //   exit code=N after=MS        end by itself, MS after the start (as a container that crashes again and again)
 //   term ignore                 ignore SIGTERM and SIGINT, which otherwise end the program at once
 //   term code=N delay=MS        … with this exit code (0), after this time (0)
@@ -32,6 +34,7 @@
 //   endless-head                sends headers without end
 
 #include "Connection.h"
+#include "Conversion.h"
 #include "Journal.h"
 
 #include <arpa/inet.h>
@@ -139,14 +142,23 @@ void catchSignals() {
     ::_exit(code);
 }
 
-void obeySignal(const kuma::Script& script) {
+void obeySignal(const kuma::Script& script, bool isConverting) {
     char byte = 0;
     (void)!::read(signalPipe[0], &byte, 1);
     if (script.termIgnored) {
         return;
     }
+    if (isConverting) {
+        endAfter(milliseconds(0), 1);
+    }
     kuma::logInfo("SERVER", "Shutdown requested");
     endAfter(milliseconds(script.termDelayMs), script.termCode);
+}
+
+void tellOfListening(int listener) {
+    kuma::logInfo("SERVER", "Listening on:");
+    kuma::logInfo("SERVER", "- http://localhost:" + std::to_string(portOf(listener)));
+    kuma::logWarning("SERVER", "This is a stand-in: it watches nothing");
 }
 
 void accept(kuma::Server& server, int listener) {
@@ -166,8 +178,11 @@ void accept(kuma::Server& server, int listener) {
     }).detach();
 }
 
-/// The time until the script ends the program; for ever if it does not.
+/// The time until the script ends the program, or until the next step of a conversion; for ever if there is neither.
 int waitMs(const kuma::Server& server, const kuma::Script& script) {
+    if (server.isConverting) {
+        return 20;
+    }
     if (!script.exitCode) {
         return -1;
     }
@@ -188,15 +203,21 @@ int main(int count, char** arguments) {
     kuma::logInfo("SERVER", "Welcome to Uptime Kuma");
     const int listener = listenOn(options);
     writePort(server.folder, portOf(listener));
-    kuma::logInfo("SERVER", "Listening on:");
-    kuma::logInfo("SERVER", "- http://localhost:" + std::to_string(portOf(listener)));
-    kuma::logWarning("SERVER", "This is a stand-in: it watches nothing");
+    kuma::Conversion conversion(server.folder, server.script());
+    server.isConverting = conversion.isUnderWay();
+    if (!server.isConverting) {
+        tellOfListening(listener);
+    }
     while (true) {
         pollfd waiting[] = {{listener, POLLIN, 0}, {signalPipe[0], POLLIN, 0}};
         const int events = ::poll(waiting, 2, waitMs(server, server.script()));
         const kuma::Script script = server.script();
+        if (conversion.goOn(std::chrono::duration_cast<milliseconds>(steady_clock::now() - server.started))) {
+            server.isConverting = false;
+            tellOfListening(listener);
+        }
         if (events > 0 && waiting[1].revents != 0) {
-            obeySignal(script);
+            obeySignal(script, server.isConverting);
         }
         if (script.exitCode && waitMs(server, script) == 0) {
             endAfter(milliseconds(0), *script.exitCode);

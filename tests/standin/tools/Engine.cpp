@@ -23,11 +23,12 @@ void catchUp(DockerState& state, Host& host) {
     if (state.daemonUpAfter >= 0 && state.daemonUpAfter-- == 0) {
         state.daemon = Daemon::up;
     }
-    if (!state.container || state.container->state != "running" || state.container->server.pid == 0) {
+    if (!state.container || state.container->server.pid == 0) {
         return;
     }
     Container& container = *state.container;
-    if (host.isAlive(container.server)) {
+    const bool waits = container.state == "restarting";
+    if ((container.state != "running" && !waits) || host.isAlive(container.server)) {
         return;
     }
     if (container.stopping || container.restartPolicy.empty() || container.restartPolicy == "no") {
@@ -35,7 +36,13 @@ void catchUp(DockerState& state, Host& host) {
         endStop(state, container.id, host);
         return;
     }
+    // The daemon waits ever longer before it starts the container again, so that a look may find it waiting.
+    if (!waits && container.restarts >= 2) {
+        container.state = "restarting";
+        return;
+    }
     container.restarts += 1;
+    container.state = "running";
     launch(state, container, host);
 }
 

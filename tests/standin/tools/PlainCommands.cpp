@@ -309,7 +309,7 @@ Answer answerPlain(const std::string& name, DockerState& state, const Arguments&
     if (name == "rm") {
         return remove(state, host);
     }
-    if (name == "logs") {
+    if (name == "logs" || name == "end of the log") {
         return logs(state, arguments.at(2), host);
     }
     if (name == "pull") {

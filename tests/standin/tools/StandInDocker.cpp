@@ -30,6 +30,7 @@ const std::vector<Form>& forms() {
         {"docker", "unpause", {"unpause", "orvanel"}},
         {"docker", "rm", {"rm", "-f", "orvanel"}},
         {"docker", "logs", {"logs", "--tail", "300", "orvanel"}},
+        {"docker", "end of the log", {"logs", "--tail", "50", "orvanel"}},
         {"docker", "image inspect", {"image", "inspect", "*"}},
         {"docker", "pull", {"pull", "*"}},
         {"docker", "run", {"run", "-d", "…"}},
