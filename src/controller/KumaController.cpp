@@ -124,6 +124,10 @@ QUrl KumaController::dashboardURL() const {
     return QUrl(u"http://127.0.0.1:%1/"_s.arg(state().port));
 }
 
+QUrl KumaController::monitorURL(std::int64_t id) const {
+    return dashboardURL().resolved(QUrl(u"dashboard/%1"_s.arg(id)));
+}
+
 QString KumaController::imageReference() const {
     return orvanel::imageReference(state().imageTag);
 }

@@ -54,6 +54,8 @@ public:
     /// The compose file, beside the data folder.
     QString composeURL() const;
     QUrl dashboardURL() const;
+    /// The page of the dashboard that shows the monitor with that id.
+    QUrl monitorURL(std::int64_t id) const;
     /// The pinned image: repository, colon, tag.
     QString imageReference() const;
     /// Whether the newest release found crosses a major version; see isMajorChange().

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "statuspage/Heartbeats.h"
+
 #include <QList>
 #include <QString>
 
@@ -9,7 +11,7 @@
 
 namespace orvanel {
 
-/// One monitor of the status page, as its latest heartbeat left it.
+/// One monitor of the status page, as its latest heartbeat left it, with those before it.
 struct MonitorRow {
     std::int64_t id = 0;
     QString name;
@@ -21,6 +23,8 @@ struct MonitorRow {
     std::optional<std::int64_t> ping;
     /// Uptime of the last 24 hours, from 0 to 1.
     std::optional<double> uptime24;
+    /// The last heartbeats whose status is known, in the order of their times.
+    Heartbeats beats = {};
 
     bool operator==(const MonitorRow&) const = default;
 };

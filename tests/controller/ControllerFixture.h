@@ -129,6 +129,9 @@ QStringList names(std::initializer_list<const char*> list);
 
 /// A row of a status page.
 MonitorRow monitor(std::int64_t id, std::optional<std::int64_t> status, const QString& name = u"Web"_s);
+/// Heartbeats with these statuses, a letter each, oldest first: u up, d down, p pending, m maintenance. One a minute,
+/// the last at noon (UTC) of 21 November 2026; what is up has response times about `ping`, the others none.
+Heartbeats heartbeats(QStringView letters, std::int64_t ping = 40);
 StatusPageData statusPage(const QList<MonitorRow>& monitors, const QString& title = u"Home"_s);
 
 } // namespace orvanel::test

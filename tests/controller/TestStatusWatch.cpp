@@ -1,3 +1,4 @@
+#include "ControllerFixture.h"
 #include "RecordingPlatform.h"
 #include "controller/StatusWatch.h"
 #include "support/Await.h"
@@ -53,6 +54,23 @@ class TestStatusWatch : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    /// Nearly every reading brings new heartbeats. They are shown, and are no news.
+    void newHeartbeatsAreNoNews() {
+        World world;
+        world.showMonitor(1);
+        world.read();
+        for (const QStringView letters : {u"u", u"ud", u"udu", u"uduu"}) {
+            world.showMonitor(1);
+            MonitorRow& row = std::get<StatusPageData>(world.answer).monitors.first();
+            row.beats = heartbeats(letters);
+            const QList<MonitorRow> expected{row};
+            world.clock.advance(30s);
+            world.read();
+            QCOMPARE(world.state->monitors, expected);
+        }
+        QCOMPARE(world.notifier.posted.size(), 0);
+    }
+
     void thePageIsReadAtMostEveryThirtySeconds() {
         World world;
         world.read();

@@ -10,6 +10,7 @@
 #include <QAbstractButton>
 #include <QHash>
 #include <QLineEdit>
+#include <QStyle>
 
 using namespace Qt::StringLiterals;
 
@@ -19,6 +20,8 @@ namespace {
 constexpr double leastContrast = 4.5;
 /// Disabled text may have less contrast, but must be readable.
 constexpr double leastContrastOfDisabled = 2;
+/// The width that the names of a monitor always have.
+constexpr int leastNames = 80;
 /// The width of a frame and of the ring that shows the focus.
 constexpr int frame = 4;
 
@@ -129,20 +132,28 @@ void judgeFields(QStringList& found, const QWidget& window, const Picture& pictu
     }
 }
 
+/// The part of a row that is seen; given as for those who read from the left.
+QRect seenPart(const MonitorRows& list, const QRect& row, const QRect& part, const Picture& picture) {
+    return picture.seen(list.viewport(), QStyle::visualRect(list.layoutDirection(), row, part));
+}
+
 void judgeNames(QStringList& found, const MonitorRows& list, int row, const Picture& picture) {
     const auto* model = static_cast<const MonitorModel*>(list.model());
     const MonitorRow& monitor = model->monitor(model->index(row));
-    const QRect names = list.visualRect(model->index(row)).adjusted(24, 0, -240, -1);
+    const QRect area = list.visualRect(model->index(row));
+    QRect names = area.adjusted(24, 0, -240, -1);
+    // Their beginning: the strip of heartbeats is no text.
+    names.setWidth(std::min(names.width(), leastNames));
     const int nameHeight = QFontMetrics(fontOf(TextStyle::body)).lineSpacing();
     const int groupHeight = monitor.group.isEmpty() ? 0 : QFontMetrics(fontOf(TextStyle::caption)).lineSpacing();
     const int top = names.top() + (names.height() - nameHeight - groupHeight) / 2;
     const QRect name(names.left(), top, names.width(), nameHeight);
     const QRect group(names.left(), top + nameHeight, names.width(), groupHeight);
     if (!monitor.name.isEmpty()) {
-        judge(found, &list, "name", picture.strongest(picture.seen(list.viewport(), name)));
+        judge(found, &list, "name", picture.strongest(seenPart(list, area, name, picture)));
     }
     if (groupHeight > 0) {
-        judge(found, &list, "group", picture.strongest(picture.seen(list.viewport(), group)));
+        judge(found, &list, "group", picture.strongest(seenPart(list, area, group, picture)));
     }
 }
 
@@ -158,8 +169,8 @@ void judgeRows(QStringList& found, const QWidget& window, const Picture& picture
             }
             const QRect words = area.adjusted(area.width() - 180, frame, -90, -frame);
             const QRect times = area.adjusted(area.width() - 84, frame, -frame, -frame);
-            judge(found, list, "status word", picture.strongest(picture.seen(list->viewport(), words)));
-            judge(found, list, "time", picture.strongest(picture.seen(list->viewport(), times)));
+            judge(found, list, "status word", picture.strongest(seenPart(*list, area, words, picture)));
+            judge(found, list, "time", picture.strongest(seenPart(*list, area, times, picture)));
             judgeNames(found, *list, row, picture);
         }
     }

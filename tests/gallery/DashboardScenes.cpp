@@ -1,5 +1,8 @@
 #include "Scenes.h"
 #include "app/AppWindow.h"
+#include "app/views/MonitorRows.h"
+
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -7,18 +10,76 @@ using namespace std::chrono_literals;
 namespace orvanel::test {
 namespace {
 
+/// Without heartbeats, as of a monitor that was never checked, unless `history` has letters: see heartbeats().
 MonitorRow row(std::int64_t id, std::optional<std::int64_t> status, const QString& name, const QString& group = {},
-               std::optional<std::int64_t> ping = {}) {
-    return {.id = id, .name = name, .group = group, .status = status, .ping = ping, .uptime24 = {}};
+               std::optional<std::int64_t> ping = {}, const QString& history = {}) {
+    return {.id = id,
+            .name = name,
+            .group = group,
+            .status = status,
+            .ping = ping,
+            .uptime24 = {},
+            .beats = heartbeats(history, ping.value_or(40))};
+}
+
+QString letters(qsizetype count, QChar letter) {
+    return QString(count, letter);
+}
+
+/// That many that are up.
+QString up(qsizetype count) {
+    return letters(count, u'u');
 }
 
 QList<MonitorRow> everyStatus() {
     const auto public_ = u"Public sites"_s;
     const auto home = u"At home"_s;
     return {
-        row(1, 1, u"Company website"_s, public_, 84), row(2, 0, u"Online shop"_s, public_),
-        row(3, 1, u"Newsletter"_s, public_, 1207),    row(4, 3, u"Photo library"_s, home, 12),
-        row(5, 2, u"Backup server"_s, home),          row(6, std::nullopt, u"Weather station"_s),
+        row(1, 1, u"Company website"_s, public_, 84, up(50)),
+        row(2, 0, u"Online shop"_s, public_, {}, up(44) + u"pp"_s + letters(4, u'd')),
+        row(3, 1, u"Newsletter"_s, public_, 1207, up(17) + u"ppd"_s + up(30)),
+        row(4, 3, u"Photo library"_s, home, 12, up(38) + letters(12, u'm')),
+        row(5, 2, u"Backup server"_s, home, {}, up(3) + u"pp"_s),
+        row(6, std::nullopt, u"Weather station"_s),
+    };
+}
+
+QList<MonitorRow> withoutHeartbeats() {
+    QList<MonitorRow> rows = everyStatus();
+    for (MonitorRow& row : rows) {
+        row.beats = {};
+    }
+    return rows;
+}
+
+QList<MonitorRow> allUp() {
+    QList<MonitorRow> rows;
+    for (const auto* name : {"Company website", "Online shop", "Newsletter", "Photo library", "Backup server"}) {
+        const qsizetype id = rows.size() + 1;
+        rows << row(id, 1, QString::fromLatin1(name), {}, 20 + id * 17, up(50));
+    }
+    return rows;
+}
+
+QList<MonitorRow> muchHappened() {
+    QList<MonitorRow> rows;
+    constexpr QStringView patterns[] = {u"ud", u"uuuudpuu", u"updm", u"d", u"uuuuuuuuup", u"m", u"p"};
+    for (const QStringView pattern : patterns) {
+        const qsizetype id = rows.size() + 1;
+        const QString history = pattern.toString().repeated(50).left(50);
+        const qsizetype status = QStringView(u"dupm").indexOf(history.back());
+        rows << row(id, status, u"Service %1"_s.arg(id), id > 3 ? u"Rack"_s : QString(), 20 + id * 17, history);
+    }
+    return rows;
+}
+
+QList<MonitorRow> longNames() {
+    const auto longName = u"The website of the company with the long name, as customers see it from the outside"_s;
+    return {
+        row(1, 1, longName, u"Everything that customers see, on all continents and at all times"_s, 84, up(50)),
+        row(2, 0, longName, {}, 9999999, up(49) + u'd'),
+        row(3, 1, longName, u"Not checked often"_s, 84, up(4)),
+        row(4, std::nullopt, longName, u"Never checked"_s),
     };
 }
 
@@ -36,7 +97,8 @@ QList<MonitorRow> strangeTexts() {
 QList<MonitorRow> many(int count) {
     QList<MonitorRow> rows;
     for (int i = 0; i < count; ++i) {
-        rows << row(i, i % 17 == 3 ? 0 : 1, u"Service %1"_s.arg(i + 1), u"Rack %1"_s.arg(i / 20 + 1), 20 + i % 90);
+        rows << row(i, i % 17 == 3 ? 0 : 1, u"Service %1"_s.arg(i + 1), u"Rack %1"_s.arg(i / 20 + 1), 20 + i % 90,
+                    i % 17 == 3 ? up(47) + u"ddd"_s : up(50));
     }
     return rows;
 }
@@ -54,6 +116,26 @@ std::unique_ptr<QWidget> running(GalleryWorld& world, const QString& slug, const
 std::function<std::unique_ptr<QWidget>(GalleryWorld&)> withMonitors(const QList<MonitorRow>& rows,
                                                                     const QString& title) {
     return [=](GalleryWorld& world) { return running(world, u"home"_s, statusPage(rows, title)); };
+}
+
+/// Narrower than its user can make it, as on a small screen.
+void makeNarrow(QWidget& window) {
+    window.setMinimumSize(0, 0);
+    window.resize(400, window.height());
+}
+
+void readFromTheRight(QWidget& window) {
+    window.setLayoutDirection(Qt::RightToLeft);
+}
+
+/// The fourth last heartbeat of the second row.
+void chooseBeat(QWidget& window) {
+    auto* list = window.findChild<MonitorRows*>();
+    window.activateWindow();
+    list->setFocus(Qt::TabFocusReason);
+    for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Left, Qt::Key_Left, Qt::Key_Left, Qt::Key_Left}) {
+        QTest::keyClick(list, key);
+    }
 }
 
 std::unique_ptr<QWidget> starting(GalleryWorld& world) {
@@ -121,6 +203,13 @@ std::vector<Scene> dashboardScenes() {
         {"wrong-slug", wrongSlug, {}},
         {"monitors-none", withMonitors({}, {}), {}},
         {"monitors", withMonitors(everyStatus(), title), {}},
+        {"monitors-all-up", withMonitors(allUp(), title), {}},
+        {"monitors-much-happened", withMonitors(muchHappened(), title), {}},
+        {"monitors-long-names", withMonitors(longNames(), title), {}},
+        {"monitors-narrow", withMonitors(everyStatus(), title), makeNarrow},
+        {"monitors-right-to-left", withMonitors(everyStatus(), title), readFromTheRight},
+        {"monitors-without-heartbeats", withMonitors(withoutHeartbeats(), title), {}},
+        {"monitors-heartbeat-chosen", withMonitors(everyStatus(), title), chooseBeat},
         {"monitors-error", withError, {}},
         {"monitors-many", withMonitors(many(5000), title), {}},
         {"monitors-strange-texts", withMonitors(strangeTexts(), u"<u>Title</u> & more"_s), {}},

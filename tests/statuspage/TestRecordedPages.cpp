@@ -1,9 +1,11 @@
 #include "standin/kuma/KumaServer.h"
+#include "statuspage/StatusPageAnswer.h"
 #include "statuspage/StatusPageClient.h"
 #include "support/Await.h"
 #include "support/FakeClock.h"
 #include "support/TestClass.h"
 
+#include <QDateTime>
 #include <QFile>
 
 using namespace Qt::StringLiterals;
@@ -15,6 +17,15 @@ namespace {
 QByteArray recorded(const QString& name) {
     QFile file(QString::fromUtf8(ORVANEL_FIXTURES "/%1.json").arg(name));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// Status and response time, as the row has them of its latest heartbeat.
+QString lastBeat(std::optional<std::int64_t> status, std::optional<std::int64_t> ping) {
+    return status ? u"%1 %2"_s.arg(*status).arg(ping.value_or(-1)) : QString();
+}
+
+QString lastBeat(const MonitorRow& row) {
+    return row.beats.isEmpty() ? QString() : lastBeat(row.beats.fromNewest(0).status(), row.beats.fromNewest(0).ping());
 }
 
 void compare(const char* name, const StatusPageData& expected) {
@@ -38,6 +49,7 @@ void compare(const char* name, const StatusPageData& expected) {
         QCOMPARE(row.status, wanted.status);
         QCOMPARE(row.ping, wanted.ping);
         QCOMPARE(row.uptime24, wanted.uptime24);
+        QCOMPARE(lastBeat(row), lastBeat(row.status, row.ping));
     }
 }
 
@@ -86,6 +98,26 @@ private Q_SLOTS:
             },
         };
         compare("full", expected);
+    }
+
+    void recordedHeartbeats() {
+        const auto page = QJsonDocument::fromJson(recorded(u"status-page-full"_s));
+        const auto beats = QJsonDocument::fromJson(recorded(u"heartbeat-full"_s));
+        const StatusPageResult result = readStatusPage(page, beats, u"full"_s);
+        QList<int> counts;
+        for (const MonitorRow& row : std::get<StatusPageData>(result).monitors) {
+            counts << row.beats.size();
+        }
+        QCOMPARE(counts, QList<int>({3, 3, 3, 7, 7, 18}));
+        // The first of the page, as heartbeat-full.json has it.
+        const MonitorRow first = std::get<StatusPageData>(result).monitors.first();
+        QStringList told;
+        for (const Heartbeat& beat : first.beats) {
+            told << QDateTime::fromSecsSinceEpoch(beat.time()->time_since_epoch().count(), Qt::UTC)
+                            .toString(u"yyyy-MM-dd HH:mm:ss ") +
+                        lastBeat(beat.status(), beat.ping());
+        }
+        QCOMPARE(told.mid(1), QStringList({u"2026-11-21 03:52:43 2 0"_s, u"2026-11-21 03:53:43 2 1"_s}));
     }
 
     void recordedPageWithoutGroups() { compare("empty", {u"Empty"_s, {}}); }

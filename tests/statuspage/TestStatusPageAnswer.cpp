@@ -169,7 +169,8 @@ private Q_SLOTS:
                                  R"({"heartbeatList":{")" + key + R"(":[{"status":1,"ping":2}]},"uptimeList":{")" +
                                      key + R"(_24":0.5}})");
         const QString name = u"Monitor %1"_s.arg(expected);
-        QCOMPARE(rows, QList<MonitorRow>({{expected, name, u"Group"_s, 1, 2, 0.5}}));
+        QCOMPARE(rows.value(0).beats.size(), 1);
+        QCOMPARE(rows, QList<MonitorRow>({{expected, name, u"Group"_s, 1, 2, 0.5, rows[0].beats}}));
     }
 
     void monitorNameOfAnotherTypeIsItsId_data() { addRowsOfOtherTypes("string"); }
@@ -350,7 +351,11 @@ private Q_SLOTS:
         QVERIFY(row != other);
         for (const auto change : {+[](MonitorRow& r) { r.name.clear(); }, +[](MonitorRow& r) { r.group.clear(); },
                                   +[](MonitorRow& r) { r.status.reset(); }, +[](MonitorRow& r) { r.ping = 0; },
-                                  +[](MonitorRow& r) { r.uptime24.reset(); }}) {
+                                  +[](MonitorRow& r) { r.uptime24.reset(); },
+                                  +[](MonitorRow& r) {
+                                      const Heartbeat beat({}, 1, {});
+                                      r.beats = {std::make_shared<Heartbeats::Block>(1, beat), 0, 1};
+                                  }}) {
             other = row;
             change(other);
             QVERIFY(row != other);

@@ -53,8 +53,11 @@ private Q_SLOTS:
         StatusPageClient client(SystemClock::instance());
         const StatusPageResult result = await(client.fetch(server.port(), u"home"_s));
         const QString core = u"Core"_s;
-        const StatusPageData expected{u"Home"_s,
-                                      {{1, u"Web"_s, core, 1, 12, 0.5}, {2, u"Monitor 2"_s, core, {}, {}, {}}}};
+        const auto beats = std::make_shared<Heartbeats::Block>();
+        beats->emplace_back(std::nullopt, 0, std::nullopt);
+        beats->emplace_back(std::nullopt, 1, 12);
+        const StatusPageData expected{
+            u"Home"_s, {{1, u"Web"_s, core, 1, 12, 0.5, {beats, 0, 2}}, {2, u"Monitor 2"_s, core, {}, {}, {}}}};
         QCOMPARE(result, StatusPageResult(expected));
     }
 

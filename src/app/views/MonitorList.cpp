@@ -2,32 +2,16 @@
 
 #include "app/views/MonitorRows.h"
 #include "app/widgets/Focus.h"
+#include "app/widgets/LocalTime.h"
 #include "app/widgets/TextLabel.h"
 #include "controller/KumaController.h"
+#include "platform/Desktop.h"
 
-#include <QDateTime>
 #include <QHBoxLayout>
-#include <QLocale>
-#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
 namespace orvanel {
-namespace {
-
-/// Hours, minutes and seconds as the user's locale writes them, without the time zone.
-QString timeOfDay(Clock::WallTime time) {
-    const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch());
-    const QTime local = QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).time();
-    static const QRegularExpression zone(u"[\\s,]*[\\(\\[]?\\bt+\\b[\\)\\]]?"_s);
-    QString format = QLocale().timeFormat(QLocale::LongFormat);
-    format.remove(zone);
-    // Some locales name parts of the day more finely than QLocale can write them.
-    format.replace(u'B', u"AP "_s);
-    return QLocale().toString(local, format.trimmed());
-}
-
-} // namespace
 
 MonitorList::MonitorList(ViewContext context, QWidget* parent)
     : View(parent)
@@ -57,6 +41,8 @@ MonitorList::MonitorList(ViewContext context, QWidget* parent)
     column->addWidget(m_emptyText);
     column->addWidget(m_rows);
     column->addWidget(note);
+    connect(m_rows, &MonitorRows::opened, this,
+            [context](qint64 id) { context.desktop.openAddress(context.controller.monitorURL(id)); });
 }
 
 void MonitorList::render() {
@@ -75,6 +61,7 @@ void MonitorList::render() {
     m_updated->setVisible(updated.has_value());
 
     m_rows->setMonitors(state.monitors);
+    m_rows->setCanOpen(state.kuma == KumaState::running);
     setShown(m_rows, !m_rows->isEmpty());
     m_emptyText->setVisible(m_rows->isEmpty());
 }

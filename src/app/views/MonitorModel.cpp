@@ -1,5 +1,6 @@
 #include "app/views/MonitorModel.h"
 
+#include "app/views/HeartbeatText.h"
 #include "app/widgets/PlainText.h"
 #include "platform/ShortText.h"
 
@@ -43,8 +44,8 @@ MonitorStatus monitorStatus(std::optional<std::int64_t> code) {
     }
 }
 
-QString pingText(const MonitorRow& monitor) {
-    return monitor.ping ? u"%1 ms"_s.arg(*monitor.ping) : u"–"_s;
+QString pingText(std::optional<std::int64_t> ping) {
+    return ping ? u"%1 ms"_s.arg(*ping) : u"–"_s;
 }
 
 QString spokenMonitor(const MonitorRow& monitor) {
@@ -54,9 +55,19 @@ QString spokenMonitor(const MonitorRow& monitor) {
     }
     spoken += u", "_s + monitorStatus(monitor.status).word;
     if (monitor.ping) {
-        spoken += u", "_s + pingText(monitor);
+        spoken += u", "_s + pingText(monitor.ping);
+    }
+    if (!monitor.beats.isEmpty()) {
+        spoken += u", "_s + heartbeatSummary(monitor.beats);
     }
     return spoken;
+}
+
+QString MonitorModel::spokenRow(const QModelIndex& index) const {
+    const MonitorRow& row = monitor(index);
+    const std::optional<int> chosen = chosenBeat(index);
+    return chosen ? heartbeatText(row.beats.fromNewest(*chosen), QDate::currentDate()) + u", "_s + row.name
+                  : spokenMonitor(row);
 }
 
 int MonitorModel::rowCount(const QModelIndex& parent) const {
@@ -73,7 +84,7 @@ QVariant MonitorModel::data(const QModelIndex& index, int role) const {
     case Qt::ToolTipRole:
         return plainToolTip(namesOf(monitor(index)));
     case Qt::AccessibleTextRole:
-        return spokenMonitor(monitor(index));
+        return spokenRow(index);
     default:
         return {};
     }
@@ -82,12 +93,47 @@ QVariant MonitorModel::data(const QModelIndex& index, int role) const {
 void MonitorModel::setMonitors(const QList<MonitorRow>& monitors) {
     if (haveSameIds(monitors, m_monitors)) {
         const QList<MonitorRow> old = std::exchange(m_monitors, monitors);
+        m_choice = choiceSince(old);
         tellChanges(old);
         return;
     }
     beginResetModel();
-    m_monitors = monitors;
+    const QList<MonitorRow> old = std::exchange(m_monitors, monitors);
+    m_choice = choiceSince(old);
     endResetModel();
+}
+
+std::optional<MonitorModel::Choice> MonitorModel::choiceSince(const QList<MonitorRow>& old) const {
+    if (!m_choice) {
+        return std::nullopt;
+    }
+    const MonitorRow& before = old[m_choice->row];
+    const bool isInPlace = m_choice->row < m_monitors.size() && m_monitors[m_choice->row].id == before.id;
+    const int row = isInPlace ? m_choice->row : rowOf(before.id);
+    if (row < 0) {
+        return std::nullopt;
+    }
+    const Heartbeats& beats = m_monitors[row].beats;
+    const auto* const found = std::find(beats.begin(), beats.end(), before.beats.fromNewest(m_choice->fromNewest));
+    return found != beats.end() ? std::optional(Choice{row, static_cast<int>(beats.end() - found) - 1}) : std::nullopt;
+}
+
+void MonitorModel::chooseBeat(const QModelIndex& index, int fromNewest) {
+    forgetBeat();
+    m_choice = Choice{index.row(), fromNewest};
+    Q_EMIT dataChanged(index, index);
+}
+
+bool MonitorModel::forgetBeat() {
+    const std::optional<Choice> choice = std::exchange(m_choice, std::nullopt);
+    if (choice) {
+        Q_EMIT dataChanged(index(choice->row), index(choice->row));
+    }
+    return choice.has_value();
+}
+
+std::optional<int> MonitorModel::chosenBeat(const QModelIndex& index) const {
+    return m_choice && m_choice->row == index.row() ? std::optional(m_choice->fromNewest) : std::nullopt;
 }
 
 /// One signal for all rows from the first that differs to the last: views repaint only those that are visible.

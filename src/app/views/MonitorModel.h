@@ -16,7 +16,7 @@ class MonitorModel final : public QAbstractListModel {
 public:
     using QAbstractListModel::QAbstractListModel;
 
-    /// DisplayRole has the name, AccessibleTextRole the whole row in words.
+    /// DisplayRole has the name, AccessibleTextRole the whole row in words, or the chosen heartbeat.
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
 
@@ -31,10 +31,26 @@ public:
     /// The row of the monitor with that id, or -1.
     int rowOf(std::int64_t id) const;
 
+    /// Chooses a heartbeat of a monitor, counted from its newest; a screen reader says it before the monitor's name.
+    /// The choice stays with that heartbeat while others follow it.
+    void chooseBeat(const QModelIndex& index, int fromNewest);
+    /// False when none was chosen.
+    bool forgetBeat();
+    /// The chosen heartbeat of that monitor, if there is one.
+    std::optional<int> chosenBeat(const QModelIndex& index) const;
+
 private:
+    struct Choice {
+        int row;
+        int fromNewest;
+    };
+    /// Where the choice is after the old list has been replaced.
+    std::optional<Choice> choiceSince(const QList<MonitorRow>& old) const;
     void tellChanges(const QList<MonitorRow>& old);
+    QString spokenRow(const QModelIndex& index) const;
 
     QList<MonitorRow> m_monitors;
+    std::optional<Choice> m_choice;
 };
 
 /// How a monitor's latest status code is shown.
@@ -46,10 +62,10 @@ struct MonitorStatus {
 /// Without a code, and with codes other than 0 to 3, it says that there is no data.
 MonitorStatus monitorStatus(std::optional<std::int64_t> code);
 
-/// "123 ms", or a dash when the monitor has no response time.
-QString pingText(const MonitorRow& monitor);
+/// "123 ms", or a dash when there is no response time.
+QString pingText(std::optional<std::int64_t> ping);
 
-/// The row as a screen reader says it: name, group, status, response time.
+/// The row as a screen reader says it: name, group, status, response time, and a summary of the last heartbeats.
 QString spokenMonitor(const MonitorRow& monitor);
 
 } // namespace orvanel

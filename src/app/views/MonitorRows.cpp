@@ -1,18 +1,37 @@
 #include "app/views/MonitorRows.h"
 
+#include "app/views/HeartbeatText.h"
 #include "app/views/MonitorDelegate.h"
 #include "app/views/MonitorModel.h"
+#include "app/widgets/Buttons.h"
 #include "app/widgets/Focus.h"
+#include "app/widgets/PlainText.h"
 
-#include <QEvent>
+#include <QAccessible>
+#include <QContextMenuEvent>
 #include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMenu>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QToolTip>
 #include <QWheelEvent>
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace orvanel {
+namespace {
+
+/// The focus stays in the row, so a screen reader must be told that the row says something else.
+void tellNewName(QObject* list, int row) {
+    QAccessibleEvent event(list, QAccessible::NameChanged);
+    event.setChild(row);
+    QAccessible::updateAccessibility(&event);
+}
+
+} // namespace
 
 MonitorRows::MonitorRows(QWidget* parent)
     : QListView(parent)
@@ -112,6 +131,88 @@ int MonitorRows::rowAt(int y) const {
     return static_cast<int>(std::upper_bound(m_edges.begin(), m_edges.end(), y) - m_edges.begin()) - 1;
 }
 
+void MonitorRows::open(const QModelIndex& index) {
+    if (m_canOpen && index.isValid()) {
+        Q_EMIT opened(m_monitors->monitor(index).id);
+    }
+}
+
+bool MonitorRows::chooseNextBeat(bool isOlder) {
+    const QModelIndex row = currentIndex();
+    if (!row.isValid()) {
+        return false;
+    }
+    QStyleOptionViewItem option;
+    initViewItemOption(&option);
+    option.rect = visualRect(row);
+    const HeartbeatStrip strip = m_delegate->strip(option, m_monitors->monitor(row));
+    if (strip.bars() == 0) {
+        return false;
+    }
+    // From either side, the first step leads to the bar at that side.
+    const int outside = isOlder ? -1 : strip.bars();
+    const int step = isOlder ? 1 : -1;
+    const int bar = std::clamp(m_monitors->chosenBeat(row).value_or(outside) + step, 0, strip.bars() - 1);
+    m_monitors->chooseBeat(row, bar);
+    tellNewName(this, row.row());
+    const QRect place = strip.rectOf(bar);
+    const QString text = heartbeatText(m_monitors->monitor(row).beats.fromNewest(bar), QDate::currentDate());
+    QToolTip::showText(viewport()->mapToGlobal(place.center()), plainToolTip(text), viewport(), place);
+    return true;
+}
+
+void MonitorRows::leaveBeat() {
+    if (m_monitors->forgetBeat()) {
+        QToolTip::hideText();
+    }
+}
+
+void MonitorRows::keyPressEvent(QKeyEvent* event) {
+    const bool isLeft = event->key() == Qt::Key_Left;
+    if ((isLeft || event->key() == Qt::Key_Right) && chooseNextBeat(isLeft != isRightToLeft())) {
+        return;
+    }
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (isReturn && m_canOpen && currentIndex().isValid()) {
+        if (!event->isAutoRepeat()) {
+            open(currentIndex());
+        }
+        return;
+    }
+    if (event->key() == Qt::Key_Escape && m_monitors->chosenBeat(currentIndex())) {
+        leaveBeat();
+        tellNewName(this, currentIndex().row());
+        return;
+    }
+    QListView::keyPressEvent(event);
+}
+
+void MonitorRows::mouseDoubleClickEvent(QMouseEvent* event) {
+    QListView::mouseDoubleClickEvent(event);
+    if (event->button() == Qt::LeftButton) {
+        open(indexAt(event->position().toPoint()));
+    }
+}
+
+void MonitorRows::contextMenuEvent(QContextMenuEvent* event) {
+    const bool isMouse = event->reason() == QContextMenuEvent::Mouse;
+    const QModelIndex index = isMouse ? indexAt(event->pos()) : currentIndex();
+    if (!index.isValid()) {
+        return;
+    }
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    addMenuEntry(menu, u"Open in dashboard"_s,
+                 [this, id = m_monitors->monitor(index).id] { open(m_monitors->index(m_monitors->rowOf(id))); });
+    menu->actions().first()->setEnabled(m_canOpen);
+    menu->popup(isMouse ? event->globalPos() : viewport()->mapToGlobal(visualRect(index).center()));
+}
+
+void MonitorRows::focusOutEvent(QFocusEvent* event) {
+    QListView::focusOutEvent(event);
+    leaveBeat();
+}
+
 void MonitorRows::changeEvent(QEvent* event) {
     QListView::changeEvent(event);
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
@@ -148,6 +249,9 @@ void MonitorRows::wheelEvent(QWheelEvent* event) {
 /// A row chosen with the keys comes into view. A row chosen with the mouse is in view, and must not move under it.
 void MonitorRows::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
     QListView::currentChanged(current, previous);
+    if (!m_isRefreshing) {
+        leaveBeat();
+    }
     QScrollArea* const area = surroundingArea(this);
     const bool isPressed = QGuiApplication::mouseButtons() != Qt::NoButton;
     if (area == nullptr || !current.isValid() || m_isRefreshing || isPressed) {

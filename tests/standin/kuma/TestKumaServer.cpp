@@ -2,6 +2,10 @@
 #include "support/Await.h"
 #include "support/TestClass.h"
 
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTcpSocket>
 
 #include <csignal>
@@ -119,6 +123,34 @@ private Q_SLOTS:
         browser.get(path);
         QVERIFY(browser.sees("HTTP/1.1 " + head));
         QVERIFY2(browser.sees(body), browser.received().constData());
+    }
+
+    void historiesBecomeHeartbeats() {
+        const KumaServer server;
+        server.heartbeat(u"home"_s, R"({"heartbeatList":{"1":"history:38 udm","2":"history:","3":[]}})");
+        const QDateTime before = QDateTime::currentDateTimeUtc();
+        Browser browser(server);
+        browser.get("/api/status-page/heartbeat/home");
+        QVERIFY(browser.sees("]}}"));
+        const QByteArray received = browser.received();
+        const QByteArray body = received.mid(received.indexOf("\r\n\r\n"));
+        const QJsonObject lists = QJsonDocument::fromJson(body)[u"heartbeatList"].toObject();
+        const QJsonArray beats = lists[u"1"].toArray();
+        QCOMPARE(beats.size(), 3);
+        QDateTime last;
+        const std::pair<int, QJsonValue> expected[] = {{1, 38}, {0, QJsonValue::Null}, {3, QJsonValue::Null}};
+        for (int i = 0; i < 3; ++i) {
+            QCOMPARE(beats[i][u"status"].toInt(-1), expected[i].first);
+            QCOMPARE(beats[i][u"ping"], expected[i].second);
+            QDateTime time = QDateTime::fromString(beats[i][u"time"].toString(), u"yyyy-MM-dd HH:mm:ss.zzz"_s);
+            time.setTimeSpec(Qt::UTC);
+            QVERIFY(time.isValid());
+            QVERIFY(i == 0 || last.secsTo(time) == 60);
+            last = time;
+        }
+        QVERIFY(before.secsTo(last) > -120 && last <= QDateTime::currentDateTimeUtc());
+        QVERIFY(lists[u"2"].isArray() && lists[u"2"].toArray().isEmpty());
+        QVERIFY(lists[u"3"].isArray());
     }
 
     void keepsConnectionsAliveUnlessToldOtherwise() {

@@ -5,6 +5,8 @@
 // nothing else. By default it listens on 0.0.0.0:3001 and keeps its state in /app/data. With port 0 it chooses a free
 // port. The port is written to FOLDER/kuma-port, and each request to a line of FOLDER/kuma-requests.log (see
 // Journal.h).
+// In the heartbeats, "history:38 uuudu" stands for a list of five, one a minute up to now: u up (after about 38 ms),
+// d down, p pending, m maintenance.
 //
 // FOLDER/kuma-script, which is read again at every request, says how it behaves; without that file it is healthy. Words
 // are separated by blanks; in a value, %XX stands for a byte; a line that starts with # is a comment.

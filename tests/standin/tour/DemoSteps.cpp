@@ -164,7 +164,8 @@ std::vector<Step> firstStart() {
          .missing =
              [](Stage& stage) {
                  return firstOf(itemDiffers(stage, u"All 5 monitors up"_s, u"green"_s),
-                                wordsMissing(stage, u"Photo library"_s));
+                                firstOf(wordsMissing(stage, u"Photo library"_s),
+                                        wordsMissing(stage, u"last 50 heartbeats: 50 up"_s)));
              },
          .picture = u"all-up"_s},
     };
