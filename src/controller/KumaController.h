@@ -73,7 +73,8 @@ public:
     void start();
     void stop();
     void restart();
-    /// Cancels the download under way; other commands run to their end, and the operation stops after them.
+    /// Cancels the download under way, or the restore if it has not moved the data yet. Other commands run to their
+    /// end, and the operation stops after them.
     void cancelOperation();
     /// Takes the error back that is shown, and the way out that was offered with it.
     void dismissError();
