@@ -3,6 +3,7 @@
 #include "backup/DataCopy.h"
 #include "backup/DiskRoom.h"
 #include "backup/FileSystem.h"
+#include "backup/Fingerprint.h"
 #include "backup/Recovery.h"
 #include "backup/Restore.h"
 #include "backup/SafePaths.h"
@@ -329,6 +330,19 @@ QCoro::Task<DataVersion> BackupManager::dataVersion(QString source) {
     } catch (const AppError&) {
         co_return DataVersion::unknown;
     }
+}
+
+QCoro::Task<QString> BackupManager::fingerprint(QString folder) {
+    const auto job = [folder] { return fingerprintOf(folder); };
+    const QString hash = co_await onWorker(job);
+    co_return hash;
+}
+
+/// Without the number of the device, which another start of the computer may change.
+QString BackupManager::identity(const QString& path) {
+    struct stat status {};
+    const bool isThere = ::stat(QFile::encodeName(path).constData(), &status) == 0;
+    return isThere ? QString::number(status.st_ino) : QString();
 }
 
 QString BackupManager::interruptedSentence() {

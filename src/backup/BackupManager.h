@@ -52,6 +52,13 @@ QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir, s
 /// What the backup at `source` (folder or zip) says of its data. Never throws: unknown where it cannot be read.
 QCoro::Task<DataVersion> dataVersion(QString source);
 
+/// A hash over all that a folder holds, whatever its dates and owners. Throws AppError.
+QCoro::Task<QString> fingerprint(QString folder);
+
+/// Which folder is at `path`, perhaps at the end of a link; empty when there is none. A folder that is put in its place
+/// is another one; a folder that is moved away and back is the same. Only a look, so any thread.
+QString identity(const QString& path);
+
 /// Why data in the middle of a conversion is not restored.
 QString interruptedSentence();
 

@@ -181,6 +181,11 @@ QCoro::Task<Outcome> BackupOperations::performRestore(QString source, std::stop_
     if (notReplaced) {
         co_return notReplaced;
     }
+    const Outcome notStarted = co_await startOnReplacedData(stop);
+    co_return notStarted;
+}
+
+QCoro::Task<Outcome> BackupOperations::startOnReplacedData(std::stop_token stop) {
     const Outcome notStopped = co_await stopWhatCameBack();
     const Outcome notStarted = co_await m_containerOperations.performStart(stop);
     co_return notStarted ? notStarted : notStopped;

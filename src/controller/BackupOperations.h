@@ -19,8 +19,19 @@ public:
     void restoreBackup();
     void revealDataFolder();
 
+    // --- Steps that other operations take too.
+
+    /// Stops the server, unless it may not be stopped, and puts the backup in the place of the data.
+    QCoro::Task<Outcome> replaceData(QString source, std::stop_token stop);
+    /// Starts the server after that.
+    QCoro::Task<Outcome> startOnReplacedData(std::stop_token stop);
+
     /// The program does not end, or no longer.
-    void allowWaiting() { m_waiting = std::stop_source(); }
+    void allowWaiting() {
+        if (m_waiting.stop_requested()) {
+            m_waiting = std::stop_source();
+        }
+    }
     /// The program ends: a backup that waits for the end of a conversion is not made.
     void stopWaiting() { m_waiting.request_stop(); }
 
@@ -43,7 +54,6 @@ private:
     QCoro::Task<void> askForRestore();
     QCoro::Task<bool> agreesToRestore(QString source);
     QCoro::Task<Outcome> performRestore(QString source, std::stop_token stop);
-    QCoro::Task<Outcome> replaceData(QString source, std::stop_token stop);
     QCoro::Task<Outcome> startAgain(bool wasStopped);
     QCoro::Task<Outcome> stopWhatCameBack();
 

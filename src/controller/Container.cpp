@@ -64,8 +64,8 @@ QCoro::Task<std::optional<QString>> Container::state() const {
     co_return stateWord(answer.output);
 }
 
-QCoro::Task<bool> Container::hasImage() const {
-    const QStringList arguments{u"image"_s, u"inspect"_s, image()};
+QCoro::Task<bool> Container::hasImage(std::optional<QString> tag) const {
+    const QStringList arguments{u"image"_s, u"inspect"_s, tag ? imageReference(*tag) : image()};
     const CommandResult result = co_await command(arguments, inspectLimit);
     co_return result.isSuccess();
 }
@@ -88,9 +88,13 @@ QCoro::Task<bool> Container::hasCompose() const {
     co_return *state->composeAvailable;
 }
 
-QCoro::Task<CommandResult> Container::pull(std::shared_ptr<ProcessHandle> handle) const {
-    const bool compose = co_await hasCompose();
-    const QStringList arguments = compose ? composeArgs(QStringList(u"pull"_s)) : QStringList{u"pull"_s, image()};
+QCoro::Task<CommandResult> Container::pull(std::shared_ptr<ProcessHandle> handle, std::optional<QString> tag) const {
+    QStringList arguments{u"pull"_s, tag ? imageReference(*tag) : image()};
+    // Compose downloads what its file names, the pinned one.
+    if (!tag) {
+        const bool compose = co_await hasCompose();
+        arguments = compose ? composeArgs(QStringList(u"pull"_s)) : arguments;
+    }
     const DockerCLI::OutputCallback feed = cappedLogFeed(m_context.state, &ControllerState::pullLog);
     const CommandResult result = co_await m_context.host.run(m_docker, arguments, pullLimit, handle, feed);
     co_return result;

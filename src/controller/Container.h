@@ -32,12 +32,14 @@ public:
     QCoro::Task<CommandResult> probe() const;
     /// The state word; none if there is no container or no answer.
     QCoro::Task<std::optional<QString>> state() const;
-    QCoro::Task<bool> hasImage() const;
+    /// Whether the image of that tag is there, or that of the pinned one.
+    QCoro::Task<bool> hasImage(std::optional<QString> tag = std::nullopt) const;
     /// Whether `docker compose` works. Docker is asked once for each tool that the user chooses.
     QCoro::Task<bool> hasCompose() const;
 
-    /// Downloads the pinned image. The output goes to the state's log.
-    QCoro::Task<CommandResult> pull(std::shared_ptr<ProcessHandle> handle) const;
+    /// Downloads the image of that tag, or the pinned one. The output goes to the state's log.
+    QCoro::Task<CommandResult> pull(std::shared_ptr<ProcessHandle> handle,
+                                    std::optional<QString> tag = std::nullopt) const;
     /// Makes the container run, with the port and image of the settings; unpauses it first if it is paused. `existing`
     /// is its state word, if there is a container.
     QCoro::Task<CommandResult> bringUp(std::optional<QString> existing, WhenRunning whenRunning) const;

@@ -157,7 +157,8 @@ QCoro::Task<Outcome> ContainerOperations::performRestart(std::stop_token stop) {
     co_return started;
 }
 
-QCoro::Task<CommandResult> ContainerOperations::pullImage(Container container, std::stop_token stop) {
+QCoro::Task<CommandResult> ContainerOperations::pullImage(Container container, std::stop_token stop,
+                                                          std::optional<QString> tag) {
     m_operations.show(u"Downloading the Uptime Kuma image"_s);
     m_context.state.update([](ControllerState& state) {
         state.pulling = true;
@@ -168,7 +169,7 @@ QCoro::Task<CommandResult> ContainerOperations::pullImage(Container container, s
     if (stop.stop_requested() || m_context.bringUp.isForbidden()) {
         handle->cancel();
     }
-    const CommandResult result = co_await container.pull(handle);
+    const CommandResult result = co_await container.pull(handle, tag);
     m_context.state.set(&ControllerState::pulling, false);
     co_return result;
 }

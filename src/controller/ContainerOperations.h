@@ -26,8 +26,9 @@ public:
     /// Look at conversions() before.
     QCoro::Task<Outcome> performStop();
     const ConversionWatch& conversions() const { return m_conversions; }
-    /// Downloads the pinned image, with the download's card shown.
-    QCoro::Task<CommandResult> pullImage(Container container, std::stop_token stop);
+    /// Downloads the image of that tag, or the pinned one, with the download's card shown.
+    QCoro::Task<CommandResult> pullImage(Container container, std::stop_token stop,
+                                         std::optional<QString> tag = std::nullopt);
     /// Why the data may not be touched now, since a server may be at work on it; none when no server can be.
     /// `consequence` is the sentence that says what was not done.
     QCoro::Task<Outcome> obstacleToData(QString consequence);

@@ -103,6 +103,8 @@ struct ControllerState {
     /// The newest Uptime Kuma release found, and its page.
     std::optional<QString> latestVersion = {};
     std::optional<QUrl> releaseURL = {};
+    /// The version before the last update, while the copy of its data is there.
+    std::optional<QString> wayBackTag = {};
     /// Why the last update check failed.
     std::optional<QString> updateMessage = {};
     bool checkingUpdate = false;

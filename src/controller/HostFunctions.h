@@ -34,6 +34,9 @@ struct HostFunctions {
         autoBackup = &BackupManager::autoBackup;
     std::function<QCoro::Task<void>(QString source, QString dataDir, QString backupsDir, std::stop_token stop)>
         restore = &BackupManager::restore;
+    std::function<bool(const QString& folder)> looksLikeData = &BackupManager::looksLikeData;
+    std::function<QCoro::Task<QString>(QString folder)> fingerprint = &BackupManager::fingerprint;
+    std::function<QString(const QString& path)> identity = &BackupManager::identity;
     std::function<QCoro::Task<DataVersion>(QString source)> dataVersion = &BackupManager::dataVersion;
     /// Deletes what earlier runs left behind; may be empty.
     std::function<QCoro::Task<void>(QString dataDir, QString backupsDir)> cleanUp = &BackupManager::cleanUp;

@@ -6,6 +6,7 @@
 #include "controller/Poller.h"
 #include "controller/RuntimeSetup.h"
 #include "controller/Updater.h"
+#include "controller/WayBack.h"
 
 using namespace Qt::StringLiterals;
 
@@ -24,11 +25,15 @@ struct KumaController::Parts {
         , conversions(context, *env.dialogs, env.pageAnswers)
         , containerOperations(context, *operations, conversions, dataTurns, *env.dialogs, tasks)
         , statusWatch(*state, *env.clock, *env.notifier, env.fetchStatusPage)
-        , poller(context, *operations, conversions, statusWatch, *env.clock, tasks)
+        , poller(context, *operations, conversions, statusWatch, *env.clock, tasks, [this] { wayBack.look(); })
         , runtimeSetup(context, *env.clock, refresh, tasks)
         , updater(context, settings, *operations, containerOperations, dataTurns, *env.dialogs, env.fetchLatestRelease,
                   tasks)
-        , backups(context, operations, containerOperations, dataTurns, *env.dialogs, *env.desktop, *env.clock, tasks) {}
+        , backups(context, operations, containerOperations, dataTurns, *env.dialogs, *env.desktop, *env.clock, tasks)
+        , wayBack(context, settings, *operations, containerOperations, backups, *env.dialogs, tasks) {
+        // Before anybody reads the tag.
+        wayBack.settle();
+    }
 
     const std::shared_ptr<const HostFunctions> host;
     LoginItem& loginItem;
@@ -48,6 +53,7 @@ struct KumaController::Parts {
     RuntimeSetup runtimeSetup;
     Updater updater;
     BackupOperations backups;
+    WayBack wayBack;
 };
 
 KumaController::KumaController(const ControllerEnvironment& environment)
@@ -80,7 +86,9 @@ bool KumaController::setDockerOverride(const QString& path) {
 }
 
 bool KumaController::setImageTag(const QString& tag) {
-    return m_parts->settings.setImageTag(tag);
+    const bool isSaved = m_parts->settings.setImageTag(tag);
+    m_parts->wayBack.look();
+    return isSaved;
 }
 
 bool KumaController::setHasSeenGuide(bool seen) {
@@ -209,6 +217,10 @@ void KumaController::checkForUpdates() {
 
 void KumaController::updateNow() {
     m_parts->updater.updateNow();
+}
+
+void KumaController::goBack() {
+    m_parts->wayBack.goBack();
 }
 
 void KumaController::backUpNow() {

@@ -99,6 +99,10 @@ public:
     /// operation; does nothing while no release is known.
     void updateNow();
 
+    /// Asks first; then puts the copy from before the last update in the place of the data, pins the version before it
+    /// and starts that. A container operation; does nothing while there is no such copy.
+    void goBack();
+
     // --- Backups.
 
     /// Asks where to; then copies the data folder while Uptime Kuma keeps running, and shows the backup. Runs beside

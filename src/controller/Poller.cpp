@@ -21,13 +21,14 @@ constexpr auto provenRun = 60s;
 } // namespace
 
 Poller::Poller(const ContainerContext& context, Operations& operations, const ConversionWatch& conversions,
-               StatusWatch& statusWatch, Clock& clock, TaskScope& tasks)
+               StatusWatch& statusWatch, Clock& clock, TaskScope& tasks, std::function<void()> alsoEachTime)
     : m_context(context)
     , m_operations(operations)
     , m_conversions(conversions)
     , m_statusWatch(statusWatch)
     , m_clock(clock)
-    , m_tasks(tasks) {}
+    , m_tasks(tasks)
+    , m_alsoEachTime(std::move(alsoEachTime)) {}
 
 void Poller::begin() {
     if (m_pollTask) {
@@ -82,6 +83,9 @@ QCoro::Task<void> Poller::refreshSoon() {
 QCoro::Task<void> Poller::refresh(std::stop_token stop) {
     if (m_context.state->busy) {
         co_return;
+    }
+    if (m_alsoEachTime) {
+        m_alsoEachTime();
     }
     const std::optional<Container> found = findTools();
     if (!found) {

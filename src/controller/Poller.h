@@ -13,7 +13,7 @@ namespace orvanel {
 class Poller {
 public:
     Poller(const ContainerContext& context, Operations& operations, const ConversionWatch& conversions,
-           StatusWatch& statusWatch, Clock& clock, TaskScope& tasks);
+           StatusWatch& statusWatch, Clock& clock, TaskScope& tasks, std::function<void()> alsoEachTime = {});
 
     /// Starts the poll loop, unless it runs already.
     void begin();
@@ -42,6 +42,7 @@ private:
     StatusWatch& m_statusWatch;
     Clock& m_clock;
     TaskScope& m_tasks;
+    const std::function<void()> m_alsoEachTime;
     std::optional<std::stop_source> m_pollTask;
     /// When the container was last seen restarting, and the number of operations begun until then.
     struct Restart {

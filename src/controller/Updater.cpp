@@ -4,6 +4,8 @@
 #include "controller/ImageTag.h"
 #include "platform/ShortText.h"
 
+#include <QDebug>
+#include <QFileInfo>
 #include <QScopeGuard>
 
 #include <exception>
@@ -134,6 +136,9 @@ QCoro::Task<Outcome> Updater::performUpdate(QString version, std::stop_token sto
             co_return isStored ? notUpdated : withUnstoredTag(notUpdated);
         }
     }
+    if (copy.wayBack) {
+        m_settings.setSafetyCopy(*copy.wayBack);
+    }
     m_tagChange.reset();
     m_settings.forgetTagToTakeBack();
     m_operations.show(u"Restarting with the new version…"_s);
@@ -167,7 +172,26 @@ QCoro::Task<Updater::SafetyCopy> Updater::backUpFirst() {
         copy.warning = failed(u"The update was made, but the backup before it could not be checked."_s,
                               details.arg(*backup->databaseNotChecked, backup->path));
     }
+    if (backup && !copy.failure) {
+        copy.wayBack = co_await wayBackBy(backup->path);
+    }
     co_return copy;
+}
+
+/// By a copy of data in the middle of a conversion there is none. One that cannot be read is no way back either.
+QCoro::Task<std::optional<SafetyCopyNote>> Updater::wayBackBy(QString copy) const {
+    const DataVersion version = co_await m_context.host.dataVersion(copy);
+    if (version == DataVersion::converting) {
+        co_return std::nullopt;
+    }
+    SafetyCopyNote note{.tag = m_context.state->imageTag, .folder = QFileInfo(copy).fileName(), .fingerprint = {}};
+    try {
+        note.fingerprint = co_await m_context.host.fingerprint(copy);
+    } catch (const std::exception& thrown) {
+        qWarning() << "The copy made before the update could not be read again:" << thrown.what();
+        co_return std::nullopt;
+    }
+    co_return note;
 }
 
 /// A failure when the settings or the compose file cannot name the new version.

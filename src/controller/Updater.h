@@ -32,8 +32,11 @@ private:
         Outcome failure;
         /// What to tell when the update has succeeded.
         Outcome warning;
+        /// None without data, or when it was made during a conversion and leads back to nothing.
+        std::optional<SafetyCopyNote> wayBack;
     };
     QCoro::Task<SafetyCopy> backUpFirst();
+    QCoro::Task<std::optional<SafetyCopyNote>> wayBackBy(QString copy) const;
     Outcome pinTag(const QString& newTag);
     Outcome prepareFiles() const;
     Failure withUnstoredTag(Failure failure) const;

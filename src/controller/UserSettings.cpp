@@ -1,5 +1,7 @@
 #include "controller/UserSettings.h"
 
+#include "controller/ImageTag.h"
+
 using namespace Qt::StringLiterals;
 
 namespace orvanel {
@@ -15,6 +17,24 @@ constexpr auto imageTagKey = "imageTag"_L1;
 constexpr auto hasSeenGuideKey = "hasSeenGuide"_L1;
 /// Not a user setting: see setTagToTakeBack().
 constexpr auto tagToTakeBackKey = "tagToTakeBack"_L1;
+
+/// Not settings of the user's either: see setSafetyCopy() and setGoingBack(). Their parts are divided by slashes, which
+/// neither tags nor names have.
+constexpr auto safetyCopyKey = "safetyCopy"_L1;
+constexpr auto goingBackKey = "goingBack"_L1;
+
+std::optional<SafetyCopyNote> safetyCopyFrom(const QString& text) {
+    const QStringList parts = text.split(u'/');
+    const bool isWhole = parts.size() == 3 && isValidImageTag(parts.at(0)) &&
+                         parts.at(1).startsWith(u"before-update"_s) && !parts.at(2).isEmpty();
+    return isWhole ? std::optional(SafetyCopyNote{parts.at(0), parts.at(1), parts.at(2)}) : std::nullopt;
+}
+
+std::optional<GoingBack> goingBackFrom(const QString& text) {
+    const QStringList parts = text.split(u'/');
+    const bool isWhole = parts.size() == 2 && isValidImageTag(parts.at(0));
+    return isWhole ? std::optional(GoingBack{parts.at(0), parts.at(1)}) : std::nullopt;
+}
 
 int validPort(int port) {
     return port >= 1024 && port <= 65535 ? port : defaultPort;
@@ -33,6 +53,8 @@ UserSettings::UserSettings(SettingsStore& defaults, StateStore& state)
         read.imageTag = defaults.text(imageTagKey, u"2"_s);
         read.hasSeenGuide = defaults.boolean(hasSeenGuideKey, false);
     });
+    m_safetyCopy = safetyCopyFrom(defaults.text(safetyCopyKey, {}));
+    m_goingBack = goingBackFrom(defaults.text(goingBackKey, {}));
     const QString tag = defaults.text(tagToTakeBackKey, {});
     if (!tag.isEmpty() && setImageTag(tag)) {
         forgetTagToTakeBack();
@@ -78,8 +100,32 @@ bool UserSettings::setTagToTakeBack(const QString& tag) {
 }
 
 void UserSettings::forgetTagToTakeBack() {
-    if (!m_defaults.text(tagToTakeBackKey, {}).isEmpty()) {
-        m_defaults.setText(tagToTakeBackKey, {});
+    forget(tagToTakeBackKey);
+}
+
+bool UserSettings::setSafetyCopy(const SafetyCopyNote& copy) {
+    m_safetyCopy = copy;
+    return saved(m_defaults.setText(safetyCopyKey, u"%1/%2/%3"_s.arg(copy.tag, copy.folder, copy.fingerprint)));
+}
+
+void UserSettings::forgetSafetyCopy() {
+    m_safetyCopy.reset();
+    forget(safetyCopyKey);
+}
+
+bool UserSettings::setGoingBack(const GoingBack& going) {
+    m_goingBack = going;
+    return saved(m_defaults.setText(goingBackKey, u"%1/%2"_s.arg(going.tag, going.data)));
+}
+
+void UserSettings::forgetGoingBack() {
+    m_goingBack.reset();
+    forget(goingBackKey);
+}
+
+void UserSettings::forget(QLatin1StringView key) {
+    if (!m_defaults.text(key, {}).isEmpty()) {
+        m_defaults.setText(key, {});
     }
 }
 

@@ -42,6 +42,25 @@ private Q_SLOTS:
         QCOMPARE(view.world.backups.jobs.size(), 1);
     }
 
+    void interruptedConversionOffersTheWayBack() {
+        ShownWindow view;
+        view.open();
+        QVERIFY(view.world.isPolledAsRunning());
+        KumaController& kuma = view.world.controller();
+        kuma.checkForUpdates();
+        view.world.settle();
+        kuma.updateNow();
+        view.world.settle();
+        view.world.dialogs.questions.takeLast().answer.complete(true);
+        QVERIFY(view.world.operationEnds());
+        view.world.docker().container->state = "restarting";
+        view.world.docker().log = "[SERVER] ERROR: Aggregate table migration is already in progress\n";
+        view.world.advance(3s);
+        QVERIFY(button(&view.window, u"Restore…"_s) == nullptr);
+        view.click(u"Go back to 2…"_s);
+        QCOMPARE(view.world.dialogs.questions.last().alert.message, u"Go back to Uptime Kuma 2?"_s);
+    }
+
     void interruptedConversionOffersARestore() {
         ShownWindow view;
         view.open();

@@ -54,6 +54,43 @@ private Q_SLOTS:
         QVERIFY(!canUpdate(state));
     }
 
+    void whenGoingBackCanBePressed() {
+        ControllerState state;
+        state.dockerState = DockerState::ready;
+        QVERIFY(!canGoBack(state));
+        state.wayBackTag = u"1.23.16"_s;
+        QVERIFY(canGoBack(state));
+        state.settling = u"Updating…"_s;
+        QVERIFY(!canGoBack(state));
+        state.settling.reset();
+        state.busy = u"Stopping…"_s;
+        QVERIFY(!canGoBack(state));
+        state.busy.reset();
+        state.dockerState = DockerState::notRunning;
+        QVERIFY(!canGoBack(state));
+    }
+
+    void theWayBackIsOfferedAfterAnUpdate() {
+        ShownSettings settings;
+        settings.open();
+        QVERIFY(settings.world.isPolledAsRunning());
+        const auto goBack = u"Go back to 2…"_s;
+        QVERIFY(button(&settings.view, goBack) == nullptr);
+        settings.click(checkText);
+        settings.click(updateText);
+        settings.world.dialogs.questions.takeLast().answer.complete(true);
+        QVERIFY(settings.world.operationEnds());
+        settings.world.settle();
+        QVERIFY(button(&settings.view, goBack)->isEnabled());
+        settings.click(goBack);
+        QCOMPARE(settings.world.dialogs.questions.last().alert.message, u"Go back to Uptime Kuma 2?"_s);
+        settings.world.dialogs.questions.takeLast().answer.complete(true);
+        QVERIFY(settings.world.operationEnds());
+        settings.world.settle();
+        QVERIFY(button(&settings.view, goBack) == nullptr);
+        QVERIFY(shows(&settings.view, u"Pinned image: louislam/uptime-kuma:2"_s));
+    }
+
     void anUpdateIsFoundAndOffered() {
         ShownSettings settings;
         settings.open();

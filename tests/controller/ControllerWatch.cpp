@@ -15,6 +15,7 @@ namespace {
 const auto downloading = u"Downloading the Uptime Kuma image"_s;
 /// Part of a look at a container whose page does not answer as usual.
 const auto endOfLog = u"end of the log"_s;
+const auto goingBack = u"Going back"_s;
 const auto backingUp = u"Backing up…"_s;
 
 QString normalised(const QString& slug) {
@@ -159,8 +160,10 @@ void ControllerWatch::jobBegins(const ScriptedBackups::Job& job) {
     if (m_world->backups.underWay > 1) {
         violate(u"%1 begins beside another job on the data"_s.arg(job.kind));
     }
-    const auto label = job.kind == u"restore" ? u"Restoring"_s : u"Updating"_s;
-    if (job.kind != u"back up" && !(m_isOperating && m_label.startsWith(label) && m_underWay.isEmpty())) {
+    const bool isRestore = job.kind == u"restore";
+    const bool isInItsOperation =
+        m_label.startsWith(isRestore ? u"Restoring"_s : u"Updating"_s) || (isRestore && m_label.startsWith(goingBack));
+    if (job.kind != u"back up" && !(m_isOperating && isInItsOperation && m_underWay.isEmpty())) {
         violate(u"%1 begins outside its operation"_s.arg(job.kind));
     }
 }
@@ -183,7 +186,10 @@ void ControllerWatch::operationCommandBegins(const QString& name, bool isCancell
     if (m_isLeaving && (bringsUp(name) || (isPull(name) && !isCancelled))) {
         violate(u"%1 begins though the program ends"_s.arg(name));
     }
-    if (m_isCancelled && (bringsUp(name) || (isPull(name) && !isCancelled))) {
+    // Until the data is replaced, a cancel leaves the server running if it ran.
+    const bool mayStartAgain = (m_label.startsWith(u"Restoring"_s) || m_label.startsWith(goingBack)) &&
+                               m_world->backups.dataFolders == m_dataFolders;
+    if (m_isCancelled && !mayStartAgain && (bringsUp(name) || (isPull(name) && !isCancelled))) {
         violate(u"%1 begins after the operation was cancelled"_s.arg(name));
     }
     if (bringsUp(name) && !m_isImagePresent) {
@@ -288,6 +294,8 @@ void ControllerWatch::operationBegins(const QString& label) {
     const KumaController& kuma = m_world->controller();
     m_tags = {kuma.state().imageTag, kuma.state().latestVersion.value_or(QString())};
     m_operationCommands.clear();
+    m_dataFolders = m_world->backups.dataFolders;
+    m_wayBackTag = kuma.state().wayBackTag;
     m_isImagePresent = false;
     m_isCancelled = false;
     m_mustEnd = false;
@@ -302,6 +310,9 @@ void ControllerWatch::operationEnds() {
     const bool hasPinned = std::any_of(m_operationCommands.begin(), m_operationCommands.end(), isPull);
     if (m_label.startsWith(u"Updating"_s) && hasPinned) {
         checkUpdated();
+    }
+    if (m_label.startsWith(goingBack)) {
+        checkWentBack();
     }
     if (!m_underWay.isEmpty()) {
         violate(u"busy ends while %1 is under way"_s.arg(m_underWay));
@@ -386,6 +397,20 @@ void ControllerWatch::checkUpdated() {
     if (!file.open(QIODevice::ReadOnly) ||
         file.readAll() != composeText(kuma.state().imageTag, kuma.state().port).toUtf8()) {
         violate(u"the compose file does not tell of the tag %1"_s.arg(kuma.state().imageTag));
+    }
+}
+
+/// The older version is pinned exactly if its data is there.
+void ControllerWatch::checkWentBack() {
+    const ControllerState& state = m_world->controller().state();
+    const bool hasOldData = m_world->backups.dataFolders != m_dataFolders;
+    const bool isFitting =
+        !hasOldData ? state.imageTag == m_tags.value(0) : !m_wayBackTag || state.imageTag == *m_wayBackTag;
+    if (!m_tags.isEmpty() && !isFitting) {
+        violate(u"going back ends with the tag %1 and the data of the other version"_s.arg(state.imageTag));
+    }
+    if (hasOldData) {
+        m_seen.insert(u"went back"_s);
     }
 }
 

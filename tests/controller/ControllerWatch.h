@@ -85,6 +85,7 @@ private:
     bool isFromSetup(const Snapshot& now) const;
     void checkComposeFile();
     void checkUpdated();
+    void checkWentBack();
     void remember(const Snapshot& now);
     Snapshot snapshot() const;
 
@@ -99,6 +100,9 @@ private:
     QString m_label;
     /// The tags that an update may end with; empty if the settings changed meanwhile.
     QStringList m_tags;
+    /// How many folders had been the data when the operation began.
+    int m_dataFolders = 0;
+    std::optional<QString> m_wayBackTag;
     QStringList m_operationCommands;
     QString m_underWay;
     bool m_isImagePresent = false;

@@ -1,6 +1,7 @@
-// A program that starts or updates Uptime Kuma and is killed before the step with the given number; 0 means never. A
-// step is anything that another program could notice: a change of the published state, or the beginning or end of a
-// command or a backup. Arguments: the folder with its settings and data, "start" or "update", the number.
+// A program that starts or updates Uptime Kuma, or goes back to the version before, and is killed before the step with
+// the given number; 0 means never. A step is anything that another program could notice: a change of the published
+// state, or the beginning or end of a command or a backup. Arguments: the folder with its settings and data, "start" or
+// "update", the number.
 
 #include "RecordingPlatform.h"
 #include "controller/ControllerEnvironment.h"
@@ -53,6 +54,12 @@ QCoro::Task<std::optional<BackupResult>> autoBackup(QString dataDir, QString bac
     co_return backup;
 }
 
+QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir, std::stop_token stop) {
+    step();
+    co_await BackupManager::restore(source, dataDir, backupsDir, stop);
+    step();
+}
+
 QCoro::Task<PageAnswer> pageAnswers(int /*port*/) {
     co_return PageAnswer::usual;
 }
@@ -80,6 +87,7 @@ int work(const QString& folder, const QString& what) {
     environment.pageAnswers = &pageAnswers;
     environment.fetchLatestRelease = &latestRelease;
     host->autoBackup = &autoBackup;
+    host->restore = &restore;
     environment.host = host;
 
     KumaController kuma(environment);
@@ -90,6 +98,8 @@ int work(const QString& folder, const QString& what) {
     QObject::connect(&kuma, &KumaController::changed, &kuma, &step);
     if (what == u"update") {
         kuma.updateNow();
+    } else if (what == u"go back") {
+        kuma.goBack();
     } else {
         kuma.start();
     }

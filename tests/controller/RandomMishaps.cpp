@@ -149,6 +149,8 @@ void RandomSequence::changeBackups() {
     backups.failure = chance(20) ? std::optional(u"The disk is full."_s) : std::nullopt;
     backups.databaseProblem = chance(15) ? std::optional(u"row 7"_s) : std::nullopt;
     backups.hasData = chance(80);
+    backups.copyIsThere = chance(85);
+    backups.fingerprint = oneOf({u"f00d"_s, u"f00d"_s, u"f00d"_s, u"cafe"_s, QString()});
 }
 
 void RandomSequence::endBackups() {

@@ -32,6 +32,7 @@ const std::vector<RandomSequence::Choice>& RandomSequence::choices() {
         {6, "choose a path", &S::choosePath},
         {3, "check for updates", &S::checkForUpdates},
         {5, "update", &S::updateNow},
+        {2, "go back", &S::goBack},
         {4, "back up", &S::backUpNow},
         {4, "restore", &S::restoreBackup},
         {3, "install the runtime", &S::installRuntime},
@@ -78,6 +79,12 @@ RandomSequence::RandomSequence(std::uint64_t seed)
     if (chance(50)) {
         standin::addContainer(m_world.docker(), oneOf<const char*>({"running", "running", "exited"}));
     }
+    const bool wasUpdated = chance(12);
+    if (wasUpdated) {
+        SettingsStore settings(m_world.settingsFile);
+        settings.setText(u"imageTag"_s, u"2.1.0"_s);
+        settings.setText(u"safetyCopy"_s, u"2/before-update/f00d"_s);
+    }
     m_kuma = &m_world.controller();
     m_watch.attach();
     // Begins with some steps that lead to rare states; otherwise too few sequences would reach them.
@@ -85,6 +92,9 @@ RandomSequence::RandomSequence(std::uint64_t seed)
         changeReleases();
         checkForUpdates();
         changeBackups();
+    }
+    if (wasUpdated) {
+        goBack();
     }
     if (chance(40)) {
         m_kuma->setSlug(u"home"_s);
@@ -221,6 +231,10 @@ void RandomSequence::checkForUpdates() {
 
 void RandomSequence::updateNow() {
     m_kuma->updateNow();
+}
+
+void RandomSequence::goBack() {
+    m_kuma->goBack();
 }
 
 void RandomSequence::backUpNow() {

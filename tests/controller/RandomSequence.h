@@ -49,6 +49,7 @@ private:
     void choosePath();
     void checkForUpdates();
     void updateNow();
+    void goBack();
     void backUpNow();
     void restoreBackup();
     void installRuntime();

@@ -33,6 +33,11 @@ public:
     bool hasData = true;
     /// Whether a restore has moved nothing yet when the test completes its event.
     bool restoreNoticesCancel = false;
+    /// Copies that look like data, and what they hold; empty when that cannot be read.
+    bool copyIsThere = true;
+    QString fingerprint = u"f00d"_s;
+    /// Counts the folders that have been the data.
+    int dataFolders = 1;
     DataVersion dataVersion = DataVersion::converted;
     /// Called when a job begins, and when it does its work.
     std::function<void(const Job& job)> onBegin;
@@ -55,6 +60,9 @@ public:
             return restore(source, dataDir, backupsDir, stop);
         };
         host.dataVersion = [this](QString) { return versionOfBackup(); };
+        host.looksLikeData = [this](const QString&) { return copyIsThere; };
+        host.fingerprint = [this](QString) { return fingerprintOfCopy(); };
+        host.identity = [this](const QString&) { return QString::number(dataFolders); };
         host.timestamp = [] { return u"2026-01-02-030405"_s; };
     }
 
@@ -106,6 +114,16 @@ private:
         if (restoreNoticesCancel) {
             throwIfStopped(stop);
         }
+        dataFolders += 1;
+    }
+
+    QCoro::Task<QString> fingerprintOfCopy() {
+        if (fingerprint.isEmpty()) {
+            throw AppError(u"kuma.db: Input/output error"_s);
+        }
+        // A member itself would be moved away.
+        const QString read = fingerprint;
+        co_return read;
     }
 };
 

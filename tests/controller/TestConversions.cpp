@@ -267,10 +267,17 @@ private Q_SLOTS:
         QVERIFY(world.everythingEnds());
         QVERIFY(world.backups.jobs.isEmpty());
         QVERIFY(!world.state().backupWaits);
-        // The program goes on after all.
+        // The program goes on after all; a second beginning changes nothing.
+        world.controller().begin();
         world.controller().begin();
         backUpTo(world, zip);
         QVERIFY(world.state().backupWaits);
+        world.controller().begin();
+        world.controller().shutdownPolling();
+        QVERIFY(world.everythingEnds());
+        QVERIFY(world.backups.jobs.isEmpty());
+        world.controller().begin();
+        backUpTo(world, zip);
         world.conversionEnds();
         world.advance(5s);
         QCOMPARE(world.backups.jobs.size(), 1);

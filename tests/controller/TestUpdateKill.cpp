@@ -11,6 +11,7 @@
 #include <QRegularExpression>
 #include <QTcpServer>
 
+#include <algorithm>
 #include <random>
 
 using namespace Qt::StringLiterals;
@@ -123,11 +124,60 @@ public:
         return broken();
     }
 
+    /// The new version has worked on the data, and cannot hand it to the old one any more.
+    void serverConverts() {
+        m_home.write(u"Orvanel/data/kuma.db"_s, "converted");
+        m_home.write(u"Orvanel/data/upload/new.png"_s, "new");
+        m_converted = treeOf(dataDir());
+    }
+
+    /// What is broken while the version and its data may still be changing; empty when both data are in known places.
+    QString brokenOnTheWayBack() const {
+        if (tag() != oldTag && tag() != newTag) {
+            return u"the settings hold the tag %1"_s.arg(tag());
+        }
+        const auto data = treeOf(dataDir());
+        if (data != m_data && data != m_converted && !(data.isEmpty() && isSetAside())) {
+            return u"the data is neither old nor new, and not set aside"_s;
+        }
+        if (data != m_converted && !isSetAside()) {
+            return u"the data of the new version is lost"_s;
+        }
+        return {};
+    }
+
+    /// The same, and after the next start the version fits its data, and runs.
+    QString brokenAfterTheNextStartOnTheWayBack() const {
+        QString before = brokenOnTheWayBack();
+        if (!before.isEmpty()) {
+            return before;
+        }
+        if (run(u"start"_s, 0) != 0) {
+            return u"the next start fails"_s;
+        }
+        if (treeOf(dataDir()) != (tag() == oldTag ? m_data : m_converted)) {
+            return u"the tag is %1, but the data is of the other version"_s.arg(tag());
+        }
+        if (image() != u"%1:%2"_s.arg(imageRepository(), tag())) {
+            return u"the next start brings up %1 though the tag is %2"_s.arg(image(), tag());
+        }
+        return brokenOnTheWayBack();
+    }
+
 private:
+    /// Whether the data of the new version lies whole where restores put it.
+    bool isSetAside() const {
+        const QDir backups(m_home.path(u"Orvanel/Backups"_s));
+        const QStringList kept = backups.entryList({u"before-restore-*"_s}, QDir::Dirs);
+        return std::any_of(kept.begin(), kept.end(),
+                           [&](const QString& name) { return treeOf(backups.filePath(name)) == m_converted; });
+    }
+
     const TestHome m_home;
     const standin::StandInTools m_tools;
     const int m_port = freePort();
     QMap<QString, QByteArray> m_data;
+    QMap<QString, QByteArray> m_converted;
 };
 
 } // namespace
@@ -157,6 +207,37 @@ private Q_SLOTS:
         QCOMPARE(tags, (QSet<QString>{oldTag, newTag}));
         QCOMPARE(scene.tag(), newTag);
         QCOMPARE(scene.brokenAfterTheNextStart(), QString());
+    }
+
+    void atEveryStepOfTheWayBack() {
+        QSet<QString> tags;
+        int killAt = 1;
+        for (bool isDone = false; !isDone; ++killAt) {
+            UpdatedHome scene;
+            QCOMPARE(scene.run(u"start"_s, 0), 0);
+            QCOMPARE(scene.run(u"update"_s, 0), 0);
+            scene.serverConverts();
+            isDone = scene.run(u"go back"_s, killAt) == 0;
+            const QString broken = scene.brokenAfterTheNextStartOnTheWayBack();
+            QVERIFY2(broken.isEmpty(), qPrintable(u"killed at step %1: %2"_s.arg(killAt).arg(broken)));
+            tags.insert(scene.tag());
+            QVERIFY(!isDone || scene.tag() == oldTag);
+            QVERIFY(killAt < 200);
+        }
+        QVERIFY2(killAt > 15, "the program was killed at too few steps to show anything");
+        QCOMPARE(tags, (QSet<QString>{oldTag, newTag}));
+    }
+
+    void betweenTheStepsOfTheWayBack_data() { betweenTheSteps_data(); }
+
+    void betweenTheStepsOfTheWayBack() {
+        QFETCH(const int, milliseconds);
+        UpdatedHome scene;
+        QCOMPARE(scene.run(u"start"_s, 0), 0);
+        QCOMPARE(scene.run(u"update"_s, 0), 0);
+        scene.serverConverts();
+        scene.run(u"go back"_s, 0, std::chrono::milliseconds(milliseconds));
+        QCOMPARE(scene.brokenAfterTheNextStartOnTheWayBack(), QString());
     }
 
     void betweenTheSteps_data() {

@@ -171,6 +171,25 @@ std::unique_ptr<QWidget> interruptedConversion(GalleryWorld& world) {
     return std::make_unique<MainWindow>(world.context());
 }
 
+std::unique_ptr<QWidget> interruptedAfterUpdate(GalleryWorld& world) {
+    auto window = running(world, u"home"_s, statusPage(everyStatus(), u"My services"_s));
+    world.releases.answer = LatestRelease{.version = u"2.1.0"_s};
+    world.controller().setImageTag(u"1.23.16"_s);
+    world.controller().checkForUpdates();
+    world.settle();
+    world.controller().updateNow();
+    world.settle();
+    world.dialogs.questions.takeLast().answer.complete(true);
+    if (!world.operationEnds()) {
+        qFatal("the update should end");
+    }
+    world.docker().container->state = "restarting";
+    world.docker().log = "[SERVER] ERROR: Failed to prepare your database: Aggregate table migration is already in "
+                         "progress\n";
+    world.advance(3s);
+    return window;
+}
+
 std::unique_ptr<QWidget> withError(GalleryWorld& world) {
     auto window = running(world, u"home"_s, statusPage(everyStatus(), u"My services"_s));
     world.loginItem.failure = u"~/.config/autostart: Permission denied"_s;
@@ -199,6 +218,7 @@ std::vector<Scene> dashboardScenes() {
         {"converting", converting, {}},
         {"converting-backup-waits", backupWaits, {}},
         {"conversion-interrupted", interruptedConversion, {}},
+        {"conversion-interrupted-way-back", interruptedAfterUpdate, {}},
         {"guide-card", withoutSlug, {}},
         {"wrong-slug", wrongSlug, {}},
         {"monitors-none", withMonitors({}, {}), {}},

@@ -43,6 +43,19 @@ std::unique_ptr<QWidget> majorRelease(GalleryWorld& world) {
     return withRelease(world, LatestRelease{.version = u"2.1.0"_s, .page = u"https://example.org"_s}, u"1"_s);
 }
 
+std::unique_ptr<QWidget> wayBack(GalleryWorld& world) {
+    auto window =
+        withRelease(world, LatestRelease{.version = u"2.1.0"_s, .page = u"https://example.org"_s}, u"1.23.16"_s);
+    world.controller().updateNow();
+    world.settle();
+    world.dialogs.questions.takeLast().answer.complete(true);
+    if (!world.operationEnds()) {
+        qFatal("the update should end");
+    }
+    world.settle();
+    return window;
+}
+
 std::unique_ptr<QWidget> failedCheck(GalleryWorld& world) {
     return withRelease(world, ReleaseError{u"Could not check for updates (HTTP 403)."_s}, u"2"_s);
 }
@@ -96,6 +109,7 @@ std::vector<Scene> settingsScenes() {
         {"settings-end", inUse, scrollToEnd},
         {"settings-new-release", newRelease, scrollToEnd},
         {"settings-major-release", majorRelease, scrollToEnd},
+        {"settings-way-back", wayBack, scrollToEnd},
         {"settings-failed-check", failedCheck, scrollToEnd},
         {"settings-strange-texts", strange, {}},
         {"settings-strange-texts-end", strange, scrollToEnd},

@@ -6,12 +6,18 @@
 #include "app/widgets/DetailsSection.h"
 #include "app/widgets/Focus.h"
 #include "controller/KumaController.h"
+#include "platform/ShortText.h"
 
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
 namespace orvanel {
+namespace {
+
+constexpr qsizetype longestShownTag = 40;
+
+} // namespace
 
 ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
     : Card(u"Error"_s, parent)
@@ -23,6 +29,7 @@ ErrorCard::ErrorCard(ViewContext context, QWidget* parent)
     m_message = addHeading(Symbol::Kind::crossOctagon, TextStyle::headline, {}, Meaning::bad);
     ButtonRow* const row = addButtonRow();
     m_usePort = addButton(row, {}, [this] { useSuggestedPort(); });
+    m_goBack = addButton(row, {}, [this] { m_context.controller.goBack(); });
     m_restore = addButton(row, u"Restore…"_s, [this] { m_context.controller.restoreBackup(); });
     addButton(row, u"Dismiss"_s, [this] { m_context.controller.dismissError(); });
     column()->addWidget(m_details);
@@ -44,8 +51,13 @@ void ErrorCard::render() {
     }
     setShown(m_usePort, port.has_value());
 
+    const bool mayGoBack = isRestartLoop(error.kind) && state.wayBackTag;
+    if (mayGoBack) {
+        setButtonText(m_goBack, u"Go back to %1…"_s.arg(shortened(*state.wayBackTag, longestShownTag)));
+    }
+    setShown(m_goBack, mayGoBack);
     // No server starts on that data any more.
-    setShown(m_restore, error.kind == ErrorKind::interruptedConversion);
+    setShown(m_restore, error.kind == ErrorKind::interruptedConversion && !mayGoBack);
 
     m_details->setDetails(error.details);
     setShown(m_details, !error.details.isEmpty());

@@ -27,6 +27,7 @@ private:
     TextLabel* m_message;
     QPushButton* m_usePort;
     QPushButton* m_restore;
+    QPushButton* m_goBack;
     DetailsSection* m_details;
 };
 

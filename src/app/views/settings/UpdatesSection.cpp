@@ -7,6 +7,7 @@
 #include "controller/ImageTag.h"
 #include "controller/KumaController.h"
 #include "platform/Desktop.h"
+#include "platform/ShortText.h"
 
 #include <QVBoxLayout>
 
@@ -15,6 +16,8 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 
 namespace {
+
+constexpr qsizetype longestShownTag = 40;
 
 /// An older version cannot read a database that a newer one has converted.
 bool isOlder(const ControllerState& state) {
@@ -31,6 +34,10 @@ bool warnsOfMajorChange(const KumaController& controller) {
 bool canUpdate(const ControllerState& state) {
     return state.latestVersion && *state.latestVersion != state.imageTag && !isOlder(state) && !operationShown(state) &&
            state.dockerState == DockerState::ready;
+}
+
+bool canGoBack(const ControllerState& state) {
+    return state.wayBackTag && !operationShown(state) && state.dockerState == DockerState::ready;
 }
 
 UpdatesSection::UpdatesSection(ViewContext context, QWidget* parent)
@@ -50,6 +57,7 @@ UpdatesSection::UpdatesSection(ViewContext context, QWidget* parent)
     ButtonRow* row = addButtonRow();
     m_check = addButton(row, u"Check for updates"_s, [context] { context.controller.checkForUpdates(); });
     m_update = addButton(row, u"Update"_s, [context] { context.controller.updateNow(); });
+    m_goBack = addButton(row, {}, [context] { context.controller.goBack(); });
     auto* link = new LinkButton(u"Release notes"_s);
     connect(link, &LinkButton::clicked, this,
             [context] { context.desktop.openAddress(context.controller.state().releaseURL.value_or(QUrl())); });
@@ -62,6 +70,11 @@ void UpdatesSection::render() {
     renderTexts();
     renderCheckButton();
     setUsable(m_update, canUpdate(m_context.controller.state()));
+    if (state.wayBackTag) {
+        setButtonText(m_goBack, u"Go back to %1…"_s.arg(shortened(*state.wayBackTag, longestShownTag)));
+    }
+    setShown(m_goBack, state.wayBackTag.has_value());
+    setUsable(m_goBack, canGoBack(state));
     setShown(m_releaseNotes, state.releaseURL.has_value());
 }
 
