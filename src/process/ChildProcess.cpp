@@ -46,12 +46,17 @@ private:
 /// anyway.
 class SpawnPlan {
 public:
-    explicit SpawnPlan(int output) {
+    /// `input`: the reading end of a pipe, or -1 for the null device.
+    SpawnPlan(int input, int output) {
         ::posix_spawn_file_actions_init(&m_actions);
         // The null device comes after the pipe, which may have the number 0 if Orvanel was started without streams.
         ::posix_spawn_file_actions_adddup2(&m_actions, output, STDOUT_FILENO);
         ::posix_spawn_file_actions_adddup2(&m_actions, output, STDERR_FILENO);
-        ::posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        if (input >= 0) {
+            ::posix_spawn_file_actions_adddup2(&m_actions, input, STDIN_FILENO);
+        } else {
+            ::posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        }
         ::posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1);
 
         ::posix_spawnattr_init(&m_attributes);
@@ -106,7 +111,8 @@ FileDescriptor openTicker() {
 ChildProcess::ChildProcess(std::function<void()> onTerminate)
     : m_onTerminate(std::move(onTerminate)) {}
 
-int ChildProcess::start(const QString& path, const QStringList& arguments, const QMap<QString, QString>& environment) {
+int ChildProcess::start(const QString& path, const QStringList& arguments, const QMap<QString, QString>& environment,
+                        ChildInput input) {
     StringVector argumentTexts;
     argumentTexts.add(path);
     for (const QString& argument : arguments) {
@@ -127,9 +133,15 @@ int ChildProcess::start(const QString& path, const QStringList& arguments, const
     FileDescriptor output(ends[0]);
     FileDescriptor childsEnd(ends[1]);
     ::fcntl(output.get(), F_SETFL, O_NONBLOCK);
+    int inputEnds[2] = {-1, -1};
+    if (input == ChildInput::openPipe && ::pipe2(inputEnds, O_CLOEXEC) != 0) {
+        return errno;
+    }
+    const FileDescriptor childsInput(inputEnds[0]);
+    FileDescriptor ourInput(inputEnds[1]);
 
     pid_t pid = 0;
-    const SpawnPlan plan(childsEnd.get());
+    const SpawnPlan plan(childsInput.get(), childsEnd.get());
     if (const int error = plan.spawn(&pid, path, argumentTexts, environmentTexts); error != 0) {
         return error;
     }
@@ -146,6 +158,7 @@ int ChildProcess::start(const QString& path, const QStringList& arguments, const
     {
         const std::lock_guard lock(m_mutex);
         m_pid = pid;
+        m_input = std::move(ourInput);
         isTerminated = m_terminateWanted;
     }
     if (isTerminated) {
@@ -174,6 +187,7 @@ void ChildProcess::terminate() {
             m_terminateWanted = true;
             return;
         }
+        m_input.reset();
         terminateFamily(m_pid);
     }
     m_onTerminate();
@@ -191,6 +205,7 @@ std::int32_t ChildProcess::reap() {
     siginfo_t info{};
     const std::lock_guard lock(m_mutex);
     m_isOver = true;
+    m_input.reset();
     while (::waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED) != 0) {
         if (errno != EINTR) {
             return -1;

@@ -14,6 +14,9 @@
 
 namespace orvanel {
 
+/// What a child reads. A pipe brings nothing, and its end only when the child is to end.
+enum class ChildInput { nullDevice, openPipe };
+
 /// One child, in a session and process group of its own, whose output comes through a single pipe. terminate() may be
 /// called from any thread, everything else only from the I/O thread. An ended child stays a zombie until reap():
 /// otherwise its id could pass to another process, which a late signal would hit.
@@ -24,7 +27,8 @@ public:
 
     /// Starts the program with exactly this environment. The child inherits none of our descriptors, and no ignored or
     /// blocked signals. Returns 0 or the error number. If terminate() was called before, the child is sent SIGTERM now.
-    int start(const QString& path, const QStringList& arguments, const QMap<QString, QString>& environment);
+    int start(const QString& path, const QStringList& arguments, const QMap<QString, QString>& environment,
+              ChildInput input = ChildInput::nullDevice);
 
     /// The reading end of the pipe, non-blocking.
     int outputDescriptor() const { return m_output.get(); }
@@ -32,6 +36,7 @@ public:
     int endDescriptor() const { return m_end.get(); }
     bool hasEnded() const;
 
+    /// Closes the child's input, too.
     void terminate() override;
 
     /// Leaves the running child alone: its output is closed, and terminate() does nothing from now on. The child must
@@ -47,6 +52,8 @@ private:
     FileDescriptor m_end;
     bool m_endIsPolled = false;
     mutable std::mutex m_mutex;
+    /// The writing end, where the child's input is a pipe.
+    FileDescriptor m_input;
     pid_t m_pid = 0;
     bool m_terminateWanted = false;
     bool m_isOver = false;

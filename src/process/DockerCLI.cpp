@@ -159,4 +159,11 @@ QCoro::Task<CommandResult> DockerCLI::run(QString path, QStringList arguments, s
                                        std::move(onOutput));
 }
 
+QCoro::Task<CommandResult> DockerCLI::runToItsEnd(QString path, QStringList arguments,
+                                                  std::chrono::duration<double> timeout,
+                                                  std::shared_ptr<ProcessHandle> handle, OutputCallback onOutput) {
+    return ProcessRunner::shared().runToItsEnd(std::move(path), std::move(arguments), timeout, std::move(handle),
+                                               std::move(onOutput));
+}
+
 } // namespace orvanel

@@ -70,6 +70,12 @@ QString friendlyMessage(const QString& output, bool timedOut);
 QCoro::Task<CommandResult> run(QString path, QStringList arguments, std::chrono::duration<double> timeout,
                                std::shared_ptr<ProcessHandle> handle = {}, OutputCallback onOutput = {});
 
+/// The same for a child that decides itself when it may end, and that may have become root, so that no signal of ours
+/// reaches it: its standard input is a pipe that stays open, and is closed beside the SIGTERM. A child that lives on is
+/// waited for, however long that takes.
+QCoro::Task<CommandResult> runToItsEnd(QString path, QStringList arguments, std::chrono::duration<double> timeout,
+                                       std::shared_ptr<ProcessHandle> handle = {}, OutputCallback onOutput = {});
+
 } // namespace DockerCLI
 
 /// A function like DockerCLI::run, for code that is told how to run commands.

@@ -65,7 +65,8 @@ void ProcessRun::start() {
         m_ended.complete(cancelledBeforeStart());
         return;
     }
-    const int error = m_child->start(m_request.path, m_request.arguments, DockerCLI::environmentFor(m_request.path));
+    const int error =
+        m_child->start(m_request.path, m_request.arguments, DockerCLI::environmentFor(m_request.path), m_request.input);
     if (error != 0) {
         m_ended.complete(couldNotRun(m_request.path, error));
         return;
@@ -104,7 +105,7 @@ void ProcessRun::timeLimitReached() {
 void ProcessRun::terminateAsked() {
     if (m_childHasEnded) {
         childEnded();
-    } else if (!m_patience) {
+    } else if (!m_patience && m_request.input == ChildInput::nullDevice) {
         m_patience = m_clock->callAfter(patience, later(&ProcessRun::patienceEnded));
     }
 }

@@ -21,13 +21,15 @@ struct RunRequest {
     std::chrono::duration<double> timeout{};
     std::shared_ptr<ProcessHandle> handle;
     DockerCLI::OutputCallback onOutput;
+    /// A child with an open pipe is waited for until it ends by itself.
+    ChildInput input = ChildInput::nullDevice;
 };
 
 /// One run from its start to its result, all on the I/O thread.
 ///
 /// It ends when the child has ended and the pipe is at its end. If a grandchild holds the pipe open longer, the run
-/// goes on reading until its time limit or a cancel. If the child ignores SIGTERM, the run ends without it; then this
-/// object stays only to reap the child.
+/// goes on reading until its time limit or a cancel. If the child ignores SIGTERM, the run ends without it, unless its
+/// input is a pipe; then this object stays only to reap the child.
 class ProcessRun final : public DescriptorWatcher, public std::enable_shared_from_this<ProcessRun> {
 public:
     ProcessRun(IoThread* io, Clock* clock, RunRequest request, Event<CommandResult> ended);

@@ -28,14 +28,27 @@ QCoro::Task<CommandResult> ProcessRunner::run(QString path, QStringList argument
                                               std::chrono::duration<double> timeout,
                                               std::shared_ptr<ProcessHandle> handle,
                                               DockerCLI::OutputCallback onOutput) {
-    if (handle && handle->isCancelled()) {
+    return perform(std::make_shared<RunRequest>(
+        RunRequest{std::move(path), std::move(arguments), timeout, std::move(handle), std::move(onOutput)}));
+}
+
+QCoro::Task<CommandResult> ProcessRunner::runToItsEnd(QString path, QStringList arguments,
+                                                      std::chrono::duration<double> timeout,
+                                                      std::shared_ptr<ProcessHandle> handle,
+                                                      DockerCLI::OutputCallback onOutput) {
+    return perform(std::make_shared<RunRequest>(RunRequest{
+        std::move(path), std::move(arguments), timeout, std::move(handle), std::move(onOutput), ChildInput::openPipe}));
+}
+
+QCoro::Task<CommandResult> ProcessRunner::perform(std::shared_ptr<RunRequest> request) {
+    if (request->handle && request->handle->isCancelled()) {
         co_return cancelledBeforeStart();
     }
     if (const int error = m_io->start(); error != 0) {
-        co_return couldNotRun(path, error);
+        co_return couldNotRun(request->path, error);
     }
     const Event<CommandResult> ended;
-    begin({std::move(path), std::move(arguments), timeout, std::move(handle), std::move(onOutput)}, ended);
+    begin(std::move(*request), ended);
     auto result = co_await ended;
     co_return result;
 }

@@ -28,8 +28,13 @@ public:
     /// See DockerCLI::run(). Called from any thread that runs an event loop, where it also ends.
     QCoro::Task<CommandResult> run(QString path, QStringList arguments, std::chrono::duration<double> timeout,
                                    std::shared_ptr<ProcessHandle> handle = {}, DockerCLI::OutputCallback onOutput = {});
+    /// See DockerCLI::runToItsEnd().
+    QCoro::Task<CommandResult> runToItsEnd(QString path, QStringList arguments, std::chrono::duration<double> timeout,
+                                           std::shared_ptr<ProcessHandle> handle = {},
+                                           DockerCLI::OutputCallback onOutput = {});
 
 private:
+    QCoro::Task<CommandResult> perform(std::shared_ptr<RunRequest> request);
     void begin(RunRequest request, Event<CommandResult> ended);
 
     Clock* const m_clock;

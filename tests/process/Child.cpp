@@ -186,6 +186,20 @@ int deaf(const Arguments& arguments) {
     return 7;
 }
 
+/// Ignores SIGTERM, tells when its input has ended, and runs on until FILE exists.
+int readInput(const Arguments& arguments) {
+    signal(SIGTERM, SIG_IGN);
+    say("ready");
+    char byte = 0;
+    while (read(STDIN_FILENO, &byte, 1) != 0) {
+        say(" input");
+    }
+    say(" end of input");
+    waitUntil([&] { return exists(arguments.at(0)); });
+    say(" done");
+    return 3;
+}
+
 /// Closes its streams and runs on until FILE exists.
 int closeOutput(const Arguments& arguments) {
     say("last words");
@@ -271,6 +285,7 @@ const std::map<std::string, int (*)(const Arguments&)> faces = {
     {"stay", stay},
     {"count-terms", countTerms},
     {"deaf", deaf},
+    {"read-input", readInput},
     {"close-output", closeOutput},
     {"leave-grandchild", leaveGrandchild},
     {"leave-chatterer", leaveChatterer},

@@ -237,6 +237,49 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return openFiles() == files; }));
     }
 
+    void childThatDecidesItselfIsWaitedFor_data() {
+        QTest::addColumn<bool>("byLimit");
+        QTest::newRow("cancelled") << false;
+        QTest::newRow("timed out") << true;
+    }
+
+    void childThatDecidesItselfIsWaitedFor() {
+        QFETCH(const bool, byLimit);
+        const TestHome home;
+        ProcessRunner runner(&m_clock);
+        QVERIFY(await(runChild(&runner, {u"exit"_s, u"0"_s})).isSuccess());
+        const auto files = openFiles();
+        const LiveOutput live;
+        const auto handle = std::make_shared<ProcessHandle>();
+        const QString child = QString::fromUtf8(PROCESS_TEST_CHILD);
+        const QStringList arguments{u"read-input"_s, home.path(u"go"_s)};
+        auto task = runner.runToItsEnd(child, arguments, 10s, handle, live.callback());
+        QVERIFY(live.arrives(u"ready"_s));
+        // Another child does not hold the pipe open.
+        const LiveOutput other;
+        auto otherTask = runChild(&runner, {u"count-terms"_s, home.path(u"go"_s)}, {}, other.callback());
+        QVERIFY(other.arrives(u"ready"_s));
+        m_clock.advance(9999ms);
+        QCOMPARE(live.text(), u"ready"_s);
+        if (byLimit) {
+            m_clock.advance(1ms);
+        } else {
+            handle->cancel();
+        }
+        QVERIFY(live.arrives(u"end of input"_s));
+        // It is given up by nobody.
+        m_clock.advance(1h);
+        QVERIFY(!task.isReady());
+        home.write(u"go"_s, {});
+        const CommandResult result = await(std::move(task));
+        QCOMPARE(result.status, 3);
+        QCOMPARE(result.output, u"ready end of input done"_s);
+        QVERIFY(result.timedOut || !byLimit);
+        QCOMPARE(result.cancelled, !byLimit);
+        await(std::move(otherTask));
+        QVERIFY(waitUntil([&] { return openFiles() == files; }));
+    }
+
     void deafChildIsGivenUpAfterACancel() {
         const TestHome home;
         ProcessRunner runner(&m_clock);
