@@ -36,6 +36,7 @@ ControllerEnvironment UserEnvironment::forController() {
     environment.notifier = &m_notifier;
     environment.loginItem = &m_loginItem;
     environment.desktop = &m_desktop;
+    environment.units = &m_units;
     environment.applicationSupport = folders::applicationSupport();
     environment.pageAnswers = [this](int port) { return m_statusPage.pageAnswers(port); };
     environment.fetchStatusPage = [this](int port, const QString& slug) { return m_statusPage.fetch(port, slug); };

@@ -4,6 +4,7 @@
 #include "platform/AutostartEntry.h"
 #include "platform/DesktopNotifier.h"
 #include "platform/FreedesktopDesktop.h"
+#include "platform/SystemdUnits.h"
 #include "release/ReleaseClient.h"
 #include "statuspage/StatusPageClient.h"
 
@@ -26,6 +27,7 @@ private:
     DesktopNotifier m_notifier;
     AutostartEntry m_loginItem;
     FreedesktopDesktop m_desktop;
+    SystemdUnits m_units{SystemdUnits::systemBus(), SystemdUnits::userBus()};
     StatusPageClient m_statusPage;
     ReleaseClient m_releases;
 };

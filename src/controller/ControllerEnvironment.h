@@ -4,6 +4,7 @@
 #include "platform/Dialogs.h"
 #include "platform/LoginItem.h"
 #include "platform/Notifier.h"
+#include "platform/ServiceUnits.h"
 #include "platform/SettingsStore.h"
 #include "release/ReleaseAnswer.h"
 #include "statuspage/StatusPageResult.h"
@@ -27,6 +28,8 @@ struct ControllerEnvironment {
     LoginItem* loginItem = nullptr;
     Desktop* desktop = nullptr;
     Dialogs* dialogs = nullptr;
+    /// Null where there is no service manager.
+    ServiceUnits* units = nullptr;
 
     /// The user's application-support folder.
     QString applicationSupport = {};

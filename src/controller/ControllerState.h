@@ -1,6 +1,7 @@
 #pragma once
 
 #include "controller/Conversion.h"
+#include "platform/ServiceUnits.h"
 #include "statuspage/StatusPageResult.h"
 #include "task/Clock.h"
 
@@ -94,6 +95,12 @@ struct ControllerState {
     QString setupLog = {};
     std::optional<QString> brewPath = {};
     std::optional<QString> colimaPath = {};
+    /// The service that would bring Docker up, while no runtime answers; none where the computer knows no such.
+    std::optional<ServiceUnit> stoppedService = {};
+    /// Whether polkit can ask for the password and let the user use Docker.
+    bool canBeLetIn = false;
+    /// With what the computer's own package manager would install Docker ("apt-get install docker.io"), if it can.
+    std::optional<QString> installCommand = {};
     QList<MonitorRow> monitors = {};
     QString statusTitle = {};
     /// Why the status page could not be read.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "backup/BackupManager.h"
+#include "controller/RootHelper.h"
 #include "process/DockerCLI.h"
 
 namespace orvanel {
@@ -11,6 +12,9 @@ using namespace Qt::StringLiterals;
 /// replace each function with its own. What the functions refer to must outlive the controller.
 struct HostFunctions {
     RunCommand run = &DockerCLI::run;
+    /// For the root helper.
+    RunCommand runToItsEnd = &DockerCLI::runToItsEnd;
+    std::function<std::optional<RootHelper>()> rootHelper = &RootHelper::find;
     std::function<std::optional<QString>(const QString& override)> findDocker = &DockerCLI::find;
     std::function<std::optional<QString>(const QString& name)> findTool = &DockerCLI::findTool;
     std::function<std::optional<QString>(const QString& name)> findToolElsewhere = &DockerCLI::findOutsideSearchFolders;

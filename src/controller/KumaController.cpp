@@ -2,6 +2,7 @@
 
 #include "controller/BackupOperations.h"
 #include "controller/ControllerEnvironment.h"
+#include "controller/DockerInstaller.h"
 #include "controller/ImageTag.h"
 #include "controller/Poller.h"
 #include "controller/RuntimeSetup.h"
@@ -25,8 +26,12 @@ struct KumaController::Parts {
         , conversions(context, *env.dialogs, env.pageAnswers)
         , containerOperations(context, *operations, conversions, dataTurns, *env.dialogs, tasks)
         , statusWatch(*state, *env.clock, *env.notifier, env.fetchStatusPage)
-        , poller(context, *operations, conversions, statusWatch, *env.clock, tasks, [this] { wayBack.look(); })
-        , runtimeSetup(context, *env.clock, refresh, tasks)
+        , setup(context, *env.clock, refresh, tasks)
+        , runtimeSetup(setup)
+        , dockerInstaller(setup)
+        , dockerService(setup, env.units)
+        , poller(context, *operations, conversions, dockerService, statusWatch, *env.clock, tasks,
+                 [this] { wayBack.look(); })
         , updater(context, settings, *operations, containerOperations, dataTurns, *env.dialogs, env.fetchLatestRelease,
                   tasks)
         , backups(context, operations, containerOperations, dataTurns, *env.dialogs, *env.desktop, *env.clock, tasks)
@@ -49,8 +54,11 @@ struct KumaController::Parts {
     const ConversionWatch conversions;
     ContainerOperations containerOperations;
     StatusWatch statusWatch;
-    Poller poller;
+    SetupFrame setup;
     RuntimeSetup runtimeSetup;
+    DockerInstaller dockerInstaller;
+    DockerService dockerService;
+    Poller poller;
     Updater updater;
     BackupOperations backups;
     WayBack wayBack;
@@ -207,8 +215,20 @@ void KumaController::startRuntime() {
     m_parts->runtimeSetup.start();
 }
 
+void KumaController::installDocker() {
+    m_parts->dockerInstaller.install();
+}
+
+void KumaController::joinDockerGroup() {
+    m_parts->dockerInstaller.join();
+}
+
+void KumaController::startDockerService() {
+    m_parts->dockerService.start();
+}
+
 void KumaController::cancelSetup() {
-    m_parts->runtimeSetup.cancel();
+    m_parts->setup.cancel();
 }
 
 void KumaController::checkForUpdates() {
@@ -242,7 +262,7 @@ std::optional<QString> KumaController::prepareFiles() {
 void KumaController::shutdownPolling() {
     m_parts->bringUp.forbid();
     m_parts->poller.end();
-    m_parts->runtimeSetup.cancel();
+    m_parts->setup.cancel();
     m_parts->operations->cancelChild();
     m_parts->backups.stopWaiting();
     // The program may end before the operation notices that its download was cancelled.

@@ -89,6 +89,13 @@ public:
     void installAndStartRuntime();
     /// Starts Colima, unless a runtime answers already.
     void startRuntime();
+    /// Installs Docker with the computer's own package manager, starts it and lets the user use it; asks for the
+    /// password.
+    void installDocker();
+    /// Adds the user to the group that may use Docker, and lets them use it at once; asks for the password.
+    void joinDockerGroup();
+    /// Starts the service that the state offers; may ask for the password.
+    void startDockerService();
     void cancelSetup();
 
     // --- Updates.

@@ -21,10 +21,12 @@ constexpr auto provenRun = 60s;
 } // namespace
 
 Poller::Poller(const ContainerContext& context, Operations& operations, const ConversionWatch& conversions,
-               StatusWatch& statusWatch, Clock& clock, TaskScope& tasks, std::function<void()> alsoEachTime)
+               const DockerService& service, StatusWatch& statusWatch, Clock& clock, TaskScope& tasks,
+               std::function<void()> alsoEachTime)
     : m_context(context)
     , m_operations(operations)
     , m_conversions(conversions)
+    , m_service(service)
     , m_statusWatch(statusWatch)
     , m_clock(clock)
     , m_tasks(tasks)
@@ -115,6 +117,12 @@ QCoro::Task<void> Poller::refresh(std::stop_token stop) {
         }
         publishDockerAnswers();
         publishRestarting(wasInterrupted);
+    } else if (probe.status != 0 && !saysNoContainer(probe.output)) {
+        const std::optional<ServiceUnit> service = co_await m_service.findStopped(probe.output);
+        if (isOutdated(container, generation)) {
+            co_return;
+        }
+        publishNoRuntime(probe.output, service);
     } else {
         publishNotRunning(probe);
     }
@@ -137,6 +145,12 @@ std::optional<Container> Poller::findTools() {
     StateStore& state = m_context.state;
     state.set(&ControllerState::brewPath, m_context.host.tool(u"brew"_s));
     state.set(&ControllerState::colimaPath, m_context.host.tool(u"colima"_s));
+    // Nobody needs it while Docker answers, and the look is at many files.
+    if (state->dockerState != DockerState::ready) {
+        const std::optional<RootHelper> helper = m_context.host.rootHelper();
+        state.set(&ControllerState::canBeLetIn, helper.has_value());
+        state.set(&ControllerState::installCommand, helper ? helper->installCommand : std::nullopt);
+    }
     std::optional<Container> container = findContainer(m_context);
     if (!container) {
         setDockerState(state, DockerState::missing);
@@ -179,18 +193,21 @@ void Poller::publishRunning(PageAnswer page, const std::optional<Conversion>& co
     });
 }
 
+void Poller::publishNoRuntime(const QString& details, const std::optional<ServiceUnit>& service) {
+    m_context.state.update([&](ControllerState& state) {
+        state.dockerState = DockerState::notRunning;
+        state.runtimeDetails = details;
+        state.stoppedService = service;
+    });
+    publishStopped();
+}
+
 void Poller::publishNotRunning(const CommandResult& probe) {
-    StateStore& state = m_context.state;
+    publishDockerAnswers();
     if (probe.status != 0) {
-        if (saysNoContainer(probe.output)) {
-            publishDockerAnswers();
-        } else {
-            setDockerState(state, DockerState::notRunning, probe.output);
-        }
         publishStopped();
         return;
     }
-    publishDockerAnswers();
     publishStopped(stateWord(probe.output));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "controller/ConversionWatch.h"
+#include "controller/DockerService.h"
 #include "controller/Operations.h"
 #include "controller/StatusWatch.h"
 
@@ -13,7 +14,8 @@ namespace orvanel {
 class Poller {
 public:
     Poller(const ContainerContext& context, Operations& operations, const ConversionWatch& conversions,
-           StatusWatch& statusWatch, Clock& clock, TaskScope& tasks, std::function<void()> alsoEachTime = {});
+           const DockerService& service, StatusWatch& statusWatch, Clock& clock, TaskScope& tasks,
+           std::function<void()> alsoEachTime = {});
 
     /// Starts the poll loop, unless it runs already.
     void begin();
@@ -35,10 +37,12 @@ private:
     void publishStopped(const QString& word = {});
     bool mayRestartAgain() const;
     void publishNotRunning(const CommandResult& probe);
+    void publishNoRuntime(const QString& details, const std::optional<ServiceUnit>& service);
 
     const ContainerContext m_context;
     Operations& m_operations;
     const ConversionWatch& m_conversions;
+    const DockerService& m_service;
     StatusWatch& m_statusWatch;
     Clock& m_clock;
     TaskScope& m_tasks;

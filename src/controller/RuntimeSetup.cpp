@@ -1,8 +1,5 @@
 #include "controller/RuntimeSetup.h"
 
-#include "controller/CappedLog.h"
-#include "task/Clock.h"
-
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -11,53 +8,23 @@ namespace {
 
 constexpr auto installLimit = 1800s;
 constexpr auto startLimit = 900s;
-constexpr auto waitProbeLimit = 10s;
-constexpr auto waitPause = 2s;
-constexpr int waitProbes = 10;
-
-Failure cancelledOr(const CommandResult& result, const QString& message) {
-    return failed(result.cancelled ? u"Cancelled."_s : message, result.output);
-}
 
 } // namespace
 
-RuntimeSetup::RuntimeSetup(const ContainerContext& context, Clock& clock, Refresh refresh, TaskScope& tasks)
-    : m_context(context)
-    , m_clock(clock)
-    , m_refresh(std::move(refresh))
-    , m_slot(tasks) {}
+RuntimeSetup::RuntimeSetup(SetupFrame& frame)
+    : m_frame(frame) {}
 
 void RuntimeSetup::installAndStart() {
-    run(u"runtime installation"_s, [this](std::stop_token stop) { return performInstall(stop); });
+    m_frame.run(u"runtime installation"_s, [this](std::stop_token stop) { return performInstall(stop); });
 }
 
 void RuntimeSetup::start() {
-    const std::optional<Container> container = knownContainer(m_context);
+    const std::optional<Container> container = knownContainer(m_frame.context());
     if (container) {
-        run(u"runtime start"_s,
-            [this, container = *container](std::stop_token stop) { return startColimaIfNeeded(container, stop); });
-    }
-}
-
-/// The log stays afterwards, so that a failed setup can be read.
-void RuntimeSetup::run(const QString& name, OperationSlot::Body body) {
-    if (m_slot.isTaken()) {
-        return;
-    }
-    m_context.state.update([](ControllerState& state) {
-        state.error = std::nullopt;
-        state.suggestedPort = std::nullopt;
-        state.setupLog.clear();
-    });
-    m_slot.begin(name, std::move(body), [this](const Outcome& outcome, const std::stop_token&) {
-        m_context.state.update([&outcome](ControllerState& state) {
-            state.setupBusy = std::nullopt;
-            if (outcome) {
-                state.error = outcome->error;
-                state.suggestedPort = outcome->suggestedPort;
-            }
+        m_frame.run(u"runtime start"_s, [this, container = *container](std::stop_token stop) {
+            return startColimaIfNeeded(container, stop);
         });
-    });
+    }
 }
 
 QCoro::Task<Outcome> RuntimeSetup::performInstall(std::stop_token stop) {
@@ -65,13 +32,10 @@ QCoro::Task<Outcome> RuntimeSetup::performInstall(std::stop_token stop) {
     if (notInstalled) {
         co_return notInstalled;
     }
-    m_context.state.update([](ControllerState& state) {
-        state.dockerPath = std::nullopt;
-        state.composeAvailable = std::nullopt;
-    });
-    const std::optional<Container> found = findContainer(m_context);
+    m_frame.forgetDocker();
+    const std::optional<Container> found = findContainer(m_frame.context());
     if (!found) {
-        co_return failed(u"The docker command line tool was not found after the install."_s, m_context.state->setupLog);
+        co_return m_frame.dockerNotFound();
     }
     const Container& container = *found;
     const Outcome started = co_await startColimaIfNeeded(container, stop);
@@ -80,8 +44,8 @@ QCoro::Task<Outcome> RuntimeSetup::performInstall(std::stop_token stop) {
 
 /// Installs what is missing.
 QCoro::Task<Outcome> RuntimeSetup::install() {
-    const HostFunctions& host = m_context.host;
-    if (host.tool(u"colima"_s) && host.docker(m_context.state->dockerOverride)) {
+    const HostFunctions& host = m_frame.host();
+    if (host.tool(u"colima"_s) && host.docker(m_frame.state()->dockerOverride)) {
         co_return std::nullopt;
     }
     const std::optional<QString> brew = host.tool(u"brew"_s);
@@ -100,11 +64,10 @@ QCoro::Task<Outcome> RuntimeSetup::install() {
 QCoro::Task<Outcome> RuntimeSetup::startColimaIfNeeded(Container container, std::stop_token stop) {
     const CommandResult probe = co_await container.runtime();
     if (probe.isSuccess()) {
-        publishReady(container);
-        co_await m_refresh(stop);
+        co_await m_frame.publishReady(container.docker(), stop);
         co_return std::nullopt;
     }
-    const std::optional<QString> colima = m_context.host.tool(u"colima"_s);
+    const std::optional<QString> colima = m_frame.host().tool(u"colima"_s);
     if (!colima) {
         co_return failed(u"Colima is not installed."_s, probe.output);
     }
@@ -114,45 +77,21 @@ QCoro::Task<Outcome> RuntimeSetup::startColimaIfNeeded(Container container, std:
     if (!start.isSuccess()) {
         co_return cancelledOr(start, u"Colima could not start."_s);
     }
-    const bool answers = co_await waitForDaemon(container.docker(), stop);
-    if (!answers) {
+    const CommandResult answer = co_await m_frame.waitForDaemon(container.docker(), stop);
+    if (!answer.isSuccess()) {
         co_return failed(u"Colima started but the Docker daemon is not answering."_s, start.output);
     }
-    publishReady(container);
-    co_await m_refresh(stop);
+    co_await m_frame.publishReady(container.docker(), stop);
     co_return std::nullopt;
 }
 
-/// Says nothing of another tool that the user may have chosen meanwhile.
-void RuntimeSetup::publishReady(const Container& container) {
-    if (m_context.state->dockerPath == container.docker()) {
-        setDockerState(m_context.state, DockerState::ready);
-    }
-}
-
-/// A cancel only cuts the pauses short: the remaining probes run, because the runtime itself is started already.
-QCoro::Task<bool> RuntimeSetup::waitForDaemon(QString docker, std::stop_token stop) {
-    const QStringList ps(u"ps"_s);
-    for (int probes = 0; probes < waitProbes; ++probes) {
-        const CommandResult probe = co_await m_context.host.run(docker, ps, waitProbeLimit, nullptr, nullptr);
-        if (probe.isSuccess()) {
-            co_return true;
-        }
-        co_await sleepFor(&m_clock, waitPause, stop);
-    }
-    co_return false;
-}
-
 QCoro::Task<CommandResult> RuntimeSetup::command(QString path, QStringList arguments, std::chrono::seconds limit) {
-    const DockerCLI::OutputCallback feed = cappedLogFeed(m_context.state, &ControllerState::setupLog);
-    return m_context.host.run(path, arguments, limit, m_slot.handle(), feed);
+    return m_frame.host().run(path, arguments, limit, m_frame.handle(), m_frame.log());
 }
 
 void RuntimeSetup::showStep(const QString& text, const QString& commandLine) {
-    m_context.state.update([&](ControllerState& state) {
-        state.setupBusy = text;
-        state.setupLog = appendCapped(state.setupLog, u"$ %1\n"_s.arg(commandLine));
-    });
+    m_frame.showTitle(text);
+    m_frame.addToLog(u"$ %1\n"_s.arg(commandLine));
 }
 
 } // namespace orvanel

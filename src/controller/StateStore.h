@@ -48,6 +48,7 @@ inline void setDockerState(StateStore& state, DockerState dockerState, const QSt
     state.update([&](ControllerState& next) {
         next.dockerState = dockerState;
         next.runtimeDetails = details;
+        next.stoppedService = std::nullopt;
     });
 }
 

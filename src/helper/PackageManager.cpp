@@ -60,6 +60,12 @@ PackageManager pacman() {
             .successes = {}};
 }
 
+struct Candidate {
+    PackageManager manager;
+    /// What only the distributions have that are made with it. Any of them can be installed elsewhere, too.
+    const char* home;
+};
+
 std::string valueOf(const std::string& line, const std::string& field) {
     const std::string start = field + ": ";
     return line.compare(0, start.size(), start) == 0 ? line.substr(start.size()) : std::string();
@@ -82,12 +88,19 @@ std::optional<PackageManager> packageManagerOf(const std::string& root) {
     if (::access((root + "/run/ostree-booted").c_str(), F_OK) == 0) {
         return std::nullopt;
     }
-    for (const PackageManager& manager : {aptGet(), dnf(), zypper(), pacman()}) {
-        if (::access((root + manager.install.front()).c_str(), X_OK) == 0) {
-            return manager;
+    std::optional<PackageManager> found;
+    for (const Candidate& candidate :
+         {Candidate{aptGet(), "/etc/debian_version"}, Candidate{dnf(), "/etc/redhat-release"},
+          Candidate{zypper(), "/etc/products.d"}, Candidate{pacman(), "/etc/arch-release"}}) {
+        if (::access((root + candidate.manager.install.front()).c_str(), X_OK) != 0) {
+            continue;
         }
+        if (::access((root + candidate.home).c_str(), F_OK) == 0) {
+            return candidate.manager;
+        }
+        found = found ? found : candidate.manager;
     }
-    return std::nullopt;
+    return found;
 }
 
 std::vector<std::string> chosenExtras(const std::string& description) {

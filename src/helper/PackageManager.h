@@ -27,7 +27,7 @@ struct PackageManager {
     std::vector<int> successes;
 };
 
-/// The one that this computer has, below `root`; none where it has none that we know, or where the system's files
+/// The one that this computer has, below `root`; of several, the one that its distribution is made with. None where it has none that we know, or where the system's files
 /// cannot be changed by it (an image-based system).
 std::optional<PackageManager> packageManagerOf(const std::string& root);
 

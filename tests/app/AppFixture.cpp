@@ -31,6 +31,7 @@ AppFixture::~AppFixture() {
         delete m_app->window(id);
     }
     page.letGo();
+    units.letGo();
     const auto isIdle = [&] { return controller.isIdle() && underWay().isEmpty(); };
     const bool ended = waitUntil([&] {
         settle();

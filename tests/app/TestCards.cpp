@@ -20,10 +20,16 @@ namespace {
 
 const auto brew = u"brew"_s;
 const auto colima = u"colima"_s;
+/// For the rows of a table: neither is found like a tool.
+const auto apt = u"apt-get"_s;
+const auto service = u"docker.service"_s;
 const auto installBoth = u"Install Colima and Docker"_s;
 const auto startColima = u"Start Colima"_s;
 const auto installColima = u"Install Colima"_s;
 const auto getHomebrew = u"Get Homebrew"_s;
+const auto installDocker = u"Install Docker"_s;
+const auto startDocker = u"Start Docker"_s;
+const auto letMeUse = u"Let me use Docker"_s;
 const auto checkAgain = u"Check again"_s;
 const auto settings = u"Settings"_s;
 const auto showDetails = u"Show details"_s;
@@ -351,6 +357,12 @@ private Q_SLOTS:
         };
         row("missing", "missing", {brew}, {installBoth, checkAgain, settings});
         row("missing, no Homebrew", "missing", {}, {getHomebrew, checkAgain, settings});
+        row("missing, package manager", "missing", {apt}, {installDocker, checkAgain, settings});
+        row("missing, both", "missing", {apt, brew}, {installDocker, installBoth, checkAgain, settings});
+        row("service stopped", "down", {service, apt}, {startDocker, checkAgain, settings, showDetails});
+        row("service and Colima", "down", {service, colima},
+            {startDocker, startColima, checkAgain, settings, showDetails});
+        row("refused", "denied", {apt, brew, colima}, {letMeUse, checkAgain, settings, showDetails});
         row("Colima not started", "down", {brew, colima}, {startColima, checkAgain, settings, showDetails});
         row("no Colima", "down", {brew}, {installColima, checkAgain, settings, showDetails});
         row("neither", "down", {}, {getHomebrew, checkAgain, settings, showDetails});
@@ -366,10 +378,18 @@ private Q_SLOTS:
         for (const QString& tool : tools) {
             install(view, tool);
         }
+        if (tools.contains(apt)) {
+            view.world.rootHelper = aptHelper();
+        }
+        if (tools.contains(service)) {
+            view.world.units.states = {{service, UnitState{u"loaded"_s, u"inactive"_s}}};
+        }
         if (docker == u"missing"_s) {
             view.world.installedDocker = std::nullopt;
         }
-        view.world.docker().daemon = docker == u"down"_s ? standin::Daemon::down : standin::Daemon::up;
+        view.world.docker().daemon = docker == u"down"_s     ? standin::Daemon::down
+                                     : docker == u"denied"_s ? standin::Daemon::denied
+                                                             : standin::Daemon::up;
         view.open();
         if (docker == u"running"_s) {
             QVERIFY(view.world.isPolledAsRunning());

@@ -65,7 +65,9 @@ bool mayOperationRun(const QString& label, const QStringList& commands) {
 }
 
 bool maySetupRun(const QStringList& commands) {
-    return fits(u"(brew install;)?(info;(colima start;(ps;){0,10})?)?"_s, commands);
+    return fits(u"(brew install;)?(info;(colima start;(ps;){0,10})?)?"
+                "|pkexec install;(ps;){0,10}|pkexec join;(ps;)?|(ps;){0,90}(journalctl;)?"_s,
+                commands);
 }
 
 } // namespace orvanel::test

@@ -50,12 +50,15 @@ ControllerEnvironment ControllerFixture::environment() {
     env.loginItem = &loginItem;
     env.desktop = &desktop;
     env.dialogs = &dialogs;
+    env.units = &units;
     env.applicationSupport = applicationSupport;
     const auto host = std::make_shared<HostFunctions>();
     host->run = [this](QString path, QStringList arguments, std::chrono::duration<double> limit,
                        std::shared_ptr<ProcessHandle> handle, DockerCLI::OutputCallback onOutput) {
         return run(std::move(path), std::move(arguments), limit, std::move(handle), std::move(onOutput));
     };
+    host->runToItsEnd = host->run;
+    host->rootHelper = [this] { return rootHelper; };
     host->findDocker = [this](const QString& override) -> std::optional<QString> {
         dockerSearches += 1;
         return executables.contains(override.trimmed()) ? override.trimmed() : installedDocker;
@@ -176,6 +179,7 @@ void ControllerFixture::endController() {
     page.letGo();
     releases.letGo();
     backups.letGo();
+    units.letGo();
     dialogs.close();
     if (!everythingEnds()) {
         qFatal("the controller did not end");

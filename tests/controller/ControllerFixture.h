@@ -4,6 +4,7 @@
 #include "ScriptedBackups.h"
 #include "ScriptedPage.h"
 #include "ScriptedReleases.h"
+#include "ScriptedUnits.h"
 #include "controller/ControllerEnvironment.h"
 #include "controller/HostFunctions.h"
 #include "controller/KumaController.h"
@@ -51,6 +52,7 @@ public:
     RecordingLoginItem loginItem;
     RecordingDesktop desktop;
     RecordingDialogs dialogs;
+    ScriptedUnits units;
 
     /// Runs the commands; the stand-in docker, unless a test replaces it.
     RunCommand runner;
@@ -65,6 +67,8 @@ public:
     QMap<QString, QString> installedTools;
     /// The tools that are only found where Linux puts them.
     QMap<QString, QString> toolsElsewhere;
+    /// What asks for the password; none is there at first.
+    std::optional<RootHelper> rootHelper;
     int dockerSearches = 0;
     QStringList toolSearches;
 
@@ -123,6 +127,11 @@ private:
     std::unique_ptr<SettingsStore> m_settings;
     std::unique_ptr<KumaController> m_controller;
 };
+
+/// The root helper of a computer with polkit and apt-get.
+inline RootHelper aptHelper() {
+    return {u"/usr/bin/pkexec"_s, u"/usr/libexec/orvanel-docker-setup"_s, u"apt-get install docker.io"_s};
+}
 
 /// The names of commands, or the arguments of one, to compare with.
 QStringList names(std::initializer_list<const char*> list);

@@ -150,6 +150,9 @@ QCoro::Task<CommandResult> ControllerWatch::runSetup(QString path, QStringList a
     m_cause = {};
     if (result.isSuccess() && (name == u"info" || name == u"ps")) {
         m_cause = {Cause::Kind::setup, m_operations, path};
+    }
+    // Whatever it was answered: a service that refuses its user is up.
+    if (name == u"info" || name == u"ps") {
         m_mayLook = true;
     }
     co_return result;

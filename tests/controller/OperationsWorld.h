@@ -21,6 +21,7 @@ public:
         host.findTool = [this](const QString& name) {
             return tools.contains(name) ? std::optional<QString>(u"/opt/bin/"_s + name) : std::nullopt;
         };
+        host.rootHelper = [] { return std::nullopt; };
         docker.state().images["louislam/uptime-kuma:2"] = "sha256:1";
     }
 

@@ -22,9 +22,41 @@ void RandomSequence::changeTools() {
             m_world.installedTools.insert(tool, u"/opt/bin/"_s + tool);
         }
     }
+    m_world.rootHelper.reset();
+    if (chance(60)) {
+        m_world.rootHelper = aptHelper();
+    }
     m_world.docker().colimaDelay = oneOf({0, 0, 2, -1});
     m_world.docker().compose = chance(70);
     m_world.docker().warning = chance(20) ? "WARNING: not found\n" : "";
+}
+
+void RandomSequence::changeUnits() {
+    const QString load = oneOf({u"loaded"_s, u"loaded"_s, u"masked"_s, u"not-found"_s});
+    const QString active = oneOf({u"inactive"_s, u"inactive"_s, u"failed"_s, u"active"_s, u"activating"_s});
+    note(load + u' ' + active);
+    m_world.units.states = {{u"docker.service"_s, UnitState{load, active}}};
+    m_world.units.holds = chance(40);
+    m_world.units.activeAfterStart = oneOf({u"active"_s, u"active"_s, u"activating"_s, u"failed"_s});
+    m_world.units.refusal.reset();
+    if (chance(50)) {
+        m_world.docker().daemon = standin::Daemon::down;
+    }
+    if (chance(40)) {
+        m_world.units.refusal = UnitRefusal{UnitRefusal::Reason::notAllowed, u"Access denied"_s};
+    }
+    m_world.units.onStart = [this] {
+        if (chance(60)) {
+            m_world.docker().daemon = oneOf({standin::Daemon::up, standin::Daemon::denied});
+        }
+    };
+}
+
+void RandomSequence::answerUnits() {
+    for (const auto& question : m_world.units.questions) {
+        question.complete(m_world.units.refusal);
+    }
+    m_world.units.questions.clear();
 }
 
 void RandomSequence::changeRegistry() {
@@ -62,31 +94,39 @@ void RandomSequence::changeContainer() {
 }
 
 void RandomSequence::delayCommand() {
-    const char* command =
-        oneOf({"inspect", "inspect", "inspect", "info", "image inspect", "compose version", "compose up",
-               "compose pull", "compose stop", "run", "unpause", "stop", "logs", "brew install", "colima start"});
+    const char* command = oneOf({"inspect", "inspect", "inspect", "info", "image inspect", "compose version",
+                                 "compose up", "compose pull", "compose stop", "run", "unpause", "stop", "logs",
+                                 "brew install", "colima start", "pkexec install", "pkexec join"});
     const milliseconds time(below(12000));
     note(u"%1 %2"_s.arg(QString::fromLatin1(command)).arg(time.count()));
     m_world.delay(command, time, 1);
 }
 
 void RandomSequence::hangCommand() {
-    const char* command =
-        oneOf({"inspect", "info", "image inspect", "compose version", "compose up", "compose pull", "pull",
-               "compose stop", "unpause", "stop", "compose down", "rm", "run", "logs", "brew install", "colima start"});
+    const char* command = oneOf({"inspect", "info", "image inspect", "compose version", "compose up", "compose pull",
+                                 "pull", "compose stop", "unpause", "stop", "compose down", "rm", "run", "logs",
+                                 "brew install", "colima start", "pkexec install", "pkexec join"});
     note(QString::fromLatin1(command));
     m_world.hang(command, 1);
 }
 
 void RandomSequence::failCommand() {
-    const char* command =
-        oneOf({"inspect", "info", "image inspect", "compose version", "compose up", "compose pull", "pull",
-               "compose stop", "unpause", "stop", "compose down", "rm", "run", "brew install", "colima start", "ps"});
+    const char* command = oneOf({"inspect", "info", "image inspect", "compose version", "compose up", "compose pull",
+                                 "pull", "compose stop", "unpause", "stop", "compose down", "rm", "run", "brew install",
+                                 "colima start", "ps", "pkexec install", "pkexec join"});
     note(QString::fromLatin1(command));
     m_world.answer(command, 1,
                    oneOf({QString(), u"Cannot connect to the Docker daemon"_s, u"port is already allocated"_s,
                           u"No such container"_s}),
                    1, milliseconds(below(3000)));
+}
+
+/// Named by where the helper stopped, and by how pkexec ends.
+void RandomSequence::failHelper() {
+    const char* command = oneOf({"pkexec install", "pkexec join"});
+    const int status = oneOf({0, 66, 68, 70, 71, 72, 73, 126, 127});
+    note(u"%1 %2"_s.arg(QString::fromLatin1(command)).arg(status));
+    m_world.answer(command, status, u"words\n"_s, 1, milliseconds(below(3000)));
 }
 
 void RandomSequence::changePage() {

@@ -37,7 +37,10 @@ const std::vector<RandomSequence::Choice>& RandomSequence::choices() {
         {4, "restore", &S::restoreBackup},
         {3, "install the runtime", &S::installRuntime},
         {4, "start the runtime", &S::startRuntime},
-        {3, "cancel the setup", &S::cancelSetup},
+        {3, "install Docker", &S::installDocker},
+        {3, "join the group", &S::joinGroup},
+        {4, "start the service", &S::startService},
+        {4, "cancel the setup", &S::cancelSetup},
         {4, "recheck", &S::recheck},
         {2, "logs", &S::fetchLogs},
         {6, "begin", &S::begin},
@@ -50,12 +53,15 @@ const std::vector<RandomSequence::Choice>& RandomSequence::choices() {
         {3, "override", &S::changeOverride},
         {4, "daemon", &S::changeDaemon},
         {3, "tools", &S::changeTools},
+        {4, "services", &S::changeUnits},
+        {4, "password", &S::answerUnits},
         {3, "registry", &S::changeRegistry},
         {3, "ports", &S::changePorts},
         {4, "container", &S::changeContainer},
         {6, "delay", &S::delayCommand},
         {2, "hang", &S::hangCommand},
         {3, "fail", &S::failCommand},
+        {3, "fail the helper", &S::failHelper},
         {5, "page", &S::changePage},
         {5, "answer of the page", &S::answerPage},
         {6, "status page", &S::changeStatusPage},
@@ -156,6 +162,7 @@ void RandomSequence::finish() {
     m_world.page.letGo();
     m_world.releases.letGo();
     m_world.backups.letGo();
+    m_world.units.letGo();
     m_world.dialogs.close();
     const auto isOver = [this] { return m_kuma->isIdle() && m_tasks.running() == 0; };
     for (int turn = 0; turn < mostTurns; ++turn) {
@@ -251,6 +258,18 @@ void RandomSequence::installRuntime() {
 
 void RandomSequence::startRuntime() {
     requestSetup(&KumaController::startRuntime);
+}
+
+void RandomSequence::installDocker() {
+    requestSetup(&KumaController::installDocker);
+}
+
+void RandomSequence::joinGroup() {
+    requestSetup(&KumaController::joinDockerGroup);
+}
+
+void RandomSequence::startService() {
+    requestSetup(&KumaController::startDockerService);
 }
 
 void RandomSequence::requestSetup(void (KumaController::*request)()) {

@@ -54,6 +54,9 @@ private:
     void restoreBackup();
     void installRuntime();
     void startRuntime();
+    void installDocker();
+    void joinGroup();
+    void startService();
     void requestSetup(void (KumaController::*request)());
     void cancelSetup();
     void recheck();
@@ -70,12 +73,15 @@ private:
 
     void changeDaemon();
     void changeTools();
+    void changeUnits();
+    void answerUnits();
     void changeRegistry();
     void changePorts();
     void changeContainer();
     void delayCommand();
     void hangCommand();
     void failCommand();
+    void failHelper();
     void changePage();
     void answerPage();
     void changeStatusPage();

@@ -7,8 +7,8 @@ using namespace Qt::StringLiterals;
 namespace orvanel::test {
 
 bool SetupWatch::owns(const QString& command) const {
-    return command == u"brew install" || command == u"colima start" || command == u"ps" ||
-           (command == u"info" && m_isInfoNext);
+    return command == u"brew install" || command == u"colima start" || command == u"ps" || command == u"journalctl" ||
+           command.startsWith(u"pkexec"_s) || (command == u"info" && m_isInfoNext);
 }
 
 QString SetupWatch::commandBegins(const QString& command, bool isCancelled) {
@@ -16,7 +16,10 @@ QString SetupWatch::commandBegins(const QString& command, bool isCancelled) {
         return u"%1 begins while %2 of a setup is under way"_s.arg(command, m_underWay);
     }
     const bool isAfterInstall = command == u"info" && m_commands == QStringList(u"brew install"_s);
-    const bool isFirst = command == u"brew install" || (command == u"info" && !isAfterInstall);
+    // Nothing but a start of the service begins with this question.
+    const bool isOfService = command == u"ps" && m_commands == QStringList(u"info"_s);
+    const bool isFirst = command == u"brew install" || command.startsWith(u"pkexec"_s) || isOfService ||
+                         (command == u"info" && !isAfterInstall);
     if (isFirst) {
         m_commands.clear();
         m_isCancelled = false;

@@ -29,7 +29,8 @@ struct World : OperationsWorld {
         }
     }
 
-    RuntimeSetup setup{context, clock, refresh, tasks};
+    SetupFrame frame{context, clock, refresh, tasks};
+    RuntimeSetup setup{frame};
 };
 
 } // namespace
@@ -107,7 +108,7 @@ private Q_SLOTS:
         world.settle();
         QCOMPARE(world.takeCommands(), QStringList(u"brew install"_s));
         QCOMPARE((*world.state)->setupBusy, std::optional(u"Installing Colima and Docker with Homebrew"_s));
-        world.setup.cancel();
+        world.frame.cancel();
         world.settle();
         QCOMPARE(world.message(), u"Cancelled."_s);
         QVERIFY(!(*world.state)->setupBusy);

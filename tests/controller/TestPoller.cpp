@@ -26,7 +26,9 @@ struct World : OperationsWorld {
 
     RecordingNotifier notifier;
     StatusWatch watch{*state, clock, notifier, [this](int port, QString slug) { return page.fetch(port, slug); }};
-    Poller poller{context, *operations, conversions, watch, clock, tasks};
+    SetupFrame frame{context, clock, refresh, tasks};
+    DockerService service{frame, nullptr};
+    Poller poller{context, *operations, conversions, service, watch, clock, tasks};
 };
 
 } // namespace

@@ -36,6 +36,33 @@ std::unique_ptr<QWidget> withoutRuntime(GalleryWorld& world, standin::Daemon dae
     return mainWindow(world);
 }
 
+void addPackageManager(GalleryWorld& world) {
+    world.rootHelper = aptHelper();
+}
+
+std::unique_ptr<QWidget> withPackageManager(GalleryWorld& world, const QStringList& tools) {
+    addPackageManager(world);
+    return withoutDocker(world, tools);
+}
+
+std::unique_ptr<QWidget> installingDocker(GalleryWorld& world) {
+    auto window = withPackageManager(world, {});
+    world.docker().pace = 1;
+    world.controller().installDocker();
+    world.advanceUntil([&] { return world.controller().state().setupLog.count(u'\n') > 4; });
+    return window;
+}
+
+std::unique_ptr<QWidget> serviceStopped(GalleryWorld& world) {
+    world.units.states = {{u"docker.service"_s, UnitState{u"loaded"_s, u"inactive"_s}}};
+    return withoutRuntime(world, standin::Daemon::down, {});
+}
+
+std::unique_ptr<QWidget> refusedButHelped(GalleryWorld& world) {
+    addPackageManager(world);
+    return withoutRuntime(world, standin::Daemon::denied, {});
+}
+
 std::unique_ptr<QWidget> settingUp(GalleryWorld& world) {
     auto window = withoutDocker(world, {brew});
     world.docker().pace = 1;
@@ -115,6 +142,9 @@ std::vector<Scene> mainWindowScenes() {
         {"checking-docker", mainWindow, {}},
         {"docker-missing", [](GalleryWorld& world) { return withoutDocker(world, {brew}); }, {}},
         {"docker-missing-no-homebrew", [](GalleryWorld& world) { return withoutDocker(world, {}); }, {}},
+        {"docker-missing-package-manager", [](GalleryWorld& world) { return withPackageManager(world, {}); }, {}},
+        {"docker-missing-both-ways", [](GalleryWorld& world) { return withPackageManager(world, {brew}); }, {}},
+        {"docker-install", installingDocker, {}},
         {"runtime-setup", settingUp, {}},
         {"docker-not-running-colima",
          [](GalleryWorld& world) {
@@ -125,6 +155,8 @@ std::vector<Scene> mainWindowScenes() {
          [](GalleryWorld& world) { return withoutRuntime(world, Daemon::down, {brew}); },
          {}},
         {"docker-not-running", [](GalleryWorld& world) { return withoutRuntime(world, Daemon::down, {}); }, {}},
+        {"docker-service-stopped", serviceStopped, {}},
+        {"docker-refuses-join", refusedButHelped, {}},
         {"docker-refuses", [](GalleryWorld& world) { return withoutRuntime(world, Daemon::denied, {}); }, openDetails},
         {"stopped", stopped, {}},
         {"downloading", downloading, {}},

@@ -83,6 +83,8 @@ private Q_SLOTS:
         QTest::newRow("dnf") << QStringList(u"/usr/bin/dnf"_s) << u"dnf install moby-engine docker-compose"_s;
         QTest::newRow("zypper") << QStringList(u"/usr/bin/zypper"_s) << u"zypper install docker docker-compose"_s;
         QTest::newRow("pacman") << QStringList(u"/usr/bin/pacman"_s) << u"pacman -S docker docker-compose"_s;
+        QTest::newRow("a guest") << QStringList({u"/usr/bin/apt-get"_s, u"/usr/bin/dnf"_s, u"/etc/redhat-release"_s})
+                                 << u"dnf install moby-engine docker-compose"_s;
         QTest::newRow("two") << QStringList({u"/usr/bin/zypper"_s, u"/usr/bin/apt-get"_s})
                              << u"apt-get install docker.io"_s;
         QTest::newRow("system that is an image")

@@ -22,7 +22,10 @@ QPushButton* addGetHomebrewButton(QLayout* layout, const ViewContext& context) {
                      [context] { context.desktop.openAddress(QUrl(u"https://brew.sh/"_s)); });
 }
 
-QString explanation(bool hasColima) {
+QString explanation(bool hasService, bool hasColima) {
+    if (hasService) {
+        return u"Docker is installed, but its service is not running."_s;
+    }
     if (hasColima) {
         return u"The docker command line tool is installed, but the Colima runtime is not started."_s;
     }
@@ -31,19 +34,32 @@ QString explanation(bool hasColima) {
            "and press Check again."_s;
 }
 
+/// `canJoin`: one click is enough.
+QString permission(bool canJoin) {
+    if (canJoin) {
+        return u"You need permission to use Docker. One click adds you to the group “docker” and opens Docker for you "
+               u"at "
+               "once; members of this group have the rights of root."_s;
+    }
+    return u"You need permission to use Docker. Join the group “docker”, then log out and back in."_s;
+}
+
 } // namespace
 
 DockerMissingCard::DockerMissingCard(ViewContext context, QWidget* parent)
     : Card(u"Docker is not installed"_s, parent)
     , m_context(context) {
     addHeading(Symbol::Kind::box, TextStyle::title3, u"Docker is not installed"_s);
-    addText(TextStyle::body, u"Orvanel runs Uptime Kuma inside Docker, using Colima, a free headless runtime with no "
+    m_withPackages = addText(TextStyle::body);
+    m_withHomebrew = addText(TextStyle::body,
+                             u"Orvanel runs Uptime Kuma inside Docker, using Colima, a free headless runtime with no "
                              "desktop app. One click installs Colima and the Docker command line tool with Homebrew "
                              "(brew install colima docker) and starts them."_s);
     m_homebrewIsNeeded = addText(TextStyle::body, u"Homebrew is needed for the one-click install and was not found."_s);
     m_homebrewIsNeeded->setMeaning(Meaning::pending);
 
     ButtonRow* const row = addButtonRow();
+    m_installDocker = addDefaultButton(row, u"Install Docker"_s, [context] { context.controller.installDocker(); });
     m_install = addDefaultButton(row, u"Install Colima and Docker"_s,
                                  [context] { context.controller.installAndStartRuntime(); });
     m_getHomebrew = addGetHomebrewButton(row, context);
@@ -52,10 +68,23 @@ DockerMissingCard::DockerMissingCard(ViewContext context, QWidget* parent)
 }
 
 void DockerMissingCard::render() {
+    const std::optional<QString> command = m_context.controller.state().installCommand;
     const bool hasHomebrew = m_context.controller.state().brewPath.has_value();
-    m_homebrewIsNeeded->setVisible(!hasHomebrew);
+    m_withPackages->setContent(
+        u"One click installs Docker with this computer's own package manager (%1), starts it and "
+        "lets you use it. You will be asked for your password."_s.arg(command.value_or(QString())));
+    m_withPackages->setVisible(command.has_value());
+    // Without either way, it tells what Homebrew is needed for.
+    m_withHomebrew->setVisible(hasHomebrew || !command);
+    m_homebrewIsNeeded->setVisible(!hasHomebrew && !command);
+    setShown(m_installDocker, command.has_value());
     setShown(m_install, hasHomebrew);
-    setShown(m_getHomebrew, !hasHomebrew);
+    setDefaultLook(m_install, !command);
+    setShown(m_getHomebrew, !hasHomebrew && !command);
+}
+
+QPushButton* DockerMissingCard::defaultButton() const {
+    return m_context.controller.state().installCommand ? m_installDocker : m_install;
 }
 
 DockerNotRunningCard::DockerNotRunningCard(ViewContext context, QWidget* parent)
@@ -64,11 +93,12 @@ DockerNotRunningCard::DockerNotRunningCard(ViewContext context, QWidget* parent)
     , m_details(new DetailsSection) {
     addHeading(Symbol::Kind::warningTriangle, TextStyle::title3, u"Docker is not running"_s);
     m_explanation = addText(TextStyle::body);
-    m_permission = addText(TextStyle::body, u"You need permission to use Docker. Join the group “docker”, then log out "
-                                            "and back in."_s);
+    m_permission = addText(TextStyle::body);
     m_permission->setMeaning(Meaning::pending);
 
     ButtonRow* const row = addButtonRow();
+    m_join = addDefaultButton(row, u"Let me use Docker"_s, [context] { context.controller.joinDockerGroup(); });
+    m_startDocker = addDefaultButton(row, u"Start Docker"_s, [context] { context.controller.startDockerService(); });
     m_startColima = addDefaultButton(row, u"Start Colima"_s, [context] { context.controller.startRuntime(); });
     m_installColima =
         addDefaultButton(row, u"Install Colima"_s, [context] { context.controller.installAndStartRuntime(); });
@@ -80,21 +110,33 @@ DockerNotRunningCard::DockerNotRunningCard(ViewContext context, QWidget* parent)
 
 void DockerNotRunningCard::render() {
     const ControllerState& state = m_context.controller.state();
+    const bool isRefused = isPermissionDenied(state.runtimeDetails);
+    const bool canJoin = isRefused && state.canBeLetIn;
+    const bool hasService = state.stoppedService.has_value();
     const bool hasColima = state.colimaPath.has_value();
     const bool hasHomebrew = state.brewPath.has_value();
-    m_explanation->setContent(explanation(hasColima));
-    setShown(m_startColima, hasColima);
-    setShown(m_installColima, !hasColima && hasHomebrew);
-    setShown(m_getHomebrew, !hasColima && !hasHomebrew);
+    m_explanation->setContent(explanation(hasService, hasColima));
+    m_explanation->setVisible(!canJoin);
+    m_permission->setContent(permission(canJoin));
+    m_permission->setVisible(isRefused);
+    setShown(m_join, canJoin);
+    setShown(m_startDocker, hasService && !canJoin);
+    setShown(m_startColima, hasColima && !canJoin);
+    setDefaultLook(m_startColima, !hasService);
+    setShown(m_installColima, !hasColima && hasHomebrew && !hasService && !canJoin);
+    setShown(m_getHomebrew, !hasColima && !hasHomebrew && !hasService && !canJoin);
 
-    const QString details = state.runtimeDetails;
-    m_permission->setVisible(isPermissionDenied(details));
-    m_details->setDetails(details);
-    setShown(m_details, !details.isEmpty());
+    m_details->setDetails(state.runtimeDetails);
+    setShown(m_details, !state.runtimeDetails.isEmpty());
 }
 
 QPushButton* DockerNotRunningCard::defaultButton() const {
-    return m_context.controller.state().colimaPath ? m_startColima : m_installColima;
+    for (QPushButton* const button : {m_join, m_startDocker, m_startColima}) {
+        if (!button->isHidden()) {
+            return button;
+        }
+    }
+    return m_installColima;
 }
 
 } // namespace orvanel

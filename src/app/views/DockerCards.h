@@ -14,12 +14,15 @@ public:
     explicit DockerMissingCard(ViewContext context, QWidget* parent = nullptr);
 
     void render() override;
-    QPushButton* defaultButton() const override { return m_install; }
+    QPushButton* defaultButton() const override;
     QPushButton* checkAgainButton() const override { return m_checkAgain; }
 
 private:
     ViewContext m_context;
+    TextLabel* m_withPackages;
+    TextLabel* m_withHomebrew;
     TextLabel* m_homebrewIsNeeded;
+    QPushButton* m_installDocker;
     QPushButton* m_install;
     QPushButton* m_getHomebrew;
     QPushButton* m_checkAgain;
@@ -40,6 +43,8 @@ private:
     ViewContext m_context;
     TextLabel* m_explanation;
     TextLabel* m_permission;
+    QPushButton* m_join;
+    QPushButton* m_startDocker;
     QPushButton* m_startColima;
     QPushButton* m_installColima;
     QPushButton* m_getHomebrew;

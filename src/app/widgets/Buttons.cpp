@@ -38,6 +38,12 @@ QPushButton* addDefaultButton(QLayout* layout, const QString& text, std::functio
     return add(layout, text, PushButton::Kind::byDefault, std::move(action));
 }
 
+void setDefaultLook(QPushButton* button, bool isDefault) {
+    if (auto* const known = qobject_cast<PushButton*>(button)) {
+        known->setKind(isDefault ? PushButton::Kind::byDefault : PushButton::Kind::plain);
+    }
+}
+
 QMenu* addMenuButton(QLayout* layout, const QString& text) {
     auto* button = new MenuButton(plainButtonText(text));
     layout->addWidget(button);

@@ -18,6 +18,9 @@ QPushButton* addButton(QLayout* layout, const QString& text, std::function<void(
 /// Adds the one button of a view that Return presses.
 QPushButton* addDefaultButton(QLayout* layout, const QString& text, std::function<void()> action);
 
+/// Makes such a button look like an ordinary one, or like the default one again.
+void setDefaultLook(QPushButton* button, bool isDefault);
+
 /// Adds a button for deleting what cannot be brought back.
 QPushButton* addDestructiveButton(QLayout* layout, const QString& text, std::function<void()> action);
 

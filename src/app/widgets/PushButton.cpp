@@ -21,6 +21,16 @@ PushButton::PushButton(const QString& text, Kind kind, QWidget* parent)
     applyColors();
 }
 
+void PushButton::setKind(Kind kind) {
+    if (kind == m_kind) {
+        return;
+    }
+    m_kind = kind;
+    setDefault(kind == Kind::byDefault);
+    setPalette(QPalette());
+    applyColors();
+}
+
 QSize PushButton::sizeHint() const {
     return QPushButton::sizeHint() + room;
 }

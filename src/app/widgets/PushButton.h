@@ -20,6 +20,9 @@ public:
 
     PushButton(const QString& text, Kind kind, QWidget* parent = nullptr);
 
+    /// For a button that is the default one in some states only.
+    void setKind(Kind kind);
+
     QSize sizeHint() const override;
     /// The size for where room is scarce: the text with just enough around it.
     QSize minimumSizeHint() const override;
@@ -31,7 +34,7 @@ protected:
 private:
     void applyColors();
 
-    const Kind m_kind;
+    Kind m_kind;
 };
 
 } // namespace orvanel

@@ -52,4 +52,58 @@ Answer answerColimaStart(DockerState& state) {
     return answer;
 }
 
+namespace {
+
+/// Only one who was refused is let in; a daemon that is down stays so.
+Answer letIn(DockerState& state) {
+    Answer answer;
+    answer.say(Stream::out, "$ /usr/bin/gpasswd -a ann docker\nAdding user ann to group docker\n", paced(state, 300));
+    answer.then = [](DockerState& later) {
+        if (later.daemon == Daemon::denied) {
+            later.daemon = Daemon::up;
+        }
+        Answer done;
+        return done.say(Stream::out, "ann may use Docker now.\n", paced(later, 200));
+    };
+    return answer;
+}
+
+} // namespace
+
+Answer answerInstall(DockerState& state, Host& host) {
+    struct Line {
+        double milliseconds;
+        const char* text;
+    };
+    static constexpr Line lines[] = {
+        {1500, "$ /usr/bin/apt-get -y -q install docker.io"},
+        {400, "Reading package lists..."},
+        {300, "The following NEW packages will be installed:"},
+        {100, "  containerd docker.io runc"},
+        {2500, "Fetched 64.9 MB in 2s (29.8 MB/s)"},
+        {1500, "Setting up containerd (1.6.20) ..."},
+        {1500, "Setting up docker.io (20.10.24) ..."},
+        {200, "$ /usr/bin/systemctl start docker.service"},
+    };
+    Answer answer;
+    for (const Line& line : lines) {
+        answer.say(Stream::out, std::string(line.text) + "\n", paced(state, line.milliseconds));
+    }
+    answer.then = [world = &host](DockerState& later) {
+        world->installTool("docker", later.brewFolder);
+        later.daemon = Daemon::up;
+        return letIn(later);
+    };
+    return answer;
+}
+
+Answer answerJoin(DockerState& state) {
+    return letIn(state);
+}
+
+Answer answerJournal() {
+    Answer answer;
+    return answer.say(Stream::out, "Nov 21 03:08:27 computer dockerd[812]: failed to start daemon: no room\n");
+}
+
 } // namespace orvanel::standin

@@ -179,7 +179,8 @@ QCoro::Task<CommandResult> InProcessDocker::run(std::shared_ptr<Shared> shared, 
         co_await turn;
         co_return notStarted;
     }
-    if (tool != u"docker" && tool != u"brew" && tool != u"colima") {
+    const QStringList known{u"docker"_s, u"brew"_s, u"colima"_s, u"pkexec"_s, u"journalctl"_s};
+    if (!known.contains(tool)) {
         notStarted.output = u"Could not run %1: No such file or directory"_s.arg(path);
         co_await turn;
         co_return notStarted;

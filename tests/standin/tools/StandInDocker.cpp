@@ -41,6 +41,9 @@ const std::vector<Form>& forms() {
         {"docker", "compose down", {"compose", "-p", "*", "-f", "*", "down"}},
         {"brew", "brew install", {"install", "colima", "docker"}},
         {"colima", "colima start", {"start"}},
+        {"pkexec", "pkexec install", {"--disable-internal-agent", "*", "install"}},
+        {"pkexec", "pkexec join", {"--disable-internal-agent", "*", "join"}},
+        {"journalctl", "journalctl", {"--no-pager", "--quiet", "--lines", "20", "*", "*"}},
     };
     return all;
 }
@@ -113,6 +116,12 @@ Answer ordinaryAnswer(const std::string& name, const std::string& tool, DockerSt
     }
     if (tool == "colima") {
         return answerColimaStart(state);
+    }
+    if (tool == "pkexec") {
+        return name == "pkexec install" ? answerInstall(state, host) : answerJoin(state);
+    }
+    if (tool == "journalctl") {
+        return answerJournal();
     }
     return dockerAnswer(name, state, arguments, host);
 }

@@ -9,10 +9,11 @@
 
 namespace orvanel::standin {
 
-/// The command in a call of "docker", "brew" or "colima", as overrides name it: "info", "compose version", "inspect",
-/// "stop", "unpause", "rm", "logs", "end of the log", "image inspect", "pull", "run", "ps", "compose pull", "compose
-/// up", "compose stop", "compose down", "brew install", "colima start". None for a call that the stand-in does not
-/// know, such as a command that Orvanel never issues.
+/// The command in a call of "docker", "brew", "colima", "pkexec" or "journalctl", as overrides name it: "info",
+/// "compose version", "inspect", "stop", "unpause", "rm", "logs", "end of the log", "image inspect", "pull", "run",
+/// "ps", "compose pull", "compose up", "compose stop", "compose down", "brew install", "colima start", "pkexec
+/// install", "pkexec join", "journalctl". None for a call that the stand-in does not know, such as a command that
+/// Orvanel never issues.
 std::optional<std::string> commandName(const std::string& tool, const Arguments& arguments);
 
 /// Answers for a tool, with the words, streams and exit codes of the real one; of a chain, returns the first answer.

@@ -163,6 +163,7 @@ private Q_SLOTS:
     void pullHoldsNobodyUpAndCanBeCancelled_data();
     void pullHoldsNobodyUpAndCanBeCancelled();
     void serverLivesWithItsContainer();
+    void theRootHelperBringsDocker();
     void brewAndColimaBringARuntime();
 };
 
@@ -336,6 +337,28 @@ void TestStandInTools::serverLivesWithItsContainer() {
     const CommandResult failed = runReal(tools, compose(file, "up -d"));
     QCOMPARE(failed.status, 1);
     QVERIFY(failed.output.endsWith(u"bind: address already in use\n"));
+}
+
+void TestStandInTools::theRootHelperBringsDocker() {
+    const StandInTools tools(QStringList{});
+    tools.put(u"pkexec"_s, u"usr/bin"_s);
+    tools.change([](DockerState& state) { state.daemon = Daemon::down; });
+    QVERIFY(!DockerCLI::findOutsideSearchFolders(u"docker"_s));
+    const QString pkexec = tools.path(u"pkexec"_s, u"usr/bin"_s);
+    const CommandResult installed =
+        await(DockerCLI::runToItsEnd(pkexec, words("--disable-internal-agent /helper install"), patience, {}, {}));
+    QVERIFY2(installed.isSuccess(), qPrintable(installed.output));
+    QVERIFY(installed.output.endsWith(u"ann may use Docker now.\n"_s));
+    const auto docker = DockerCLI::findOutsideSearchFolders(u"docker"_s);
+    QVERIFY(docker);
+    QVERIFY(await(DockerCLI::run(*docker, words("info"), patience, {}, {})).isSuccess());
+
+    tools.change([](DockerState& state) { state.daemon = Daemon::denied; });
+    QVERIFY(!await(DockerCLI::run(*docker, words("info"), patience, {}, {})).isSuccess());
+    QVERIFY(await(DockerCLI::runToItsEnd(pkexec, words("--disable-internal-agent /helper join"), patience, {}, {}))
+                .isSuccess());
+    QVERIFY(await(DockerCLI::run(*docker, words("info"), patience, {}, {})).isSuccess());
+    QCOMPARE(tools.commands(), (QStringList{u"pkexec install"_s, u"info"_s, u"info"_s, u"pkexec join"_s, u"info"_s}));
 }
 
 void TestStandInTools::brewAndColimaBringARuntime() {

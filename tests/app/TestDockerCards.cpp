@@ -1,0 +1,121 @@
+#include "ShownWindow.h"
+#include "app/views/DockerCards.h"
+#include "app/views/StateCards.h"
+#include "support/TestClass.h"
+
+#include <QPushButton>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace orvanel;
+using namespace orvanel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const auto brew = u"brew"_s;
+const auto colima = u"colima"_s;
+const auto installDocker = u"Install Docker"_s;
+const auto installBoth = u"Install Colima and Docker"_s;
+const auto installColima = u"Install Colima"_s;
+const auto startColima = u"Start Colima"_s;
+const auto getHomebrew = u"Get Homebrew"_s;
+const auto letMeUse = u"Let me use Docker"_s;
+const auto showDetails = u"Show details"_s;
+const auto needsHomebrew = u"Homebrew is needed for the one-click install and was not found."_s;
+
+void install(ShownWindow& view, const QString& tool) {
+    view.world.installedTools.insert(tool, u"/opt/bin/"_s + tool);
+}
+
+void openWithoutRuntime(ShownWindow& view, standin::Daemon daemon) {
+    view.world.docker().daemon = daemon;
+    view.open();
+    view.poll();
+}
+
+} // namespace
+
+/// The cards that install Docker, start it and let its user in with one click.
+class TestDockerCards : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void missingDockerWithAPackageManager_data() {
+        QTest::addColumn<bool>("hasHomebrew");
+        QTest::newRow("alone") << false;
+        QTest::newRow("beside Homebrew") << true;
+    }
+    void missingDockerWithAPackageManager() {
+        QFETCH(const bool, hasHomebrew);
+        ShownWindow view;
+        view.world.installedDocker = std::nullopt;
+        view.world.rootHelper = aptHelper();
+        if (hasHomebrew) {
+            install(view, brew);
+        }
+        view.open();
+        view.poll();
+        QVERIFY(shows(&view.window, u"One click installs Docker with this computer's own package manager (apt-get "
+                                    "install docker.io), starts it and lets you use it. You will be asked for your "
+                                    "password."_s));
+        QVERIFY(!shows(&view.window, needsHomebrew));
+        QVERIFY(button(&view.window, getHomebrew) == nullptr);
+        QCOMPARE(button(&view.window, installBoth) != nullptr, hasHomebrew);
+        view.world.hang("pkexec install");
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        view.world.settle();
+        QVERIFY(visible<SetupCard>(&view.window) != nullptr);
+        QVERIFY(shows(&view.window, u"Waiting for your password"_s));
+        view.click(u"Cancel"_s);
+        QVERIFY(shows(&view.window, u"Cancelled."_s));
+        QVERIFY(visible<DockerMissingCard>(&view.window) != nullptr);
+    }
+
+    void aPackageManagerWithoutPolkitIsNoWay() {
+        ShownWindow view;
+        view.world.installedDocker = std::nullopt;
+        view.open();
+        view.poll();
+        QVERIFY(button(&view.window, installDocker) == nullptr);
+        QVERIFY(shows(&view.window, needsHomebrew));
+    }
+
+    void aServiceThatIsStopped() {
+        ShownWindow view;
+        install(view, brew);
+        view.world.units.states = {{u"docker.service"_s, UnitState{u"loaded"_s, u"inactive"_s}}};
+        view.world.units.onStart = [&view] { view.world.docker().daemon = standin::Daemon::up; };
+        openWithoutRuntime(view, standin::Daemon::down);
+        QVERIFY(shows(&view.window, u"Docker is installed, but its service is not running."_s));
+        QVERIFY(button(&view.window, installColima) == nullptr);
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        view.world.settle();
+        QCOMPARE(view.world.units.started, QStringList(u"docker.service"_s));
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+    }
+
+    void oneWhoIsNotInTheGroupIsLetIn() {
+        ShownWindow view;
+        view.world.rootHelper = aptHelper();
+        install(view, colima);
+        openWithoutRuntime(view, standin::Daemon::denied);
+        QVERIFY(shows(&view.window, u"You need permission to use Docker. One click adds you to the group “docker” and "
+                                    "opens Docker for you at once; members of this group have the rights of root."_s));
+        QVERIFY(!shows(&view.window, u"The docker command line tool is installed, but the Colima runtime is not "
+                                     "started."_s));
+        QVERIFY(button(&view.window, startColima) == nullptr);
+        QVERIFY(button(&view.window, showDetails) != nullptr);
+        QTest::keyClick(&view.window, Qt::Key_Return);
+        view.world.settle();
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+        // After a restart of Docker that made the socket anew, the same way leads in again.
+        view.world.docker().daemon = standin::Daemon::denied;
+        view.world.advance(3s);
+        view.click(letMeUse);
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+    }
+};
+
+ORVANEL_TEST(TestDockerCards)
+#include "TestDockerCards.moc"
