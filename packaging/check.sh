@@ -110,7 +110,20 @@ validate() {
     carries Depends libarchive-tools || fail "The package does not depend on the archiver."
     carries Depends qt6-svg-plugins || fail "The package does not depend on the plug-in that draws its icons."
     carries Recommends docker.io || fail "The package does not recommend Docker."
+    carries Recommends polkitd || fail "The package does not recommend polkit."
+    carries Recommends pkexec || fail "The package does not recommend what starts the root helper."
     check_launchers "$content" /usr/bin/orvanel
+    check_helper "$content" "$content/usr" /usr/libexec
+}
+
+# check_helper LIBEXEC-ROOT PREFIX FOLDER: the root helper is there, only its owner may change it, and polkit's actions name it.
+# It is never started here.
+check_helper() {
+    local helper=$1$3/orvanel-docker-setup policy=$2/share/polkit-1/actions/$id.policy
+    [[ -x $helper ]] || fail "The root helper is not installed."
+    [[ $(stat -c %a "$helper") == 755 ]] || fail "The root helper has wrong permissions: $(stat -c %A "$helper")"
+    [[ $(grep -cF "exec.path\">$3/orvanel-docker-setup<" "$policy") == 3 ]] || fail "$policy names another helper."
+    [[ $(grep -c "<allow_.*>auth_admin<" "$policy") == 9 ]] || fail "$policy lets somebody in without a password."
 }
 
 # set_by_publisher NAME: the value that the package was configured with.
@@ -161,6 +174,7 @@ install_by_cmake() {
     cmake --install build/release --prefix "$folder" >"$home/install.log" 2>&1 || fail "CMake could not install it: $(cat "$home/install.log")"
     [[ -x $folder/bin/orvanel ]] || fail "CMake did not install the program."
     check_launchers "$folder" "$folder/bin/orvanel"
+    check_helper "" "$folder" "$folder/libexec"
     for file in applications/$id.desktop metainfo/$id.metainfo.xml man/man1/orvanel.1.gz licenses/orvanel/LICENSE \
         icons/hicolor/scalable/apps/$id.svg icons/hicolor/48x48/apps/$id.png; do
         [[ -s $folder/share/$file ]] || fail "CMake did not install $file."
