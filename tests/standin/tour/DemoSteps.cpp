@@ -104,7 +104,7 @@ std::vector<Step> firstOpening() {
     const auto guide = u"Welcome to Orvanel"_s;
     const auto next = u"Next"_s;
     const auto mainWindow = u"Orvanel"_s;
-    const auto startButton = u"Start Uptime Kuma"_s;
+    const auto installButton = u"Install Docker"_s;
     return {
         {.what = u"\"Open window\" opens the main window, the first time with the guide"_s,
          .act = choose(u"Open window"_s),
@@ -118,25 +118,43 @@ std::vector<Step> firstOpening() {
          .act = press(next),
          .missing = windowSays(guide, u"Everything stays on this Mac"_s),
          .picture = u"guide-data"_s},
-        {.what = u"\"Get started\" leaves the main window, which offers to start"_s,
+        {.what = u"\"Get started\" leaves the main window, which offers to install Docker"_s,
          .act = press(u"Get started"_s),
          .missing =
              [=](Stage& stage) {
                  return firstOf(windowIsClosed(guide)(stage),
-                                firstOf(windowMissing(stage, mainWindow), buttonMissing(stage, startButton)));
+                                firstOf(windowMissing(stage, mainWindow), buttonMissing(stage, installButton)));
              },
-         .picture = u"window"_s},
+         .picture = u"docker-missing"_s},
     };
 }
 
 std::vector<Step> startingUp() {
-    const auto start = u"Start"_s;
     return {
-        {.what = u"The program starts; its icon is gray: Uptime Kuma is stopped"_s,
+        {.what = u"The program starts; its icon is gray: Docker is not installed"_s,
          .act = [](Stage& stage) { stage.startProgram(); },
-         .missing = itemSays(u"Uptime Kuma is stopped"_s, u"gray"_s),
-         .picture = u"stopped"_s},
-        {.what = u"The menu of the icon offers to start it"_s,
+         .missing = itemSays(u"Docker is not installed"_s, u"gray"_s),
+         .picture = u"no-docker"_s},
+    };
+}
+
+std::vector<Step> installingDocker() {
+    const auto start = u"Start"_s;
+    const auto startButton = u"Start Uptime Kuma"_s;
+    return {
+        {.what = u"\"Install Docker\" installs it with the package manager, and its log grows"_s,
+         .act = press(u"Install Docker"_s),
+         .missing = [](Stage& stage) { return wordsMissing(stage, u"containerd docker.io"_s); },
+         .picture = u"installing"_s},
+        {.what = u"Docker answers, and the window offers to start Uptime Kuma"_s,
+         .act = [](Stage&) {},
+         .missing =
+             [=](Stage& stage) {
+                 return firstOf(itemDiffers(stage, u"Uptime Kuma is stopped"_s, u"gray"_s),
+                                buttonMissing(stage, startButton));
+             },
+         .picture = u"window"_s},
+        {.what = u"The menu of the icon offers to start it, too"_s,
          .act = openMenuAt(start),
          .missing = menuOffers(start),
          .picture = u"menu"_s},
@@ -145,8 +163,8 @@ std::vector<Step> startingUp() {
 
 std::vector<Step> firstStart() {
     return {
-        {.what = u"\"Start Uptime Kuma\" downloads the image, and its log grows"_s,
-         .act = press(u"Start Uptime Kuma"_s),
+        {.what = u"\"Start\" downloads the image, and its log grows"_s,
+         .act = choose(u"Start"_s),
          .missing =
              [](Stage& stage) {
                  return firstOf(itemDiffers(stage, u"Downloading the Uptime Kuma image"_s, u"gray"_s),
@@ -267,7 +285,8 @@ std::vector<Step> endingIt() {
 
 std::vector<Step> demoSteps() {
     std::vector<Step> steps = startingUp();
-    for (const auto& part : {firstOpening(), firstStart(), otherWindows(), monitorsChange(), endingIt()}) {
+    for (const auto& part :
+         {firstOpening(), installingDocker(), firstStart(), otherWindows(), monitorsChange(), endingIt()}) {
         steps.insert(steps.end(), part.begin(), part.end());
     }
     return steps;
