@@ -68,7 +68,7 @@ std::vector<Entry> plainEntries(mode_t mode) {
 }
 
 std::vector<std::uint8_t> presentList(const std::string& path) {
-    std::vector<std::uint8_t> list(64 * 1024);
+    std::vector<std::uint8_t> list(65536);
     const ssize_t size = ::lgetxattr(path.c_str(), attribute, list.data(), list.size());
     list.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
     return list;

@@ -32,7 +32,7 @@ QDBusMessage callToManager(const QString& method, const QVariantList& arguments)
 
 /// The answer, an error where the call failed, or an invalid message where `stop` came first.
 Event<QDBusMessage> send(const QDBusConnection& bus, const QDBusMessage& call, int limit, QObject* owner) {
-    const Event<QDBusMessage> answer;
+    Event<QDBusMessage> answer;
     // Without a bus the call would never be answered, not even by an error.
     if (!bus.isConnected()) {
         answer.complete(call.createErrorReply(QDBusError::Disconnected, u"There is no bus."_s));

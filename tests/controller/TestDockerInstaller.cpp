@@ -38,6 +38,14 @@ public:
     }
 };
 
+/// The helper after the password: deaf to the signal, and done ten seconds later.
+QCoro::Task<CommandResult> work(Clock* clock, std::shared_ptr<ProcessHandle> handle,
+                                DockerCLI::OutputCallback onOutput) {
+    onOutput(u"$ apt-get\n"_s);
+    co_await sleepFor(clock, 10s);
+    co_return CommandResult{.status = 68, .output = u"$ apt-get\n"_s, .cancelled = handle->isCancelled()};
+}
+
 } // namespace
 
 /// What one click on "Install Docker" or "Let me use Docker" does.
@@ -210,15 +218,6 @@ private Q_SLOTS:
         world.controller().joinDockerGroup();
         QVERIFY(world.setupEnds());
         QCOMPARE(world.message(), u"The question for your password was dismissed, so nothing was changed."_s);
-    }
-
-private:
-    /// The helper after the password: deaf to the signal, and done ten seconds later.
-    static QCoro::Task<CommandResult> work(Clock* clock, std::shared_ptr<ProcessHandle> handle,
-                                           DockerCLI::OutputCallback onOutput) {
-        onOutput(u"$ apt-get\n"_s);
-        co_await sleepFor(clock, 10s);
-        co_return CommandResult{.status = 68, .output = u"$ apt-get\n"_s, .cancelled = handle->isCancelled()};
     }
 };
 

@@ -31,7 +31,6 @@ const QStringList& expected() {
         "Docker was installed, but it does not answer.|"
         "You are in the group “docker” now. Log out and back in to use Docker.|"
         "This computer has no polkit, which would ask for your password.|Docker's service failed to start.|"
-        "Docker's service was started, but Docker is not answering.|"
         "The password was not accepted, or the question for it was dismissed, so Docker was not started.|"
         "The new version's name cannot be an image tag, so nothing was changed.|"
         "The backup was made, but its database did not pass a check.|"

@@ -223,7 +223,7 @@ private Q_SLOTS:
     }
 
     void nothingBeginsAfterACancel() {
-        HelperWorld world;
+        const HelperWorld world;
         for (const QString& verb : {install, startVerb, join}) {
             QProcess process;
             process.setEnvironment({u"ORVANEL_TEST_COMPUTER="_s + world.path({}), u"PKEXEC_UID=4321"_s});

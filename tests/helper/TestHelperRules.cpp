@@ -3,7 +3,7 @@
 #include "helper/SocketAccess.h"
 #include "support/TestClass.h"
 
-#include <QDir>
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace orvanel;
@@ -54,7 +54,7 @@ private Q_SLOTS:
     }
 
     void theSystemTakesIt() {
-        HelperWorld world;
+        const HelperWorld world;
         const QString path = world.path(u"/run/docker.sock"_s);
         QVERIFY(openSocketFor(4321, path.toStdString()));
         QVERIFY(openSocketFor(4322, path.toStdString()));
@@ -69,7 +69,7 @@ private Q_SLOTS:
     }
 
     void whatIsNoSocketIsLeftAlone() {
-        HelperWorld world;
+        const HelperWorld world;
         QVERIFY(!openSocketFor(4321, world.path(u"/etc/passwd"_s).toStdString()));
         QVERIFY(!openSocketFor(4321, world.path(u"/etc"_s).toStdString()));
         QVERIFY(!openSocketFor(4321, world.path(u"/nowhere"_s).toStdString()));

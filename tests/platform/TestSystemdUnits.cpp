@@ -148,7 +148,7 @@ private Q_SLOTS:
     void aStopEndsTheWaitForThePassword() {
         World world;
         world.system.hangs = true;
-        std::stop_source stop;
+        const std::stop_source stop;
         auto task = world.units.start(docker, stop.get_token());
         QVERIFY(waitUntil([&] { return !world.system.started.isEmpty(); }));
         QVERIFY(!task.isReady());
@@ -166,7 +166,7 @@ private Q_SLOTS:
 
     void withoutAManagerOrABus() {
         PrivateBus empty;
-        const QDBusConnection toEmpty = empty.connect();
+        QDBusConnection toEmpty = empty.connect();
         SystemdUnits units([&] { return toEmpty; }, [] { return PrivateBus::none(); }, 2s);
         QVERIFY(!await(units.state(docker)));
         QVERIFY(!await(units.state(rootless)));
