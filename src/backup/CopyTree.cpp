@@ -2,6 +2,7 @@
 
 #include "backup/CopyFile.h"
 #include "backup/FileSystem.h"
+#include "backup/ShareFile.h"
 
 #include <QFile>
 
@@ -24,13 +25,15 @@ using namespace Qt::StringLiterals;
 namespace orvanel {
 namespace {
 
-/// Each level costs two open descriptors.
+/// Each level costs up to three open descriptors.
 constexpr int deepest = 200;
 
 /// A folder of the source and its copy, open as long as something in it is to be copied.
 struct FolderPair {
     FileDescriptor from;
     FileDescriptor to;
+    /// The same folder in an earlier copy, with which unchanged files are shared; closed when there is none.
+    FileDescriptor earlier;
     std::string fromPath;
     std::string toPath;
 };
@@ -79,7 +82,7 @@ public:
 
 private:
     /// Bounds the open folders as well.
-    static constexpr std::size_t most = 128;
+    static constexpr std::size_t most = 96;
 
     void drop() {
         const std::lock_guard lock(m_mutex);
@@ -106,7 +109,8 @@ private:
                 throwIfStopped(m_stop);
                 const FolderPair& folder = *task->folder;
                 const FileCopy copy{folder.from.get(), folder.to.get(), task->name, folder.fromPath, folder.toPath};
-                if (!copyFile(copy, m_means) && !m_mayVanish) {
+                const bool isThere = shareFile(copy, folder.earlier.get(), m_sharing) || copyFile(copy, m_means);
+                if (!isThere && !m_mayVanish) {
                     throw fileError(folder.fromPath + "/" + task->name, ENOENT);
                 }
             } catch (...) {
@@ -137,6 +141,7 @@ private:
     const bool m_mayVanish;
     const std::stop_token m_stop;
     CopyMeans m_means;
+    Sharing m_sharing;
     std::mutex m_mutex;
     std::condition_variable m_more;
     std::condition_variable m_room;
@@ -172,6 +177,9 @@ public:
         pair->fromPath = source;
         if (!pair->from.isOpen()) {
             throw fileError(source, errno);
+        }
+        if (!m_options.earlier.isEmpty()) {
+            pair->earlier = openFolder(AT_FDCWD, QFile::encodeName(m_options.earlier).toStdString());
         }
         copyFolder(pair, AT_FDCWD, m_target, {}, 0);
         pair.reset();
@@ -237,6 +245,9 @@ private:
             if (!inner->from.isOpen()) {
                 failUnlessVanished(*folder, name, errno);
                 return;
+            }
+            if (folder->earlier.isOpen()) {
+                inner->earlier = openFolder(folder->earlier.get(), name);
             }
             copyFolder(inner, folder->to.get(), name, relative, depth + 1);
         } else if (S_ISLNK(status.st_mode)) {

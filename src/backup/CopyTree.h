@@ -22,6 +22,8 @@ struct CopyOptions {
     FileId never = {};
     /// Looked at before each file: the copy then ends with Cancelled.
     std::stop_token stop = {};
+    /// An earlier copy of the source: what has not changed since is shared with it where shareFile() can. May be empty.
+    QString earlier = {};
 };
 
 /// Copies the folder `source` (a link to one is followed) to the new folder `target`: files, folders, links as links,

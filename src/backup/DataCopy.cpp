@@ -95,7 +95,7 @@ DatabaseCheck checkCopy(const QString& dataDir, const QString& copy, const QStri
 
 } // namespace
 
-DatabaseCheck copyData(const QString& dataDir, const WorkFolder& work, const QString& name) {
+DatabaseCheck copyData(const QString& dataDir, const WorkFolder& work, const QString& name, const QString& earlier) {
     const QString copy = work.path(name);
     // The files of the database come last and together, so that little time passes between them.
     CopyOptions options{
@@ -106,6 +106,7 @@ DatabaseCheck copyData(const QString& dataDir, const WorkFolder& work, const QSt
             },
         .mayVanish = true,
         .never = work.id(),
+        .earlier = earlier,
     };
     for (const std::string& file : databaseFiles()) {
         options.leaveOut.insert(file);

@@ -44,13 +44,22 @@ qint64 bytesUsedIn(const FileDescriptor& folder, std::set<FileId>& seen) {
 } // namespace
 
 qint64 bytesUsedBy(const QString& folder) {
-    try {
-        std::set<FileId> seen;
-        return bytesUsedIn(
-            FileDescriptor(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), seen);
-    } catch (const AppError&) {
-        return 0;
+    return bytesUsedBy(QStringList(folder));
+}
+
+qint64 bytesUsedBy(const QStringList& folders) {
+    qint64 sum = 0;
+    std::set<FileId> seen;
+    for (const QString& folder : folders) {
+        try {
+            sum += bytesUsedIn(
+                FileDescriptor(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+                seen);
+        } catch (const AppError&) {
+            continue;
+        }
     }
+    return sum;
 }
 
 qint64 bytesFreeAt(const QString& path) {
@@ -59,6 +68,14 @@ qint64 bytesFreeAt(const QString& path) {
         return std::numeric_limits<qint64>::max();
     }
     return static_cast<qint64>(status.f_bavail) * static_cast<qint64>(status.f_frsize);
+}
+
+qint64 bytesInAllAt(const QString& path) {
+    struct statvfs status {};
+    if (::statvfs(QFile::encodeName(path).constData(), &status) != 0) {
+        return 0;
+    }
+    return static_cast<qint64>(status.f_blocks) * static_cast<qint64>(status.f_frsize);
 }
 
 QString roomSentence(qint64 needed, qint64 free) {

@@ -1,5 +1,6 @@
 #include "backup/SafePaths.h"
 
+#include "backup/DailyCopy.h"
 #include "backup/FileSystem.h"
 
 #include <QDir>
@@ -29,6 +30,11 @@ QString withoutTrailingSlashes(QString path) {
 bool isKeptName(const QString& name) {
     static const QRegularExpression kept(u"^before-(restore|update|interrupted-restore)-"_s);
     return kept.match(name).hasMatch();
+}
+
+/// Daily copies are deleted one day, and what is in them may be shared.
+AppError dailyCopyError() {
+    return AppError(u"That folder contains daily backups. Choose another place."_s);
 }
 
 AppError keptDataError() {
@@ -120,6 +126,9 @@ void requireBackupPlace(const QString& destination, const QString& dataDir) {
         if (isKeptName(name)) {
             throw keptDataError();
         }
+        if (isDailyName(name)) {
+            throw dailyCopyError();
+        }
     }
 }
 
@@ -129,8 +138,9 @@ void requireNoKeptData(const QString& destination, const QString& dataDir) {
     }
     const QString backupsDir = parentOf(placeOf(dataDir)) + u"/Backups"_s;
     for (QString at = destination; at != u"/"; at = parentOf(at)) {
-        if (isKeptName(nameOf(at)) && isSame(parentOf(at), backupsDir)) {
-            throw keptDataError();
+        const bool isKept = isKeptName(nameOf(at));
+        if ((isKept || isDailyName(nameOf(at))) && isSame(parentOf(at), backupsDir)) {
+            throw isKept ? keptDataError() : dailyCopyError();
         }
     }
 }

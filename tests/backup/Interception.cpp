@@ -50,6 +50,7 @@ extern "C" {
 
 INTERCEPT(mkdir, (const char* path, mode_t mode), (path, mode))
 INTERCEPT(mkdirat, (int folder, const char* path, mode_t mode), (folder, path, mode))
+INTERCEPT(linkat, (int from, const char* name, int to, const char* other, int flags), (from, name, to, other, flags))
 INTERCEPT(unlink, (const char* path), (path))
 INTERCEPT(unlinkat, (int folder, const char* path, int flags), (folder, path, flags))
 INTERCEPT(rmdir, (const char* path), (path))

@@ -3,7 +3,7 @@
 #include "backup/ZipArchive.h"
 #include "support/TestClass.h"
 
-#include "DataFolder.h"
+#include "DailyWorld.h"
 #include "Interception.h"
 #include "Message.h"
 
@@ -369,6 +369,69 @@ private Q_SLOTS:
         QVERIFY2(message.startsWith(u"There is not enough space on the disk: "), qPrintable(message));
         QCOMPARE(describe(folder.path(u"Orvanel"_s)).keys(), before.keys());
         QCOMPARE(folder.read(u"Orvanel/data/large"_s), noise(5'000'000));
+    }
+
+    void weeklyCopiesMakeRoomForDailyOnes() {
+        DailyWorld world;
+        const SmallDisk disk(world.folder, "size=12m", u"Orvanel/Backups"_s);
+        world.folder.write(u"Orvanel/data/kuma.db"_s, noise(1'000'000));
+        QStringList deleted;
+        for (int day = 0; day < 40; ++day) {
+            const QStringList before = world.shown();
+            world.now = world.now.addDays(1);
+            const DailyBackupResult result = world.make().value();
+            if (!result.deletedForRoom.isEmpty()) {
+                QCOMPARE(result.deletedForRoom, before.first(result.deletedForRoom.size()));
+                QVERIFY(before.size() - result.deletedForRoom.size() >= 7);
+            }
+            deleted += result.deletedForRoom;
+            world.prune();
+            const qint64 free = bytesFreeAt(world.folder.backups());
+            QVERIFY2(free >= 1'200'000, qPrintable(QString::number(free)));
+            QVERIFY(world.shown().size() >= std::min(day + 1, 7));
+        }
+        QVERIFY(deleted.size() >= 2);
+        QCOMPARE(world.look().copies.last().made(), world.now);
+    }
+
+    void lastGoodCopyOutlivesAFullDisk() {
+        DailyWorld world;
+        const SmallDisk disk(world.folder, "size=12m", u"Orvanel/Backups"_s);
+        world.folder.write(u"Orvanel/data/kuma.db"_s, noise(1'000'000));
+        world.make();
+        const QString good = world.shown().first();
+        world.folder.write(u"Orvanel/data/kuma.db"_s, QByteArray("SQLite format 3\0", 16) + noise(1'000'000));
+        for (int day = 0; day < 60; ++day) {
+            world.nextDay();
+            world.prune();
+            QVERIFY(world.shown().contains(good));
+        }
+        const auto before = describe(world.folder.backups(good));
+        world.folder.write(u"Orvanel/data/kuma.db"_s, noise(8'000'000));
+        world.now = world.now.addDays(1);
+        const QString message = messageOf(DailyCopies::make(world.folder.data(), world.folder.backups(), world.now));
+        QVERIFY2(message.startsWith(u"There is not enough space on the disk: "), qPrintable(message));
+        QCOMPARE(difference(before, describe(world.folder.backups(good))), QString());
+        QCOMPARE(world.look().copies.size(), 8);
+    }
+
+    void readOnlyBackupsAreToldAndStay() {
+        DailyWorld world;
+        world.folder.fill();
+        world.make();
+        const auto before = describe(world.folder.backups());
+        const QByteArray backups = QFile::encodeName(world.folder.backups());
+        QCOMPARE(::mount(backups.constData(), backups.constData(), nullptr, MS_BIND, nullptr), 0);
+        QCOMPARE(::mount("none", backups.constData(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr), 0);
+        world.now = world.now.addDays(1);
+        const QString message = messageOf(DailyCopies::make(world.folder.data(), world.folder.backups(), world.now));
+        world.prune();
+        const DailyCopyStock stock = world.look();
+        ::umount2(backups.constData(), MNT_DETACH);
+        QCOMPARE(message, world.folder.backups() + u": Read-only file system"_s);
+        QCOMPARE(stock.copies.size(), 1);
+        QVERIFY(stock.copies.first().isGood());
+        QCOMPARE(difference(before, describe(world.folder.backups())), QString());
     }
 
     void anotherNameOfTheDataIsStillTheData() {
