@@ -48,7 +48,15 @@ Alert restoreQuestion(const QString& dataDir, const std::optional<QString>& tag)
     };
 }
 
-/// What to tell of a backup whose database did not pass the check, or could not be checked.
+/// How often it is looked whether a conversion is still known.
+constexpr std::chrono::seconds lookPeriod{1};
+
+Outcome cancelled() {
+    return failed(u"Cancelled."_s, u"Nothing was restored."_s);
+}
+
+} // namespace
+
 std::optional<OpError> databaseError(const BackupResult& backup) {
     const QString details = u"%1\n\nThe backup is\n%2"_s;
     if (backup.databaseProblem) {
@@ -61,15 +69,6 @@ std::optional<OpError> databaseError(const BackupResult& backup) {
     }
     return std::nullopt;
 }
-
-/// How often it is looked whether a conversion is still known.
-constexpr std::chrono::seconds lookPeriod{1};
-
-Outcome cancelled() {
-    return failed(u"Cancelled."_s, u"Nothing was restored."_s);
-}
-
-} // namespace
 
 BackupOperations::BackupOperations(const ContainerContext& context, const std::shared_ptr<Operations>& operations,
                                    ContainerOperations& containerOperations, const DataTurns& dataTurns,

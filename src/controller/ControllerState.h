@@ -1,6 +1,7 @@
 #pragma once
 
 #include "controller/Conversion.h"
+#include "controller/DailyBackupState.h"
 #include "platform/ServiceUnits.h"
 #include "statuspage/StatusPageResult.h"
 #include "task/Clock.h"
@@ -38,6 +39,8 @@ enum class ErrorKind {
     interruptedConversion,
     /// Docker does not answer; the error goes when it does.
     dockerSilent,
+    /// A daily backup failed; the error goes when one succeeds.
+    dailyBackup,
 };
 
 /// Whether the error goes when Uptime Kuma's page answers.
@@ -56,7 +59,7 @@ struct OpError {
     bool operator==(const OpError&) const = default;
 };
 
-/// Everything that the views show. The first six are the user's settings.
+/// Everything that the views show. The first seven are the user's settings.
 struct ControllerState {
     int port = 0;
     /// The public status page whose monitors are shown; blank means none.
@@ -66,6 +69,7 @@ struct ControllerState {
     QString dockerOverride = {};
     QString imageTag = {};
     bool hasSeenGuide = false;
+    bool dailyBackup = false;
 
     std::optional<QString> dockerPath = {};
     DockerState dockerState = DockerState::unknown;
@@ -115,6 +119,7 @@ struct ControllerState {
     /// Why the last update check failed.
     std::optional<QString> updateMessage = {};
     bool checkingUpdate = false;
+    DailyBackupState dailyBackups = {};
 
     bool operator==(const ControllerState&) const = default;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "backup/BackupManager.h"
+#include "backup/DailyCopies.h"
 #include "controller/RootHelper.h"
 #include "process/DockerCLI.h"
 
@@ -42,6 +43,10 @@ struct HostFunctions {
     std::function<QCoro::Task<QString>(QString folder)> fingerprint = &BackupManager::fingerprint;
     std::function<QString(const QString& path)> identity = &BackupManager::identity;
     std::function<QCoro::Task<DataVersion>(QString source)> dataVersion = &BackupManager::dataVersion;
+    std::function<QCoro::Task<std::optional<DailyBackupResult>>(QString dataDir, QString backupsDir, QDateTime now)>
+        makeDailyCopy = &DailyCopies::make;
+    std::function<QCoro::Task<void>(QString backupsDir)> pruneDailyCopies = &DailyCopies::prune;
+    std::function<QCoro::Task<DailyCopyStock>(QString backupsDir)> lookAtDailyCopies = &DailyCopies::look;
     /// Deletes what earlier runs left behind; may be empty.
     std::function<QCoro::Task<void>(QString dataDir, QString backupsDir)> cleanUp = &BackupManager::cleanUp;
     std::function<QString()> timestamp = &BackupManager::timestamp;

@@ -2,6 +2,7 @@
 
 #include "controller/BackupOperations.h"
 #include "controller/ControllerEnvironment.h"
+#include "controller/DailyBackups.h"
 #include "controller/DockerInstaller.h"
 #include "controller/ImageTag.h"
 #include "controller/Poller.h"
@@ -31,13 +32,19 @@ struct KumaController::Parts {
         , dockerInstaller(setup)
         , dockerService(setup, env.units)
         , poller(context, *operations, conversions, dockerService, statusWatch, *env.clock, tasks,
-                 [this] { wayBack.look(); })
+                 [this] { eachTime(); })
         , updater(context, settings, *operations, containerOperations, dataTurns, *env.dialogs, env.fetchLatestRelease,
                   tasks)
         , backups(context, operations, containerOperations, dataTurns, *env.dialogs, *env.desktop, *env.clock, tasks)
-        , wayBack(context, settings, *operations, containerOperations, backups, *env.dialogs, tasks) {
+        , wayBack(context, settings, *operations, containerOperations, backups, *env.dialogs, tasks)
+        , dailyBackups(context, settings, *operations, dataTurns, *env.clock, *env.notifier, tasks) {
         // Before anybody reads the tag.
         wayBack.settle();
+    }
+
+    void eachTime() {
+        wayBack.look();
+        dailyBackups.startWhenDue();
     }
 
     const std::shared_ptr<const HostFunctions> host;
@@ -62,6 +69,7 @@ struct KumaController::Parts {
     Updater updater;
     BackupOperations backups;
     WayBack wayBack;
+    DailyBackups dailyBackups;
 };
 
 KumaController::KumaController(const ControllerEnvironment& environment)
@@ -101,6 +109,10 @@ bool KumaController::setImageTag(const QString& tag) {
 
 bool KumaController::setHasSeenGuide(bool seen) {
     return m_parts->settings.setHasSeenGuide(seen);
+}
+
+bool KumaController::setDailyBackup(bool enabled) {
+    return m_parts->dailyBackups.setEnabled(enabled);
 }
 
 bool KumaController::launchAtLogin() const {
@@ -160,6 +172,7 @@ void KumaController::begin() {
     if (const auto& cleanUp = m_parts->context.host.cleanUp) {
         m_parts->tasks.start(cleanUp(dataDir(), backupsDir()), u"clean-up after an earlier run"_s);
     }
+    m_parts->dailyBackups.begin();
     m_parts->poller.begin();
 }
 

@@ -38,6 +38,8 @@ public:
     bool setDockerOverride(const QString& path);
     bool setImageTag(const QString& tag);
     bool setHasSeenGuide(bool seen);
+    /// Switched on, it makes the first copy at once.
+    bool setDailyBackup(bool enabled);
 
     /// Not stored: the login item's true status, read each time.
     bool launchAtLogin() const;

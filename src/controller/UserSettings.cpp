@@ -15,6 +15,7 @@ constexpr auto stopOnQuitKey = "stopOnQuit"_L1;
 constexpr auto dockerOverrideKey = "dockerOverride"_L1;
 constexpr auto imageTagKey = "imageTag"_L1;
 constexpr auto hasSeenGuideKey = "hasSeenGuide"_L1;
+constexpr auto dailyBackupKey = "dailyBackup"_L1;
 /// Not a user setting: see setTagToTakeBack().
 constexpr auto tagToTakeBackKey = "tagToTakeBack"_L1;
 
@@ -52,6 +53,7 @@ UserSettings::UserSettings(SettingsStore& defaults, StateStore& state)
         read.dockerOverride = defaults.text(dockerOverrideKey, {});
         read.imageTag = defaults.text(imageTagKey, u"2"_s);
         read.hasSeenGuide = defaults.boolean(hasSeenGuideKey, false);
+        read.dailyBackup = defaults.boolean(dailyBackupKey, false);
     });
     m_safetyCopy = safetyCopyFrom(defaults.text(safetyCopyKey, {}));
     m_goingBack = goingBackFrom(defaults.text(goingBackKey, {}));
@@ -93,6 +95,11 @@ bool UserSettings::setImageTag(const QString& tag) {
 bool UserSettings::setHasSeenGuide(bool seen) {
     m_state.set(&ControllerState::hasSeenGuide, seen);
     return saved(m_defaults.setBoolean(hasSeenGuideKey, seen));
+}
+
+bool UserSettings::setDailyBackup(bool enabled) {
+    m_state.set(&ControllerState::dailyBackup, enabled);
+    return saved(m_defaults.setBoolean(dailyBackupKey, enabled));
 }
 
 bool UserSettings::setTagToTakeBack(const QString& tag) {

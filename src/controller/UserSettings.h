@@ -40,6 +40,7 @@ public:
     bool setDockerOverride(const QString& path);
     bool setImageTag(const QString& tag);
     bool setHasSeenGuide(bool seen);
+    bool setDailyBackup(bool enabled);
 
     /// Stores the tag to go back to while another one is pinned but not downloaded. If the program is killed meanwhile,
     /// it goes back to that tag at the next start. Returns false if the tag could not be stored, which is published as

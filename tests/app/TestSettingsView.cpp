@@ -31,6 +31,7 @@ private Q_SLOTS:
                  "Status page slug",
                  "The slug of a status page you created in the dashboard. Used to show your monitors here.",
                  "General",
+                 "Backups",
                  "Docker command line tool",
                  "Docker was not found.",
                  "Updates",
@@ -46,7 +47,7 @@ private Q_SLOTS:
             QVERIFY2(shows(&settings.view, QString::fromUtf8(text)), text);
         }
         for (const char* text : {"Launch at login", "Stop the container when I quit", "Reveal data folder in Finder",
-                                 "Choose…", "Check for updates", "Update", "Remove everything…"}) {
+                                 "Back up every day", "Choose…", "Check for updates", "Update", "Remove everything…"}) {
             QVERIFY2(button(&settings.view, QString::fromUtf8(text)) != nullptr, text);
         }
     }
@@ -94,12 +95,13 @@ private Q_SLOTS:
     void screenReadersToggleSwitches() {
         ShownSettings settings;
         settings.open();
-        for (const char* name : {"Launch at login", "Stop the container when I quit"}) {
+        for (const char* name : {"Launch at login", "Stop the container when I quit", "Back up every day"}) {
             Switch* const found = settings.switchWith(QString::fromLatin1(name));
             accessible(found)->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
             QVERIFY(found->isChecked());
         }
         QVERIFY(settings.kuma().launchAtLogin() && settings.kuma().state().stopOnQuit);
+        QVERIFY(settings.kuma().state().dailyBackup);
     }
 
     void dataFolderIsRevealed() {
@@ -244,7 +246,7 @@ private Q_SLOTS:
         QVERIFY(settings.world.isPolledAsRunning());
         QStringList reached;
         settings.port()->setFocus();
-        for (int i = 0; i < 11; ++i) {
+        for (int i = 0; i < 12; ++i) {
             reached << accessible(settings.view.focusWidget())->text(QAccessible::Name);
             QTest::keyClick(settings.view.focusWidget(), Qt::Key_Tab);
         }
@@ -253,6 +255,7 @@ private Q_SLOTS:
                                    u"Launch at login"_s,
                                    u"Stop the container when I quit"_s,
                                    u"Reveal data folder in Finder"_s,
+                                   u"Back up every day"_s,
                                    u"Path to the docker command line tool"_s,
                                    u"Choose…"_s,
                                    checkText,
@@ -301,7 +304,7 @@ private Q_SLOTS:
             QCOMPARE(accessible(section)->role(), QAccessible::Grouping);
             groups += 1;
         }
-        QCOMPARE(groups, 6);
+        QCOMPARE(groups, 7);
     }
 
     void nothingIsDrawnWhileHidden() {

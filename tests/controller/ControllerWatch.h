@@ -72,6 +72,7 @@ private:
     QCoro::Task<StatusPageResult> fetch(int port, QString slug);
 
     void jobBegins(const ScriptedBackups::Job& job);
+    void dailyJobBegins(const ScriptedBackups::Job& job);
     void operationCommandBegins(const QString& name, bool isCancelled);
     void operationCommandEnds(const QString& name, const CommandResult& result);
     void lookBegins(const QString& name);

@@ -35,6 +35,8 @@ const std::vector<RandomSequence::Choice>& RandomSequence::choices() {
         {2, "go back", &S::goBack},
         {4, "back up", &S::backUpNow},
         {4, "restore", &S::restoreBackup},
+        {4, "daily backup", &S::switchDailyBackup},
+        {2, "other day", &S::changeDay},
         {3, "install the runtime", &S::installRuntime},
         {4, "start the runtime", &S::startRuntime},
         {3, "install Docker", &S::installDocker},
@@ -250,6 +252,20 @@ void RandomSequence::backUpNow() {
 
 void RandomSequence::restoreBackup() {
     m_kuma->restoreBackup();
+}
+
+void RandomSequence::switchDailyBackup() {
+    m_kuma->setDailyBackup(chance(70));
+    note(m_kuma->state().dailyBackup ? u"on"_s : u"off"_s);
+}
+
+/// The computer sleeps, or its clock is set.
+void RandomSequence::changeDay() {
+    if (chance(60)) {
+        m_world.clock.sleep(std::chrono::hours(below(60)));
+    } else {
+        m_world.clock.setWallTime(m_world.clock.wallTime() + std::chrono::hours(below(2000) - 1000));
+    }
 }
 
 void RandomSequence::installRuntime() {

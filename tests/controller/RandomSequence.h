@@ -52,6 +52,8 @@ private:
     void goBack();
     void backUpNow();
     void restoreBackup();
+    void switchDailyBackup();
+    void changeDay();
     void installRuntime();
     void startRuntime();
     void installDocker();

@@ -15,7 +15,7 @@ namespace orvanel::test {
 class ScriptedBackups {
 public:
     struct Job {
-        /// "back up", "auto backup" or "restore".
+        /// "back up", "auto backup", "daily copy", "prune" or "restore".
         QString kind;
         /// The arguments of the call, in order.
         QStringList arguments;
@@ -39,6 +39,10 @@ public:
     /// Counts the folders that have been the data.
     int dataFolders = 1;
     DataVersion dataVersion = DataVersion::converted;
+    /// What there is of daily copies; each that is made is added.
+    DailyCopyStock daily;
+    /// The weekly copies that the next daily ones delete.
+    QStringList deletedForRoom;
     /// Called when a job begins, and when it does its work.
     std::function<void(const Job& job)> onBegin;
     std::function<void(const Job& job)> onWork;
@@ -55,6 +59,11 @@ public:
         host.autoBackup = [this](QString dataDir, QString backupsDir, QString label) {
             return autoBackup(dataDir, backupsDir, label);
         };
+        host.makeDailyCopy = [this](QString dataDir, QString backupsDir, QDateTime now) {
+            return dailyCopy(dataDir, backupsDir, now);
+        };
+        host.pruneDailyCopies = [this](QString backupsDir) { return work(u"prune"_s, {backupsDir}); };
+        host.lookAtDailyCopies = [this](QString) { return lookAtDaily(); };
         host.cleanUp = nullptr;
         host.restore = [this](QString source, QString dataDir, QString backupsDir, std::stop_token stop) {
             return restore(source, dataDir, backupsDir, stop);
@@ -106,6 +115,30 @@ private:
         const QString path = backupsDir + u'/' + label;
         co_return BackupResult{
             .path = path, .databaseProblem = databaseProblem, .databaseNotChecked = databaseNotChecked};
+    }
+
+    QCoro::Task<std::optional<DailyBackupResult>> dailyCopy(QString dataDir, QString backupsDir, QDateTime now) {
+        const QStringList arguments{dataDir, backupsDir, dailyTime(now)};
+        co_await work(u"daily copy"_s, arguments);
+        if (!hasData) {
+            co_return std::nullopt;
+        }
+        DailyCopy copy{.time = dailyTime(now), .number = static_cast<int>(daily.copies.size()) + 1};
+        if (databaseProblem) {
+            copy.check = DailyCopy::Check::failed;
+        }
+        daily.copies.append(copy);
+        daily.bytes += 1000;
+        co_return DailyBackupResult{.backup = {.path = backupsDir + u'/' + copy.name(),
+                                               .databaseProblem = databaseProblem,
+                                               .databaseNotChecked = databaseNotChecked},
+                                    .deletedForRoom = deletedForRoom};
+    }
+
+    QCoro::Task<DailyCopyStock> lookAtDaily() {
+        // The task takes what it returns away from where it is.
+        DailyCopyStock stock = daily;
+        co_return stock;
     }
 
     QCoro::Task<void> restore(QString source, QString dataDir, QString backupsDir, std::stop_token stop) {

@@ -15,7 +15,7 @@ constexpr std::uint64_t sequences = 2000;
 const QStringList& expected() {
     static const QStringList list =
         u"info|inspect|image inspect|compose version|compose pull|pull|compose up|rm|run|compose stop|stop|"
-        "compose down|logs|back up|auto backup|restore|unknown|missing|not "
+        "compose down|logs|back up|auto backup|restore|daily copy|prune|The daily backup failed.|unknown|missing|not "
         "running|ready|stopped|starting|running|failing|news|"
         "a port error|Cancelled.|Docker did not answer in time.|Docker reported an error.|"
         "Docker is not running.|Your disk is full. Free some space and try again.|"

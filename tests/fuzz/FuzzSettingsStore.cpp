@@ -13,7 +13,8 @@ using namespace Qt::StringLiterals;
 namespace orvanel::test {
 namespace {
 
-const std::array names{"port", "slug", "stopOnQuit", "dockerOverride", "imageTag", "hasSeenGuide", "a", "group/b"};
+const std::array names{"port",         "slug",        "stopOnQuit", "dockerOverride", "imageTag",
+                       "hasSeenGuide", "dailyBackup", "a",          "group/b"};
 
 QStringList textsOf(const SettingsStore& store) {
     QStringList texts;

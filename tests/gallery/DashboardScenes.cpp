@@ -197,6 +197,14 @@ std::unique_ptr<QWidget> withError(GalleryWorld& world) {
     return window;
 }
 
+std::unique_ptr<QWidget> withFailedDailyBackup(GalleryWorld& world) {
+    auto window = running(world, u"home"_s, statusPage(everyStatus(), u"My services"_s));
+    world.backups.databaseProblem = u"row 7 missing from index sqlite_autoindex_setting_1"_s;
+    world.controller().setDailyBackup(true);
+    world.settle();
+    return window;
+}
+
 std::unique_ptr<QWidget> withoutSlug(GalleryWorld& world) {
     return running(world, {}, statusPage({}));
 }
@@ -231,6 +239,7 @@ std::vector<Scene> dashboardScenes() {
         {"monitors-without-heartbeats", withMonitors(withoutHeartbeats(), title), {}},
         {"monitors-heartbeat-chosen", withMonitors(everyStatus(), title), chooseBeat},
         {"monitors-error", withError, {}},
+        {"monitors-daily-backup-failed", withFailedDailyBackup, {}},
         {"monitors-many", withMonitors(many(5000), title), {}},
         {"monitors-strange-texts", withMonitors(strangeTexts(), u"<u>Title</u> & more"_s), {}},
         {"monitors-long-title", withMonitors(everyStatus(), u"A very long title\n"_s.repeated(9)), {}},

@@ -2,6 +2,7 @@
 #include "app/AppWindow.h"
 
 #include <QCheckBox>
+#include <QDateTime>
 #include <QLineEdit>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -76,6 +77,56 @@ void typeWrongPort(QWidget& window) {
     QTest::keyClicks(port, u"70000"_s);
 }
 
+/// The automatic backups on Tuesday, 5 May 2026, at noon.
+std::unique_ptr<QWidget> dailyBackups(GalleryWorld& world) {
+    const QDateTime noon(QDate(2026, 5, 5), QTime(12, 0));
+    world.clock.setWallTime(Clock::WallTime(std::chrono::milliseconds(noon.toMSecsSinceEpoch())));
+    auto window = inUse(world);
+    world.controller().setDailyBackup(true);
+    world.settle();
+    return window;
+}
+
+std::unique_ptr<QWidget> dailyBackupsDone(GalleryWorld& world) {
+    world.backups.daily.bytes = 48'500'000;
+    for (int day = 1; day <= 10; ++day) {
+        world.backups.daily.copies.append({.time = u"202604%1-000000"_s.arg(day + 10), .number = day});
+    }
+    return dailyBackups(world);
+}
+
+std::unique_ptr<QWidget> dailyBackupsWithNotes(GalleryWorld& world) {
+    world.backups.daily.copies.append({.time = u"20260410-000000"_s, .isChanged = true});
+    world.backups.deletedForRoom = {u"daily-20260322-000000"_s, u"daily-20260329-000000"_s};
+    return dailyBackupsDone(world);
+}
+
+std::unique_ptr<QWidget> dailyBackupsWaiting(GalleryWorld& world) {
+    world.page.answers = false;
+    static_cast<void>(world.isPolledAsRunning());
+    world.controller().setDailyBackup(true);
+    return settings(world);
+}
+
+std::unique_ptr<QWidget> dailyBackupsRunning(GalleryWorld& world) {
+    world.backups.holds = true;
+    return dailyBackups(world);
+}
+
+std::unique_ptr<QWidget> dailyBackupsFailed(GalleryWorld& world) {
+    world.backups.failure = u"/home/ann/.local/share/Orvanel/Backups: Read-only file system"_s;
+    return dailyBackups(world);
+}
+
+void scrollToBackups(QWidget& window) {
+    auto* area = window.findChild<QScrollArea*>();
+    for (const QCheckBox* box : window.findChildren<QCheckBox*>()) {
+        if (box->text() == u"Back up every day") {
+            area->verticalScrollBar()->setValue(box->mapTo(area->widget(), QPoint()).y() - 60);
+        }
+    }
+}
+
 /// A file takes the place of the settings' folder.
 std::unique_ptr<QWidget> unwritable(GalleryWorld& world) {
     world.home.write(u"file"_s, "");
@@ -106,6 +157,12 @@ std::vector<Scene> settingsScenes() {
         {"settings-in-use", inUse, {}},
         {"settings-wrong-port", inUse, typeWrongPort},
         {"settings-not-saved", unwritable, changeEverything},
+        {"settings-backups-off", inUse, scrollToBackups},
+        {"settings-backups-waiting", dailyBackupsWaiting, scrollToBackups},
+        {"settings-backups-running", dailyBackupsRunning, scrollToBackups},
+        {"settings-backups-done", dailyBackupsDone, scrollToBackups},
+        {"settings-backups-notes", dailyBackupsWithNotes, scrollToBackups},
+        {"settings-backups-failed", dailyBackupsFailed, scrollToBackups},
         {"settings-end", inUse, scrollToEnd},
         {"settings-new-release", newRelease, scrollToEnd},
         {"settings-major-release", majorRelease, scrollToEnd},

@@ -40,7 +40,7 @@ public:
         });
     }
 
-    const TimePoint m_due;
+    TimePoint m_due;
 
 private:
     const std::shared_ptr<Shared> m_shared;
@@ -100,6 +100,20 @@ void FakeClock::advance(std::chrono::milliseconds duration) {
         }
         drainEvents();
     }
+}
+
+void FakeClock::sleep(std::chrono::milliseconds duration) {
+    const std::lock_guard lock(m_shared->mutex);
+    m_shared->now += duration;
+    m_shared->wallTime += duration;
+    for (FakeTimer* timer : m_shared->timers) {
+        timer->m_due += duration;
+    }
+}
+
+void FakeClock::setWallTime(WallTime time) {
+    const std::lock_guard lock(m_shared->mutex);
+    m_shared->wallTime = time;
 }
 
 int FakeClock::pendingTimers() const {

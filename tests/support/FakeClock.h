@@ -18,6 +18,11 @@ public:
     /// thread, and then runs this thread's posted events, so that timers set by those actions count too.
     void advance(std::chrono::milliseconds duration);
 
+    /// The computer sleeps: timers stand still meanwhile.
+    void sleep(std::chrono::milliseconds duration);
+    /// Somebody sets the clock: only the time of day changes.
+    void setWallTime(WallTime time);
+
     /// The number of pending timers, and the time until the first one (negative if there is none).
     int pendingTimers() const;
     std::chrono::milliseconds untilNextTimer() const;

@@ -1,5 +1,6 @@
 #include "app/views/SettingsView.h"
 
+#include "app/views/settings/BackupsSection.h"
 #include "app/views/settings/DockerToolSection.h"
 #include "app/views/settings/GeneralSection.h"
 #include "app/views/settings/ServerSection.h"
@@ -48,6 +49,7 @@ SettingsView::SettingsView(ViewContext context, Dialogs& dialogs, QWidget* paren
     column->setSpacing(spacing::related);
     addSection(column, new ServerSection(context));
     addSection(column, new GeneralSection(context));
+    addSection(column, new BackupsSection(context));
     addSection(column, new DockerToolSection(context, dialogs));
     addSection(column, new UpdatesSection(context));
     addSection(column, new DangerSection(context));
