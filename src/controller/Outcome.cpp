@@ -16,7 +16,9 @@ Failure failed(const CommandResult& result) {
     }
     const DockerComplaint complaint = complaintOf(result);
     Failure failure = failed(sentenceOf(complaint), result.output.isEmpty() ? u"(no output)"_s : result.output);
-    if (complaint == DockerComplaint::notRunning) {
+    // The docker tool says this if the engine goes away while it works on the answer.
+    const bool isCutOff = result.output.contains(u"error during connect"_s);
+    if (complaint == DockerComplaint::notRunning || isCutOff) {
         failure.error.kind = ErrorKind::dockerSilent;
     }
     return failure;

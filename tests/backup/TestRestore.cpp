@@ -45,6 +45,7 @@ private Q_SLOTS:
     void cleanup() {
         qunsetenv("ORVANEL_TOOL_ROOT");
         interception().onStep = {};
+        interception().writeFailure = {};
     }
 
     void folderComesBackAndTheDataIsKept() {
@@ -92,6 +93,14 @@ private Q_SLOTS:
             const auto before = describe(folder.data());
             std::stop_source stop;
             interception().steps = 0;
+            // The note of a restore is made and written just before the data is moved.
+            std::atomic<int> noted{0};
+            interception().writeFailure = [&noted](const std::string& path) {
+                if (path.ends_with("/restoring")) {
+                    noted = interception().steps.load();
+                }
+                return 0;
+            };
             interception().onStep = [&stop, at](int step) {
                 if (step == at) {
                     stop.request_stop();
@@ -104,6 +113,8 @@ private Q_SLOTS:
                 isCancelled = true;
             }
             interception().onStep = {};
+            interception().writeFailure = {};
+            QVERIFY2(isCancelled || at >= noted - 1, qPrintable(u"%1 of %2"_s.arg(at).arg(noted.load())));
             (isCancelled ? cancelled : completed) += 1;
             QCOMPARE(folder.kept().size(), isCancelled ? 0 : 1);
             QCOMPARE(QFileInfo::exists(folder.data(u"new"_s)), isCancelled);

@@ -297,18 +297,30 @@ private Q_SLOTS:
         QVERIFY(!kuma.state().isPaused);
     }
 
+    void errorThatDockerIsSilentGoesWhenItAnswers_data() {
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QString>("sentence");
+        QTest::newRow("no daemon") << u"Cannot connect to the Docker daemon at unix:///var/run/docker.sock."_s
+                                   << u"Docker is not running."_s;
+        QTest::newRow("daemon that went away")
+            << u"error during connect: Post \"http://%2Fvar%2Frun%2Fdocker.sock/v1.41/containers/orvanel/stop\": EOF"_s
+            << u"Docker reported an error."_s;
+    }
+
     void errorThatDockerIsSilentGoesWhenItAnswers() {
+        QFETCH(const QString, output);
+        QFETCH(const QString, sentence);
         ControllerFixture world;
         QVERIFY(world.isPolledAsRunning());
         KumaController& kuma = world.controller();
         const QString silence = u"Cannot connect to the Docker daemon at unix:///var/run/docker.sock."_s;
-        world.answer("compose stop", 1, silence);
-        world.answer("stop", 1, silence);
+        world.answer("compose stop", 1, output);
+        world.answer("stop", 1, output);
         kuma.stop();
         QVERIFY(world.operationEnds());
         world.answer("inspect", 1, silence);
         world.advance(3s);
-        QCOMPARE(kuma.state().error->message, u"Docker is not running."_s);
+        QCOMPARE(kuma.state().error->message, sentence);
         world.answerAsUsual();
         world.advance(3s);
         QVERIFY(!kuma.state().error);

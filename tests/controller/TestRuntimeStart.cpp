@@ -208,6 +208,18 @@ private Q_SLOTS:
         QCOMPARE(world.message(), u"Colima started but the Docker daemon is not answering."_s);
     }
 
+    void portThatWasOfferedGoesWithItsError() {
+        RuntimeWorld world({u"docker"_s, u"colima"_s, u"brew"_s});
+        world.listeningPorts = {3001};
+        world.controller().start();
+        QVERIFY(world.operationEnds());
+        QVERIFY(world.controller().state().suggestedPort.has_value());
+        world.controller().startRuntime();
+        QVERIFY(!world.controller().state().error && !world.controller().state().suggestedPort);
+        QVERIFY(world.setupEnds());
+        QVERIFY(!world.controller().state().suggestedPort);
+    }
+
     void runsBesideAContainerOperation() {
         RuntimeWorld world({u"docker"_s, u"colima"_s, u"brew"_s});
         world.delay("compose up", 20s);
