@@ -15,6 +15,7 @@
 #include <fcntl.h>
 #include <functional>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -146,6 +147,35 @@ Rates compareOutput(Run run, const QString& child, const QString& kind, double m
         megabytes, [&] { run(child, arguments); }, [&] { runBare(child, arguments); });
 }
 
+/// The processor time of this process, without its children, in microseconds a run.
+double ownTime(Run run, const QString& path) {
+    constexpr int runs = 300;
+    const auto spent = [] {
+        rusage usage{};
+        ::getrusage(RUSAGE_SELF, &usage);
+        const auto microseconds = [](const timeval& time) {
+            return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
+        };
+        return microseconds(usage.ru_utime) + microseconds(usage.ru_stime);
+    };
+    const double before = spent();
+    for (int i = 0; i < runs; ++i) {
+        run(path, QStringList());
+    }
+    return (spent() - before) / runs;
+}
+
+Rates compareOwnTime() {
+    const QString path = u"/bin/true"_s;
+    std::vector<double> ours;
+    std::vector<double> bare;
+    for (int round = 0; round < rounds; ++round) {
+        ours.push_back(ownTime(runWithRunner, path));
+        bare.push_back(ownTime(runBare, path));
+    }
+    return {median(ours), median(bare)};
+}
+
 Rates compareStarts(Run run) {
     constexpr int runs = 300;
     const QString path = u"/bin/true"_s;
@@ -174,6 +204,7 @@ int main(int argc, char** argv) {
     const Rates small = compareStarts(runWithRunner);
     print("Runs of /bin/true", small, "runs/s", "at least 0.7");
     print("The same, by QProcess", compareStarts(runWithQProcess), "runs/s", "to compare with");
+    print("Own processor time a run", compareOwnTime(), "us", "the floor is 1");
     constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
     const std::vector<char> heap(100 * mebibyte, 'x');
     const Rates large = compareStarts(runWithRunner);

@@ -1,0 +1,176 @@
+#include "WalkSteps.h"
+
+using namespace Qt::StringLiterals;
+
+namespace orvanel::test {
+namespace {
+
+using namespace std::chrono_literals;
+using standin::Stage;
+using standin::Step;
+using Answer = AuthenticationAgent::Answer;
+
+const auto installDocker = u"Install Docker"_s;
+const auto startDocker = u"Start Docker"_s;
+const auto letMeIn = u"Let me use Docker"_s;
+const auto startServer = u"Start Uptime Kuma"_s;
+const auto allUp = u"All 5 monitors up"_s;
+
+/// What keeps a window from saying all of these words.
+std::function<QString(Stage&)> says(const QStringList& words) {
+    return [=](Stage& stage) {
+        for (const QString& word : words) {
+            if (!stage.reader().reads(word)) {
+                return u"a window should say \"%1\""_s.arg(word);
+            }
+        }
+        return QString();
+    };
+}
+
+/// What keeps a window from offering the button.
+std::function<QString(Stage&)> offers(const QString& button) {
+    return [=](Stage& stage) {
+        return stage.hasButton(button) ? QString() : u"a window should offer the button \"%1\""_s.arg(button);
+    };
+}
+
+std::function<QString(Stage&)> iconSays(const QString& toolTip) {
+    return [=](Stage& stage) {
+        return stage.toolTip() == toolTip
+                   ? QString()
+                   : u"the icon should say \"%1\", but says \"%2\""_s.arg(toolTip, stage.toolTip());
+    };
+}
+
+std::function<void(Stage&)> press(const QString& button) {
+    return [=](Stage& stage) { stage.pressButton(button); };
+}
+
+/// The user presses the button, and deals with the question for the password in that way.
+std::function<void(Stage&)> pressAnd(Answer answer, const QString& button, AuthenticationAgent& agent) {
+    return [=, &agent](Stage& stage) {
+        agent.answerWith(answer);
+        stage.pressButton(button);
+    };
+}
+
+std::vector<Step> opening(const QString& words) {
+    return {
+        {.what = u"The program starts in the status area"_s,
+         .act = [](Stage& stage) { stage.startProgram(); },
+         .missing =
+             [](Stage& stage) {
+                 return stage.statusArea().item() ? QString() : u"there should be an icon"_s;
+             },
+         .limit = 60s},
+        {.what = u"Its window says \"%1\""_s.arg(words),
+         .act = [](Stage& stage) { stage.choose(u"Open window"_s); },
+         .missing = says({words}),
+         .picture = u"window"_s,
+         .limit = 60s},
+    };
+}
+
+Step quitting() {
+    return {.what = u"\"Quit\" ends the program, and the server keeps running"_s,
+            .act = [](Stage& stage) { stage.choose(u"Quit"_s); },
+            .missing =
+                [](Stage& stage) { return stage.endedWell() ? QString() : u"the program should have ended"_s; },
+            .programEnds = true};
+}
+
+Step allMonitorsUp(const QString& what) {
+    return {.what = what, .missing = iconSays(allUp), .picture = u"all-up"_s, .limit = 120s};
+}
+
+std::vector<Step> withoutAgent() {
+    return {
+        {.what = u"Where no program asks for passwords, \"Install Docker\" says so"_s,
+         .act = press(installDocker),
+         .missing = says({u"This desktop has no program that asks for your password, so nothing was changed."_s}),
+         .picture = u"no-agent"_s},
+    };
+}
+
+std::vector<Step> installing(AuthenticationAgent& agent) {
+    return {
+        {.what = u"A wrong password installs nothing"_s,
+         .act = pressAnd(Answer::wrongPassword, installDocker, agent),
+         .missing = says({u"The password was not accepted"_s}),
+         .picture = u"wrong-password"_s},
+        {.what = u"A dismissed question installs nothing"_s,
+         .act = pressAnd(Answer::dismissal, installDocker, agent),
+         .missing = says({u"The question for your password was dismissed, so nothing was changed."_s}),
+         .picture = u"dismissed"_s},
+        {.what = u"With the password, the package manager's output is shown"_s,
+         .act = pressAnd(Answer::password, installDocker, agent),
+         .missing = says({u"$ "_s, u"docker.io"_s}),
+         .picture = u"installing"_s,
+         .limit = 60s},
+        {.what = u"Docker answers at once, without another login"_s,
+         .missing = offers(startServer),
+         .picture = u"installed"_s,
+         .limit = 240s},
+        {.what = u"\"Start Uptime Kuma\" starts the server"_s,
+         .act = press(startServer),
+         .missing = says({u"Photo library"_s}),
+         .limit = 120s},
+        allMonitorsUp(u"All monitors are up, and the icon is green"_s),
+    };
+}
+
+std::vector<Step> startingTheService(AuthenticationAgent& agent) {
+    return {
+        {.what = u"\"Start Docker\" with a wrong password starts nothing"_s,
+         .act = pressAnd(Answer::wrongPassword, startDocker, agent),
+         .missing = offers(u"Show details"_s),
+         .picture = u"refused"_s,
+         .limit = 60s},
+        {.what = u"\"Start Docker\" asks for the password, and Docker answers"_s,
+         .act = pressAnd(Answer::password, startDocker, agent),
+         .missing = says({u"Photo library"_s}),
+         .limit = 120s},
+        allMonitorsUp(u"The server came up with Docker"_s),
+    };
+}
+
+std::vector<Step> joining(AuthenticationAgent& agent) {
+    return {
+        {.what = u"\"Let me use Docker\" asks for the password, and the card goes away by itself"_s,
+         .act = pressAnd(Answer::password, letMeIn, agent),
+         .missing = says({u"Photo library"_s}),
+         .limit = 60s},
+        allMonitorsUp(u"Everything works without another login"_s),
+    };
+}
+
+std::vector<Step> joined(std::initializer_list<std::vector<Step>> parts) {
+    std::vector<Step> steps;
+    for (const auto& part : parts) {
+        steps.insert(steps.end(), part.begin(), part.end());
+    }
+    steps.push_back(quitting());
+    return steps;
+}
+
+} // namespace
+
+std::vector<Step> walkSteps(Part part, AuthenticationAgent& agent) {
+    const auto notInstalled = u"One click installs Docker with this computer's own package manager"_s;
+    switch (part) {
+    case Part::withoutAgent:
+        return joined({opening(notInstalled), withoutAgent()});
+    case Part::install:
+        return joined({opening(notInstalled), installing(agent)});
+    case Part::again:
+        return joined({opening(u"Photo library"_s), {allMonitorsUp(u"The server still runs after the new login"_s)}});
+    case Part::service:
+        return joined({opening(u"Docker is installed, but its service is not running."_s), startingTheService(agent)});
+    case Part::group:
+        return joined({opening(u"docker group"_s), joining(agent)});
+    }
+    return {};
+}
+
+} // namespace orvanel::test
