@@ -27,8 +27,8 @@ struct PackageManager {
     std::vector<int> successes;
 };
 
-/// The one that this computer has, below `root`; of several, the one that its distribution is made with. None where it has none that we know, or where the system's files
-/// cannot be changed by it (an image-based system).
+/// The one that this computer has, below `root`; of several, the one that its distribution is made with. None where it
+/// has none that we know, or where the system's files cannot be changed by it (an image-based system).
 std::optional<PackageManager> packageManagerOf(const std::string& root);
 
 /// Which extras are to be installed, from what `apt-cache show` printed of them: those that exist, and of Docker's

@@ -4,8 +4,8 @@
 #include <QFile>
 #include <QTest>
 
-#include <filesystem>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 

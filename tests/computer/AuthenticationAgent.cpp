@@ -123,7 +123,11 @@ void AuthenticationAgent::finish(bool isGranted) {
     QDBusConnection::systemBus().send(reply);
     m_open = QDBusMessage();
     if (m_helper) {
-        m_helper.release()->deleteLater();
+        // It ends by itself, soon after its last word.
+        QProcess* const helper = m_helper.release();
+        helper->disconnect(this);
+        QObject::connect(helper, &QProcess::finished, helper, &QObject::deleteLater);
+        helper->closeWriteChannel();
     }
 }
 

@@ -59,10 +59,7 @@ std::vector<Step> opening(const QString& words) {
     return {
         {.what = u"The program starts in the status area"_s,
          .act = [](Stage& stage) { stage.startProgram(); },
-         .missing =
-             [](Stage& stage) {
-                 return stage.statusArea().item() ? QString() : u"there should be an icon"_s;
-             },
+         .missing = [](Stage& stage) { return stage.statusArea().item() ? QString() : u"there should be an icon"_s; },
          .limit = 60s},
         {.what = u"Its window says \"%1\""_s.arg(words),
          .act = [](Stage& stage) { stage.choose(u"Open window"_s); },
@@ -75,8 +72,7 @@ std::vector<Step> opening(const QString& words) {
 Step quitting() {
     return {.what = u"\"Quit\" ends the program, and the server keeps running"_s,
             .act = [](Stage& stage) { stage.choose(u"Quit"_s); },
-            .missing =
-                [](Stage& stage) { return stage.endedWell() ? QString() : u"the program should have ended"_s; },
+            .missing = [](Stage& stage) { return stage.endedWell() ? QString() : u"the program should have ended"_s; },
             .programEnds = true};
 }
 
@@ -168,7 +164,7 @@ std::vector<Step> walkSteps(Part part, AuthenticationAgent& agent) {
     case Part::service:
         return joined({opening(u"Docker is installed, but its service is not running."_s), startingTheService(agent)});
     case Part::group:
-        return joined({opening(u"docker group"_s), joining(agent)});
+        return joined({opening(u"One click adds you to the group “docker”"_s), joining(agent)});
     }
     return {};
 }

@@ -62,8 +62,11 @@ int main(int argc, char** argv) {
             qFatal("no agent can serve this session: %s", qPrintable(refusal));
         }
     }
-    standin::Stage stage(
-        {.program = required(parser, u"program"_s), .bus = bus, .log = required(parser, u"log"_s), .site = {}, .server = {}});
+    standin::Stage stage({.program = required(parser, u"program"_s),
+                          .bus = bus,
+                          .log = required(parser, u"log"_s),
+                          .site = {},
+                          .server = {}});
     if (!stage.isReady()) {
         qFatal("there is no session bus here, or another desktop is on it");
     }
