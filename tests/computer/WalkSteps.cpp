@@ -120,7 +120,7 @@ std::vector<Step> startingTheService(AuthenticationAgent& agent) {
     return {
         {.what = u"\"Start Docker\" with a wrong password starts nothing"_s,
          .act = pressAnd(Answer::wrongPassword, startDocker, agent),
-         .missing = offers(u"Show details"_s),
+         .missing = says({u"so Docker was not started."_s}),
          .picture = u"refused"_s,
          .limit = 60s},
         {.what = u"\"Start Docker\" asks for the password, and Docker answers"_s,
