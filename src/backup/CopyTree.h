@@ -30,7 +30,7 @@ struct CopyOptions {
 /// hard links as hard links, permissions, dates, holes. Sockets, pipes and devices hold no data and are left out; none
 /// of them is opened to wait for. Two files are copied side by side.
 ///
-/// Throws what the platform says of the first thing that fails; what has been copied by then is left there.
+/// Throws a file error at the first failure; what has been copied by then is left there.
 /// Blocks; any thread.
 void copyTree(const QString& source, const QString& target, const CopyOptions& options = {});
 

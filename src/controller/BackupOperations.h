@@ -9,9 +9,9 @@ namespace orvanel {
 /// What to tell of a backup whose database did not pass the check, or could not be checked.
 std::optional<OpError> databaseError(const BackupResult& backup);
 
-/// Backs up beside the running container, and restores in its place. Main thread only; what it is given must outlive
-/// it, and it its tasks. A backup that is under way may outlive them all but the desktop: it is made, and shown, all
-/// the same.
+/// Backs up beside the running container, and restores in its place. Main thread only. What it is given must outlive
+/// it, and it must outlive its tasks. A backup that is under way may outlive all of them except the desktop: it is
+/// still made and shown.
 class BackupOperations {
 public:
     BackupOperations(const ContainerContext& context, const std::shared_ptr<Operations>& operations,

@@ -8,8 +8,8 @@ namespace orvanel {
 
 class DataTurns;
 
-/// Start, stop, restart and remove: what the user asks for, step by step. Main thread only; what it is given must
-/// outlive it, and it its tasks.
+/// Start, stop, restart and remove: what the user asks for, step by step. Main thread only. What it is given must
+/// outlive it, and it must outlive its tasks.
 class ContainerOperations {
 public:
     ContainerOperations(const ContainerContext& context, Operations& operations, const ConversionWatch& conversions,

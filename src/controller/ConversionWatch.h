@@ -5,8 +5,8 @@
 
 namespace orvanel {
 
-/// Finds out, from the page and from the log, whether Uptime Kuma converts its data, and asks the user before anything
-/// stops it then. Main thread only; what it is given must outlive it, and it its tasks.
+/// Finds out, from the page and from the log, whether Uptime Kuma is converting its data, and asks the user before
+/// anything stops it meanwhile. Main thread only. What it is given must outlive it, and it must outlive its tasks.
 class ConversionWatch {
 public:
     using PageAnswers = std::function<QCoro::Task<PageAnswer>(int port)>;

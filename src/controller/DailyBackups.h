@@ -10,8 +10,8 @@
 namespace orvanel {
 
 /// Makes a copy of the data every day while the user has switched that on: beside the running container, while its
-/// state is known and no operation is under way. One that fails is tried again in an hour, and told once. Main thread
-/// only; what it is given must outlive it, and it its tasks.
+/// state is known and no operation is under way. A copy that fails is tried again in an hour, and reported once. Main
+/// thread only. What it is given must outlive it, and it must outlive its tasks.
 class DailyBackups {
 public:
     DailyBackups(const ContainerContext& context, UserSettings& settings, const Operations& operations,

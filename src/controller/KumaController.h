@@ -29,9 +29,8 @@ public:
     /// What the views show. changed() tells of every change.
     const ControllerState& state() const;
 
-    // --- Settings. Each is written to the defaults store the moment it is set, as it is. False when it could not be
-    // stored, which is published as an error; it then holds for this run only.
-
+    // --- Settings. Each is stored unchanged the moment it is set. False when that fails, which is published as an
+    // error; the setting then holds for this run only.
     bool setPort(int port);
     bool setSlug(const QString& slug);
     bool setStopOnQuit(bool stop);
@@ -46,7 +45,6 @@ public:
     void setLaunchAtLogin(bool launch);
 
     // --- Derived values, computed at each call.
-
     Health health() const;
     QString statusLine() const;
     /// Uptime Kuma's data folder, mounted into the container.
@@ -64,21 +62,19 @@ public:
     bool majorChange() const;
 
     // --- Polling.
-
     /// Starts the poll loop, unless it runs already.
     void begin();
     /// Forgets the docker tool and probes again.
     void recheck();
 
     // --- Container operations. One at a time: a request during another is dropped.
-
     void start();
     void stop();
     void restart();
     /// Cancels the download under way, or the restore if it has not moved the data yet. Other commands run to their
     /// end, and the operation stops after them.
     void cancelOperation();
-    /// Takes the error back that is shown, and the way out that was offered with it.
+    /// Removes the error that is shown, and the way out that was offered with it.
     void dismissError();
     /// Asks first; then removes the container and deletes the data folder.
     void removeEverything();
@@ -86,34 +82,29 @@ public:
     QCoro::Task<QString> fetchLogs();
 
     // --- Runtime setup. One at a time, beside container operations: a request during another is dropped.
-
     /// Installs Colima and the docker tool with Homebrew where they are missing, and starts Colima.
     void installAndStartRuntime();
     /// Starts Colima, unless a runtime answers already.
     void startRuntime();
-    /// Installs Docker with the computer's own package manager, starts it and lets the user use it; asks for the
-    /// password.
+    /// Asks for the password; then installs Docker with the computer's package manager, starts it and lets the user in.
     void installDocker();
-    /// Adds the user to the group that may use Docker, and lets them use it at once; asks for the password.
+    /// Asks for the password; then adds the user to the group that may use Docker, and lets them use it at once.
     void joinDockerGroup();
     /// Starts the service that the state offers; may ask for the password.
     void startDockerService();
     void cancelSetup();
 
     // --- Updates.
-
     /// Looks up the newest release; ignored while a check runs.
     void checkForUpdates();
     /// Asks first; then backs up, pins the newest release found, downloads it and recreates the container. A container
     /// operation; does nothing while no release is known.
     void updateNow();
-
-    /// Asks first; then puts the copy from before the last update in the place of the data, pins the version before it
-    /// and starts that. A container operation; does nothing while there is no such copy.
+    /// Asks first; then restores the copy from before the last update, pins the version of that time and starts it. A
+    /// container operation; does nothing while there is no such copy.
     void goBack();
 
     // --- Backups.
-
     /// Asks where to; then copies the data folder while Uptime Kuma keeps running, and shows the backup. Runs beside
     /// container operations, and cannot be cancelled.
     void backUpNow();
@@ -123,12 +114,10 @@ public:
     /// Shows the data folder, made when missing, in the file manager.
     void revealDataFolder();
 
-    /// Creates the data folder, and writes the compose file where its text differs. The description of the failure, or
-    /// none after success.
+    /// Creates the data folder, and writes the compose file where its text differs. The description of a failure.
     std::optional<QString> prepareFiles();
 
     // --- The end of the program.
-
     /// Ends the poll loop, asks the cancellable children to terminate, and pins the old version again while the new one
     /// is not downloaded. An operation under way is not cancelled, but from now on, until begin(), none downloads
     /// anything or brings the container up.

@@ -10,7 +10,7 @@
 namespace orvanel {
 
 /// Keeps the published state true: looks for the tools, probes the container and the web page, every three seconds, and
-/// has the status page read. Main thread only; what it is given must outlive it, and it its tasks.
+/// has the status page read. Main thread only. What it is given must outlive it, and it must outlive its tasks.
 class Poller {
 public:
     Poller(const ContainerContext& context, Operations& operations, const ConversionWatch& conversions,

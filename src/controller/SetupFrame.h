@@ -5,8 +5,8 @@
 
 namespace orvanel {
 
-/// What every way to a running Docker has in common: one setup at a time, beside container operations; its title, its
-/// live log and its end. Main thread only; what it is given must outlive it, and it its tasks.
+/// What all setups of Docker have in common: only one runs at a time, beside container operations; its title, its live
+/// log and its end. Main thread only. What it is given must outlive it, and it must outlive its tasks.
 class SetupFrame {
 public:
     using Refresh = std::function<QCoro::Task<void>(std::stop_token stop)>;

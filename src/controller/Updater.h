@@ -6,8 +6,8 @@
 
 namespace orvanel {
 
-/// Looks up the newest release, and updates the container to it after a backup. Main thread only; what it is given must
-/// outlive it, and it its tasks.
+/// Looks up the newest release, and updates the container to it after a backup. Main thread only. What it is given must
+/// outlive it, and it must outlive its tasks.
 class Updater {
 public:
     using FetchRelease = std::function<QCoro::Task<ReleaseResult>()>;

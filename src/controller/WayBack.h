@@ -5,9 +5,9 @@
 
 namespace orvanel {
 
-/// The way back to the version before the last update: while the copy that the update has made of the data is there,
-/// the user can have it and the old version again. Main thread only; what it is given must outlive it, and it its
-/// tasks.
+/// The way back to the version before the last update: while the copy of the data that the update made is there, the
+/// user can return to it and to the old version. Main thread only. What it is given must outlive it, and it must
+/// outlive its tasks.
 class WayBack {
 public:
     WayBack(const ContainerContext& context, UserSettings& settings, Operations& operations,
