@@ -67,6 +67,23 @@ void prune(Copies& copies) {
     QVERIFY(expiredDailyCopies(copies).isEmpty());
 }
 
+/// Prunes right after a copy was made.
+void checkPruning(Copies& copies) {
+    const DailyCopy made = copies.last();
+    const std::optional<DailyCopy> good = newestGood(copies);
+    const Copies changed = changedOnes(copies);
+    prune(copies);
+    QVERIFY(copies.size() - changed.size() <= 12);
+    QCOMPARE(changedOnes(copies), changed);
+    QCOMPARE(newestGood(copies), good);
+    QVERIFY(copies.contains(made) || !made.isGood());
+    // A copy that did not pass goes only when another one of that day is there, which did or is younger.
+    const auto isOfThatDay = [&made](const DailyCopy& copy) { return copy.day() == made.day(); };
+    QVERIFY(std::any_of(copies.begin(), copies.end(), isOfThatDay));
+    const Copies weekly = weeklyCopies(copies);
+    QVERIFY(weekly.size() <= 4 && !(good && weekly.contains(*good)));
+}
+
 } // namespace
 
 class TestRetention : public QObject {
@@ -162,24 +179,6 @@ private Q_SLOTS:
                 }
             }
         }
-    }
-
-private:
-    /// Prunes right after a copy was made.
-    static void checkPruning(Copies& copies) {
-        const DailyCopy made = copies.last();
-        const std::optional<DailyCopy> good = newestGood(copies);
-        const Copies changed = changedOnes(copies);
-        prune(copies);
-        QVERIFY(copies.size() - changed.size() <= 12);
-        QCOMPARE(changedOnes(copies), changed);
-        QCOMPARE(newestGood(copies), good);
-        QVERIFY(copies.contains(made) || !made.isGood());
-        // A copy that did not pass goes only when another one of that day is there, which did or is younger.
-        const auto isOfThatDay = [&made](const DailyCopy& copy) { return copy.day() == made.day(); };
-        QVERIFY(std::any_of(copies.begin(), copies.end(), isOfThatDay));
-        const Copies weekly = weeklyCopies(copies);
-        QVERIFY(weekly.size() <= 4 && !(good && weekly.contains(*good)));
     }
 };
 

@@ -30,7 +30,7 @@ private Q_SLOTS:
         QFETCH(const QStringList, missing);
         QFETCH(const bool, isFound);
         QFETCH(const bool, canInstall);
-        TestHome home;
+        const TestHome home;
         for (const char* file : {"usr/bin/pkexec", "usr/bin/apt-get", "usr/libexec/orvanel-docker-setup",
                                  "usr/share/dbus-1/system-services/org.freedesktop.PolicyKit1.service"}) {
             const QString path = u"root/"_s + QString::fromLatin1(file);
@@ -56,7 +56,7 @@ private Q_SLOTS:
 
     /// A program that was only built has the helper beside it.
     void helperOfABuild() {
-        TestHome home;
+        const TestHome home;
         for (const char* file : {"usr/bin/pkexec", "build/src/helper/orvanel-docker-setup",
                                  "usr/share/dbus-1/system-services/org.freedesktop.PolicyKit1.service"}) {
             home.write(QString::fromLatin1(file), "#!/bin/false\n");
