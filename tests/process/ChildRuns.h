@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 
+#include <csignal>
 #include <memory>
 #include <mutex>
 
@@ -15,6 +16,9 @@ namespace orvanel::test {
 
 /// Longer than any test, for runs whose time limit does not matter.
 constexpr std::chrono::duration<double> noLimit{3600};
+
+/// The status of a child that SIGTERM ended.
+constexpr int terminated = 128 + SIGTERM;
 
 /// Runs the test child. Its first argument chooses how it behaves (see Child.cpp).
 inline QCoro::Task<CommandResult> runChild(ProcessRunner* runner, QStringList arguments,
@@ -75,6 +79,16 @@ inline char processState(qint64 pid) {
     const QByteArray text = file.readAll();
     const qsizetype nameEnd = text.lastIndexOf(") ");
     return nameEnd < 0 || nameEnd + 2 >= text.size() ? ' ' : text[nameEnd + 2];
+}
+
+/// The id that a child prints first, or the n-th of several ids, separated by blanks.
+inline qint64 saidId(const LiveOutput& live, qsizetype index = 0) {
+    return live.text().split(u' ').value(index).toLongLong();
+}
+
+/// Waits until the child that printed its id has ended, though its run has not.
+inline bool endsUnreaped(const LiveOutput& live) {
+    return waitUntil([&] { return saidId(live) > 0 && processState(saidId(live)) == 'Z'; });
 }
 
 } // namespace orvanel::test

@@ -38,7 +38,7 @@ private Q_SLOTS:
 #endif
     }
 
-    /// Our runner reads it: TestProcessStop, grandchildIsReadToItsEnd.
+    /// Our runner reads it: TestGrandchildren, grandchildIsReadToItsEnd.
     void losesWhatAGrandchildWritesLater() {
         const TestHome home;
         QProcess process;
