@@ -1,33 +1,19 @@
-#include "DisplayWindows.h"
-#include "RunningProgram.h"
-#include "app/widgets/StateColors.h"
+#include "TrayDesktop.h"
 #include "standin/desktop/NotificationServer.h"
-#include "standin/desktop/StatusArea.h"
-#include "standin/desktop/VirtualDisplay.h"
 #include "standin/kuma/KumaServer.h"
-#include "support/Await.h"
 #include "support/TestClass.h"
 
 #include <QDBusMessage>
 #include <QFile>
-#include <QTest>
-
-#include <csignal>
 
 using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
-using orvanel::standin::MenuEntry;
-using orvanel::standin::StatusArea;
-using orvanel::standin::TrayItem;
 
 namespace {
 
-const auto title = u"Orvanel"_s;
-const auto legacyTitle = u"Orvanel status icon"_s;
 const auto isStarting = u"Uptime Kuma is starting…"_s;
 const auto isRunning = u"Uptime Kuma is running"_s;
-const auto isStopped = u"Uptime Kuma is stopped"_s;
 
 /// Counts the item's signals to the panel.
 class NewsCounter final : public QObject {
@@ -58,62 +44,15 @@ private Q_SLOTS:
     void onEntries() { entries += 1; }
 };
 
-/// The program on a desktop with a display and, once it is open, a status area.
-struct Desktop {
-    Desktop()
-        : windows(display.name())
-        , area(program.bus.connect()) {
-        program.environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
-        program.environment.insert(u"DISPLAY"_s, display.name());
-    }
-
-    standin::VirtualDisplay display;
-    RunningProgram program;
-    DisplayWindows windows;
-    StatusArea area;
-
-    /// Makes the program's pauses ten times shorter, for tests that wait for them.
-    void hurry() { program.environment.insert(u"ORVANEL_HASTE"_s, u"10"_s); }
-
-    TrayItem* item() { return area.item(); }
-    bool saysInTheTray(const QString& text) {
-        return waitUntil([&] { return item() != nullptr && item()->toolTip() == text && entry(text).has_value(); });
-    }
-    std::optional<MenuEntry> entry(const QString& text) {
-        return item() != nullptr ? item()->menu().find(text) : std::nullopt;
-    }
-    void press(const char* text) {
-        const auto found = entry(QString::fromLatin1(text));
-        QVERIFY(found && found->enabled);
-        QVERIFY(item()->menu().press(found->id));
-    }
-    bool showsDot(Meaning meaning) {
-        return waitUntil([&] {
-            const QImage icon = item() != nullptr ? item()->icon(22) : QImage();
-            return !icon.isNull() && icon.pixelColor(11, 11) == statusDotColor(meaning);
-        });
-    }
-    bool showsWindow() {
-        return waitUntil([&] { return windows.titles().contains(title); });
-    }
-    /// The menu as a person sees it, with disabled entries in brackets.
-    QStringList menu() {
-        QStringList lines;
-        for (const MenuEntry& one : item()->menu().entries()) {
-            lines << (one.separator ? u"-"_s : one.enabled ? one.text : u"[%1]"_s.arg(one.text));
-        }
-        return lines;
-    }
-};
-
 } // namespace
 
+/// What the icon in the status area shows and does, and what happens when the program starts a second time.
 class TestTray : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void showsIconToolTipAndMenu() {
-        Desktop desktop;
+        TrayDesktop desktop;
         QVERIFY(desktop.area.open());
         desktop.program.addContainer("running");
         desktop.program.start();
@@ -131,7 +70,7 @@ private Q_SLOTS:
     }
 
     void tellsThePanelOnlyWhatIsNew() {
-        Desktop desktop;
+        TrayDesktop desktop;
         desktop.hurry();
         QVERIFY(desktop.area.open());
         desktop.program.addContainer("running");
@@ -160,7 +99,7 @@ private Q_SLOTS:
 
     void theIconFollowsTheHealth() {
         const KumaServer server;
-        Desktop desktop;
+        TrayDesktop desktop;
         desktop.hurry();
         QVERIFY(desktop.area.open());
         desktop.program.setting("port=" + QByteArray::number(server.port()));
@@ -177,7 +116,7 @@ private Q_SLOTS:
         server.page(u"home"_s, R"({"config":{"title":"Home"},"publicGroupList":[{"id":1,"name":"All",)"
                                R"("monitorList":[{"id":1,"name":"Shop"}]}]})");
         server.heartbeat(u"home"_s, R"({"heartbeatList":{"1":[{"status":0,"ping":null}]},"uptimeList":{}})");
-        Desktop desktop;
+        TrayDesktop desktop;
         QVERIFY(desktop.area.open());
         desktop.program.setting("port=" + QByteArray::number(server.port()));
         desktop.program.setting("slug=home");
@@ -191,7 +130,7 @@ private Q_SLOTS:
         const auto slug = u"home"_s;
         server.page(slug, R"({"publicGroupList":[{"id":1,"name":"All","monitorList":[{"id":1,"name":"Shop"}]}]})");
         server.heartbeat(slug, R"({"heartbeatList":{"1":[{"status":1}]},"uptimeList":{}})");
-        Desktop desktop;
+        TrayDesktop desktop;
         desktop.hurry();
         standin::NotificationServer notifications(desktop.program.bus.connect());
         QVERIFY(notifications.open());
@@ -208,105 +147,8 @@ private Q_SLOTS:
         QVERIFY(desktop.showsWindow());
     }
 
-    void comesWhenThePanelComes() {
-        Desktop desktop;
-        desktop.program.start();
-        QVERIFY(desktop.program.knowsItsContainer());
-        QVERIFY(desktop.area.open());
-        QVERIFY(desktop.saysInTheTray(isStopped));
-    }
-
-    void comesLongAfterTheWindowHadToOpen() {
-        Desktop desktop;
-        desktop.hurry();
-        desktop.program.start();
-        QVERIFY(desktop.showsWindow());
-        QVERIFY(desktop.area.open());
-        QVERIFY(desktop.saysInTheTray(isStopped));
-    }
-
-    void comesBackWhenThePanelRestarts() {
-        Desktop desktop;
-        QVERIFY(desktop.area.open());
-        desktop.program.start();
-        QVERIFY(desktop.saysInTheTray(isStopped));
-        for (int i = 0; i < 2; ++i) {
-            desktop.area.close();
-            QVERIFY(desktop.item() == nullptr);
-            QVERIFY(desktop.area.open());
-            QVERIFY(desktop.saysInTheTray(isStopped));
-        }
-    }
-
-    void withAPanelNoWindowOpens() {
-        Desktop desktop;
-        QVERIFY(desktop.area.open());
-        desktop.program.start();
-        QVERIFY(desktop.saysInTheTray(isStopped));
-        // Two rounds of polling take longer than the program waits for a panel.
-        const qsizetype calls = desktop.program.tools.calls().size();
-        QVERIFY(waitUntil([&] { return desktop.program.tools.calls().size() >= calls + 3; }));
-        QCOMPARE(desktop.windows.titles(), QStringList());
-    }
-
-    void usesAPanelOfTheOldKind() {
-        Desktop desktop;
-        desktop.hurry();
-        desktop.windows.offerLegacyTray();
-        desktop.program.start();
-        QVERIFY(waitUntil([&] { return desktop.windows.legacyTrayHasIcon(); }));
-        QVERIFY(!desktop.windows.titles().contains(title));
-    }
-
-    void usesAPanelOfTheOldKindThatComesLate() {
-        Desktop desktop;
-        desktop.hurry();
-        desktop.program.start();
-        QVERIFY(desktop.showsWindow());
-        desktop.windows.offerLegacyTray();
-        QVERIFY(waitUntil([&] { return desktop.windows.legacyTrayHasIcon(); }));
-    }
-
-    void movesToAPanelOfTheNewKindThatComesLate() {
-        Desktop desktop;
-        desktop.hurry();
-        desktop.area.setHasHost(false);
-        QVERIFY(desktop.area.open());
-        desktop.windows.offerLegacyTray();
-        desktop.program.start();
-        QVERIFY(waitUntil([&] { return desktop.windows.legacyTrayHasIcon(); }));
-        QVERIFY(!desktop.windows.titles().contains(title));
-        desktop.area.setHasHost(true);
-        QVERIFY(desktop.saysInTheTray(isStopped));
-        QVERIFY(waitUntil([&] { return !desktop.windows.legacyTrayHasIcon(); }));
-        desktop.item()->activate();
-        QVERIFY(desktop.showsWindow());
-    }
-
-    void showsItsDotInAPanelOfTheOldKind() {
-        Desktop desktop;
-        desktop.hurry();
-        desktop.windows.offerLegacyTray();
-        desktop.program.start();
-        QVERIFY(waitUntil([&] { return desktop.windows.legacyIconColor() == statusDotColor(Meaning::inactive); }));
-        desktop.windows.clickLegacyIcon();
-        QVERIFY(desktop.showsWindow());
-    }
-
-    void leavesAPanelOfTheOldKindThatGoes() {
-        Desktop desktop;
-        desktop.hurry();
-        desktop.windows.offerLegacyTray();
-        desktop.program.start();
-        QVERIFY(waitUntil([&] { return desktop.windows.legacyTrayHasIcon(); }));
-        desktop.windows.withdrawLegacyTray();
-        QVERIFY(waitUntil([&] { return !desktop.windows.titles().contains(legacyTitle); }));
-        desktop.windows.offerLegacyTray();
-        QVERIFY(waitUntil([&] { return desktop.windows.legacyTrayHasIcon(); }));
-    }
-
     void clickOpensTheWindow() {
-        Desktop desktop;
+        TrayDesktop desktop;
         QVERIFY(desktop.area.open());
         desktop.program.start();
         QVERIFY(desktop.saysInTheTray(isStopped));
@@ -315,7 +157,7 @@ private Q_SLOTS:
     }
 
     void menuOpensOneWindow() {
-        Desktop desktop;
+        TrayDesktop desktop;
         QVERIFY(desktop.area.open());
         desktop.program.start();
         QVERIFY(desktop.saysInTheTray(isStopped));
@@ -328,7 +170,7 @@ private Q_SLOTS:
     }
 
     void menuQuits() {
-        Desktop desktop;
+        TrayDesktop desktop;
         QVERIFY(desktop.area.open());
         desktop.program.setting("stopOnQuit=true");
         desktop.program.addContainer("running");
@@ -341,7 +183,7 @@ private Q_SLOTS:
     }
 
     void theIconGoesWhenTheEndBegins() {
-        Desktop desktop;
+        TrayDesktop desktop;
         QVERIFY(desktop.area.open());
         desktop.program.setting("stopOnQuit=true");
         desktop.program.addContainer("running");
@@ -354,7 +196,7 @@ private Q_SLOTS:
     }
 
     void aStartDuringTheEndOpensTheWindow() {
-        Desktop desktop;
+        TrayDesktop desktop;
         QVERIFY(desktop.area.open());
         desktop.program.setting("stopOnQuit=true");
         desktop.program.addContainer("running");
@@ -370,7 +212,7 @@ private Q_SLOTS:
     }
 
     void aStartDuringASlowEndSaysSo() {
-        Desktop desktop;
+        TrayDesktop desktop;
         QVERIFY(desktop.area.open());
         desktop.program.setting("stopOnQuit=true");
         desktop.program.addContainer("running");
@@ -389,7 +231,7 @@ private Q_SLOTS:
     }
 
     void aSecondStartThatCannotReachTheFirstSaysSo() {
-        Desktop desktop;
+        TrayDesktop desktop;
         QVERIFY(desktop.area.open());
         const QProcess& first = desktop.program.start();
         QVERIFY(desktop.saysInTheTray(isStopped));
@@ -407,7 +249,7 @@ private Q_SLOTS:
     }
 
     void aSecondStartOpensTheWindow() {
-        Desktop desktop;
+        TrayDesktop desktop;
         QVERIFY(desktop.area.open());
         const QProcess& first = desktop.program.start();
         QVERIFY(desktop.saysInTheTray(isStopped));
