@@ -22,7 +22,7 @@ OpError raiseOtherError(ControllerFixture& world) {
 
 } // namespace
 
-/// What the answers of the docker tool and of the page mean, and what happens when they come too late.
+/// What the answers of the docker tool and of the page mean.
 class TestProbes : public QObject {
     Q_OBJECT
 
@@ -159,54 +159,6 @@ private Q_SLOTS:
         QCOMPARE(kuma.state().runtimeDetails, QString());
     }
 
-    void probeThatComesTooLateChangesNothing_data() {
-        QTest::addColumn<bool>("runs");
-        QTest::newRow("running before") << true;
-        QTest::newRow("nothing known before") << false;
-    }
-
-    void probeThatComesTooLateChangesNothing() {
-        QFETCH(const bool, runs);
-        ControllerFixture world;
-        KumaController& kuma = world.controller();
-        if (runs) {
-            QVERIFY(world.isPolledAsRunning());
-        }
-        world.docker().daemon = standin::Daemon::hangs;
-        kuma.begin();
-        world.advance(3s);
-        QCOMPARE(world.underWay(), names({"inspect"}));
-        const auto begun = world.commands().last().started;
-        world.advance(std::chrono::duration_cast<std::chrono::milliseconds>(begun + 9999ms - world.clock.now()));
-        QCOMPARE(world.underWay(), names({"inspect"}));
-        world.advance(1ms);
-        QVERIFY(world.commands().last().result && world.commands().last().result->timedOut);
-        QVERIFY(kuma.state().dockerState == (runs ? DockerState::ready : DockerState::notRunning));
-        QVERIFY(kuma.state().kuma == (runs ? KumaState::running : KumaState::stopped));
-        // The controller goes on asking, and believes the first answer.
-        world.docker().daemon = standin::Daemon::down;
-        world.advance(20s);
-        QVERIFY(kuma.state().dockerState == DockerState::notRunning);
-        QVERIFY(kuma.state().kuma == KumaState::stopped);
-        world.docker().daemon = standin::Daemon::up;
-        world.advance(3s);
-        QVERIFY(kuma.state().dockerState == DockerState::ready);
-    }
-
-    void outputEndingInSuccessButTooLateIsDropped() {
-        ControllerFixture world;
-        // When the time limit sends SIGTERM, this tool prints its answer and exits with status 0.
-        world.docker().overrides.push_back(
-            {.command = "inspect", .exitCode = 0, .out = "running", .delay = 11000, .ignoresTerm = true});
-        KumaController& kuma = world.controller();
-        kuma.begin();
-        world.advance(12s);
-        QVERIFY(world.commands().first().result->timedOut);
-        QCOMPARE(world.commands().first().result->status, 0);
-        QVERIFY(kuma.state().dockerState == DockerState::notRunning);
-        QVERIFY(kuma.state().kuma == KumaState::stopped);
-    }
-
     void restartLoopIsToldAndForgottenWhenThePageAnswers() {
         ControllerFixture world;
         QVERIFY(world.isPolledAsRunning());
@@ -277,26 +229,6 @@ private Q_SLOTS:
         QVERIFY(!kuma.state().error);
     }
 
-    void pausedContainerIsToldOf() {
-        ControllerFixture world;
-        QVERIFY(world.isPolledAsRunning());
-        const KumaController& kuma = world.controller();
-        for (const char* next : {"running", "exited", "restarting"}) {
-            world.docker().container->state = "paused";
-            world.advance(3s);
-            QVERIFY(kuma.state().isPaused && kuma.state().kuma == KumaState::stopped);
-            QCOMPARE(kuma.statusLine(), u"Uptime Kuma is paused"_s);
-            world.docker().container->state = next;
-            world.advance(3s);
-            QVERIFY(!kuma.state().isPaused);
-        }
-        world.docker().container->state = "paused";
-        world.advance(3s);
-        world.docker().daemon = standin::Daemon::down;
-        world.advance(3s);
-        QVERIFY(!kuma.state().isPaused);
-    }
-
     void errorThatDockerIsSilentGoesWhenItAnswers_data() {
         QTest::addColumn<QString>("output");
         QTest::addColumn<QString>("sentence");
@@ -346,78 +278,6 @@ private Q_SLOTS:
         QCOMPARE(world.controller().state().error, restartLoop);
     }
 
-    void operationDropsAProbeUnderWay() {
-        ControllerFixture world;
-        KumaController& kuma = world.controller();
-        kuma.begin();
-        world.settle();
-        world.answer("inspect", 1, u"Cannot connect to the Docker daemon"_s, 1, 5s);
-        world.advance(3s);
-        QCOMPARE(world.underWay(), names({"inspect"}));
-        world.delay("info", 12s);
-        kuma.start();
-        world.advance(6s);
-        QVERIFY(kuma.state().busy.has_value());
-        QVERIFY(kuma.state().dockerState == DockerState::ready); // the probe's bad news came too late
-        QVERIFY(world.operationEnds());
-        QVERIFY(kuma.state().kuma == KumaState::running);
-    }
-
-    void operationThatBeganAndEndedMeanwhileDropsAProbeToo() {
-        ControllerFixture world;
-        KumaController& kuma = world.controller();
-        kuma.start();
-        QVERIFY(world.operationEnds());
-        kuma.begin();
-        world.settle();
-        QVERIFY(kuma.state().kuma == KumaState::running);
-        // The question is asked before the stop, and answered long after it.
-        world.answer("inspect", 0, u"running"_s, 1, 8s);
-        world.advance(3s);
-        kuma.stop();
-        QVERIFY(world.operationEnds());
-        QVERIFY(kuma.state().kuma == KumaState::stopped);
-        QCOMPARE(world.docker().container->state, std::string("exited"));
-    }
-
-    void operationDropsAnAnswerOfThePage() {
-        ControllerFixture world;
-        KumaController& kuma = world.controller();
-        standin::addContainer(world.docker(), "running");
-        world.page.holdsQuestions = true;
-        kuma.begin();
-        world.settle();
-        QCOMPARE(world.page.questions.size(), 1);
-        // The stop's own question is answered at once.
-        world.page.holdsQuestions = false;
-        world.delay("inspect", 5s);
-        kuma.stop();
-        world.settle();
-        world.takeCommands();
-        world.page.letGo();
-        world.settle();
-        QVERIFY(kuma.state().kuma == KumaState::stopped);
-        QCOMPARE(world.takeCommands(), QStringList()); // and the look ends there
-        QVERIFY(!kuma.state().composeAvailable);
-    }
-
-    void operationThatBeganAndEndedMeanwhileDropsAnAnswerOfThePageToo() {
-        ControllerFixture world;
-        KumaController& kuma = world.controller();
-        kuma.start();
-        QVERIFY(world.operationEnds());
-        world.page.holdsQuestions = true;
-        kuma.begin();
-        world.settle();
-        world.page.holdsQuestions = false;
-        kuma.stop();
-        QVERIFY(world.operationEnds());
-        QVERIFY(kuma.state().kuma == KumaState::stopped);
-        world.page.letGo();
-        world.settle();
-        QVERIFY(kuma.state().kuma == KumaState::stopped);
-    }
-
     void composeIsProbedOnceAndOnlyWhenARuntimeAnswers() {
         ControllerFixture world;
         world.docker().daemon = standin::Daemon::down;
@@ -450,54 +310,6 @@ private Q_SLOTS:
         world.advance(60s);
         QCOMPARE(world.controller().state().composeAvailable, std::optional(false));
         QCOMPARE(world.takeCommands().count(u"compose version"_s), 1);
-    }
-
-    void lateProbeOfComposeCountsThoughAnOperationBegan() {
-        ControllerFixture world;
-        world.delay("compose version", 5s, 1);
-        KumaController& kuma = world.controller();
-        kuma.begin();
-        world.settle();
-        world.delay("inspect", 9s);
-        kuma.removeEverything();
-        world.dialogs.answerAll(true);
-        world.advance(5s);
-        QVERIFY(kuma.state().busy.has_value());
-        QCOMPARE(kuma.state().composeAvailable, std::optional(true));
-    }
-
-    void answersOfAToolThatWasReplacedAreDropped() {
-        ControllerFixture world;
-        world.executables = {u"/mine/docker"_s};
-        KumaController& kuma = world.controller();
-        kuma.begin();
-        world.settle();
-        world.answer("inspect", 1, u"Cannot connect to the Docker daemon"_s, 1, 5s);
-        world.advance(3s);
-        kuma.setDockerOverride(u"/mine/docker"_s);
-        world.advance(5s);
-        QVERIFY(kuma.state().dockerState == DockerState::ready); // not what the old tool says at last
-        QVERIFY(!kuma.state().composeAvailable);
-        world.advance(3s);
-        QCOMPARE(kuma.state().dockerPath, std::optional(u"/mine/docker"_s));
-        QCOMPARE(kuma.state().composeAvailable, std::optional(true));
-        QCOMPARE(world.commands().last().path, u"/mine/docker"_s);
-    }
-
-    void probeOfComposeOfAToolThatWasReplacedIsDropped() {
-        ControllerFixture world;
-        world.executables = {u"/mine/docker"_s};
-        world.answer("compose version", 1, u"unknown command"_s, 1, 5s);
-        KumaController& kuma = world.controller();
-        kuma.begin();
-        world.settle();
-        QCOMPARE(world.underWay(), names({"compose version"}));
-        kuma.setDockerOverride(u"/mine/docker"_s);
-        kuma.recheck();
-        world.settle();
-        QCOMPARE(kuma.state().composeAvailable, std::optional(true));
-        world.advance(5s);
-        QCOMPARE(kuma.state().composeAvailable, std::optional(true));
     }
 };
 

@@ -225,63 +225,6 @@ private Q_SLOTS:
         QCOMPARE(world.controller().state().error->message, u"The backup failed."_s);
     }
 
-    void cancelWhileABackupIsUnderWayRestoresNothing() {
-        ControllerFixture world;
-        startServer(world);
-        world.backups.holds = true;
-        backUpTo(world, zip);
-        restoreFrom(world, zip);
-        world.controller().cancelOperation();
-        world.backups.letGo();
-        QVERIFY(world.operationEnds());
-        QCOMPARE(world.backups.jobs.size(), 1);
-        QCOMPARE(world.docker().container->state, std::string("running"));
-        QVERIFY(!world.takeCommands().contains(u"compose stop"_s));
-        QCOMPARE(world.controller().state().error, (OpError{u"Cancelled."_s, u"Nothing was restored."_s}));
-    }
-
-    void cancelDuringTheStopStartsTheServerAgain() {
-        ControllerFixture world;
-        startServer(world);
-        world.controller().begin();
-        world.settle();
-        QVERIFY(world.controller().state().kuma == KumaState::running);
-        world.delay("compose stop", 2s, 1);
-        restoreFrom(world, zip);
-        world.controller().cancelOperation();
-        QVERIFY(world.operationEnds());
-        QVERIFY(world.backups.jobs.isEmpty());
-        QCOMPARE(world.docker().container->state, std::string("running"));
-        QVERIFY(world.takeCommands().contains(u"compose stop"_s));
-        QCOMPARE(world.controller().state().error, (OpError{u"Cancelled."_s, u"Nothing was restored."_s}));
-    }
-
-    void pausedServerMakesRoom_data() {
-        QTest::addColumn<bool>("isCancelled");
-        QTest::newRow("restored") << false;
-        QTest::newRow("cancelled") << true;
-    }
-
-    /// It works on the data, though it does not answer.
-    void pausedServerMakesRoom() {
-        QFETCH(const bool, isCancelled);
-        ControllerFixture world;
-        startServer(world);
-        world.docker().container->state = "paused";
-        world.controller().begin();
-        world.settle();
-        QVERIFY(world.controller().state().isPaused);
-        world.delay("compose stop", 2s, 1);
-        restoreFrom(world, zip);
-        if (isCancelled) {
-            world.controller().cancelOperation();
-        }
-        QVERIFY(world.operationEnds());
-        QCOMPARE(world.backups.jobs.size(), isCancelled ? 0 : 1);
-        QCOMPARE(world.docker().container->state, std::string("running"));
-        QCOMPARE(world.controller().state().error.has_value(), isCancelled);
-    }
-
     void restoreWithoutAToolGoesOn() {
         ControllerFixture world;
         world.installedDocker = std::nullopt;
@@ -346,36 +289,6 @@ private Q_SLOTS:
         QVERIFY(world.everythingEnds());
         QVERIFY(world.backups.jobs.isEmpty());
         QVERIFY(!kuma.state().error);
-    }
-
-    void cancelledRestoreDoesNotStart() {
-        ControllerFixture world;
-        startServer(world);
-        world.backups.holds = true;
-        restoreFrom(world, zip);
-        world.controller().cancelOperation();
-        QCOMPARE(world.backups.underWay, 1);
-        world.backups.letGo();
-        QVERIFY(world.operationEnds());
-        QVERIFY(!world.controller().state().error);
-        QCOMPARE(world.docker().container->state, std::string("exited"));
-    }
-
-    void restoreCancelledBeforeItMovedAnythingStartsTheServerAgain() {
-        ControllerFixture world;
-        startServer(world);
-        world.controller().begin();
-        world.settle();
-        world.backups.holds = true;
-        world.backups.restoreNoticesCancel = true;
-        restoreFrom(world, zip);
-        QCOMPARE(world.backups.underWay, 1);
-        world.controller().cancelOperation();
-        world.backups.letGo();
-        QVERIFY(world.operationEnds());
-        QCOMPARE(world.controller().state().error, (OpError{u"Cancelled."_s, u"Nothing was restored."_s}));
-        QCOMPARE(world.docker().container->state, std::string("running"));
-        QVERIFY(world.controller().state().kuma == KumaState::running);
     }
 
     void killedRestoreIsTakenBackBeforeTheDataFolderIsMade_data() {

@@ -168,31 +168,6 @@ private Q_SLOTS:
         QVERIFY(!operationShown(kuma.state()));
     }
 
-    void pausedContainerStops_data() {
-        QTest::addColumn<bool>("compose");
-        QTest::newRow("compose") << true;
-        QTest::newRow("plain") << false;
-    }
-
-    void pausedContainerStops() {
-        QFETCH(const bool, compose);
-        ControllerFixture world;
-        world.docker().compose = compose;
-        KumaController& kuma = world.controller();
-        kuma.start();
-        QVERIFY(world.operationEnds());
-        world.docker().container->state = "paused";
-        kuma.stop();
-        QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.state().error);
-        QCOMPARE(world.docker().container->state, std::string("exited"));
-        world.docker().container->state = "paused";
-        kuma.restart();
-        QVERIFY(world.operationEnds());
-        QVERIFY(!kuma.state().error);
-        QCOMPARE(world.docker().container->state, std::string("running"));
-    }
-
     void stopWhoseComposeFails() {
         ControllerFixture world;
         QVERIFY(world.isPolledAsRunning());
