@@ -10,6 +10,9 @@ using namespace std::chrono_literals;
 /// The program asks its status page every 30 s at most, and looks every 3 s.
 constexpr auto untilNextReading = 75s;
 
+/// The program looks every 3 s, so it sees several shares.
+const QByteArray convertsItsData = "conversion ms=9000 clearing=1000\n";
+
 /// Says how the status item differs from `toolTip` and `color`; empty if it does not.
 QString itemDiffers(const Stage& stage, const QString& toolTip, const QString& color) {
     if (stage.toolTip() != toolTip) {
@@ -44,12 +47,16 @@ void dismissNotifications(Stage& stage) {
     }
 }
 
-std::function<void(Stage&)> openMenuAt(const QString& entry) {
+/// What a step does, or a sentence about what it misses.
+using Act = std::function<QString(Stage&)>;
+
+Act openMenuAt(const QString& entry) {
     return [=](Stage& stage) {
         stage.openMenu();
         if (const auto found = stage.menuEntry(entry)) {
             stage.screen().pointAt(found->id);
         }
+        return QString();
     };
 }
 
@@ -61,8 +68,14 @@ std::function<QString(Stage&)> menuOffers(const QString& entry) {
     };
 }
 
-std::function<void(Stage&)> choose(const QString& entry) {
-    return [=](Stage& stage) { stage.choose(entry); };
+Act choose(const QString& entry) {
+    return [=](Stage& stage) {
+        QString missing = menuOffers(entry)(stage);
+        if (missing.isEmpty()) {
+            stage.choose(entry);
+        }
+        return missing;
+    };
 }
 
 QString wordsMissing(Stage& stage, const QString& words) {
@@ -70,27 +83,47 @@ QString wordsMissing(Stage& stage, const QString& words) {
 }
 
 QString buttonMissing(Stage& stage, const QString& name) {
-    return stage.hasButton(name) ? QString() : u"a window should offer the button \"%1\""_s.arg(name);
+    return stage.button(name) ? QString() : u"a window should offer the button \"%1\""_s.arg(name);
 }
 
 QString windowMissing(Stage& stage, const QString& title) {
     return stage.screen().windows().find(title) ? QString() : u"there should be a window \"%1\""_s.arg(title);
 }
 
-std::function<void(Stage&)> press(const QString& button) {
-    return [=](Stage& stage) { stage.pressButton(button); };
+Act pressOnce(const std::function<std::optional<ScreenElement>(Stage&)>& find, const QString& name) {
+    return [=](Stage& stage) {
+        const auto found = find(stage);
+        if (!found) {
+            return u"a window should offer \"%1\""_s.arg(name);
+        }
+        stage.reader().press(*found);
+        return QString();
+    };
+}
+
+Act press(const QString& button) {
+    return pressOnce([=](Stage& stage) { return stage.button(button); }, button);
+}
+
+Act flip(const QString& toggle) {
+    return pressOnce([=](Stage& stage) { return stage.toggle(toggle); }, toggle);
+}
+
+Act answer(const QString& question, const QString& button) {
+    return pressOnce([=](Stage& stage) { return stage.button(button, question); }, button);
 }
 
 std::function<QString(Stage&)> windowSays(const QString& title, const QString& words) {
     return [=](Stage& stage) { return firstOf(windowMissing(stage, title), wordsMissing(stage, words)); };
 }
 
-std::function<void(Stage&)> closeWindow(const QString& title) {
+Act closeWindow(const QString& title) {
     return [=](Stage& stage) {
         auto& windows = stage.screen().windows();
         if (const WindowFrame* window = windows.find(title)) {
             windows.close(*window);
         }
+        return QString();
     };
 }
 
@@ -98,6 +131,13 @@ std::function<QString(Stage&)> windowIsClosed(const QString& title) {
     return [=](Stage& stage) {
         return stage.screen().windows().find(title) ? u"the window \"%1\" should be closed"_s.arg(title) : QString();
     };
+}
+
+/// Checks that the main window lists the monitors with their strips of heartbeats.
+QString allUp(Stage& stage) {
+    return firstOf(
+        itemDiffers(stage, u"All 5 monitors up"_s, u"green"_s),
+        firstOf(wordsMissing(stage, u"Photo library"_s), wordsMissing(stage, u"last 50 heartbeats: 50 up"_s)));
 }
 
 std::vector<Step> firstOpening() {
@@ -132,7 +172,11 @@ std::vector<Step> firstOpening() {
 std::vector<Step> startingUp() {
     return {
         {.what = u"The program starts; its icon is gray: Docker is not installed"_s,
-         .act = [](Stage& stage) { stage.startProgram(); },
+         .act =
+             [](Stage& stage) {
+                 stage.startProgram();
+                 return QString();
+             },
          .missing = itemSays(u"Docker is not installed"_s, u"gray"_s),
          .picture = u"no-docker"_s},
     };
@@ -147,7 +191,6 @@ std::vector<Step> installingDocker() {
          .missing = [](Stage& stage) { return wordsMissing(stage, u"containerd docker.io"_s); },
          .picture = u"installing"_s},
         {.what = u"Docker answers, and the window offers to start Uptime Kuma"_s,
-         .act = [](Stage&) {},
          .missing =
              [=](Stage& stage) {
                  return firstOf(itemDiffers(stage, u"Uptime Kuma is stopped"_s, u"gray"_s),
@@ -179,12 +222,7 @@ std::vector<Step> firstStart() {
              },
          .picture = u"starting"_s},
         {.what = u"The page answers: all monitors are up, and the icon is green"_s,
-         .missing =
-             [](Stage& stage) {
-                 return firstOf(itemDiffers(stage, u"All 5 monitors up"_s, u"green"_s),
-                                firstOf(wordsMissing(stage, u"Photo library"_s),
-                                        wordsMissing(stage, u"last 50 heartbeats: 50 up"_s)));
-             },
+         .missing = allUp,
          .picture = u"all-up"_s},
     };
 }
@@ -202,6 +240,13 @@ std::vector<Step> otherWindows() {
          .act = press(settings),
          .missing = windowSays(settings, u"Newest release: not checked yet"_s),
          .picture = u"settings"_s},
+        {.what = u"\"Back up every day\" makes the first copy at once, beside the running server"_s,
+         .act = flip(u"Back up every day"_s),
+         .missing =
+             [](Stage& stage) {
+                 return firstOf(wordsMissing(stage, u"Last copy: "_s), wordsMissing(stage, u"One copy takes "_s));
+             },
+         .picture = u"daily-backup"_s},
         {.what = u"\"Check for updates\" finds a newer version, and it can be installed"_s,
          .act = press(u"Check for updates"_s),
          .missing =
@@ -209,14 +254,70 @@ std::vector<Step> otherWindows() {
                  return firstOf(wordsMissing(stage, u"Newest release: 2.1.0"_s), buttonMissing(stage, u"Update"_s));
              },
          .picture = u"update"_s},
+    };
+}
+
+std::vector<Step> updating() {
+    const auto settings = u"Settings"_s;
+    const auto update = u"Update"_s;
+    const auto question = u"Update Uptime Kuma to 2.1.0?"_s;
+    return {
+        {.what = u"\"Update\" asks first"_s,
+         .act = press(update),
+         .missing = [=](Stage& stage) { return wordsMissing(stage, question); },
+         .picture = u"update-question"_s},
+        {.what = u"The data is backed up, and the new version is downloaded"_s,
+         .act =
+             [=](Stage& stage) {
+                 stage.setServerScript(convertsItsData);
+                 return answer(question, update)(stage);
+             },
+         .missing = [](Stage& stage) { return wordsMissing(stage, u"Pull complete"_s); }},
         {.what = u"Its window closes"_s, .act = closeWindow(settings), .missing = windowIsClosed(settings)},
+        {.what = u"The new version converts the data; the window says how far it is"_s,
+         .missing =
+             [](Stage& stage) {
+                 return firstOf(wordsMissing(stage, u"Uptime Kuma is converting its data for the new version ("_s),
+                                wordsMissing(stage, u" %). Do not stop it."_s));
+             },
+         .picture = u"converting"_s},
+        {.what = u"The new version runs: all monitors are up"_s, .missing = allUp, .picture = u"updated"_s},
+    };
+}
+
+std::vector<Step> goingBack() {
+    const auto settings = u"Settings"_s;
+    const auto goBack = u"Go back to 2…"_s;
+    const auto question = u"Go back to Uptime Kuma 2?"_s;
+    return {
+        {.what = u"\"Settings\" names the new version"_s,
+         .act = press(settings),
+         .missing = windowSays(settings, u"Pinned image: louislam/uptime-kuma:2.1.0"_s)},
+        {.what = u"\"Go back to 2…\" asks first"_s,
+         .act = press(goBack),
+         .missing = [=](Stage& stage) { return wordsMissing(stage, question); },
+         .picture = u"go-back-question"_s},
+        {.what = u"The data from before the update is put back, and the old version is pinned again"_s,
+         .act = answer(question, u"Go Back"_s),
+         .missing =
+             [](Stage& stage) {
+                 return stage.reader().reads(u"Pinned image: louislam/uptime-kuma:2.1.0"_s)
+                            ? u"the old version should be pinned"_s
+                            : wordsMissing(stage, u"Pinned image: louislam/uptime-kuma:2"_s);
+             }},
+        {.what = u"Its window closes"_s, .act = closeWindow(settings), .missing = windowIsClosed(settings)},
+        {.what = u"The old version runs again: all monitors are up"_s, .missing = allUp, .picture = u"gone-back"_s},
     };
 }
 
 std::vector<Step> monitorsChange() {
     return {
         {.what = u"The online shop goes down: a notification, and the icon is red"_s,
-         .act = [](Stage& stage) { stage.setMonitors(u"one-down"_s); },
+         .act =
+             [](Stage& stage) {
+                 stage.setMonitors(u"one-down"_s);
+                 return QString();
+             },
          .missing =
              [](Stage& stage) {
                  return firstOf(
@@ -230,6 +331,7 @@ std::vector<Step> monitorsChange() {
              [](Stage& stage) {
                  dismissNotifications(stage);
                  stage.setMonitors(u"all-up"_s);
+                 return QString();
              },
          .missing =
              [](Stage& stage) {
@@ -249,7 +351,7 @@ std::vector<Step> endingIt() {
          .act =
              [=](Stage& stage) {
                  dismissNotifications(stage);
-                 openMenuAt(stop)(stage);
+                 return openMenuAt(stop)(stage);
              },
          .missing =
              [=](Stage& stage) { return firstOf(menuOffers(stop)(stage), menuOffers(u"Open dashboard"_s)(stage)); },
@@ -285,8 +387,8 @@ std::vector<Step> endingIt() {
 
 std::vector<Step> demoSteps() {
     std::vector<Step> steps = startingUp();
-    for (const auto& part :
-         {firstOpening(), installingDocker(), firstStart(), otherWindows(), monitorsChange(), endingIt()}) {
+    for (const auto& part : {firstOpening(), installingDocker(), firstStart(), otherWindows(), updating(), goingBack(),
+                             monitorsChange(), endingIt()}) {
         steps.insert(steps.end(), part.begin(), part.end());
     }
     return steps;

@@ -9,6 +9,15 @@ namespace orvanel::standin {
 namespace {
 
 const QString buttonRole = u"push button"_s;
+const QString toggleRole = u"check box"_s;
+
+/// Puts the file in its place at once, so that nobody reads half of it.
+void write(const QString& path, const QByteArray& content) {
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
+        qFatal("%s could not be written", qPrintable(path));
+    }
+}
 
 /// Names the colour by its hue, because shades differ between light and dark.
 QString nameOf(const QColor& color) {
@@ -105,26 +114,36 @@ void Stage::choose(const QString& text) {
     }
 }
 
-void Stage::pressButton(const QString& name) {
-    if (const auto button = m_reader.find(buttonRole, name)) {
-        m_reader.press(*button);
-    }
+std::optional<ScreenElement> Stage::button(const QString& name, const QString& after) const {
+    return control(buttonRole, name, after);
 }
 
-bool Stage::hasButton(const QString& name) const {
-    const auto button = m_reader.find(buttonRole, name);
-    return button && button->enabled;
+std::optional<ScreenElement> Stage::toggle(const QString& name) const {
+    return control(toggleRole, name, {});
+}
+
+std::optional<ScreenElement> Stage::control(const QString& role, const QString& name, const QString& after) const {
+    bool isReached = after.isEmpty();
+    for (const ScreenElement& element : m_reader.elements()) {
+        isReached = isReached || (element.showing && element.name == after);
+        if (isReached && element.showing && element.enabled && element.role == role && element.name == name) {
+            return element;
+        }
+    }
+    return std::nullopt;
 }
 
 void Stage::setMonitors(const QString& state) {
     const QString folder = m_setup.server + u"/heartbeats"_s;
     QFile from(m_setup.site + u'/' + state + u".json"_s);
-    QSaveFile to(folder + u"/home.json"_s);
-    const bool written = QDir().mkpath(folder) && from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly) &&
-                         to.write(from.readAll()) > 0 && to.commit();
-    if (!written) {
-        qFatal("%s could not be written", qPrintable(to.fileName()));
+    if (!QDir().mkpath(folder) || !from.open(QIODevice::ReadOnly)) {
+        qFatal("%s could not be read", qPrintable(from.fileName()));
     }
+    write(folder + u"/home.json"_s, from.readAll());
+}
+
+void Stage::setServerScript(const QByteArray& script) {
+    write(m_setup.server + u"/kuma-script"_s, script);
 }
 
 } // namespace orvanel::standin

@@ -59,15 +59,22 @@ public:
 
     // --- What its windows say, and their buttons.
 
-    /// Presses the button of that name in a window, if it exists and is enabled.
-    void pressButton(const QString& name);
-    bool hasButton(const QString& name) const;
+    /// The button of that name in a window that can be pressed; the first one after the text `after`, if there is one,
+    /// because a question and the window below it may have buttons of the same name.
+    std::optional<ScreenElement> button(const QString& name, const QString& after = {}) const;
+    std::optional<ScreenElement> toggle(const QString& name) const;
 
     // --- The world that Uptime Kuma watches: "all-up" or "one-down" (names of files of the site).
 
     void setMonitors(const QString& state);
 
+    // --- How the stand-in server behaves from its next start on (see tests/standin/kuma/main.cpp).
+
+    void setServerScript(const QByteArray& script);
+
 private:
+    std::optional<ScreenElement> control(const QString& role, const QString& name, const QString& after) const;
+
     const Setup m_setup;
     const QDBusConnection m_bus;
     StatusArea m_statusArea;

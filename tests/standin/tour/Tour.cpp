@@ -36,6 +36,7 @@ Tour::Tour(Stage& stage, std::vector<Step> steps, QString pictureFolder)
 }
 
 void Tour::start() {
+    m_sincePhase.start();
     m_timer.start();
 }
 
@@ -46,12 +47,7 @@ void Tour::tick() {
     }
     switch (m_phase) {
     case Phase::Acting:
-        m_sincePhase.start();
-        m_phase = Phase::Waiting;
-        if (step().act) {
-            step().act(m_stage);
-        }
-        m_stage.reader().forget();
+        act();
         break;
     case Phase::Waiting:
         wait();
@@ -62,11 +58,28 @@ void Tour::tick() {
     }
 }
 
-void Tour::wait() {
+void Tour::act() {
+    const QString missing = step().act ? step().act(m_stage) : QString();
+    if (missing.isEmpty()) {
+        m_stage.reader().forget();
+        m_sincePhase.start();
+        m_phase = Phase::Waiting;
+    } else if (passedOn(m_sincePhase) > step().limit) {
+        fail(missing);
+    } else {
+        read();
+    }
+}
+
+void Tour::read() {
     if (!m_sinceReading.isValid() || passedOn(m_sinceReading) > readingInterval) {
         m_sinceReading.start();
         m_stage.reader().refresh();
     }
+}
+
+void Tour::wait() {
+    read();
     const QString missing = step().missing(m_stage);
     if (missing.isEmpty()) {
         m_sincePhase.start();
@@ -107,6 +120,7 @@ void Tour::finishStep() {
         line += u" (%1)"_s.arg(name);
     }
     say(line);
+    m_sincePhase.start();
     m_phase = Phase::Acting;
     m_index += 1;
     if (m_index == m_steps.size()) {
@@ -119,6 +133,11 @@ void Tour::fail(const QString& why) {
     m_timer.stop();
     const QString picture = m_pictureFolder + u"/failed.png"_s;
     m_stage.screen().picture().save(picture);
+    for (const ScreenElement& element : m_stage.reader().elements()) {
+        if (element.showing && !element.name.isEmpty()) {
+            say(u"    %1: %2"_s.arg(element.role, element.name));
+        }
+    }
     say(u"FAILED at \"%1\": %2. What the screen showed: %3"_s.arg(step().what, why, picture));
     Q_EMIT finished(false);
 }

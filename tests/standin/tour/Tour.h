@@ -15,7 +15,8 @@ namespace orvanel::standin {
 struct Step {
     /// What happens in this step, in a person's words.
     QString what;
-    std::function<void(Stage& stage)> act;
+    /// Does it, or says what is not there yet to do it with. Called repeatedly until it is done or `limit` has passed.
+    std::function<QString(Stage& stage)> act;
     /// What is not yet as it should be; empty if everything is. Called repeatedly, until `limit` has passed.
     std::function<QString(Stage& stage)> missing;
     /// A part of the picture's file name; empty for no picture.
@@ -41,7 +42,9 @@ private:
     enum class Phase { Acting, Waiting, Settling };
 
     void tick();
+    void act();
     void wait();
+    void read();
     void settle();
     void finishStep();
     void fail(const QString& why);
