@@ -31,7 +31,7 @@ std::function<QString(Stage&)> says(const QStringList& words) {
 /// What keeps a window from offering the button.
 std::function<QString(Stage&)> offers(const QString& button) {
     return [=](Stage& stage) {
-        return stage.hasButton(button) ? QString() : u"a window should offer the button \"%1\""_s.arg(button);
+        return stage.button(button) ? QString() : u"a window should offer the button \"%1\""_s.arg(button);
     };
 }
 
@@ -43,26 +43,48 @@ std::function<QString(Stage&)> iconSays(const QString& toolTip) {
     };
 }
 
-std::function<void(Stage&)> press(const QString& button) {
-    return [=](Stage& stage) { stage.pressButton(button); };
+/// Presses the button as soon as it can be pressed.
+std::function<QString(Stage&)> press(const QString& button) {
+    return [=](Stage& stage) {
+        const auto found = stage.button(button);
+        if (found) {
+            stage.reader().press(*found);
+        }
+        return offers(button)(stage);
+    };
 }
 
 /// The user presses the button, and deals with the question for the password in that way.
-std::function<void(Stage&)> pressAnd(Answer answer, const QString& button, AuthenticationAgent& agent) {
+std::function<QString(Stage&)> pressAnd(Answer answer, const QString& button, AuthenticationAgent& agent) {
     return [=, &agent](Stage& stage) {
         agent.answerWith(answer);
-        stage.pressButton(button);
+        return press(button)(stage);
+    };
+}
+
+std::function<QString(Stage&)> choose(const QString& entry) {
+    return [=](Stage& stage) {
+        const auto found = stage.menuEntry(entry);
+        if (!found || !found->enabled) {
+            return u"the menu should offer \"%1\""_s.arg(entry);
+        }
+        stage.choose(entry);
+        return QString();
     };
 }
 
 std::vector<Step> opening(const QString& words) {
     return {
         {.what = u"The program starts in the status area"_s,
-         .act = [](Stage& stage) { stage.startProgram(); },
+         .act =
+             [](Stage& stage) {
+                 stage.startProgram();
+                 return QString();
+             },
          .missing = [](Stage& stage) { return stage.statusArea().item() ? QString() : u"there should be an icon"_s; },
          .limit = 60s},
         {.what = u"Its window says \"%1\""_s.arg(words),
-         .act = [](Stage& stage) { stage.choose(u"Open window"_s); },
+         .act = choose(u"Open window"_s),
          .missing = says({words}),
          .picture = u"window"_s,
          .limit = 60s},
@@ -71,7 +93,7 @@ std::vector<Step> opening(const QString& words) {
 
 Step quitting() {
     return {.what = u"\"Quit\" ends the program, and the server keeps running"_s,
-            .act = [](Stage& stage) { stage.choose(u"Quit"_s); },
+            .act = choose(u"Quit"_s),
             .missing = [](Stage& stage) { return stage.endedWell() ? QString() : u"the program should have ended"_s; },
             .programEnds = true};
 }
