@@ -17,7 +17,6 @@
 #include <QFile>
 #include <QLocale>
 
-#include <cerrno>
 #include <memory>
 #include <sys/stat.h>
 
@@ -35,18 +34,6 @@ const QString toPackName = u"to pack"_s;
 bool isZip(const QString& path) {
     const QString name = nameOf(QDir::cleanPath(path));
     return name.size() > 4 && name.endsWith(u".zip", Qt::CaseInsensitive);
-}
-
-/// Whether there is a data folder, perhaps at the end of a link. Throws the file error when that cannot be told.
-bool exists(const QString& dataDir) {
-    struct stat status {};
-    if (::stat(QFile::encodeName(dataDir).constData(), &status) == 0) {
-        return true;
-    }
-    if (errno != ENOENT && errno != ENOTDIR) {
-        throw fileError(dataDir, errno);
-    }
-    return false;
 }
 
 /// A backup to a disk without links may have been killed while it had its copy there.

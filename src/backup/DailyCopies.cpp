@@ -157,20 +157,9 @@ void place(const QString& backupsDir, const DailyCopy& copy, const QString& fres
     }
 }
 
-bool hasData(const QString& dataDir) {
-    struct stat status {};
-    if (::stat(QFile::encodeName(dataDir).constData(), &status) == 0) {
-        return true;
-    }
-    if (errno != ENOENT && errno != ENOTDIR) {
-        throw fileError(dataDir, errno);
-    }
-    return false;
-}
-
 std::optional<DailyBackupResult> makeCopy(const QString& dataDir, const QString& givenBackups, const QDateTime& now) {
     recoverData(dataDir, givenBackups);
-    if (!hasData(dataDir)) {
+    if (!exists(dataDir)) {
         return std::nullopt;
     }
     if (isInside(givenBackups, dataDir)) {

@@ -119,6 +119,17 @@ bool isFolder(const QString& path) {
     return status && S_ISDIR(status->st_mode);
 }
 
+bool exists(const QString& path) {
+    struct stat status {};
+    if (::stat(QFile::encodeName(path).constData(), &status) == 0) {
+        return true;
+    }
+    if (errno != ENOENT && errno != ENOTDIR) {
+        throw fileError(path, errno);
+    }
+    return false;
+}
+
 QStringList namesIn(const QString& folder) {
     const std::string path = QFile::encodeName(folder).toStdString();
     const FileDescriptor open(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

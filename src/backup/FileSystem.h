@@ -48,6 +48,8 @@ std::vector<std::string> entriesOf(int folder, const std::string& path);
 /// reached.
 std::optional<struct stat> statusOf(const QString& path);
 bool isFolder(const QString& path);
+/// Whether something is there, perhaps at the end of a link. Throws a file error when that cannot be told.
+bool exists(const QString& path);
 
 /// The names in a folder as text; empty if the folder cannot be listed.
 QStringList namesIn(const QString& folder);

@@ -10,7 +10,8 @@ using namespace Qt::StringLiterals;
 namespace orvanel::folders {
 namespace {
 
-// The Base Directory Specification calls a relative path invalid; the data would move with the working directory.
+// The rules for XDG_DATA_HOME and its like call a relative path invalid: the data would move with the working
+// directory.
 QString absoluteOr(const QString& folder, const QString& below) {
     return QDir::isAbsolutePath(folder) ? folder : QDir::homePath() + below;
 }

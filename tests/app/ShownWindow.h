@@ -31,6 +31,12 @@ struct ShownWindow {
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window));
     }
+    void install(const QString& tool) { world.installedTools.insert(tool, u"/opt/bin/"_s + tool); }
+    void openWithoutRuntime(standin::Daemon daemon) {
+        world.docker().daemon = daemon;
+        open();
+        poll();
+    }
     void poll() {
         world.controller().begin();
         world.settle();

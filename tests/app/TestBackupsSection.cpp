@@ -34,9 +34,9 @@ private Q_SLOTS:
 
     void sizeIsTold() {
         QCOMPARE(backupSizeText({}), QString());
-        QCOMPARE(backupSizeText({.copies = 1, .bytes = 2048}), u"One copy takes 2.00 KiB on the disk."_s);
+        QCOMPARE(backupSizeText({.copies = 1, .bytes = 2048}), u"One copy takes 2.0 KiB on the disk."_s);
         QCOMPARE(backupSizeText({.copies = 11, .bytes = 2048, .isAtMost = true}),
-                 u"11 copies take at most 2.00 KiB on the disk."_s);
+                 u"11 copies take at most 2.0 KiB on the disk."_s);
     }
 
     void switchMakesACopyAndTellsOfIt() {

@@ -34,16 +34,6 @@ const auto showDetails = u"Show details"_s;
 const auto openDashboard = u"Open dashboard"_s;
 const auto needsHomebrew = u"Homebrew is needed for the one-click install and was not found."_s;
 
-void install(ShownWindow& view, const QString& tool) {
-    view.world.installedTools.insert(tool, u"/opt/bin/"_s + tool);
-}
-
-void openWithoutRuntime(ShownWindow& view, standin::Daemon daemon) {
-    view.world.docker().daemon = daemon;
-    view.open();
-    view.poll();
-}
-
 QStringList buttonsInOrder(const QWidget& window) {
     std::map<std::pair<int, int>, QString> places;
     for (const QAbstractButton* button : window.findChildren<QAbstractButton*>()) {
@@ -69,7 +59,7 @@ private Q_SLOTS:
     void setupShowsItsOutputAndCanBeCancelled() {
         ShownWindow view;
         view.world.installedDocker = std::nullopt;
-        install(view, brew);
+        view.install(brew);
         view.open();
         view.poll();
         view.world.hang("brew install");
@@ -88,7 +78,7 @@ private Q_SLOTS:
     void missingDockerWithHomebrew() {
         ShownWindow view;
         view.world.installedDocker = std::nullopt;
-        install(view, brew);
+        view.install(brew);
         view.open();
         view.poll();
         QVERIFY(shows(&view.window, u"Orvanel runs Uptime Kuma inside Docker, using Colima, a free "
@@ -114,7 +104,7 @@ private Q_SLOTS:
         view.click(getHomebrew);
         QCOMPARE(view.world.desktop.opened, QList<QUrl>{QUrl(u"https://brew.sh/"_s)});
 
-        install(view, brew);
+        view.install(brew);
         view.click(checkAgain);
         QVERIFY(!shows(&view.window, needsHomebrew));
         QVERIFY(button(&view.window, getHomebrew) == nullptr);
@@ -139,9 +129,9 @@ private Q_SLOTS:
 
     void colimaThatIsNotStarted() {
         ShownWindow view;
-        install(view, brew);
-        install(view, colima);
-        openWithoutRuntime(view, standin::Daemon::down);
+        view.install(brew);
+        view.install(colima);
+        view.openWithoutRuntime(standin::Daemon::down);
         QVERIFY(shows(&view.window, u"The docker command line tool is installed, but the Colima runtime "
                                     "is not started."_s));
         QVERIFY(button(&view.window, installColima) == nullptr);
@@ -155,8 +145,8 @@ private Q_SLOTS:
 
     void noRuntimeWithHomebrew() {
         ShownWindow view;
-        install(view, brew);
-        openWithoutRuntime(view, standin::Daemon::down);
+        view.install(brew);
+        view.openWithoutRuntime(standin::Daemon::down);
         QVERIFY(shows(&view.window, u"The docker command line tool is installed, but no Docker runtime "
                                     "answers. One click installs and starts Colima, a free headless "
                                     "runtime. If you run another runtime, start it and press Check "
@@ -170,7 +160,7 @@ private Q_SLOTS:
 
     void noRuntimeAndNoHomebrew() {
         ShownWindow view;
-        openWithoutRuntime(view, standin::Daemon::down);
+        view.openWithoutRuntime(standin::Daemon::down);
         QVERIFY(button(&view.window, startColima) == nullptr);
         QVERIFY(button(&view.window, installColima) == nullptr);
         view.click(getHomebrew);
@@ -178,7 +168,7 @@ private Q_SLOTS:
         view.click(settings);
         QCOMPARE(view.opened, QStringList(u"settings"_s));
 
-        install(view, brew);
+        view.install(brew);
         view.click(checkAgain);
         QVERIFY(button(&view.window, getHomebrew) == nullptr);
         view.world.hang("brew install");
@@ -194,7 +184,7 @@ private Q_SLOTS:
     void aRuntimeThatRefusesSaysWhy() {
         QFETCH(const bool, refuses);
         ShownWindow view;
-        openWithoutRuntime(view, refuses ? standin::Daemon::denied : standin::Daemon::down);
+        view.openWithoutRuntime(refuses ? standin::Daemon::denied : standin::Daemon::down);
         const bool isSaid = shows(&view.window, u"You need permission to use Docker. Join the group “docker”, then "
                                                 "log out and back in."_s);
         QCOMPARE(isSaid, refuses);
@@ -217,7 +207,7 @@ private Q_SLOTS:
     void checkAgainKeepsTheFocus() {
         QFETCH(const bool, isInstalled);
         ShownWindow view;
-        openWithoutRuntime(view, standin::Daemon::down);
+        view.openWithoutRuntime(standin::Daemon::down);
         if (!isInstalled) {
             view.world.installedDocker = std::nullopt;
             view.world.controller().recheck();
@@ -283,7 +273,7 @@ private Q_SLOTS:
         QFETCH(const QStringList, expected);
         ShownWindow view;
         for (const QString& tool : tools) {
-            install(view, tool);
+            view.install(tool);
         }
         if (tools.contains(apt)) {
             view.world.rootHelper = aptHelper();

@@ -24,16 +24,6 @@ const auto letMeUse = u"Let me use Docker"_s;
 const auto showDetails = u"Show details"_s;
 const auto needsHomebrew = u"Homebrew is needed for the one-click install and was not found."_s;
 
-void install(ShownWindow& view, const QString& tool) {
-    view.world.installedTools.insert(tool, u"/opt/bin/"_s + tool);
-}
-
-void openWithoutRuntime(ShownWindow& view, standin::Daemon daemon) {
-    view.world.docker().daemon = daemon;
-    view.open();
-    view.poll();
-}
-
 } // namespace
 
 /// The cards that install Docker, start it and let its user in with one click.
@@ -52,7 +42,7 @@ private Q_SLOTS:
         view.world.installedDocker = std::nullopt;
         view.world.rootHelper = aptHelper();
         if (hasHomebrew) {
-            install(view, brew);
+            view.install(brew);
         }
         view.open();
         view.poll();
@@ -83,10 +73,10 @@ private Q_SLOTS:
 
     void aServiceThatIsStopped() {
         ShownWindow view;
-        install(view, brew);
+        view.install(brew);
         view.world.units.states = {{u"docker.service"_s, UnitState{u"loaded"_s, u"inactive"_s}}};
         view.world.units.onStart = [&view] { view.world.docker().daemon = standin::Daemon::up; };
-        openWithoutRuntime(view, standin::Daemon::down);
+        view.openWithoutRuntime(standin::Daemon::down);
         QVERIFY(shows(&view.window, u"Docker is installed, but its service is not running."_s));
         QVERIFY(button(&view.window, installColima) == nullptr);
         QTest::keyClick(&view.window, Qt::Key_Return);
@@ -98,8 +88,8 @@ private Q_SLOTS:
     void oneWhoIsNotInTheGroupIsLetIn() {
         ShownWindow view;
         view.world.rootHelper = aptHelper();
-        install(view, colima);
-        openWithoutRuntime(view, standin::Daemon::denied);
+        view.install(colima);
+        view.openWithoutRuntime(standin::Daemon::denied);
         QVERIFY(shows(&view.window, u"You need permission to use Docker. One click adds you to the group “docker” and "
                                     "opens Docker for you at once; members of this group have the rights of root."_s));
         QVERIFY(!shows(&view.window, u"The docker command line tool is installed, but the Colima runtime is not "

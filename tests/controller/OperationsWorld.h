@@ -10,6 +10,12 @@
 
 namespace orvanel::test {
 
+/// The body of an operation that ends when the test completes the event.
+inline QCoro::Task<Outcome> waitFor(Event<Outcome> end) {
+    const Outcome outcome = co_await end;
+    co_return outcome;
+}
+
 /// What the classes behind the operations need: a container's world, the operations' slot, scripted backups, and a
 /// desktop that only records. There is no controller, and nothing polls.
 class OperationsWorld : public ContainerWorld {

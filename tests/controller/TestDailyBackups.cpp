@@ -13,11 +13,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-QCoro::Task<Outcome> waitFor(Event<Outcome> end) {
-    const Outcome outcome = co_await end;
-    co_return outcome;
-}
-
 struct World : OperationsWorld {
     World() {
         runServer();

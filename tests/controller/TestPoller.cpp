@@ -11,11 +11,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-QCoro::Task<Outcome> waitFor(Event<Outcome> end) {
-    const Outcome outcome = co_await end;
-    co_return outcome;
-}
-
 struct World : OperationsWorld {
     /// One probe, as the loop makes it every three seconds.
     void probe() {

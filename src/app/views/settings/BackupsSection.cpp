@@ -54,7 +54,7 @@ QString backupSizeText(const DailyBackupState& daily) {
     }
     const QString copies = daily.copies == 1 ? u"One copy takes"_s : u"%1 copies take"_s.arg(daily.copies);
     return u"%1 %2%3 on the disk."_s.arg(copies, daily.isAtMost ? u"at most "_s : QString(),
-                                         QLocale(QLocale::English).formattedDataSize(daily.bytes));
+                                         QLocale(QLocale::English).formattedDataSize(daily.bytes, 1));
 }
 
 BackupsSection::BackupsSection(ViewContext context, QWidget* parent)
