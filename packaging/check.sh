@@ -114,6 +114,21 @@ validate() {
     carries Recommends pkexec || fail "The package does not recommend what starts the root helper."
     check_launchers "$content" /usr/bin/orvanel
     check_helper "$content" "$content/usr" /usr/libexec
+    check_module "$content/usr"
+}
+
+# check_module PREFIX: the program finds its module there, and the package depends on the libraries that only the module needs.
+check_module() {
+    local module=$1/lib/orvanel/modules/orvanel-formats.so library
+    [[ -f $module ]] || fail "The module that reads archives and databases is not installed."
+    # shellcheck disable=SC2016 # the dynamic linker's own word
+    readelf --dynamic "$1/bin/orvanel" | grep -F '[$ORIGIN/../lib/orvanel/modules]' >/dev/null ||
+        fail "The program does not look for its module where it is: $(readelf --dynamic "$1/bin/orvanel" | grep -i path)"
+    readelf --dyn-syms --wide "$module" | grep ' orvanelFileFormats1$' >/dev/null || fail "The module is not one that the program can use."
+    ! ldd "$module" | grep "not found" || fail "The module needs libraries that are not there."
+    for library in libarchive13 libsqlite3-0; do
+        grep -qF "$library" <<<"$(dpkg-deb -f "$package" Depends)" || fail "The package does not depend on $library."
+    done
 }
 
 # check_helper LIBEXEC-ROOT PREFIX FOLDER: the root helper is there, only its owner may change it, and polkit's actions name it.
@@ -175,6 +190,7 @@ install_by_cmake() {
     [[ -x $folder/bin/orvanel ]] || fail "CMake did not install the program."
     check_launchers "$folder" "$folder/bin/orvanel"
     check_helper "" "$folder" "$folder/libexec"
+    check_module "$folder"
     for file in applications/$id.desktop metainfo/$id.metainfo.xml man/man1/orvanel.1.gz licenses/orvanel/LICENSE \
         icons/hicolor/scalable/apps/$id.svg icons/hicolor/48x48/apps/$id.png; do
         [[ -s $folder/share/$file ]] || fail "CMake did not install $file."

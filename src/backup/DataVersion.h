@@ -13,7 +13,8 @@ enum class DataVersion {
     converted,
 };
 
-/// Reads the database in the folder with the log beside it, and changes nothing there. Blocks; any thread.
+/// Reads the database in the folder with the log beside it, and changes nothing there. Throws AppError if the
+/// installation lacks the reader. Blocks; any thread.
 DataVersion dataVersionOf(const QString& folder);
 
 } // namespace orvanel

@@ -2,14 +2,13 @@
 
 #include "backup/CopyTree.h"
 #include "backup/DiskRoom.h"
+#include "backup/FormatsModule.h"
 #include "backup/RemoveTree.h"
 #include "backup/WorkFolder.h"
 
 #include <QDir>
 #include <QFile>
 
-#include <memory>
-#include <sqlite3.h>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -77,76 +76,15 @@ bool hasDatabaseHeader(const QString& path) {
     return false;
 }
 
-struct CloseDatabase {
-    void operator()(sqlite3* database) const { ::sqlite3_close_v2(database); }
-};
-struct EndStatement {
-    void operator()(sqlite3_stmt* statement) const { ::sqlite3_finalize(statement); }
-};
-
-/// Whether the check failed for want of space, memory or permission.
-bool isNoFaultOfTheDatabase(int code) {
-    constexpr int primary = 0xFF;
-    switch (code & primary) {
-    case SQLITE_PERM:
-    case SQLITE_NOMEM:
-    case SQLITE_READONLY:
-    case SQLITE_IOERR:
-    case SQLITE_FULL:
-    case SQLITE_CANTOPEN:
-        return true;
-    default:
-        return false;
-    }
-}
-
-/// Checks the indexes as well as the pages: in a torn copy, every page may be whole and yet the pages may not fit
-/// together.
-///
-/// No other process uses the copy, so it is opened without locks and without shared memory. Some network and FUSE file
-/// systems support neither, and a good backup must not fail the check for that reason.
-std::optional<QString> checkOpenedFile(const QString& path) {
-    sqlite3* opened = nullptr;
-    const int result = ::sqlite3_open_v2(path.toUtf8().constData(), &opened, SQLITE_OPEN_READWRITE, "unix-none");
-    const std::unique_ptr<sqlite3, CloseDatabase> database(opened);
-    const auto complaint = [&] {
-        QString text = QString::fromUtf8(::sqlite3_errmsg(database.get()));
-        if (isNoFaultOfTheDatabase(::sqlite3_errcode(database.get()))) {
-            throw AppError(text);
-        }
-        return text;
-    };
-    const char* const alone = "PRAGMA locking_mode=EXCLUSIVE";
-    if (result != SQLITE_OK || ::sqlite3_exec(opened, alone, nullptr, nullptr, nullptr) != SQLITE_OK) {
-        return complaint();
-    }
-    sqlite3_stmt* prepared = nullptr;
-    const char* const question = "PRAGMA integrity_check(20)";
-    const bool isPrepared = ::sqlite3_prepare_v2(database.get(), question, -1, &prepared, nullptr) == SQLITE_OK;
-    const std::unique_ptr<sqlite3_stmt, EndStatement> statement(prepared);
-    if (!isPrepared) {
-        return complaint();
-    }
-    QStringList lines;
-    int step = ::sqlite3_step(statement.get());
-    while (step == SQLITE_ROW) {
-        lines << QString::fromUtf8(reinterpret_cast<const char*>(::sqlite3_column_text(statement.get(), 0)));
-        step = ::sqlite3_step(statement.get());
-    }
-    if (step != SQLITE_DONE) {
-        lines << complaint();
-    }
-    if (lines == QStringList{u"ok"_s}) {
-        return std::nullopt;
-    }
-    return lines.join(u'\n');
-}
-
 /// Throws when the check cannot be made.
 std::optional<QString> checkIn(const QString& scratch, const QString& folder, const QString& name) {
     QDir().mkdir(scratch);
     copyFiles(folder, scratch, databaseFiles(name));
-    return checkOpenedFile(scratch + u'/' + name);
+    const DatabaseCheck check = fileFormats().checkDatabase(scratch + u'/' + name);
+    if (check.notMade) {
+        throw AppError(*check.notMade);
+    }
+    return check.problem;
 }
 
 qint64 bytesOf(const QString& folder, const QString& name) {

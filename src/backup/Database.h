@@ -1,8 +1,9 @@
 #pragma once
 
+#include "formats/FileFormats.h"
+
 #include <QString>
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,18 +18,6 @@ std::vector<std::string> databaseFiles(const QString& name = u"kuma.db"_s);
 /// a file stays as it is. If one of the files changes meanwhile, all are copied again, up to three times; after that,
 /// only checkDatabase() can tell whether the copy is good. Throws a file error. Blocks; any thread.
 void copyDatabase(const QString& source, const QString& target, const QString& name = u"kuma.db"_s);
-
-/// The result of checking a copied database. Both fields are empty if it passed, or if the file is not an SQLite
-/// database.
-struct DatabaseCheck {
-    /// Why the database did not pass.
-    std::optional<QString> problem = {};
-    /// Why the check could not be made, for example for lack of space. The database may be good or bad.
-    std::optional<QString> notMade = {};
-
-    bool hasPassed() const { return !problem && !notMade; }
-    bool operator==(const DatabaseCheck&) const = default;
-};
 
 /// Has SQLite check the database `name` in `folder`, with the log beside it. Opening a database can change it, so a
 /// scratch copy is checked: in `scratch`, a folder that this function makes and removes, or in the temporary folder if

@@ -1,6 +1,7 @@
 #include "backup/ZipArchive.h"
 
 #include "backup/DiskRoom.h"
+#include "backup/FormatsModule.h"
 #include "backup/SafePaths.h"
 #include "backup/UnpackedCheck.h"
 #include "process/AppError.h"
@@ -10,10 +11,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-
-#include <archive.h>
-#include <archive_entry.h>
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -76,10 +73,6 @@ bool beginsLikeZip(const QString& archive) {
     return file.open(QIODevice::ReadOnly) && file.read(2) == "PK";
 }
 
-struct CloseArchive {
-    void operator()(archive* file) const { ::archive_read_free(file); }
-};
-
 void requireEntries(const QString& archive, qint64 entries) {
     const auto listing = ZipArchive::list(archive);
     if (!listing || listing->entries != entries) {
@@ -139,25 +132,7 @@ QCoro::Task<void> unpackSome(QString archive, QString folder, QStringList only, 
 } // namespace
 
 std::optional<ZipListing> ZipArchive::list(const QString& archive) {
-    constexpr std::size_t block = std::size_t{64} * 1024;
-    const std::unique_ptr<::archive, CloseArchive> file(::archive_read_new());
-    // Supports only the reader that starts with the list at the end. The other one unpacks everything to find the next
-    // entry.
-    if (::archive_read_support_format_zip_seekable(file.get()) != ARCHIVE_OK ||
-        ::archive_read_open_filename(file.get(), QFile::encodeName(archive).constData(), block) != ARCHIVE_OK) {
-        return std::nullopt;
-    }
-    constexpr qint64 most = std::numeric_limits<qint64>::max();
-    ZipListing listing;
-    archive_entry* entry = nullptr;
-    int result = ::archive_read_next_header(file.get(), &entry);
-    while (result == ARCHIVE_OK || result == ARCHIVE_WARN) {
-        const qint64 bytes = ::archive_entry_size(entry);
-        listing.bytes = bytes < 0 || bytes > most - listing.bytes ? most : listing.bytes + bytes;
-        ++listing.entries;
-        result = ::archive_read_next_header(file.get(), &entry);
-    }
-    return result == ARCHIVE_EOF ? std::optional(listing) : std::nullopt;
+    return fileFormats().listZip(archive);
 }
 
 QCoro::Task<void> ZipArchive::pack(QString folder, QString archive) {
