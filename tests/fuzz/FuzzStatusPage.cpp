@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QTimeZone>
 
 using namespace Qt::StringLiterals;
 
@@ -31,7 +32,7 @@ QJsonObject beatOf(std::optional<Heartbeat::Time> time, std::optional<std::int64
     QJsonObject beat;
     if (time) {
         const qint64 seconds = time->time_since_epoch().count();
-        beat[u"time"] = QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(u"yyyy-MM-dd HH:mm:ss.zzz");
+        beat[u"time"] = QDateTime::fromSecsSinceEpoch(seconds, QTimeZone::utc()).toString(u"yyyy-MM-dd HH:mm:ss.zzz");
     }
     if (status) {
         beat[u"status"] = qint64(*status);

@@ -7,6 +7,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QTimeZone>
 
 using namespace Qt::StringLiterals;
 using namespace orvanel;
@@ -113,7 +114,7 @@ private Q_SLOTS:
         const MonitorRow first = std::get<StatusPageData>(result).monitors.first();
         QStringList told;
         for (const Heartbeat& beat : first.beats) {
-            told << QDateTime::fromSecsSinceEpoch(beat.time()->time_since_epoch().count(), Qt::UTC)
+            told << QDateTime::fromSecsSinceEpoch(beat.time()->time_since_epoch().count(), QTimeZone::utc())
                             .toString(u"yyyy-MM-dd HH:mm:ss ") +
                         lastBeat(beat.status(), beat.ping());
         }

@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTcpSocket>
+#include <QTimeZone>
 
 #include <csignal>
 
@@ -143,7 +144,7 @@ private Q_SLOTS:
             QCOMPARE(beats[i][u"status"].toInt(-1), expected[i].first);
             QCOMPARE(beats[i][u"ping"], expected[i].second);
             QDateTime time = QDateTime::fromString(beats[i][u"time"].toString(), u"yyyy-MM-dd HH:mm:ss.zzz"_s);
-            time.setTimeSpec(Qt::UTC);
+            time.setTimeZone(QTimeZone::utc());
             QVERIFY(time.isValid());
             QVERIFY(i == 0 || last.secsTo(time) == 60);
             last = time;
