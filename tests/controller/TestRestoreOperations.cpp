@@ -14,6 +14,11 @@ namespace {
 const auto restoring = u"Restoring backup…"_s;
 const auto zip = u"/home/ann/Backup.zip"_s;
 
+QCoro::Task<void> note(QStringList* places, QString dataDir, QString backupsDir) {
+    *places << dataDir << backupsDir;
+    co_return;
+}
+
 } // namespace
 
 class TestRestoreOperations : public QObject {
@@ -319,6 +324,20 @@ private Q_SLOTS:
         QFile file(kuma.dataDir() + u"/kuma.db"_s);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), QByteArray("the data"));
+    }
+
+    void whatEarlierRunsLeftIsRemovedAtTheStart() {
+        ControllerFixture world;
+        QStringList places;
+        world.adjust = [&places](ControllerEnvironment&, HostFunctions& host) {
+            host.cleanUp = [&places](QString dataDir, QString backupsDir) {
+                return note(&places, dataDir, backupsDir);
+            };
+        };
+        KumaController& kuma = world.controller();
+        QVERIFY(places.isEmpty());
+        kuma.begin();
+        QCOMPARE(places, (QStringList{kuma.dataDir(), kuma.backupsDir()}));
     }
 
     void dataFolderIsNotMadeInTheMiddleOfARestore() {

@@ -220,6 +220,24 @@ private Q_SLOTS:
         QVERIFY(!world.controller().state().suggestedPort);
     }
 
+    /// Somebody else has started Docker during the setup, and the user has pressed Start then.
+    void portThatWasOfferedMeanwhileGoesWithItsError() {
+        RuntimeWorld world({u"docker"_s, u"colima"_s});
+        world.docker().daemon = standin::Daemon::down;
+        world.listeningPorts = {3001};
+        world.answer("colima start", 1, u"no virtual machines here\n"_s, -1, 20s);
+        world.look();
+        world.controller().startRuntime();
+        world.advance(1s);
+        world.docker().daemon = standin::Daemon::up;
+        world.controller().start();
+        world.advance(1s);
+        QVERIFY(world.controller().state().suggestedPort.has_value());
+        QVERIFY(world.setupEnds());
+        QCOMPARE(world.message(), u"Colima could not start."_s);
+        QVERIFY(!world.controller().state().suggestedPort);
+    }
+
     void runsBesideAContainerOperation() {
         RuntimeWorld world({u"docker"_s, u"colima"_s, u"brew"_s});
         world.delay("compose up", 20s);
