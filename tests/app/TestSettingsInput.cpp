@@ -121,6 +121,9 @@ private Q_SLOTS:
         stop->click();
         QCOMPARE(stop->accessibleDescription(), notSaved);
         QVERIFY(shows(&settings.view, notSaved));
+        Switch* const daily = settings.switchWith(u"Back up every day"_s);
+        daily->click();
+        QCOMPARE(daily->accessibleDescription(), notSaved);
         Switch* const launch = settings.switchWith(u"Launch at login"_s);
         launch->click();
         settings.world.settle();
