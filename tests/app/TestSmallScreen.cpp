@@ -57,6 +57,18 @@ private Q_SLOTS:
         QVERIFY(view.window.findChild<QScrollArea*>()->verticalScrollBar()->maximum() > 0);
     }
 
+    /// As when a panel appears.
+    void aWindowShrinksWithTheFreePartOfItsScreen() {
+        ShownWindow view;
+        isInsideTheScreen(view.window);
+        view.window.resize(1000, 1000);
+        view.window.move(200, 200);
+        const QRect free = view.window.screen()->availableGeometry();
+        QVERIFY(!free.contains(view.window.frameGeometry()));
+        Q_EMIT view.window.screen()->availableGeometryChanged(free);
+        QVERIFY(free.contains(view.window.frameGeometry()));
+    }
+
     void theLogsFit() {
         ShownWindow view;
         LogsWindow logs(view.world.controller(), view.world.dialogs, view.world.clock);
