@@ -4,6 +4,7 @@
 #include "support/TestClass.h"
 
 #include <QDBusMessage>
+#include <QElapsedTimer>
 #include <QFile>
 
 using namespace Qt::StringLiterals;
@@ -221,9 +222,13 @@ private Q_SLOTS:
         QVERIFY(desktop.saysInTheTray(isStarting));
         desktop.press("Quit");
         QVERIFY(waitUntil([&] { return desktop.item() == nullptr; }));
+        QElapsedTimer time;
+        time.start();
         QProcess& second = desktop.program.start();
         // The first copy has no window any more.
         QVERIFY(desktop.showsWindow());
+        // After two seconds, because most ends are quicker, and something for a slow computer.
+        QVERIFY2(time.elapsed() >= 2000 && time.elapsed() < 15'000, qPrintable(QString::number(time.elapsed())));
         QCOMPARE(first.state(), QProcess::Running);
         desktop.windows.pressEscape();
         QCOMPARE(RunningProgram::exitCode(second), 0);
