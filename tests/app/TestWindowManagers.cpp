@@ -1,15 +1,19 @@
 #include "OtherProgram.h"
 #include "RunningProgram.h"
+#include "platform/AppIdentity.h"
 #include "standin/desktop/StatusArea.h"
 #include "standin/desktop/VirtualDisplay.h"
 #include "support/Await.h"
 #include "support/TestClass.h"
 
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QStandardPaths>
 #include <QTest>
+
+#include <csignal>
 
 using namespace Qt::StringLiterals;
 using namespace orvanel;
@@ -71,7 +75,7 @@ public:
         if (!area.open()) {
             return u"there is no status area"_s;
         }
-        program.start();
+        first = &program.start();
         other.showWindow();
         if (!waitUntil([&] { return area.item() != nullptr && menuEntry().has_value(); })) {
             return u"the program has no menu"_s;
@@ -101,6 +105,13 @@ public:
     }
     /// The last that the user does in our window. What Qt knows of the time is older than what follows elsewhere.
     void userLeaves() { other.type(); }
+    /// Activates the program as a panel does that starts programs over the bus.
+    void activate(const QString& startupId) {
+        auto call = QDBusMessage::createMethodCall(identity::desktopId(), identity::busPath(),
+                                                   u"org.freedesktop.Application"_s, u"Activate"_s);
+        call.setArguments({QVariantMap{{u"desktop-startup-id"_s, startupId}}});
+        program.bus.connect().asyncCall(call);
+    }
     std::optional<standin::MenuEntry> menuEntry() { return area.item()->menu().find(u"Open window"_s); }
 
 private:
@@ -119,6 +130,7 @@ public:
     RunningProgram program;
     OtherProgram other;
     standin::StatusArea area;
+    QProcess* first = nullptr;
 
 private:
     QProcess m_settings;
@@ -172,6 +184,29 @@ private Q_SLOTS:
         QCOMPARE(RunningProgram::exitCode(desktop.program.start()), 0);
         QVERIFY(desktop.isInFront());
         QVERIFY(waitUntil([&] { return desktop.other.hasEnded(startupId); }));
+    }
+
+    /// Otherwise the pointer goes on showing that something starts.
+    void startupSequencesEndWhoeverCanEndThem() {
+        const auto windowManager = u"openbox"_s;
+        if (QStandardPaths::findExecutable(windowManager).isEmpty()) {
+            QSKIP("openbox is not installed");
+        }
+        Desktop desktop(windowManager);
+        QCOMPARE(desktop.begin(), QString());
+        const auto activation = u"panel/orvanel/43_TIME1"_s;
+        desktop.activate(activation);
+        QVERIFY(waitUntil([&] { return desktop.other.hasEnded(activation); }));
+
+        // The first copy hangs, so the second one must do it.
+        RunningProgram::signal(*desktop.first, SIGSTOP);
+        const auto startupId = u"launcher/orvanel/44_TIME1"_s;
+        desktop.program.environment.insert(u"DESKTOP_STARTUP_ID"_s, startupId);
+        const std::optional<int> code = RunningProgram::exitCode(desktop.program.start());
+        const bool hasEnded = waitUntil([&] { return desktop.other.hasEnded(startupId); });
+        RunningProgram::signal(*desktop.first, SIGCONT);
+        QCOMPARE(code, 0);
+        QVERIFY(hasEnded);
     }
 };
 
