@@ -135,6 +135,16 @@ private Q_SLOTS:
         }
     }
 
+    void pathsBreakBetweenNames() {
+        TextLabel label(TextStyle::body);
+        label.setOutsideText(u"/home/anna/.local/share/Orvanel/Backups/daily-20260505"_s);
+        QVERIFY(!label.text().contains(QChar(0x200b)));
+        const int width = label.fontMetrics().horizontalAdvance(u"/home/anna/.local/share/"_s);
+        const QRect needed = label.fontMetrics().boundingRect(QRect(0, 0, width, 1000), Qt::TextWordWrap, label.text());
+        QVERIFY2(needed.width() <= width, qPrintable(QString::number(needed.width())));
+        QVERIFY(needed.height() > label.fontMetrics().height());
+    }
+
     void whatIsCutIsSaidAndTold() {
         TextLabel label(TextStyle::body);
         const QString text = QString(1000, u'x') + u" <end>"_s;

@@ -318,6 +318,23 @@ private Q_SLOTS:
         QCOMPARE(settings.port()->text(), u"3009"_s);
     }
 
+    void fieldsGiveWayToTheirNames() {
+        ShownSettings settings;
+        settings.open();
+        QCOMPARE(settings.port()->width(), 260);
+        QCOMPARE(settings.slug()->width(), 260);
+
+        settings.view.resize(400, 640);
+        drainEvents();
+
+        const auto* const name = visibleWith<QLabel>(&settings.view, u"Status page slug"_s);
+        QVERIFY(name != nullptr);
+        QVERIFY(name->height() < 2 * name->fontMetrics().height());
+        QVERIFY(name->width() >= name->fontMetrics().horizontalAdvance(name->text()));
+        QVERIFY2(settings.slug()->width() < 260 && settings.slug()->width() >= 140,
+                 qPrintable(QString::number(settings.slug()->width())));
+    }
+
     void windowIsAsItShouldBe() {
         ControllerFixture world;
         const SettingsWindow window({world.controller(), world.desktop, world.clock, {}}, world.dialogs);

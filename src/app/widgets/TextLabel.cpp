@@ -10,7 +10,7 @@
 namespace orvanel {
 namespace {
 
-/// Longer words may break anywhere after this many characters.
+/// Longer words may break anywhere after this many characters. The names in a path are words of their own.
 constexpr int longWord = 20;
 /// Longer texts are cut to about this many characters, which is some lines, because a label has no room for more.
 constexpr qsizetype longest = 400;
@@ -25,7 +25,7 @@ QString breakable(const QString& text) {
     QString result;
     int length = 0;
     for (const QChar c : text) {
-        length = c.isSpace() ? 0 : length + 1;
+        length = c.isSpace() || c == u'/' ? 0 : length + 1;
         if (length > longWord && !continuesLetter(c)) {
             result += mayBreak;
         }

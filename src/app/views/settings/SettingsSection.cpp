@@ -11,6 +11,7 @@ namespace orvanel {
 namespace {
 
 constexpr int fieldWidth = 260;
+constexpr int narrowFieldWidth = 140;
 
 } // namespace
 
@@ -34,13 +35,17 @@ void SettingProblem::showWhetherSaved(bool isSaved) {
 
 TextField* SettingsSection::addField(const QString& label) {
     auto* field = new TextField(label);
-    field->setFixedWidth(fieldWidth);
+    field->setMinimumWidth(narrowFieldWidth);
+    field->setMaximumWidth(fieldWidth);
     auto* name = new TextLabel(TextStyle::body, label);
     name->setBuddy(field);
+    // Where both do not fit, the field gives way: a field scrolls.
+    name->setWordWrap(false);
     auto* row = new QHBoxLayout;
     row->setSpacing(spacing::related);
-    row->addWidget(name, 1);
-    row->addWidget(field);
+    row->addWidget(name);
+    row->addStretch(1);
+    row->addWidget(field, 1000);
     column()->addLayout(row);
     return field;
 }
