@@ -80,6 +80,9 @@ void HelperWorld::answer(const QString& tool, const QByteArray& script) const {
 }
 
 void HelperWorld::listen() {
+    if (m_socket >= 0) {
+        ::close(m_socket);
+    }
     m_socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;

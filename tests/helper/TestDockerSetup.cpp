@@ -1,10 +1,13 @@
 #include "HelperWorld.h"
 #include "support/Await.h"
+#include "support/OwnMounts.h"
 #include "support/TestClass.h"
 
 #include <QDir>
+#include <QScopeGuard>
 
 #include <csignal>
+#include <sys/stat.h>
 #include <sys/xattr.h>
 
 using namespace Qt::StringLiterals;
@@ -207,6 +210,32 @@ private Q_SLOTS:
         QCOMPARE(world.run({join}), SetupStatus::socketFailed);
         QVERIFY(!hasAccessList(world.path(u"/etc/shadow"_s)));
         QVERIFY(world.output().endsWith(u".\n"_s));
+    }
+
+    /// ramfs keeps no access lists.
+    void withoutAccessListsTheSocketIsGivenToTheUser() {
+        if (::geteuid() != 0) {
+            QSKIP("only root can give a socket away");
+        }
+        if (const QString reason = enterOwnMounts(); !reason.isEmpty()) {
+            QSKIP(qPrintable(reason));
+        }
+        HelperWorld world;
+        const QByteArray folder = QFile::encodeName(world.path(u"/run"_s));
+        QCOMPARE(::mount("none", folder.constData(), "ramfs", 0, nullptr), 0);
+        const auto tidyUp = qScopeGuard([&folder] { ::umount2(folder.constData(), MNT_DETACH); });
+        world.listen();
+        const QString socket = world.path(u"/run/docker.sock"_s);
+        QCOMPARE(::chmod(qPrintable(socket), 0660), 0);
+        QCOMPARE(::chown(qPrintable(socket), 0, 999), 0);
+
+        QCOMPARE(world.run({join}), SetupStatus::done);
+        QVERIFY(!hasAccessList(socket));
+        struct stat information = {};
+        QCOMPARE(::lstat(qPrintable(socket), &information), 0);
+        QCOMPARE(information.st_uid, 4321U);
+        QCOMPARE(information.st_gid, 999U);
+        QCOMPARE(information.st_mode & 0777U, 0660U);
     }
 
     void onlyOneAtATime() {
