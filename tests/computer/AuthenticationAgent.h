@@ -29,6 +29,8 @@ public:
     /// The messages of the questions so far.
     QStringList questions() const { return m_questions; }
 
+    QString password() const { return m_password; }
+
     QString introspect(const QString& path) const override;
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
 

@@ -163,6 +163,34 @@ std::vector<Step> joining(AuthenticationAgent& agent) {
     };
 }
 
+/// As an administrator does it on a terminal, from now on in the background.
+std::function<QString(Stage&)> command(const QString& words, AuthenticationAgent& agent) {
+    return [=, &agent](Stage& /*stage*/) {
+        auto* const sudo = new QProcess(&agent);
+        QObject::connect(sudo, &QProcess::finished, sudo, &QObject::deleteLater);
+        sudo->start(u"sudo"_s, u"--stdin --prompt= --reset-timestamp "_s.append(words).split(u' '));
+        sudo->write(agent.password().toUtf8() + '\n');
+        sudo->closeWriteChannel();
+        return QString();
+    };
+}
+
+/// The socket that was opened for this login is replaced by one that is not.
+std::vector<Step> restarting(AuthenticationAgent& agent) {
+    return {
+        {.what = u"Docker is restarted in the same login, and the way in is offered again"_s,
+         .act = command(u"systemctl restart docker.service docker.socket"_s, agent),
+         .missing = offers(letMeIn),
+         .picture = u"restarted"_s,
+         .limit = 60s},
+        {.what = u"\"Let me use Docker\" lets the user in again"_s,
+         .act = pressAnd(Answer::password, letMeIn, agent),
+         .missing = says({u"Photo library"_s}),
+         .limit = 60s},
+        allMonitorsUp(u"Everything works again"_s),
+    };
+}
+
 std::vector<Step> joined(std::initializer_list<std::vector<Step>> parts) {
     std::vector<Step> steps;
     for (const auto& part : parts) {
@@ -186,7 +214,7 @@ std::vector<Step> walkSteps(Part part, AuthenticationAgent& agent) {
     case Part::service:
         return joined({opening(u"Docker is installed, but its service is not running."_s), startingTheService(agent)});
     case Part::group:
-        return joined({opening(u"One click adds you to the group “docker”"_s), joining(agent)});
+        return joined({opening(u"One click adds you to the group “docker”"_s), joining(agent), restarting(agent)});
     }
     return {};
 }
