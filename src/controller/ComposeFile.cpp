@@ -24,12 +24,16 @@ QString imageReference(const QString& tag) {
     return u"%1:%2"_s.arg(imageRepository(), tag);
 }
 
-QString composeText(const QString& imageTag, int port) {
+QString imageReference(const QString& tag, DockerKind kind) {
+    return kind == DockerKind::podman ? u"docker.io/"_s + imageReference(tag) : imageReference(tag);
+}
+
+QString composeText(const QString& imageTag, int port, DockerKind kind) {
     const QStringList lines{
         u"# Written by Orvanel. Image tag and port come from the app's settings."_s,
         u"services:"_s,
         u"  uptime-kuma:"_s,
-        u"    image: "_s + imageRepository() + u':' + imageTag,
+        u"    image: "_s + imageReference(imageTag, kind),
         u"    container_name: orvanel"_s,
         u"    restart: unless-stopped"_s,
         u"    ports:"_s,
@@ -91,7 +95,7 @@ QString ContainerFiles::composeFile() const {
     return m_folder + u"/docker-compose.yml"_s;
 }
 
-std::optional<QString> ContainerFiles::prepare(const QString& imageTag, int port) const {
+std::optional<QString> ContainerFiles::prepare(const QString& imageTag, int port, DockerKind kind) const {
     // What a killed restore took away must come back before an empty folder is made in its place.
     BackupManager::recover(dataDir(), backupsDir());
     std::error_code error;
@@ -99,7 +103,7 @@ std::optional<QString> ContainerFiles::prepare(const QString& imageTag, int port
     if (error) {
         return described(dataDir(), error);
     }
-    const QByteArray text = composeText(imageTag, port).toUtf8();
+    const QByteArray text = composeText(imageTag, port, kind).toUtf8();
     if (holds(composeFile(), text)) {
         return std::nullopt;
     }

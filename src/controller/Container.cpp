@@ -31,15 +31,26 @@ Container::Container(const ContainerContext& context, QString docker)
     , m_docker(std::move(docker)) {}
 
 QCoro::Task<CommandResult> Container::command(QStringList arguments, std::chrono::seconds limit) const {
-    return m_context.host.run(m_docker, arguments, limit, nullptr, nullptr);
+    CommandResult result = co_await m_context.host.run(m_docker, arguments, limit, nullptr, nullptr);
+    result.output = withoutPodmansNotice(result.output);
+    co_return result;
 }
 
 QStringList Container::composeArgs(const QStringList& extra) const {
     return QStringList{u"compose"_s, u"-p"_s, u"orvanel"_s, u"-f"_s, m_context.files.composeFile()} + extra;
 }
 
-QString Container::image() const {
-    return imageReference(m_context.state->imageTag);
+std::optional<QString> Container::prepareFiles(const ContainerContext& context) {
+    const ControllerState& state = *context.state;
+    return context.files.prepare(state.imageTag, state.port, state.dockerKind.value_or(DockerKind::docker));
+}
+
+/// The name of the image with that tag, or of the pinned one.
+QCoro::Task<QString> Container::image(std::optional<QString> tag) const {
+    if (!m_kind) {
+        co_await hasCompose();
+    }
+    co_return imageReference(tag.value_or(m_context.state->imageTag), m_kind.value_or(DockerKind::docker));
 }
 
 QString Container::dataMount() const {
@@ -48,7 +59,26 @@ QString Container::dataMount() const {
 
 QCoro::Task<CommandResult> Container::runtime() const {
     const QStringList arguments(u"info"_s);
-    return command(arguments, infoLimit);
+    const CommandResult result = co_await command(arguments, infoLimit);
+    learnFrom(result);
+    co_return result;
+}
+
+/// Docker and podman may take each other's place under the same name while the program runs.
+void Container::learnFrom(const CommandResult& info) const {
+    if (!info.isSuccess()) {
+        return;
+    }
+    m_kind = kindByInfo(info.output);
+    if (m_context.state->dockerPath != m_docker) {
+        return;
+    }
+    m_context.state.update([kind = *m_kind](ControllerState& next) {
+        if (next.dockerKind.value_or(kind) != kind) {
+            next.composeAvailable = std::nullopt;
+        }
+        next.dockerKind = kind;
+    });
 }
 
 QCoro::Task<CommandResult> Container::probe() const {
@@ -65,7 +95,8 @@ QCoro::Task<std::optional<QString>> Container::state() const {
 }
 
 QCoro::Task<bool> Container::hasImage(std::optional<QString> tag) const {
-    const QStringList arguments{u"image"_s, u"inspect"_s, tag ? imageReference(*tag) : image()};
+    const QString name = co_await image(tag);
+    const QStringList arguments{u"image"_s, u"inspect"_s, name};
     const CommandResult result = co_await command(arguments, inspectLimit);
     co_return result.isSuccess();
 }
@@ -73,30 +104,41 @@ QCoro::Task<bool> Container::hasImage(std::optional<QString> tag) const {
 QCoro::Task<bool> Container::hasCompose() const {
     StateStore& state = m_context.state;
     if (state->composeAvailable) {
+        m_kind = m_kind ? m_kind : state->dockerKind;
         co_return *state->composeAvailable;
     }
     const QStringList arguments{u"compose"_s, u"version"_s};
     const CommandResult result = co_await command(arguments, composeVersionLimit);
+    const bool isThere = result.isSuccess() && isDockerCompose(result.output);
+    m_kind = m_kind ? m_kind : kindByComposeVersion(result.output);
     // The user may have chosen another tool meanwhile, about which this answer says nothing.
     if (state->dockerPath != m_docker) {
-        co_return result.isSuccess();
+        co_return isThere;
     }
     // Another task may have asked at the same time; all go by the first answer.
     if (!state->composeAvailable) {
-        state.set(&ControllerState::composeAvailable, result.isSuccess());
+        state.update([&](ControllerState& next) {
+            next.composeAvailable = isThere;
+            next.dockerKind = next.dockerKind ? next.dockerKind : m_kind;
+        });
     }
     co_return *state->composeAvailable;
 }
 
 QCoro::Task<CommandResult> Container::pull(std::shared_ptr<ProcessHandle> handle, std::optional<QString> tag) const {
-    QStringList arguments{u"pull"_s, tag ? imageReference(*tag) : image()};
+    QStringList arguments;
     // Compose downloads what its file names, the pinned one.
     if (!tag) {
         const bool compose = co_await hasCompose();
         arguments = compose ? composeArgs(QStringList(u"pull"_s)) : arguments;
     }
+    if (arguments.isEmpty()) {
+        const QString name = co_await image(tag);
+        arguments = QStringList{u"pull"_s, name};
+    }
     const DockerCLI::OutputCallback feed = cappedLogFeed(m_context.state, &ControllerState::pullLog);
-    const CommandResult result = co_await m_context.host.run(m_docker, arguments, pullLimit, handle, feed);
+    CommandResult result = co_await m_context.host.run(m_docker, arguments, pullLimit, handle, feed);
+    result.output = withoutPodmansNotice(result.output);
     co_return result;
 }
 
@@ -176,15 +218,21 @@ QCoro::Task<CommandResult> Container::bringUp(std::optional<QString> existing, W
         const QStringList arguments = removeArguments();
         co_await command(arguments, removeOldLimit);
     }
+    const QString name = co_await image();
     if (m_context.bringUp.isForbidden()) {
         co_return CommandResult{.cancelled = true};
     }
-    const QStringList run{u"run"_s,       u"-d"_s,
-                          u"--name"_s,    u"orvanel"_s,
-                          u"--restart"_s, u"unless-stopped"_s,
-                          u"-p"_s,        u"127.0.0.1:%1:3001"_s.arg(m_context.state->port),
-                          u"-v"_s,        dataMount(),
-                          image()};
+    const QStringList run{u"run"_s,
+                          u"-d"_s,
+                          u"--name"_s,
+                          u"orvanel"_s,
+                          u"--restart"_s,
+                          u"unless-stopped"_s,
+                          u"-p"_s,
+                          u"127.0.0.1:%1:3001"_s.arg(m_context.state->port),
+                          u"-v"_s,
+                          dataMount(),
+                          name};
     const CommandResult result = co_await startingCommand(run);
     co_return result;
 }
@@ -214,7 +262,7 @@ QCoro::Task<CommandResult> Container::remove() const {
     const bool compose = co_await hasCompose();
     if (compose) {
         // Compose needs its file, which may have been deleted or spoilt; where it cannot be written, compose complains.
-        m_context.files.prepare(m_context.state->imageTag, m_context.state->port);
+        prepareFiles(m_context);
         const QStringList down = composeArgs(QStringList(u"down"_s));
         const CommandResult result = co_await command(down, removeLimit);
         if (!result.isSuccess()) {

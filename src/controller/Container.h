@@ -34,8 +34,10 @@ public:
     QCoro::Task<std::optional<QString>> state() const;
     /// Whether the image of that tag is there, or that of the pinned one.
     QCoro::Task<bool> hasImage(std::optional<QString> tag = std::nullopt) const;
-    /// Whether `docker compose` works. Docker is asked once for each tool that the user chooses.
+    /// Whether Docker's compose works. The tool is asked once after the user has chosen it.
     QCoro::Task<bool> hasCompose() const;
+    /// Writes the compose file for the port and image of the settings; see ContainerFiles::prepare().
+    static std::optional<QString> prepareFiles(const ContainerContext& context);
 
     /// Downloads the image of that tag, or the pinned one. The output goes to the state's log.
     QCoro::Task<CommandResult> pull(std::shared_ptr<ProcessHandle> handle,
@@ -54,16 +56,19 @@ public:
 private:
     /// Runs a command that is neither cancelled nor watched.
     QCoro::Task<CommandResult> command(QStringList arguments, std::chrono::seconds limit) const;
+    void learnFrom(const CommandResult& info) const;
+    QCoro::Task<QString> image(std::optional<QString> tag = std::nullopt) const;
     QCoro::Task<CommandResult> startingCommand(QStringList arguments) const;
     QCoro::Task<CommandResult> unpause() const;
     QCoro::Task<CommandResult> composeUp() const;
     QCoro::Task<bool> hasOurData() const;
     QStringList composeArgs(const QStringList& extra) const;
-    QString image() const;
     QString dataMount() const;
 
     ContainerContext m_context;
     QString m_docker;
+    /// What this tool's answers tell, also when the user has chosen another one meanwhile.
+    mutable std::optional<DockerKind> m_kind;
 };
 
 /// The container as seen through the docker tool in use; none while no tool is known.

@@ -57,7 +57,12 @@ bool leavesDataAlone(const CommandResult& answer) {
 
 bool saysNameIsTaken(const CommandResult& answer) {
     const bool hasFailed = answer.status != 0 && !answer.timedOut && !answer.cancelled;
-    return hasFailed && answer.output.contains(u"The container name \"/orvanel\" is already in use"_s);
+    // In Docker's words, and in those of podman's service.
+    const QStringList words{u"the container name \"/orvanel\" is already in use"_s,
+                            u"the container name \"orvanel\" is already in use"_s};
+    const QString text = answer.output.toLower();
+    return hasFailed &&
+           std::any_of(words.begin(), words.end(), [&text](const QString& one) { return text.contains(one); });
 }
 
 OpError unknownContainerError(const CommandResult& answer, const QString& consequence) {

@@ -81,7 +81,7 @@ QCoro::Task<Outcome> ContainerOperations::performStart(std::stop_token stop) {
         co_return std::nullopt;
     }
     setDockerState(state, DockerState::ready);
-    if (const std::optional<QString> reason = m_context.files.prepare(state->imageTag, state->port)) {
+    if (const std::optional<QString> reason = Container::prepareFiles(m_context)) {
         co_return failed(u"Could not write the compose file."_s, *reason);
     }
 

@@ -2,6 +2,7 @@
 
 #include "controller/Conversion.h"
 #include "controller/DailyBackupState.h"
+#include "controller/DockerKind.h"
 #include "platform/ServiceUnits.h"
 #include "statuspage/StatusPageResult.h"
 #include "task/Clock.h"
@@ -77,6 +78,8 @@ struct ControllerState {
     QString runtimeDetails = {};
     /// Whether `docker compose` works; none while not probed.
     std::optional<bool> composeAvailable = {};
+    /// What answers under the name docker; none while not known.
+    std::optional<DockerKind> dockerKind = {};
     KumaState kuma = KumaState::stopped;
     /// Another program has paused the container. `kuma` is stopped then.
     bool isPaused = false;

@@ -269,7 +269,7 @@ void KumaController::revealDataFolder() {
 }
 
 std::optional<QString> KumaController::prepareFiles() {
-    return m_parts->files.prepare(state().imageTag, state().port);
+    return Container::prepareFiles(m_parts->context);
 }
 
 void KumaController::shutdownPolling() {

@@ -70,6 +70,7 @@ void SetupFrame::forgetDocker() {
     m_context.state.update([](ControllerState& state) {
         state.dockerPath = std::nullopt;
         state.composeAvailable = std::nullopt;
+        state.dockerKind = std::nullopt;
     });
 }
 

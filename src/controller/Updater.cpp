@@ -213,7 +213,7 @@ Outcome Updater::pinTag(const QString& newTag) {
 }
 
 Outcome Updater::prepareFiles() const {
-    const std::optional<QString> reason = m_context.files.prepare(m_context.state->imageTag, m_context.state->port);
+    const std::optional<QString> reason = Container::prepareFiles(m_context);
     return reason ? Outcome(failed(u"Could not write the compose file."_s, *reason)) : std::nullopt;
 }
 

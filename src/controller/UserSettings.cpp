@@ -83,6 +83,7 @@ bool UserSettings::setDockerOverride(const QString& path) {
         state.dockerOverride = path;
         state.dockerPath = std::nullopt;
         state.composeAvailable = std::nullopt;
+        state.dockerKind = std::nullopt;
     });
     return saved(m_defaults.setText(dockerOverrideKey, path));
 }

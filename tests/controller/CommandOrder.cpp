@@ -34,7 +34,8 @@ QString allowedOrder(const QString& label) {
     }
     if (label.startsWith(u"Going back"_s)) {
         // The older image comes first.
-        return u"(image inspect;(pull;)?)?"_s + look + stop + u"(inspect;)?(inspect;)?"_s + stop + start;
+        return u"(compose version;)?(image inspect;(pull;)?)?"_s + look + stop + u"(inspect;)?(inspect;)?"_s + stop +
+               start;
     }
     if (label.startsWith(u"Updating"_s)) {
         return look + u"(compose version;)?((compose pull;|pull;)"_s + look + u"(inspect;"_s + bringUp + u")?)?"_s;

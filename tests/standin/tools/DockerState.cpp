@@ -16,7 +16,7 @@ namespace {
 using Words = std::vector<std::string_view>;
 
 const Words& wordsOf(Client /*unused*/) {
-    static const Words words{"28", "20"};
+    static const Words words{"28", "20", "podman"};
     return words;
 }
 
@@ -342,6 +342,16 @@ std::string hexId(const std::string& seed) {
 
 void addImage(DockerState& state, const std::string& reference) {
     state.images[reference] = "sha256:" + hexId(reference);
+}
+
+std::string inDockersRegistry(const std::string& reference) {
+    return "docker.io/" + reference;
+}
+
+void makePodman(DockerState& state) {
+    state.client = Client::podman;
+    state.compose = false;
+    state.warning = "Emulate Docker CLI using podman. Create /etc/containers/nodocker to quiet msg.\n";
 }
 
 void addContainer(DockerState& state, const std::string& word, int port, const std::string& reference) {

@@ -7,8 +7,9 @@
 
 namespace orvanel::standin {
 
-/// Two generations of the docker tool, whose words differ: 28.2.2 and 20.10.24.
-enum class Client { v28, v20 };
+/// What answers under the name docker, since the words differ: two generations of the docker tool, 28.2.2 and 20.10.24,
+/// or podman 4.3.1 through its docker script. Podman knows each image under its full name (see inDockersRegistry()).
+enum class Client { v28, v20, podman };
 
 enum class Daemon {
     up,
@@ -86,7 +87,7 @@ struct Override {
 struct DockerState {
     Client client = Client::v28;
     Daemon daemon = Daemon::up;
-    bool compose = true; ///< the compose plug-in is installed
+    bool compose = true; ///< the compose plug-in is installed; with podman, podman-compose 1.0.3
     Registry registry = Registry::up;
     bool diskFull = false;
     PortHolder portHolder = PortHolder::nobody;
@@ -139,6 +140,12 @@ std::string hexId(const std::string& seed);
 
 /// Puts the image into the state, as if it had been pulled.
 void addImage(DockerState& state, const std::string& reference = "louislam/uptime-kuma:2");
+
+/// The image's name with the registry in it.
+std::string inDockersRegistry(const std::string& reference);
+
+/// Puts podman in Docker's place, as Debian does: its script prints a notice, and nothing answers to "compose".
+void makePodman(DockerState& state);
 
 /// Puts a container into the state as `compose up -d` would have made it.
 void addContainer(DockerState& state, const std::string& word, int port = 3001,

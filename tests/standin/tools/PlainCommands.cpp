@@ -3,6 +3,7 @@
 #include "ComposeFile.h"
 #include "Engine.h"
 #include "PullProgress.h"
+#include "RunOrder.h"
 #include "Words.h"
 
 #include <optional>
@@ -181,41 +182,6 @@ Answer pull(const DockerState& state, const std::string& reference, Stream strea
         return done;
     };
     return answer;
-}
-
-struct RunOrder {
-    Container container;
-    std::string complaint;
-};
-
-/// Reads the arguments after "run", and finds the tool's complaint if it would refuse them.
-RunOrder runOrder(Client client, const Arguments& arguments) {
-    RunOrder order{.container = {.owner = Owner::plain, .restartPolicy = ""}, .complaint = ""};
-    const std::string mountPoint = ":/app/data";
-    std::size_t i = 1;
-    for (; i < arguments.size() && arguments[i].starts_with('-'); ++i) {
-        const std::string& flag = arguments[i];
-        if (flag == "-d") {
-            continue;
-        }
-        const std::string value = i + 1 < arguments.size() ? arguments[i + 1] : std::string();
-        if (flag == "--restart") {
-            order.container.restartPolicy = value;
-        } else if (flag == "-p") {
-            order.container.port = portOfMapping(value);
-        } else if (flag == "-v" && value.starts_with('/') && value.ends_with(mountPoint)) {
-            order.container.data = value.substr(0, value.size() - mountPoint.size());
-        } else if (flag != "--name" || value != "orvanel") {
-            order.complaint = words::unknownFlag(client, flag, "run");
-            return order;
-        }
-        i += 1;
-    }
-    order.container.image = i < arguments.size() ? arguments[i] : std::string();
-    if (i + 1 != arguments.size() || !isImageReference(order.container.image)) {
-        order.complaint = words::runFailed(client, "invalid reference format\n");
-    }
-    return order;
 }
 
 Answer createAndStart(DockerState& state, Container container, Host& host) {

@@ -4,6 +4,7 @@
 #include "ComposeCommands.h"
 #include "Engine.h"
 #include "PlainCommands.h"
+#include "PodmanCommands.h"
 #include "Words.h"
 
 #include <algorithm>
@@ -93,8 +94,18 @@ OnTerm onTermOf(const std::string& name) {
     return name.starts_with("compose ") ? OnTerm{.exitCode = 130, .err = "canceled\n"} : OnTerm{};
 }
 
+Answer afterWarning(const DockerState& state, Answer answer) {
+    if (!state.warning.empty()) {
+        answer.pieces.insert(answer.pieces.begin(), {{}, Stream::err, state.warning});
+    }
+    return answer;
+}
+
 Answer dockerAnswer(const std::string& name, DockerState& state, const Arguments& arguments, Host& host) {
     engine::catchUp(state, host);
+    if (state.client == Client::podman) {
+        return afterWarning(state, answerPodman(name, state, arguments, host));
+    }
     const bool isCompose = name.starts_with("compose ");
     if (isCompose && !state.compose) {
         return answerWithoutCompose(state, arguments);
@@ -102,11 +113,8 @@ Answer dockerAnswer(const std::string& name, DockerState& state, const Arguments
     if (state.daemon == Daemon::hangs) {
         return {.hangs = true, .onTerm = onTermOf(name)};
     }
-    Answer answer = isCompose ? answerCompose(state, arguments, host) : answerPlain(name, state, arguments, host);
-    if (!state.warning.empty()) {
-        answer.pieces.insert(answer.pieces.begin(), {{}, Stream::err, state.warning});
-    }
-    return answer;
+    return afterWarning(state,
+                        isCompose ? answerCompose(state, arguments, host) : answerPlain(name, state, arguments, host));
 }
 
 Answer ordinaryAnswer(const std::string& name, const std::string& tool, DockerState& state, const Arguments& arguments,
