@@ -76,6 +76,8 @@ struct ControllerState {
     DockerState dockerState = DockerState::unknown;
     /// What the docker tool said when no runtime answered; empty in every other state. See isPermissionDenied().
     QString runtimeDetails = {};
+    /// The session's DOCKER_HOST, which no docker tool gets to see; empty if there is none. See contextCommand().
+    QString dockerHost = {};
     /// Whether `docker compose` works; none while not probed.
     std::optional<bool> composeAvailable = {};
     /// What answers under the name docker; none while not known.

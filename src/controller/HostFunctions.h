@@ -31,6 +31,9 @@ struct HostFunctions {
         return found ? found : findToolElsewhere(name);
     }
 
+    /// The session's DOCKER_HOST, which no child gets.
+    std::function<QString()> dockerHost = [] { return qEnvironmentVariable("DOCKER_HOST"); };
+
     std::function<bool(int port)> isPortFree = &DockerCLI::isPortFree;
     std::function<bool(int port)> isPortFreeForListening = &DockerCLI::isPortFreeForListening;
 

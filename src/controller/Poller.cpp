@@ -150,6 +150,7 @@ std::optional<Container> Poller::findTools() {
         const std::optional<RootHelper> helper = m_context.host.rootHelper();
         state.set(&ControllerState::canBeLetIn, helper.has_value());
         state.set(&ControllerState::installCommand, helper ? helper->installCommand : std::nullopt);
+        state.set(&ControllerState::dockerHost, m_context.host.dockerHost());
     }
     std::optional<Container> container = findContainer(m_context);
     if (!container) {

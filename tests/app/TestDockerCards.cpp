@@ -1,6 +1,7 @@
 #include "ShownWindow.h"
 #include "app/views/DockerCards.h"
 #include "app/views/StateCards.h"
+#include "app/widgets/TextBox.h"
 #include "support/TestClass.h"
 
 #include <QPushButton>
@@ -23,6 +24,8 @@ const auto getHomebrew = u"Get Homebrew"_s;
 const auto letMeUse = u"Let me use Docker"_s;
 const auto showDetails = u"Show details"_s;
 const auto needsHomebrew = u"Homebrew is needed for the one-click install and was not found."_s;
+const auto ignoresTheVariable = u"Your session sets DOCKER_HOST, but Orvanel follows Docker's contexts and not this "
+                                "variable. Run this command in a terminal, then press Check again:"_s;
 
 } // namespace
 
@@ -104,6 +107,51 @@ private Q_SLOTS:
         view.world.advance(3s);
         view.click(letMeUse);
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
+    }
+
+    void anEngineThatOnlyTheSessionsVariableNames_data() {
+        QTest::addColumn<standin::Daemon>("daemon");
+        QTest::newRow("the default one refuses") << standin::Daemon::denied;
+        QTest::newRow("the default one is down") << standin::Daemon::down;
+    }
+    void anEngineThatOnlyTheSessionsVariableNames() {
+        QFETCH(const standin::Daemon, daemon);
+        ShownWindow view;
+        view.world.dockerHost = u"tcp://<b>engine</b>:2375"_s;
+        view.world.rootHelper = aptHelper();
+        view.world.units.states = {{u"docker.service"_s, UnitState{u"loaded"_s, u"inactive"_s}}};
+        view.install(brew);
+        view.install(colima);
+        view.openWithoutRuntime(daemon);
+        QVERIFY(shows(&view.window, ignoresTheVariable));
+        const auto* const command = visible<CommandBox>(&view.window);
+        QVERIFY(command != nullptr);
+        QCOMPARE(command->toPlainText(), u"docker context create orvanel --docker 'host=tcp://<b>engine</b>:2375' && "
+                                         "docker context use orvanel"_s);
+        QVERIFY(command->textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
+        QVERIFY(command->textInteractionFlags().testFlag(Qt::TextSelectableByKeyboard));
+        for (const QString& other : {letMeUse, u"Start Docker"_s, startColima, installColima, getHomebrew}) {
+            QVERIFY2(button(&view.window, other) == nullptr, qPrintable(other));
+        }
+        QVERIFY(!shows(&view.window, u"Docker is installed, but its service is not running."_s));
+        QVERIFY(button(&view.window, showDetails) != nullptr);
+        view.world.docker().daemon = standin::Daemon::up;
+        view.click(u"Check again"_s);
+        QVERIFY(visible<StartCard>(&view.window) != nullptr);
+    }
+
+    void aContextInUseHasTheUsualCard() {
+        ShownWindow view;
+        view.world.dockerHost = u"tcp://10.0.0.5:2375"_s;
+        view.install(colima);
+        view.world.answer(
+            "inspect", 1,
+            u"Cannot connect to the Docker daemon at tcp://10.0.0.5:2375. Is the docker daemon running?\n"_s);
+        view.open();
+        view.poll();
+        QVERIFY(!shows(&view.window, ignoresTheVariable));
+        QVERIFY(visible<CommandBox>(&view.window) == nullptr);
+        QVERIFY(button(&view.window, startColima) != nullptr);
     }
 };
 

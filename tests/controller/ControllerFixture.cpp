@@ -59,6 +59,7 @@ ControllerEnvironment ControllerFixture::environment() {
     };
     host->runToItsEnd = host->run;
     host->rootHelper = [this] { return rootHelper; };
+    host->dockerHost = [this] { return dockerHost; };
     host->findDocker = [this](const QString& override) -> std::optional<QString> {
         dockerSearches += 1;
         return executables.contains(override.trimmed()) ? override.trimmed() : installedDocker;

@@ -69,6 +69,8 @@ public:
     QMap<QString, QString> toolsElsewhere;
     /// What asks for the password; none is there at first.
     std::optional<RootHelper> rootHelper;
+    /// The session's DOCKER_HOST.
+    QString dockerHost;
     int dockerSearches = 0;
     QStringList toolSearches;
 

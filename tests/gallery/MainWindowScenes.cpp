@@ -63,6 +63,16 @@ std::unique_ptr<QWidget> refusedButHelped(GalleryWorld& world) {
     return withoutRuntime(world, standin::Daemon::denied, {});
 }
 
+std::unique_ptr<QWidget> hostIgnored(GalleryWorld& world) {
+    world.dockerHost = u"unix:///run/user/1000/podman/podman.sock"_s;
+    return refusedButHelped(world);
+}
+
+void makeNarrow(QWidget& window) {
+    window.setMinimumSize(0, 0);
+    window.resize(360, window.height());
+}
+
 std::unique_ptr<QWidget> settingUp(GalleryWorld& world) {
     auto window = withoutDocker(world, {brew});
     world.docker().pace = 1;
@@ -157,6 +167,8 @@ std::vector<Scene> mainWindowScenes() {
         {"docker-not-running", [](GalleryWorld& world) { return withoutRuntime(world, Daemon::down, {}); }, {}},
         {"docker-service-stopped", serviceStopped, {}},
         {"docker-refuses-join", refusedButHelped, {}},
+        {"docker-host-ignored", hostIgnored, {}},
+        {"docker-host-ignored-narrow", hostIgnored, makeNarrow},
         {"docker-refuses", [](GalleryWorld& world) { return withoutRuntime(world, Daemon::denied, {}); }, openDetails},
         {"stopped", stopped, {}},
         {"downloading", downloading, {}},

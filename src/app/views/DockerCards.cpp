@@ -5,6 +5,8 @@
 #include "app/widgets/Buttons.h"
 #include "app/widgets/DetailsSection.h"
 #include "app/widgets/Focus.h"
+#include "app/widgets/TextBox.h"
+#include "controller/IgnoredHost.h"
 #include "controller/KumaController.h"
 #include "controller/PermissionDenied.h"
 #include "platform/Desktop.h"
@@ -90,11 +92,16 @@ QPushButton* DockerMissingCard::defaultButton() const {
 DockerNotRunningCard::DockerNotRunningCard(ViewContext context, QWidget* parent)
     : Card(u"Docker is not running"_s, parent)
     , m_context(context)
+    , m_contextCommand(new CommandBox(u"Command"_s))
     , m_details(new DetailsSection) {
     addHeading(Symbol::Kind::warningTriangle, TextStyle::title3, u"Docker is not running"_s);
     m_explanation = addText(TextStyle::body);
     m_permission = addText(TextStyle::body);
     m_permission->setMeaning(Meaning::pending);
+    m_ignoredHost =
+        addText(TextStyle::body, u"Your session sets DOCKER_HOST, but Orvanel follows Docker's contexts and not this "
+                                 "variable. Run this command in a terminal, then press Check again:"_s);
+    column()->addWidget(m_contextCommand);
 
     ButtonRow* const row = addButtonRow();
     m_join = addDefaultButton(row, u"Let me use Docker"_s, [context] { context.controller.joinDockerGroup(); });
@@ -110,21 +117,28 @@ DockerNotRunningCard::DockerNotRunningCard(ViewContext context, QWidget* parent)
 
 void DockerNotRunningCard::render() {
     const ControllerState& state = m_context.controller.state();
-    const bool isRefused = isPermissionDenied(state.runtimeDetails);
+    // An engine elsewhere needs none of the ways to one on this computer.
+    const std::optional<QString> command = contextCommand(state.dockerHost, state.runtimeDetails);
+    m_ignoredHost->setVisible(command.has_value());
+    m_contextCommand->setCommand(command.value_or(QString()));
+    setShown(m_contextCommand, command.has_value());
+
+    const bool isRefused = isPermissionDenied(state.runtimeDetails) && !command;
     const bool canJoin = isRefused && state.canBeLetIn;
+    const bool hasOtherWay = canJoin || command;
     const bool hasService = state.stoppedService.has_value();
     const bool hasColima = state.colimaPath.has_value();
     const bool hasHomebrew = state.brewPath.has_value();
     m_explanation->setContent(explanation(hasService, hasColima));
-    m_explanation->setVisible(!canJoin);
+    m_explanation->setVisible(!hasOtherWay);
     m_permission->setContent(permission(canJoin));
     m_permission->setVisible(isRefused);
     setShown(m_join, canJoin);
-    setShown(m_startDocker, hasService && !canJoin);
-    setShown(m_startColima, hasColima && !canJoin);
+    setShown(m_startDocker, hasService && !hasOtherWay);
+    setShown(m_startColima, hasColima && !hasOtherWay);
     setDefaultLook(m_startColima, !hasService);
-    setShown(m_installColima, !hasColima && hasHomebrew && !hasService && !canJoin);
-    setShown(m_getHomebrew, !hasColima && !hasHomebrew && !hasService && !canJoin);
+    setShown(m_installColima, !hasColima && hasHomebrew && !hasService && !hasOtherWay);
+    setShown(m_getHomebrew, !hasColima && !hasHomebrew && !hasService && !hasOtherWay);
 
     m_details->setDetails(state.runtimeDetails);
     setShown(m_details, !state.runtimeDetails.isEmpty());

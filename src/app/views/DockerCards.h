@@ -4,6 +4,7 @@
 
 namespace orvanel {
 
+class CommandBox;
 class DetailsSection;
 
 /// The docker tool was not found.
@@ -43,6 +44,8 @@ private:
     ViewContext m_context;
     TextLabel* m_explanation;
     TextLabel* m_permission;
+    TextLabel* m_ignoredHost;
+    CommandBox* m_contextCommand;
     QPushButton* m_join;
     QPushButton* m_startDocker;
     QPushButton* m_startColima;

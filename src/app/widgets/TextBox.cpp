@@ -276,4 +276,24 @@ void LogBox::setLog(const QString& text) {
     setContent(text);
 }
 
+CommandBox::CommandBox(const QString& name, QWidget* parent)
+    : TextBox(name, parent) {
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    // Bars that come and go while the height is found would change the width.
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setCommand({});
+}
+
+void CommandBox::setCommand(const QString& text) {
+    setContent(text);
+    fitHeight(boxHeight);
+}
+
+void CommandBox::resizeEvent(QResizeEvent* event) {
+    TextBox::resizeEvent(event);
+    // In a narrower box the command wraps more often.
+    fitHeight(boxHeight);
+}
+
 } // namespace orvanel

@@ -70,4 +70,17 @@ public:
     void setLog(const QString& text);
 };
 
+/// A command for a terminal, to be copied: as high as its text.
+class CommandBox final : public TextBox {
+    Q_OBJECT
+
+public:
+    explicit CommandBox(const QString& name, QWidget* parent = nullptr);
+
+    void setCommand(const QString& text);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+};
+
 } // namespace orvanel
