@@ -1,6 +1,7 @@
 #include "EngineWorld.h"
 
 #include "controller/ComposeFile.h"
+#include "controller/DockerKind.h"
 #include "support/Await.h"
 #include "task/Clock.h"
 
@@ -77,7 +78,9 @@ void EngineWorld::end() {
 }
 
 CommandResult EngineWorld::docker(const QStringList& arguments) const {
-    return await(DockerCLI::run(m_docker, arguments, std::chrono::seconds(60)));
+    CommandResult result = await(DockerCLI::run(m_docker, arguments, std::chrono::seconds(60)));
+    result.output = withoutPodmansNotice(result.output);
+    return result;
 }
 
 QString EngineWorld::containerState() const {
