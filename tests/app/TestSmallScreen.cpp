@@ -6,6 +6,7 @@
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QWindow>
 
 using namespace Qt::StringLiterals;
 using namespace orvanel;
@@ -38,6 +39,12 @@ void isInsideTheScreen(QWidget& window) {
     QCOMPARE(cutControls(window), QStringList());
 }
 
+void makeTooLarge(QWidget& window) {
+    window.resize(1000, 1000);
+    window.move(200, 200);
+    QVERIFY(!window.screen()->availableGeometry().contains(window.frameGeometry()));
+}
+
 } // namespace
 
 /// The windows on a screen that is smaller than they would like to be: of 400 by 400 points.
@@ -57,15 +64,17 @@ private Q_SLOTS:
         QVERIFY(view.window.findChild<QScrollArea*>()->verticalScrollBar()->maximum() > 0);
     }
 
-    /// As when a panel appears.
-    void aWindowShrinksWithTheFreePartOfItsScreen() {
+    /// As when a panel appears, and as when the window comes from another screen.
+    void aWindowShrinksToTheFreePartOfItsScreen() {
         ShownWindow view;
         isInsideTheScreen(view.window);
-        view.window.resize(1000, 1000);
-        view.window.move(200, 200);
         const QRect free = view.window.screen()->availableGeometry();
-        QVERIFY(!free.contains(view.window.frameGeometry()));
+        makeTooLarge(view.window);
         Q_EMIT view.window.screen()->availableGeometryChanged(free);
+        QVERIFY(free.contains(view.window.frameGeometry()));
+        makeTooLarge(view.window);
+        Q_EMIT view.window.windowHandle()->screenChanged(view.window.screen());
+        drainEvents();
         QVERIFY(free.contains(view.window.frameGeometry()));
     }
 
