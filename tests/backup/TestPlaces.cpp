@@ -7,7 +7,9 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 
+#include <atomic>
 #include <cerrno>
 
 using namespace orvanel;
@@ -22,6 +24,7 @@ private Q_SLOTS:
     void cleanup() {
         interception().withoutExchange = false;
         interception().renameFailure = {};
+        interception().onStep = {};
         interception().isWithoutLinks = {};
         interception().modeFailure = {};
     }
@@ -350,6 +353,36 @@ private Q_SLOTS:
         QVERIFY2(message.endsWith(u"Input/output error"), qPrintable(message));
         QCOMPARE(difference(before, describe(folder.data())), QString());
         QCOMPARE(folder.kept(), QStringList());
+    }
+
+    /// The data was copied, because it cannot be moved, and then stays where it is.
+    void copyThatIsNotNeededIsNeverHalfThere() {
+        const DataFolder folder;
+        folder.fill();
+        folder.write(u"earlier/kuma.db"_s, "of an earlier time");
+        const auto before = describe(folder.data());
+        interception().renameFailure = [&](const std::string& from, const std::string& to) {
+            const std::string backups = folder.backups().toStdString() + '/';
+            if (to.starts_with(backups)) {
+                return from.starts_with(backups) ? 0 : EXDEV;
+            }
+            return from.find(".orvanel-") != std::string::npos ? EIO : 0;
+        };
+        std::atomic<int> whole{0};
+        std::atomic<int> half{0};
+        interception().onStep = [&](int) {
+            for (const QString& name : folder.kept().filter(QRegularExpression(u"^[^.]"_s))) {
+                const QString changed = difference(before, describe(folder.backups(name)));
+                (changed.isEmpty() ? whole : half) += 1;
+            }
+        };
+        const QString message =
+            messageOf(BackupManager::restore(folder.path(u"earlier"_s), folder.data(), folder.backups()));
+        interception().onStep = {};
+        QVERIFY2(message.endsWith(u"Input/output error"), qPrintable(message));
+        QCOMPARE(folder.kept(), QStringList());
+        QVERIFY(whole > 0);
+        QCOMPARE(half.load(), 0);
     }
 };
 
