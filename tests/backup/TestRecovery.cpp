@@ -31,6 +31,7 @@ class TestRecovery : public QObject {
 
 private Q_SLOTS:
     void cleanup() {
+        qunsetenv("TMPDIR");
         interception().renameFailure = {};
         interception().openFailure = {};
     }
@@ -56,6 +57,20 @@ private Q_SLOTS:
         QVERIFY(after.removeOne(u"copy"_s));
         after << leftover;
         QCOMPARE(QSet<QString>(after.begin(), after.end()), QSet<QString>(before.begin(), before.end()));
+    }
+
+    void leftoversInTheTemporaryFolderGo() {
+        const DataFolder folder;
+        folder.fill();
+        const auto id = u"01234567-89AB-CDEF-0123-456789ABCDEF/kuma.db"_s;
+        for (const QString& prefix : {u"orv-restore-"_s, u"orv-check-"_s, u"orv-other-"_s}) {
+            folder.write(u"tmp/"_s + prefix + id, "half");
+        }
+        folder.write(u"tmp/orv-check-mine/kuma.db"_s, "another's");
+        qputenv("TMPDIR", QFile::encodeName(folder.path(u"tmp"_s)));
+        await(BackupManager::cleanUp(folder.data(), folder.backups()));
+        QCOMPARE(folder.names(u"tmp"_s),
+                 (QStringList{u"orv-check-mine"_s, u"orv-other-01234567-89AB-CDEF-0123-456789ABCDEF"_s}));
     }
 
     /// A file in there that looks like a note may come from an archive.
