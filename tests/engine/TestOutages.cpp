@@ -316,8 +316,34 @@ private Q_SLOTS:
         QVERIFY(isDataInUse());
     }
 
-    void pausedContainerIsUpdated() {
+    /// By then, the update is as good as done.
+    void engineKilledInTheRestartOfTheUpdate() {
         m_mirror.setBytesPerSecond(ThrottledMirror::unlimited);
+        QVERIFY2(updateIsOffered(), missing());
+        forgetCalls();
+        m_controller->updateNow();
+        confirm();
+        QVERIFY2(isCalled("compose up -d"), missing());
+        m_engine.kill();
+        QVERIFY2(isOut(), missing());
+        QCOMPARE(m_controller->state().imageTag, newTag);
+        QVERIFY2(isBack(), missing());
+        QVERIFY2(starts(), missing());
+        QCOMPARE(containerImage(), imageRepository() + u':' + newTag);
+    }
+
+    void wayBackIsOpenAfterTheOutage() {
+        QCOMPARE(m_controller->state().wayBackTag, oldTag);
+        m_home.write(database, "of the new version");
+        m_controller->goBack();
+        confirm();
+        QVERIFY2(comes("the old version", [this] { return isIdle() && m_controller->state().imageTag == oldTag; }),
+                 missing());
+        QVERIFY2(starts(), missing());
+        QCOMPARE(containerImage(), imageRepository() + u':' + oldTag);
+    }
+
+    void pausedContainerIsUpdated() {
         QVERIFY2(updateIsOffered(), missing());
         QVERIFY2(isPaused(), missing());
         m_controller->updateNow();
