@@ -78,7 +78,7 @@ struct ControllerState {
     QString runtimeDetails = {};
     /// The session's DOCKER_HOST, which no docker tool gets to see; empty if there is none. See contextCommand().
     QString dockerHost = {};
-    /// Whether `docker compose` works; none while not probed.
+    /// Whether `docker compose` works and is Docker's own; none while not probed.
     std::optional<bool> composeAvailable = {};
     /// What answers under the name docker; none while not known.
     std::optional<DockerKind> dockerKind = {};
