@@ -74,7 +74,7 @@ QCoro::Task<Outcome> DockerInstaller::performJoin(std::stop_token stop) {
 QCoro::Task<Outcome> DockerInstaller::help(QString verb, QString title) {
     const std::optional<RootHelper> helper = m_frame.host().rootHelper();
     if (!helper) {
-        co_return failed(u"This computer has no polkit, which would ask for your password."_s);
+        co_return failed(u"polkit is not installed, so Orvanel cannot ask for your password."_s);
     }
     m_frame.showTitle(u"Waiting for your password"_s);
     const QStringList arguments = helper->arguments(verb);
@@ -94,7 +94,7 @@ DockerCLI::OutputCallback DockerInstaller::logWithTitle(const QString& title) co
         const bool isFirst = frame.state()->setupBusy == u"Waiting for your password"_s;
         if (isFirst) {
             frame.showTitle(title);
-            frame.showWhenCancelled(u"Stopping when the step under way has come to its end"_s);
+            frame.showWhenCancelled(u"Stopping after the step that is under way"_s);
         }
         frame.addToLog(text);
     });

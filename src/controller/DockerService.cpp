@@ -1,5 +1,6 @@
 #include "controller/DockerService.h"
 
+#include "controller/EngineAddress.h"
 #include "controller/PermissionDenied.h"
 
 using namespace Qt::StringLiterals;
@@ -14,18 +15,20 @@ using Manager = ServiceUnit::Manager;
 constexpr int looksWhileStarting = 90;
 constexpr int looksWhenUp = 10;
 
+const ServiceUnit systemService{u"docker.service"_s, Manager::system};
+const ServiceUnit systemSocket{u"docker.socket"_s, Manager::system};
+
 QList<ServiceUnit> candidates(const QString& complaint) {
     const ServiceUnit rootless{u"docker.service"_s, Manager::user};
-    QList<ServiceUnit> units{{u"docker.service"_s, Manager::system},
-                             {u"docker.socket"_s, Manager::system},
-                             rootless,
-                             {u"snap.docker.dockerd.service"_s, Manager::system}};
-    // The tool is set to an engine of the user's own, so the system's would not help.
-    if (complaint.contains(u"/run/user/"_s)) {
-        units.removeAll(rootless);
-        units.prepend(rootless);
+    const QString address = engineAddress(complaint);
+    if (isUsersEngine(address)) {
+        return {rootless};
     }
-    return units;
+    // An engine that the tool does not ask would not help.
+    if (!isSystemEngine(address)) {
+        return {};
+    }
+    return {systemService, systemSocket, rootless, {u"snap.docker.dockerd.service"_s, Manager::system}};
 }
 
 bool isStopped(const UnitState& state) {
@@ -38,7 +41,12 @@ QString command(const ServiceUnit& unit) {
     return u"$ systemctl %1start %2\n"_s.arg(which, unit.name);
 }
 
-Failure refused(const UnitRefusal& refusal) {
+QString unmask(const ServiceUnit& unit) {
+    const QString how = unit.manager == Manager::user ? u"systemctl --user"_s : u"sudo systemctl"_s;
+    return u"%1 unmask %2"_s.arg(how, unit.name);
+}
+
+Failure refused(const ServiceUnit& unit, const UnitRefusal& refusal) {
     switch (refusal.reason) {
     case UnitRefusal::Reason::notAllowed:
         return failed(
@@ -48,9 +56,10 @@ Failure refused(const UnitRefusal& refusal) {
         return failed(u"This desktop has no program that asks for your password, so Docker was not started."_s,
                       refusal.words);
     case UnitRefusal::Reason::masked:
-        return failed(u"Docker's service is masked on this computer, so it cannot be started."_s, refusal.words);
+        return failed(u"Docker's service is masked on this computer. Run “%1”, then try again."_s.arg(unmask(unit)),
+                      refusal.words);
     case UnitRefusal::Reason::missing:
-        return failed(u"Docker's service is not there any more."_s, refusal.words);
+        return failed(u"Docker's service no longer exists."_s, refusal.words);
     case UnitRefusal::Reason::cancelled:
         return failed(u"Cancelled."_s);
     case UnitRefusal::Reason::other:
@@ -67,6 +76,7 @@ DockerService::DockerService(SetupFrame& frame, ServiceUnits* units)
 
 QCoro::Task<std::optional<ServiceUnit>> DockerService::findStopped(QString complaint) const {
     std::optional<ServiceUnit> masked;
+    bool runs = false;
     if (m_units == nullptr || isPermissionDenied(complaint)) {
         co_return std::nullopt;
     }
@@ -74,6 +84,11 @@ QCoro::Task<std::optional<ServiceUnit>> DockerService::findStopped(QString compl
     for (const ServiceUnit& unit : units) {
         const std::optional<UnitState> state = co_await m_units->state(unit);
         if (!state || !isStopped(*state)) {
+            // A service that runs can do without its socket, which systemd would otherwise listen on for it.
+            runs = runs || (state && unit == systemService && state->active == u"active"_s);
+            continue;
+        }
+        if (runs && unit == systemSocket) {
             continue;
         }
         if (state->load != u"masked"_s) {
@@ -98,7 +113,7 @@ QCoro::Task<Outcome> DockerService::perform(ServiceUnit unit, std::stop_token st
     m_frame.addToLog(command(unit));
     const std::optional<UnitRefusal> refusal = co_await m_units->start(unit, stop);
     if (refusal) {
-        co_return refused(*refusal);
+        co_return refused(unit, *refusal);
     }
     const std::optional<Container> known = knownContainer(m_frame.context());
     if (!known) {
@@ -110,9 +125,10 @@ QCoro::Task<Outcome> DockerService::perform(ServiceUnit unit, std::stop_token st
     co_return outcome;
 }
 
-/// A cancel ends the wait at once; the service comes up without us.
+/// A cancel ends the wait, and the service comes up without us.
 QCoro::Task<Outcome> DockerService::waitUntilItAnswers(ServiceUnit unit, QString docker, std::stop_token stop) {
     CommandResult answer;
+    std::optional<UnitState> state;
     int looksAtOneThatIsUp = 0;
     for (int looks = 0; looks < looksWhileStarting && looksAtOneThatIsUp < looksWhenUp; ++looks) {
         answer = co_await m_frame.ask(docker);
@@ -125,7 +141,7 @@ QCoro::Task<Outcome> DockerService::waitUntilItAnswers(ServiceUnit unit, QString
             co_await m_frame.refresh(stop);
             co_return std::nullopt;
         }
-        const std::optional<UnitState> state = co_await m_units->state(unit);
+        state = co_await m_units->state(unit);
         if (state && state->active == u"failed"_s) {
             const Outcome failure = co_await failureOf(unit, *state);
             co_return failure;
@@ -137,6 +153,11 @@ QCoro::Task<Outcome> DockerService::waitUntilItAnswers(ServiceUnit unit, QString
         if (stop.stop_requested()) {
             co_return failed(u"Cancelled."_s, answer.output);
         }
+    }
+    // A unit that it depends on did not start.
+    if (state && state->active == u"inactive"_s) {
+        const Outcome failure = co_await failureOf(unit, *state);
+        co_return failure;
     }
     const QString lines = co_await lastLines(unit);
     co_return failed(u"Docker's service was started, but Docker is not answering."_s,

@@ -66,7 +66,7 @@ public:
     SetupStatus install() {
         const std::optional<PackageManager> manager = packageManagerOf(m_computer.root);
         if (!manager) {
-            say("This computer has no package manager that is known here.");
+            say("Orvanel does not know this computer's package manager.");
             return SetupStatus::noPackageManager;
         }
         return inTurn({[&] { return refresh(*manager); }, [&] { return installEngine(*manager); },
@@ -111,7 +111,7 @@ private:
     /// Old lists may do, so a failure decides nothing.
     SetupStatus refresh(const PackageManager& manager) {
         if (!manager.refresh.empty() && m_tools.run(manager.refresh, ToolRunner::Kind::packages) != 0) {
-            say("The lists of packages could not be brought up to date; the present ones are used.");
+            say("The package lists could not be updated; the old ones are used.");
         }
         return SetupStatus::done;
     }
@@ -138,7 +138,7 @@ private:
             extras = chosenExtras(m_tools.outputOf(manager.describeExtras));
         }
         if (!extras.empty() && !installed(manager, extras)) {
-            say("Docker works without what could not be installed just now.");
+            say("Some optional packages could not be installed. Docker works without them.");
         }
         return SetupStatus::done;
     }
@@ -187,6 +187,9 @@ private:
         }
         for (int pauses = 0; pauses < socketPauses && !m_computer.exists(socketPath) && !m_stop.isMade(); ++pauses) {
             m_stop.wait(socketPause);
+        }
+        if (!m_computer.exists(socketPath) && m_stop.isMade()) {
+            return stopped();
         }
         if (!openSocketFor(m_person.id, m_computer.path(socketPath))) {
             say("Docker's socket could not be opened for " + m_person.name + ": " + std::strerror(errno) + ".");

@@ -109,6 +109,20 @@ private Q_SLOTS:
         QVERIFY(visible<StartCard>(&view.window) != nullptr);
     }
 
+    /// The helper opens the system's engine only.
+    void anotherEngineThatRefuses() {
+        ShownWindow view;
+        view.world.rootHelper = aptHelper();
+        view.world.answer("inspect", 1,
+                          u"permission denied while trying to connect to the Docker daemon socket at "
+                          "unix:///home/anna/engine/docker.sock"_s);
+        view.open();
+        view.poll();
+        QVERIFY(button(&view.window, letMeUse) == nullptr);
+        QVERIFY(shows(&view.window, u"You need permission to use Docker. Join the group “docker”, then log out and "
+                                    "back in."_s));
+    }
+
     void anEngineThatOnlyTheSessionsVariableNames_data() {
         QTest::addColumn<standin::Daemon>("daemon");
         QTest::newRow("the default one refuses") << standin::Daemon::denied;

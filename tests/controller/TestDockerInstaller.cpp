@@ -152,10 +152,10 @@ private Q_SLOTS:
         QCOMPARE(world.controller().state().setupBusy, installing);
         world.controller().cancelSetup();
         world.advance(1s);
-        QCOMPARE(world.controller().state().setupBusy, u"Stopping when the step under way has come to its end"_s);
+        QCOMPARE(world.controller().state().setupBusy, u"Stopping after the step that is under way"_s);
         QVERIFY(!world.controller().isIdle());
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.message(), u"Cancelled, after the step that was under way had come to its end."_s);
+        QCOMPARE(world.message(), u"Cancelled after the step that was under way."_s);
         QVERIFY(!world.controller().state().setupBusy);
     }
 
@@ -179,7 +179,7 @@ private Q_SLOTS:
         world.rootHelper.reset();
         world.controller().installDocker();
         QVERIFY(world.setupEnds());
-        QCOMPARE(world.message(), u"This computer has no polkit, which would ask for your password."_s);
+        QCOMPARE(world.message(), u"polkit is not installed, so Orvanel cannot ask for your password."_s);
         QCOMPARE(world.takeCommands(), QStringList());
     }
 

@@ -62,8 +62,16 @@ private Q_SLOTS:
                                          << u"docker.socket"_s;
         QTest::newRow("rootless") << States{{rootless, stopped}} << down << rootless;
         QTest::newRow("the system's first") << States{{service, stopped}, {rootless, stopped}} << down << service;
-        QTest::newRow("what the tool asks for first")
-            << States{{service, stopped}, {rootless, stopped}} << own << rootless;
+        QTest::newRow("only what the tool asks") << States{{service, stopped}, {rootless, stopped}} << own << rootless;
+        QTest::newRow("not what the tool does not ask") << States{{service, stopped}} << own << QString();
+        const auto other = u"Cannot connect to the Docker daemon at unix:///home/anna/.colima/default/docker.sock."_s;
+        QTest::newRow("another engine") << States{{service, stopped}, {rootless, stopped}} << other << QString();
+        const auto far = u"error during connect: Get \"http://server:2375/v1.24/info\": no such host"_s;
+        QTest::newRow("another computer's") << States{{service, stopped}} << far << QString();
+        const auto silent = u"Is the docker daemon running?"_s;
+        QTest::newRow("no address") << States{{service, stopped}} << silent << service;
+        QTest::newRow("runs without its socket")
+            << States{{service, running}, {u"docker.socket"_s, stopped}} << down << QString();
         QTest::newRow("snap's") << States{{snap, stopped}} << down << snap;
         QTest::newRow("masked") << States{{service, masked}} << down << service;
         QTest::newRow("another than the masked") << States{{service, masked}, {snap, stopped}} << down << snap;
@@ -143,9 +151,9 @@ private Q_SLOTS:
             << UnitRefusal{Reason::noAgent, u"why"_s}
             << u"This desktop has no program that asks for your password, so Docker was not started."_s;
         QTest::newRow("masked") << UnitRefusal{Reason::masked, u"why"_s}
-                                << u"Docker's service is masked on this computer, so it cannot be started."_s;
-        QTest::newRow("missing") << UnitRefusal{Reason::missing, u"why"_s}
-                                 << u"Docker's service is not there any more."_s;
+                                << u"Docker's service is masked on this computer. Run “sudo systemctl unmask "
+                                   "docker.service”, then try again."_s;
+        QTest::newRow("missing") << UnitRefusal{Reason::missing, u"why"_s} << u"Docker's service no longer exists."_s;
         QTest::newRow("other") << UnitRefusal{Reason::other, u"why"_s} << u"Docker's service could not be started."_s;
     }
     void refusals() {
@@ -207,6 +215,18 @@ private Q_SLOTS:
         QCOMPARE(world.takeCommands().count(u"ps"_s), looks);
         QCOMPARE(world.message(), u"Docker's service was started, but Docker is not answering."_s);
         QVERIFY(world.details().contains(u"Cannot connect"_s));
+    }
+
+    /// What it depends on failed, so it never began.
+    void oneThatNeverBegins() {
+        ServiceWorld world;
+        world.lookAtStopped();
+        world.units.activeAfterStart = u"inactive"_s;
+        world.units.onStart = [&world] { world.units.states[service].result = u"dependency"_s; };
+        world.controller().startDockerService();
+        QVERIFY(world.setupEnds());
+        QCOMPARE(world.message(), u"Docker's service failed to start."_s);
+        QCOMPARE(world.details(), u"docker.service: inactive (dependency)"_s);
     }
 
     void oneThatRefusesItsUser() {

@@ -1,4 +1,5 @@
 #include "controller/ContainerAnswer.h"
+#include "controller/EngineAddress.h"
 #include "controller/ImageTag.h"
 #include "controller/PermissionDenied.h"
 #include "support/TestClass.h"
@@ -167,6 +168,34 @@ private Q_SLOTS:
     void imageTagsThatDockerTakes() {
         QFETCH(const QString, tag);
         QTEST(isValidImageTag(tag), "isValid");
+    }
+
+    void engineAddresses_data() {
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<bool>("isSystems");
+        QTest::addColumn<bool>("isUsers");
+        const auto row = [](const char* output, const QString& address, bool isSystems, bool isUsers) {
+            QTest::newRow(output) << QString::fromLatin1(output) << address << isSystems << isUsers;
+        };
+        row("Cannot connect to the Docker daemon at unix:///var/run/docker.sock. Is the docker daemon running?",
+            u"unix:///var/run/docker.sock"_s, true, false);
+        row("permission denied while trying to connect to the docker API at unix:///run/docker.sock",
+            u"unix:///run/docker.sock"_s, true, false);
+        row("the Docker daemon socket at unix:///home/anna/.colima/docker.sock: Get \"http://%2Fvar\"",
+            u"unix:///home/anna/.colima/docker.sock"_s, false, false);
+        row("Cannot connect to the Docker daemon at unix:///run/user/1000/docker.sock. Is it",
+            u"unix:///run/user/1000/docker.sock"_s, false, true);
+        row("error during connect: Get \"http://server:2375/v1.24/info\": no such host",
+            u"http://server:2375/v1.24/info"_s, false, false);
+        row("no address", QString(), true, false);
+    }
+    void engineAddresses() {
+        QFETCH(const QString, output);
+        QFETCH(const QString, address);
+        QCOMPARE(engineAddress(output), address);
+        QTEST(isSystemEngine(address), "isSystems");
+        QTEST(isUsersEngine(address), "isUsers");
     }
 
     void permissionDenied_data() {

@@ -30,7 +30,7 @@ const QStringList& expected() {
         "pkexec install|pkexec join|The package manager could not install Docker.|"
         "Docker was installed, but it does not answer.|"
         "You are in the group “docker” now. Log out and back in to use Docker.|"
-        "This computer has no polkit, which would ask for your password.|"
+        "polkit is not installed, so Orvanel cannot ask for your password.|"
         "The password was not accepted, or the question for it was dismissed, so Docker was not started.|"
         "The new version's name cannot be an image tag, so nothing was changed.|"
         "The backup was made, but its database did not pass a check.|"

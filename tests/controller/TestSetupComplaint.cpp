@@ -15,7 +15,7 @@ const auto unreachable = u"The package sources could not be reached. Check your 
 const auto broken = u"The package sources sent something broken or out of date. Try again later."_s;
 const auto unknown = u"The package sources of this computer do not have Docker."_s;
 const auto inTheWay = u"Installing Docker would remove other software, so nothing was installed."_s;
-const auto unasked = u"Your password could not be asked for, so nothing was changed."_s;
+const auto unasked = u"Orvanel could not ask for your password, so nothing was changed."_s;
 
 } // namespace
 
@@ -44,11 +44,14 @@ private Q_SLOTS:
         row("not through polkit", 65, u"This helper …"_s, u"Docker could not be set up."_s);
         row("twice", 66, u"Docker is being set up already."_s, u"Docker is being set up already."_s);
         row("cancelled", 67, {}, u"Cancelled."_s);
-        row("cancelled later", 68, {}, u"Cancelled, after the step that was under way had come to its end."_s);
+        row("cancelled later", 68, {}, u"Cancelled after the step that was under way."_s);
         row("no package manager", 69, {}, u"This computer has no package manager that Orvanel knows."_s);
         row("service", 71, {}, u"Docker is installed, but its service could not be started."_s);
         row("group", 72, {}, u"You could not be added to the group “docker”."_s);
-        row("socket", 73, {}, u"Docker could not be opened for you at once. Log out and back in to use it."_s);
+        row("socket", 73, {}, u"You cannot use Docker right away. Log out and back in to use it."_s);
+        const auto interrupted = u"Setting up Docker was interrupted. What it had begun may still be going on."_s;
+        row("killed", 137, u"$ apt-get install docker.io\n"_s, interrupted);
+        row("crashed", 134, {}, interrupted);
         row("unheard of", 99, {}, u"Docker could not be set up."_s);
     }
     void statuses() {
@@ -73,12 +76,17 @@ private Q_SLOTS:
         row("E: You don't have enough free space in /var/cache/apt/archives/.", full);
         row("dpkg: error processing archive x.deb: failed to write (No space left on device)", full);
         row("Error: At least 123MB more space needed on the / filesystem.", full);
+        row("  installing package docker needs 12MB more space on the / filesystem", full);
         row("error: Partition / too full: not enough free disk space", full);
         row("E: Failed to fetch http://x/y  Temporary failure resolving 'x'", unreachable);
         row("W: Failed to fetch http://x  Could not connect to x:80, connection timed out", unreachable);
         row("Curl error (6): Couldn't resolve host name for http://x", unreachable);
         row("error: failed retrieving file 'core.db' from x : Could not resolve host: x", unreachable);
+        row("E: Failed to fetch http://x/y.deb  Unable to connect to x:80:", unreachable);
+        row("E: Failed to fetch http://x/y.deb  Connection failed [IP: 192.0.2.1 80]", unreachable);
+        row("Curl error (7): Couldn't connect to server for http://x [Failed to connect to x port 80]", unreachable);
         row("E: Failed to fetch http://x/y.deb  Hash Sum mismatch", broken);
+        row("error: failed retrieving file 'docker.pkg' from x : The requested URL returned error: 404", broken);
         row("E: Failed to fetch http://x/y.deb  404  Not Found [IP: 192.0.2.1 80]", broken);
         row("Error: Error downloading packages: Cannot download x.rpm: All mirrors were tried", broken);
         row("E: Unable to locate package docker.io", unknown);
@@ -92,8 +100,19 @@ private Q_SLOTS:
             u"An earlier installation was interrupted. Run “sudo dpkg --configure -a”, then try again."_s);
         row("Segmentation fault", u"The package manager could not install Docker."_s);
         row("", u"The package manager could not install Docker."_s);
+        row("Error: \n - conflicting requests\n - nothing provides x needed by moby-engine",
+            u"The package manager could not install Docker."_s);
+        // A lock was waited for, and came free.
+        row("Waiting for cache lock: Could not get lock /var/lib/dpkg/lock.\nE: Failed to fetch x  Could not resolve "
+            "'x'",
+            unreachable);
         // A network that is silent is why the package is not known.
-        row("Temporary failure resolving 'x'\nE: Unable to locate package docker.io", unreachable);
+        row("$ apt-get update\nTemporary failure resolving 'x'\n$ apt-get install\nE: Unable to locate package "
+            "docker.io",
+            unreachable);
+        // Another source of this computer is broken.
+        row("$ apt-get update\nW: GPG error: http://other\n$ apt-get install\nE: Unable to locate package docker.io",
+            unknown);
     }
     void packageManagers() {
         QFETCH(const QString, output);
@@ -118,7 +137,7 @@ private Q_SLOTS:
         QVERIFY(late && late->error.message == u"Nobody answered the question for the password."_s);
         // What the helper says counts more than how long it took.
         const Outcome slow = outcomeOfHelper({.status = 68, .timedOut = true});
-        QVERIFY(slow && slow->error.message.startsWith(u"Cancelled, after"_s));
+        QVERIFY(slow && slow->error.message.startsWith(u"Cancelled after"_s));
     }
 };
 

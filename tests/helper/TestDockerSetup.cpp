@@ -339,11 +339,11 @@ private Q_SLOTS:
                                 << QString::fromLatin1(sentence);
         };
         row("old lists", "apt-get", "case \"$*\" in *update*) exit 100 ;; esac", SetupStatus::done,
-            "The lists of packages could not be brought up to date; the present ones are used.");
+            "The package lists could not be updated; the old ones are used.");
         row("packages", "apt-get", "exit 100", SetupStatus::packagesFailed,
             "The package manager could not install Docker.");
         row("extras", "apt-get", "case \"$*\" in *docker-cli*) exit 100 ;; esac", SetupStatus::done,
-            "Docker works without what could not be installed just now.");
+            "Some optional packages could not be installed. Docker works without them.");
         row("group", "gpasswd", "exit 3", SetupStatus::groupFailed, "ann could not be added to the group \"docker\".");
         row("service", "systemctl", "exit 1", SetupStatus::serviceFailed, "Docker's service could not be started.");
     }

@@ -6,6 +6,7 @@
 #include "app/widgets/DetailsSection.h"
 #include "app/widgets/Focus.h"
 #include "app/widgets/TextBox.h"
+#include "controller/EngineAddress.h"
 #include "controller/IgnoredHost.h"
 #include "controller/KumaController.h"
 #include "controller/PermissionDenied.h"
@@ -40,8 +41,7 @@ QString explanation(bool hasService, bool hasColima) {
 QString permission(bool canJoin) {
     if (canJoin) {
         return u"You need permission to use Docker. One click adds you to the group “docker” and opens Docker for you "
-               u"at "
-               "once; members of this group have the rights of root."_s;
+               "at once; members of this group have the rights of root."_s;
     }
     return u"You need permission to use Docker. Join the group “docker”, then log out and back in."_s;
 }
@@ -124,7 +124,8 @@ void DockerNotRunningCard::render() {
     setShown(m_contextCommand, command.has_value());
 
     const bool isRefused = isPermissionDenied(state.runtimeDetails) && !command;
-    const bool canJoin = isRefused && state.canBeLetIn;
+    // The helper can open the system's engine, no other.
+    const bool canJoin = isRefused && state.canBeLetIn && isSystemEngine(engineAddress(state.runtimeDetails));
     const bool hasOtherWay = canJoin || command;
     const bool hasService = state.stoppedService.has_value();
     const bool hasColima = state.colimaPath.has_value();
