@@ -114,6 +114,8 @@ validate() {
     carries Recommends pkexec || fail "The package does not recommend what starts the root helper."
     check_launchers "$content" /usr/bin/orvanel
     check_helper "$content" "$content/usr" /usr/libexec
+    dpkg-deb -c "$package" | grep ' root/root .* \./usr/libexec/orvanel-docker-setup$' >/dev/null ||
+        fail "The root helper belongs to somebody else than root."
     check_module "$content/usr"
 }
 
@@ -148,7 +150,8 @@ check_helper() {
     [[ -x $helper ]] || fail "The root helper is not installed."
     [[ $(stat -c %a "$helper") == 755 ]] || fail "The root helper has wrong permissions: $(stat -c %A "$helper")"
     [[ $(grep -cF "exec.path\">$3/orvanel-docker-setup<" "$policy") == 3 ]] || fail "$policy names another helper."
-    [[ $(grep -c "<allow_.*>auth_admin<" "$policy") == 9 ]] || fail "$policy lets somebody in without a password."
+    [[ $(grep -c "<allow_.*>auth_admin<" "$policy") == 9 && $(grep -c "<allow_" "$policy") == 9 ]] ||
+        fail "$policy lets somebody in without a password."
 }
 
 # set_by_publisher NAME: the value that the package was configured with.

@@ -99,6 +99,9 @@ private Q_SLOTS:
         QCOMPARE(world.run({install}), SetupStatus::done);
         const QStringList lines = QString::fromUtf8(world.read(u"/calls"_s)).split(u'\n');
         QVERIFY2(lines.first().startsWith(u"systemd-run --quiet --wait --pipe --collect"_s), qPrintable(lines.first()));
+        // A service has none of the helper's variables.
+        QVERIFY2(lines.first().contains(u" --setenv=DEBIAN_FRONTEND=noninteractive "_s), qPrintable(lines.first()));
+        QVERIFY2(lines.first().contains(u" --setenv=LC_ALL=C"_s), qPrintable(lines.first()));
         QVERIFY(lines.first().endsWith(u"-- %1 -y install moby-engine"_s.arg(world.path(u"/usr/bin/dnf"_s))));
         QCOMPARE(lines.filter(u"systemd-run "_s).size(), 2);
     }
@@ -262,6 +265,15 @@ private Q_SLOTS:
             QCOMPARE(process.readAll(), QByteArray("Cancelled before anything was changed.\n"));
             QCOMPARE(world.calls(), QStringList());
         }
+    }
+
+    void cancelEndsTheWaitForTheSocket() {
+        HelperWorld world;
+        world.remove(u"/run/docker.sock"_s);
+        const auto helper = world.start({join});
+        QVERIFY(waitUntil([&] { return world.calls().contains(addAnn); }));
+        helper->closeWriteChannel();
+        QCOMPARE(HelperWorld::statusOf(*helper), SetupStatus::cancelledAfterStep);
     }
 
     void packageManagerIsNeverInterrupted_data() {
