@@ -1,6 +1,7 @@
 // The root helper for a computer in a folder: ORVANEL_TEST_COMPUTER stands for "/", with etc/passwd and etc/group of
 // its own. The installed helper has no such variable.
 
+#include "helper/CallersWorld.h"
 #include "helper/DockerSetup.h"
 
 #include <cstdio>
@@ -49,6 +50,9 @@ int main(int argc, char* argv[]) {
     request.words.assign(argv + 1, argv + argc);
     if (const char* const user = std::getenv("PKEXEC_UID")) {
         request.polkitUser = user;
+    }
+    if (!leaveTheCallersWorld()) {
+        return static_cast<int>(SetupStatus::badCaller);
     }
     return static_cast<int>(setUpDocker(computer, request));
 }

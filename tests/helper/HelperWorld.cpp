@@ -111,6 +111,7 @@ std::unique_ptr<QProcess> HelperWorld::start(const QStringList& words, bool isRe
         variables << u"PKEXEC_UID="_s + polkitUser;
     }
     process->setEnvironment(variables);
+    process->setChildProcessModifier(inCaller);
     process->start(QString::fromUtf8(HELPER_UNDER_TEST), words);
     if (!process->waitForStarted()) {
         qFatal("the helper could not be started: %s", qPrintable(process->errorString()));

@@ -5,6 +5,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -36,6 +37,8 @@ public:
     QString polkitUser = u"4321"_s;
     /// Variables of the caller's besides.
     QStringList environment;
+    /// Runs in the caller, before it becomes the helper.
+    std::function<void()> inCaller;
 
     /// Starts the helper, whose standard input is open. `isReadHere`: its output comes to this object, until
     /// stopReading(); otherwise to the process.
