@@ -63,7 +63,7 @@ PackageManager pacman() {
 struct Candidate {
     PackageManager manager;
     /// What only the distributions have that are made with it. Any of them can be installed elsewhere, too.
-    const char* home;
+    const char* mark;
 };
 
 std::string valueOf(const std::string& line, const std::string& field) {
@@ -85,7 +85,8 @@ bool isPlugInVersion(const std::string& version) {
 } // namespace
 
 std::optional<PackageManager> packageManagerOf(const std::string& root) {
-    if (::access((root + "/run/ostree-booted").c_str(), F_OK) == 0) {
+    const auto exists = [&root](const char* path) { return ::access((root + path).c_str(), F_OK) == 0; };
+    if (exists("/run/ostree-booted") || exists("/usr/sbin/transactional-update")) {
         return std::nullopt;
     }
     std::optional<PackageManager> found;
@@ -95,7 +96,7 @@ std::optional<PackageManager> packageManagerOf(const std::string& root) {
         if (::access((root + candidate.manager.install.front()).c_str(), X_OK) != 0) {
             continue;
         }
-        if (::access((root + candidate.home).c_str(), F_OK) == 0) {
+        if (::access((root + candidate.mark).c_str(), F_OK) == 0) {
             return candidate.manager;
         }
         found = found ? found : candidate.manager;

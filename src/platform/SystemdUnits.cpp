@@ -30,7 +30,7 @@ QDBusMessage callToManager(const QString& method, const QVariantList& arguments)
     return call;
 }
 
-/// The answer, an error where the call failed, or an invalid message where `stop` came first.
+/// The answer, or an error where the call failed.
 Event<QDBusMessage> send(const QDBusConnection& bus, const QDBusMessage& call, int limit, QObject* owner) {
     Event<QDBusMessage> answer;
     // Without a bus the call would never be answered, not even by an error.

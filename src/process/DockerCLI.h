@@ -27,7 +27,7 @@ using OutputCallback = std::function<void(QString chunk)>;
 QStringList searchFolders();
 
 /// The complete environment of every child: PATH from searchFolders() and the system's folders, HOME from the password
-/// database, USER, TMPDIR and LANG if they are set for Orvanel, and DOCKER_CLI_HINTS. Read afresh at each call.
+/// database (read once), USER, TMPDIR and LANG if they are set for Orvanel, and DOCKER_CLI_HINTS.
 QMap<QString, QString> environment();
 
 /// environment() for a child that runs the program `path`. If PATH lacks the program's folder, the folder is put in

@@ -75,7 +75,7 @@ private Q_SLOTS:
         QVERIFY(!openSocketFor(4321, world.path(u"/nowhere"_s).toStdString()));
     }
 
-    void firstPackageManagerCounts_data() {
+    void packageManagerOfTheDistributionCounts_data() {
         QTest::addColumn<QStringList>("files");
         QTest::addColumn<QString>("name");
         QTest::newRow("none") << QStringList() << QString();
@@ -89,8 +89,10 @@ private Q_SLOTS:
                              << u"apt-get install docker.io"_s;
         QTest::newRow("system that is an image")
             << QStringList({u"/usr/bin/dnf"_s, u"/run/ostree-booted"_s}) << QString();
+        QTest::newRow("changed by transactions")
+            << QStringList({u"/usr/bin/zypper"_s, u"/usr/sbin/transactional-update"_s}) << QString();
     }
-    void firstPackageManagerCounts() {
+    void packageManagerOfTheDistributionCounts() {
         QFETCH(const QStringList, files);
         QFETCH(const QString, name);
         const HelperWorld world{QString()};
