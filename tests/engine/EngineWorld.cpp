@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QHostAddress>
+#include <QTcpServer>
 
 using namespace Qt::StringLiterals;
 
@@ -27,6 +28,12 @@ quint16 portFrom(const char* variable) {
 }
 
 } // namespace
+
+quint16 freePort() {
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost);
+    return server.serverPort();
+}
 
 // Docker accepts connections before the server in the container does, and closes them without sending a byte. This
 // function then tries again.

@@ -28,6 +28,9 @@ inline const auto lackingTag = u"2.2.0"_s;
 /// The path of the database below the home.
 inline const auto database = u"support/Orvanel/data/kuma.db"_s;
 
+/// A port of this computer that nobody uses.
+quint16 freePort();
+
 /// A browser that has loaded the page and keeps its connection open; null if the page does not answer.
 std::unique_ptr<QTcpSocket> openPage(int port);
 

@@ -14,12 +14,6 @@ using namespace orvanel::test;
 namespace {
 
 /// A port that nothing listens on at this moment.
-quint16 freePort() {
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return server.serverPort();
-}
-
 } // namespace
 
 /// The controller with a real engine. The functions run in order, and each begins where the last one ended.

@@ -8,7 +8,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
-#include <QTcpServer>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -16,12 +15,6 @@ using namespace orvanel;
 using namespace orvanel::test;
 
 namespace {
-
-quint16 freePort() {
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return server.serverPort();
-}
 
 /// So slow that a download can be watched, in bytes per second.
 constexpr qint64 slow = qint64{1024} * 1024;

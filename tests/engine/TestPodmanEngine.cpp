@@ -16,12 +16,6 @@ using namespace orvanel::test;
 namespace {
 
 /// A port that nothing listens on at this moment.
-quint16 freePort() {
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return server.serverPort();
-}
-
 QString fullName(const QString& tag) {
     return u"docker.io/"_s + imageReference(tag);
 }
