@@ -191,6 +191,24 @@ std::vector<Step> restarting(AuthenticationAgent& agent) {
     };
 }
 
+std::vector<Step> startingTheUsersOwn(const AuthenticationAgent& agent) {
+    const auto missing = [&agent](Stage& stage) {
+        return agent.questions().isEmpty() ? offers(startServer)(stage) : u"nobody should ask for a password"_s;
+    };
+    return {
+        {.what = u"\"Start Docker\" starts the engine of the user's own without a password"_s,
+         .act = press(startDocker),
+         .missing = missing,
+         .picture = u"started"_s,
+         .limit = 60s},
+        {.what = u"\"Start Uptime Kuma\" starts the server in it"_s,
+         .act = press(startServer),
+         .missing = says({u"Photo library"_s}),
+         .limit = 120s},
+        allMonitorsUp(u"All monitors are up"_s),
+    };
+}
+
 std::vector<Step> joined(std::initializer_list<std::vector<Step>> parts) {
     std::vector<Step> steps;
     for (const auto& part : parts) {
@@ -204,6 +222,7 @@ std::vector<Step> joined(std::initializer_list<std::vector<Step>> parts) {
 
 std::vector<Step> walkSteps(Part part, AuthenticationAgent& agent) {
     const auto notInstalled = u"One click installs Docker with this computer's own package manager"_s;
+    const auto notRunning = u"Docker is installed, but its service is not running."_s;
     switch (part) {
     case Part::withoutAgent:
         return joined({opening(notInstalled), withoutAgent()});
@@ -212,9 +231,11 @@ std::vector<Step> walkSteps(Part part, AuthenticationAgent& agent) {
     case Part::again:
         return joined({opening(u"Photo library"_s), {allMonitorsUp(u"The server still runs after the new login"_s)}});
     case Part::service:
-        return joined({opening(u"Docker is installed, but its service is not running."_s), startingTheService(agent)});
+        return joined({opening(notRunning), startingTheService(agent)});
     case Part::group:
         return joined({opening(u"One click adds you to the group “docker”"_s), joining(agent), restarting(agent)});
+    case Part::rootless:
+        return joined({opening(notRunning), startingTheUsersOwn(agent)});
     }
     return {};
 }

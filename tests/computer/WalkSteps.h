@@ -18,6 +18,8 @@ enum class Part {
     service,
     /// The user is not in the group docker.
     group,
+    /// The user has a rootless engine of their own, whose service is stopped.
+    rootless,
 };
 
 std::vector<standin::Step> walkSteps(Part part, AuthenticationAgent& agent);

@@ -27,7 +27,8 @@ Part partNamed(const QString& name) {
                                     {u"install"_s, Part::install},
                                     {u"again"_s, Part::again},
                                     {u"service"_s, Part::service},
-                                    {u"group"_s, Part::group}};
+                                    {u"group"_s, Part::group},
+                                    {u"rootless"_s, Part::rootless}};
     if (!parts.contains(name)) {
         qFatal("there is no part \"%s\"", qPrintable(name));
     }
