@@ -142,7 +142,7 @@ std::vector<Step> startingTheService(AuthenticationAgent& agent) {
     return {
         {.what = u"\"Start Docker\" with a wrong password starts nothing"_s,
          .act = pressAnd(Answer::wrongPassword, startDocker, agent),
-         .missing = says({u"so Docker was not started."_s}),
+         .missing = says({u"The password was not accepted"_s}),
          .picture = u"refused"_s,
          .limit = 60s},
         {.what = u"\"Start Docker\" asks for the password, and Docker answers"_s,

@@ -28,7 +28,7 @@ inline const auto lackingTag = u"2.2.0"_s;
 /// The path of the database below the home.
 inline const auto database = u"support/Orvanel/data/kuma.db"_s;
 
-/// A port of this computer that nobody uses.
+/// A port that nothing listens on at this moment.
 quint16 freePort();
 
 /// A browser that has loaded the page and keeps its connection open; null if the page does not answer.

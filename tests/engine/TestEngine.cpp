@@ -11,11 +11,6 @@ using namespace Qt::StringLiterals;
 using namespace orvanel;
 using namespace orvanel::test;
 
-namespace {
-
-/// A port that nothing listens on at this moment.
-} // namespace
-
 /// The controller with a real engine. The functions run in order, and each begins where the last one ended.
 class TestEngine : public QObject, EngineWorld {
     Q_OBJECT

@@ -15,7 +15,6 @@ using namespace orvanel::test;
 
 namespace {
 
-/// A port that nothing listens on at this moment.
 QString fullName(const QString& tag) {
     return u"docker.io/"_s + imageReference(tag);
 }
