@@ -45,10 +45,10 @@ private Q_SLOTS:
     } >"$root/world"
 )sh");
         QCOMPARE(world.run({u"join"_s}), SetupStatus::done);
-    QCOMPARE(world.read(u"/world"_s), QByteArray("mask 0022\ntime unlimited\nsize unlimited\nfiles 1024\nfolder /\n"));
-}
-}
-;
+        QCOMPARE(world.read(u"/world"_s),
+                 QByteArray("mask 0022\ntime unlimited\nsize unlimited\nfiles 1024\nfolder /\n"));
+    }
+};
 
 ORVANEL_TEST(TestCallersWorld)
 #include "TestCallersWorld.moc"
