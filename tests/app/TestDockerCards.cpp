@@ -115,7 +115,7 @@ private Q_SLOTS:
         view.world.rootHelper = aptHelper();
         view.world.answer("inspect", 1,
                           u"permission denied while trying to connect to the Docker daemon socket at "
-                          "unix:///home/anna/engine/docker.sock"_s);
+                          "unix:///home/anna/.engine/docker.sock"_s);
         view.open();
         view.poll();
         QVERIFY(button(&view.window, letMeUse) == nullptr);
