@@ -76,7 +76,7 @@ DockerService::DockerService(SetupFrame& frame, ServiceUnits* units)
 
 QCoro::Task<std::optional<ServiceUnit>> DockerService::findStopped(QString complaint) const {
     std::optional<ServiceUnit> masked;
-    bool runs = false;
+    bool systemServiceRuns = false;
     if (m_units == nullptr || isPermissionDenied(complaint)) {
         co_return std::nullopt;
     }
@@ -85,10 +85,10 @@ QCoro::Task<std::optional<ServiceUnit>> DockerService::findStopped(QString compl
         const std::optional<UnitState> state = co_await m_units->state(unit);
         if (!state || !isStopped(*state)) {
             // A service that runs can do without its socket, which systemd would otherwise listen on for it.
-            runs = runs || (state && unit == systemService && state->active == u"active"_s);
+            systemServiceRuns = systemServiceRuns || (state && unit == systemService && state->active == u"active"_s);
             continue;
         }
-        if (runs && unit == systemSocket) {
+        if (systemServiceRuns && unit == systemSocket) {
             continue;
         }
         if (state->load != u"masked"_s) {

@@ -6,9 +6,9 @@ using namespace Qt::StringLiterals;
 
 namespace orvanel {
 
-/// The end of a sentence may follow it.
+/// The end of a sentence may follow it. Only a quoted web address is an engine's: a warning may name a page before it.
 QString engineAddress(const QString& output) {
-    static const QRegularExpression address(uR"((?:unix|tcp|ssh|https?)://[^\s"']*[^\s"'.,:;])"_s);
+    static const QRegularExpression address(uR"((?:(?:unix|tcp|ssh)|(?<=")https?)://[^\s"']*[^\s"'.,:;])"_s);
     return address.match(output).captured();
 }
 

@@ -1,5 +1,7 @@
 #include "controller/IgnoredHost.h"
 
+#include "controller/EngineAddress.h"
+
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
@@ -20,7 +22,7 @@ QString quoted(QString word) {
 
 std::optional<QString> contextCommand(const QString& dockerHost, const QString& complaint) {
     const auto defaultPlace = u"unix:///var/run/docker.sock"_s;
-    if (dockerHost.isEmpty() || dockerHost == defaultPlace || !complaint.contains(defaultPlace)) {
+    if (dockerHost.isEmpty() || dockerHost == defaultPlace || engineAddress(complaint) != defaultPlace) {
         return std::nullopt;
     }
     return u"docker context create orvanel --docker %1 && docker context use orvanel"_s.arg(

@@ -188,6 +188,8 @@ private Q_SLOTS:
             u"unix:///run/user/1000/docker.sock"_s, false, true);
         row("error during connect: Get \"http://server:2375/v1.24/info\": no such host",
             u"http://server:2375/v1.24/info"_s, false, false);
+        row("WARNING: see https://docs.docker.com/go/x\nCannot connect at unix:///var/run/docker.sock. Is it",
+            u"unix:///var/run/docker.sock"_s, true, false);
         row("no address", QString(), true, false);
     }
     void engineAddresses() {
