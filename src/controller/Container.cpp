@@ -103,7 +103,7 @@ QCoro::Task<bool> Container::hasImage(std::optional<QString> tag) const {
 
 QCoro::Task<bool> Container::hasCompose() const {
     StateStore& state = m_context.state;
-    if (state->composeAvailable) {
+    if (state->composeAvailable && state->dockerPath == m_docker) {
         m_kind = m_kind ? m_kind : state->dockerKind;
         co_return *state->composeAvailable;
     }

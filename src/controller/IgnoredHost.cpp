@@ -22,7 +22,7 @@ QString quoted(QString word) {
 
 std::optional<QString> contextCommand(const QString& dockerHost, const QString& complaint) {
     const auto defaultPlace = u"unix:///var/run/docker.sock"_s;
-    if (dockerHost.isEmpty() || dockerHost == defaultPlace || engineAddress(complaint) != defaultPlace) {
+    if (isSystemEngine(dockerHost) || engineAddress(complaint) != defaultPlace) {
         return std::nullopt;
     }
     return u"docker context create orvanel --docker %1 && docker context use orvanel"_s.arg(

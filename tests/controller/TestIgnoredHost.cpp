@@ -47,6 +47,7 @@ private Q_SLOTS:
             commandFor(u"'host=tcp://a b;'\\''c'\\''$HOME'"_s));
         row("no variable", {}, down, {});
         row("the default place", u"unix:///var/run/docker.sock"_s, down, {});
+        row("the default place by its other name", u"unix:///run/docker.sock"_s, down, {});
         row("another context is in use", socket, otherContext, {});
         row("nothing said yet", socket, {}, {});
     }
